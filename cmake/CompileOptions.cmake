@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# One interface target carries the flags of everything that we own.
+add_library(kelaccount_options INTERFACE)
+target_compile_features(kelaccount_options INTERFACE cxx_std_17)
+target_compile_options(kelaccount_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Werror=switch
+  $<$<BOOL:${KELACCOUNT_WERROR}>:-Werror>)
+target_compile_definitions(kelaccount_options INTERFACE
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# Sanitizers and coverage reach every target, third-party test code included.
+if(KELACCOUNT_SANITIZE)
+  add_compile_options(-fsanitize=${KELACCOUNT_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${KELACCOUNT_SANITIZE})
+endif()
+if(KELACCOUNT_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
