@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QDateTime>
+#include <QNetworkReply>
+#include <QObject>
+#include <QString>
+
+namespace KelRestHandler {
+
+/// What came back for one request: header lines and body as text, or a transport error.
+class HttpResponse : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `serverTime` starts as the device's UTC clock, so it is valid also when the server sent none.
+    HttpResponse(QNetworkReply::NetworkError error, QString const& data, QString const& consumerKey,
+                 int requestId);
+    HttpResponse(HttpResponse const& other);
+    HttpResponse& operator=(HttpResponse const&) = delete;
+    ~HttpResponse() override;
+
+    QString getData() const { return mData; }
+    QNetworkReply::NetworkError errorCode() const { return mErrorCode; }
+    QString getConsumerKey() const { return mConsumerKey; }
+    int getRequestId() const { return mRequestId; }
+    QDateTime getServerTime() const { return mServerTime; }
+    void setServerTime(QDateTime time) { mServerTime = std::move(time); }
+
+private:
+    QString mData;
+    QNetworkReply::NetworkError mErrorCode;
+    QString mConsumerKey;
+    QDateTime mServerTime;
+    qint32 mRequestId;
+};
+
+} // namespace KelRestHandler
