@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# Sourced by ./demo and ./test: configures a preset when that is due and builds it.
+# Ninja shows its progress on one line of a terminal and line by line elsewhere.
+
+kel_build() { # PRESET [TARGET...]
+    local preset=$1 directory="$KEL_ROOT/build/$1" log
+    shift
+    if [ ! -f "$directory/build.ninja" ]; then
+        echo "==> configuring $preset"
+        mkdir -p "$directory"
+        log="$directory/configure.log"
+        (cd "$KEL_ROOT" && cmake --preset "$preset") >"$log" 2>&1 || {
+            cat "$log" >&2
+            rm -f "$directory/build.ninja"
+            echo "Configuring failed; the lines above say why." >&2
+            return 1
+        }
+    fi
+    # Nothing to do: say nothing.
+    if [ "$(ninja -C "$directory" -n "$@" 2>/dev/null | tail -n 1)" = "ninja: no work to do." ]; then
+        return 0
+    fi
+    echo "==> building $preset"
+    ninja -C "$directory" "$@" || {
+        echo "The build failed; the lines above say where." >&2
+        return 1
+    }
+}
