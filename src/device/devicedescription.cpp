@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "device/devicedescription.h"
+
+#include "platform/qsystemdeviceinfo.h"
+#include "platform/qsysteminfo.h"
+
+namespace KelRestHandler {
+
+namespace {
+
+constexpr int longestHeaderText = 64;
+
+bool isPrintableLatin1(QChar character)
+{
+    const ushort code = character.unicode();
+    return (code >= 0x20 && code <= 0x7E) || (code >= 0xA0 && code <= 0xFF);
+}
+
+} // namespace
+
+QString headerText(const QString& text)
+{
+    QString printable;
+    for (const QChar character : text.simplified()) {
+        if (isPrintableLatin1(character))
+            printable.append(character);
+        if (printable.size() == longestHeaderText)
+            break;
+    }
+    return printable.simplified();
+}
+
+DeviceDescription readDeviceDescription()
+{
+    QtMobility::QSystemDeviceInfo device;
+    QtMobility::QSystemInfo system;
+    return {headerText(device.manufacturer()), headerText(device.model()),
+            headerText(system.version(QtMobility::QSystemInfo::Firmware))};
+}
+
+} // namespace KelRestHandler

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "platform/devicenames.h"
+
+#include <QFile>
+
+namespace QtMobility {
+
+namespace {
+
+// Larger than any release file or device-tree text; the rest of a larger file is not read.
+constexpr qint64 readLimit = 64 * 1024;
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    // QFile opens close-on-exec.
+    return file.open(QIODevice::ReadOnly) ? file.read(readLimit) : QByteArray();
+}
+
+// Device-tree texts are lists whose entries end in NUL; the first one is the most specific.
+QString firstEntry(const QByteArray& list)
+{
+    return QString::fromUtf8(list.left(list.indexOf('\0'))).trimmed();
+}
+
+DeviceNames deviceTreeNames(const QString& root)
+{
+    const QString folder = root + QLatin1String("proc/device-tree/");
+    DeviceNames names;
+    names.model = firstEntry(contents(folder + QLatin1String("model")));
+
+    // "vendor,board"
+    const QString compatible = firstEntry(contents(folder + QLatin1String("compatible")));
+    const int comma = compatible.indexOf(QLatin1Char(','));
+    if (comma > 0)
+        names.manufacturer = compatible.left(comma);
+    if (names.model.isEmpty())
+        names.model = compatible.mid(comma + 1);
+
+    const QString maker = names.manufacturer + QLatin1Char(' ');
+    if (maker.size() > 1 && names.model.startsWith(maker, Qt::CaseInsensitive)) {
+        // The model spells the maker as its users do; "compatible" has it in lower case.
+        names.manufacturer = names.model.left(maker.size() - 1);
+        names.model = names.model.mid(maker.size()).trimmed();
+    }
+    return names;
+}
+
+DeviceNames dmiNames(const QString& root)
+{
+    const QString folder = root + QLatin1String("sys/class/dmi/id/");
+    return {QString::fromUtf8(contents(folder + QLatin1String("sys_vendor"))).trimmed(),
+            QString::fromUtf8(contents(folder + QLatin1String("product_name"))).trimmed()};
+}
+
+// The file is meant to be read by a shell: a value may stand in quotes, with characters escaped.
+QString unquoted(const QByteArray& value)
+{
+    const char quote = value.isEmpty() ? '\0' : value.front();
+    if (quote != '"' && quote != '\'')
+        return QString::fromUtf8(value);
+    QByteArray plain;
+    for (int i = 1; i < value.size() && value.at(i) != quote; ++i) {
+        if (quote == '"' && value.at(i) == '\\' && i + 1 < value.size())
+            ++i;
+        plain.append(value.at(i));
+    }
+    return QString::fromUtf8(plain);
+}
+
+QString releaseField(const QByteArray& release, const QByteArray& name)
+{
+    const QByteArray start = name + '=';
+    for (const QByteArray& line : release.split('\n')) {
+        if (line.startsWith(start))
+            return unquoted(line.mid(start.size()).trimmed());
+    }
+    return {};
+}
+
+} // namespace
+
+DeviceNames deviceNames(const QString& root)
+{
+    const DeviceNames names = deviceTreeNames(root);
+    return names.model.isEmpty() ? dmiNames(root) : names;
+}
+
+QString firmwareVersion(const QString& root)
+{
+    QByteArray release = contents(root + QLatin1String("etc/os-release"));
+    if (release.isEmpty())
+        release = contents(root + QLatin1String("usr/lib/os-release"));
+    for (const char* name : {"IMAGE_VERSION", "BUILD_ID", "VERSION_ID"}) {
+        const QString version = releaseField(release, name);
+        if (!version.isEmpty())
+            return version;
+    }
+    return {};
+}
+
+} // namespace QtMobility
