@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "rest/records/registrationinfodata.h"
+
+#include <kelaccount/registrationinfo.h>
+
+namespace KelAccount {
+
+/// What a filled-in registration sends. `lastCaptchaId` stands in for a captcha identifier that the
+/// application did not give. Gender stays behind: a registration never sends it.
+KelRestHandler::RegistrationInfoData toRegistrationInfoData(const RegistrationInfo& info,
+                                                            const QString& lastCaptchaId,
+                                                            const QByteArray& serviceTag);
+
+} // namespace KelAccount
