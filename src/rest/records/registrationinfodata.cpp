@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/records/registrationinfodata.h"
+
+#include "rest/records/datablock.h"
+
+namespace KelRestHandler {
+
+QByteArray serializeRegistration(const RegistrationInfoData& registration)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << registration.userName << registration.captchaText << registration.password
+           << registration.mobilePhoneNumber << registration.emailAddress
+           << registration.securityQuestion << registration.securityAnswer
+           << registration.dateOfBirth << registration.firstName << registration.lastName
+           << registration.countryAsString << static_cast<qint32>(registration.reservedNumber)
+           << registration.reservedFlag1 << registration.reservedFlag2
+           << registration.languageAsString << static_cast<qint32>(registration.language)
+           << static_cast<qint32>(registration.country)
+           << static_cast<qint32>(registration.reservedNumber2)
+           << registration.marketingInfoOnMobile << registration.marketingInfoOnEmail
+           << registration.captchaId << registration.serviceTag;
+    return bytes;
+}
+
+RegistrationInfoData readRegistration(const QByteArray& bytes)
+{
+    RegistrationInfoData registration;
+    QDataStream stream(bytes);
+    for (QString* text : {&registration.userName, &registration.captchaText, &registration.password,
+                          &registration.mobilePhoneNumber, &registration.emailAddress,
+                          &registration.securityQuestion, &registration.securityAnswer})
+        readValue(stream, *text);
+    readDate(stream, registration.dateOfBirth);
+    for (QString* text :
+         {&registration.firstName, &registration.lastName, &registration.countryAsString})
+        readValue(stream, *text);
+    readValue(stream, registration.reservedNumber);
+    readValue(stream, registration.reservedFlag1);
+    readValue(stream, registration.reservedFlag2);
+    readValue(stream, registration.languageAsString);
+    readEnumeration<qint32>(stream, registration.language, QLocale::LastLanguage);
+    readEnumeration<qint32>(stream, registration.country, QLocale::LastCountry);
+    readValue(stream, registration.reservedNumber2);
+    readValue(stream, registration.marketingInfoOnMobile);
+    readValue(stream, registration.marketingInfoOnEmail);
+    readValue(stream, registration.captchaId);
+    readValue(stream, registration.serviceTag);
+    return registration;
+}
+
+} // namespace KelRestHandler
