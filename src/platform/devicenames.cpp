@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/devicenames.h"
 
+#include "platform/platformroot.h"
+
 #include <QFile>
 
 namespace QtMobility {
@@ -12,7 +14,7 @@ constexpr qint64 readLimit = 64 * 1024;
 
 QByteArray contents(const QString& path)
 {
-    QFile file(path);
+    QFile file(platformRoot() + path);
     // QFile opens close-on-exec.
     return file.open(QIODevice::ReadOnly) ? file.read(readLimit) : QByteArray();
 }
@@ -23,9 +25,9 @@ QString firstEntry(const QByteArray& list)
     return QString::fromUtf8(list.left(list.indexOf('\0'))).trimmed();
 }
 
-DeviceNames deviceTreeNames(const QString& root)
+DeviceNames deviceTreeNames()
 {
-    const QString folder = root + QLatin1String("proc/device-tree/");
+    const QString folder = QStringLiteral("proc/device-tree/");
     DeviceNames names;
     names.model = firstEntry(contents(folder + QLatin1String("model")));
 
@@ -46,9 +48,9 @@ DeviceNames deviceTreeNames(const QString& root)
     return names;
 }
 
-DeviceNames dmiNames(const QString& root)
+DeviceNames dmiNames()
 {
-    const QString folder = root + QLatin1String("sys/class/dmi/id/");
+    const QString folder = QStringLiteral("sys/class/dmi/id/");
     return {QString::fromUtf8(contents(folder + QLatin1String("sys_vendor"))).trimmed(),
             QString::fromUtf8(contents(folder + QLatin1String("product_name"))).trimmed()};
 }
@@ -80,17 +82,17 @@ QString releaseField(const QByteArray& release, const QByteArray& name)
 
 } // namespace
 
-DeviceNames deviceNames(const QString& root)
+DeviceNames deviceNames()
 {
-    const DeviceNames names = deviceTreeNames(root);
-    return names.model.isEmpty() ? dmiNames(root) : names;
+    const DeviceNames names = deviceTreeNames();
+    return names.model.isEmpty() ? dmiNames() : names;
 }
 
-QString firmwareVersion(const QString& root)
+QString firmwareVersion()
 {
-    QByteArray release = contents(root + QLatin1String("etc/os-release"));
+    QByteArray release = contents(QStringLiteral("etc/os-release"));
     if (release.isEmpty())
-        release = contents(root + QLatin1String("usr/lib/os-release"));
+        release = contents(QStringLiteral("usr/lib/os-release"));
     for (const char* name : {"IMAGE_VERSION", "BUILD_ID", "VERSION_ID"}) {
         const QString version = releaseField(release, name);
         if (!version.isEmpty())

@@ -15,11 +15,11 @@ struct DeviceNames
 /// From the device tree ("/proc/device-tree", boards and handsets) or, without one, from DMI
 /// ("/sys/class/dmi/id", PCs and virtual machines); fields that neither knows are empty. A device
 /// tree's model usually starts with its maker, which is then not repeated in `model`.
-/// Files are looked for below root, which ends in "/".
-DeviceNames deviceNames(const QString& root = QStringLiteral("/"));
+/// Files are looked for below platformRoot().
+DeviceNames deviceNames();
 
 /// The operating system image's version from "etc/os-release", else "usr/lib/os-release": the first
 /// of IMAGE_VERSION, BUILD_ID and VERSION_ID that is there; empty when none is.
-QString firmwareVersion(const QString& root = QStringLiteral("/"));
+QString firmwareVersion();
 
 } // namespace QtMobility
