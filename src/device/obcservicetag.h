@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+namespace KelRestHandler::TagError {
+
+/// What ObC_ServiceTag() reports. The server's own errors come through the same number.
+enum Code : unsigned {
+    NullArgument = 0x2001, ///< key, tag buffer or tag length is null
+    KeyTooLong = 0x2002,
+    NoSocket = 0x2003,
+    NotStarted = 0x2004, ///< no process could be made for the tag server
+    NoReply = 0x2005,    ///< closed without a reply, or not answered in time
+    NotReached = 0x2006  ///< could not be connected to after it was started
+};
+
+constexpr unsigned longestKey = 500;
+
+} // namespace KelRestHandler::TagError
+
+/// Asks the tag server for the tag of a key, starting the server when nobody listens and ending it
+/// afterwards if it was started here. Blocks the calling thread, for ten seconds at most.
+///
+/// Returns 1 with the tag's bytes in `tag` and their number in `*tagLength`. A tag that does not
+/// fit into less than `capacity` bytes is dropped: 1 and no bytes. Returns 0 with the reason in
+/// `*error`; when `error` is null or `*error` is not 0 on entry, at once and without touching
+/// anything.
+extern "C" int ObC_ServiceTag(const char* key, unsigned keyLength, void* tag, unsigned* tagLength,
+                              int capacity, unsigned* error);

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "device/tagserverlaunch.h"
+
+#include "device/tagserveraddress.h"
+
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int firstInheritable = STDERR_FILENO + 1;
+
+// Runs in a copy of the application in which only this thread is left, and any lock may be held for
+// ever: nothing but async-signal-safe calls from here to the end.
+[[noreturn]] void becomeTagServer()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    for (int number = 1; number < NSIG; ++number)
+        sigaction(number, &action, nullptr);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+
+    const int null = open("/dev/null", O_RDWR);
+    for (int stream = STDIN_FILENO; null != -1 && stream < firstInheritable; ++stream)
+        dup2(null, stream);
+    // One call, however many the application has open; the ones it forgot to mark included.
+    closefrom(firstInheritable);
+
+    execl(KelRestHandler::TagServer::path, KelRestHandler::TagServer::argument0,
+          static_cast<char*>(nullptr));
+    // Without the application's exit handlers.
+    _exit(0);
+}
+
+void waitUntilListening()
+{
+    timespec left = {0, 500000000};
+    while (nanosleep(&left, &left) == -1 && errno == EINTR) {
+    }
+}
+
+} // namespace
+
+int launch_server()
+{
+    // A handler of the application must not run in the child.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t child = fork();
+    if (child == 0)
+        becomeTagServer();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+
+    if (child > 0)
+        waitUntilListening();
+    return child;
+}
