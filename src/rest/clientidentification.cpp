@@ -11,9 +11,6 @@ namespace KelRestHandler {
 
 namespace {
 
-const auto clientName = QStringLiteral("QtDE");
-const auto clientVersion = QStringLiteral("2.0");
-
 std::atomic<ClientIdentification::DescriptionReader> descriptionReader{nullptr};
 
 struct Sources
@@ -74,9 +71,8 @@ QMap<QString, QString> ClientIdentification::headersFor(const DeviceDescription&
 
     return {
         {QStringLiteral("X-Halda-Original-User-Agent"),
-         QStringLiteral("%1/%2 (%3%4/%5)")
-             .arg(clientName, clientVersion, description.manufacturer, description.model,
-                  description.firmwareVersion)},
+         QStringLiteral("QtDE/2.0 (%1%2/%3)")
+             .arg(description.manufacturer, description.model, description.firmwareVersion)},
         {QStringLiteral("True-Client-IP"), first},
         {QStringLiteral("X-Halda-Original-IP"), first},
         {QStringLiteral("X-Halda-Original-User-IP"), first},

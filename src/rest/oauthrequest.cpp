@@ -12,9 +12,10 @@ namespace KelRestHandler {
 
 namespace {
 
-const auto formField = QStringLiteral("XMLContent");
-const auto signatureMethod = QStringLiteral("HMAC-SHA1");
-const auto oauthVersion = QStringLiteral("1.0");
+// Plain constants: a request may be made while static objects are still being constructed.
+constexpr QLatin1String formField("XMLContent");
+constexpr QLatin1String signatureMethod("HMAC-SHA1");
+constexpr QLatin1String oauthVersion("1.0");
 
 // name="value", without what separates it from the next parameter
 void appendParameter(QByteArray& header, const char* name, const QString& value)
