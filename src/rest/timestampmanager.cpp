@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/timestampmanager.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace KelRestHandler {
@@ -34,11 +35,16 @@ qint64 TimeStampManager::secsTo(QDateTime const& time) const
 
 void TimeStampManager::syncToTime(QDateTime const& serverTime)
 {
-    // A hostile "Date:" header may name any year; the sum must not wrap around.
-    const qint64 difference = mServerTimeDifference + secsTo(serverTime);
-    mServerTimeDifference = static_cast<qint32>(
-        qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
-                       std::numeric_limits<qint32>::max()));
+    if (!serverTime.isValid())
+        return;
+    // The offset plus what is left to the server's time is the distance from the device's clock;
+    // taken directly, it is right also where currentServerTime() stops at 1970. A hostile "Date:"
+    // header may name any year; the difference must not wrap around.
+    const qint64 difference =
+        serverTime.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
+    mServerTimeDifference =
+        static_cast<qint32>(qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
+                                           std::numeric_limits<qint32>::max()));
 }
 
 } // namespace KelRestHandler

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/timestampmanager.h"
+
+#include <QTest>
+
+#include <ctime>
+#include <limits>
+
+using namespace KelRestHandler;
+
+namespace {
+
+qint64 now()
+{
+    return static_cast<qint64>(std::time(nullptr));
+}
+
+QDateTime inUtc(int year)
+{
+    return QDateTime(QDate(year, 1, 1), QTime(0, 0), Qt::UTC);
+}
+
+constexpr int lowest = std::numeric_limits<qint32>::min();
+constexpr int highest = std::numeric_limits<qint32>::max();
+
+} // namespace
+
+// The device's clock may tick while a test runs: what depends on it lies between two readings.
+#define VERIFY_IS_NOW_PLUS(value, offset)                                                          \
+    do {                                                                                           \
+        const qint64 earliest = now() + (offset);                                                  \
+        const qint64 got = (value);                                                                \
+        const qint64 latest = now() + (offset);                                                    \
+        QVERIFY2(got >= earliest && got <= latest, qPrintable(QString::number(got)));              \
+    } while (false)
+
+class TimeStampManagerTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void thereIsOneInstanceWithoutDifferenceAtFirst();
+    void withoutDifferenceItIsTheDevicesClock();
+    void aDifferenceShiftsTheClock_data();
+    void aDifferenceShiftsTheClock();
+    void theTimeStampIsPlainDecimal();
+
+    void ninetySecondsAheadMakesNinetySecondsDifference();
+    void theSameServerTimeAgainChangesNothing();
+    void theServersZoneDoesNotMatter();
+    void aLaterServerTimeReplacesTheFormerDifference();
+    void anInvalidTimeChangesNothing();
+    void absurdYearsAreClamped();
+    void theTimeStampIsNeverNegative();
+    void theRightTimeAfterAnAbsurdOneIsReached();
+};
+
+void TimeStampManagerTest::thereIsOneInstanceWithoutDifferenceAtFirst()
+{
+    TimeStampManager* const instance = TimeStampManager::getTimeStampManager();
+    QVERIFY(instance);
+    QCOMPARE(TimeStampManager::getTimeStampManager(), instance);
+    QCOMPARE(instance->serverTimeDifference(), 0);
+}
+
+void TimeStampManagerTest::withoutDifferenceItIsTheDevicesClock()
+{
+    const TimeStampManager manager;
+    QCOMPARE(manager.serverTimeDifference(), 0);
+    VERIFY_IS_NOW_PLUS(manager.toTime_t(), 0);
+    VERIFY_IS_NOW_PLUS(manager.currentServerTime().toSecsSinceEpoch(), 0);
+}
+
+void TimeStampManagerTest::aDifferenceShiftsTheClock_data()
+{
+    QTest::addColumn<int>("difference");
+    QTest::newRow("none") << 0;
+    QTest::newRow("ahead") << 90;
+    QTest::newRow("behind") << -90;
+    QTest::newRow("a year behind") << -31536000;
+    QTest::newRow("as far ahead as it goes") << highest;
+}
+
+void TimeStampManagerTest::aDifferenceShiftsTheClock()
+{
+    QFETCH(int, difference);
+    TimeStampManager manager;
+    manager.setServerTimeDifference(difference);
+    QCOMPARE(manager.serverTimeDifference(), difference);
+    VERIFY_IS_NOW_PLUS(manager.toTime_t(), difference);
+    VERIFY_IS_NOW_PLUS(manager.timeStamp().toLongLong(), difference);
+    VERIFY_IS_NOW_PLUS(manager.currentServerTime().toSecsSinceEpoch(), difference);
+    QVERIFY(qAbs(manager.secsTo(QDateTime::fromSecsSinceEpoch(now() + difference + 10)) - 10) <= 1);
+}
+
+void TimeStampManagerTest::theTimeStampIsPlainDecimal()
+{
+    TimeStampManager manager;
+    for (const int difference : {lowest, -1, 0, highest}) {
+        manager.setServerTimeDifference(difference);
+        const QString text = manager.timeStamp();
+        QVERIFY(!text.isEmpty());
+        for (const QChar character : text)
+            QVERIFY2(character >= QLatin1Char('0') && character <= QLatin1Char('9'),
+                     qPrintable(text));
+        QCOMPARE(QString::number(text.toLongLong()), text);
+    }
+}
+
+void TimeStampManagerTest::ninetySecondsAheadMakesNinetySecondsDifference()
+{
+    TimeStampManager manager;
+    manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + 90, Qt::UTC));
+    QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
+    VERIFY_IS_NOW_PLUS(manager.timeStamp().toLongLong(), manager.serverTimeDifference());
+}
+
+void TimeStampManagerTest::theSameServerTimeAgainChangesNothing()
+{
+    TimeStampManager manager;
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        manager.setServerTimeDifference(0);
+        const qint64 started = now();
+        const QDateTime serverTime = QDateTime::fromSecsSinceEpoch(started + 90, Qt::UTC);
+        manager.syncToTime(serverTime);
+        const int once = manager.serverTimeDifference();
+        manager.syncToTime(serverTime);
+        const int twice = manager.serverTimeDifference();
+        if (now() != started)
+            continue; // the device's clock went on meanwhile: ask again
+        QCOMPARE(once, 90);
+        QCOMPARE(twice, 90);
+        return;
+    }
+    QFAIL("The clock ticked during each of five attempts");
+}
+
+void TimeStampManagerTest::theServersZoneDoesNotMatter()
+{
+    TimeStampManager manager;
+    manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + 90, Qt::OffsetFromUTC, 5 * 3600));
+    QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
+}
+
+void TimeStampManagerTest::aLaterServerTimeReplacesTheFormerDifference()
+{
+    TimeStampManager manager;
+    for (const int offset : {90, 5000, -7200, 0}) {
+        manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + offset, Qt::UTC));
+        QVERIFY2(qAbs(manager.serverTimeDifference() - offset) <= 1,
+                 qPrintable(QString::number(manager.serverTimeDifference())));
+    }
+}
+
+void TimeStampManagerTest::anInvalidTimeChangesNothing()
+{
+    TimeStampManager manager;
+    manager.setServerTimeDifference(90);
+    manager.syncToTime(QDateTime());
+    QCOMPARE(manager.serverTimeDifference(), 90);
+    manager.syncToTime(QDateTime(QDate(2010, 2, 30), QTime(0, 0), Qt::UTC));
+    QCOMPARE(manager.serverTimeDifference(), 90);
+    QCOMPARE(manager.secsTo(QDateTime()), Q_INT64_C(0));
+}
+
+void TimeStampManagerTest::absurdYearsAreClamped()
+{
+    TimeStampManager manager;
+    manager.syncToTime(inUtc(9999));
+    QCOMPARE(manager.serverTimeDifference(), highest);
+    manager.syncToTime(inUtc(9999));
+    QCOMPARE(manager.serverTimeDifference(), highest);
+    manager.setServerTimeDifference(0);
+    manager.syncToTime(inUtc(100));
+    QCOMPARE(manager.serverTimeDifference(), lowest);
+    manager.syncToTime(inUtc(-4000));
+    QCOMPARE(manager.serverTimeDifference(), lowest);
+}
+
+void TimeStampManagerTest::theTimeStampIsNeverNegative()
+{
+    TimeStampManager manager;
+    manager.setServerTimeDifference(lowest);
+    QCOMPARE(manager.toTime_t(), Q_INT64_C(0));
+    QCOMPARE(manager.timeStamp(), QStringLiteral("0"));
+    QCOMPARE(manager.currentServerTime().toSecsSinceEpoch(), Q_INT64_C(0));
+}
+
+void TimeStampManagerTest::theRightTimeAfterAnAbsurdOneIsReached()
+{
+    for (const int year : {9999, -4000}) {
+        TimeStampManager manager;
+        manager.syncToTime(inUtc(year));
+        manager.syncToTime(QDateTime::fromSecsSinceEpoch(now(), Qt::UTC));
+        QVERIFY2(qAbs(manager.serverTimeDifference()) <= 1,
+                 qPrintable(QString::number(manager.serverTimeDifference())));
+    }
+}
+
+QTEST_APPLESS_MAIN(TimeStampManagerTest)
+#include "tst_timestampmanager.moc"
