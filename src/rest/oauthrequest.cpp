@@ -27,8 +27,8 @@ void appendParameter(QByteArray& header, const char* name, const QString& value)
 } // namespace
 
 OAuthRequest::OAuthRequest(ISignatureProvider& provider, QString const& consumerKey,
-                           QString const& second, NetRequestType type, QString const& language)
-    : HttpRequest(consumerKey, type), mConsumerKey(consumerKey), mSecond(second),
+                           QString const& baseAddress, NetRequestType type, QString const& language)
+    : HttpRequest(consumerKey, type), mConsumerKey(consumerKey), mBaseAddress(baseAddress),
       mLanguage(language), mProvider(provider)
 {
 }

@@ -16,9 +16,9 @@ namespace KelRestHandler {
 class OAuthRequest : public HttpRequest
 {
 public:
-    /// `second` is kept for subclasses; `language` becomes the "Accept-Language" header.
+    /// `baseAddress` is kept for subclasses; `language` becomes the "Accept-Language" header.
     /// The provider must outlive the request.
-    OAuthRequest(ISignatureProvider& provider, QString const& consumerKey, QString const& second,
+    OAuthRequest(ISignatureProvider& provider, QString const& consumerKey, QString const& baseAddress,
                  NetRequestType type, QString const& language);
     OAuthRequest(OAuthRequest const& other) = default;
     OAuthRequest& operator=(OAuthRequest const&) = delete;
@@ -52,11 +52,11 @@ public:
     QString getLanguage() const { return mLanguage; }
 
 protected:
-    QString secondString() const { return mSecond; }
+    QString baseAddress() const { return mBaseAddress; }
 
 private:
     QString mConsumerKey;
-    QString mSecond;
+    QString mBaseAddress;
     QString mLanguage;
     ISignatureProvider& mProvider;
 };

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/networkhandler.h"
+
+#include "common/logging.h"
+#include "rest/httpresponse.h"
+#include "rest/networkreplycontainer.h"
+#include "rest/replyproperties.h"
+
+#include <QNetworkRequest>
+#include <QSslConfiguration>
+
+#include <algorithm>
+
+namespace KelRestHandler {
+
+namespace {
+
+// "https_proxy" takes precedence and serves for plain and secure connections alike.
+void installProxyFromEnvironment()
+{
+    const QString plain = qEnvironmentVariable("http_proxy");
+    const QString secure = qEnvironmentVariable("https_proxy");
+    const QUrl address(secure.isEmpty() ? plain : secure);
+    if (address.host().isEmpty())
+        return;
+    constexpr int httpPort = 80;
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(
+        QNetworkProxy::HttpProxy, address.host(),
+        static_cast<quint16>(address.port(httpPort)), address.userName(),
+        address.password()));
+}
+
+// A language comes from the application: a line break in it must not start a header of its own.
+QByteArray headerBytes(const QString& text)
+{
+    QByteArray bytes = text.toLatin1();
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    bytes.truncate(static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl)
+                                    - bytes.begin()));
+    return bytes;
+}
+
+// Status line, header lines, an empty line, body: what the processor searches for date and document.
+QString replyText(QNetworkReply* reply)
+{
+    QString text = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString()
+                   + QLatin1Char(' ')
+                   + reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()
+                   + QLatin1String("\r\n");
+    const auto headers = reply->rawHeaderPairs();
+    for (const auto& header : headers) {
+        text += QString::fromLatin1(header.first) + QLatin1String(": ")
+                + QString::fromLatin1(header.second) + QLatin1String("\r\n");
+    }
+    return text + QLatin1String("\r\n") + QString::fromUtf8(reply->readAll());
+}
+
+} // namespace
+
+NetworkHandler::NetworkHandler(QObject* parent)
+    : ServiceSignals(parent), mProcessor(nullptr), mLatency(&mManager, nullptr)
+{
+    connect(&mManager, &QNetworkAccessManager::finished, this, &NetworkHandler::onFinished,
+            Qt::QueuedConnection);
+    connect(&mManager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
+    connect(&mManager, &QNetworkAccessManager::authenticationRequired, this,
+            &NetworkHandler::onAuthenticationRequired);
+    connect(&mManager, &QNetworkAccessManager::proxyAuthenticationRequired, this,
+            &NetworkHandler::onProxyAuthenticationRequired);
+    installProxyFromEnvironment();
+    relay(&mProcessor, this);
+}
+
+int NetworkHandler::sendNetWorkRequest(HttpRequest* request, NetRequestType type)
+{
+    return postRequest(*request, type).result;
+}
+
+int NetworkHandler::sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRequestType type)
+{
+    const Posted posted = postRequest(*request, type);
+    if (posted.reply)
+        request.release()->setParent(posted.reply);
+    return posted.result;
+}
+
+QNetworkReply* NetworkHandler::post(const QNetworkRequest& request, const QByteArray& body)
+{
+    return mManager.post(request, body);
+}
+
+NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, NetRequestType type)
+{
+    if (type < firstNetRequestType || type > lastNetRequestType) {
+        qCCritical(logRest, "sendNetWorkRequest: invalid request type");
+        return {-1, nullptr};
+    }
+
+    QNetworkRequest message(request.getUrl());
+    const auto headers = request.getHeaders();
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
+        message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
+    message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
+
+    QNetworkReply* const reply = post(message, request.getHttpBody().toUtf8());
+    if (!reply) {
+        qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
+        return {0, nullptr};
+    }
+    reply->setProperty(ReplyProperty::requestType, static_cast<int>(type));
+    reply->setProperty(ReplyProperty::consumerKey, request.getConsumerKey());
+    reply->setProperty(ReplyProperty::requestId, request.getRequestId());
+    reply->setProperty(ReplyProperty::timedOut, 0);
+
+    auto* const guard = new NetworkReplyContainer(reply);
+    connect(guard, &NetworkReplyContainer::requestTimedOut, this,
+            &NetworkHandler::onNetworkRequestTimedOut);
+    return {0, reply};
+}
+
+void NetworkHandler::onFinished(QNetworkReply* reply)
+{
+    // A reply without the mark was not sent from here; one that timed out has been answered.
+    const QVariant timedOut = reply->property(ReplyProperty::timedOut);
+    if (!timedOut.isValid() || timedOut.toInt() != 0)
+        return;
+    if (reply->property(ReplyProperty::oversized).toBool())
+        process(reply, QNetworkReply::ProtocolFailure, QString());
+    else
+        process(reply, reply->error(), replyText(reply));
+}
+
+void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
+{
+    if (!reply) {
+        qCCritical(logRest, "Empty pointer in NetworkHandler::onNetworkRequestTimedOut");
+        return;
+    }
+    if (reply->property(ReplyProperty::timedOut).toInt() == 0)
+        return;
+    reply->abort();
+    process(reply, QNetworkReply::TimeoutError, QString());
+}
+
+void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError error,
+                             const QString& text)
+{
+    const QVariant type = reply->property(ReplyProperty::requestType);
+    const QVariant consumerKey = reply->property(ReplyProperty::consumerKey);
+    const QVariant requestId = reply->property(ReplyProperty::requestId);
+    if (!type.isValid() || !consumerKey.isValid() || !requestId.isValid())
+        return;
+
+    auto* const response =
+        new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
+    reply->deleteLater();
+    // A receiver may delete this object: nothing of it is used afterwards.
+    mProcessor.processResponseFromServer(type.toInt(), response);
+    response->deleteLater();
+}
+
+// TLS errors are never ignored: the reply ends with the handshake's error.
+void NetworkHandler::onSslErrors(QNetworkReply* reply, QList<QSslError> const& /*errors*/)
+{
+    const QSslConfiguration configuration = reply->sslConfiguration();
+    Q_UNUSED(configuration)
+}
+
+// No credentials are offered: the reply ends with the error of the missing authentication.
+void NetworkHandler::onAuthenticationRequired(QNetworkReply* /*reply*/,
+                                              QAuthenticator* /*authenticator*/)
+{
+}
+
+void NetworkHandler::onProxyAuthenticationRequired(QNetworkProxy const& /*proxy*/,
+                                                   QAuthenticator* /*authenticator*/)
+{
+}
+
+// Qt gave this notification up; a network that is away shows in each reply.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+void NetworkHandler::onNetworkAccessibleChanged(
+    QNetworkAccessManager::NetworkAccessibility /*accessible*/)
+{
+}
+QT_WARNING_POP
+
+} // namespace KelRestHandler

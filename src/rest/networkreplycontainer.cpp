@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/networkreplycontainer.h"
+
+#include "rest/replyproperties.h"
+
+#include <QTimerEvent>
+
+#include <atomic>
+
+namespace KelRestHandler {
+
+namespace {
+std::atomic<int> guardTime{60000};
+} // namespace
+
+NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply) : QObject(reply), mReply(reply)
+{
+    connect(reply, &QNetworkReply::metaDataChanged, this,
+            &NetworkReplyContainer::endOversizedReply);
+    connect(reply, &QNetworkReply::readyRead, this, &NetworkReplyContainer::endOversizedReply);
+    startTimer(guardTime);
+}
+
+void NetworkReplyContainer::setGuardMilliseconds(int milliseconds)
+{
+    guardTime = milliseconds;
+}
+
+int NetworkReplyContainer::guardMilliseconds()
+{
+    return guardTime;
+}
+
+void NetworkReplyContainer::timerEvent(QTimerEvent* event)
+{
+    killTimer(event->timerId());
+    mReply->setProperty(ReplyProperty::timedOut, 1);
+    Q_EMIT requestTimedOut(mReply);
+}
+
+void NetworkReplyContainer::endOversizedReply()
+{
+    const qint64 announced = mReply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    if (qMax(announced, mReply->bytesAvailable()) <= maximumReplyBytes || mReply->isFinished())
+        return;
+    mReply->setProperty(ReplyProperty::oversized, true);
+    mReply->abort();
+}
+
+} // namespace KelRestHandler

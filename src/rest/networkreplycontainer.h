@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QNetworkReply>
+#include <QObject>
+
+namespace KelRestHandler {
+
+/// Guards one reply: reports when no answer came in time, and ends a reply that grows past all
+/// measure. It is a child of the reply and dies with it.
+class NetworkReplyContainer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Nothing that the service sends comes near this; what does is not held in memory.
+    static constexpr qint64 maximumReplyBytes = 8 * 1024 * 1024;
+
+    explicit NetworkReplyContainer(QNetworkReply* reply);
+
+    /// Shortens the guard of replies made from now on, for tests. Applications always get 60 s.
+    static void setGuardMilliseconds(int milliseconds);
+    static int guardMilliseconds();
+
+Q_SIGNALS:
+    void requestTimedOut(QNetworkReply* reply);
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    void endOversizedReply();
+
+    QNetworkReply* mReply;
+};
+
+} // namespace KelRestHandler

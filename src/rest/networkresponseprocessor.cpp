@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/networkresponseprocessor.h"
+
+#include "common/logging.h"
+#include "rest/msgparser.h"
+#include "rest/netrequesttype.h"
+
+#include <kelaccount/errorstatus.h>
+
+#include <QLocale>
+
+#include <algorithm>
+#include <iterator>
+
+using namespace KelAccount;
+
+namespace KelRestHandler {
+
+namespace {
+
+struct TransportStatus
+{
+    QNetworkReply::NetworkError error;
+    int status;
+};
+
+// HTTP 403 has a status without a member.
+constexpr int contentAccessDenied = 413;
+
+constexpr TransportStatus transportStatuses[] = {
+    {QNetworkReply::ConnectionRefusedError, ErrorConnectionRefused},
+    {QNetworkReply::RemoteHostClosedError, ErrorRemoteHostClosed},
+    {QNetworkReply::HostNotFoundError, ErrorHostNotFound},
+    {QNetworkReply::TimeoutError, ErrorTimeout},
+    {QNetworkReply::OperationCanceledError, ErrorOperationCanceled},
+    {QNetworkReply::SslHandshakeFailedError, ErrorSslHandshakeFailed},
+    {QNetworkReply::TemporaryNetworkFailureError, ErrorTemporaryNetworkFailure},
+    {QNetworkReply::UnknownNetworkError, ErrorUnknownNetwork},
+    {QNetworkReply::ProxyConnectionRefusedError, ErrorProxyConnectionRefused},
+    {QNetworkReply::ProxyConnectionClosedError, ErrorProxyConnectionClosed},
+    {QNetworkReply::ProxyNotFoundError, ErrorProxyNotFound},
+    {QNetworkReply::ProxyTimeoutError, ErrorProxyTimeout},
+    {QNetworkReply::ProxyAuthenticationRequiredError, ErrorProxyAuthenticationRequired},
+    {QNetworkReply::UnknownProxyError, ErrorUnknownProxy},
+    {QNetworkReply::ContentAccessDenied, contentAccessDenied},
+    {QNetworkReply::ContentOperationNotPermittedError, ErrorContentOperationNotPermitted},
+    {QNetworkReply::ContentNotFoundError, ErrorContentNotFound},
+    // A missing authentication is the service's refusal, not the network's.
+    {QNetworkReply::AuthenticationRequiredError, ErrorNotAuthorized},
+    {QNetworkReply::ContentReSendError, ErrorContentReSend},
+    {QNetworkReply::UnknownContentError, ErrorUnknownContent},
+    {QNetworkReply::ProtocolUnknownError, ErrorProtocolUnknown},
+    {QNetworkReply::ProtocolInvalidOperationError, ErrorProtocolInvalidOperation},
+    {QNetworkReply::ProtocolFailure, ErrorProtocolFailure},
+};
+
+const auto dateHeader = QLatin1String("Date:");
+const auto lineEnd = QLatin1String("\r\n");
+const auto declaration = QLatin1String("<?xml");
+
+} // namespace
+
+NetworkResponseProcessor::NetworkResponseProcessor(QObject* parent)
+    : ServiceSignals(parent), mTimeStampManager(TimeStampManager::getTimeStampManager())
+{
+    if (!mTimeStampManager)
+        qFatal("Unable to retrieve the timestam manager object");
+}
+
+int NetworkResponseProcessor::processResponseFromServer(int requestType, HttpResponse* response)
+{
+    if (!response)
+        return -1;
+    retrieveServerTimeFromResponse(response);
+    const Processor process = processorFor(requestType);
+    if (!process) {
+        qCCritical(logRest,
+                   "NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning");
+        return -1;
+    }
+    (this->*process)(response);
+    return 0;
+}
+
+int NetworkResponseProcessor::convertNetworkErrorCodeToEnablerErrorCode(
+    QNetworkReply::NetworkError error)
+{
+    const auto row = std::find_if(std::begin(transportStatuses), std::end(transportStatuses),
+                                  [error](const TransportStatus& r) { return r.error == error; });
+    return row != std::end(transportStatuses) ? row->status : ErrorUndefined;
+}
+
+NetworkResponseProcessor::Processor NetworkResponseProcessor::processorFor(int requestType)
+{
+    struct Row
+    {
+        NetRequestType type;
+        Processor process;
+    };
+    using P = NetworkResponseProcessor;
+    static constexpr Row rows[] = {
+        {RetrieveUserNameAvailability, &P::processUsernameAvailabilityResponse},
+    };
+    const auto row = std::find_if(std::begin(rows), std::end(rows),
+                                  [requestType](const Row& r) { return r.type == requestType; });
+    return row != std::end(rows) ? row->process : nullptr;
+}
+
+void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* response)
+{
+    const QString data = response->getData();
+    const int header = data.indexOf(dateHeader);
+    if (header < 0) {
+        response->setServerTime(QDateTime::currentDateTime());
+        return;
+    }
+    const int begin = header + dateHeader.size();
+    const int end = data.indexOf(lineEnd, begin);
+    QString text = data.mid(begin, end < 0 ? -1 : end - begin);
+    text = text.remove(QLatin1String(" GMT")).trimmed();
+
+    // The names of days and months are English whatever the user's language (RFC 7231, 7.1.1.1).
+    QDateTime time = QLocale(QLocale::English, QLocale::UnitedStates)
+                         .toDateTime(text, QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
+    time.setTimeSpec(Qt::UTC);
+    response->setServerTime(time);
+    mTimeStampManager->syncToTime(time);
+}
+
+void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,
+                                                      QDomNode& responseElement,
+                                                      RequestInfoData& info)
+{
+    const QString data = response->getData();
+    if (data.contains(declaration))
+        parseErrorResponseXml(info, data, responseElement);
+    // Undecided: there was no document, or one that reports no error.
+    if (info.statusCode == ErrorMax) {
+        info.statusCode = response->errorCode() == QNetworkReply::NoError
+                              ? ErrorNone
+                              : convertNetworkErrorCodeToEnablerErrorCode(response->errorCode());
+    }
+}
+
+void NetworkResponseProcessor::parseErrorResponseXml(RequestInfoData& info, const QString& data,
+                                                     QDomNode& responseElement)
+{
+    info.statusCode = ErrorMax;
+    responseElement = MsgParser::processXml(info, data.mid(data.indexOf(declaration)));
+    if (info.statusCode == ErrorUndefined)
+        MsgParser::parseErrorxml(info, responseElement);
+}
+
+int NetworkResponseProcessor::updateResponseWithBasicData(HttpResponse* response,
+                                                          RESTResponseBase& base,
+                                                          const RequestInfoData& info)
+{
+    if (!response)
+        return -1;
+    base.consumerKey = response->getConsumerKey();
+    base.serverTime = response->getServerTime();
+    base.status = info.statusCode;
+    base.requestId = response->getRequestId();
+    return 0;
+}
+
+NetworkResponseProcessor::Outcome NetworkResponseProcessor::decide(HttpResponse* response)
+{
+    Outcome outcome;
+    outcome.info.statusCode = ErrorMax;
+    checkForErrorResponses(response, outcome.document, outcome.info);
+    return outcome;
+}
+
+void NetworkResponseProcessor::processUsernameAvailabilityResponse(HttpResponse* response)
+{
+    Outcome outcome = decide(response);
+    UserNameAvailabilityResponse answer;
+    answer.available = outcome.info.statusCode == ErrorNone;
+    // HTTP 422 with suggestions is how the service says that a name is taken.
+    if (outcome.info.statusCode == ErrorUnknownContent) {
+        MsgParser::parseUserNameSuggestionsResponseNode(answer.suggestions, outcome.document);
+        if (!answer.suggestions.isEmpty())
+            outcome.info.statusCode = ErrorNone;
+    }
+    updateResponseWithBasicData(response, answer, outcome.info);
+    Q_EMIT userNameAvailabilityResponse(answer);
+}
+
+} // namespace KelRestHandler
