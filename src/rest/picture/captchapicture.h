@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QByteArray>
+
+#include <functional>
+
+class QPixmap;
+
+namespace KelRestHandler {
+
+/// Calls `use` once, at once, with the picture that the bytes hold in any format that Qt reads, or
+/// with a null picture when they hold none, or when there is no QGuiApplication to hold pictures.
+///
+/// Qt Gui costs a process several megabytes and milliseconds, and few processes ever see a captcha.
+/// So the shared library does not link it: the function stands in a module that is loaded when the
+/// first picture is wanted. Programs of the build tree link it directly.
+void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const QPixmap&)>& use);
+
+} // namespace KelRestHandler
