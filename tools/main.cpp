@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "clientsettings.h"
+#include "commands.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QLoggingCategory>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitCode { exitSuccess = 0, exitOtherStatus = 1, exitMisuse = 2, exitNoAnswer = 3 };
+
+void printHelp()
+{
+    std::puts("usage: kelaccount [OPTIONS] COMMAND [ARGUMENTS]\n"
+              "\n"
+              "Calls one operation of the account service and prints its answer.\n"
+              "\n"
+              "Commands:");
+    for (const Command& command : commands()) {
+        std::printf("  %s  %s\n",
+                    (QLatin1String(command.name) + QLatin1Char(' ')
+                     + QLatin1String(command.arguments))
+                        .leftJustified(28)
+                        .toLatin1()
+                        .constData(),
+                    command.summary);
+    }
+    std::puts("\n"
+              "Options:\n"
+              "  --consumer-key KEY           the application's key, or KELACCOUNT_CONSUMER_KEY\n"
+              "  --consumer-secret-file FILE  its secret, or KELACCOUNT_CONSUMER_SECRET; never an\n"
+              "                               argument, which every user of the machine can read\n"
+              "  --server SERVER              production (default), staging, test-a to test-d, or\n"
+              "                               the server's index\n"
+              "  --service NAME               the service to sign in to\n"
+              "  --timeout SECONDS            how long to wait for the answer (70)\n"
+              "  --json                       one line of JSON instead of text\n"
+              "  --verbose                    show the library's log\n"
+              "  --help, --version\n"
+              "\n"
+              "Exit status: 0 for status 0, 1 for any other status, 2 for misuse, 3 when no answer\n"
+              "came.");
+}
+
+int misuse(const QString& problem)
+{
+    std::fprintf(stderr, "kelaccount: %s\n", printable(problem).toLocal8Bit().constData());
+    return exitMisuse;
+}
+
+int run(const ClientSettings& settings, const Command& command)
+{
+    KelAccount::KelAccounts accounts;
+    accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
+                        settings.service, QVariantMap());
+
+    const QString call = QLatin1String(command.operation) + QLatin1Char('(')
+                         + settings.arguments.join(QLatin1String(", ")) + QLatin1Char(')');
+    QElapsedTimer clock;
+    clock.start();
+    command.start(accounts, &accounts, settings.arguments, [&](const Outcome& outcome) {
+        printOutcome(call, outcome, static_cast<double>(clock.nsecsElapsed()) / 1e6,
+                     settings.json);
+        QCoreApplication::exit(outcome.status == 0 ? exitSuccess : exitOtherStatus);
+    });
+    QTimer::singleShot(settings.timeLimitSeconds * 1000, &accounts, [&] {
+        std::fprintf(stderr, "kelaccount: no answer within %d s\n", settings.timeLimitSeconds);
+        QCoreApplication::exit(exitNoAnswer);
+    });
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QString problem;
+    ClientSettings settings =
+        ClientSettings::read(QCoreApplication::arguments().mid(1), problem);
+    if (!problem.isEmpty())
+        return misuse(problem);
+    if (settings.wish == ClientSettings::Wish::ShowHelp) {
+        printHelp();
+        return exitSuccess;
+    }
+    if (settings.wish == ClientSettings::Wish::ShowVersion) {
+        std::puts("kelaccount " KELACCOUNT_VERSION);
+        return exitSuccess;
+    }
+    const Command* const command = findCommand(settings.command);
+    if (!command) {
+        return misuse(settings.command.isNull()
+                          ? QStringLiteral("no command given; kelaccount --help lists them")
+                          : QStringLiteral("unknown command '%1'; kelaccount --help lists them")
+                                .arg(settings.command));
+    }
+    if (settings.arguments.size() != command->argumentCount()) {
+        return misuse(QStringLiteral("usage: kelaccount %1 %2")
+                          .arg(QLatin1String(command->name), QLatin1String(command->arguments)));
+    }
+    settings.findCredentials(problem);
+    if (!problem.isEmpty())
+        return misuse(problem);
+    // The status says what happened; the log is for who looks into it.
+    if (!settings.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
+    return run(settings, *command);
+}

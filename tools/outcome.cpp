@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "outcome.h"
+
+#include <kelaccount/commonutils.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace {
+
+void printLine(const QString& text)
+{
+    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stdout);
+}
+
+QString textOf(const QVariant& value)
+{
+    if (value.type() == QVariant::StringList) {
+        const QStringList items = value.toStringList();
+        return items.isEmpty() ? QStringLiteral("-") : printable(items.join(QLatin1String(", ")));
+    }
+    const QString text = value.toString();
+    return text.isEmpty() ? QStringLiteral("-") : printable(text);
+}
+
+void printForPeople(const QString& call, const Outcome& outcome, double milliseconds)
+{
+    constexpr int nameWidth = 14;
+    const auto row = [](const QString& name, const QString& value) {
+        printLine(QLatin1String("  ") + name.leftJustified(nameWidth) + value);
+    };
+    printLine(printable(call));
+    row(QStringLiteral("signal"), outcome.signal);
+    row(QStringLiteral("status"),
+        QString::number(outcome.status) + QLatin1Char(' ')
+            + CommonUtils::ConvertErrorCodeToString(outcome.status));
+    for (const auto& value : outcome.values)
+        row(value.first, textOf(value.second));
+    row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
+}
+
+void printAsJson(const Outcome& outcome, double milliseconds)
+{
+    QJsonObject object{
+        {QStringLiteral("signal"), outcome.signal},
+        {QStringLiteral("status"), outcome.status},
+        {QStringLiteral("statusName"), CommonUtils::ConvertErrorCodeToString(outcome.status)},
+        {QStringLiteral("milliseconds"), milliseconds},
+    };
+    for (const auto& value : outcome.values)
+        object.insert(value.first, QJsonValue::fromVariant(value.second));
+    std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
+               stdout);
+}
+
+} // namespace
+
+void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json)
+{
+    if (json)
+        printAsJson(outcome, milliseconds);
+    else
+        printForPeople(call, outcome, milliseconds);
+    std::fflush(stdout);
+}
+
+QString printable(const QString& text)
+{
+    QString result;
+    for (const QChar c : text) {
+        if (c.category() == QChar::Other_Control)
+            result += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            result += c;
+    }
+    return result;
+}

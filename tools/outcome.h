@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+#include <utility>
+#include <vector>
+
+/// One answer of the library, as the client reports it.
+struct Outcome
+{
+    QString signal;
+    int status = 0;
+    std::vector<std::pair<QString, QVariant>> values; ///< what the signal carried, by name
+};
+
+/// Prints an outcome on standard output, for people or as one line of JSON.
+void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json);
+
+/// Makes text safe for a terminal: control characters are shown as \xNN.
+QString printable(const QString& text);
