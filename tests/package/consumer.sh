@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# Installs the build into a folder of its own, builds the examples against it, once found by CMake
+# and once by pkg-config, and runs one.
+set -euo pipefail
+source=$1
+build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/prefix" >"$work/install.log" ||
+    { cat "$work/install.log"; exit 1; }
+headers=$(cd "$work/prefix/include" && find . -type f | sort)
+expected=$(cd "$source/include" && find . -type f | sort)
+[ "$headers" = "$expected" ] || { echo "installed headers differ:"; echo "$headers"; exit 1; }
+
+sanitize=$(sed -n 's/^KELACCOUNT_SANITIZE:STRING=//p' "$build/CMakeCache.txt")
+flags=${sanitize:+-fsanitize=$sanitize}
+cmake -S "$source/examples" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+    -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log" 2>&1 ||
+    { cat "$work/configure.log"; exit 1; }
+cmake --build "$work/cmake"
+
+libdir=$(dirname "$(find "$work/prefix" -name libaccounts-kel.so)")
+export PKG_CONFIG_PATH="$libdir/pkgconfig"
+# shellcheck disable=SC2046
+g++ -std=c++17 -fPIC $flags -o "$work/by-pkg-config" "$source/examples/is-user-free.cpp" \
+    $(pkg-config --cflags --libs accounts-kel) \
+    -Wl,-rpath,"$libdir"
+
+# Without an argument it says how it is used; with one and no key, initialize refuses and so does
+# the call.
+"$work/cmake/is-user-free" && { echo "no argument was no misuse"; exit 1; }
+for program in "$work/cmake/is-user-free" "$work/by-pkg-config"; do
+    output=$(env -u KELACCOUNT_CONSUMER_KEY "$program" alice) && { echo "no failure: $output"; exit 1; }
+    [ "$output" = "ZorKeLDefs::ErrorInitializationPending" ] || { echo "got: $output"; exit 1; }
+done
+[ -e "$libdir/libaccounts-kel.so.1" ] || { echo "no libaccounts-kel.so.1"; exit 1; }
+[ -e "$libdir/libaccounts-kel/picture.so" ] || { echo "no picture module"; exit 1; }
