@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "account/kelaccountsprivate.h"
+#include "rest/timestampmanager.h"
+#include "support/messagelog.h"
+
+#include <kelaccount/kelaccounts.h>
+#include <kelaccount/profileinfo.h>
+
+#include <QGuiApplication>
+#include <QMetaMethod>
+#include <QNetworkProxy>
+#include <QPixmap>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTest>
+
+using KelAccount::ErrorStatus;
+using KelAccount::KelAccounts;
+using KelAccount::KelAccountsPrivate;
+
+namespace {
+
+constexpr int patience = 5000;
+// On the way to a TLS server, Qt 5.15 reports a proxy that refuses as an unknown network failure.
+constexpr int refusedProxy = KelAccount::ErrorUnknownNetwork;
+const auto key = QStringLiteral("key");
+const auto secret = QStringLiteral("secret");
+const auto service = QStringLiteral("service");
+
+// The signals of the facade in their order, with the status and what follows it.
+const char* const publicSignals[] = {
+    "initializeResponse(KelAccount::ErrorStatus)",
+    "isUserIdAvailableResponse(KelAccount::ErrorStatus,bool,QStringList)",
+    "captchaImageResponse(KelAccount::ErrorStatus,QPixmap)",
+    "retrieveCaptchaImageResponse(KelAccount::ErrorStatus,QPixmap,QString)",
+    "registerAccountResponse(KelAccount::ErrorStatus,QVariantMap)",
+    "securityQuestionListResponse(KelAccount::ErrorStatus,QVariantMap)",
+    "detectPreAccountResponse(KelAccount::ErrorStatus,KelAccount::PreAccountInfo)",
+    "termsOfServiceResponse(KelAccount::ErrorStatus,QVariantMap)",
+    "signInAndConfigureResponse(KelAccount::ErrorStatus,QVariantMap)",
+    "isEmailIdAvailableResponse(KelAccount::ErrorStatus,bool)",
+    "marketingVariantResponse(KelAccount::ErrorStatus,KelAccount::ConsentQueryVariant)",
+    "requestPasswordResetResponse(KelAccount::ErrorStatus)",
+    "downloadProfileResponse(KelAccount::ErrorStatus,KelAccount::ProfileInfo*)",
+    "updateSecurityQuestionResponse(KelAccount::ErrorStatus)",
+    "ensureTokenAvailableResponse(KelAccount::ErrorStatus)",
+    "changePasswordResponse(KelAccount::ErrorStatus)",
+    "userIdUpdateResponse(KelAccount::ErrorStatus)",
+    "retrievePasswordResetSecQuestionResponse(KelAccount::ErrorStatus,QVariantMap)",
+    "resetPasswordUsingSecurityQuestionResponse(KelAccount::ErrorStatus)",
+    "closeResponse(KelAccount::ErrorStatus)",
+    "retrieveCountryCodeResponse(KelAccount::ErrorStatus,QString)",
+};
+
+} // namespace
+
+class OldStyleReceiver : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<int> statuses;
+
+public Q_SLOTS:
+    void onInitialized(int status) { statuses.append(status); }
+};
+
+class TestKelAccounts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        qunsetenv("http_proxy");
+        qunsetenv("https_proxy");
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    }
+
+    void theSignalsStandInTheirOrder()
+    {
+        QStringList found;
+        const QMetaObject& meta = KelAccounts::staticMetaObject;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+            if (meta.method(i).methodType() == QMetaMethod::Signal)
+                found.append(QString::fromLatin1(meta.method(i).methodSignature()));
+        }
+        QStringList expected;
+        for (const char* signal : publicSignals)
+            expected.append(QString::fromLatin1(signal));
+        QCOMPARE(found, expected);
+    }
+
+    void theSignalTypesAreKnownToQt()
+    {
+        const KelAccounts accounts;
+        QCOMPARE(QMetaType::type("KelAccount::ErrorStatus"), int(QMetaType::Int));
+        QCOMPARE(QMetaType::type("KelAccount::ConsentQueryVariant"), int(QMetaType::Int));
+        QVERIFY(QMetaType::type("KelAccount::PreAccountInfo") != QMetaType::UnknownType);
+        QVERIFY(QMetaType::type("KelAccount::ProfileInfo*") != QMetaType::UnknownType);
+        QVERIFY(QMetaType::type("ResponseType") != QMetaType::UnknownType);
+    }
+
+    void bothConnectionStylesWork()
+    {
+        KelAccounts accounts;
+        OldStyleReceiver receiver;
+        QVERIFY(connect(&accounts, SIGNAL(initializeResponse(KelAccount::ErrorStatus)), &receiver,
+                        SLOT(onInitialized(int))));
+        connect(&accounts, &KelAccounts::initializeResponse, &receiver,
+                [&](ErrorStatus status) { receiver.statuses.append(100 + status); });
+        accounts.initialize(key, secret, 2, service, QVariantMap());
+        QCOMPARE(receiver.statuses, QList<int>({0, 100}));
+    }
+
+    void initializeSucceedsFromInsideTheCall()
+    {
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::initializeResponse);
+        accounts.initialize(key, secret, 2, service, QVariantMap());
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(spy.first().at(0).toInt(), 0);
+        QTest::qWait(20);
+        QCOMPARE(spy.count(), 1);
+    }
+
+    void initializeRefusesAnEmptyKeyOrSecretLater_data()
+    {
+        QTest::addColumn<QString>("consumerKey");
+        QTest::addColumn<QString>("consumerSecret");
+        QTest::newRow("no key") << QString() << secret;
+        QTest::newRow("no secret") << key << QString();
+        QTest::newRow("neither") << QString() << QString();
+    }
+
+    void initializeRefusesAnEmptyKeyOrSecretLater()
+    {
+        QFETCH(QString, consumerKey);
+        QFETCH(QString, consumerSecret);
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::initializeResponse);
+        accounts.initialize(consumerKey, consumerSecret, 2, service, QVariantMap());
+        QCOMPARE(spy.count(), 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 1001);
+        accounts.initialize(key, secret, 2, service, QVariantMap());
+        QCOMPARE(spy.count(), 2);
+        QCOMPARE(spy.last().at(0).toInt(), 0);
+    }
+
+    void aSecondInitializeIsRefusedAndChangesNothing()
+    {
+        KelAccountsPrivate orchestrator(nullptr);
+        QSignalSpy spy(&orchestrator, &KelAccountsPrivate::initializeResponse);
+        orchestrator.initialize(key, secret, 2, service, QVariantMap());
+        const QString signature = orchestrator.createSignature(QString(), QStringLiteral("b"), false);
+        orchestrator.initialize(QStringLiteral("other"), QStringLiteral("other"), 0, service,
+                                QVariantMap());
+        QCOMPARE(spy.count(), 1);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.last().at(0).toInt(), 1000);
+        QCOMPARE(orchestrator.createSignature(QString(), QStringLiteral("b"), false), signature);
+    }
+
+    void aSecondInitializeIsRefusedBeforeItsArgumentsAreLookedAt()
+    {
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::initializeResponse);
+        accounts.initialize(key, secret, 2, service, QVariantMap());
+        accounts.initialize(QString(), QString(), 2, service, QVariantMap());
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.last().at(0).toInt(), 1000);
+    }
+
+    void theRetiredInitialiserIsAlwaysRefused()
+    {
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::initializeResponse);
+        accounts.initValues(key, secret, 2);
+        QCOMPARE(spy.count(), 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 1000);
+    }
+
+    void anEmptyNameIsRefusedBeforeTheStateIsLookedAt()
+    {
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
+        accounts.isUserIdAvailable(QString());
+        QCOMPARE(spy.count(), 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 1001);
+        QCOMPARE(spy.first().at(1).toBool(), false);
+        QCOMPARE(spy.first().at(2).toStringList(), QStringList());
+    }
+
+    void callsBeforeInitializeAreRefused()
+    {
+        KelAccounts accounts;
+        QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
+        accounts.isUserIdAvailable(QStringLiteral("alice"));
+        QCOMPARE(spy.count(), 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 802);
+    }
+
+    void everyDeferredErrorGoesOutOnItsSignal_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("signal");
+        // the type's number, and the number of its signal in the list above
+        const QList<QPair<int, int>> rows = {{0, 0},   {1, 1},   {2, 2},   {3, 4},   {4, 5},
+                                             {5, 6},   {6, 7},   {7, 9},   {8, 10},  {9, 8},
+                                             {10, 11}, {11, 12}, {12, 13}, {13, 14}, {14, 15},
+                                             {15, 16}, {16, 17}, {17, 18}};
+        for (const auto& row : rows)
+            QTest::addRow("%d", row.first)
+                << row.first << QString::fromLatin1(publicSignals[row.second]);
+    }
+
+    void everyDeferredErrorGoesOutOnItsSignal()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, signal);
+        KelAccountsPrivate orchestrator(nullptr);
+        const KelAccounts typesAreRegistered;
+        QList<QSignalSpy*> spies;
+        for (const char* text : publicSignals)
+            spies.append(new QSignalSpy(&orchestrator, QByteArray("2").append(text).constData()));
+        orchestrator.sendErrorResponse(static_cast<KelAccountsPrivate::ResponseType>(type), 1002);
+
+        for (int i = 0; i < spies.size(); ++i) {
+            const bool expected = signal == QLatin1String(publicSignals[i]);
+            QCOMPARE(spies.at(i)->count(), expected ? 1 : 0);
+            if (!expected)
+                continue;
+            const QVariantList arguments = spies.at(i)->first();
+            QCOMPARE(arguments.at(0).toInt(), 1002);
+            if (signal.contains(QLatin1String("QVariantMap")))
+                QCOMPARE(arguments.at(1).toMap(), QVariantMap());
+            if (signal.contains(QLatin1String("bool")))
+                QCOMPARE(arguments.at(1).toBool(), false);
+            if (signal.contains(QLatin1String("QPixmap")))
+                QVERIFY(arguments.at(1).value<QPixmap>().isNull());
+            if (signal.contains(QLatin1String("Variant)")))
+                QCOMPARE(arguments.at(1).toInt(), 0);
+            if (signal.contains(QLatin1String("ProfileInfo*")))
+                QVERIFY(!arguments.at(1).value<KelAccount::ProfileInfo*>());
+            if (signal.contains(QLatin1String("PreAccountInfo")))
+                QCOMPARE(arguments.at(1).value<KelAccount::PreAccountInfo>().preAccountId, QString());
+        }
+        qDeleteAll(spies);
+    }
+
+    void anUnknownDeferredErrorIsLoggedAndDropped()
+    {
+        KelAccountsPrivate orchestrator(nullptr);
+        const MessageLog log;
+        orchestrator.sendErrorResponse(static_cast<KelAccountsPrivate::ResponseType>(18), 1002);
+        QVERIFY(log.hasWarning("Failed to send some response...!!!! Is client application still "
+                               "waiting for this response??"));
+    }
+
+    void theSignatureDependsOnTheSecretAndTheBaseStringAlone()
+    {
+        KelAccountsPrivate orchestrator(nullptr);
+        // openssl dgst -sha1 -hmac 'kd94%2Fhf&' -binary | base64
+        orchestrator.initialize(key, QStringLiteral("kd94/hf"), 2, service, QVariantMap());
+        const auto base = QStringLiteral("POST&http%3A%2F%2Fexample.com&a%3Db");
+        const QString signature = orchestrator.createSignature(key, base, false);
+        QCOMPARE(signature, QStringLiteral("HnPV+h84yHxmf7O5MKTA+ZlgAKs="));
+        QCOMPARE(orchestrator.createSignature(QStringLiteral("x"), base, true), signature);
+        QCOMPARE(orchestrator.createSignature(QString(), base, true), signature);
+    }
+
+    void theProviderHasNoTokenAndTheServersClock()
+    {
+        KelAccountsPrivate orchestrator(nullptr);
+        QVERIFY(orchestrator.getToken(key).isEmpty());
+        auto* const clock = KelRestHandler::TimeStampManager::getTimeStampManager();
+        clock->setServerTimeDifference(90);
+        const qint64 stamp = orchestrator.getTimeStamp().toLongLong();
+        clock->setServerTimeDifference(0);
+        QVERIFY(qAbs(stamp - 90 - QDateTime::currentSecsSinceEpoch()) <= 1);
+    }
+
+    void anUnreachableProxyIsOneAnswerAndTheNextCallIsOneToo()
+    {
+        useClosedProxy();
+        KelAccounts accounts;
+        accounts.initialize(key, secret, 2, service, QVariantMap());
+        QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
+        for (int i = 1; i <= 2; ++i) {
+            accounts.isUserIdAvailable(QStringLiteral("alice"));
+            QVERIFY(spy.wait(patience));
+            QCOMPARE(spy.count(), i);
+            QCOMPARE(spy.last().at(0).toInt(), refusedProxy);
+            QCOMPARE(spy.last().at(1).toBool(), false);
+        }
+    }
+
+    void strangeNamesAreAnsweredOnce_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("control characters") << QStringLiteral("a\r\n\t\x01z");
+        QTest::newRow("null character") << QString(QChar(0));
+        QTest::newRow("not Latin") << QStringLiteral("\u0431\u043e\u0440\u0438\u0441");
+        QTest::newRow("lone surrogate") << QString(QChar(0xD800));
+        QTest::newRow("markup") << QStringLiteral("<a href=\"&\">");
+        QTest::newRow("address pieces") << QStringLiteral("../../?x=1#y@[::1]:99%zz%");
+        QTest::newRow("long") << QString(1024 * 1024, QLatin1Char('a'));
+        QTest::newRow("long and wide") << QString(1024 * 1024, QChar(0x20AC));
+    }
+
+    void strangeNamesAreAnsweredOnce()
+    {
+        QFETCH(QString, name);
+        useClosedProxy();
+        KelAccounts accounts;
+        accounts.initialize(name, name, 2, name, QVariantMap());
+        QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
+        accounts.isUserIdAvailable(name);
+        QVERIFY(spy.wait(patience));
+        QVERIFY(spy.first().at(0).toInt() != 0);
+        QTest::qWait(20);
+        QCOMPARE(spy.count(), 1);
+    }
+
+    void theFacadeMayBeDeletedWithCallsUnderWay()
+    {
+        useClosedProxy();
+        auto* const accounts = new KelAccounts;
+        QSignalSpy spy(accounts, &KelAccounts::isUserIdAvailableResponse);
+        accounts->initialize(key, secret, 2, service, QVariantMap());
+        accounts->isUserIdAvailable(QStringLiteral("alice"));
+        accounts->isUserIdAvailable(QString());
+        delete accounts;
+        QTest::qWait(100);
+        QCOMPARE(spy.count(), 0);
+    }
+
+    void theFacadeMayBeDeletedFromASlot_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("deferred refusal") << QString();
+        QTest::newRow("answer of the transport") << QStringLiteral("alice");
+    }
+
+    void theFacadeMayBeDeletedFromASlot()
+    {
+        QFETCH(QString, name);
+        useClosedProxy();
+        QPointer<KelAccounts> accounts = new KelAccounts;
+        int answers = 0;
+        connect(accounts, &KelAccounts::isUserIdAvailableResponse, this, [&] {
+            ++answers;
+            delete accounts;
+        });
+        accounts->initialize(key, secret, 2, service, QVariantMap());
+        accounts->isUserIdAvailable(name);
+        accounts->isUserIdAvailable(name);
+        QTRY_VERIFY_WITH_TIMEOUT(!accounts, patience);
+        QTest::qWait(50);
+        QCOMPARE(answers, 1);
+    }
+
+    void twoFacadesAnswerTheirOwnCalls()
+    {
+        useClosedProxy();
+        KelAccounts first;
+        KelAccounts second;
+        QSignalSpy firstSpy(&first, &KelAccounts::isUserIdAvailableResponse);
+        QSignalSpy secondSpy(&second, &KelAccounts::isUserIdAvailableResponse);
+        first.initialize(key, secret, 2, service, QVariantMap());
+        first.isUserIdAvailable(QStringLiteral("alice"));
+        second.isUserIdAvailable(QStringLiteral("alice"));
+        QTRY_COMPARE_WITH_TIMEOUT(firstSpy.count() + secondSpy.count(), 2, patience);
+        QCOMPARE(firstSpy.first().at(0).toInt(), refusedProxy);
+        QCOMPARE(secondSpy.first().at(0).toInt(), 802);
+    }
+
+private:
+    // A proxy's port that nobody listens on: every call fails at once, without a network.
+    static void useClosedProxy()
+    {
+        QTcpServer closed;
+        QVERIFY(closed.listen(QHostAddress::LocalHost));
+        qputenv("https_proxy",
+                QByteArray("http://127.0.0.1:") + QByteArray::number(closed.serverPort()));
+        closed.close();
+    }
+};
+
+QTEST_MAIN(TestKelAccounts)
+#include "tst_kelaccounts.moc"

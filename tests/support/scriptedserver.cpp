@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/scriptedserver.h"
+
+#include <QTimer>
+
+namespace {
+
+const QByteArray headEnd = "\r\n\r\n";
+
+WireRequest parseHead(const QByteArray& head)
+{
+    WireRequest request;
+    const QList<QByteArray> lines = head.split('\n');
+    const QList<QByteArray> words = lines.value(0).trimmed().split(' ');
+    request.method = words.value(0);
+    request.target = words.value(1);
+    for (int i = 1; i < lines.size(); ++i) {
+        const int colon = lines.at(i).indexOf(':');
+        if (colon > 0)
+            request.headers.append({lines.at(i).left(colon), lines.at(i).mid(colon + 1).trimmed()});
+    }
+    return request;
+}
+
+} // namespace
+
+QByteArray WireRequest::header(const QByteArray& name) const
+{
+    for (const auto& header : headers) {
+        if (header.first.toLower() == name.toLower())
+            return header.second;
+    }
+    return {};
+}
+
+int WireRequest::headerCount(const QByteArray& name) const
+{
+    int count = 0;
+    for (const auto& header : headers)
+        count += header.first.toLower() == name.toLower() ? 1 : 0;
+    return count;
+}
+
+Reaction Reaction::reply(int status, const QByteArray& body, const QByteArray& extraHeaders)
+{
+    Reaction reaction;
+    reaction.bytes = "HTTP/1.1 " + QByteArray::number(status) + " Scripted\r\n" + extraHeaders
+                     + "Content-Length: " + QByteArray::number(body.size()) + headEnd + body;
+    return reaction;
+}
+
+ScriptedServer::ScriptedServer()
+{
+    connect(&mServer, &QTcpServer::newConnection, this, &ScriptedServer::onConnection);
+    if (!mServer.listen(QHostAddress::LocalHost))
+        mProblems.append(QStringLiteral("cannot listen: ") + mServer.errorString());
+}
+
+QString ScriptedServer::base() const
+{
+    return QStringLiteral("http://127.0.0.1:%1/rest/1.0/").arg(port());
+}
+
+QStringList ScriptedServer::problems() const
+{
+    QStringList result = mProblems;
+    if (!mReactions.isEmpty())
+        result.append(QStringLiteral("%1 ordered reactions were never used").arg(mReactions.size()));
+    return result;
+}
+
+void ScriptedServer::onConnection()
+{
+    while (QTcpSocket* const socket = mServer.nextPendingConnection()) {
+        ++mConnections;
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { onData(socket); });
+        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+            mReceived.remove(socket);
+            socket->deleteLater();
+        });
+    }
+}
+
+void ScriptedServer::onData(QTcpSocket* socket)
+{
+    QByteArray& received = mReceived[socket];
+    received += socket->readAll();
+    const int end = received.indexOf(headEnd);
+    if (end < 0)
+        return;
+    WireRequest request = parseHead(received.left(end));
+    const int bodyStart = end + headEnd.size();
+    const int length = request.header("Content-Length").toInt();
+    if (received.size() - bodyStart < length)
+        return;
+    request.body = received.mid(bodyStart, length);
+    received.remove(0, bodyStart + length);
+    mRequests.append(request);
+    react(socket);
+}
+
+void ScriptedServer::react(QTcpSocket* socket)
+{
+    if (mReactions.isEmpty()) {
+        mProblems.append(QStringLiteral("unexpected request for ")
+                         + QString::fromLatin1(mRequests.last().target));
+        socket->abort();
+        return;
+    }
+    const Reaction reaction = mReactions.takeFirst();
+    if (reaction.end == Reaction::End::Hang)
+        return;
+    const auto act = [reaction, target = QPointer<QTcpSocket>(socket)] {
+        if (!target)
+            return;
+        target->write(reaction.bytes);
+        target->flush();
+        if (reaction.end == Reaction::End::Close)
+            target->disconnectFromHost();
+        if (reaction.afterwards)
+            reaction.afterwards();
+    };
+    if (reaction.delayMilliseconds > 0)
+        QTimer::singleShot(reaction.delayMilliseconds, this, act);
+    else
+        act();
+}
