@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "configure/kelconfigure.h"
+
+#include "common/logging.h"
+#include "configure/accountsdatabase.h"
+#include "configure/kelconfigureaccount.h"
+
+#include <Accounts/Account>
+#include <Accounts/Manager>
+#include <SignOn/Identity>
+
+#include <QDBusConnection>
+
+#include <algorithm>
+#include <memory>
+
+namespace KelAccount {
+
+namespace {
+
+constexpr int storeTimeoutMs = 90000;
+
+const QLatin1String ownerToken("libaccounts-kel::accesssvt");
+
+/// What the plugin may be asked for: its operations, and the items of data that it hands out.
+QStringList zorAuthMechanisms()
+{
+    QStringList mechanisms;
+    for (const char* name : {
+             "initialise",
+             "signIn",
+             "token",
+             "userId",
+             "signature",
+             "loginIdentifier",
+             "timeSinceLastManualLogin",
+             "serverUTCTime",
+             "kelAccountId",
+             "launchSignInUi",
+             "close",
+             "emailAddress",
+             "retrieveTermsUrls",
+             "setUserId",
+             "privateMechanism_signOut",
+             "privateMechanism_resetPassword",
+             "privateMechanism_changepassword", // the plugin knows it by this spelling only
+             "privateMechanism_updateMarketingConsent",
+             "privateMechanism_retrieveMarketingConsent",
+             "privateMechanism_updateTermsOfAcceptance",
+             "privateMechanism_retrieveTermsOfAcceptance",
+             "privateMechanism_downloadProfile",
+             "privateMechanism_updateProfile",
+             "privateMechanism_retrieveSecurityQuestion",
+             "privateMechanism_updateSecurityQuestion",
+             "privateMechanism_retrieveContactInfo",
+             "privateMechanism_updateContactInfo",
+             "privateMechanism_registerAccount",
+             "privateMechanism_updateDeviceInfo",
+             "privateMechanism_ensureToken",
+         })
+        mechanisms.append(QLatin1String(name));
+    return mechanisms;
+}
+
+/// The sign-on library waits for ever for a bus that is not there.
+bool reachesSessionBus()
+{
+    const bool reached = QDBusConnection::sessionBus().isConnected();
+    if (!reached)
+        qCCritical(logConfigure, "There is no session bus to reach the sign-on daemon through");
+    return reached;
+}
+
+} // namespace
+
+KelConfigure::KelConfigure(QObject* parent) : QObject(parent)
+{
+    mStoreGuard.setSingleShot(true);
+    mStoreGuard.setInterval(storeTimeoutMs);
+    connect(&mStoreGuard, &QTimer::timeout, this, [this] {
+        qCCritical(logConfigure, "The sign-on daemon did not store the credentials in time");
+        onCredentialStoreFailed(SignOn::Error(SignOn::Error::TimedOut));
+    });
+}
+
+KelConfigure::~KelConfigure() = default;
+
+int KelConfigure::storeUserCredentials(const QString& userName, const QString& password)
+{
+    if (mIdentity) {
+        qCCritical(logConfigure, "Credentials are being stored already");
+        return -1;
+    }
+    if (!reachesSessionBus())
+        return -1;
+    SignOn::IdentityInfo record;
+    record.setAccessControlList(
+        QStringList{QStringLiteral("account-plugin-zor::kelaccess"), ownerToken});
+    mIdentity = SignOn::Identity::newIdentity(record, this);
+    if (!mIdentity) {
+        qCCritical(logConfigure, "Failed to retrieve newIdentity. NULL pointer");
+        return -1;
+    }
+    record.setOwner(ownerToken);
+    record.setMethod(QStringLiteral("zorauth"), zorAuthMechanisms());
+    record.setMethod(QStringLiteral("sasl"), {QStringLiteral("DIGEST-MD5")});
+    record.setType(SignOn::IdentityInfo::Application);
+    if (!connectIdentity()) {
+        releaseIdentity();
+        return -1;
+    }
+    record.setUserName(userName);
+    record.setSecret(password, true);
+    //% "Zor account"
+    record.setCaption(qtTrId("qtn_zor_account_title"));
+    mStoreGuard.start();
+    mIdentity->storeCredentials(record);
+    return 0;
+}
+
+bool KelConfigure::connectIdentity()
+{
+    if (!connect(mIdentity, &SignOn::Identity::credentialsStored, this,
+                 &KelConfigure::onCredentialStoredSuccessfully)) {
+        qCCritical(logConfigure,
+                   "Failed to connect to credentialsStored signal from SignOn::Identity");
+        return false;
+    }
+    if (!connect(mIdentity, &SignOn::Identity::error, this,
+                 &KelConfigure::onCredentialStoreFailed)) {
+        qCCritical(logConfigure, "Failed to connect to error signal from SignOn::Identity");
+        return false;
+    }
+    return true;
+}
+
+void KelConfigure::releaseIdentity()
+{
+    mStoreGuard.stop();
+    if (!mIdentity)
+        return;
+    mIdentity->disconnect();
+    mIdentity->deleteLater();
+    mIdentity.clear();
+}
+
+void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
+{
+    releaseIdentity();
+    Q_EMIT storeUserCredentialsStatus(true, credentialsId);
+}
+
+void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
+{
+    releaseIdentity();
+    Q_EMIT storeUserCredentialsStatus(false, 0);
+}
+
+void KelConfigure::removeIdentity(unsigned int credentialsId)
+{
+    if (!reachesSessionBus())
+        return;
+    // Without a parent: the credentials have to go even if this object does not live to see it.
+    SignOn::Identity* const identity = SignOn::Identity::existingIdentity(credentialsId);
+    if (!identity) {
+        qCCritical(logConfigure, "Failed to get identity object for the given identity id");
+        return;
+    }
+    const bool connected =
+        connect(identity, &SignOn::Identity::removed, identity, &QObject::deleteLater) &&
+        connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
+    if (!connected)
+        qCWarning(logConfigure, "Failed to connect to deleteLater.. Possibility of memory leak");
+    connect(identity, &SignOn::Identity::error, identity, [](const SignOn::Error& error) {
+        if (error.type() == SignOn::Error::IdentityNotFound)
+            qCCritical(logConfigure, "Failed to get identity object for the given identity id");
+        else
+            qCWarning(logConfigure, "The stored credentials were not removed: sign-on error %d",
+                      error.type());
+    });
+    identity->remove();
+}
+
+void KelConfigure::onRemovalComplete()
+{
+    if (QObject* const identity = sender()) {
+        disconnect(identity, nullptr, this, nullptr);
+        identity->deleteLater();
+    }
+    Q_EMIT identityRemovalCompleted();
+}
+
+bool KelConfigure::isKelAccountPresent()
+{
+    const std::unique_ptr<Accounts::Manager> manager = openAccounts(nullptr);
+    if (!manager) {
+        qCCritical(logConfigure, "Failed to get manager");
+        return false;
+    }
+    const Accounts::AccountIdList ids = manager->accountList();
+    return std::any_of(ids.cbegin(), ids.cend(), [&manager](Accounts::AccountId id) {
+        // Null when the account was removed since the list was made.
+        const Accounts::Account* const account = manager->account(id);
+        return account && account->providerName() == accountProvider;
+    });
+}
+
+int KelConfigure::configureAccount(const QString& name, unsigned int credentialsId)
+{
+    auto* const manager = new Accounts::Manager(this);
+    // Without a database the framework hands out accounts that are good for nothing.
+    if (manager->lastError().type() != Accounts::Error::NoError) {
+        qCCritical(logConfigure, "Failed to get account manager instance");
+        delete manager;
+        return -1;
+    }
+    Accounts::Account* const account = manager->createAccount(accountProvider);
+    if (!account) {
+        qCCritical(logConfigure, "Failed to create zor account");
+        delete manager;
+        return -1;
+    }
+    // The manager serves this account only.
+    connect(account, &QObject::destroyed, manager, &QObject::deleteLater);
+    const bool connected =
+        connect(account, &Accounts::Account::synced, account, &QObject::deleteLater) &&
+        connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
+    if (!connected)
+        qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
+                                "possibility of memory leak");
+    new KelConfigureAccount(account, AccountsUI::CreateNew, name, credentialsId, account);
+    return 0;
+}
+
+} // namespace KelAccount

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+
+namespace SignOn {
+class Error;
+class Identity;
+class IdentityInfo;
+} // namespace SignOn
+
+namespace KelAccount {
+
+/// Keeps the user's name and password in the sign-on daemon's store, and starts the device account.
+class KelConfigure : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit KelConfigure(QObject* parent = nullptr);
+    ~KelConfigure() override;
+
+    /// Stores a new identity. 0 when the store was asked; `storeUserCredentialsStatus` follows,
+    /// once. -1 when it could not be asked or another store is under way; no signal follows.
+    int storeUserCredentials(const QString& userName, const QString& password);
+
+    /// Has the identity removed. The outcome is only logged.
+    void removeIdentity(unsigned int credentialsId);
+
+    /// Whether the device has an account of the service, enabled or not.
+    bool isKelAccountPresent();
+
+    /// Creates the device account. 0 when the accounts manager has it; -1 on failure.
+    int configureAccount(const QString& name, unsigned int credentialsId);
+
+    /// How long the daemon may take to store. Long enough to unlock its store, and only there so
+    /// that a daemon that cannot be started does not leave the set-up waiting for ever.
+    void setStoreTimeout(int milliseconds) { mStoreGuard.setInterval(milliseconds); }
+
+Q_SIGNALS:
+    void storeUserCredentialsStatus(bool stored, quint32 credentialsId);
+    void identityRemovalCompleted();
+
+public Q_SLOTS:
+    void onCredentialStoredSuccessfully(quint32 credentialsId);
+    void onCredentialStoreFailed(const SignOn::Error& error);
+    /// For a caller that connects an identity's `removed()` to it.
+    void onRemovalComplete();
+
+private:
+    bool connectIdentity();
+    void releaseIdentity();
+
+    QPointer<SignOn::Identity> mIdentity; // being stored, or null
+    QTimer mStoreGuard;
+};
+
+} // namespace KelAccount
