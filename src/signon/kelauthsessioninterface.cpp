@@ -1,0 +1,505 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "signon/kelauthsessioninterface.h"
+
+#include "common/logging.h"
+#include "configure/accountsdatabase.h"
+#include "kelaccount/errorstatus.h"
+#include "signon/zorauthsessionprivatedata.h"
+
+#include <Accounts/Account>
+#include <Accounts/Manager>
+#include <SignOn/AuthService>
+#include <SignOn/Identity>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QEventLoop>
+
+#include <memory>
+#include <utility>
+
+using ZorKeLSignOn::ZorAuthSessionData;
+using ZorKeLSignOn::ZorAuthSessionPrivateData;
+
+namespace KelAccount {
+
+namespace {
+
+constexpr int openingTimeoutMs = 90000;
+
+const QLatin1String methodName("zorauth");
+const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
+
+/// The sign-on library leaves null values out on the way to the plugin, but an empty text is a
+/// value.
+QString present(const QString& text)
+{
+    return text.isNull() ? QString(QLatin1String("")) : text;
+}
+
+} // namespace
+
+KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
+    : QObject(parent), mDaemonWatcher(daemonName, QDBusConnection::sessionBus(),
+                                      QDBusServiceWatcher::WatchForUnregistration)
+{
+    qRegisterMetaType<RequestData>("RequestData");
+    mOpeningGuard.setSingleShot(true);
+    mOpeningGuard.setInterval(openingTimeoutMs);
+    connect(&mOpeningGuard, &QTimer::timeout, this,
+            &KelAuthSessionInterface::processOpeningTimeout);
+    connect(&mDaemonWatcher, &QDBusServiceWatcher::serviceUnregistered, this,
+            &KelAuthSessionInterface::processDaemonLoss);
+
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return;
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                SLOT(processBusLoss()));
+    // Nobody waits for the answer: the question starts the daemon before it is needed.
+    SignOn::AuthService().queryMethods();
+}
+
+KelAuthSessionInterface::~KelAuthSessionInterface()
+{
+    destroyActiveAuthSession();
+    if (mOpeningLoop)
+        mOpeningLoop->quit();
+}
+
+// ---- Opening and closing
+// -------------------------------------------------------------------------
+
+bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
+                                                const QString& consumerSecret,
+                                                const QString& serviceName, int serverUrlValue,
+                                                unsigned credentialsId)
+{
+    if (credentialsId == 0)
+        credentialsId = retrieveActiveAccountCredId();
+    if (mSessionOpen && consumerKey == mConsumerKey && consumerSecret == mConsumerSecret &&
+        serverUrlValue == mServerUrlValue && credentialsId == mCredentialsId)
+        return true;
+    if (mOpeningLoop) {
+        qCCritical(logSignon, "A session is being opened; another cannot be opened meanwhile");
+        return false;
+    }
+    destroyActiveAuthSession();
+
+    mConsumerKey = present(consumerKey);
+    mConsumerSecret = present(consumerSecret);
+    mServiceName = present(serviceName);
+    mServerUrlValue = serverUrlValue;
+    if (credentialsId == 0) {
+        qCCritical(logSignon,
+                   "KelAuthSessionInterface::createAuthSession: Unable to find any valid "
+                   "credential id.. unable to proceed");
+        return false;
+    }
+    return openSession(credentialsId) && initialisePlugin();
+}
+
+bool KelAuthSessionInterface::openSession(unsigned credentialsId)
+{
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        qCCritical(logSignon, "There is no session bus to reach the sign-on daemon through");
+        return false;
+    }
+    mIdentity = SignOn::Identity::existingIdentity(credentialsId, this);
+    if (!mIdentity) {
+        qCCritical(logSignon, "Failed to create identify object from existing credential id!!");
+        return false;
+    }
+    mAuthSession = mIdentity->createSession(methodName);
+    if (!mAuthSession) {
+        qCCritical(logSignon, "Failed to create zor auth session");
+        destroyActiveAuthSession();
+        return false;
+    }
+    if (!connect(mAuthSession, &SignOn::AuthSession::response, this,
+                 &KelAuthSessionInterface::processPluginResponse)) {
+        qCCritical(logSignon, "Failed to connect to response");
+        destroyActiveAuthSession();
+        return false;
+    }
+    if (!connect(mAuthSession, &SignOn::AuthSession::error, this,
+                 &KelAuthSessionInterface::processPluginError)) {
+        qCCritical(logSignon, "Failed to connect to error");
+        destroyActiveAuthSession();
+        return false;
+    }
+    mCredentialsId = credentialsId;
+    mSessionOpen = 1;
+    return true;
+}
+
+bool KelAuthSessionInterface::initialisePlugin()
+{
+    const QPointer<KelAuthSessionInterface> alive(this);
+    QEventLoop loop; // not a member: it has to outlive this object if that is deleted in the wait
+    mOpeningLoop = &loop;
+
+    ZorAuthSessionData record;
+    addCommonKeys(record);
+    record.setZorService(mServiceName);
+    confirmDaemon();
+    enQueueRequestToAuthPlugin(record, QStringLiteral("initialise"), InitialiseRequest);
+    // Without this an answer that was given at once would be waited for.
+    if (mCurrentRequest == InitialiseRequest) {
+        mOpeningGuard.start();
+        loop.exec();
+        if (!alive)
+            return false;
+        mOpeningGuard.stop();
+    }
+    mOpeningLoop = nullptr;
+    // Still unanswered: every event loop was told to end, because the application does.
+    if (mCurrentRequest == InitialiseRequest)
+        closeSession(ErrorAuthSessionInitializationFailed);
+    return mSessionOpen != 0;
+}
+
+/// Makes sure that the daemon runs, and tells its loss from that of the one before: the bus reports
+/// in order, so a loss that comes before this answer is old.
+void KelAuthSessionInterface::confirmDaemon()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("StartServiceByName"));
+    call.setArguments({QString(daemonName), 0U});
+    auto* const watcher = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(call, mOpeningGuard.interval()), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, session = mSessionNumber](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                if (session != mSessionNumber)
+                    return;
+                mDaemonConfirmed = !finished->isError();
+                // The sign-on library itself would wait for ever.
+                if (finished->isError()) {
+                    qCCritical(logSignon, "The sign-on daemon cannot be started");
+                    closeSession(ErrorAuthSessionInitializationFailed);
+                }
+            });
+}
+
+void KelAuthSessionInterface::processOpeningTimeout()
+{
+    qCCritical(logSignon, "The authentication plugin did not answer \"initialise\" in time");
+    closeSession(ErrorAuthSessionInitializationFailed);
+}
+
+void KelAuthSessionInterface::processDaemonLoss()
+{
+    if (!mDaemonConfirmed)
+        return;
+    // A daemon that nobody uses ends by itself, and the plugin with it. The next session starts
+    // both.
+    if (mCurrentRequest != NoRequest)
+        qCCritical(logSignon, "The sign-on daemon went away while a request was in flight");
+    closeSession(SignOn::Error::InternalCommunication);
+}
+
+void KelAuthSessionInterface::processBusLoss()
+{
+    qCCritical(logSignon, "The session bus went away");
+    closeSession(SignOn::Error::InternalCommunication);
+}
+
+void KelAuthSessionInterface::destroyActiveAuthSession()
+{
+    closeSession(ErrorOperationCanceled);
+}
+
+void KelAuthSessionInterface::closeSession(int code)
+{
+    ++mSessionNumber;
+    mDaemonConfirmed = false;
+    mSessionOpen = 0;
+    if (mAuthSession) {
+        mAuthSession->disconnect();
+        // The daemon runs the requests of all sessions on these credentials one by one, and would
+        // keep the next session waiting for an answer that nobody wants any more.
+        if (mCurrentRequest != NoRequest)
+            mAuthSession->cancel();
+    }
+    if (mIdentity) {
+        if (mAuthSession)
+            mIdentity->destroySession(mAuthSession);
+        mIdentity->deleteLater();
+    }
+    mIdentity.clear();
+    mAuthSession.clear();
+    abandonRequests(code);
+}
+
+void KelAuthSessionInterface::abandonRequests(int code)
+{
+    const KelAccountRequestType current = std::exchange(mCurrentRequest, NoRequest);
+    const QQueue<RequestData> pending = std::exchange(mPendingRequests, {});
+    if (current != NoRequest)
+        answerLater(current, code);
+    for (const RequestData& request : pending)
+        answerLater(request.requestType, code);
+}
+
+bool KelAuthSessionInterface::sessionExists(unsigned credentialsId)
+{
+    if (credentialsId == 0)
+        credentialsId = retrieveActiveAccountCredId();
+    return mSessionOpen && credentialsId == mCredentialsId;
+}
+
+unsigned KelAuthSessionInterface::retrieveActiveAccountCredId()
+{
+    const std::unique_ptr<Accounts::Manager> manager = openAccounts(this);
+    if (!manager) {
+        qCCritical(logSignon, "Failed to get manager");
+        return 0;
+    }
+    const Accounts::AccountIdList ids = manager->accountList();
+    for (const Accounts::AccountId id : ids) {
+        // Gone when the account was removed since the list was made.
+        Accounts::Account* const account = manager->account(id);
+        if (account && account->enabled() && account->providerName() == accountProvider)
+            return account->credentialsId();
+    }
+    return 0;
+}
+
+// ---- The queue
+// -----------------------------------------------------------------------------------
+
+void KelAuthSessionInterface::enQueueRequestToAuthPlugin(const ZorAuthSessionData& record,
+                                                         const QString& mechanism,
+                                                         KelAccountRequestType type)
+{
+    RequestData request(record, mechanism, type);
+    request.sessionData.setConsumerKey(mConsumerKey);
+    request.sessionData.setConsumerSecret(mConsumerSecret);
+    request.sessionNumber = mSessionNumber;
+    if (mCurrentRequest == NoRequest) {
+        mCurrentRequest = type;
+        sendRequest(request);
+    } else {
+        mPendingRequests.enqueue(request);
+    }
+}
+
+void KelAuthSessionInterface::sendRequest(RequestData request)
+{
+    // Its session ended while it was on its way here, and it has been answered.
+    if (request.sessionNumber != mSessionNumber)
+        return;
+    if (!mAuthSession) {
+        qCCritical(logSignon, "A request was made while no session is open");
+        abandonRequests(ErrorAuthSessionInitializationFailed);
+        return;
+    }
+    mAuthSession->process(request.sessionData, request.mechanism);
+}
+
+void KelAuthSessionInterface::processPendingRequest()
+{
+    if (mPendingRequests.isEmpty())
+        return;
+    const RequestData next = mPendingRequests.dequeue();
+    mCurrentRequest = next.requestType;
+    // From the event loop: the answer that made room for it is still being handled.
+    QMetaObject::invokeMethod(this, "sendRequest", Qt::QueuedConnection, Q_ARG(RequestData, next));
+}
+
+KelAccountRequestType KelAuthSessionInterface::takeCurrentRequest()
+{
+    const KelAccountRequestType type = std::exchange(mCurrentRequest, NoRequest);
+    processPendingRequest();
+    return type;
+}
+
+void KelAuthSessionInterface::processPluginResponse(const SignOn::SessionData& data)
+{
+    answer(takeCurrentRequest(), ErrorNone, data);
+}
+
+void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
+{
+    if (mCurrentRequest == InitialiseRequest) {
+        mCurrentRequest = NoRequest;
+        closeSession(ErrorAuthSessionInitializationFailed);
+        answer(InitialiseRequest, error.type(), SignOn::SessionData());
+        return;
+    }
+    // The plugin's process is a new one that "initialise" has not reached: the daemon ends an idle
+    // one, or it crashed. What is queued will say the same; the next session starts from the top.
+    if (error.type() == ErrorNotInitialized)
+        mSessionOpen = 0;
+    answer(takeCurrentRequest(), error.type(), SignOn::SessionData());
+}
+
+/// For a request that gets no answer from the plugin.
+void KelAuthSessionInterface::answerLater(KelAccountRequestType type, int code)
+{
+    if (type == InitialiseRequest) {
+        answer(type, code, SignOn::SessionData()); // wakes the wait and emits nothing
+        return;
+    }
+    QMetaObject::invokeMethod(
+        this, [this, type, code] { answer(type, code, SignOn::SessionData()); },
+        Qt::QueuedConnection);
+}
+
+/// This object may be gone when a signal returns.
+void KelAuthSessionInterface::answer(KelAccountRequestType type, int code,
+                                     const SignOn::SessionData& data)
+{
+    switch (type) {
+    case InitialiseRequest:
+        if (mOpeningLoop)
+            mOpeningLoop->quit();
+        return;
+    case SignInRequest:
+        Q_EMIT signInResponse(code, data);
+        return;
+    case TokenRequest:
+        Q_EMIT tokenResponse(code, data.getProperty(QStringLiteral("Token")).toString());
+        return;
+    case DownloadProfileRequest:
+        Q_EMIT downloadProfileResponse(code, data);
+        return;
+    case SetSecurityQuestionRequest:
+        Q_EMIT setSecurityQuestionResponse(code);
+        return;
+    case RegisterRequest:
+        Q_EMIT registerationCompleted(code, data);
+        return;
+    case ChangePasswordRequest:
+        Q_EMIT changePasswordResponse(code);
+        return;
+    case UserIdUpdateRequest:
+        Q_EMIT userIdUpdateResponse(code);
+        return;
+    case UpdateDeviceInfoRequest:
+        Q_EMIT updateDeviceInfoResponse(code);
+        return;
+    case EnsureTokenRequest:
+        Q_EMIT ensureTokenResponse(code);
+        return;
+    case CloseRequest:
+        return; // close() has answered
+    case NoRequest:
+        break;
+    }
+    qCCritical(logSignon, "Error!!!Request type is Unknown");
+}
+
+// ---- The operations
+// ------------------------------------------------------------------------------
+
+void KelAuthSessionInterface::addCommonKeys(ZorAuthSessionData& record) const
+{
+    record.setConsumerKey(mConsumerKey);
+    record.setConsumerSecret(mConsumerSecret);
+    record.setServerUrlValue(mServerUrlValue);
+}
+
+void KelAuthSessionInterface::signIn()
+{
+    ZorAuthSessionData record;
+    addCommonKeys(record);
+    record.setManualSignIn(true);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("signIn"), SignInRequest);
+}
+
+void KelAuthSessionInterface::token()
+{
+    ZorAuthSessionData record;
+    addCommonKeys(record);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("token"), TokenRequest);
+}
+
+void KelAuthSessionInterface::downloadProfile()
+{
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_downloadProfile"),
+                               DownloadProfileRequest);
+}
+
+void KelAuthSessionInterface::setSecurityQuestion(const QString& question,
+                                                  const QString& questionAnswer)
+{
+    KelRestHandler::SetSecurityQuestionInput input;
+    input.question = question;
+    input.answer = questionAnswer;
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    record.setUpdateSecurityQuestion(input);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_updateSecurityQuestion"),
+                               SetSecurityQuestionRequest);
+}
+
+void KelAuthSessionInterface::registerAccount(
+    const KelRestHandler::RegistrationInfoData* registration)
+{
+    if (!registration) {
+        qCCritical(logSignon, "Registration without a record");
+        answerLater(RegisterRequest, ErrorInvalidParameter);
+        return;
+    }
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    record.setRegistrationData(*registration);
+    record.setManualSignIn(true);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_registerAccount"),
+                               RegisterRequest);
+}
+
+void KelAuthSessionInterface::changePassword(const QString& oldPassword, const QString& newPassword)
+{
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    record.setOldPassword(present(oldPassword));
+    record.setNewPassword(present(newPassword));
+    // The plugin knows this mechanism with a small "p" only.
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_changepassword"),
+                               ChangePasswordRequest);
+}
+
+void KelAuthSessionInterface::userIdUpdate(const QString& newUserName)
+{
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    record.setNewUserName(present(newUserName));
+    enQueueRequestToAuthPlugin(record, QStringLiteral("setUserId"), UserIdUpdateRequest);
+}
+
+void KelAuthSessionInterface::updateDeviceInfo()
+{
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_updateDeviceInfo"),
+                               UpdateDeviceInfoRequest);
+}
+
+void KelAuthSessionInterface::ensureToken()
+{
+    ZorAuthSessionData record;
+    addCommonKeys(record);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_ensureToken"),
+                               EnsureTokenRequest);
+}
+
+void KelAuthSessionInterface::close()
+{
+    if (mSessionOpen) {
+        ZorAuthSessionPrivateData record;
+        addCommonKeys(record);
+        enQueueRequestToAuthPlugin(record, QStringLiteral("close"), CloseRequest);
+    }
+    Q_EMIT closeResponse(ErrorNone);
+}
+
+} // namespace KelAccount

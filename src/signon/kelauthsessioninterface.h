@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "signon/requestdata.h"
+
+#include <SignOn/AuthSession>
+#include <SignOn/Error>
+#include <SignOn/SessionData>
+
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QPointer>
+#include <QQueue>
+#include <QString>
+#include <QTimer>
+
+class QEventLoop;
+
+namespace KelRestHandler {
+struct RegistrationInfoData;
+}
+
+namespace SignOn {
+class Identity;
+}
+
+namespace KelAccount {
+
+/// The library's only door to the authentication plugin: opens a session on the user's stored
+/// credentials and runs requests through it, one at a time, in the order in which they were made.
+///
+/// Each operation is answered exactly once, by its own signal and never before the call has
+/// returned
+/// (`close()` alone answers at once). The signals' int is 0, or the sign-on error code that the
+/// plugin or the daemon reported, or one of the codes below when the request never got an answer:
+/// - 704 (ErrorAuthSessionInitializationFailed): there was no session, or it could not be opened;
+/// - 405 (ErrorOperationCanceled): the session was closed with the request in flight or waiting;
+/// - 3 (SignOn::Error::InternalCommunication): the daemon or the bus went away;
+/// - 1001 (ErrorInvalidParameter): a null argument.
+/// Nothing is answered once this object is being destroyed.
+class KelAuthSessionInterface : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit KelAuthSessionInterface(QObject* parent = nullptr);
+    ~KelAuthSessionInterface() override;
+
+    /// Opens a session on the credentials and initialises the plugin; 0 stands for the credentials
+    /// of the device's account. True when the session is open.
+    ///
+    /// Runs the event loop until the plugin has answered, so anything can happen before this
+    /// returns, this object's end included: then it returns false and must not be used. When called
+    /// from inside that wait it returns true for the same key, secret, server and credentials,
+    /// which promises no more than that requests will wait for the session; anything else is
+    /// refused. With a session already open for the same four, returns true without asking the
+    /// plugin; the service name is not compared.
+    bool createAuthSession(const QString& consumerKey, const QString& consumerSecret,
+                           const QString& serviceName, int serverUrlValue, unsigned credentialsId);
+
+    /// Whether a session is open on these credentials; 0 as above.
+    bool sessionExists(unsigned credentialsId);
+
+    /// The credentials of the first enabled account of the service; 0 without one.
+    unsigned retrieveActiveAccountCredId();
+
+    /// Closes the session, if one is open, without a word to the plugin; what is in flight is
+    /// cancelled, so that it does not stand in the way of the next session on the same credentials.
+    void destroyActiveAuthSession();
+
+    void signIn();
+    void token();
+    void downloadProfile();
+    void setSecurityQuestion(const QString& question, const QString& answer);
+    void registerAccount(const KelRestHandler::RegistrationInfoData* registration);
+    void changePassword(const QString& oldPassword, const QString& newPassword);
+    void userIdUpdate(const QString& newUserName);
+    void updateDeviceInfo();
+    void ensureToken();
+    void close();
+
+    void enQueueRequestToAuthPlugin(const ZorKeLSignOn::ZorAuthSessionData& record,
+                                    const QString& mechanism, KelAccountRequestType type);
+    Q_INVOKABLE void sendRequest(RequestData request);
+    void processPendingRequest();
+
+    /// How long the plugin may take to be initialised: enough for one that asks the service, and
+    /// short enough that a caller does not stand still for ever.
+    void setOpeningTimeout(int milliseconds) { mOpeningGuard.setInterval(milliseconds); }
+
+Q_SIGNALS:
+    void signInResponse(int error, const SignOn::SessionData& data);
+    void tokenResponse(int error, QString token);
+    void downloadProfileResponse(int error, const SignOn::SessionData& data);
+    void setSecurityQuestionResponse(int error);
+    void registerationCompleted(int error, const SignOn::SessionData& data);
+    void changePasswordResponse(int error);
+    void userIdUpdateResponse(int error);
+    void updateDeviceInfoResponse(int error);
+    void ensureTokenResponse(int error);
+    void closeResponse(int error);
+
+public Q_SLOTS:
+    void processPluginResponse(const SignOn::SessionData& data);
+    void processPluginError(const SignOn::Error& error);
+
+private Q_SLOTS:
+    void processBusLoss();
+
+private:
+    bool openSession(unsigned credentialsId);
+    bool initialisePlugin();
+    void confirmDaemon();
+    void processDaemonLoss();
+    void processOpeningTimeout();
+    void closeSession(int code);
+    void abandonRequests(int code);
+    KelAccountRequestType takeCurrentRequest();
+    void answerLater(KelAccountRequestType type, int code);
+    void answer(KelAccountRequestType type, int code, const SignOn::SessionData& data);
+    void addCommonKeys(ZorKeLSignOn::ZorAuthSessionData& record) const;
+
+    QString mConsumerKey;
+    QString mConsumerSecret;
+    QString mServiceName;
+    int mServerUrlValue = 0;
+    quint32 mCredentialsId = 0; // of the open session
+
+    // Qt's pointers, because the sign-on library owns the session and may drop it.
+    QPointer<SignOn::Identity> mIdentity;
+    QPointer<SignOn::AuthSession> mAuthSession;
+    int mSessionOpen = 0;
+    unsigned mSessionNumber = 0; // counts up with every end of a session
+
+    KelAccountRequestType mCurrentRequest = NoRequest;
+    QQueue<RequestData> mPendingRequests;
+
+    QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
+    QTimer mOpeningGuard;
+    QDBusServiceWatcher mDaemonWatcher;
+    bool mDaemonConfirmed = false; // the bus said that the daemon of this session runs
+};
+
+} // namespace KelAccount
