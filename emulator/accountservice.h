@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "emulator/accounts.h"
+#include "emulator/clock.h"
+#include "emulator/fault.h"
+#include "emulator/reply.h"
+#include "emulator/requestcheck.h"
+#include "emulator/requestlog.h"
+#include "emulator/wirerequest.h"
+
+#include <memory>
+
+namespace KelEmulator {
+
+struct Options;
+
+/// The account service apart from how requests reach it. May be used by many threads at once.
+class AccountService
+{
+public:
+    AccountService(const Options& options, std::unique_ptr<Accounts> accounts);
+
+    /// Checks and answers a request. `problem` receives why it was refused, and is logged.
+    Reply answer(const WireRequest& request, std::string& problem);
+
+    Accounts& accounts() { return *mAccounts; }
+    FaultQueue& faults() { return mFaults; }
+    RequestLog& requests() { return mRequests; }
+    const Clock& clock() const { return mClock; }
+    bool isVerbose() const { return mVerbose; }
+
+private:
+    Reply dispatch(const WireRequest& request, std::string& problem);
+
+    const Clock mClock;
+    const bool mVerbose;
+    std::unique_ptr<Accounts> mAccounts;
+    RequestCheck mCheck;
+    FaultQueue mFaults;
+    RequestLog mRequests;
+};
+
+} // namespace KelEmulator

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/reply.h"
+
+#include "rest/servicehosts.h"
+
+namespace KelEmulator {
+
+std::string xmlEscaped(std::string_view text)
+{
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char character : text) {
+        switch (character) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        case '\'':
+            escaped += "&apos;";
+            break;
+        default: {
+            const auto byte = static_cast<unsigned char>(character);
+            const bool blank = byte == '\t' || byte == '\n' || byte == '\r';
+            escaped += byte < 0x20 && !blank ? '?' : character;
+        }
+        }
+    }
+    return escaped;
+}
+
+std::string xmlElement(const char* name, std::string_view text)
+{
+    return '<' + std::string(name) + '>' + xmlEscaped(text) + "</" + name + '>';
+}
+
+std::string xmlDocument(const char* root, std::string_view content)
+{
+    std::string document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<";
+    document.append(root).append(" xmlns=\"https://" KELACCOUNT_HOST_PRODUCTION
+                                 "/schemas/rest/v1_0\">");
+    document.append(content).append("</").append(root).append(">\n");
+    return document;
+}
+
+Reply errorReply(int status, const char* code, std::string_view text)
+{
+    Reply reply;
+    reply.status = status;
+    reply.body =
+        xmlDocument("errorResponse", xmlElement("errorCode", code) + xmlElement("errorText", text));
+    reply.outcome = code;
+    return reply;
+}
+
+} // namespace KelEmulator

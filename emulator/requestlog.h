@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+
+namespace KelEmulator {
+
+/// What is kept of a request: nothing that is secret.
+struct RequestRecord
+{
+    std::uint64_t number = 0; ///< counted from 1
+    std::string verb;
+    std::string target;
+    std::string host;
+    int status = 0;
+    std::string outcome;
+    std::string problem; ///< why a request was refused, empty otherwise
+    std::string fault;
+    size_t bodyBytes = 0;
+    std::int64_t microseconds = 0; ///< from the last byte of the request to the finished answer
+};
+
+/// The latest requests.
+class RequestLog
+{
+public:
+    void append(RequestRecord record);
+    void clear();
+    /// A JSON array, oldest first.
+    std::string json() const;
+
+private:
+    static constexpr size_t capacity = 10000;
+    mutable std::mutex mMutex;
+    std::uint64_t mCount = 0;
+    std::deque<RequestRecord> mRecords;
+};
+
+} // namespace KelEmulator
