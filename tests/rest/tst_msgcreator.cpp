@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "requestbodies.h"
+#include "support/messagelog.h"
+#include "wiredata.h"
+
+#include <QCryptographicHash>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTest>
+#include <QXmlStreamReader>
+
+using namespace KelRestHandler;
+using namespace requestbodies;
+
+namespace {
+
+// The text between the tags of the only element of that name.
+QString valueOf(const QString& element, const QString& xml)
+{
+    const QRegularExpression pattern(QStringLiteral("<%1>(.*?)</%1>").arg(element),
+                                     QRegularExpression::DotMatchesEverythingOption);
+    return pattern.match(xml).captured(1);
+}
+
+// The address conversion in the very steps of its definition, with the searches it is defined by.
+QString punycodeBySearching(const QString& input)
+{
+    QRegExp fromAtSign(QStringLiteral("@.+"));
+    if (fromAtSign.indexIn(input) < 0)
+        return input;
+    QRegExp noAtSign(QStringLiteral("[^@].+"));
+    if (noAtSign.indexIn(fromAtSign.cap(0)) < 0)
+        return input;
+    QRegExp localPart(QStringLiteral(".+@"));
+    if (localPart.indexIn(input) < 0)
+        return input;
+    return localPart.cap(0) + QString::fromLatin1(QUrl::toAce(noAtSign.cap(0)));
+}
+
+} // namespace
+
+class TestMsgCreator : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyBodyIsTheWrittenOne_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const Body& body : bodies)
+            QTest::newRow(body.name) << QString::fromLatin1(body.name);
+    }
+
+    void everyBodyIsTheWrittenOne()
+    {
+        QFETCH(QString, name);
+        const MessageLog log; // what is logged has tests of its own
+        const auto* const body =
+            std::find_if(std::begin(bodies), std::end(bodies),
+                         [&](const Body& one) { return name == QLatin1String(one.name); });
+        const QString xml = body->make();
+
+        QString expected = wiredata::request(name);
+        expected.replace(QLatin1String("{nonce}"), valueOf(QStringLiteral("nonce"), xml));
+        expected.replace(QLatin1String("{digest}"), valueOf(QStringLiteral("digest"), xml));
+        QCOMPARE(xml, expected);
+
+        QXmlStreamReader reader(xml);
+        while (!reader.atEnd())
+            reader.readNext();
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+    }
+
+    void everyWrittenBodyIsChecked()
+    {
+        QStringList checked;
+        for (const Body& body : bodies)
+            checked.append(QString::fromLatin1(body.name));
+        checked.sort();
+        QCOMPARE(checked, wiredata::cases(QStringLiteral("request")));
+    }
+
+    void anOptionalElementOfARegistrationIsWrittenOnlyForAValue_data()
+    {
+        QTest::addColumn<QString>("element");
+        QTest::addColumn<QString>("nothing");
+        for (const char* element : {"username", "mobile", "email", "passwordQuestion",
+                                    "passwordAnswer", "language", "firstName", "lastName"}) {
+            QTest::addRow("%s null", element) << QString::fromLatin1(element) << QString();
+            QTest::addRow("%s empty", element)
+                << QString::fromLatin1(element) << QStringLiteral("");
+        }
+        QTest::newRow("dateOfBirth null") << QStringLiteral("dateOfBirth") << QString();
+    }
+
+    // One line per element: the body without the element is the written one without that line.
+    void anOptionalElementOfARegistrationIsWrittenOnlyForAValue()
+    {
+        QFETCH(QString, element);
+        QFETCH(QString, nothing);
+        RegistrationInfoData data = fullRegistration();
+        data.language = QLocale::C;
+        const QMap<QString, QString*> texts = {
+            {QStringLiteral("username"), &data.userName},
+            {QStringLiteral("mobile"), &data.mobilePhoneNumber},
+            {QStringLiteral("email"), &data.emailAddress},
+            {QStringLiteral("passwordQuestion"), &data.securityQuestion},
+            {QStringLiteral("passwordAnswer"), &data.securityAnswer},
+            {QStringLiteral("language"), &data.languageAsString},
+            {QStringLiteral("firstName"), &data.firstName},
+            {QStringLiteral("lastName"), &data.lastName},
+        };
+        if (texts.contains(element))
+            *texts[element] = nothing;
+        else
+            data.dateOfBirth = QDate();
+
+        QStringList lines = wiredata::requestLines(QStringLiteral("registration/everything"));
+        const int userData = lines.indexOf(QStringLiteral("<userData>"));
+        const int line = lines.indexOf(QRegularExpression(QStringLiteral("<%1>.*").arg(element)),
+                                       element == QLatin1String("username") ? 0 : userData);
+        QVERIFY(line > 0);
+        lines.removeAt(line);
+        QCOMPARE(MsgCreator::xmlRegistration(data, captchaId, tag()), lines.join(QString()));
+    }
+
+    void anOptionalElementOfAPasswordResetIsWrittenOnlyForAValue_data()
+    {
+        QTest::addColumn<QString>("element");
+        QTest::addColumn<QStringList>("values");
+        const auto token = QStringLiteral("reset-token-5");
+        const auto answer = QStringLiteral("Rex");
+        QTest::newRow("no token") << "securityToken"
+                                  << QStringList{QStringLiteral(""), password, answer};
+        QTest::newRow("no password")
+            << "newPassword" << QStringList{token, QStringLiteral(""), answer};
+        QTest::newRow("no answer")
+            << "passwordQuestionAnswer" << QStringList{token, password, QStringLiteral("")};
+    }
+
+    void anOptionalElementOfAPasswordResetIsWrittenOnlyForAValue()
+    {
+        QFETCH(QString, element);
+        QFETCH(QStringList, values);
+        QStringList lines =
+            wiredata::requestLines(QStringLiteral("passwordreset/token-password-answer"));
+        const int line = lines.indexOf(QRegularExpression(QStringLiteral("<%1>.*").arg(element)));
+        QVERIFY(line > 0);
+        lines.removeAt(line);
+        QCOMPARE(MsgCreator::xmlChangePasswordRequest(values[0], values[1], values[2]),
+                 lines.join(QString()));
+    }
+
+    void aRegistrationSaysItsLanguageAndCountryAsCodes_data()
+    {
+        QTest::addColumn<int>("language");
+        QTest::addColumn<int>("country");
+        QTest::addColumn<QString>("languageElement");
+        QTest::addColumn<QString>("countryElement");
+        QTest::newRow("no language, any country")
+            << int(QLocale::C) << int(QLocale::AnyCountry) << ""
+            << "<country></country>";
+        QTest::newRow("Finnish in Finland")
+            << int(QLocale::Finnish) << int(QLocale::Finland) << "<language>fi</language>"
+            << "<country>FI</country>";
+        QTest::newRow("German in Switzerland")
+            << int(QLocale::German) << int(QLocale::Switzerland) << "<language>de</language>"
+            << "<country>CH</country>";
+        QTest::newRow("no known language or country")
+            << int(QLocale::LastLanguage) + 1 << int(QLocale::LastCountry) + 1
+            << "<language>C</language>"
+            << "<country></country>";
+    }
+
+    void aRegistrationSaysItsLanguageAndCountryAsCodes()
+    {
+        QFETCH(int, language);
+        QFETCH(int, country);
+        QFETCH(QString, languageElement);
+        QFETCH(QString, countryElement);
+        RegistrationInfoData data;
+        data.language = static_cast<QLocale::Language>(language);
+        data.country = static_cast<QLocale::Country>(country);
+        QString xml;
+        MsgCreator::fillUserInfoForRegistration(xml, data);
+        QCOMPARE(xml, QStringLiteral("<userData><password></password>%1%2</userData>")
+                          .arg(languageElement, countryElement));
+    }
+
+    void fragmentsAreAppended()
+    {
+        QString xml = QStringLiteral("before");
+        MsgCreator::fillCaptchaOrServiceTagInfo(xml, {}, captchaId, tag());
+        QCOMPARE(xml, QStringLiteral("before<serviceTag>tag-0123</serviceTag>"));
+        MsgCreator::fillMarketingUpdateInfo(xml, {});
+        QCOMPARE(xml, QStringLiteral("before<serviceTag>tag-0123</serviceTag><marketingConsent>"
+                                     "<email>false</email><mobile>false</mobile>"
+                                     "<serviceId>OneConsent</serviceId></marketingConsent>"));
+    }
+
+    void aRegistrationWithoutCaptchaAndTagIsLogged()
+    {
+        const MessageLog log;
+        QString xml;
+        MsgCreator::fillCaptchaOrServiceTagInfo(xml, {}, captchaId, {});
+        QCOMPARE(xml, QString());
+        QCOMPARE(log.all(), QStringList(QStringLiteral(
+                                "C Niether the service tag nor the captcha is present")));
+    }
+
+    void anEmptyAddressHasNoAvailabilityBody()
+    {
+        const MessageLog log;
+        QVERIFY(MsgCreator::xmlEmailAvailability(QStringLiteral(""), tag()).isNull());
+        QCOMPARE(log.all(), QStringList(QStringLiteral(
+                                "C Email Id is empty - Cannot query for Email Availability")));
+    }
+
+    void anAvailabilityBodyWithoutTagIsLogged()
+    {
+        const MessageLog log;
+        MsgCreator::xmlEmailAvailability(QStringLiteral("a@mail.example"), {});
+        QCOMPARE(log.all(),
+                 QStringList(QStringLiteral("C serviceTag should be present for Email Availability "
+                                            "Check use case")));
+    }
+
+    void noOtherBodyIsLogged()
+    {
+        const MessageLog log;
+        for (const Body& body : bodies) {
+            const QString name = QString::fromLatin1(body.name);
+            if (!name.endsWith(QLatin1String("/without-service-tag")) &&
+                name != QLatin1String("registration/nothing") &&
+                name != QLatin1String("phoneactivation/nothing"))
+                body.make();
+        }
+        QCOMPARE(log.all(), QStringList());
+    }
+
+    void anEmptyPasswordHasNoChangeBody()
+    {
+        QVERIFY(MsgCreator::xmlChangePassword(QString()).isEmpty());
+        QVERIFY(MsgCreator::xmlChangePassword(QStringLiteral("")).isEmpty());
+    }
+
+    void signingInSendsADigestInsteadOfThePassword()
+    {
+        const auto created = QStringLiteral("2012-03-04T05:06:07.089Z");
+        const QString xml =
+            MsgCreator::xmlTokenCreation(QStringLiteral("somebody"), password, created);
+        const QString nonce = valueOf(QStringLiteral("nonce"), xml);
+        QVERIFY(
+            QRegularExpression(QStringLiteral("^\\{[0-9a-f-]{36}\\}$")).match(nonce).hasMatch());
+        const QByteArray digest = QCryptographicHash::hash((nonce + created + password).toUtf8(),
+                                                           QCryptographicHash::Sha1)
+                                      .toBase64();
+        QCOMPARE(valueOf(QStringLiteral("digest"), xml).toLatin1(), digest);
+        QVERIFY(!xml.contains(password));
+        QVERIFY(!xml.contains(QLatin1String("U2VjcmV0IDEh")));
+    }
+
+    void everySignInHasANonceOfItsOwn()
+    {
+        const auto body = [] { return MsgCreator::xmlTokenCreation({}, password, {}); };
+        QVERIFY(body() != body());
+    }
+
+    void aForbiddenCharacterBecomesAReplacementCharacter_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("written");
+        const QString replacement(QChar(0xFFFD));
+        for (const int code : {0x00, 0x01, 0x08, 0x0B, 0x0C, 0x0E, 0x1F, 0xFFFE, 0xFFFF, 0xD800,
+                               0xDBFF, 0xDC00, 0xDFFF}) {
+            QTest::addRow("U+%04X", uint(code))
+                << QLatin1Char('a') + QString(QChar(code)) + QLatin1Char('b')
+                << QLatin1Char('a') + replacement + QLatin1Char('b');
+        }
+        QTest::newRow("high surrogate at the end") << QString(QChar(0xD83D)) << replacement;
+        QTest::newRow("surrogates the wrong way round")
+            << QString(QChar(0xDE00)) + QChar(0xD83D) << replacement + replacement;
+        QTest::newRow("two high surrogates, one low")
+            << QString(QChar(0xD83D)) + QChar(0xD83D) + QChar(0xDE00)
+            << replacement + QString::fromUtf8("😀");
+        for (const char* plain : {"\t", "\n", "\r", " ", "\x7f", "ä", "€", "😀", "a😀b", "\"'"})
+            QTest::addRow("kept: %s", QByteArray(plain).toPercentEncoding().constData())
+                << QString::fromUtf8(plain) << QString::fromUtf8(plain);
+        QTest::newRow("U+FFFD") << replacement << replacement;
+    }
+
+    void aForbiddenCharacterBecomesAReplacementCharacter()
+    {
+        QFETCH(QString, value);
+        QFETCH(QString, written);
+        const QString xml = MsgCreator::xmlUpdateUserName(value);
+        QCOMPARE(valueOf(QStringLiteral("username"), xml), written);
+    }
+
+    void noValueBreaksTheDocument()
+    {
+        QRandomGenerator random(17);
+        const QStringList pieces =
+            QStringLiteral("< > & \" ' / ! - [ ] ? a ]]> <!-- \r \n").split(QLatin1Char(' ')) +
+            QStringList{QStringLiteral(" "), QString(QChar(0)), QString(QChar(0xFFFF)),
+                        QString::fromUtf8("😀")};
+        for (int round = 0; round < 2000; ++round) {
+            QString value;
+            for (int i = random.bounded(12); i > 0; --i)
+                value.append(pieces.at(random.bounded(pieces.size())));
+            QXmlStreamReader reader(MsgCreator::xmlUpdateUserName(value));
+            QVERIFY(reader.readNextStartElement());
+            QVERIFY(reader.readNextStartElement());
+            QCOMPARE(reader.name().toString(), QStringLiteral("username"));
+            const QString read = reader.readElementText();
+            QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+            // An XML reader takes every line end for a line feed.
+            QString expected = value;
+            expected.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+            expected.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+            expected.replace(QChar(0), QChar(0xFFFD));
+            expected.replace(QChar(0xFFFF), QChar(0xFFFD));
+            QCOMPARE(read, expected);
+            QVERIFY(reader.readNextStartElement());
+            QCOMPARE(reader.name().toString(), QStringLiteral("userData"));
+        }
+    }
+
+    void theDomainOfAnAddressBecomesAscii_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("converted");
+        const auto row = [](const char* title, const char* address, const char* converted) {
+            QTest::newRow(title) << QString::fromUtf8(address) << QString::fromUtf8(converted);
+        };
+        row("user name", "somebody", "somebody");
+        row("non-ASCII user name", "jörg", "jörg");
+        row("phone number", "+358401234567", "+358401234567");
+        row("nothing", "", "");
+        row("ASCII domain", "somebody@mail.example", "somebody@mail.example");
+        row("non-ASCII domain", "somebody@bücher.example", "somebody@xn--bcher-kva.example");
+        row("non-ASCII local part", "jörg@mail.example", "jörg@mail.example");
+        row("both non-ASCII", "jörg@bücher.example", "jörg@xn--bcher-kva.example");
+        row("upper-case domain", "Some@MAIL.Example", "Some@mail.example");
+        row("domain of one character", "a@b", "a@b");
+        row("domain of one non-ASCII character", "a@ü", "a@ü");
+        row("domain of two characters", "a@bc", "a@bc");
+        row("domain of two non-ASCII characters", "a@üb", "a@xn--b-dha");
+        row("no domain", "a@", "a@");
+        row("no local part", "@bücher.example", "@bücher.example");
+        row("at-sign alone", "@", "@");
+        row("at-signs alone", "a@@@", "a@@@");
+        row("two at-signs together", "a@@bücher.example", "a@@xn--bcher-kva.example");
+        // The domain reaches from the first at-sign and holds one itself, so it has no ASCII form.
+        row("two at-signs", "a@b@bücher.example", "a@b@");
+        row("impossible domain", "a@bü cher.example", "a@");
+    }
+
+    void theDomainOfAnAddressBecomesAscii()
+    {
+        QFETCH(QString, address);
+        QFETCH(QString, converted);
+        QCOMPARE(MsgCreator::getAsPunycode(address), converted);
+    }
+
+    void theConversionFollowsItsSearches()
+    {
+        QRandomGenerator random(23);
+        const QString characters = QString::fromUtf8("@@@aB.ü \n");
+        for (int round = 0; round < 20000; ++round) {
+            QString address;
+            for (int i = random.bounded(9); i > 0; --i)
+                address.append(characters.at(random.bounded(characters.size())));
+            QCOMPARE(MsgCreator::getAsPunycode(address), punycodeBySearching(address));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMsgCreator)
+#include "tst_msgcreator.moc"
