@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/sessionsandbox.h"
+
+#include "support/sqlitereader.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSaveFile>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <iterator>
+
+namespace KelTest {
+
+namespace {
+
+constexpr int busTimeoutMs = 5000;
+
+const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
+
+/// A call to the bus itself, on a connection of its own: the connection that the code under test
+/// uses must neither see the answers nor be woken by them.
+QDBusMessage askBus(const QString& method, const QVariantList& arguments)
+{
+    static int count = 0;
+    const QString name = QStringLiteral("kel-test-%1").arg(count++);
+    QDBusMessage answer;
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), method);
+        call.setArguments(arguments);
+        answer = bus.call(call, QDBus::Block, busTimeoutMs);
+    }
+    QDBusConnection::disconnectFromBus(name);
+    return answer;
+}
+
+bool pollUntil(const std::function<bool()>& condition, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.hasExpired(timeoutMs))
+            return false;
+        QTest::qSleep(2);
+    }
+    return true;
+}
+
+} // namespace
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.hasExpired(timeoutMs))
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QTest::qSleep(1);
+    }
+    return true;
+}
+
+SessionSandbox::SessionSandbox()
+{
+    mSession.setPlugin(QStringLiteral("zorauth"), QStringLiteral(KELACCOUNT_TEST_PLUGIN));
+}
+
+bool SessionSandbox::start()
+{
+    if (!mSession.start()) {
+        std::fprintf(stderr, "no session for the test: %s\n", qPrintable(mSession.errorText()));
+        return false;
+    }
+    mSession.applyToThisProcess();
+    script({});
+    return true;
+}
+
+QString SessionSandbox::pluginFile(const char* name) const
+{
+    return mSession.path(QStringLiteral("home/") + QLatin1String(name));
+}
+
+void SessionSandbox::script(const QList<PluginStep>& steps)
+{
+    mFirstEntry = readRequests(pluginFile("requests")).size();
+    QSaveFile file(pluginFile("script")); // the plugin never sees half of it
+    if (!file.open(QIODevice::WriteOnly))
+        qFatal("the plugin's script cannot be written");
+    QDataStream stream(&file);
+    stream << PluginScript{mFirstEntry, steps};
+    file.commit();
+}
+
+QList<PluginRequest> SessionSandbox::entries() const
+{
+    return readRequests(pluginFile("requests")).mid(mFirstEntry);
+}
+
+QList<PluginRequest> SessionSandbox::requests() const
+{
+    QList<PluginRequest> since;
+    const QList<PluginRequest> all = entries();
+    std::copy_if(all.cbegin(), all.cend(), std::back_inserter(since),
+                 [](const PluginRequest& entry) { return !entry.cancelled; });
+    return since;
+}
+
+QStringList SessionSandbox::mechanisms() const
+{
+    QStringList names;
+    const QList<PluginRequest> since = requests();
+    for (const PluginRequest& request : since)
+        names.append(request.mechanism);
+    return names;
+}
+
+int SessionSandbox::cancellations() const
+{
+    return entries().size() - requests().size();
+}
+
+bool SessionSandbox::waitForRequests(int count, int timeoutMs) const
+{
+    return waitUntil([&] { return requests().size() >= count; }, timeoutMs);
+}
+
+pid_t SessionSandbox::daemonProcessId() const
+{
+    const QDBusMessage answer =
+        askBus(QStringLiteral("GetConnectionUnixProcessID"), {QString(daemonName)});
+    return answer.type() == QDBusMessage::ReplyMessage
+               ? static_cast<pid_t>(answer.arguments().value(0).toUInt())
+               : 0;
+}
+
+pid_t SessionSandbox::pluginProcessId() const
+{
+    const QList<PluginRequest> since = requests();
+    return since.isEmpty() ? 0 : static_cast<pid_t>(since.last().processId);
+}
+
+bool SessionSandbox::killDaemon() const
+{
+    const pid_t id = daemonProcessId();
+    if (id <= 1 || ::kill(id, SIGKILL) != 0)
+        return false;
+    return pollUntil([this] { return daemonProcessId() == 0; }, busTimeoutMs);
+}
+
+bool SessionSandbox::startDaemon() const
+{
+    askBus(QStringLiteral("StartServiceByName"), {QString(daemonName), 0U});
+    return daemonProcessId() > 1;
+}
+
+QList<QVariantList> SessionSandbox::credentials(const QString& query) const
+{
+    return sqliteRows(mSession.path(QStringLiteral("credentials/signon.db")), query);
+}
+
+QList<QVariantList> SessionSandbox::accounts(const QString& query) const
+{
+    return sqliteRows(mSession.path(QStringLiteral("accounts/accounts.db")), query);
+}
+
+} // namespace KelTest

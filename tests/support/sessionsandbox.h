@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "sandbox/sandbox.h"
+#include "support/testplugin/pluginscript.h"
+
+#include <QCoreApplication>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QTest>
+
+#include <cstdlib>
+#include <functional>
+
+#include <sys/types.h>
+
+namespace KelTest {
+
+/// A session for one test program: the real bus, sign-on daemon and accounts database, and the
+/// scriptable plugin for method "zorauth".
+class SessionSandbox
+{
+public:
+    SessionSandbox();
+
+    /// For what has to be set before the start.
+    KelEmulator::Sandbox& session() { return mSession; }
+    const KelEmulator::Sandbox& session() const { return mSession; }
+
+    /// Starts the session and moves this process into it. On failure says why on standard error.
+    bool start();
+
+    // The plugin.
+
+    /// What the plugin does with the requests from now on; forgets those before.
+    void script(const QList<PluginStep>& steps);
+    /// The requests since the last script(), in the order in which the plugin got them.
+    QList<PluginRequest> requests() const;
+    /// Their mechanisms.
+    QStringList mechanisms() const;
+    /// How often the plugin was told to cancel since the last script().
+    int cancellations() const;
+    /// Runs the event loop until the plugin has got so many requests.
+    bool waitForRequests(int count, int timeoutMs = 10000) const;
+
+    // The daemon and the processes.
+
+    pid_t daemonProcessId() const; ///< 0 while none runs
+    pid_t pluginProcessId() const; ///< of the last request
+    /// Kills the daemon and waits, without running the event loop, until the bus knows.
+    bool killDaemon() const;
+    /// Starts the daemon, if it does not run, and waits until it does.
+    bool startDaemon() const;
+
+    // The stores.
+
+    QList<QVariantList> credentials(const QString& query) const;
+    QList<QVariantList> accounts(const QString& query) const;
+
+private:
+    QList<PluginRequest> entries() const;
+    QString pluginFile(const char* name) const;
+
+    KelEmulator::Sandbox mSession;
+    int mFirstEntry = 0;
+};
+
+/// True once `condition` holds; runs the event loop meanwhile.
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
+
+/// The body of a sandboxed test's main().
+template <class Test>
+int runInSession(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    SessionSandbox sandbox;
+    if (!sandbox.start())
+        return EXIT_FAILURE;
+    Test test(sandbox);
+    return QTest::qExec(&test, argc, argv);
+}
+
+} // namespace KelTest
