@@ -31,7 +31,7 @@ QDate dateOfDigits(const QString& text)
         for (int i = start; i < start + digits; ++i) {
             const int digit = text[i].unicode() - '0';
             if (digit < 0 || digit > 9)
-                return -1;
+                return 0; // no year, month or day has this number
             value = value * 10 + digit;
         }
         return value;

@@ -1,0 +1,470 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "replyreaders.h"
+#include "rest/replydocument.h"
+#include "wiredata.h"
+
+#include <kelaccount/errorstatus.h>
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace KelRestHandler;
+using replyreaders::readError;
+
+namespace {
+
+constexpr int undecided = 1005;
+constexpr int markedAsError = 1004;
+
+const auto declaration = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+
+// What the response processor does first with every reply.
+struct Classified
+{
+    explicit Classified(const QString& xml)
+    {
+        info.statusCode = undecided;
+        root = MsgParser::processXml(info, xml);
+    }
+
+    RequestInfoData info;
+    QDomNode root;
+};
+
+QString element(const QString& name, const QString& content = QString())
+{
+    return QStringLiteral("<%1>%2</%1>").arg(name, content);
+}
+
+int statusOf(const QString& errorElement)
+{
+    RequestInfoData info;
+    info.statusCode = undecided;
+    const Classified reply(declaration + element(QStringLiteral("errorResponse"), errorElement));
+    MsgParser::parseErrorxml(info, reply.root);
+    return info.statusCode;
+}
+
+void addStatusRows(const QList<QPair<const char*, int>>& rows)
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("status");
+    for (const auto& row : rows)
+        QTest::newRow(row.first) << QString::fromLatin1(row.first) << row.second;
+}
+
+QString nested(int depth)
+{
+    QString xml = QStringLiteral("<profileQueryResponse>");
+    for (int i = 1; i < depth; ++i)
+        xml += QLatin1String("<a>");
+    for (int i = 1; i < depth; ++i)
+        xml += QLatin1String("</a>");
+    return xml + QLatin1String("</profileQueryResponse>");
+}
+
+} // namespace
+
+class TestMsgParser : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyReplyIsReadAsExpected_data()
+    {
+        QTest::addColumn<QString>("name");
+        const QStringList names = wiredata::cases(QStringLiteral("reply"));
+        QVERIFY(!names.isEmpty());
+        for (const QString& name : names)
+            QTest::newRow(qPrintable(name)) << name;
+    }
+
+    void everyReplyIsReadAsExpected()
+    {
+        QFETCH(QString, name);
+        const QString operation = name.section(QLatin1Char('/'), 0, 0);
+        QVERIFY2(replyreaders::all().contains(operation), "no reader for this folder");
+
+        const Classified reply(wiredata::text(name + QLatin1String(".reply")));
+        QVERIFY(reply.root.isElement());
+        QCOMPARE(reply.info.statusCode,
+                 operation == QLatin1String("error") ? markedAsError : undecided);
+
+        QString read = replyreaders::all()[operation](reply.root).join(QLatin1Char('\n'));
+        if (!read.isEmpty())
+            read += QLatin1Char('\n');
+        QCOMPARE(read, wiredata::text(name + QLatin1String(".expect")));
+    }
+
+    void everyReplyHasItsExpectationAndEveryReaderItsReplies()
+    {
+        const QStringList replies = wiredata::cases(QStringLiteral("reply"));
+        QCOMPARE(replies, wiredata::cases(QStringLiteral("expect")));
+        QSet<QString> operations;
+        for (const QString& name : replies)
+            operations.insert(name.section(QLatin1Char('/'), 0, 0));
+        for (auto reader = replyreaders::all().cbegin(); reader != replyreaders::all().cend();
+             ++reader)
+            QVERIFY2(operations.contains(reader.key()), qPrintable(reader.key()));
+    }
+
+    void aReaderLeavesEverythingForANullNode()
+    {
+        for (auto reader = replyreaders::all().cbegin(); reader != replyreaders::all().cend();
+             ++reader)
+            (*reader)(QDomNode());
+        RequestInfoData info;
+        MsgParser::parseErrorSubNode(info, QDomNode());
+        MsgParser::parseDetailedErrorCode(info, QDomNode());
+        QCOMPARE(info.statusCode, 0);
+        QCOMPARE(info.errorText, QString());
+    }
+
+    void everyResponseRootIsRecognised_data()
+    {
+        QTest::addColumn<QString>("root");
+        for (const char* root :
+             {"tokenCreationResponse", "tokenRefreshResponse", "captchaCreationResponse",
+              "userNameAvailabilityResponse", "registrationResponse", "profileQueryResponse",
+              "simplifiedPasswordQuestionResponse", "simplifiedChangePasswordResponse",
+              "securityQuestionsResponse", "profileUpdateResponse", "marketingConsentQueryResponse",
+              "contactsUpdateResponse", "serviceQueryResponse", "termsQueryResponse",
+              "guardianTokenCreationResponse", "consentQueryVariantResponse",
+              "autoDetectionResponse", "phoneActivationRegistrationResponse"})
+            QTest::newRow(root) << QString::fromLatin1(root);
+    }
+
+    void everyResponseRootIsRecognised()
+    {
+        QFETCH(QString, root);
+        const Classified reply(declaration + element(root));
+        QCOMPARE(reply.root.nodeName(), root);
+        QCOMPARE(reply.info.statusCode, undecided);
+    }
+
+    void anythingElseHasNoResponseElement_data()
+    {
+        QTest::addColumn<QString>("xml");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("no document") << QStringLiteral("Bad gateway");
+        QTest::newRow("declaration alone") << declaration;
+        QTest::newRow("unknown root") << QStringLiteral("<emailAvailabilityResponse/>");
+        QTest::newRow("root in another letter case") << QStringLiteral("<ProfileQueryResponse/>");
+        QTest::newRow("root with a prefix")
+            << QStringLiteral("<r:profileQueryResponse xmlns:r='x'/>");
+        QTest::newRow("response below another root")
+            << QStringLiteral("<html><profileQueryResponse/></html>");
+        QTest::newRow("cut") << QStringLiteral("<profileQueryResponse><profile><username>some");
+        QTest::newRow("cut before the last tag")
+            << QStringLiteral("<profileQueryResponse><profile/>");
+        QTest::newRow("cut error") << QStringLiteral("<errorResponse><errorCode>captchaError");
+        QTest::newRow("tags crossed")
+            << QStringLiteral("<profileQueryResponse><a></profileQueryResponse></a>");
+        QTest::newRow("two roots")
+            << QStringLiteral("<profileQueryResponse/><profileQueryResponse/>");
+        QTest::newRow("text behind the root") << QStringLiteral("<profileQueryResponse/>text");
+    }
+
+    void anythingElseHasNoResponseElement()
+    {
+        QFETCH(QString, xml);
+        const Classified reply(xml);
+        QVERIFY(reply.root.isNull());
+        QCOMPARE(reply.info.statusCode, undecided);
+        QCOMPARE(reply.info.errorText, QString());
+    }
+
+    void commentsAndInstructionsBesideTheRootAreSkipped()
+    {
+        const Classified reply(
+            declaration + QStringLiteral("\r\n<!-- <!DOCTYPE x> & < -->\n<?php echo '<a>' ?>\n"
+                                         "<profileQueryResponse a='<' b=\"'>\"/>\n<!-- end -->\n")
+                              .replace(QLatin1String("'<'"), QLatin1String("'&lt;'")));
+        QCOMPARE(reply.root.nodeName(), QStringLiteral("profileQueryResponse"));
+    }
+
+    void errorAnywhereInTheTextMarksTheReply_data()
+    {
+        QTest::addColumn<QString>("xml");
+        QTest::addColumn<bool>("marked");
+        const auto reply = [](const QString& value) {
+            return element(QStringLiteral("profileQueryResponse"), value);
+        };
+        QTest::newRow("no error") << reply(QStringLiteral("fine")) << false;
+        QTest::newRow("in a value") << reply(QStringLiteral("terrors")) << true;
+        QTest::newRow("capital in a value") << reply(QStringLiteral("anError")) << true;
+        QTest::newRow("in upper case") << reply(QStringLiteral("ERROR eRROR ErrOr")) << false;
+        QTest::newRow("nearly") << reply(QStringLiteral("err or errr mirror errOr")) << false;
+        QTest::newRow("in an element name") << reply(QStringLiteral("<noError/>")) << true;
+        QTest::newRow("in an attribute") << reply(QStringLiteral("<a b='error'/>")) << true;
+        QTest::newRow("in a comment behind")
+            << reply(QString()) + QStringLiteral("<!--error-->") << true;
+        QTest::newRow("in a comment before")
+            << QStringLiteral("<!--error-->") + reply(QString()) << true;
+        QTest::newRow("as the root") << QStringLiteral("<errorResponse/>") << true;
+        QTest::newRow("as part of an unknown root") << QStringLiteral("<html>error</html>") << true;
+        // wherever the search may look at the text in pieces
+        for (int padding = 480; padding < 520; ++padding)
+            QTest::addRow("after %d characters", padding)
+                << reply(QString(padding, QLatin1Char('x')) + QStringLiteral("error")) << true;
+    }
+
+    void errorAnywhereInTheTextMarksTheReply()
+    {
+        QFETCH(QString, xml);
+        QFETCH(bool, marked);
+        const Classified reply(xml);
+        QVERIFY(reply.root.isElement());
+        QCOMPARE(reply.info.statusCode, marked ? markedAsError : undecided);
+    }
+
+    void theFirstElementOfAMarkedReplyIsReturnedWhateverItsName()
+    {
+        const Classified reply(QStringLiteral("<!-- x --><anything>error</anything>"));
+        QCOMPARE(reply.root.nodeName(), QStringLiteral("anything"));
+    }
+
+    void everyErrorCodeHasItsStatus_data()
+    {
+        addStatusRows({{"invalidAccessToken", 500},   {"illegalRequestMethod", 501},
+                       {"unknownContentType", 502},   {"invalidUrl", 503},
+                       {"notAuthorized", 504},        {"generalError", 505},
+                       {"invalidMessageFormat", 506}, {"resourceNotFound", 507},
+                       {"operationFailed", 508},      {"userPreregistered", 509},
+                       {"accountLocked", 510},        {"contactUpdate", 511},
+                       {"usernameReserved", 512},     {"captchaError", 513},
+                       {"attributeSyntaxError", 522}, {"", 505},
+                       {"CaptchaError", 505},         {" captchaError", 505},
+                       {"invalidCaptcha", 505},       {"505", 505}});
+    }
+
+    void everyErrorCodeHasItsStatus()
+    {
+        QFETCH(QString, text);
+        int code = undecided;
+        MsgParser::convertStringToEnum(code, text);
+        QTEST(code, "status");
+        QTEST(statusOf(element(QStringLiteral("errorCode"), text)), "status");
+    }
+
+    void everyOperationErrorHasItsStatus_data()
+    {
+        addStatusRows({{"illegalUpdate", 526},
+                       {"usernameReserved", 512},
+                       {"captchaError", 513},
+                       {"serviceTagError", 514},
+                       {"attributeSyntaxError", 522},
+                       {"IllegalUpdate", undecided},
+                       {"accountLocked", undecided}});
+    }
+
+    void everyOperationErrorHasItsStatus()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, status);
+        for (const char* parent : {"registrationError", "profileUpdateError",
+                                   "guardianValidationError", "phoneActivationRegistrationError"})
+            QCOMPARE(statusOf(element(QLatin1String(parent), element(text))), status);
+        QCOMPARE(statusOf(element(QStringLiteral("contactUpdateError"), element(text))),
+                 status == undecided ? 511 : status);
+    }
+
+    void everyDetailedErrorCodeHasItsStatus_data()
+    {
+        addStatusRows({{"emailAddressReserved", 515},
+                       {"invalidServiceTag", 516},
+                       {"invalidCaptcha", 517},
+                       {"invalidContact", 518},
+                       {"userNotFound", 519},
+                       {"emailSendingFailed", 520},
+                       {"smsSendingFailed", 521},
+                       {"SmsSendingFailed", undecided},
+                       {"captchaError", undecided},
+                       {"", undecided}});
+    }
+
+    void everyDetailedErrorCodeHasItsStatus()
+    {
+        QFETCH(QString, text);
+        const QString code = element(QStringLiteral("detailedErrorCode"), text);
+        QTEST(statusOf(element(QStringLiteral("extensions"), code)), "status");
+    }
+
+    void detailsAreReadInExtensionsOnly()
+    {
+        const Classified reply(
+            QStringLiteral("<error><detailedErrorCode>invalidCaptcha</detailedErrorCode></error>"));
+        RequestInfoData info;
+        MsgParser::parseDetailedErrorCode(info, reply.root);
+        QCOMPARE(info.statusCode, 0);
+    }
+
+    void aStatusThatIsNotAnErrorsIsLeft()
+    {
+        RequestInfoData info;
+        info.statusCode = 77;
+        info.errorText = QStringLiteral("before");
+        info.reserved = 5;
+        const Classified reply(QStringLiteral("<error><unknown>text</unknown></error>"));
+        MsgParser::parseErrorxml(info, reply.root);
+        QCOMPARE(info.statusCode, 77);
+        QCOMPARE(info.errorText, QStringLiteral("before"));
+        QCOMPARE(info.reserved, 5);
+    }
+
+    void timesAreMarkedUtc()
+    {
+        const Classified reply(wiredata::text(QStringLiteral("signin/everything.reply")));
+        QString userName;
+        TokenInfoData token;
+        AccountInfoData account;
+        TermsInfoData terms;
+        MsgParser::parseTokenResponseInfoNode(userName, token, account, terms, reply.root);
+        QCOMPARE(token.time.timeSpec(), Qt::UTC);
+        QCOMPARE(token.time.toSecsSinceEpoch(), 1330837567); // date -d 2012-03-04T05:06:07Z +%s
+        QCOMPARE(token.expires.timeSpec(), Qt::UTC);
+        QCOMPARE(token.expires.toSecsSinceEpoch(), 1330923967);
+    }
+
+    void aDateIsReadAsQtReadsIt_data()
+    {
+        QTest::addColumn<QString>("text");
+        for (const char* text : {"1980-02-29Z",
+                                 "1981-02-29Z",
+                                 "2000-12-31Z",
+                                 "0001-01-01Z",
+                                 "0000-01-01Z",
+                                 "9999-12-31Z",
+                                 "1980-13-01Z",
+                                 "1980-00-10Z",
+                                 "1980-01-00Z",
+                                 "1980-1-1Z",
+                                 "1980-01-01",
+                                 "1980-01-01z",
+                                 "1980-01-01 Z",
+                                 " 1980-01-01Z",
+                                 "1980-01-01Z ",
+                                 "80-01-01Z",
+                                 "1980/01/01Z",
+                                 "+980-01-01Z",
+                                 "-980-01-01Z",
+                                 "198O-01-01Z",
+                                 "10000-01-01Z",
+                                 "",
+                                 "Z",
+                                 "----------Z",
+                                 "١٩٨٠-٠١-٠١Z"})
+            QTest::addRow("'%s'", QByteArray(text).toPercentEncoding(" ").constData())
+                << QString::fromUtf8(text);
+    }
+
+    void aDateIsReadAsQtReadsIt()
+    {
+        QFETCH(QString, text);
+        const Classified reply(element(QStringLiteral("profileQueryResponse"),
+                                       element(QStringLiteral("dateOfBirth"), text)));
+        QString userName;
+        ProfileInfoData profile;
+        MsgParser::parseProfileNode(userName, profile, reply.root);
+        QCOMPARE(profile.dateOfBirth, QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ")));
+    }
+
+    void textIsTakenWithEverythingBelow()
+    {
+        const Classified reply(QStringLiteral(
+            "<guardianTokenCreationResponse><guardianToken>a<b>b<c/></b><!-- x --><![CDATA[<c>]]>"
+            "&#100;</guardianToken></guardianTokenCreationResponse>"));
+        QString token;
+        MsgParser::parseGuardianTokenResponse(token, reply.root);
+        QCOMPARE(token, QStringLiteral("ab<c>d"));
+    }
+
+    void theResponseElementOutlivesItsDocument()
+    {
+        QDomNode root;
+        {
+            RequestInfoData info;
+            root = MsgParser::processXml(
+                info, wiredata::text(QStringLiteral("profiledownload/everything.reply")));
+        }
+        // Whatever the document's memory is used for next must not show.
+        for (int i = 0; i < 100; ++i)
+            MsgParser::processXml(*std::make_unique<RequestInfoData>(),
+                                  wiredata::text(QStringLiteral("signin/everything.reply")));
+        QCOMPARE(replyreaders::readDownloadedProfile(root).constFirst(),
+                 QStringLiteral("user name: somebody"));
+        const QDomNode copy = root;
+        root.clear();
+        QCOMPARE(replyreaders::readDownloadedProfile(copy).constLast(),
+                 QStringLiteral("services: music, maps, mail"));
+    }
+
+    void aReplyBeyondTheBoundsIsUnreadable_data()
+    {
+        QTest::addColumn<QString>("xml");
+        QTest::addColumn<bool>("readable");
+
+        const auto reply = [](const QString& content) {
+            return element(QStringLiteral("profileQueryResponse"), content);
+        };
+        const auto repeated = [](const char* text, int count) {
+            return QString::fromLatin1(QByteArray(text).repeated(count));
+        };
+        QTest::newRow("256 elements deep") << nested(256) << true;
+        QTest::newRow("257 elements deep") << nested(257) << false;
+        QTest::newRow("10,000 elements deep") << nested(10000) << false;
+        QTest::newRow("a million elements deep, cut") << repeated("<a>", 1000000) << false;
+        QTest::newRow("depth behind comments that look like end tags")
+            << repeated("<a><!-- </a> -->", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("depth behind character data that looks like end tags")
+            << repeated("<a><![CDATA[</a>]]>", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("depth behind instructions that look like end tags")
+            << repeated("<a><?p </a> ?>", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("depth behind attributes that look like end tags")
+            << repeated("<a b='</a>'>", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("depth behind attributes that look like empty elements")
+            << repeated("<a b='/>'>", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("many elements side by side") << reply(repeated("<a/>", 90000)) << true;
+        QTest::newRow("too many elements side by side") << reply(repeated("<a/>", 110000)) << false;
+        QTest::newRow("too many attributes in all")
+            << reply(repeated("<a b='' c='' d=''/>", 30000)) << false;
+        QString attributes;
+        for (int i = 0; i < 64; ++i)
+            attributes += QStringLiteral(" a%1=''").arg(i);
+        QTest::newRow("64 attributes") << reply(QStringLiteral("<a%1/>").arg(attributes)) << true;
+        QTest::newRow("65 attributes")
+            << reply(QStringLiteral("<a%1 b=''/>").arg(attributes)) << false;
+        QTest::newRow("4 MiB of text") << reply(QString(4 << 20, QLatin1Char('x'))) << true;
+        QTest::newRow("50 MB") << reply(QString(50'000'000, QLatin1Char('x'))) << false;
+        QTest::newRow("document type") << QStringLiteral("<!DOCTYPE a>") + reply({}) << false;
+        QTest::newRow("entities of entities")
+            << QStringLiteral("<!DOCTYPE a [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;\">"
+                              "<!ENTITY c \"&b;&b;&b;&b;\">]>") +
+                   reply(QStringLiteral("&c;"))
+            << false;
+        QTest::newRow("document type in a comment")
+            << QStringLiteral("<!--<!DOCTYPE a>-->") + reply({}) << true;
+        QTest::newRow("list of 30 KB and picture of 200 KB")
+            << reply(repeated("<q><i>12</i><t>What was the name of your first pet?</t></q>", 600) +
+                     element(QStringLiteral("p"), QString(200'000, QLatin1Char('A'))))
+            << true;
+    }
+
+    void aReplyBeyondTheBoundsIsUnreadable()
+    {
+        QFETCH(QString, xml);
+        QFETCH(bool, readable);
+        QElapsedTimer timer;
+        timer.start();
+        {
+            const Classified reply(xml);
+            QCOMPARE(reply.root.isElement(), readable);
+            QCOMPARE(reply.info.statusCode, undecided);
+        }
+        // Some milliseconds in truth; the rest is for sanitizers and busy machines.
+        QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMsgParser)
+#include "tst_msgparser.moc"
