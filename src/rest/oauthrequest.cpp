@@ -5,23 +5,43 @@
 #include "rest/cryptographicutils.h"
 #include "rest/percentencoding.h"
 #include "rest/serviceaddress.h"
+#include "rest/signedaddress.h"
 
-#include <QUrlQuery>
+#include <QVarLengthArray>
+
+#include <algorithm>
 
 namespace KelRestHandler {
 
 namespace {
 
-// Plain constants: a request may be made while static objects are still being constructed.
-constexpr QLatin1String formField("XMLContent");
-constexpr QLatin1String signatureMethod("HMAC-SHA1");
-constexpr QLatin1String oauthVersion("1.0");
+// Room for everything but the document, in most requests
+constexpr int headerLength = 512;
+constexpr int baseLength = 512;
 
-// name="value", without what separates it from the next parameter
-void appendParameter(QByteArray& header, const char* name, const QString& value)
+QString formBody(const QString& document)
 {
-    header.append(name).append("=\"");
-    appendPercentEncoded(header, value);
+    QString form = QStringLiteral("XMLContent=");
+    appendPercentEncoded(form, document);
+    return form;
+}
+
+using Parameters = QVarLengthArray<QPair<QString, QString>, 8>;
+
+// Puts query items among parameters that are in their order already. A name that occurs twice keeps
+// its last value, and none takes the place of a parameter.
+void addByName(Parameters& parameters, const QList<QPair<QString, QString>>& items)
+{
+    if (items.isEmpty())
+        return;
+    std::for_each(items.crbegin(), items.crend(),
+                  [&](const auto& item) { parameters.append(item); });
+    std::stable_sort(parameters.begin(), parameters.end(),
+                     [](const auto& one, const auto& other) { return one.first < other.first; });
+    const auto end =
+        std::unique(parameters.begin(), parameters.end(),
+                    [](const auto& one, const auto& other) { return one.first == other.first; });
+    parameters.resize(static_cast<int>(end - parameters.begin()));
 }
 
 } // namespace
@@ -42,7 +62,7 @@ void OAuthRequest::createOAuthRequest()
 
     const QString document = createXMLMessage();
     if (!document.isEmpty())
-        setHttpBody(formField + QLatin1Char('=') + urlEncode(document));
+        setHttpBody(formBody(document));
 
     setTypeOfRequest(getHttpRequestType());
 
@@ -61,83 +81,79 @@ QString OAuthRequest::createOAuthHeader(QString const& url, QString const& body,
     const QString timeStamp = getTimeStamp();
     const QString nonce = getNOnce();
     const bool tokenRequired = isTokenRequired();
-    const QString base =
-        createSignatureBase(nonce, timeStamp, url, body, verb, tokenRequired);
+    const QString base = createSignatureBase(nonce, timeStamp, url, body, verb, tokenRequired);
     const QString signature = mProvider.createSignature(mConsumerKey, base, tokenRequired);
 
-    QByteArray header;
-    header.reserve(512);
+    QString header;
+    header.reserve(headerLength);
     // The realm brings its own closing quote and gets a second one: the service wants both.
-    header.append(OAuthRealm).append("\", ");
-    appendParameter(header, "oauth_consumer_key", mConsumerKey);
-    header.append("\", ");
-    appendParameter(header, "oauth_nonce", nonce);
-    header.append("\", ");
-    appendParameter(header, "oauth_timestamp", timeStamp);
+    header += QLatin1String(OAuthRealm);
+    header += QLatin1String("\", oauth_consumer_key=\"");
+    appendPercentEncoded(header, mConsumerKey);
+    header += QLatin1String("\", oauth_nonce=\"");
+    appendPercentEncoded(header, nonce);
+    header += QLatin1String("\", oauth_timestamp=\"");
+    appendPercentEncoded(header, timeStamp);
     // The signature travels as plain base64, not percent-encoded.
-    header.append("\", oauth_signature=\"").append(signature.toLatin1()).append("\", ");
-    appendParameter(header, "oauth_signature_method", signatureMethod);
-    header.append("\", ");
-    appendParameter(header, "oauth_version", oauthVersion);
-    header.append('"');
+    header += QLatin1String("\", oauth_signature=\"");
+    header += signature;
+    header += QLatin1String("\", oauth_signature_method=\"HMAC-SHA1\", oauth_version=\"1.0\"");
 
     if (tokenRequired) {
         const QString token = mProvider.getToken(mConsumerKey);
         if (!token.isEmpty()) {
             // No quote closes the token: this is how the service has always received it.
-            header.append(", ");
-            appendParameter(header, "oauth_token", token);
+            header += QLatin1String(", oauth_token=\"");
+            appendPercentEncoded(header, token);
         }
     }
-    return QString::fromLatin1(header);
+    return header;
 }
 
 QString OAuthRequest::createSignatureBase(QString const& nonce, QString const& timeStamp,
                                           QString const& url, QString const& body,
                                           QString const& verb, bool useToken)
 {
-    const QUrl address(url);
+    const SignedAddress address = signedAddress(url);
 
-    QMap<QString, QString> parameters;
-    const auto queryItems = QUrlQuery(address).queryItems(QUrl::FullyDecoded);
-    for (const auto& item : queryItems)
-        parameters.insert(item.first, item.second);
-    parameters.insert(QStringLiteral("oauth_consumer_key"), mConsumerKey);
-    parameters.insert(QStringLiteral("oauth_nonce"), nonce);
-    parameters.insert(QStringLiteral("oauth_timestamp"), timeStamp);
-    parameters.insert(QStringLiteral("oauth_signature_method"), signatureMethod);
-    parameters.insert(QStringLiteral("oauth_version"), oauthVersion);
+    Parameters parameters{{QStringLiteral("oauth_consumer_key"), mConsumerKey},
+                          {QStringLiteral("oauth_nonce"), nonce},
+                          {QStringLiteral("oauth_signature_method"), QStringLiteral("HMAC-SHA1")},
+                          {QStringLiteral("oauth_timestamp"), timeStamp}};
     if (useToken)
-        parameters.insert(QStringLiteral("oauth_token"), mProvider.getToken(mConsumerKey));
+        parameters.append({QStringLiteral("oauth_token"), mProvider.getToken(mConsumerKey)});
+    parameters.append({QStringLiteral("oauth_version"), QStringLiteral("1.0")});
+    addByName(parameters, address.queryItems);
 
-    QByteArray base = verb.toUpper().toLatin1();
-    base.append('&');
-    appendPercentEncoded(base, address.scheme() + QLatin1String("://") + address.host()
-                                   + address.path(QUrl::FullyDecoded));
-    base.append('&');
+    QString base;
+    base.reserve(baseLength);
+    base += verb.toUpper();
+    base += QLatin1Char('&');
+    appendPercentEncoded(base, address.withoutQuery);
+    base += QLatin1Char('&');
 
     // Names and values are encoded, and the joined parameters once more; "=" and "&" become what
     // that second encoding makes of them.
-    const char* separator = "";
+    QLatin1String separator("");
     const auto appendPair = [&](const QString& name, const QString& value) {
-        base.append(separator);
+        base += separator;
         appendDoublyPercentEncoded(base, name);
-        base.append("%3D");
+        base += QLatin1String("%3D");
         appendDoublyPercentEncoded(base, value);
-        separator = "%26";
+        separator = QLatin1String("%26");
     };
     if (!body.isEmpty())
-        appendPair(formField, body);
-    for (auto it = parameters.cbegin(); it != parameters.cend(); ++it)
-        appendPair(it.key(), it.value());
-    return QString::fromLatin1(base);
+        appendPair(QStringLiteral("XMLContent"), body);
+    for (const auto& parameter : parameters)
+        appendPair(parameter.first, parameter.second);
+    return base;
 }
 
 QString OAuthRequest::urlEncode(QString const& text)
 {
-    QByteArray encoded;
+    QString encoded;
     appendPercentEncoded(encoded, text);
-    return QString::fromLatin1(encoded);
+    return encoded;
 }
 
 QString OAuthRequest::getNOnce()

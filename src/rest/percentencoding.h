@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 namespace KelRestHandler {
@@ -12,10 +11,10 @@ namespace KelRestHandler {
 /// cost: encoding is the larger part of signing a request.
 
 /// Appends the encoded text.
-void appendPercentEncoded(QByteArray& out, const QString& text);
+void appendPercentEncoded(QString& out, const QString& text);
 
 /// Appends the text encoded twice: the parameters of a signature base string are encoded one by one
 /// and then once more as a whole.
-void appendDoublyPercentEncoded(QByteArray& out, const QString& text);
+void appendDoublyPercentEncoded(QString& out, const QString& text);
 
 } // namespace KelRestHandler

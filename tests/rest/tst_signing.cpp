@@ -259,14 +259,15 @@ void SigningTest::encodingTwiceIsEncodingTheEncodedText_data()
 void SigningTest::encodingTwiceIsEncodingTheEncodedText()
 {
     QFETCH(QString, plain);
-    QByteArray twice("before");
-    appendDoublyPercentEncoded(twice, plain);
-    const QByteArray once = QUrl::toPercentEncoding(plain);
-    QCOMPARE(twice, QByteArray("before") + QUrl::toPercentEncoding(QString::fromLatin1(once)));
+    const QString before = QStringLiteral("before");
+    const QString once = QString::fromLatin1(QUrl::toPercentEncoding(plain));
+    QString onceHere = before;
+    appendPercentEncoded(onceHere, plain);
+    QCOMPARE(onceHere, before + once);
 
-    QByteArray onceByUs("before");
-    appendPercentEncoded(onceByUs, plain);
-    QCOMPARE(onceByUs, QByteArray("before") + once);
+    QString twice = before;
+    appendDoublyPercentEncoded(twice, plain);
+    QCOMPARE(twice, before + QString::fromLatin1(QUrl::toPercentEncoding(once)));
 }
 
 void SigningTest::baseStringAndSignatureAgreeWithOtherImplementations_data()
