@@ -58,8 +58,11 @@ int run(const ClientSettings& settings, const Command& command)
     accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
                         settings.service, QVariantMap());
 
+    QStringList quoted;
+    for (const QString& argument : settings.arguments)
+        quoted.append(QLatin1Char('"') + argument + QLatin1Char('"'));
     const QString call = QLatin1String(command.operation) + QLatin1Char('(')
-                         + settings.arguments.join(QLatin1String(", ")) + QLatin1Char(')');
+                         + quoted.join(QLatin1String(", ")) + QLatin1Char(')');
     QElapsedTimer clock;
     clock.start();
     command.start(accounts, &accounts, settings.arguments, [&](const Outcome& outcome) {
