@@ -30,10 +30,11 @@ void installProxyFromEnvironment()
         address.password()));
 }
 
-// A language comes from the application: a line break in it must not start a header of its own.
+// A language comes from the application: a line break in it must not start a header of its own. An
+// empty value is sent as one; a null value would remove the header.
 QByteArray headerBytes(const QString& text)
 {
-    QByteArray bytes = text.toLatin1();
+    QByteArray bytes = text.isEmpty() ? QByteArray("") : text.toLatin1();
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
     bytes.truncate(static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl)
                                     - bytes.begin()));

@@ -99,7 +99,27 @@ NetworkResponseProcessor::Processor NetworkResponseProcessor::processorFor(int r
     };
     using P = NetworkResponseProcessor;
     static constexpr Row rows[] = {
+        {SignIn, &P::processSignInResponse},
+        {RefreshToken, &P::processTokenResponse},
         {RetrieveUserNameAvailability, &P::processUsernameAvailabilityResponse},
+        {RetrieveCaptchaImage, &P::processRetrieveCaptchaResponse},
+        {RegisterAccount, &P::processRegisterAccountResponse},
+        {RetrieveSecurityQuestionList, &P::processRetrieveSecQueListResponse},
+        {RetrievePreAccountInfo, &P::processDetectPreAccountResponse},
+        {RetrieveTermsOfService, &P::processretrieveTOSResponse},
+        {DeleteToken, &P::processDeleteTokenResponse},
+        {SendResetMessage, &P::processrequestPasswordResetResponse},
+        {RetrieveEmailIdAvailability, &P::processEmailAvailabilityResponse},
+        {QueryConsentVariant, &P::processQueryVariantResponse},
+        {ResetPassword, &P::processResetPasswordUsingSecurityQuestionResponse},
+        {RetrieveSecurityQuestion, &P::processRetrieveSecuirtyQuestonResponse},
+        {ChangePassword, &P::processChangePasswordResponse},
+        {RetrieveTermsAcceptance, &P::processRetrieveTermsAcceptanceResponse},
+        {UpdateTermsAcceptance, &P::processUpdateTermsAcceptanceResponse},
+        {DownloadProfile, &P::processDownloadProfileResponse},
+        {UpdateSecurityQuestionType, &P::processUpdateSecurityQuestionResponse},
+        {SetUserName, &P::processSetUserNameResponse},
+        {UpdateDeviceInfo, &P::processUpdateDeviceInfoResponse},
     };
     const auto row = std::find_if(std::begin(rows), std::end(rows),
                                   [requestType](const Row& r) { return r.type == requestType; });
@@ -172,19 +192,11 @@ NetworkResponseProcessor::Outcome NetworkResponseProcessor::decide(HttpResponse*
     return outcome;
 }
 
-void NetworkResponseProcessor::processUsernameAvailabilityResponse(HttpResponse* response)
+RESTResponseBase NetworkResponseProcessor::statusOf(HttpResponse* response)
 {
-    Outcome outcome = decide(response);
-    UserNameAvailabilityResponse answer;
-    answer.available = outcome.info.statusCode == ErrorNone;
-    // HTTP 422 with suggestions is how the service says that a name is taken.
-    if (outcome.info.statusCode == ErrorUnknownContent) {
-        MsgParser::parseUserNameSuggestionsResponseNode(answer.suggestions, outcome.document);
-        if (!answer.suggestions.isEmpty())
-            outcome.info.statusCode = ErrorNone;
-    }
-    updateResponseWithBasicData(response, answer, outcome.info);
-    Q_EMIT userNameAvailabilityResponse(answer);
+    RESTResponseBase answer;
+    updateResponseWithBasicData(response, answer, decide(response).info);
+    return answer;
 }
 
 } // namespace KelRestHandler

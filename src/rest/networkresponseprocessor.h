@@ -44,8 +44,31 @@ private:
     static int updateResponseWithBasicData(HttpResponse* response, RESTResponseBase& base,
                                            const RequestInfoData& info);
     static Outcome decide(HttpResponse* response);
+    static RESTResponseBase statusOf(HttpResponse* response);
+    static void takeTimeOfSignIn(HttpResponse* response, const TokenInfoData& token);
 
+    void processSignInResponse(HttpResponse* response);
+    void processTokenResponse(HttpResponse* response);
     void processUsernameAvailabilityResponse(HttpResponse* response);
+    void processRetrieveCaptchaResponse(HttpResponse* response);
+    void processRegisterAccountResponse(HttpResponse* response);
+    void processRetrieveSecQueListResponse(HttpResponse* response);
+    void processDetectPreAccountResponse(HttpResponse* response);
+    void processretrieveTOSResponse(HttpResponse* response);
+    void processDeleteTokenResponse(HttpResponse* response);
+    void processrequestPasswordResetResponse(HttpResponse* response);
+    void processEmailAvailabilityResponse(HttpResponse* response);
+    void processQueryVariantResponse(HttpResponse* response);
+    void processResetPasswordUsingSecurityQuestionResponse(HttpResponse* response);
+    // "Secuirty", "Queston": part of the name for good
+    void processRetrieveSecuirtyQuestonResponse(HttpResponse* response);
+    void processChangePasswordResponse(HttpResponse* response);
+    void processRetrieveTermsAcceptanceResponse(HttpResponse* response);
+    void processUpdateTermsAcceptanceResponse(HttpResponse* response);
+    void processDownloadProfileResponse(HttpResponse* response);
+    void processUpdateSecurityQuestionResponse(HttpResponse* response);
+    void processSetUserNameResponse(HttpResponse* response);
+    void processUpdateDeviceInfoResponse(HttpResponse* response);
 
     using Processor = void (NetworkResponseProcessor::*)(HttpResponse*);
     static Processor processorFor(int requestType);

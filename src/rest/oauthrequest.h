@@ -53,6 +53,7 @@ public:
 
 protected:
     QString baseAddress() const { return mBaseAddress; }
+    ISignatureProvider& provider() const { return mProvider; }
 
 private:
     QString mConsumerKey;

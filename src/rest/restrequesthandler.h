@@ -3,6 +3,11 @@
 
 #include "rest/isignatureprovider.h"
 #include "rest/netrequesttype.h"
+#include "rest/operations/retrievetermsofservicerequest.h"
+#include "rest/records/contactsinfo.h"
+#include "rest/records/plainrecords.h"
+#include "rest/records/profileinfo.h"
+#include "rest/records/registrationinfodata.h"
 #include "rest/servicesignals.h"
 
 #include <memory>
@@ -27,10 +32,142 @@ public:
     explicit RESTRequestHandler(QObject* parent = nullptr);
     ~RESTRequestHandler() override;
 
+    /// Creates a token. Answered by signInResponse.
+    int sendSignInRequest(ISignatureProvider& provider, QString const& userName,
+                          QString const& password, QString const& consumerKey,
+                          QString const& baseAddress, OAuthRequest** request);
+
+    /// Renews the provider's token. Answered by tokenRefreshResponse.
+    int sendTokenRefreshRequest(ISignatureProvider& provider, QString const& consumerKey,
+                                QString const& baseAddress, OAuthRequest** request);
+
     /// Is the user name free? Answered by userNameAvailabilityResponse.
     int sendisUserIdAvailRequest(ISignatureProvider& provider, QString const& userName,
                                  QString const& consumerKey, QString const& baseAddress,
                                  OAuthRequest** request);
+
+    /// A captcha of about that many pixels. Answered by retrieveCaptchaImageResponse.
+    int sendRetrieveCaptchaImageRequest(ISignatureProvider& provider, int width, int height,
+                                        QString const& consumerKey, QString const& baseAddress);
+
+    /// Registers an account. Answered by registerAccountResponse, then accountRegistrationResponse.
+    int sendRegisterAccountRequest(ISignatureProvider& provider,
+                                   RegistrationInfoData const& registration,
+                                   QString const& captchaId, QByteArray const& serviceTag,
+                                   QString const& consumerKey, QString const& baseAddress);
+
+    /// Registers an account. Answered by registerAccountResponse, then accountRegistrationResponse.
+    int sendRegisterAccountRequest(ISignatureProvider& provider,
+                                   RegistrationInfoData const& registration,
+                                   QString const& captchaId, QByteArray const& serviceTag,
+                                   QString const& consumerKey, QString const& baseAddress,
+                                   OAuthRequest** request);
+
+    /// The questions to choose from. Answered by retrieveSecQueListResponse.
+    int sendRetrieveSecQueListRequest(ISignatureProvider& provider, QString const& language,
+                                      QString const& consumerKey, QString const& baseAddress);
+
+    /// The account held ready for the SIM. Answered by detectPreAccountResponse.
+    int senddetectPreAccountRequest(ISignatureProvider& provider, QString const& consumerKey,
+                                    QString const& baseAddress);
+
+    /// Where a service's terms are. Answered by retrieveTOSResponse.
+    int sendretrieveTOSRequest(ISignatureProvider& provider, QString const& serviceId,
+                               QString const& language, QString const& country, TermsFormat format,
+                               QString const& consumerKey, QString const& baseAddress);
+
+    /// Ends the provider's token. Answered by tokenDeletionResponse.
+    int sendDeleteTokenRequest(ISignatureProvider& provider, QString const& consumerKey,
+                               QString const& baseAddress, OAuthRequest** request);
+
+    /// Has a recovery message sent. Answered by requestPasswordResetResponse.
+    int sendresetPasswordRequest(ISignatureProvider& provider, QString const& userId,
+                                 QString const& captchaId, QString const& captchaText,
+                                 bool sendMessage, QString const& messageBody,
+                                 QByteArray const& serviceTag, QString const& consumerKey,
+                                 QString const& baseAddress);
+
+    /// Is the e-mail address free? Answered by emailIdAvailabilityResponse.
+    int sendisEmailAddAvailableRequest(ISignatureProvider& provider, QString const& emailAddress,
+                                       QByteArray const& serviceTag, QString const& consumerKey,
+                                       QString const& baseAddress);
+
+    /// How to ask for marketing consent. Answered by queryMarketingVariantResponse.
+    int sendQueryMarketingRequest(ISignatureProvider& provider, QString const& consumerKey,
+                                  QString const& baseAddress);
+
+    /// A new password for the security answer. Answered by passwordResetResponse.
+    int sendResetPasswordRequest(ISignatureProvider& provider, QString const& userId,
+                                 QString const& securityToken, QString const& newPassword,
+                                 QString const& securityAnswer, QString const& language,
+                                 QString const& consumerKey, QString const& baseAddress);
+
+    /// A user's security question. Answered by retrieveSecurityQuestionResponse.
+    int sendRetrieveSecurityQuestionRequest(ISignatureProvider& provider, QString const& userId,
+                                            QString const& language, QString const& consumerKey,
+                                            QString const& baseAddress);
+
+    /// A new password for a signed-in user. Answered by changePasswordResponse.
+    int sendChangePasswordRequest(ISignatureProvider& provider, QString const& accountId,
+                                  QString const& newPassword, QString const& consumerKey,
+                                  QString const& baseAddress, OAuthRequest** request);
+
+    /// The marketing consents given. No signal answers it.
+    int sendRetrieveMarketingConsentRequest(ISignatureProvider& provider, QString const& accountId,
+                                            QString const& consumerKey, QString const& baseAddress,
+                                            OAuthRequest** request);
+
+    /// Changes the marketing consents. No signal answers it.
+    int sendUpdateMarketingConsentRequest(ISignatureProvider& provider,
+                                          MarketingConsentInfo const& consent,
+                                          QString const& accountId, QString const& consumerKey,
+                                          QString const& baseAddress, OAuthRequest** request);
+
+    /// The ways to reach the user. No signal answers it.
+    int sendRetrieveContactsInfoRequest(ISignatureProvider& provider, QString const& accountId,
+                                        QString const& consumerKey, QString const& baseAddress,
+                                        OAuthRequest** request);
+
+    /// Changes the ways to reach the user. No signal answers it.
+    int sendUpdateContactsInfoRequest(ISignatureProvider& provider, ContactsInfo const& contacts,
+                                      QString const& accountId, QString const& consumerKey,
+                                      QString const& baseAddress, OAuthRequest** request);
+
+    /// The terms accepted. Answered by retrieveTermsAcceptanceResponse.
+    int sendRetrieveTermsAcceptanceRequest(ISignatureProvider& provider, QString const& identifier,
+                                           QString const& language, QString const& consumerKey,
+                                           QString const& baseAddress, OAuthRequest** request);
+
+    /// Records accepted terms. Answered by updateTermsAcceptanceResponse.
+    int sendUpdateTermsAcceptanceRequest(ISignatureProvider& provider,
+                                         TermsAcceptanceData const& acceptance,
+                                         QString const& identifier, QString const& consumerKey,
+                                         QString const& baseAddress, OAuthRequest** request);
+
+    /// The user's profile. Answered by downloadProfileResponse.
+    int sendDownloadProfileRequest(ISignatureProvider& provider, QString const& accountId,
+                                   QString const& consumerKey, QString const& baseAddress,
+                                   OAuthRequest** request);
+
+    /// Changes the profile. No signal answers it.
+    int sendUpdateProfileRequest(ISignatureProvider& provider, ProfileInfo const& profile,
+                                 QString const& accountId, QString const& consumerKey,
+                                 QString const& baseAddress, OAuthRequest** request);
+
+    /// Changes question and answer. Answered by updateSecurityQuestionResponse.
+    int sendUpdateSecurityQuestionRequest(ISignatureProvider& provider, ProfileInfo const& profile,
+                                          QString const& accountId, QString const& consumerKey,
+                                          QString const& baseAddress, OAuthRequest** request);
+
+    /// Gives the account a user name. Answered by setUserIdResponse.
+    int sendSetUserNameRequest(ISignatureProvider& provider, QString const& accountId,
+                               QString const& newUserName, QString const& consumerKey,
+                               QString const& baseAddress, OAuthRequest** request);
+
+    /// Tells device and SIM. Answered by updateDeviceInfoResponse.
+    int sendUpdateDeviceInfoRequest(ISignatureProvider& provider, QString const& accountId,
+                                    QString const& consumerKey, QString const& baseAddress,
+                                    OAuthRequest** request);
 
     /// Sends the same request again. Its retry count is the caller's business.
     int resendRequest(OAuthRequest* request);
@@ -39,6 +176,9 @@ private:
     template <class Request, class... Arguments>
     int sendHandedOut(const char* creationFailure, NetRequestType type, OAuthRequest** out,
                       ISignatureProvider& provider, const Arguments&... arguments);
+    template <class Request, class... Arguments>
+    int sendOwned(const char* creationFailure, NetRequestType type, ISignatureProvider& provider,
+                  const Arguments&... arguments);
 
     std::unique_ptr<NetworkHandler> mNetworkHandler;
 };

@@ -5,8 +5,8 @@
 
 namespace KelRestHandler {
 
-/// "Accept-Language" of the operations whose answers are not shown to anybody, or whose caller gives
-/// no language.
+/// "Accept-Language" of the operations whose answers are not shown to anybody, or whose caller
+/// gives no language.
 inline QString defaultLanguage()
 {
     return QStringLiteral("en");

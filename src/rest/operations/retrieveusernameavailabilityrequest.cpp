@@ -9,8 +9,7 @@ namespace KelRestHandler {
 RetrieveUserNameAvailabilityRequest::RetrieveUserNameAvailabilityRequest(
     ISignatureProvider& provider, QString const& userName, QString const& consumerKey,
     QString const& baseAddress, NetRequestType type)
-    : OAuthRequest(provider, consumerKey, baseAddress, type, defaultLanguage()),
-      mUserName(userName)
+    : OAuthRequest(provider, consumerKey, baseAddress, type, defaultLanguage()), mUserName(userName)
 {
     createOAuthRequest();
 }

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/operations/retrievecaptchaimagerequest.h"
+
+#include "rest/msgcreator.h"
+#include "rest/operations/defaultlanguage.h"
+#include "rest/resturlhelper.h"
+
+namespace KelRestHandler {
+
+RetrieveCaptchaImageRequest::RetrieveCaptchaImageRequest(ISignatureProvider& provider, int width,
+                                                         int height, QString const& consumerKey,
+                                                         QString const& baseAddress,
+                                                         NetRequestType type)
+    : OAuthRequest(provider, consumerKey, baseAddress, type, defaultLanguage()), mWidth(width),
+      mHeight(height)
+{
+    createOAuthRequest();
+}
+
+QString RetrieveCaptchaImageRequest::createXMLMessage()
+{
+    return MsgCreator::xmlCaptchaCreation(mWidth, mHeight);
+}
+
+QString RetrieveCaptchaImageRequest::getRestURL()
+{
+    return RestUrlHelper::retrieveCaptchaUrl(baseAddress());
+}
+
+QString RetrieveCaptchaImageRequest::getHttpRequestType()
+{
+    return QStringLiteral("POST");
+}
+
+bool RetrieveCaptchaImageRequest::isTokenRequired()
+{
+    return false;
+}
+
+} // namespace KelRestHandler
