@@ -1,0 +1,470 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/records/profileinfo.h"
+#include "rest/records/registrationinfodata.h"
+#include "rest/records/responses.h"
+
+#include <QDataStream>
+#include <QElapsedTimer>
+#include <QRandomGenerator>
+#include <QTest>
+
+using namespace KelRestHandler;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+ProfileInfoData fullProfile()
+{
+    ProfileInfoData profile;
+    profile.userName = text("somebody");
+    profile.securityQuestion = text("What was your first pet's name?");
+    profile.securityQuestionId = text("3");
+    profile.securityAnswer = text("Rex");
+    profile.language = QLocale::Finnish;
+    profile.languageAsString = text("fi");
+    profile.country = QLocale::Finland;
+    profile.countryAsString = text("FI");
+    profile.dateOfBirth = QDate(1980, 2, 29);
+    profile.firstName = text("Jörg");
+    profile.lastName = text("Bücher 😀");
+    profile.gender = GenderFemale;
+    profile.services = QStringList{text("music"), QString(), text("maps")};
+    profile.account.accountId = text("1000042");
+    profile.account.mobile = text("+358401234567");
+    profile.account.email = text("somebody@mail.example");
+    profile.account.emailVerified = true;
+    profile.consent.mobile = true;
+    profile.contacts.mobileContacts = {{text("+358401234567"), true, false},
+                                       {text("+358407654321"), false, true}};
+    profile.contacts.emailContacts = {{text("somebody@mail.example"), true, true}};
+    return profile;
+}
+
+RegistrationInfoData fullRegistration()
+{
+    RegistrationInfoData data;
+    data.userName = text("somebody");
+    data.captchaText = text("xk7Qp");
+    data.password = text("Secret 1!");
+    data.mobilePhoneNumber = text("+358401234567");
+    data.emailAddress = text("jörg@bücher.example");
+    data.securityQuestion = text("3");
+    data.securityAnswer = text("Rex");
+    data.dateOfBirth = QDate(1980, 2, 9);
+    data.firstName = text("Jörg");
+    data.lastName = text("Bücher");
+    data.countryAsString = text("FI");
+    data.reservedNumber = -7;
+    data.reservedFlag2 = true;
+    data.languageAsString = text("fi");
+    data.language = QLocale::Swedish;
+    data.country = QLocale::Sweden;
+    data.reservedNumber2 = 9;
+    data.marketingInfoOnEmail = true;
+    data.captchaId = text("captcha-9");
+    data.serviceTag = QByteArrayLiteral("tag\x00\xff");
+    return data;
+}
+
+QByteArray serialized(const ProfileInfoData& profile)
+{
+    QByteArray bytes("what was there before");
+    profile.serialize(bytes);
+    return bytes;
+}
+
+template <class Value>
+Value take(QDataStream& stream)
+{
+    Value value{};
+    stream >> value;
+    return value;
+}
+
+QByteArray takeBlock(QDataStream& stream)
+{
+    QByteArray block(take<qint32>(stream), '\0');
+    stream.readRawData(block.data(), block.size());
+    return block;
+}
+
+// The same bytes with a 32-bit number in one place, as QDataStream writes it.
+QByteArray withNumber(QByteArray bytes, int position, quint32 number)
+{
+    for (int i = 0; i < 4; ++i)
+        bytes[position + i] = static_cast<char>(number >> (24 - 8 * i));
+    return bytes;
+}
+
+void compareProfiles(const ProfileInfoFields& a, const ProfileInfoFields& b)
+{
+    QCOMPARE(a.userName, b.userName);
+    QCOMPARE(a.securityQuestion, b.securityQuestion);
+    QCOMPARE(a.securityQuestionId, b.securityQuestionId);
+    QCOMPARE(a.securityAnswer, b.securityAnswer);
+    QCOMPARE(a.language, b.language);
+    QCOMPARE(a.languageAsString, b.languageAsString);
+    QCOMPARE(a.country, b.country);
+    QCOMPARE(a.countryAsString, b.countryAsString);
+    QCOMPARE(a.dateOfBirth, b.dateOfBirth);
+    QCOMPARE(a.firstName, b.firstName);
+    QCOMPARE(a.lastName, b.lastName);
+    QCOMPARE(a.gender, b.gender);
+    QCOMPARE(a.services, b.services);
+    QCOMPARE(a.account.accountId, b.account.accountId);
+    QCOMPARE(a.account.mobile, b.account.mobile);
+    QCOMPARE(a.account.email, b.account.email);
+    QCOMPARE(a.account.emailVerified, b.account.emailVerified);
+    QCOMPARE(a.account.mobileVerified, b.account.mobileVerified);
+    QCOMPARE(a.consent.email, b.consent.email);
+    QCOMPARE(a.consent.mobile, b.consent.mobile);
+    QCOMPARE(a.contacts.serialize(), b.contacts.serialize());
+}
+
+} // namespace
+
+class TestDataRecords : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyRecordObjectHasAMetaObjectWithoutSignals()
+    {
+        const QMap<const QMetaObject*, const char*> records = {
+            {&TokenInfoData::staticMetaObject, "KelRestHandler::TokenInfoData"},
+            {&AccountInfoData::staticMetaObject, "KelRestHandler::AccountInfoData"},
+            {&TermsInfoData::staticMetaObject, "KelRestHandler::TermsInfoData"},
+            {&ProfileInfoData::staticMetaObject, "KelRestHandler::ProfileInfoData"},
+            {&SecurityQuestionData::staticMetaObject, "KelRestHandler::SecurityQuestionData"},
+            {&SetSecurityQuestionInput::staticMetaObject,
+             "KelRestHandler::SetSecurityQuestionInput"},
+            {&ProfileInfo::staticMetaObject, "KelRestHandler::ProfileInfo"},
+        };
+        QCOMPARE(records.size(), 7);
+        for (auto record = records.cbegin(); record != records.cend(); ++record) {
+            QCOMPARE(record.key()->className(), *record);
+            QCOMPARE(record.key()->methodCount(), record.key()->methodOffset());
+        }
+    }
+
+    void aRecordObjectIsCopiedWithoutItsParent()
+    {
+        QObject parent;
+        TokenInfoData token(&parent);
+        token.token = text("t");
+        token.ttl = 5;
+        const TokenInfoData orphan(token);
+        QVERIFY(!orphan.parent());
+        QCOMPARE(orphan.token, text("t"));
+        QCOMPARE(orphan.ttl, 5L);
+        const TokenInfoData child(orphan, &parent);
+        QCOMPARE(child.parent(), &parent);
+        QCOMPARE(child.token, text("t"));
+        TokenInfoData assigned;
+        assigned = child;
+        QVERIFY(!assigned.parent());
+        QCOMPARE(assigned.token, text("t"));
+    }
+
+    void aNewRecordIsEmpty()
+    {
+        const RegistrationInfoData registration;
+        QCOMPARE(registration.language, QLocale::C);
+        QCOMPARE(registration.country, QLocale::AnyCountry);
+        QVERIFY(registration.dateOfBirth.isNull());
+        QCOMPARE(registration.reservedNumber, 0);
+        QCOMPARE(registration.reservedNumber2, 0);
+        QVERIFY(!registration.reservedFlag1 && !registration.reservedFlag2);
+        const RequestInfoData info;
+        QCOMPARE(info.statusCode, 0);
+        QVERIFY(info.errorText.isEmpty());
+        compareProfiles(ProfileInfoData(), ProfileInfoFields());
+    }
+
+    void aResponseIsCopiedWithEveryRecord()
+    {
+        DownloadProfileResponse response;
+        response.consumerKey = text("key");
+        response.serverTime = QDateTime(QDate(2012, 3, 4), QTime(5, 6, 7), Qt::UTC);
+        response.status = 422;
+        response.requestId = 17;
+        response.userName = text("somebody");
+        static_cast<ProfileInfoFields&>(response.profile) = fullProfile();
+        const auto copy = QVariant::fromValue(response).value<DownloadProfileResponse>();
+        QCOMPARE(copy.consumerKey, text("key"));
+        QCOMPARE(copy.serverTime, response.serverTime);
+        QCOMPARE(copy.status, 422);
+        QCOMPARE(copy.requestId, 17);
+        QCOMPARE(copy.userName, text("somebody"));
+        compareProfiles(copy.profile, fullProfile());
+    }
+
+    void aProfileComesBackAsItWasWritten()
+    {
+        compareProfiles(ProfileInfoData(serialized(fullProfile())), fullProfile());
+        compareProfiles(ProfileInfoData(serialized(ProfileInfoData())), ProfileInfoData());
+        const ProfileInfo wrapped(fullProfile());
+        compareProfiles(ProfileInfoData(wrapped.serialize()), fullProfile());
+        QCOMPARE(ProfileInfo(wrapped.serialize()).serialize(), wrapped.serialize());
+    }
+
+    void everyLanguageCountryAndGenderComesBack()
+    {
+        ProfileInfo profile;
+        for (int country = 0; country <= QLocale::LastCountry; ++country) {
+            const int language = country % (QLocale::LastLanguage + 1);
+            const int gender = country % 3;
+            profile.setCountry(static_cast<QLocale::Country>(country));
+            profile.setLanguage(static_cast<QLocale::Language>(language));
+            profile.setGender(static_cast<Gender>(gender));
+            const ProfileInfo read(profile.serialize());
+            QCOMPARE(int(read.country()), country);
+            QCOMPARE(int(read.language()), language);
+            QCOMPARE(int(read.gender()), gender);
+        }
+    }
+
+    void languageAndCountryTextsComeBackApart()
+    {
+        const QStringList codes = {QString(),     text("fi"), text("FI"),
+                                   text("zh_TW"), text("_"),  text("a\nb")};
+        for (const QString& language : codes) {
+            for (const QString& country : codes) {
+                ProfileInfo profile;
+                profile.setLanguage(language);
+                profile.setCountry(country);
+                const ProfileInfo read(profile.serialize());
+                QCOMPARE(read.languageAsString(), language);
+                QCOMPARE(read.countryAsString(), country);
+            }
+        }
+    }
+
+    void aProfileIsWrittenInItsSequence()
+    {
+        const QByteArray bytes = serialized(fullProfile());
+        QDataStream stream(bytes);
+        QStringList texts;
+        for (int i = 0; i < 3; ++i)
+            texts.append(take<QString>(stream));
+        QCOMPARE(take<QDate>(stream), QDate(1980, 2, 29));
+        for (int i = 0; i < 2; ++i)
+            texts.append(take<QString>(stream));
+        QCOMPARE(take<qint16>(stream), qint16(QLocale::Finnish));
+        QCOMPARE(take<qint16>(stream), qint16(QLocale::Finland));
+        QCOMPARE(take<qint16>(stream), qint16(2));
+        QCOMPARE(take<qint32>(stream), 3);
+        QCOMPARE(take<QString>(stream), text("music"));
+        QCOMPARE(take<QString>(stream), QString());
+        QCOMPARE(take<QString>(stream), text("maps"));
+        for (int i = 0; i < 2; ++i)
+            texts.append(take<QString>(stream));
+        for (const char* one :
+             {"somebody", "Jörg", "Bücher 😀", "What was your first pet's name?", "3", "Rex"})
+            QVERIFY2(texts.contains(text(one)), one);
+
+        const QByteArray account = takeBlock(stream);
+        const QByteArray consent = takeBlock(stream);
+        const QByteArray contacts = takeBlock(stream);
+        QVERIFY(stream.atEnd());
+        QCOMPARE(stream.status(), QDataStream::Ok);
+
+        QDataStream accountStream(account);
+        QCOMPARE(take<QString>(accountStream), text("1000042"));
+        QCOMPARE(take<QString>(accountStream), text("+358401234567"));
+        QCOMPARE(take<QString>(accountStream), text("somebody@mail.example"));
+        QCOMPARE(take<bool>(accountStream), true);
+        QCOMPARE(take<bool>(accountStream), false);
+        QVERIFY(accountStream.atEnd());
+
+        QCOMPARE(consent.toHex(), QByteArrayLiteral("0001"));
+        checkContacts(contacts);
+    }
+
+    void aRegistrationIsWrittenInItsSequence()
+    {
+        const QByteArray bytes = serializeRegistration(fullRegistration());
+        QDataStream stream(bytes);
+        for (const char* one :
+             {"somebody", "xk7Qp", "Secret 1!", "+358401234567", "jörg@bücher.example", "3", "Rex"})
+            QCOMPARE(take<QString>(stream), text(one));
+        QCOMPARE(take<QDate>(stream), QDate(1980, 2, 9));
+        for (const char* one : {"Jörg", "Bücher", "FI"})
+            QCOMPARE(take<QString>(stream), text(one));
+        QCOMPARE(take<int>(stream), -7);
+        QCOMPARE(take<bool>(stream), false);
+        QCOMPARE(take<bool>(stream), true);
+        QCOMPARE(take<QString>(stream), text("fi"));
+        QCOMPARE(take<int>(stream), int(QLocale::Swedish));
+        QCOMPARE(take<int>(stream), int(QLocale::Sweden));
+        QCOMPARE(take<int>(stream), 9);
+        QCOMPARE(take<bool>(stream), false);
+        QCOMPARE(take<bool>(stream), true);
+        QCOMPARE(take<QString>(stream), text("captcha-9"));
+        QCOMPARE(take<QByteArray>(stream), QByteArrayLiteral("tag\x00\xff"));
+        QVERIFY(stream.atEnd());
+    }
+
+    void anEmptyServiceTagIsWrittenAsANullArray()
+    {
+        QVERIFY(serializeRegistration({}).endsWith(QByteArrayLiteral("\xff\xff\xff\xff")));
+    }
+
+    void aRegistrationComesBackAsItWasWritten()
+    {
+        for (const auto& data : {fullRegistration(), RegistrationInfoData()}) {
+            const QByteArray bytes = serializeRegistration(data);
+            QCOMPARE(serializeRegistration(readRegistration(bytes)), bytes);
+        }
+        const RegistrationInfoData read =
+            readRegistration(serializeRegistration(fullRegistration()));
+        QCOMPARE(read.password, text("Secret 1!"));
+        QCOMPARE(read.dateOfBirth, QDate(1980, 2, 9));
+        QCOMPARE(read.country, QLocale::Sweden);
+        QCOMPARE(read.serviceTag, fullRegistration().serviceTag);
+    }
+
+    void contactsComeBackAsTheyWereWritten()
+    {
+        checkContacts(fullProfile().contacts.serialize());
+        const ContactsInfo read(fullProfile().contacts.serialize());
+        QCOMPARE(read.mobileContacts.size(), 2);
+        QCOMPARE(read.mobileContacts[0].value, text("+358401234567"));
+        QVERIFY(read.mobileContacts[0].preferred && !read.mobileContacts[0].verified);
+        QVERIFY(!read.mobileContacts[1].preferred && read.mobileContacts[1].verified);
+        QCOMPARE(read.emailContacts.size(), 1);
+        QCOMPARE(read.emailContacts[0].value, text("somebody@mail.example"));
+        QVERIFY(read.emailContacts[0].preferred && read.emailContacts[0].verified);
+    }
+
+    void noBytesGiveAnEmptyRecord()
+    {
+        compareProfiles(ProfileInfoData(QByteArray()), ProfileInfoData());
+        QVERIFY(ContactsInfo(QByteArray()).mobileContacts.isEmpty());
+        QCOMPARE(serializeRegistration(readRegistration({})), serializeRegistration({}));
+    }
+
+    void aCutRecordKeepsWhatStandsBeforeTheCut()
+    {
+        const QByteArray bytes = serialized(fullProfile());
+        for (int length = 0; length < bytes.size(); ++length) {
+            const ProfileInfoData read(bytes.left(length));
+            QVERIFY(read.userName.isEmpty() || read.userName == text("somebody"));
+            QVERIFY(read.services.size() <= 3);
+            QVERIFY(read.contacts.emailContacts.isEmpty());
+        }
+        // The last contact is what one byte less takes away.
+        const ProfileInfoData nearlyWhole(bytes.chopped(1));
+        QCOMPARE(nearlyWhole.account.email, text("somebody@mail.example"));
+
+        const QByteArray contacts = fullProfile().contacts.serialize();
+        const ContactsInfo cut(contacts.chopped(1));
+        QCOMPARE(cut.mobileContacts.size(), 2);
+        QCOMPARE(cut.emailContacts.size(), 0);
+
+        const QByteArray registration = serializeRegistration(fullRegistration());
+        for (int length = 0; length < registration.size(); ++length)
+            readRegistration(registration.left(length));
+        QCOMPARE(readRegistration(registration.chopped(1)).captchaId, text("captcha-9"));
+        QVERIFY(readRegistration(registration.chopped(1)).serviceTag.isEmpty());
+    }
+
+    void lengthsAndCountsAreNotBelieved_data()
+    {
+        QTest::addColumn<quint32>("number");
+        for (const quint32 number : {0x7fffffffU, 0x80000000U, 0xfffffffeU, 0xffffffffU,
+                                     0x7ffffffeU, 0x10000000U, 0x00100000U})
+            QTest::addRow("%08x", number) << number;
+    }
+
+    // Every place in turn is taken for a length or a count.
+    void lengthsAndCountsAreNotBelieved()
+    {
+        QFETCH(quint32, number);
+        const QByteArray profile = serialized(fullProfile());
+        const QByteArray contacts = fullProfile().contacts.serialize();
+        const QByteArray registration = serializeRegistration(fullRegistration());
+        QElapsedTimer timer;
+        timer.start();
+        for (int i = 0; i + 4 <= profile.size(); ++i) {
+            const ProfileInfoData read(withNumber(profile, i, number));
+            QVERIFY(read.services.size() <= profile.size() / 4);
+        }
+        for (int i = 0; i + 4 <= contacts.size(); ++i) {
+            const ContactsInfo read(withNumber(contacts, i, number));
+            QVERIFY(read.mobileContacts.size() + read.emailContacts.size() <= contacts.size() / 4);
+        }
+        for (int i = 0; i + 4 <= registration.size(); ++i)
+            readRegistration(withNumber(registration, i, number));
+        QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void valuesOutOfRangeBecomeDefaults()
+    {
+        ProfileInfo profile;
+        profile.setLanguage(static_cast<QLocale::Language>(QLocale::LastLanguage + 1));
+        profile.setCountry(static_cast<QLocale::Country>(QLocale::LastCountry + 1));
+        profile.setGender(static_cast<Gender>(3));
+        profile.setDateOfBirth(QDate(1980, 2, 9));
+        const QByteArray bytes = profile.serialize();
+        const ProfileInfo read(bytes);
+        QCOMPARE(read.language(), QLocale::C);
+        QCOMPARE(read.country(), QLocale::AnyCountry);
+        QCOMPARE(read.gender(), GenderNotGiven);
+
+        // Three null strings, then the date as a number of days, 64 bits wide.
+        const int date = 3 * 4;
+        QCOMPARE(read.dateOfBirth(), QDate(1980, 2, 9));
+        const ProfileInfo noDay(withNumber(bytes, date, 0x7fffffffU));
+        QVERIFY(noDay.dateOfBirth().isNull());
+
+        RegistrationInfoData registration;
+        registration.language = static_cast<QLocale::Language>(-1);
+        registration.country = static_cast<QLocale::Country>(70000);
+        const auto readBack = readRegistration(serializeRegistration(registration));
+        QCOMPARE(readBack.language, QLocale::C);
+        QCOMPARE(readBack.country, QLocale::AnyCountry);
+    }
+
+    void damagedBytesAreReadToTheEnd()
+    {
+        QRandomGenerator random(31);
+        const QByteArray original = serialized(fullProfile());
+        for (int round = 0; round < 20'000; ++round) {
+            QByteArray bytes = original;
+            for (int i = 0; i < 4; ++i)
+                bytes[random.bounded(bytes.size())] = static_cast<char>(random.bounded(256));
+            const ProfileInfoData read(bytes);
+            // What was read is in itself sound: it can be written and read again.
+            QCOMPARE(serialized(ProfileInfoData(serialized(read))), serialized(read));
+        }
+    }
+
+private:
+    static void checkContacts(const QByteArray& bytes)
+    {
+        QDataStream stream(bytes);
+        QCOMPARE(take<qint32>(stream), 2);
+        const QByteArray first = takeBlock(stream);
+        takeBlock(stream);
+        QCOMPARE(take<qint32>(stream), 1);
+        const QByteArray last = takeBlock(stream);
+        QVERIFY(stream.atEnd());
+
+        QDataStream firstStream(first);
+        QCOMPARE(take<QString>(firstStream), text("+358401234567"));
+        QCOMPARE(take<bool>(firstStream), true);
+        QCOMPARE(take<bool>(firstStream), false);
+        QVERIFY(firstStream.atEnd());
+        QDataStream lastStream(last);
+        QCOMPARE(take<QString>(lastStream), text("somebody@mail.example"));
+        QVERIFY(!lastStream.atEnd());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDataRecords)
+#include "tst_datarecords.moc"
