@@ -422,12 +422,17 @@ private Q_SLOTS:
         const ProfileInfo noDay(withNumber(bytes, date, 0x7fffffffU));
         QVERIFY(noDay.dateOfBirth().isNull());
 
-        RegistrationInfoData registration;
-        registration.language = static_cast<QLocale::Language>(-1);
-        registration.country = static_cast<QLocale::Country>(70000);
-        const auto readBack = readRegistration(serializeRegistration(registration));
+        // In an empty registration the language stands behind seven strings, a date, three strings,
+        // a number, two flags and a string, and the country behind the language.
+        const int language = 7 * 4 + 8 + 3 * 4 + 4 + 2 + 4;
+        QByteArray registration = serializeRegistration({});
+        registration = withNumber(registration, language, 0xffffffffU);
+        registration = withNumber(registration, language + 4, 70'000);
+        const auto readBack = readRegistration(registration);
         QCOMPARE(readBack.language, QLocale::C);
         QCOMPARE(readBack.country, QLocale::AnyCountry);
+        const auto finnish = readRegistration(withNumber(registration, language, QLocale::Finnish));
+        QCOMPARE(finnish.language, QLocale::Finnish);
     }
 
     void damagedBytesAreReadToTheEnd()
