@@ -19,26 +19,26 @@ constexpr bool isUnreserved(int byte)
 // needs no branch on the byte's kind.
 struct Row
 {
-    char16_t text[7];
-    char16_t length;
+    char text[7];
+    unsigned char length;
 };
 
 constexpr std::array<Row, 256> makeTable(bool twice)
 {
-    constexpr char16_t digits[] = u"0123456789ABCDEF";
+    constexpr char digits[] = "0123456789ABCDEF";
     std::array<Row, 256> table{};
     for (int byte = 0; byte < 256; ++byte) {
         Row& row = table[static_cast<size_t>(byte)];
         if (isUnreserved(byte)) {
-            row.text[0] = static_cast<char16_t>(byte);
+            row.text[0] = static_cast<char>(byte);
             row.length = 1;
             continue;
         }
-        row.text[row.length++] = u'%';
+        row.text[row.length++] = '%';
         if (twice) {
             // "%" itself is encoded the second time.
-            row.text[row.length++] = u'2';
-            row.text[row.length++] = u'5';
+            row.text[row.length++] = '2';
+            row.text[row.length++] = '5';
         }
         row.text[row.length++] = digits[byte >> 4];
         row.text[row.length++] = digits[byte & 15];
@@ -48,44 +48,48 @@ constexpr std::array<Row, 256> makeTable(bool twice)
 
 constexpr std::array<Row, 256> encodedOnce = makeTable(false);
 constexpr std::array<Row, 256> encodedTwice = makeTable(true);
-constexpr int longestRow = 5;
-constexpr int rowWidth = sizeof(Row) / sizeof(char16_t);
+constexpr std::ptrdiff_t longestRow = 5;
 
-// Encodes bytes or ASCII characters: one row each.
+// Encodes bytes or ASCII characters. They go through bytes on the stack: widening many at once is
+// cheap, writing every row in text's double width is not.
 template <typename Character>
 void appendRows(QString& out, const Character* begin, const Character* end,
                 const std::array<Row, 256>& table)
 {
-    // Room is made for the longest rows there can be, so a long text goes in portions.
-    constexpr std::ptrdiff_t portion = 4096;
+    constexpr std::ptrdiff_t portion = 1024;
+    std::array<char, portion * longestRow + sizeof(Row)> encoded;
     while (begin != end) {
         const Character* const stop = begin + std::min(portion, end - begin);
-        const int start = out.size();
-        out.resize(start + static_cast<int>(stop - begin) * longestRow + rowWidth);
-        auto* const first = reinterpret_cast<char16_t*>(out.data());
-        char16_t* to = first + start;
+        char* to = encoded.data();
         for (; begin != stop; ++begin) {
             const Row& row = table[*begin];
             memcpy(to, &row, sizeof row);
             to += row.length;
         }
-        out.resize(static_cast<int>(to - first));
+        out += QLatin1String(encoded.data(), static_cast<int>(to - encoded.data()));
     }
+}
+
+bool isAscii(const QString& text)
+{
+    // No way out of the loop: so it is done on many characters at once.
+    ushort bits = 0;
+    for (const QChar character : text)
+        bits |= character.unicode();
+    return bits <= 0x7F;
 }
 
 void append(QString& out, const QString& text, const std::array<Row, 256>& table)
 {
-    const ushort* const begin = text.utf16();
-    const ushort* const end = begin + text.size();
-    // ASCII, which most of every text is, needs no UTF-8 to be made of it first.
-    const ushort* const firstOther =
-        std::find_if(begin, end, [](ushort character) { return character > 0x7F; });
-    appendRows(out, begin, firstOther, table);
-    if (firstOther == end)
+    // ASCII, which most texts are, needs no UTF-8 to be made of it first.
+    if (isAscii(text)) {
+        const ushort* const characters = text.utf16();
+        appendRows(out, characters, characters + text.size(), table);
         return;
-    const QByteArray bytes = QStringView(firstOther, end - firstOther).toUtf8();
-    const auto* const firstByte = reinterpret_cast<const uchar*>(bytes.constData());
-    appendRows(out, firstByte, firstByte + bytes.size(), table);
+    }
+    const QByteArray utf8 = text.toUtf8();
+    const auto* const bytes = reinterpret_cast<const uchar*>(utf8.constData());
+    appendRows(out, bytes, bytes + utf8.size(), table);
 }
 
 } // namespace
