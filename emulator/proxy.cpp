@@ -125,7 +125,8 @@ bool Proxy::start(int port, std::string& problem)
     mSocket = boundSocket(port, Sharing::WithNobody);
     mWake = Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!mSocket || !mWake) {
-        problem = "cannot open a port on 127.0.0.1 for the proxy: " + std::string(strerror(errno));
+        problem = "cannot open port " + std::to_string(port) +
+                  " on 127.0.0.1 for the proxy: " + strerror(errno);
         return false;
     }
     mPort = portOf(mSocket);

@@ -85,9 +85,12 @@ bool ReplyShaper::feed(std::string_view bytes, std::string& wire)
             mHeaders.clear();
             return feed(rest, wire);
         }
-        if (!feedHeaders(wire))
-            return false;
         mInBody = true;
+        if (!feedHeaders(wire)) {
+            // The library goes on with the body all the same.
+            mBodyLeft = 0;
+            return false;
+        }
         return rest.empty() || feed(rest, wire);
     }
     const auto room = static_cast<size_t>(std::min<std::uint64_t>(mBodyLeft, bytes.size()));
