@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/emulatorprocess.h"
+
+#include <QDeadlineTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QUrl>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace {
+
+constexpr int patience = 30000;
+
+} // namespace
+
+void BoundProcess::setupChildProcess()
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+EmulatorProcess::~EmulatorProcess()
+{
+    stop();
+}
+
+QString EmulatorProcess::program()
+{
+    return QStringLiteral(KELACCOUNT_EMULATOR_PROGRAM);
+}
+
+bool EmulatorProcess::start(const QStringList& options)
+{
+    mProcess.start(program(), QStringList{QStringLiteral("serve")} + options);
+    // The preload line comes last but for a sanitizer's.
+    QByteArray output;
+    const QDeadlineTimer deadline(patience);
+    while (!output.contains("LD_PRELOAD=") && !deadline.hasExpired() &&
+           mProcess.state() != QProcess::NotRunning) {
+        mProcess.waitForReadyRead(100);
+        output += mProcess.readAllStandardOutput();
+    }
+    static const QRegularExpression line(QStringLiteral("^export (\\w+)='(.*)'$"),
+                                         QRegularExpression::MultilineOption);
+    auto matches = line.globalMatch(QString::fromLocal8Bit(output));
+    while (matches.hasNext()) {
+        const auto match = matches.next();
+        mEnvironment.insert(match.captured(1), match.captured(2));
+    }
+    return proxyPort() != 0;
+}
+
+int EmulatorProcess::stop()
+{
+    if (mProcess.state() == QProcess::NotRunning)
+        return mProcess.exitCode();
+    mProcess.terminate();
+    if (mProcess.waitForFinished(patience))
+        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    mProcess.kill();
+    mProcess.waitForFinished(patience);
+    return -1;
+}
+
+quint16 EmulatorProcess::proxyPort() const
+{
+    const QUrl proxy(mEnvironment.value(QStringLiteral("https_proxy")));
+    return static_cast<quint16>(qMax(0, proxy.port(0)));
+}
+
+AdminReply EmulatorProcess::admin(const char* method, const QString& path,
+                                  const QByteArray& body) const
+{
+    const QUrl address(mEnvironment.value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN")));
+    QTcpSocket socket;
+    socket.connectToHost(address.host(), static_cast<quint16>(address.port(0)));
+    if (!socket.waitForConnected(patience))
+        return {};
+    socket.write(QByteArray(method) + ' ' + path.toLatin1() +
+                 " HTTP/1.1\r\nHost: localhost\r\n"
+                 "Content-Length: " +
+                 QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    QByteArray answer;
+    // It closes the connection after each answer.
+    while (socket.waitForReadyRead(patience))
+        answer += socket.readAll();
+    answer += socket.readAll();
+    const int headEnd = answer.indexOf("\r\n\r\n");
+    return {answer.mid(9, 3).toInt(), headEnd < 0 ? QByteArray() : answer.mid(headEnd + 4)};
+}
+
+bool EmulatorProcess::orderFaults(const QByteArray& lines) const
+{
+    return admin("POST", QStringLiteral("/faults"), lines).status == 200;
+}
+
+QJsonArray EmulatorProcess::requests() const
+{
+    return QJsonDocument::fromJson(admin("GET", QStringLiteral("/requests")).body).array();
+}
+
+QByteArray EmulatorProcess::log()
+{
+    mLog += mProcess.readAllStandardError();
+    return mLog;
+}
+
+bool EmulatorProcess::logHas(const QByteArray& text)
+{
+    mProcess.setReadChannel(QProcess::StandardError);
+    const QDeadlineTimer deadline(patience);
+    while (!log().contains(text)) {
+        if (deadline.hasExpired())
+            return false;
+        mProcess.waitForReadyRead(50);
+    }
+    return true;
+}

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QMap>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+/// A process that dies with the test.
+class BoundProcess : public QProcess
+{
+public:
+    using QProcess::QProcess;
+
+protected:
+    void setupChildProcess() override;
+};
+
+/// What the administrative endpoint answers.
+struct AdminReply
+{
+    int status = 0; ///< 0 when there was no answer
+    QByteArray body;
+};
+
+/// The emulator program, serving.
+class EmulatorProcess
+{
+public:
+    ~EmulatorProcess();
+
+    static QString program();
+
+    /// Starts "serve" and reads the environment that it prints. False, with what it said in log().
+    bool start(const QStringList& options = {});
+    /// Asks it to end and waits; its exit status, -1 when it did not end in time.
+    int stop();
+
+    quint16 proxyPort() const;
+    QString authorityFile() const
+    {
+        return mEnvironment.value(QStringLiteral("KELACCOUNT_EMULATOR_CA"));
+    }
+    QMap<QString, QString> environment() const { return mEnvironment; }
+
+    AdminReply admin(const char* method, const QString& path, const QByteArray& body = {}) const;
+    bool orderFaults(const QByteArray& lines) const;
+    QJsonArray requests() const;
+    /// Everything on standard error until now.
+    QByteArray log();
+    /// Waits until the log has the text.
+    bool logHas(const QByteArray& text);
+
+private:
+    BoundProcess mProcess;
+    QMap<QString, QString> mEnvironment;
+    QByteArray mLog;
+};
