@@ -51,7 +51,7 @@ bool isPlainPath(QStringView path)
 
 bool isPlain(const QString& url)
 {
-    constexpr QLatin1String scheme("https://");
+    const QLatin1String scheme("https://");
     if (!url.startsWith(scheme))
         return false;
     const QStringView rest = QStringView(url).mid(scheme.size());
