@@ -3,6 +3,7 @@
 
 #include "rest/interfaceaddresses.h"
 
+#include <QMutex>
 #include <QStringList>
 
 #include <atomic>
@@ -20,10 +21,28 @@ struct Sources
 
     // The headers of the request before, with what they were made from: most requests find the same.
     ClientIdentification::DescriptionReader describedBy = nullptr;
-    DeviceDescription description;
     QList<QHostAddress> addresses;
     QMap<QString, QString> headers;
 };
+
+// The device's description, read at the first request of the process, whatever its thread.
+DeviceDescription describe(ClientIdentification::DescriptionReader reader)
+{
+    struct Known
+    {
+        QMutex mutex;
+        ClientIdentification::DescriptionReader by = nullptr;
+        DeviceDescription description;
+    };
+    // Leaked on purpose: requests may still be made while static objects are being destroyed.
+    static auto* const known = new Known;
+    const QMutexLocker locker(&known->mutex);
+    if (reader != known->by) {
+        known->description = reader ? reader() : DeviceDescription();
+        known->by = reader;
+    }
+    return known->description;
+}
 
 Sources& sources()
 {
@@ -48,12 +67,9 @@ QMap<QString, QString> ClientIdentification::headers()
     if (!now.headers.isEmpty() && reader == now.describedBy && addresses == now.addresses)
         return now.headers;
 
-    if (reader != now.describedBy) {
-        now.description = reader ? reader() : DeviceDescription();
-        now.describedBy = reader;
-    }
+    now.describedBy = reader;
     now.addresses = addresses;
-    now.headers = headersFor(now.description, addresses);
+    now.headers = headersFor(describe(reader), addresses);
     return now.headers;
 }
 
