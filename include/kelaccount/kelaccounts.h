@@ -17,6 +17,7 @@ namespace KelAccount {
 
 class KelAccountsPrivate;
 class ProfileInfo;
+class RegistrationInfo;
 
 /// One asynchronous interface to the online account service.
 ///
@@ -74,6 +75,190 @@ public Q_SLOTS:
     /// (1002), or a status of the network or the service, such as 512 for a reserved name.
     void isUserIdAvailable(const QString& userId);
 
+    /// Fetches a picture with a text that a person can read and a program cannot.
+    ///
+    /// @param width, height  wanted size in pixels; the service may round it
+    ///
+    /// Answered by captchaImageResponse() and then by retrieveCaptchaImageResponse(), with 0 always
+    /// when a reply came: a null picture is how a failure shows. Refusals come by
+    /// captchaImageResponse() alone: ErrorInitializationPending (802), ErrorUnabletoSendRequest
+    /// (1002). The object remembers the id, for a registration or a recovery that gives none.
+    /// Under a plain QCoreApplication, which cannot hold pictures, the picture is null and a warning
+    /// is logged.
+    void retrieveCaptchaImage(int width, int height);
+
+    /// Registers an account, stores its credentials on the device and sets the account up there.
+    ///
+    /// @param info  complete with an e-mail address or else a user name and a mobile number, and a
+    ///              password; also a captcha's text where isCaptchaRequired(). Copied.
+    /// @param configureOnDb  false: no account is created on the device, the credentials are stored
+    ///
+    /// Answered by registerAccountResponse(): 0 with the keys "IdentityId", "AccountId", "LoginId",
+    /// "UserId" and "EmailAddress"; ErrorInitializationPending (802),
+    /// ErrorAccountConfigurationInProgress (804), ErrorAccountAlreadyPresent (803),
+    /// ErrorInvalidParameter (1001), in that order; ErrorStoreCredentialsFailed (800),
+    /// ErrorFailedToEstablishZorAuthSession (806), ErrorFailedToConfigureAccount (805), or what the
+    /// plugin reported (600 to 615, or what it passed on from network and service). After a failure
+    /// nothing is left on the device.
+    ///
+    /// May block: 0.5 s when the device's tag server has to be started, 10 s at most when it does
+    /// not answer.
+    void registerAccount(const RegistrationInfo& info, bool configureOnDb);
+
+    /// The same for scripts. ErrorInvalidParameter (1001) when the object is null or no
+    /// RegistrationInfo; it stays the caller's.
+    void registerAccount(QObject* info, bool configureOnDb);
+
+    /// Fetches the security questions that a user can choose from.
+    ///
+    /// @param language  two-letter code (ISO 639-1) of the questions' language
+    ///
+    /// Answered by securityQuestionListResponse(): 0 with question id to text, 802, 1002, or a status
+    /// of the network or the service.
+    void retrieveSecurityQuestionList(const QString& language);
+
+    /// Asks for an account that the service holds ready for the device's SIM.
+    ///
+    /// Answered by detectPreAccountResponse(): 0 with the account, 802, 1002, or a status of the
+    /// network or the service. Asking the modem may block for some seconds when its service hangs.
+    void detectPreAccount();
+
+    /// Asks where a service's terms are.
+    ///
+    /// @param serviceId  not empty
+    /// @param language   two-letter code, or empty
+    /// @param country    two-letter code (ISO 3166-1), or empty
+    /// @param format     0 for plain text, anything else for HTML
+    ///
+    /// Answered by termsOfServiceResponse(): 0 with kind to address, ErrorInvalidParameter (1001) for
+    /// an empty service, 802, 1002, or a status of the network or the service.
+    void retrieveTermsOfService(const QString& serviceId, const QString& language,
+                                const QString& country, int format);
+
+    /// Signs a user in, stores the credentials on the device and sets the account up there.
+    ///
+    /// @param userName, password  not empty
+    /// @param configureOnDb       as for registerAccount()
+    ///
+    /// Answered by signInAndConfigureResponse(), with the values and statuses of registerAccount().
+    void signInAndConfigure(const QString& userName, const QString& password, bool configureOnDb);
+
+    /// Whether a registration has to solve a captcha: the device has no service tag to show instead.
+    /// The first call asks the device's tag server and may block, see registerAccount(). Answers at
+    /// once; no signal.
+    bool isCaptchaRequired();
+
+    /// Whether the device has an account of the service, enabled or not. Answers at once; no signal.
+    bool isKeLAccountConfigured();
+
+    /// Is an e-mail address free?
+    ///
+    /// @param email  not empty
+    ///
+    /// Answered by isEmailIdAvailableResponse(): 0 with the outcome, ErrorInvalidParameter (1001) for
+    /// an empty address, 802, 1002, or a status of the network or the service. May block, see
+    /// registerAccount().
+    void isEmailIdAvailable(const QString& email);
+
+    /// Asks how the user is to be asked for marketing consent.
+    ///
+    /// Answered by marketingVariantResponse(): 0 with the variant, 802, 1002, or a status of the
+    /// network or the service; the variant is 0 when it is not known.
+    void queryMarketingVariant();
+
+    /// Has a recovery message sent to a user who forgot the password.
+    ///
+    /// @param userId       user name, e-mail address or mobile number
+    /// @param captchaText  what the user read from the captcha fetched last, or empty where a service
+    ///                     tag stands in for it
+    /// @param sendMessage  true: a message with the given body; false: the plain recovery token
+    /// @param messageBody  the message's text, or empty for the service's own
+    ///
+    /// Answered by requestPasswordResetResponse(): 0, 802, 1002, or a status of the network or the
+    /// service, such as ErrorInvalidCaptcha (517) or ErrorUserNotFound (519). May block, see
+    /// registerAccount().
+    void requestPasswordReset(const QString& userId, const QString& captchaText, bool sendMessage,
+                              const QString& messageBody);
+
+    /// Downloads the profile of the user who is signed in.
+    ///
+    /// Answered by downloadProfileResponse(), whose profile belongs to this object and lives as long:
+    /// 0; ErrorInitializationPending (802) and ErrorAccountConfigurationInProgress (804) and
+    /// ErrorFailedToEstablishZorAuthSession (806) with a null pointer; what the plugin or the sign-on
+    /// daemon reported, with an empty profile.
+    ///
+    /// This and the other operations of a signed-in user open the session when it is not open yet:
+    /// then the event loop runs before the call returns.
+    void downloadProfile();
+
+    /// Changes the security question of the user who is signed in.
+    ///
+    /// @param question  the question's id
+    /// @param answer    a secret; never logged
+    ///
+    /// Answered by updateSecurityQuestionResponse(): 0, 802, 804, 806, or what the plugin or the
+    /// sign-on daemon reported.
+    void updateSecurityQuestion(const QString& question, const QString& answer);
+
+    /// Makes sure that there is an access token.
+    ///
+    /// @param credentialsId  the credentials of the device's enabled account, or 0 for them
+    ///
+    /// Answered by ensureTokenAvailableResponse(): 0, 802, 804, ErrorInvalidParameter (1001) for other
+    /// credentials, 806, or what the plugin or the sign-on daemon reported.
+    void ensureTokenAvailable(unsigned int credentialsId);
+
+    /// Changes the password of the user who is signed in.
+    ///
+    /// @param oldPassword, newPassword  not empty; never logged
+    ///
+    /// Answered by changePasswordResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what
+    /// the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614).
+    void changePassword(const QString& oldPassword, const QString& newPassword);
+
+    /// Gives the user who is signed in a user name.
+    ///
+    /// @param userId  the new name, not empty
+    ///
+    /// Answered by userIdUpdateResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what the
+    /// plugin or the sign-on daemon reported, such as ErrorUserNameAlreadySet (608).
+    void userIdUpdate(const QString& userId);
+
+    /// Asks for the security question of a user who forgot the password.
+    ///
+    /// @param userId    user name, e-mail address or mobile number, not empty
+    /// @param language  two-letter code of the question's language, not empty
+    ///
+    /// Answered by retrievePasswordResetSecQuestionResponse(): 0 with the keys "userId",
+    /// "securityQuestionId" and "securityQuestionText", ErrorInvalidParameter (1001), 802, 1002, or a
+    /// status of the network or the service.
+    void retrievePasswordResetSecQuestion(const QString& userId, const QString& language);
+
+    /// Sets a new password for a user who knows the answer to the security question.
+    ///
+    /// @param userId          user name, e-mail address or mobile number
+    /// @param securityToken   from the recovery message
+    /// @param newPassword, securityAnswer  never logged
+    ///
+    /// None may be empty. Answered by resetPasswordUsingSecurityQuestionResponse(): 0,
+    /// ErrorInvalidParameter (1001), 802, 1002, or a status of the network or the service.
+    void resetPasswordUsingSecurityQuestion(const QString& userId, const QString& securityToken,
+                                            const QString& newPassword,
+                                            const QString& securityAnswer);
+
+    /// Ends the sign-on session. Works before initialize(), too.
+    ///
+    /// Answered by closeResponse(), from inside the call: always 0.
+    void close();
+
+    /// Finds the country of the device: of its SIM's home network, or else of the region that its
+    /// user has set. Works before initialize(), too.
+    ///
+    /// Answered by retrieveCountryCodeResponse(): 0 with the two-letter code, or 807, a status without
+    /// a name, when it is not known. Asking the modem may block for some seconds when its service
+    /// hangs.
+    void retrieveCountryCode();
+
 Q_SIGNALS:
     /// Answers initialize() and initValues().
     void initializeResponse(KelAccount::ErrorStatus error);
@@ -116,7 +301,7 @@ Q_SIGNALS:
     /// A recovery message was sent.
     void requestPasswordResetResponse(KelAccount::ErrorStatus error);
 
-    /// The user's profile, owned by the library; empty when the status is not 0.
+    /// The user's profile, owned by the object that sent the signal. Null for a call that was refused.
     void downloadProfileResponse(KelAccount::ErrorStatus error, KelAccount::ProfileInfo* profile);
 
     /// The security question was changed.

@@ -65,4 +65,117 @@ void KelAccounts::isUserIdAvailable(const QString& userId)
     mPrivate->isUserIdAvailable(userId);
 }
 
+void KelAccounts::retrieveCaptchaImage(int width, int height)
+{
+    mPrivate->retrieveCaptchaImage(width, height);
+}
+
+void KelAccounts::registerAccount(const RegistrationInfo& info, bool configureOnDb)
+{
+    mPrivate->registerAccount(info, configureOnDb);
+}
+
+void KelAccounts::registerAccount(QObject* info, bool configureOnDb)
+{
+    mPrivate->registerAccount(info, configureOnDb);
+}
+
+void KelAccounts::retrieveSecurityQuestionList(const QString& language)
+{
+    mPrivate->retrieveSecurityQuestionList(language);
+}
+
+void KelAccounts::detectPreAccount()
+{
+    mPrivate->detectPreAccount();
+}
+
+void KelAccounts::retrieveTermsOfService(const QString& serviceId, const QString& language,
+                                         const QString& country, int format)
+{
+    mPrivate->retrieveTermsOfService(serviceId, language, country, format);
+}
+
+void KelAccounts::signInAndConfigure(const QString& userName, const QString& password,
+                                     bool configureOnDb)
+{
+    mPrivate->signInAndConfigure(userName, password, configureOnDb);
+}
+
+bool KelAccounts::isCaptchaRequired()
+{
+    return mPrivate->isCaptchaRequired();
+}
+
+bool KelAccounts::isKeLAccountConfigured()
+{
+    return mPrivate->isKeLAccountConfigured();
+}
+
+void KelAccounts::isEmailIdAvailable(const QString& email)
+{
+    mPrivate->isEmailIdAvailable(email);
+}
+
+void KelAccounts::queryMarketingVariant()
+{
+    mPrivate->queryMarketingVariant();
+}
+
+void KelAccounts::requestPasswordReset(const QString& userId, const QString& captchaText,
+                                       bool sendMessage, const QString& messageBody)
+{
+    mPrivate->requestPasswordReset(userId, captchaText, sendMessage, messageBody);
+}
+
+void KelAccounts::downloadProfile()
+{
+    mPrivate->downloadProfile();
+}
+
+void KelAccounts::updateSecurityQuestion(const QString& question, const QString& answer)
+{
+    mPrivate->updateSecurityQuestion(question, answer);
+}
+
+void KelAccounts::ensureTokenAvailable(unsigned int credentialsId)
+{
+    mPrivate->ensureTokenAvailable(credentialsId);
+}
+
+void KelAccounts::changePassword(const QString& oldPassword, const QString& newPassword)
+{
+    mPrivate->changePassword(oldPassword, newPassword);
+}
+
+void KelAccounts::userIdUpdate(const QString& userId)
+{
+    mPrivate->userIdUpdate(userId);
+}
+
+void KelAccounts::retrievePasswordResetSecQuestion(const QString& userId, const QString& language)
+{
+    mPrivate->retrievePasswordResetSecQuestion(userId, language);
+}
+
+void KelAccounts::resetPasswordUsingSecurityQuestion(const QString& userId,
+                                                     const QString& securityToken,
+                                                     const QString& newPassword,
+                                                     const QString& securityAnswer)
+{
+    // The service words this answer for programs, not for people.
+    mPrivate->resetPasswordUsingSecurityQuestion(userId, securityToken, newPassword, securityAnswer,
+                                                 QStringLiteral("en"));
+}
+
+void KelAccounts::close()
+{
+    mPrivate->close();
+}
+
+void KelAccounts::retrieveCountryCode()
+{
+    mPrivate->retrieveCountryCode();
+}
+
 } // namespace KelAccount

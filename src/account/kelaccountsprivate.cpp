@@ -1,31 +1,76 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
 
-#include "common/logging.h"
+#include "configure/kelconfigure.h"
 #include "rest/cryptographicutils.h"
-#include "rest/picture/captchapicture.h"
 #include "rest/serviceaddress.h"
 #include "rest/timestampmanager.h"
+#include "signon/kelauthsessioninterface.h"
+
+#include <new>
 
 using namespace KelRestHandler;
 
 namespace KelAccount {
 
-namespace {
-
-// Statuses travel as numbers inside the library; some have no member.
-ErrorStatus toStatus(int status)
-{
-    return static_cast<ErrorStatus>(status);
-}
-
-} // namespace
-
 KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent)
 {
     qRegisterMetaType<ResponseType>("ResponseType");
-    connect(&mRestHandler, &RESTRequestHandler::userNameAvailabilityResponse, this,
-            &KelAccountsPrivate::processUserNameAvailResponse);
+    mKelConfigure = new (std::nothrow) KelConfigure(this);
+    mAuthSessionInterface = new (std::nothrow) KelAuthSessionInterface(this);
+    if (!mKelConfigure || !mAuthSessionInterface)
+        qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
+    connectRestHandler();
+    connectSession();
+}
+
+void KelAccountsPrivate::connectRestHandler()
+{
+    using Handler = RESTRequestHandler;
+    using Self = KelAccountsPrivate;
+    connect(&mRestHandler, &Handler::userNameAvailabilityResponse, this,
+            &Self::processUserNameAvailResponse);
+    connect(&mRestHandler, &Handler::retrieveCaptchaImageResponse, this,
+            &Self::processCaptchaImageResponse);
+    connect(&mRestHandler, &Handler::retrieveSecQueListResponse, this,
+            &Self::processSecurityQueListResponse);
+    connect(&mRestHandler, &Handler::detectPreAccountResponse, this,
+            &Self::processdetectPreAccountResponse);
+    connect(&mRestHandler, &Handler::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
+    connect(&mRestHandler, &Handler::emailIdAvailabilityResponse, this,
+            &Self::processEmailAvailabilityReponse);
+    connect(&mRestHandler, &Handler::queryMarketingVariantResponse, this,
+            &Self::processQueryMarketingVariantResponse);
+    connect(&mRestHandler, &Handler::requestPasswordResetResponse, this,
+            &Self::processRequestPasswordResetResponse);
+    connect(&mRestHandler, &Handler::retrieveSecurityQuestionResponse, this,
+            &Self::processRetrieveSecurityQuestionResponse);
+    connect(&mRestHandler, &Handler::passwordResetResponse, this,
+            &Self::processPasswordResetUsingSecurityQuestionResponse);
+}
+
+void KelAccountsPrivate::connectSession()
+{
+    using Session = KelAuthSessionInterface;
+    using Self = KelAccountsPrivate;
+    connect(mAuthSessionInterface, &Session::signInResponse, this, &Self::processSignInCompleted);
+    connect(mAuthSessionInterface, &Session::downloadProfileResponse, this,
+            &Self::processdownloadProfileCompleted);
+    connect(mAuthSessionInterface, &Session::setSecurityQuestionResponse, this,
+            &Self::processSetSecurityQuestionCompleted);
+    connect(mAuthSessionInterface, &Session::registerationCompleted, this,
+            &Self::processregisterAccountResponse);
+    connect(mAuthSessionInterface, &Session::changePasswordResponse, this,
+            &Self::processChangePasswordCompleted);
+    connect(mAuthSessionInterface, &Session::userIdUpdateResponse, this,
+            &Self::processUserIdUpdateCompleted);
+    connect(mAuthSessionInterface, &Session::updateDeviceInfoResponse, this,
+            &Self::processUpdateDeviceInfoResponse);
+    connect(mAuthSessionInterface, &Session::ensureTokenResponse, this,
+            &Self::processensureTokenResponse);
+    connect(mAuthSessionInterface, &Session::closeResponse, this, &Self::processCloseResponse);
+    connect(mKelConfigure, &KelConfigure::storeUserCredentialsStatus, this,
+            &Self::processCredentialStoringStatusUpdate);
 }
 
 KelAccountsPrivate::~KelAccountsPrivate() = default;
@@ -57,24 +102,14 @@ void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*s
     deferError(ResponseInitialize, ErrorInvalidRequest);
 }
 
-void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
+bool KelAccountsPrivate::isCaptchaRequired()
 {
-    if (userId.isEmpty()) {
-        deferError(ResponseIsUserIdAvailable, ErrorInvalidParameter);
-        return;
-    }
-    if (!mInitialized) {
-        deferError(ResponseIsUserIdAvailable, ErrorInitializationPending);
-        return;
-    }
-    OAuthRequest* request = nullptr;
-    if (mRestHandler.sendisUserIdAvailRequest(*this, userId, mConsumerKey, mServerUrl, &request)
-        != 0) {
-        qCCritical(logAccount, "Failed to send isUserIdAvailable request");
-        deferError(ResponseIsUserIdAvailable, ErrorUnabletoSendRequest);
-        return;
-    }
-    keep(request);
+    return !mObcMgrWrapper.isServiceTagAvailable();
+}
+
+bool KelAccountsPrivate::isKeLAccountConfigured()
+{
+    return mKelConfigure->isKelAccountPresent();
 }
 
 QString KelAccountsPrivate::getToken(const QString& /*consumerKey*/)
@@ -85,97 +120,14 @@ QString KelAccountsPrivate::getToken(const QString& /*consumerKey*/)
 QString KelAccountsPrivate::createSignature(const QString& /*consumerKey*/,
                                             const QString& baseString, bool /*useToken*/)
 {
-    return CryptographicUtils::HMACSHA1(
-        baseString, OAuthRequest::urlEncode(mConsumerSecret) + QLatin1Char('&'));
+    return CryptographicUtils::HMACSHA1(baseString, OAuthRequest::urlEncode(mConsumerSecret) +
+                                                        QLatin1Char('&'));
 }
 
 QString KelAccountsPrivate::getTimeStamp()
 {
     const TimeStampManager* clock = TimeStampManager::getTimeStampManager();
     return clock ? clock->timeStamp() : QString();
-}
-
-void KelAccountsPrivate::processUserNameAvailResponse(UserNameAvailabilityResponse response)
-{
-    mRequests.erase(response.requestId);
-    Q_EMIT isUserIdAvailableResponse(toStatus(response.status), response.available,
-                                     response.suggestions);
-}
-
-void KelAccountsPrivate::deferError(ResponseType type, ErrorStatus error)
-{
-    QMetaObject::invokeMethod(this, "sendErrorResponse", Qt::QueuedConnection,
-                              Q_ARG(ResponseType, type), Q_ARG(int, error));
-}
-
-void KelAccountsPrivate::keep(OAuthRequest* request)
-{
-    mRequests.emplace(request->getRequestId(), request);
-}
-
-void KelAccountsPrivate::sendErrorResponse(ResponseType type, int error)
-{
-    const ErrorStatus status = toStatus(error);
-    switch (type) {
-    case ResponseInitialize:
-        Q_EMIT initializeResponse(status);
-        return;
-    case ResponseIsUserIdAvailable:
-        Q_EMIT isUserIdAvailableResponse(status, false, QStringList());
-        return;
-    case ResponseCaptchaImage:
-        withCaptchaPicture(QByteArray(), [this, status](const QPixmap& none) {
-            Q_EMIT captchaImageResponse(status, none);
-        });
-        return;
-    case ResponseRegisterAccount:
-        Q_EMIT registerAccountResponse(status, QVariantMap());
-        return;
-    case ResponseSecurityQuestionList:
-        Q_EMIT securityQuestionListResponse(status, QVariantMap());
-        return;
-    case ResponseDetectPreAccount:
-        Q_EMIT detectPreAccountResponse(status, PreAccountInfo());
-        return;
-    case ResponseTermsOfService:
-        Q_EMIT termsOfServiceResponse(status, QVariantMap());
-        return;
-    case ResponseIsEmailIdAvailable:
-        Q_EMIT isEmailIdAvailableResponse(status, false);
-        return;
-    case ResponseMarketingVariant:
-        Q_EMIT marketingVariantResponse(status, static_cast<ConsentQueryVariant>(0));
-        return;
-    case ResponseSignInAndConfigure:
-        Q_EMIT signInAndConfigureResponse(status, QVariantMap());
-        return;
-    case ResponseRequestPasswordReset:
-        Q_EMIT requestPasswordResetResponse(status);
-        return;
-    case ResponseDownloadProfile:
-        Q_EMIT downloadProfileResponse(status, nullptr);
-        return;
-    case ResponseUpdateSecurityQuestion:
-        Q_EMIT updateSecurityQuestionResponse(status);
-        return;
-    case ResponseEnsureTokenAvailable:
-        Q_EMIT ensureTokenAvailableResponse(status);
-        return;
-    case ResponseChangePassword:
-        Q_EMIT changePasswordResponse(status);
-        return;
-    case ResponseUserIdUpdate:
-        Q_EMIT userIdUpdateResponse(status);
-        return;
-    case ResponseRetrievePasswordResetSecQuestion:
-        Q_EMIT retrievePasswordResetSecQuestionResponse(status, QVariantMap());
-        return;
-    case ResponseResetPasswordUsingSecurityQuestion:
-        Q_EMIT resetPasswordUsingSecurityQuestionResponse(status);
-        return;
-    }
-    qCWarning(logAccount, "Failed to send some response...!!!! Is client application still waiting "
-                          "for this response??");
 }
 
 } // namespace KelAccount

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "device/obcmgrwrapper.h"
 #include "rest/isignatureprovider.h"
 #include "rest/oauthrequest.h"
+#include "rest/records/registrationinfodata.h"
 #include "rest/restrequesthandler.h"
 
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/preaccountinfo.h>
 
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -19,9 +22,16 @@
 
 class QPixmap;
 
+namespace SignOn {
+class SessionData;
+}
+
 namespace KelAccount {
 
+class KelAuthSessionInterface;
+class KelConfigure;
 class ProfileInfo;
+class RegistrationInfo;
 
 /// The orchestrator behind the facade: keeps what initialize() was given, checks every call against
 /// its state, hands it on and turns every outcome into one signal.
@@ -62,7 +72,38 @@ public:
     void initialize(const QString& consumerKey, const QString& consumerSecret, int server,
                     const QString& zorService, const QVariantMap& connectionDetail);
     void initValues(const QString& first, const QString& second, int third);
+
+    // Operations of the service that need no credentials.
     void isUserIdAvailable(const QString& userId);
+    void retrieveCaptchaImage(int width, int height);
+    void retrieveSecurityQuestionList(const QString& language);
+    void detectPreAccount();
+    void retrieveTermsOfService(const QString& serviceId, const QString& language,
+                                const QString& country, int format);
+    void isEmailIdAvailable(const QString& email);
+    void queryMarketingVariant();
+    void requestPasswordReset(const QString& userId, const QString& captchaText, bool sendMessage,
+                              const QString& messageBody);
+    void retrievePasswordResetSecQuestion(const QString& userId, const QString& language);
+    void resetPasswordUsingSecurityQuestion(const QString& userId, const QString& securityToken,
+                                            const QString& newPassword,
+                                            const QString& securityAnswer, const QString& language);
+    void retrieveCountryCode();
+
+    // Operations through the sign-on session, and the two that set the device account up.
+    void signInAndConfigure(const QString& userName, const QString& password, bool configureOnDb);
+    void registerAccount(const RegistrationInfo& info, bool configureOnDb);
+    /// ErrorInvalidParameter when the object is no RegistrationInfo.
+    void registerAccount(QObject* info, bool configureOnDb);
+    void downloadProfile();
+    void updateSecurityQuestion(const QString& question, const QString& answer);
+    void changePassword(const QString& oldPassword, const QString& newPassword);
+    void userIdUpdate(const QString& userId);
+    void ensureTokenAvailable(unsigned int credentialsId);
+    void close();
+
+    bool isCaptchaRequired();
+    bool isKeLAccountConfigured();
 
     /// No token: what needs one goes through the sign-on session.
     QString getToken(const QString& consumerKey) override;
@@ -103,15 +144,76 @@ Q_SIGNALS:
     void retrieveCountryCodeResponse(KelAccount::ErrorStatus error, QString countryCode);
 
 public Q_SLOTS:
-    /// Emits the signal of the type with the error and empty values. Called from the event loop only.
+    /// Emits the signal of the type with the error and empty values. Called from the event loop
+    /// only.
     void sendErrorResponse(ResponseType type, int error);
 
 private Q_SLOTS:
+    // Answers of the REST layer. Irregular capitals and "Reponse" are part of the names for good.
     void processUserNameAvailResponse(KelRestHandler::UserNameAvailabilityResponse response);
+    void processCaptchaImageResponse(int error, const QPixmap& image, QString captchaId);
+    void processSecurityQueListResponse(int error, QVariantMap questions);
+    void processdetectPreAccountResponse(int error, KelAccount::PreAccountInfo info);
+    void processRetrieveTOSReponse(KelRestHandler::TermsUrlsResponse response);
+    void processEmailAvailabilityReponse(int error);
+    void processQueryMarketingVariantResponse(int error, KelAccount::ConsentQueryVariant variant);
+    void processRequestPasswordResetResponse(int error);
+    void processRetrieveSecurityQuestionResponse(KelRestHandler::SecurityQuestionResponse response);
+    void
+    processPasswordResetUsingSecurityQuestionResponse(KelRestHandler::RESTResponseBase response);
+
+    // Answers of the sign-on session and of the credential store.
+    void processSignInCompleted(int error, const SignOn::SessionData& data);
+    void processregisterAccountResponse(int error, const SignOn::SessionData& data);
+    void processdownloadProfileCompleted(int error, const SignOn::SessionData& data);
+    void processSetSecurityQuestionCompleted(int error);
+    void processChangePasswordCompleted(int error);
+    void processUserIdUpdateCompleted(int error);
+    void processUpdateDeviceInfoResponse(int error);
+    void processensureTokenResponse(int error);
+    void processCloseResponse(int error);
+    void processCredentialStoringStatusUpdate(bool stored, quint32 credentialId);
+
+    void getCountryCode();
 
 private:
+    /// Which set-up of the device account is under way.
+    enum PendingConfigRequest { NoSetUp = 0, SignInSetUp = 1, RegistrationSetUp = 2 };
+
+    void connectRestHandler();
+    void connectSession();
+
     void deferError(ResponseType type, ErrorStatus error);
+    void sendStatusResponse(ResponseType type, ErrorStatus status);
+    /// Posts the refusal of a call with bad arguments, or before initialize(); false without one.
+    bool isRefused(ResponseType type, bool argumentsAreGood);
+    /// Posts the answer of a request that could not be sent, after a line that names it.
+    void checkSent(int result, ResponseType type, const char* failure);
     void keep(KelRestHandler::OAuthRequest* request);
+
+    /// The same for a call that needs the session: also while a set-up is under way.
+    bool isSessionRefused(ResponseType type);
+    /// False, with the refusal posted, when no session can be had, or when this object came to its
+    /// end while waiting for one: then nothing of it may be used.
+    bool openSession(ResponseType type);
+
+    bool isSetUpRefused(ResponseType type, bool argumentsAreGood);
+    void storeCredentials(ResponseType type, const QString& name, const QString& password,
+                          const char* failure);
+    /// As openSession(), and takes the set-up back when there is no session.
+    bool openSessionForSetUp(ResponseType type);
+    void signIn();
+    void registerAccount();
+    void processErrorDuringStoreCredentials();
+    int configureAccountOnFramework(const SignOn::SessionData& data);
+    void finishSetUp(ResponseType type, int error, const SignOn::SessionData& data,
+                     const char* failure);
+    void rollBackSetUp();
+    void endSetUp();
+    QVariantMap resultOf(const SignOn::SessionData& data) const;
+
+    void updateRegisterInfoData(const RegistrationInfo& info,
+                                KelRestHandler::RegistrationInfoData* data) const;
 
     KelRestHandler::RESTRequestHandler mRestHandler;
     QString mConsumerKey;
@@ -119,6 +221,15 @@ private:
     QString mServerUrl;
     int mServerIndex = 0;
     QString mZorService;
+    QString mCaptchaId;     // of the last captcha received
+    QByteArray mServiceTag; // loaded for the request at hand
+    KelRestHandler::ObcMgrWrapper mObcMgrWrapper;
+    KelConfigure* mKelConfigure = nullptr;                      // a child of this object
+    KelAuthSessionInterface* mAuthSessionInterface = nullptr;   // a child of this object
+    KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
+    quint32 mCredentialId = 0;
+    bool mConfigureOnDb = false;
+    int mPendingConfigRequest = NoSetUp;
     int mInitialized = 0;
 
     // Requests under way that were handed out, by identifier.
