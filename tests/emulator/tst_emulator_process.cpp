@@ -223,10 +223,12 @@ void TestEmulatorProcess::preparesTheEnvironment()
     QCOMPARE(result.errors, QByteArray());
 
     // What was to be preloaded stays, ahead of the emulator's.
-    const QByteArray before = qgetenv("LD_PRELOAD");
+    // (A sanitizer in the emulator itself wants to be told that this is meant.)
     qputenv("LD_PRELOAD", "libm.so.6");
+    qputenv("ASAN_OPTIONS", "verify_asan_link_order=0");
     const Result appended = run(shell(QStringLiteral("echo $LD_PRELOAD")));
-    before.isNull() ? qunsetenv("LD_PRELOAD") : qputenv("LD_PRELOAD", before);
+    qunsetenv("LD_PRELOAD");
+    qunsetenv("ASAN_OPTIONS");
     QVERIFY2(appended.output.startsWith("libm.so.6:/"), appended.output + appended.errors);
 }
 
@@ -354,13 +356,17 @@ void TestEmulatorProcess::cannotStartOnABrokenDatabase()
 void TestEmulatorProcess::leadsQtProgramsToTheService()
 {
     const QString probe = QStringLiteral(KELACCOUNT_TRUST_PROBE);
+    // Qt's network thread and OpenSSL race at a program's end, which a leak checker reports now and
+    // then. The emulator has to keep what the variable says, too.
+    qputenv("ASAN_OPTIONS", "detect_leaks=0");
     // Not signed, so refused by the service itself (405,
     // QNetworkReply::ContentOperationNotPermitted): the handshake went well.
     const Result trusting = run({QStringLiteral("run"), QStringLiteral("--"), probe});
-    QCOMPARE(trusting.output, QByteArray("error 202 status 405\n"));
+    QVERIFY2(trusting.output == "error 202 status 405\n", trusting.output + trusting.errors);
     // Without the module nobody trusts the emulator (QNetworkReply::SslHandshakeFailedError).
     const Result doubting = run(shell(QStringLiteral("unset LD_PRELOAD; exec ") + probe));
-    QCOMPARE(doubting.output, QByteArray("error 6 status 0\n"));
+    qunsetenv("ASAN_OPTIONS");
+    QVERIFY2(doubting.output == "error 6 status 0\n", doubting.output + doubting.errors);
 }
 
 QTEST_GUILESS_MAIN(TestEmulatorProcess)
