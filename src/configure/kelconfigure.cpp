@@ -2,14 +2,13 @@
 #include "configure/kelconfigure.h"
 
 #include "common/logging.h"
+#include "common/signondaemon.h"
 #include "configure/accountsdatabase.h"
 #include "configure/kelconfigureaccount.h"
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
 #include <SignOn/Identity>
-
-#include <QDBusConnection>
 
 #include <algorithm>
 #include <memory>
@@ -62,13 +61,42 @@ QStringList zorAuthMechanisms()
     return mechanisms;
 }
 
-/// The sign-on library waits for ever for a bus that is not there.
-bool reachesSessionBus()
+SignOn::IdentityInfo identityRecord(const QString& userName, const QString& password)
 {
-    const bool reached = QDBusConnection::sessionBus().isConnected();
-    if (!reached)
-        qCCritical(logConfigure, "There is no session bus to reach the sign-on daemon through");
-    return reached;
+    SignOn::IdentityInfo record;
+    record.setAccessControlList(
+        QStringList{QStringLiteral("account-plugin-zor::kelaccess"), ownerToken});
+    record.setOwner(ownerToken);
+    record.setMethod(QStringLiteral("zorauth"), zorAuthMechanisms());
+    record.setMethod(QStringLiteral("sasl"), {QStringLiteral("DIGEST-MD5")});
+    record.setType(SignOn::IdentityInfo::Application);
+    record.setUserName(userName);
+    record.setSecret(password, true);
+    //% "Zor account"
+    record.setCaption(qtTrId("qtn_zor_account_title"));
+    return record;
+}
+
+void removeStoredIdentity(unsigned int credentialsId)
+{
+    SignOn::Identity* const identity = SignOn::Identity::existingIdentity(credentialsId);
+    if (!identity) {
+        qCCritical(logConfigure, "Failed to get identity object for the given identity id");
+        return;
+    }
+    const bool connected =
+        QObject::connect(identity, &SignOn::Identity::removed, identity, &QObject::deleteLater) &&
+        QObject::connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
+    if (!connected)
+        qCWarning(logConfigure, "Failed to connect to deleteLater.. Possibility of memory leak");
+    QObject::connect(identity, &SignOn::Identity::error, identity, [](const SignOn::Error& error) {
+        if (error.type() == SignOn::Error::IdentityNotFound)
+            qCCritical(logConfigure, "Failed to get identity object for the given identity id");
+        else
+            qCWarning(logConfigure, "The stored credentials were not removed: sign-on error %d",
+                      error.type());
+    });
+    identity->remove();
 }
 
 } // namespace
@@ -87,35 +115,35 @@ KelConfigure::~KelConfigure() = default;
 
 int KelConfigure::storeUserCredentials(const QString& userName, const QString& password)
 {
-    if (mIdentity) {
+    if (mStore) {
         qCCritical(logConfigure, "Credentials are being stored already");
         return -1;
     }
     if (!reachesSessionBus())
         return -1;
-    SignOn::IdentityInfo record;
-    record.setAccessControlList(
-        QStringList{QStringLiteral("account-plugin-zor::kelaccess"), ownerToken});
+    mStore = std::make_unique<QObject>();
+    mStoreGuard.start();
+    ensureSignOnDaemon(
+        mStore.get(), mStoreGuard.interval(),
+        [this, store = mStore.get(), record = identityRecord(userName, password)](bool running) {
+            // The guard may have given up on this store already.
+            if (store == mStore.get() && (!running || !storeRecord(record)))
+                finishStore(false, 0);
+        });
+    return 0;
+}
+
+bool KelConfigure::storeRecord(const SignOn::IdentityInfo& record)
+{
     mIdentity = SignOn::Identity::newIdentity(record, this);
     if (!mIdentity) {
         qCCritical(logConfigure, "Failed to retrieve newIdentity. NULL pointer");
-        return -1;
+        return false;
     }
-    record.setOwner(ownerToken);
-    record.setMethod(QStringLiteral("zorauth"), zorAuthMechanisms());
-    record.setMethod(QStringLiteral("sasl"), {QStringLiteral("DIGEST-MD5")});
-    record.setType(SignOn::IdentityInfo::Application);
-    if (!connectIdentity()) {
-        releaseIdentity();
-        return -1;
-    }
-    record.setUserName(userName);
-    record.setSecret(password, true);
-    //% "Zor account"
-    record.setCaption(qtTrId("qtn_zor_account_title"));
-    mStoreGuard.start();
+    if (!connectIdentity())
+        return false;
     mIdentity->storeCredentials(record);
-    return 0;
+    return true;
 }
 
 bool KelConfigure::connectIdentity()
@@ -134,51 +162,41 @@ bool KelConfigure::connectIdentity()
     return true;
 }
 
-void KelConfigure::releaseIdentity()
+void KelConfigure::finishStore(bool stored, quint32 credentialsId)
 {
     mStoreGuard.stop();
-    if (!mIdentity)
-        return;
-    mIdentity->disconnect();
-    mIdentity->deleteLater();
-    mIdentity.clear();
+    // Later, because this may run in a slot of its own.
+    if (mStore)
+        mStore.release()->deleteLater();
+    if (mIdentity) {
+        mIdentity->disconnect();
+        mIdentity->deleteLater();
+        mIdentity.clear();
+    }
+    Q_EMIT storeUserCredentialsStatus(stored, credentialsId);
 }
 
 void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
 {
-    releaseIdentity();
-    Q_EMIT storeUserCredentialsStatus(true, credentialsId);
+    finishStore(true, credentialsId);
 }
 
 void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
 {
-    releaseIdentity();
-    Q_EMIT storeUserCredentialsStatus(false, 0);
+    finishStore(false, 0);
 }
 
 void KelConfigure::removeIdentity(unsigned int credentialsId)
 {
     if (!reachesSessionBus())
         return;
-    // Without a parent: the credentials have to go even if this object does not live to see it.
-    SignOn::Identity* const identity = SignOn::Identity::existingIdentity(credentialsId);
-    if (!identity) {
-        qCCritical(logConfigure, "Failed to get identity object for the given identity id");
-        return;
-    }
-    const bool connected =
-        connect(identity, &SignOn::Identity::removed, identity, &QObject::deleteLater) &&
-        connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
-    if (!connected)
-        qCWarning(logConfigure, "Failed to connect to deleteLater.. Possibility of memory leak");
-    connect(identity, &SignOn::Identity::error, identity, [](const SignOn::Error& error) {
-        if (error.type() == SignOn::Error::IdentityNotFound)
-            qCCritical(logConfigure, "Failed to get identity object for the given identity id");
-        else
-            qCWarning(logConfigure, "The stored credentials were not removed: sign-on error %d",
-                      error.type());
+    // Not tied to this object: the credentials have to go even if it does not live to see it.
+    auto* const keeper = new QObject;
+    ensureSignOnDaemon(keeper, mStoreGuard.interval(), [keeper, credentialsId](bool running) {
+        keeper->deleteLater();
+        if (running)
+            removeStoredIdentity(credentialsId);
     });
-    identity->remove();
 }
 
 void KelConfigure::onRemovalComplete()

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QTimer>
 
+#include <memory>
+
 namespace SignOn {
 class Error;
 class Identity;
@@ -51,9 +53,11 @@ public Q_SLOTS:
     void onRemovalComplete();
 
 private:
+    bool storeRecord(const SignOn::IdentityInfo& record);
     bool connectIdentity();
-    void releaseIdentity();
+    void finishStore(bool stored, quint32 credentialsId);
 
+    std::unique_ptr<QObject> mStore;      // what a store that is under way waits on, or null
     QPointer<SignOn::Identity> mIdentity; // being stored, or null
     QTimer mStoreGuard;
 };

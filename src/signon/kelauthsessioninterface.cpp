@@ -2,6 +2,7 @@
 #include "signon/kelauthsessioninterface.h"
 
 #include "common/logging.h"
+#include "common/signondaemon.h"
 #include "configure/accountsdatabase.h"
 #include "kelaccount/errorstatus.h"
 #include "signon/zorauthsessionprivatedata.h"
@@ -12,9 +13,6 @@
 #include <SignOn/Identity>
 
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QEventLoop>
 
 #include <memory>
@@ -30,7 +28,6 @@ namespace {
 constexpr int openingTimeoutMs = 90000;
 
 const QLatin1String methodName("zorauth");
-const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
 
 /// The sign-on library leaves null values out on the way to the plugin, but an empty text is a
 /// value.
@@ -42,7 +39,7 @@ QString present(const QString& text)
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
-    : QObject(parent), mDaemonWatcher(daemonName, QDBusConnection::sessionBus(),
+    : QObject(parent), mDaemonWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
                                       QDBusServiceWatcher::WatchForUnregistration)
 {
     qRegisterMetaType<RequestData>("RequestData");
@@ -59,8 +56,11 @@ KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                 SLOT(processBusLoss()));
-    // Nobody waits for the answer: the question starts the daemon before it is needed.
-    SignOn::AuthService().queryMethods();
+    // So that the daemon runs before it is needed. Nobody waits for what it says.
+    ensureSignOnDaemon(this, openingTimeoutMs, [](bool running) {
+        if (running)
+            SignOn::AuthService().queryMethods();
+    });
 }
 
 KelAuthSessionInterface::~KelAuthSessionInterface()
@@ -99,62 +99,29 @@ bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
                    "credential id.. unable to proceed");
         return false;
     }
-    return openSession(credentialsId) && initialisePlugin();
-}
-
-bool KelAuthSessionInterface::openSession(unsigned credentialsId)
-{
-    if (!QDBusConnection::sessionBus().isConnected()) {
-        qCCritical(logSignon, "There is no session bus to reach the sign-on daemon through");
+    if (!reachesSessionBus())
         return false;
-    }
-    mIdentity = SignOn::Identity::existingIdentity(credentialsId, this);
-    if (!mIdentity) {
-        qCCritical(logSignon, "Failed to create identify object from existing credential id!!");
-        return false;
-    }
-    mAuthSession = mIdentity->createSession(methodName);
-    if (!mAuthSession) {
-        qCCritical(logSignon, "Failed to create zor auth session");
-        destroyActiveAuthSession();
-        return false;
-    }
-    if (!connect(mAuthSession, &SignOn::AuthSession::response, this,
-                 &KelAuthSessionInterface::processPluginResponse)) {
-        qCCritical(logSignon, "Failed to connect to response");
-        destroyActiveAuthSession();
-        return false;
-    }
-    if (!connect(mAuthSession, &SignOn::AuthSession::error, this,
-                 &KelAuthSessionInterface::processPluginError)) {
-        qCCritical(logSignon, "Failed to connect to error");
-        destroyActiveAuthSession();
-        return false;
-    }
     mCredentialsId = credentialsId;
     mSessionOpen = 1;
-    return true;
+    return waitForPlugin();
 }
 
-bool KelAuthSessionInterface::initialisePlugin()
+bool KelAuthSessionInterface::waitForPlugin()
 {
     const QPointer<KelAuthSessionInterface> alive(this);
     QEventLoop loop; // not a member: it has to outlive this object if that is deleted in the wait
     mOpeningLoop = &loop;
-
-    ZorAuthSessionData record;
-    addCommonKeys(record);
-    record.setZorService(mServiceName);
-    confirmDaemon();
-    enQueueRequestToAuthPlugin(record, QStringLiteral("initialise"), InitialiseRequest);
-    // Without this an answer that was given at once would be waited for.
-    if (mCurrentRequest == InitialiseRequest) {
-        mOpeningGuard.start();
-        loop.exec();
-        if (!alive)
-            return false;
-        mOpeningGuard.stop();
-    }
+    mCurrentRequest = InitialiseRequest; // whatever is asked for from now on comes after it
+    ensureSignOnDaemon(this, mOpeningGuard.interval(),
+                       [this, session = mSessionNumber](bool running) {
+                           if (session == mSessionNumber)
+                               beginSession(running);
+                       });
+    mOpeningGuard.start();
+    loop.exec();
+    if (!alive)
+        return false;
+    mOpeningGuard.stop();
     mOpeningLoop = nullptr;
     // Still unanswered: every event loop was told to end, because the application does.
     if (mCurrentRequest == InitialiseRequest)
@@ -162,28 +129,43 @@ bool KelAuthSessionInterface::initialisePlugin()
     return mSessionOpen != 0;
 }
 
-/// Makes sure that the daemon runs, and tells its loss from that of the one before: the bus reports
-/// in order, so a loss that comes before this answer is old.
-void KelAuthSessionInterface::confirmDaemon()
+void KelAuthSessionInterface::beginSession(bool daemonRuns)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("StartServiceByName"));
-    call.setArguments({QString(daemonName), 0U});
-    auto* const watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(call, mOpeningGuard.interval()), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, session = mSessionNumber](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                if (session != mSessionNumber)
-                    return;
-                mDaemonConfirmed = !finished->isError();
-                // The sign-on library itself would wait for ever.
-                if (finished->isError()) {
-                    qCCritical(logSignon, "The sign-on daemon cannot be started");
-                    closeSession(ErrorAuthSessionInitializationFailed);
-                }
-            });
+    mDaemonConfirmed = daemonRuns;
+    if (!daemonRuns || !openSession()) {
+        closeSession(ErrorAuthSessionInitializationFailed);
+        return;
+    }
+    ZorAuthSessionData record;
+    addCommonKeys(record);
+    record.setZorService(mServiceName);
+    mCurrentRequest = NoRequest; // the place was only kept
+    enQueueRequestToAuthPlugin(record, QStringLiteral("initialise"), InitialiseRequest);
+}
+
+bool KelAuthSessionInterface::openSession()
+{
+    mIdentity = SignOn::Identity::existingIdentity(mCredentialsId, this);
+    if (!mIdentity) {
+        qCCritical(logSignon, "Failed to create identify object from existing credential id!!");
+        return false;
+    }
+    mAuthSession = mIdentity->createSession(methodName);
+    if (!mAuthSession) {
+        qCCritical(logSignon, "Failed to create zor auth session");
+        return false;
+    }
+    if (!connect(mAuthSession, &SignOn::AuthSession::response, this,
+                 &KelAuthSessionInterface::processPluginResponse)) {
+        qCCritical(logSignon, "Failed to connect to response");
+        return false;
+    }
+    if (!connect(mAuthSession, &SignOn::AuthSession::error, this,
+                 &KelAuthSessionInterface::processPluginError)) {
+        qCCritical(logSignon, "Failed to connect to error");
+        return false;
+    }
+    return true;
 }
 
 void KelAuthSessionInterface::processOpeningTimeout()

@@ -108,9 +108,9 @@ private Q_SLOTS:
     void processBusLoss();
 
 private:
-    bool openSession(unsigned credentialsId);
-    bool initialisePlugin();
-    void confirmDaemon();
+    bool waitForPlugin();
+    void beginSession(bool daemonRuns);
+    bool openSession();
     void processDaemonLoss();
     void processOpeningTimeout();
     void closeSession(int code);
@@ -124,12 +124,12 @@ private:
     QString mConsumerSecret;
     QString mServiceName;
     int mServerUrlValue = 0;
-    quint32 mCredentialsId = 0; // of the open session
+    quint32 mCredentialsId = 0;
 
     // Qt's pointers, because the sign-on library owns the session and may drop it.
     QPointer<SignOn::Identity> mIdentity;
     QPointer<SignOn::AuthSession> mAuthSession;
-    int mSessionOpen = 0;
+    int mSessionOpen = 0;        // 1 also while it is being opened
     unsigned mSessionNumber = 0; // counts up with every end of a session
 
     KelAccountRequestType mCurrentRequest = NoRequest;
@@ -138,7 +138,7 @@ private:
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;
     QDBusServiceWatcher mDaemonWatcher;
-    bool mDaemonConfirmed = false; // the bus said that the daemon of this session runs
+    bool mDaemonConfirmed = false; // runs for this session; a loss before is that of an earlier one
 };
 
 } // namespace KelAccount

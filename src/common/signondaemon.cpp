@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "common/signondaemon.h"
+
+#include "common/logging.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+
+namespace KelAccount {
+
+bool reachesSessionBus()
+{
+    const bool reached = QDBusConnection::sessionBus().isConnected();
+    if (!reached)
+        qCCritical(logSignon, "There is no session bus to reach the sign-on daemon through");
+    return reached;
+}
+
+void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<void(bool)>& next)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("StartServiceByName"));
+    call.setArguments({QString(signOnDaemonName), 0U});
+    auto* const watcher = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(call, timeoutMs), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [next](QDBusPendingCallWatcher* finished) {
+                         finished->deleteLater();
+                         const bool running = !finished->isError();
+                         if (!running)
+                             qCCritical(logSignon, "The sign-on daemon cannot be started");
+                         next(running);
+                     });
+}
+
+} // namespace KelAccount

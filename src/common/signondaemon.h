@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QLatin1String>
+#include <QObject>
+
+#include <functional>
+
+namespace KelAccount {
+
+constexpr QLatin1String signOnDaemonName("com.google.code.AccountsSSO.SingleSignOn");
+
+/// Whether there is a session bus to reach the daemon through; logs when there is none.
+bool reachesSessionBus();
+
+/// Has the bus start the sign-on daemon, unless it runs, and then calls `next`: with true when it
+/// runs. Never before this has returned, and not at all once `context` is gone.
+///
+/// To be asked before the sign-on library is: that waits for ever when the daemon cannot be
+/// started, or when it ended and the library has not heard of it yet. The bus answers after all
+/// that it had to tell before, so when `next` runs, the news of an earlier end has arrived.
+void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<void(bool)>& next);
+
+} // namespace KelAccount
