@@ -165,6 +165,14 @@ bool SessionSandbox::startDaemon() const
     return daemonProcessId() > 1;
 }
 
+void SessionSandbox::setDaemonInstalled(bool installed) const
+{
+    const QString file = mSession.path(QStringLiteral("bus-services/") + daemonName);
+    const QString used = file + QStringLiteral(".service");
+    QFile::rename(installed ? file : used, installed ? used : file);
+    askBus(QStringLiteral("ReloadConfig"), {});
+}
+
 QList<QVariantList> SessionSandbox::credentials(const QString& query) const
 {
     return sqliteRows(mSession.path(QStringLiteral("credentials/signon.db")), query);

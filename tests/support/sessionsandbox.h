@@ -52,6 +52,8 @@ public:
     bool killDaemon() const;
     /// Starts the daemon, if it does not run, and waits until it does.
     bool startDaemon() const;
+    /// Whether the bus can start the daemon from now on.
+    void setDaemonInstalled(bool installed) const;
 
     // The stores.
 
