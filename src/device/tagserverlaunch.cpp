@@ -26,11 +26,14 @@ constexpr int firstInheritable = STDERR_FILENO + 1;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
 
+    // One call, however many the application has open; the ones it forgot to mark included. Before
+    // anything is opened, as it may have used up what it is allowed.
+    closefrom(firstInheritable);
     const int null = open("/dev/null", O_RDWR);
     for (int stream = STDIN_FILENO; null != -1 && stream < firstInheritable; ++stream)
         dup2(null, stream);
-    // One call, however many the application has open; the ones it forgot to mark included.
-    closefrom(firstInheritable);
+    if (null >= firstInheritable)
+        close(null);
 
     execl(KelRestHandler::TagServer::path, KelRestHandler::TagServer::argument0,
           static_cast<char*>(nullptr));

@@ -19,10 +19,10 @@ QByteArray contents(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.read(readLimit) : QByteArray();
 }
 
-// Device-tree texts are lists whose entries end in NUL; the first one is the most specific.
+// Device-tree texts are lists whose entries end in null; the first one is the most specific.
 QString firstEntry(const QByteArray& list)
 {
-    return QString::fromUtf8(list.left(list.indexOf('\0'))).trimmed();
+    return QString::fromUtf8(list.constData()).trimmed();
 }
 
 DeviceNames deviceTreeNames()

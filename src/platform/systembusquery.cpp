@@ -2,26 +2,68 @@
 #include "platform/systembusquery.h"
 
 #include <QDBusError>
+#include <QMutex>
+
+#include <mutex>
 
 namespace QtMobility {
 
 namespace {
 
-// A connection of our own: the process-wide one of QDBusConnection::systemBus() is never made again
-// after the bus has gone, and belongs to the application.
-QDBusConnection connectedBus()
+const auto connectionName = QStringLiteral("kelaccount-platform");
+
+QString systemBusAddress()
 {
-    const QString name = QStringLiteral("kelaccount-platform");
-    const QDBusConnection bus(name);
-    if (bus.isConnected())
+    const QString address = QString::fromLocal8Bit(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    return address.isEmpty() ? QStringLiteral("unix:path=/var/run/dbus/system_bus_socket")
+                             : address;
+}
+
+QDBusMessage callBefore(const QDeadlineTimer& deadline, const QDBusConnection& bus,
+                        QDBusMessage message)
+{
+    const int remaining = static_cast<int>(deadline.remainingTime());
+    if (remaining <= 0)
+        return QDBusMessage::createError(QDBusError::Timeout, QStringLiteral("Out of time"));
+    message.setAutoStartService(false);
+    return bus.call(message, QDBus::Block, remaining);
+}
+
+// Greets the bus itself: QDBusConnection::systemBus() does so too, but waits 25 seconds for a bus
+// that does not answer, is never made again after the bus has gone, and belongs to the application.
+QDBusConnection greetedBus(const QDeadlineTimer& deadline)
+{
+    QDBusConnection bus = QDBusConnection::connectToPeer(systemBusAddress(), connectionName);
+    if (!bus.isConnected())
         return bus;
-    QDBusConnection::disconnectFromBus(name);
-    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+    const QDBusMessage hello = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("Hello"));
+    if (callBefore(deadline, bus, hello).type() == QDBusMessage::ReplyMessage)
+        return bus;
+    QDBusConnection::disconnectFromPeer(connectionName);
+    return QDBusConnection(QString());
+}
+
+QDBusConnection connectedBus(const QDeadlineTimer& deadline)
+{
+    // Nobody may use a connection that another thread is still greeting on.
+    static QMutex mutex;
+    const std::unique_lock<QMutex> lock(mutex, std::chrono::milliseconds(deadline.remainingTime()));
+    if (!lock.owns_lock())
+        return QDBusConnection(QString());
+    {
+        const QDBusConnection bus(connectionName);
+        if (bus.isConnected())
+            return bus;
+    }
+    QDBusConnection::disconnectFromPeer(connectionName);
+    return greetedBus(deadline);
 }
 
 } // namespace
 
-SystemBusQuery::SystemBusQuery() : mBus(connectedBus())
+SystemBusQuery::SystemBusQuery() : mBus(connectedBus(mDeadline))
 {
 }
 
@@ -29,14 +71,9 @@ QDBusMessage SystemBusQuery::call(const QString& service, const QString& path,
                                   const QString& interface, const QString& method,
                                   const QVariantList& arguments)
 {
-    const int remaining = static_cast<int>(mDeadline.remainingTime());
-    if (remaining <= 0)
-        return QDBusMessage::createError(QDBusError::Timeout, QStringLiteral("Out of time"));
-
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
-    message.setAutoStartService(false);
     message.setArguments(arguments);
-    return mBus.call(message, QDBus::Block, remaining);
+    return callBefore(mDeadline, mBus, message);
 }
 
 } // namespace QtMobility

@@ -14,7 +14,8 @@ namespace QtMobility {
 /// One question to the services on the system bus: its exchanges together take at most a second,
 /// because the caller's thread waits for them. A service that is not running is not started.
 ///
-/// The bus is connected to on first use and again when the connection has broken meanwhile.
+/// The bus is connected to on first use and again when the connection has broken meanwhile; that is
+/// part of the second too. Threads share the connection.
 class SystemBusQuery
 {
 public:
@@ -27,8 +28,8 @@ public:
                       const QString& method, const QVariantList& arguments = {});
 
 private:
-    QDBusConnection mBus;
     QDeadlineTimer mDeadline{longest};
+    QDBusConnection mBus;
 };
 
 } // namespace QtMobility
