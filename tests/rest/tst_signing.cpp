@@ -254,6 +254,12 @@ void SigningTest::encodingTwiceIsEncodingTheEncodedText_data()
     QTest::newRow("non-Latin") << text("ア😀é");
     QTest::newRow("controls") << controlCharacters();
     QTest::newRow("one megabyte") << megabyte();
+    // Long texts are encoded in portions; these end beside, on and behind the ends of portions.
+    for (const int length : {1023, 1024, 1025, 2048, 5000}) {
+        QTest::addRow("%d reserved", length) << QString(length, QLatin1Char('<'));
+        QTest::addRow("%d unreserved", length) << QString(length, QLatin1Char('a'));
+        QTest::addRow("%d non-Latin", length) << QString(length, QChar(0x65E5));
+    }
 }
 
 void SigningTest::encodingTwiceIsEncodingTheEncodedText()
