@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace KelTest {
+
+/// Stands in for the fixed address of the tag server: the socket name is this process's own, so
+/// that tests may run side by side, and the program is the emulator unless a test says otherwise.
+namespace TagServerAddress {
+void setProgram(const QByteArray& path);
+QByteArray socketName();
+} // namespace TagServerAddress
+
+/// What a server that is started on demand is told.
+void setStartedServerOptions(const QByteArray& options);
+
+/// The emulator, running before anybody asks.
+class RunningTagServer
+{
+public:
+    explicit RunningTagServer(const QStringList& options = {});
+    ~RunningTagServer();
+
+    bool isReady() const { return mReady; }
+    /// Whether it still runs; looks at the process itself.
+    bool isAlive();
+
+private:
+    QProcess mProcess;
+    bool mReady = false;
+};
+
+/// A server in a thread of this process, for what the emulator does not do. The function gets each
+/// connection with the request frame that came through it.
+class ThreadTagServer
+{
+public:
+    using Behaviour = std::function<void(int connection)>;
+
+    /// Reads one frame from each client and answers with these bytes in one piece.
+    explicit ThreadTagServer(const QByteArray& reply);
+    /// Leaves reading and answering to the function.
+    explicit ThreadTagServer(Behaviour behaviour);
+    ~ThreadTagServer();
+
+    bool isReady() const { return mListener != -1; }
+    QByteArrayList frames() const;
+    int connections() const { return mConnections; }
+
+private:
+    void run();
+
+    int mListener = -1;
+    int mStop[2] = {-1, -1};
+    Behaviour mBehaviour;
+    mutable std::mutex mMutex;
+    QByteArrayList mFrames;
+    std::atomic<int> mConnections{0};
+    std::thread mThread;
+};
+
+/// A listener on the tag server's name; -1 on failure.
+int listenAsTagServer(int backlog);
+
+int openDescriptors();
+
+/// Whether this process has any child, running or not.
+bool hasChildren();
+
+} // namespace KelTest
