@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/percentencoding.h"
 #include "rest/serviceaddress.h"
 #include "signedrequests.h"
 #include "support/oauthoracle.h"
@@ -165,12 +164,6 @@ class SigningTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyByteIsEncodedAsInRfc3986();
-    void encodingAgreesWithOtherImplementations_data();
-    void encodingAgreesWithOtherImplementations();
-    void encodingTwiceIsEncodingTheEncodedText_data();
-    void encodingTwiceIsEncodingTheEncodedText();
-
     void baseStringAndSignatureAgreeWithOtherImplementations_data();
     void baseStringAndSignatureAgreeWithOtherImplementations();
     void theHeaderVerifiesWithOtherImplementations_data();
@@ -184,97 +177,7 @@ private Q_SLOTS:
     void theDocumentComesBeforeNamesThatSortBeforeIt();
     void languageAndCountryStandBetweenDocumentAndOAuthNames();
     void aQueryCannotReplaceAnOAuthParameter();
-    void anUnneededTokenIsNeitherSignedNorSent();
-    void anEmptyNeededTokenIsSignedButNotSent();
-
-    void theHeaderIsExactlyWhatTheServiceReceives();
-    void theHeaderOfATokenRequestEndsUnclosed();
-    void theSignatureTravelsUnencoded();
-    void headerValuesAreEncoded();
-    void everyHeaderHasANonceOfItsOwn();
 };
-
-void SigningTest::everyByteIsEncodedAsInRfc3986()
-{
-    const QString unreserved =
-        QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~");
-    QCOMPARE(OAuthRequest::urlEncode(unreserved), unreserved);
-
-    for (ushort code = 0; code < 128; ++code) {
-        const QChar character(code);
-        if (unreserved.contains(character))
-            continue;
-        QString expected = QString::number(code, 16).toUpper();
-        expected = QLatin1Char('%') + expected.rightJustified(2, QLatin1Char('0'));
-        QCOMPARE(OAuthRequest::urlEncode(QString(character)), expected);
-    }
-}
-
-void SigningTest::encodingAgreesWithOtherImplementations_data()
-{
-    QTest::addColumn<QString>("plain");
-    QTest::addColumn<QString>("encoded");
-
-    // "latin" and "katakana" are the examples of RFC 3986 section 2.5, "parameter" ones those of
-    // RFC 5849 section 3.4.1.3.2; the rest is spelled out by hand.
-    QTest::newRow("empty") << QString() << QString();
-    QTest::newRow("delimiters") << text("/:=&{}\"+ ") << text("%2F%3A%3D%26%7B%7D%22%2B%20");
-    QTest::newRow("parameter b5") << text("=%3D") << text("%3D%253D");
-    QTest::newRow("parameter c@") << text("c@") << text("c%40");
-    QTest::newRow("parameter a3") << text("2 q") << text("2%20q");
-    QTest::newRow("percent") << text("100%25") << text("100%2525");
-    QTest::newRow("markup") << text("<a b='c'>") << text("%3Ca%20b%3D%27c%27%3E");
-    QTest::newRow("line ends") << text("\r\n\t") << text("%0D%0A%09");
-    QTest::newRow("latin") << text("À") << text("%C3%80");
-    QTest::newRow("katakana") << text("ア") << text("%E3%82%A2");
-    QTest::newRow("snowman") << text("☃") << text("%E2%98%83");
-    QTest::newRow("emoji") << text("😀") << text("%F0%9F%98%80");
-    QTest::newRow("highest") << text("\xF4\x8F\xBF\xBF") << text("%F4%8F%BF%BF");
-    // UTF-8 has no form for half a pair; Qt writes a question mark, and so does the form body.
-    QTest::newRow("lone high half")
-        << QStringLiteral("a") + QChar(0xD83D) + QLatin1Char('b') << text("a%3Fb");
-    QTest::newRow("lone low half") << QString(QChar(0xDE00)) << text("%3F");
-}
-
-void SigningTest::encodingAgreesWithOtherImplementations()
-{
-    QFETCH(QString, plain);
-    QFETCH(QString, encoded);
-    QCOMPARE(OAuthRequest::urlEncode(plain), encoded);
-    QCOMPARE(QString::fromLatin1(OAuthOracle::encodeWithLiboauth(plain)), encoded);
-    QCOMPARE(QString::fromLatin1(QUrl::toPercentEncoding(plain)), encoded);
-}
-
-void SigningTest::encodingTwiceIsEncodingTheEncodedText_data()
-{
-    QTest::addColumn<QString>("plain");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("unreserved") << text("aZ09-._~");
-    QTest::newRow("percent") << text("%2F");
-    QTest::newRow("non-Latin") << text("ア😀é");
-    QTest::newRow("controls") << controlCharacters();
-    QTest::newRow("one megabyte") << megabyte();
-    // Long texts are encoded in portions; these end beside, on and behind the ends of portions.
-    for (const int length : {1023, 1024, 1025, 2048, 5000}) {
-        QTest::addRow("%d reserved", length) << QString(length, QLatin1Char('<'));
-        QTest::addRow("%d unreserved", length) << QString(length, QLatin1Char('a'));
-        QTest::addRow("%d non-Latin", length) << QString(length, QChar(0x65E5));
-    }
-}
-
-void SigningTest::encodingTwiceIsEncodingTheEncodedText()
-{
-    QFETCH(QString, plain);
-    const QString before = QStringLiteral("before");
-    const QString once = QString::fromLatin1(QUrl::toPercentEncoding(plain));
-    QString onceHere = before;
-    appendPercentEncoded(onceHere, plain);
-    QCOMPARE(onceHere, before + once);
-
-    QString twice = before;
-    appendDoublyPercentEncoded(twice, plain);
-    QCOMPARE(twice, before + QString::fromLatin1(QUrl::toPercentEncoding(once)));
-}
 
 void SigningTest::baseStringAndSignatureAgreeWithOtherImplementations_data()
 {
@@ -521,109 +424,6 @@ void SigningTest::aQueryCannotReplaceAnOAuthParameter()
     QVERIFY2(base.contains(QLatin1String("oauth_nonce%3D%257Bd2719f2f")), qPrintable(base));
     QVERIFY2(base.endsWith(QLatin1String("%26oauth_token%3Dt%26oauth_version%3D1.0")),
              qPrintable(base));
-}
-
-void SigningTest::anUnneededTokenIsNeitherSignedNorSent()
-{
-    RecordingProvider provider;
-    provider.token = QStringLiteral("held");
-    FactualOperation operation(provider, {});
-    QVERIFY2(!provider.signedBase.contains(QLatin1String("oauth_token")),
-             qPrintable(provider.signedBase));
-    QVERIFY(!provider.signedWithToken);
-    const QString header = operation.getHeaders().value(QStringLiteral("Authorization"));
-    QVERIFY2(!header.contains(QLatin1String("oauth_token")), qPrintable(header));
-    QVERIFY2(header.endsWith(QLatin1String(", oauth_version=\"1.0\"")), qPrintable(header));
-}
-
-void SigningTest::anEmptyNeededTokenIsSignedButNotSent()
-{
-    RecordingProvider provider;
-    provider.token = QString();
-    OperationFacts facts;
-    facts.tokenRequired = true;
-    FactualOperation operation(provider, facts);
-    QVERIFY2(provider.signedBase.contains(QLatin1String("%26oauth_token%3D%26oauth_version")),
-             qPrintable(provider.signedBase));
-    QVERIFY(provider.signedWithToken);
-    const QString header = operation.getHeaders().value(QStringLiteral("Authorization"));
-    QVERIFY2(header.endsWith(QLatin1String(", oauth_version=\"1.0\"")), qPrintable(header));
-}
-
-void SigningTest::theHeaderIsExactlyWhatTheServiceReceives()
-{
-    RecordingProvider provider;
-    provider.fixedSignature = QStringLiteral("tR3+Ty81lMeYAr/Fid0kMTYa/WM=");
-    FactualOperation operation(provider, {});
-    const QString header = operation.createOAuthHeader(
-        operation.facts.address, operation.facts.document, QStringLiteral("POST"));
-
-    const QString sentNonce = headerValue(header, "oauth_nonce");
-    QCOMPARE(header, QStringLiteral("OAuth realm=\"https://account.example\"\", "
-                                    "oauth_consumer_key=\"key\", "
-                                    "oauth_nonce=\"%1\", "
-                                    "oauth_timestamp=\"1137242096\", "
-                                    "oauth_signature=\"tR3+Ty81lMeYAr/Fid0kMTYa/WM=\", "
-                                    "oauth_signature_method=\"HMAC-SHA1\", "
-                                    "oauth_version=\"1.0\"")
-                         .arg(sentNonce));
-    static const QRegularExpression encodedUuid(QStringLiteral(
-        "^%7B[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}%7D$"));
-    QVERIFY2(encodedUuid.match(sentNonce).hasMatch(), qPrintable(sentNonce));
-}
-
-void SigningTest::theHeaderOfATokenRequestEndsUnclosed()
-{
-    RecordingProvider provider;
-    provider.token = QStringLiteral("token/1+2=");
-    OperationFacts facts;
-    facts.tokenRequired = true;
-    FactualOperation operation(provider, facts);
-    const QString header = operation.getHeaders().value(QStringLiteral("Authorization"));
-    QVERIFY2(
-        header.endsWith(QLatin1String(", oauth_version=\"1.0\", oauth_token=\"token%2F1%2B2%3D")),
-        qPrintable(header));
-}
-
-void SigningTest::theSignatureTravelsUnencoded()
-{
-    RecordingProvider provider;
-    provider.fixedSignature = QStringLiteral("+/+/=");
-    FactualOperation operation(provider, {});
-    const QString header = operation.getHeaders().value(QStringLiteral("Authorization"));
-    QVERIFY2(header.contains(QLatin1String(", oauth_signature=\"+/+/=\", oauth_signature_method=")),
-             qPrintable(header));
-}
-
-void SigningTest::headerValuesAreEncoded()
-{
-    RecordingProvider provider;
-    provider.timeStamp = QStringLiteral("1 2");
-    OperationFacts facts;
-    facts.consumerKey = text("k\"é, ");
-    FactualOperation operation(provider, facts);
-    const QString header = operation.getHeaders().value(QStringLiteral("Authorization"));
-    QVERIFY2(header.contains(QLatin1String(", oauth_consumer_key=\"k%22%C3%A9%2C%20\", ")),
-             qPrintable(header));
-    QVERIFY2(header.contains(QLatin1String(", oauth_timestamp=\"1%202\", ")), qPrintable(header));
-}
-
-void SigningTest::everyHeaderHasANonceOfItsOwn()
-{
-    RecordingProvider provider;
-    FactualOperation operation(provider, {});
-    QSet<QString> nonces;
-    constexpr int headers = 1000;
-    for (int i = 0; i < headers; ++i) {
-        const QString header =
-            operation.createOAuthHeader(operation.facts.address, QString(), QStringLiteral("POST"));
-        const QString sent = headerValue(header, "oauth_nonce");
-        nonces.insert(sent);
-        QVERIFY2(provider.signedBase.contains(
-                     QString(sent).replace(QLatin1Char('%'), QLatin1String("%25"))),
-                 qPrintable(provider.signedBase));
-    }
-    QCOMPARE(nonces.size(), headers);
 }
 
 QTEST_GUILESS_MAIN(SigningTest)
