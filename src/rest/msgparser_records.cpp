@@ -376,6 +376,8 @@ void MsgParser::parseUserInfoNode(QString& userName, AccountInfoData& account, c
 
 void MsgParser::parseTermsInfoNode(TermsInfoData& terms, const QDomNode& node)
 {
+    if (node.isNull())
+        return;
     terms.present = true;
     readChildren(node, termsInfo, terms);
 }
