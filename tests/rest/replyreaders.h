@@ -119,22 +119,32 @@ inline QStringList readCaptcha(const QDomNode& node)
             line("image", QString::fromLatin1(image.toHex()))};
 }
 
-inline QStringList readQuestions(const QDomNode& node)
+inline QStringList questionsLines(const QVariantMap& questions)
 {
-    QVariantMap questions;
-    MsgParser::parseSecurityQuestionsResponse(questions, node);
     QStringList lines;
     for (auto question = questions.cbegin(); question != questions.cend(); ++question)
         lines.append(line(qPrintable(question.key()), question->toString()));
     return lines;
 }
 
+inline QStringList readQuestions(const QDomNode& node)
+{
+    QVariantMap questions;
+    MsgParser::parseSecurityQuestionsResponse(questions, node);
+    return questionsLines(questions);
+}
+
+inline QStringList questionLines(const SecurityQuestionData& question)
+{
+    return {line("user name", question.username), line("question id", question.passwordQuestionId),
+            line("question", question.passwordQuestionText)};
+}
+
 inline QStringList readQuestionOfUser(const QDomNode& node)
 {
     SecurityQuestionData question;
     MsgParser::parseSecurityQuestionResponse(question, node);
-    return {line("user name", question.username), line("question id", question.passwordQuestionId),
-            line("question", question.passwordQuestionText)};
+    return questionLines(question);
 }
 
 inline QStringList readSuggestions(const QDomNode& node)
@@ -144,10 +154,8 @@ inline QStringList readSuggestions(const QDomNode& node)
     return suggestions;
 }
 
-inline QStringList readServiceQuery(const QDomNode& node)
+inline QStringList serviceLines(QVariantMap service)
 {
-    QVariantMap service;
-    MsgParser::parseServiceQueryResponse(service, node);
     const QVariantMap extensions = service.take(QStringLiteral("extensions")).toMap();
     for (auto extension = extensions.cbegin(); extension != extensions.cend(); ++extension)
         service.insert(QLatin1String("extensions/") + extension.key(), *extension);
@@ -157,6 +165,13 @@ inline QStringList readServiceQuery(const QDomNode& node)
                                                            QLatin1Char(' ') + entry->toString())
                                                        .trimmed()));
     return lines;
+}
+
+inline QStringList readServiceQuery(const QDomNode& node)
+{
+    QVariantMap service;
+    MsgParser::parseServiceQueryResponse(service, node);
+    return serviceLines(service);
 }
 
 inline QStringList readTerms(const QDomNode& node)
@@ -187,13 +202,18 @@ inline QStringList readConsentVariant(const QDomNode& node)
     return {line("variant", QString::number(variant))};
 }
 
+inline QStringList preAccountLines(const PreAccountInfo& account)
+{
+    return {line("pre-account id", account.preAccountId), line("user name", account.username),
+            line("mobile", account.mobile),
+            line("country", QLocale::countryToString(account.country))};
+}
+
 inline QStringList readPreAccount(const QDomNode& node)
 {
     PreAccountInfo account;
     MsgParser::parseDetectPreAccount(account, node);
-    return {line("pre-account id", account.preAccountId), line("user name", account.username),
-            line("mobile", account.mobile),
-            line("country", QLocale::countryToString(account.country))};
+    return preAccountLines(account);
 }
 
 inline QStringList readContacts(const QDomNode& node)
