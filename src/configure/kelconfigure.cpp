@@ -90,7 +90,9 @@ void removeStoredIdentity(unsigned int credentialsId)
     if (!connected)
         qCWarning(logConfigure, "Failed to connect to deleteLater.. Possibility of memory leak");
     QObject::connect(identity, &SignOn::Identity::error, identity, [](const SignOn::Error& error) {
-        if (error.type() == SignOn::Error::IdentityNotFound)
+        // The daemon forbids access to an identity that it does not have.
+        if (error.type() == SignOn::Error::IdentityNotFound ||
+            error.type() == SignOn::Error::PermissionDenied)
             qCCritical(logConfigure, "Failed to get identity object for the given identity id");
         else
             qCWarning(logConfigure, "The stored credentials were not removed: sign-on error %d",

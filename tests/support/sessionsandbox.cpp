@@ -178,6 +178,11 @@ QList<QVariantList> SessionSandbox::credentials(const QString& query) const
     return sqliteRows(mSession.path(QStringLiteral("credentials/signon.db")), query);
 }
 
+QList<QVariantList> SessionSandbox::secrets(const QString& query) const
+{
+    return sqliteRows(mSession.path(QStringLiteral("credentials/signon-secrets.db")), query);
+}
+
 QList<QVariantList> SessionSandbox::accounts(const QString& query) const
 {
     return sqliteRows(mSession.path(QStringLiteral("accounts/accounts.db")), query);

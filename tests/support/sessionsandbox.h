@@ -58,6 +58,7 @@ public:
     // The stores.
 
     QList<QVariantList> credentials(const QString& query) const;
+    QList<QVariantList> secrets(const QString& query) const;
     QList<QVariantList> accounts(const QString& query) const;
 
 private:
@@ -71,12 +72,15 @@ private:
 /// True once `condition` holds; runs the event loop meanwhile.
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
 
-/// The body of a sandboxed test's main().
+/// The body of a sandboxed test's main(). `prepare` sets what has to be set before the start.
 template <class Test>
-int runInSession(int argc, char** argv)
+int runInSession(int argc, char** argv,
+                 const std::function<void(KelEmulator::Sandbox&)>& prepare = nullptr)
 {
     QCoreApplication application(argc, argv);
     SessionSandbox sandbox;
+    if (prepare)
+        prepare(sandbox.session());
     if (!sandbox.start())
         return EXIT_FAILURE;
     Test test(sandbox);
