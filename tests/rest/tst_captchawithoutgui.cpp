@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What a program without a QGuiApplication gets of a captcha; so it is a program of its own.
+#include "dispatchcases.h"
+#include "recordedanswers.h"
+#include "rest/networkresponseprocessor.h"
+#include "support/messagelog.h"
+
+#include <QTest>
+
+using namespace KelRestHandler;
+
+class TestCaptchaWithoutGui : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aPictureIsNullAndTheReasonIsLogged()
+    {
+        const MessageLog log;
+        QCOMPARE(answerTo(dispatchcases::captchaReply()),
+                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
+                              QStringLiteral("status: 0"), QStringLiteral("captcha id: captcha-9"),
+                              QStringLiteral("picture: 0 by 0")}));
+        QCOMPARE(log.all(),
+                 QStringList(QStringLiteral("W A captcha picture needs a QGuiApplication; a null "
+                                            "picture is delivered")));
+    }
+
+    void withoutAPictureThereIsNothingToLog_data()
+    {
+        QTest::addColumn<QString>("body");
+        QTest::newRow("no picture") << dispatchcases::body("captcha/no-picture");
+        QTest::newRow("server error") << dispatchcases::body("error/code-and-text");
+        QTest::newRow("no document") << QString();
+    }
+
+    void withoutAPictureThereIsNothingToLog()
+    {
+        QFETCH(QString, body);
+        const MessageLog log;
+        QCOMPARE(answerTo(body),
+                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
+                              QStringLiteral("status: 0"), QStringLiteral("captcha id:"),
+                              QStringLiteral("picture: 0 by 0")}));
+        QCOMPARE(log.all(), QStringList());
+    }
+
+private:
+    static QStringList answerTo(const QString& body)
+    {
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response(QNetworkReply::NoError, body, QStringLiteral("the key"), 1);
+        processor.processResponseFromServer(4, &response);
+        return answers.lines();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCaptchaWithoutGui)
+#include "tst_captchawithoutgui.moc"

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "dispatchcases.h"
+#include "recordedanswers.h"
+#include "rest/networkresponseprocessor.h"
+#include "support/messagelog.h"
+
+#include <QImage>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace KelRestHandler;
+using dispatchcases::Case;
+
+namespace {
+
+const auto unacceptable = QStringLiteral(
+    "C NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning");
+
+HttpResponse responseOf(QNetworkReply::NetworkError error, const QString& text)
+{
+    return HttpResponse(error, text, dispatchcases::consumerKey, dispatchcases::requestId);
+}
+
+QString captchaOf(const QString& imageType, const QString& imageData)
+{
+    return dispatchcases::declaration +
+           QStringLiteral("<captchaCreationResponse><captchaId>c-1</captchaId><imageType>%1"
+                          "</imageType><imageData>%2</imageData></captchaCreationResponse>")
+               .arg(imageType, imageData);
+}
+
+QString signInOf(const QString& authenticationInfo)
+{
+    return dispatchcases::head + dispatchcases::declaration +
+           QStringLiteral("<tokenCreationResponse><tokenInfo><token>t</token>%1</tokenInfo>"
+                          "</tokenCreationResponse>")
+               .arg(authenticationInfo);
+}
+
+// The operations that no signal answers, and numbers of none.
+const QVector<int> rejectedTypes = {-1, 0, 16, 17, 18, 19, 23, 27, 1000};
+
+} // namespace
+
+class TestDispatch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { TimeStampManager::getTimeStampManager()->setServerTimeDifference(0); }
+
+    void aReplyBecomesItsAnswer_data()
+    {
+        QTest::addColumn<int>("index");
+        const auto& cases = dispatchcases::all();
+        for (int i = 0; i < cases.size(); ++i)
+            QTest::addRow("%d %s", cases.at(i).type, qPrintable(cases.at(i).name)) << i;
+    }
+
+    void aReplyBecomesItsAnswer()
+    {
+        QFETCH(int, index);
+        const Case& testCase = dispatchcases::all().at(index);
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response = responseOf(testCase.error, testCase.text);
+        const MessageLog log;
+        const bool answered = !testCase.answer.isEmpty();
+        QCOMPARE(processor.processResponseFromServer(testCase.type, &response), answered ? 0 : -1);
+        QCOMPARE(answers.lines(), testCase.answer);
+        QCOMPARE(log.all(), answered ? QStringList() : QStringList(unacceptable));
+    }
+
+    void whatHasNoAnswerIsRejectedAloud_data()
+    {
+        QTest::addColumn<int>("type");
+        for (int type : rejectedTypes)
+            QTest::addRow("%d", type) << type;
+    }
+
+    void whatHasNoAnswerIsRejectedAloud()
+    {
+        QFETCH(int, type);
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response = responseOf(QNetworkReply::NoError, dispatchcases::head);
+        const MessageLog log;
+        QCOMPARE(processor.processResponseFromServer(type, &response), -1);
+        QCOMPARE(answers.names(), QStringList());
+        QCOMPARE(log.all(), QStringList(unacceptable));
+        // The server's clock is taken all the same.
+        const QDateTime expected(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
+        QCOMPARE(response.getServerTime(), expected);
+        const qint64 offset = TimeStampManager::getTimeStampManager()->serverTimeDifference();
+        QVERIFY(qAbs(QDateTime::currentDateTimeUtc().secsTo(expected) - offset) <= 1);
+    }
+
+    void http422IsAboutNamesOnlyWhereNamesAreAskedFor()
+    {
+        // With suggestions in it: they mean something to operation 3 alone.
+        const QString text =
+            dispatchcases::head + dispatchcases::body("usernameavailability/suggestions");
+        for (const dispatchcases::Row& row : dispatchcases::rows()) {
+            if (!row.signal || row.type == 3)
+                continue;
+            NetworkResponseProcessor processor(nullptr);
+            const RecordedAnswers answers(processor);
+            HttpResponse response = responseOf(QNetworkReply::UnknownContentError, text);
+            QCOMPARE(processor.processResponseFromServer(row.type, &response), 0);
+            QCOMPARE(answers.lines(), dispatchcases::answer(row, 422, row.nothing));
+        }
+    }
+
+    void theReplyStaysTheCallers()
+    {
+        NetworkResponseProcessor processor(nullptr);
+        auto response = std::make_unique<HttpResponse>(QNetworkReply::NoError, dispatchcases::head,
+                                                       dispatchcases::consumerKey, 1);
+        const QPointer<HttpResponse> watched(response.get());
+        QCOMPARE(processor.processResponseFromServer(9, response.get()), 0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(watched);
+        QCOMPARE(processor.processResponseFromServer(9, response.get()), 0); // and serves again
+    }
+
+    void answersAreGivenBeforeProcessingReturns()
+    {
+        const MessageLog log; // of the operations without an answer
+        for (const dispatchcases::Row& row : dispatchcases::rows()) {
+            NetworkResponseProcessor processor(nullptr);
+            const RecordedAnswers answers(processor);
+            HttpResponse response = responseOf(QNetworkReply::NoError, QString());
+            processor.processResponseFromServer(row.type, &response);
+            const QStringList names = answers.names();
+            QTest::qWait(0);
+            QCOMPARE(answers.names(), names);
+            QCOMPARE(names.size(), row.signal ? (row.type == 5 ? 2 : 1) : 0);
+        }
+    }
+
+    void aReceiverMayDeleteTheProcessor_data()
+    {
+        QTest::addColumn<int>("type");
+        for (const dispatchcases::Row& row : dispatchcases::rows()) {
+            if (row.signal)
+                QTest::addRow("%d", row.type) << row.type;
+        }
+    }
+
+    void aReceiverMayDeleteTheProcessor()
+    {
+        QFETCH(int, type);
+        auto* const processor = new NetworkResponseProcessor(nullptr);
+        const RecordedAnswers answers(*processor);
+        const QPointer<NetworkResponseProcessor> watched(processor);
+        deleteOnAnswer(processor);
+        HttpResponse response = responseOf(QNetworkReply::NoError, dispatchcases::head);
+        QCOMPARE(processor->processResponseFromServer(type, &response), 0);
+        QVERIFY(!watched);
+        QCOMPARE(answers.names().size(), 1); // for a registration, too: the first of its two
+        if (type == 5)
+            QCOMPARE(answers.names().first(), QStringLiteral("registerAccountResponse"));
+    }
+
+    void signingInTellsTheTimeOfTheToken_data()
+    {
+        QTest::addColumn<QString>("authenticationInfo");
+        QTest::addColumn<QString>("time");
+        const auto info = [](const char* time) {
+            return QStringLiteral("<authenticationInfo><time>%1</time></authenticationInfo>")
+                .arg(QLatin1String(time));
+        };
+        QTest::newRow("a time") << info("2001-02-03T04:05:06.007Z") << "2001-02-03T04:05:06.007Z";
+        QTest::newRow("none") << QString() << dispatchcases::headTime;
+        QTest::newRow("an empty one") << info("") << dispatchcases::headTime;
+        QTest::newRow("no time") << info("yesterday") << dispatchcases::headTime;
+        QTest::newRow("no such day") << info("2001-02-30T04:05:06.007Z") << dispatchcases::headTime;
+        QTest::newRow("the expiry is not it")
+            << QStringLiteral(
+                   "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>")
+            << dispatchcases::headTime;
+    }
+
+    void signingInTellsTheTimeOfTheToken()
+    {
+        QFETCH(QString, authenticationInfo);
+        const QString text = signInOf(authenticationInfo);
+        QTEST(serverTimeOf(1, text), "time");
+        // so does registering, and refreshing does not
+        QString registration = text;
+        registration.replace(QLatin1String("tokenCreation"), QLatin1String("registration"));
+        QTEST(serverTimeOf(5, registration), "time");
+        QString refresh = text;
+        refresh.replace(QLatin1String("tokenCreation"), QLatin1String("tokenRefresh"));
+        QCOMPARE(serverTimeOf(2, refresh), dispatchcases::headTime);
+    }
+
+    void theTokensTimeSetsNoClock()
+    {
+        auto* const clock = TimeStampManager::getTimeStampManager();
+        serverTimeOf(1, signInOf(QStringLiteral("<authenticationInfo><time>2001-02-03T04:05:06.007Z"
+                                                "</time></authenticationInfo>")));
+        const QDateTime expected(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
+        QVERIFY(qAbs(QDateTime::currentDateTimeUtc().secsTo(expected) -
+                     clock->serverTimeDifference()) <= 1);
+    }
+
+    void aPictureIsReadByWhatItIs_data()
+    {
+        QTest::addColumn<QString>("imageType");
+        QTest::addColumn<QString>("imageData");
+        const auto bitmap = QStringLiteral(
+            "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAAID/AID/AID/"
+            "AAAAAID/AID/AID/AAAA");
+        QTest::newRow("PNG") << QStringLiteral("image/png") << dispatchcases::picture;
+        QTest::newRow("PNG by another name")
+            << QStringLiteral("image/gif") << dispatchcases::picture;
+        QTest::newRow("PNG without a name") << QString() << dispatchcases::picture;
+        QTest::newRow("BMP by the name of a PNG") << QStringLiteral("image/png") << bitmap;
+    }
+
+    void aPictureIsReadByWhatItIs()
+    {
+        QFETCH(QString, imageType);
+        QFETCH(QString, imageData);
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response = responseOf(QNetworkReply::NoError, captchaOf(imageType, imageData));
+        QCOMPARE(processor.processResponseFromServer(4, &response), 0);
+        const QImage picture = answers.lastPicture.toImage();
+        QCOMPARE(picture.size(), QSize(3, 2));
+        for (int x = 0; x < 3; ++x) {
+            for (int y = 0; y < 2; ++y)
+                QCOMPARE(picture.pixel(x, y), qRgb(0xff, 0x80, 0x00));
+        }
+    }
+
+    void whatIsNoPictureIsNull_data()
+    {
+        QTest::addColumn<QString>("imageData");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("text") << QStringLiteral("bm8gcGljdHVyZQ==");
+        QTest::newRow("a PNG's head") << dispatchcases::picture.left(40);
+        QTest::newRow("not Base64") << QStringLiteral("&lt;&gt;~~");
+    }
+
+    void whatIsNoPictureIsNull()
+    {
+        QFETCH(QString, imageData);
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response =
+            responseOf(QNetworkReply::NoError, captchaOf(QStringLiteral("image/png"), imageData));
+        QCOMPARE(processor.processResponseFromServer(4, &response), 0);
+        QCOMPARE(answers.lines(),
+                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
+                              QStringLiteral("status: 0"), QStringLiteral("captcha id: c-1"),
+                              QStringLiteral("picture: 0 by 0")}));
+        QVERIFY(answers.lastPicture.isNull());
+    }
+
+    void processingHasNoMemory()
+    {
+        // One processor for all replies, backwards and forwards: no answer depends on another's.
+        NetworkResponseProcessor processor(nullptr);
+        const auto& cases = dispatchcases::all();
+        const MessageLog log;
+        for (int i = 0; i < 2 * cases.size(); ++i) {
+            const Case& testCase =
+                cases.at(i < cases.size() ? cases.size() - 1 - i : i - cases.size());
+            const RecordedAnswers answers(processor);
+            HttpResponse response = responseOf(testCase.error, testCase.text);
+            processor.processResponseFromServer(testCase.type, &response);
+            QCOMPARE(answers.lines(), testCase.answer);
+        }
+    }
+
+private:
+    // Queries the signals by their meta-object, so that none is forgotten.
+    void deleteOnAnswer(NetworkResponseProcessor* processor)
+    {
+        const QMetaObject& meta = ServiceSignals::staticMetaObject;
+        const QMetaMethod slot =
+            metaObject()->method(metaObject()->indexOfSlot("deleteTheSender()"));
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            QVERIFY(connect(processor, meta.method(i), this, slot));
+    }
+
+    static QString serverTimeOf(int type, const QString& text)
+    {
+        NetworkResponseProcessor processor(nullptr);
+        const RecordedAnswers answers(processor);
+        HttpResponse response = responseOf(QNetworkReply::NoError, text);
+        processor.processResponseFromServer(type, &response);
+        return answers.lines()
+            .filter(QStringLiteral("server time: "))
+            .value(0)
+            .section(QStringLiteral(": "), 1);
+    }
+
+protected Q_SLOTS:
+    // Not private: it is no test.
+    void deleteTheSender() { delete sender(); }
+};
+
+QTEST_MAIN(TestDispatch)
+#include "tst_dispatch.moc"
