@@ -183,6 +183,24 @@ void TestTagServerLaunch::exitHandlersOfTheApplicationDoNotRunInTheChild()
 
 void TestTagServerLaunch::aHostWithBusyThreadsAndManyDescriptorsIsSafe()
 {
+    constexpr int busyThreads = 8;
+    // Each of these holds the allocator's locks most of the time.
+    std::atomic<bool> stop{false};
+    std::atomic<int> busy{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < busyThreads; ++i) {
+        threads.emplace_back([&stop, &busy] {
+            ++busy;
+            while (!stop) {
+                void* volatile block = std::malloc(100000);
+                std::free(block);
+            }
+        });
+    }
+    // Sanitizers want a descriptor to start a thread, so these run before there is none left.
+    while (busy < busyThreads)
+        QTest::qSleep(1);
+
     rlimit before = {};
     getrlimit(RLIMIT_NOFILE, &before);
     rlimit all = before;
@@ -196,18 +214,6 @@ void TestTagServerLaunch::aHostWithBusyThreadsAndManyDescriptorsIsSafe()
         if (descriptor == -1)
             break;
         descriptors.push_back(descriptor);
-    }
-
-    // Each of these holds the allocator's locks most of the time.
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 16; ++i) {
-        threads.emplace_back([&stop] {
-            while (!stop) {
-                void* volatile block = std::malloc(100000);
-                std::free(block);
-            }
-        });
     }
 
     QByteArrayList servers;
@@ -231,13 +237,13 @@ void TestTagServerLaunch::aHostWithBusyThreadsAndManyDescriptorsIsSafe()
             descriptors.push_back(descriptor);
         }
     }
-    stop = true;
-    for (std::thread& thread : threads)
-        thread.join();
     const std::size_t opened = descriptors.size();
     for (const int descriptor : descriptors)
         close(descriptor);
     setrlimit(RLIMIT_NOFILE, &before);
+    stop = true;
+    for (std::thread& thread : threads)
+        thread.join();
     QVERIFY(opened >= 900);
     const QByteArray good("obcmngrlite-server\0 4", 21);
     QCOMPARE(servers, (QByteArrayList{good, good, good, good}));
