@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+namespace KelAccount {
+
+/// A function of one of the modules that are installed in a folder beside the library. They hold what
+/// few processes use and every process would pay for: a platform library of several megabytes each.
+/// A module is loaded at the first call and stays. Null, with the reason logged, when it is missing,
+/// which is a broken installation.
+void* demandedFunction(const char* moduleName, const char* functionName);
+
+} // namespace KelAccount
