@@ -34,6 +34,10 @@ int NetworkReplyContainer::guardMilliseconds()
 void NetworkReplyContainer::timerEvent(QTimerEvent* event)
 {
     killTimer(event->timerId());
+    // A reply that has ended is answered by that, and its answer may still be on its way: it outlives
+    // a receiver that runs an event loop of its own.
+    if (mReply->isFinished())
+        return;
     mReply->setProperty(ReplyProperty::timedOut, 1);
     Q_EMIT requestTimedOut(mReply);
 }
