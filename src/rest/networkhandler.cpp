@@ -74,11 +74,13 @@ NetworkHandler::NetworkHandler(QObject* parent)
 
 int NetworkHandler::sendNetWorkRequest(HttpRequest* request, NetRequestType type)
 {
-    return postRequest(*request, type).result;
+    return request ? postRequest(*request, type).result : -1;
 }
 
 int NetworkHandler::sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRequestType type)
 {
+    if (!request)
+        return -1;
     const Posted posted = postRequest(*request, type);
     if (posted.reply)
         request.release()->setParent(posted.reply);

@@ -29,8 +29,8 @@ public:
     /// Installs the process-wide proxy from "https_proxy", else "http_proxy", when one is set.
     explicit NetworkHandler(QObject* parent);
 
-    /// Posts the request and returns 0, or -1 for a type outside 1 to 26. The request stays the
-    /// caller's and need not outlive the call.
+    /// Posts the request and returns 0, or -1 for a type outside 1 to 26 or no request. The request
+    /// stays the caller's and need not outlive the call.
     int sendNetWorkRequest(HttpRequest* request, NetRequestType type);
 
     /// The same for a request that nobody will send again: it is kept until its reply has been

@@ -182,6 +182,15 @@ private Q_SLOTS:
         QCOMPARE(server.connections(), 0);
     }
 
+    void withoutARequestNothingIsSent()
+    {
+        NetworkHandler handler(nullptr);
+        const MessageLog log;
+        QCOMPARE(handler.sendNetWorkRequest(nullptr, RetrieveUserNameAvailability), -1);
+        QCOMPARE(handler.sendOwnedRequest(nullptr, RetrieveUserNameAvailability), -1);
+        QCOMPARE(log.all(), QStringList());
+    }
+
     void aMissingReplyIsLoggedAndNothingElse()
     {
         MuteNetworkHandler handler(nullptr);
