@@ -1,0 +1,537 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "devicesetup.h"
+#include "dispatchcases.h"
+#include "recordedanswers.h"
+#include "rest/networkhandler.h"
+#include "rest/networkreplycontainer.h"
+#include "sendoperations.h"
+#include "signedrequests.h"
+#include "support/messagelog.h"
+#include "support/scriptedserver.h"
+
+#include <QChildEvent>
+#include <QEventLoop>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+using namespace KelRestHandler;
+using sendoperations::SendOperation;
+
+namespace {
+
+constexpr int patience = 5000;
+
+// Notices requests that are given a parent: those that the handler keeps, and nobody else sees.
+class KeptRequests : public QObject
+{
+public:
+    KeptRequests() { QCoreApplication::instance()->installEventFilter(this); }
+
+    QList<QPointer<OAuthRequest>> seen;
+
+    int alive() const
+    {
+        int count = 0;
+        for (const auto& request : seen)
+            count += request ? 1 : 0;
+        return count;
+    }
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        if (event->type() == QEvent::ChildAdded) {
+            QObject* const child = static_cast<QChildEvent*>(event)->child();
+            if (auto* const request = dynamic_cast<OAuthRequest*>(child))
+                seen.append(request);
+        }
+        return false;
+    }
+};
+
+QString documentIn(const QByteArray& form)
+{
+    const QByteArray field = "XMLContent=";
+    return form.startsWith(field)
+               ? QString::fromUtf8(QByteArray::fromPercentEncoding(form.mid(field.size())))
+               : QString::fromUtf8(form);
+}
+
+Reaction silence()
+{
+    Reaction reaction;
+    reaction.end = Reaction::End::Hang;
+    return reaction;
+}
+
+// Every signal that answers passes on, as it is declared.
+QStringList serviceSignatures()
+{
+    return {
+        QStringLiteral("signInResponse(KelRestHandler::TokenCreationResponse)"),
+        QStringLiteral("tokenRefreshResponse(KelRestHandler::TokenRefreshResponse)"),
+        QStringLiteral(
+            "userNameAvailabilityResponse(KelRestHandler::UserNameAvailabilityResponse)"),
+        QStringLiteral("retrieveCaptchaImageResponse(int,QPixmap,QString)"),
+        QStringLiteral("registerAccountResponse(int)"),
+        QStringLiteral("retrieveSecQueListResponse(int,QVariantMap)"),
+        QStringLiteral("detectPreAccountResponse(int,PreAccountInfo)"),
+        QStringLiteral("retrieveTOSResponse(KelRestHandler::TermsUrlsResponse)"),
+        QStringLiteral("tokenDeletionResponse(KelRestHandler::RESTResponseBase)"),
+        QStringLiteral("emailIdAvailabilityResponse(int)"),
+        QStringLiteral("queryMarketingVariantResponse(int,KelRestHandler::ConsentQueryVariant)"),
+        QStringLiteral("downloadProfileResponse(KelRestHandler::DownloadProfileResponse)"),
+        QStringLiteral("requestPasswordResetResponse(int)"),
+        QStringLiteral(
+            "retrieveSecurityQuestionResponse(KelRestHandler::SecurityQuestionResponse)"),
+        QStringLiteral("updateSecurityQuestionResponse(KelRestHandler::RESTResponseBase)"),
+        QStringLiteral("setUserIdResponse(KelRestHandler::DownloadProfileResponse)"),
+        QStringLiteral("accountRegistrationResponse(KelRestHandler::RegistrationResponse)"),
+        QStringLiteral("updateTermsAcceptanceResponse(KelRestHandler::RESTResponseBase)"),
+        QStringLiteral(
+            "retrieveTermsAcceptanceResponse(KelRestHandler::TermsAcceptanceStatusResponse)"),
+        QStringLiteral("updateDeviceInfoResponse(KelRestHandler::RESTResponseBase)"),
+        QStringLiteral("changePasswordResponse(KelRestHandler::RESTResponseBase)"),
+        QStringLiteral("passwordResetResponse(KelRestHandler::RESTResponseBase)"),
+    };
+}
+
+QStringList signaturesOf(const QMetaObject& meta)
+{
+    QStringList signatures;
+    for (int i = QObject::staticMetaObject.methodCount(); i < meta.methodCount(); ++i) {
+        if (meta.method(i).methodType() == QMetaMethod::Signal)
+            signatures.append(QString::fromLatin1(meta.method(i).methodSignature()));
+    }
+    return signatures;
+}
+
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
+} // namespace
+
+class TestRequestHandler : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(60000);
+        TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
+        mValues = {};
+        devicesetup::withoutModem(mValues);
+        mProvider = {};
+        mProvider.token = mValues.token;
+        mProvider.timeStamp = operationtable::timeStamp;
+    }
+
+    void thereAreTwentySevenSendOperations()
+    {
+        QSet<QByteArray> names;
+        QMap<int, int> counts;
+        for (const SendOperation& row : sendoperations::all()) {
+            names.insert(row.name);
+            ++counts[row.type];
+        }
+        QCOMPARE(names.size(), 27);
+        for (int type = 1; type <= 26; ++type)
+            QCOMPARE(counts.value(type), type == 5 ? 2 : 1);
+    }
+
+    void theRequestGoesOutAsItsRowSays_data() { addSendOperations(); }
+
+    void theRequestGoesOutAsItsRowSays()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        const auto& operation = operationtable::all().at(row.type - 1);
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, ""));
+        RESTRequestHandler handler;
+        OAuthRequest* request = nullptr;
+        const MessageLog log; // operations without an answer say so
+        QCOMPARE(row.send({handler, mProvider, mValues, server.base(), &request}), 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        QCOMPARE(request != nullptr, row.handsOut);
+        if (request)
+            QCOMPARE(static_cast<int>(request->getRequestType()), row.type);
+
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        const WireRequest& seen = server.requests().first();
+        QCOMPARE(seen.method, QByteArray("POST"));
+        QCOMPARE(seen.header("rest-verb"), QByteArray(operation.verb));
+        QCOMPARE(seen.target, QByteArray("/rest/1.0/") + operation.address(mValues).toUtf8());
+        QCOMPARE(operationtable::withoutChance(documentIn(seen.body), mValues.password),
+                 operationtable::expectedDocument(operation, mValues));
+        QCOMPARE(seen.header("Accept-Language"),
+                 operation.language ? operation.language(mValues).toUtf8() : QByteArray("en"));
+        QCOMPARE(seen.header("Authorization").contains("oauth_token=\"token-77"), operation.token);
+        QTest::qWait(20);
+        QCOMPARE(server.problems(), QStringList());
+    }
+
+    void theAnswerArrives_data() { addSendOperations(); }
+
+    void theAnswerArrives()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        const dispatchcases::Row& expected = dispatchcases::rows().at(row.type - 1);
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, dispatchcases::body(expected.success).toUtf8(),
+                                      "Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n"));
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        OAuthRequest* request = nullptr;
+        const MessageLog log;
+        QCOMPARE(row.send({handler, mProvider, mValues, server.base(), &request}), 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+
+        // Identifiers are consecutive: that of a kept request is the one before the next.
+        const int requestId = HttpRequest(QString(), SignIn).getRequestId() - 1;
+        if (request)
+            QCOMPARE(request->getRequestId(), requestId);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.lines(), linesOf(expected, requestId), patience);
+        if (expected.signal) {
+            QCOMPARE(log.all(), QStringList());
+        } else {
+            QTRY_VERIFY_WITH_TIMEOUT(
+                log.hasCritical("NetworkResponseProcessor::processResponseFromServer: "
+                                "Unacceptable.. Returning"),
+                patience);
+        }
+        QTest::qWait(20);
+        QCOMPARE(answers.lines(), linesOf(expected, requestId));
+        QCOMPARE(server.problems(), QStringList());
+    }
+
+    void withoutAnOutParameterNothingIsMade_data()
+    {
+        QTest::addColumn<int>("index");
+        addSendOperations([](const SendOperation& row) { return row.handsOut; });
+    }
+
+    void withoutAnOutParameterNothingIsMade()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        devicesetup::withSim(mValues);
+        ScriptedServer server;
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        const int before = HttpRequest(QString(), SignIn).getRequestId();
+        const MessageLog log;
+        QCOMPARE(row.send({handler, mProvider, mValues, server.base(), nullptr}), -1);
+        QCOMPARE(HttpRequest(QString(), SignIn).getRequestId(), before + 1);
+        QCOMPARE(mProvider.calls, QStringList());
+        QCOMPARE(KelTest::FakeModem::readings(), 0);
+        QCOMPARE(log.all(), QStringList());
+        QTest::qWait(20);
+        QCOMPARE(server.connections(), 0);
+        QCOMPARE(answers.names(), QStringList());
+    }
+
+    void aKeptRequestDiesWithItsReply_data()
+    {
+        QTest::addColumn<int>("index");
+        addSendOperations([](const SendOperation& row) { return !row.handsOut; });
+    }
+
+    void aKeptRequestDiesWithItsReply()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, ""));
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        const KeptRequests kept;
+        QCOMPARE(row.send({handler, mProvider, mValues, server.base(), nullptr}), 0);
+        QCOMPARE(kept.seen.size(), 1);
+        QCOMPARE(static_cast<int>(kept.seen.first()->getRequestType()), row.type);
+        QCOMPARE(kept.alive(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.names().size(), row.type == 5 ? 2 : 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
+    }
+
+    void aKeptRequestDiesWithItsTimeOut()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(50);
+        ScriptedServer server;
+        server.expect(silence());
+        RESTRequestHandler handler;
+        QSignalSpy spy(&handler, &RESTRequestHandler::retrieveSecQueListResponse);
+        const KeptRequests kept;
+        QCOMPARE(handler.sendRetrieveSecQueListRequest(mProvider, QStringLiteral("fi"),
+                                                       sendoperations::consumerKey, server.base()),
+                 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 404);
+        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
+    }
+
+    void theHandlerMayDieWithEverythingUnderWay()
+    {
+        ScriptedServer server;
+        const KeptRequests kept;
+        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        QList<QPointer<OAuthRequest>> watched;
+        int reached = 0;
+        {
+            RESTRequestHandler handler;
+            for (const SendOperation& row : sendoperations::all()) {
+                server.expect(silence());
+                OAuthRequest* request = nullptr;
+                QCOMPARE(row.send({handler, mProvider, mValues, server.base(), &request}), 0);
+                if (request) {
+                    handedOut.emplace_back(request);
+                    watched.append(request);
+                }
+            }
+            // Six connections of the network library are open, the others wait for them.
+            QTRY_VERIFY_WITH_TIMEOUT(server.requests().size() >= 6, patience);
+            reached = server.requests().size();
+            QCOMPARE(kept.seen.size(), 10);
+            QCOMPARE(kept.alive(), 10);
+        }
+        QCOMPARE(kept.alive(), 0);
+        QCOMPARE(watched.size(), 17);
+        for (const auto& request : watched) {
+            QVERIFY(request);
+            QVERIFY(!request->getUrl().isEmpty());
+        }
+        QTest::qWait(20);
+        QCOMPARE(server.requests().size(), reached);
+    }
+
+    void aRequestThatWasHandedOutSurvivesAndCanBeSentByAnother()
+    {
+        ScriptedServer server;
+        server.expect(Reaction::reply(401, dispatchcases::body("error/code-and-text").toUtf8()));
+        server.expect(
+            Reaction::reply(200, dispatchcases::body("profiledownload/everything").toUtf8()));
+        OAuthRequest* request = nullptr;
+        {
+            RESTRequestHandler handler;
+            QSignalSpy spy(&handler, &RESTRequestHandler::downloadProfileResponse);
+            QCOMPARE(handler.sendDownloadProfileRequest(mProvider, mValues.accountId,
+                                                        sendoperations::consumerKey, server.base(),
+                                                        &request),
+                     0);
+            QVERIFY(spy.wait(patience));
+            QCOMPARE(spy.first().at(0).value<DownloadProfileResponse>().status, 510);
+        }
+        const std::unique_ptr<OAuthRequest> owner(request);
+        RESTRequestHandler other;
+        QSignalSpy spy(&other, &RESTRequestHandler::downloadProfileResponse);
+        QCOMPARE(other.resendRequest(request), 0);
+        QVERIFY(spy.wait(patience));
+        const auto answer = spy.first().at(0).value<DownloadProfileResponse>();
+        QCOMPARE(answer.status, 0);
+        QCOMPARE(answer.userName, QStringLiteral("somebody"));
+        QCOMPARE(answer.requestId, request->getRequestId());
+    }
+
+    void resendingSendsTheSameAgain_data()
+    {
+        QTest::addColumn<int>("index");
+        addSendOperations([](const SendOperation& row) { return row.handsOut; });
+    }
+
+    void resendingSendsTheSameAgain()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, ""));
+        server.expect(Reaction::reply(200, ""));
+        RESTRequestHandler handler;
+        OAuthRequest* request = nullptr;
+        const MessageLog log;
+        QCOMPARE(row.send({handler, mProvider, mValues, server.base(), &request}), 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        const int callsForTheFirst = mProvider.calls.size();
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        QCOMPARE(handler.resendRequest(request), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 2, patience);
+        QCOMPARE(request->RetryCount(), 0);
+        QCOMPARE(mProvider.calls.size(), callsForTheFirst); // it is not signed anew
+        const WireRequest& first = server.requests().first();
+        const WireRequest& second = server.requests().last();
+        QCOMPARE(second.target, first.target);
+        QCOMPARE(second.headers, first.headers);
+        QCOMPARE(second.body, first.body);
+    }
+
+    void nothingCannotBeSentAgain()
+    {
+        RESTRequestHandler handler;
+        const MessageLog log;
+        QCOMPARE(handler.resendRequest(nullptr), -1);
+        QCOMPARE(log.all(), QStringList());
+    }
+
+    void aRequestOfNoKnownTypeIsRefusedAgain()
+    {
+        ScriptedServer server;
+        RESTRequestHandler handler;
+        const DownloadProfileRequest request(mProvider, mValues.accountId,
+                                             sendoperations::consumerKey, server.base(),
+                                             static_cast<NetRequestType>(27));
+        auto copy = std::make_unique<DownloadProfileRequest>(request);
+        const MessageLog log;
+        QCOMPARE(handler.resendRequest(copy.get()), -1);
+        QCOMPARE(log.all(),
+                 QStringList(QStringLiteral("C sendNetWorkRequest: invalid request type")));
+        QTest::qWait(20);
+        QCOMPARE(server.connections(), 0);
+    }
+
+    void manyRequestsAtOnceGetTheirOwnAnswers()
+    {
+        ScriptedServer server;
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        const KeptRequests kept;
+        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        QStringList expected;
+        const MessageLog log;
+        for (const SendOperation& row : sendoperations::all()) {
+            server.expect(Reaction::reply(200, ""));
+            OAuthRequest* request = nullptr;
+            QCOMPARE(row.send({handler, mProvider, mValues, server.base(), &request}), 0);
+            if (request)
+                handedOut.emplace_back(request);
+            const char* const signal = dispatchcases::rows().at(row.type - 1).signal;
+            if (signal)
+                expected.append(QLatin1String(signal));
+            if (row.type == 5)
+                expected.append(QStringLiteral("registerAccountResponse"));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(sorted(answers.names()), sorted(expected), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
+        QCOMPARE(server.problems(), QStringList());
+    }
+
+    void aReceiverThatTakesItsTimeGetsNoSecondAnswer()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(100);
+        ScriptedServer server;
+        server.expect(
+            Reaction::reply(200, dispatchcases::body("usernameavailability/none").toUtf8()));
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        // An application may show a dialogue from its slot and wait for the user.
+        connect(&handler, &RESTRequestHandler::userNameAvailabilityResponse, this, [] {
+            QEventLoop dialogue;
+            QTimer::singleShot(400, &dialogue, &QEventLoop::quit);
+            dialogue.exec();
+        });
+        OAuthRequest* request = nullptr;
+        QCOMPARE(handler.sendisUserIdAvailRequest(mProvider, mValues.userName,
+                                                  sendoperations::consumerKey, server.base(),
+                                                  &request),
+                 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty(), patience);
+        QTest::qWait(600);
+        QCOMPARE(answers.names(), QStringList(QStringLiteral("userNameAvailabilityResponse")));
+        QVERIFY(answers.lines().contains(QStringLiteral("status: 0")));
+    }
+
+    void aRegistrationsReceiverMayDeleteTheHandlerInTheFirstOfItsTwoAnswers()
+    {
+        ScriptedServer server;
+        server.expect(
+            Reaction::reply(200, dispatchcases::body("registration/account-and-token").toUtf8()));
+        auto* const handler = new RESTRequestHandler;
+        const RecordedAnswers answers(*handler);
+        const KeptRequests kept;
+        connect(handler, &RESTRequestHandler::registerAccountResponse, this,
+                [handler] { delete handler; });
+        QCOMPARE(handler->sendRegisterAccountRequest(mProvider, mValues.registration,
+                                                     mValues.captchaId, mValues.serviceTag,
+                                                     sendoperations::consumerKey, server.base()),
+                 0);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.names(),
+                                  QStringList(QStringLiteral("registerAccountResponse")), patience);
+        QTest::qWait(20);
+        QCOMPARE(answers.names().size(), 1);
+        QCOMPARE(kept.alive(), 0);
+    }
+
+    void everyStageDeclaresTheSameTwentyTwoSignals()
+    {
+        QCOMPARE(serviceSignatures().size(), 22);
+        const QStringList expected = sorted(serviceSignatures());
+        QCOMPARE(sorted(signaturesOf(NetworkResponseProcessor::staticMetaObject)), expected);
+        QCOMPARE(sorted(signaturesOf(NetworkHandler::staticMetaObject)), expected);
+        QCOMPARE(sorted(signaturesOf(RESTRequestHandler::staticMetaObject)), expected);
+    }
+
+    void theRelayPassesEverySignalOnUnchanged()
+    {
+        NetworkResponseProcessor processor(nullptr);
+        NetworkHandler transport(nullptr);
+        ServiceSignals last(nullptr);
+        ServiceSignals::relay(&processor, &transport);
+        ServiceSignals::relay(&transport, &last);
+        const RecordedAnswers sent(processor);
+        const RecordedAnswers arrived(last);
+        const MessageLog log;
+        for (const dispatchcases::Case& testCase : dispatchcases::all()) {
+            HttpResponse response(testCase.error, testCase.text, dispatchcases::consumerKey,
+                                  dispatchcases::requestId);
+            processor.processResponseFromServer(testCase.type, &response);
+        }
+        QCOMPARE(arrived.lines(), sent.lines());
+        QStringList names;
+        for (const QString& signature : serviceSignatures())
+            names.append(signature.section(QLatin1Char('('), 0, 0));
+        QStringList arrivedNames = arrived.names();
+        arrivedNames.removeDuplicates();
+        QCOMPARE(sorted(arrivedNames), sorted(names));
+    }
+
+private:
+    template <class Filter>
+    static void addSendOperations(const Filter& filter)
+    {
+        const auto& rows = sendoperations::all();
+        for (int i = 0; i < rows.size(); ++i) {
+            if (filter(rows.at(i)))
+                QTest::addRow("%d %s", rows.at(i).type, rows.at(i).name) << i;
+        }
+    }
+
+    static void addSendOperations()
+    {
+        QTest::addColumn<int>("index");
+        addSendOperations([](const SendOperation&) { return true; });
+    }
+
+    // As in the dispatch table, but for the request that was really sent.
+    static QStringList linesOf(const dispatchcases::Row& row, int requestId)
+    {
+        const QString time =
+            row.type == 1 ? QStringLiteral("2012-03-04T05:06:07.089Z") : dispatchcases::headTime;
+        const QString body = dispatchcases::body(row.success);
+        QStringList lines = dispatchcases::answer(
+            row, 0, body.isEmpty() ? dispatchcases::unfilled(row, 0) : row.record, time);
+        lines.replaceInStrings(QStringLiteral("request: 17"),
+                               QStringLiteral("request: %1").arg(requestId));
+        return lines;
+    }
+
+    RecordingProvider mProvider;
+    sendoperations::Values mValues;
+};
+
+QTEST_GUILESS_MAIN(TestRequestHandler)
+#include "tst_requesthandler.moc"
