@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -15,10 +16,12 @@ struct ClientSettings
     int server = 2;
     QString service = QStringLiteral("kelaccount");
     int timeLimitSeconds = 70;
+    int passwordDescriptor = -1; ///< where passwords are read from; -1 asks for them
     bool json = false;
     bool verbose = false;
     QString command;
     QStringList arguments;
+    QHash<QString, QString> commandOptions; ///< those that only some commands know, by name
 
     /// Reads the arguments (without the program's name). On misuse, `problem` becomes one line that
     /// says what to do, and the settings are of no use.
@@ -28,5 +31,9 @@ struct ClientSettings
     void findCredentials(QString& problem);
 
 private:
+    void takeOption(const QStringList& all, int& position, QString& problem);
+    bool takeFlag(const QString& name);
+    bool takeValue(const QString& name, const QString& value);
+
     QString secretFile;
 };

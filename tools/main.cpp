@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "clientsettings.h"
 #include "commands.h"
+#include "devicecommands.h"
+#include "secretinput.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QTimer>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -17,33 +20,36 @@ void printHelp()
 {
     std::puts("usage: kelaccount [OPTIONS] COMMAND [ARGUMENTS]\n"
               "\n"
-              "Calls one operation of the account service and prints its answer.\n"
+              "Calls one operation of the account service and prints its answer, or says what the\n"
+              "library sees of this device.\n"
               "\n"
               "Commands:");
     for (const Command& command : commands()) {
-        std::printf("  %s  %s\n",
-                    (QLatin1String(command.name) + QLatin1Char(' ')
-                     + QLatin1String(command.arguments))
-                        .leftJustified(28)
-                        .toLatin1()
-                        .constData(),
-                    command.summary);
+        const QString call =
+            QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.arguments);
+        std::printf("  %-30s %s\n", call.toLatin1().constData(), command.summary);
+        if (*command.options != '\0')
+            std::printf("      %s\n", command.options);
     }
-    std::puts("\n"
-              "Options:\n"
-              "  --consumer-key KEY           the application's key, or KELACCOUNT_CONSUMER_KEY\n"
-              "  --consumer-secret-file FILE  its secret, or KELACCOUNT_CONSUMER_SECRET; never an\n"
-              "                               argument, which every user of the machine can read\n"
-              "  --server SERVER              production (default), staging, test-a to test-d, or\n"
-              "                               the server's index\n"
-              "  --service NAME               the service to sign in to\n"
-              "  --timeout SECONDS            how long to wait for the answer (70)\n"
-              "  --json                       one line of JSON instead of text\n"
-              "  --verbose                    show the library's log\n"
-              "  --help, --version\n"
-              "\n"
-              "Exit status: 0 for status 0, 1 for any other status, 2 for misuse, 3 when no answer\n"
-              "came.");
+    std::puts(
+        "\n"
+        "Options:\n"
+        "  --consumer-key KEY           the application's key, or KELACCOUNT_CONSUMER_KEY\n"
+        "  --consumer-secret-file FILE  its secret, or KELACCOUNT_CONSUMER_SECRET; never an\n"
+        "                               argument, which every user of the machine can read\n"
+        "  --server SERVER              production (default), staging, test-a to test-d, or\n"
+        "                               the server's index\n"
+        "  --service NAME               the service to sign in to\n"
+        "  --password-fd N              read passwords and answers from this descriptor, one\n"
+        "                               a line, instead of asking for them\n"
+        "  --timeout SECONDS            how long to wait for the answer (70)\n"
+        "  --json                       one line of JSON instead of text\n"
+        "  --verbose                    show the library's log\n"
+        "  --show-identifiers           show IMEI and IMSI in device-info\n"
+        "  --help, --version\n"
+        "\n"
+        "Exit status: 0 for status 0, 1 for any other status, 2 for misuse, 3 when no answer\n"
+        "came.");
 }
 
 int misuse(const QString& problem)
@@ -52,7 +58,7 @@ int misuse(const QString& problem)
     return exitMisuse;
 }
 
-int run(const ClientSettings& settings, const Command& command)
+int run(const ClientSettings& settings, const Command& command, const CommandInput& input)
 {
     KelAccount::KelAccounts accounts;
     accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
@@ -61,14 +67,20 @@ int run(const ClientSettings& settings, const Command& command)
     QStringList quoted;
     for (const QString& argument : settings.arguments)
         quoted.append(QLatin1Char('"') + argument + QLatin1Char('"'));
-    const QString call = QLatin1String(command.operation) + QLatin1Char('(')
-                         + quoted.join(QLatin1String(", ")) + QLatin1Char(')');
+    const QString call = QLatin1String(command.operation) + QLatin1Char('(') +
+                         quoted.join(QLatin1String(", ")) + QLatin1Char(')');
     QElapsedTimer clock;
     clock.start();
-    command.start(accounts, &accounts, settings.arguments, [&](const Outcome& outcome) {
-        printOutcome(call, outcome, static_cast<double>(clock.nsecsElapsed()) / 1e6,
-                     settings.json);
-        QCoreApplication::exit(outcome.status == 0 ? exitSuccess : exitOtherStatus);
+    bool reported = false;
+    command.start(accounts, &accounts, input, [&](const Outcome& outcome) {
+        if (reported)
+            return;
+        reported = true;
+        printOutcome(call, outcome, static_cast<double>(clock.nsecsElapsed()) / 1e6, settings.json);
+        const bool good = outcome.status == 0 && outcome.failure.isEmpty();
+        // Some operations answer from inside the call, before there is an event loop to leave.
+        QTimer::singleShot(
+            0, &accounts, [good] { QCoreApplication::exit(good ? exitSuccess : exitOtherStatus); });
     });
     QTimer::singleShot(settings.timeLimitSeconds * 1000, &accounts, [&] {
         std::fprintf(stderr, "kelaccount: no answer within %d s\n", settings.timeLimitSeconds);
@@ -77,14 +89,25 @@ int run(const ClientSettings& settings, const Command& command)
     return QCoreApplication::exec();
 }
 
+// Only pictures need more than a core application, and no display.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "captcha") == 0) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+            return std::make_unique<QGuiApplication>(argc, argv);
+        }
+    }
+    return std::make_unique<QCoreApplication>(argc, argv);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
+    const auto application = makeApplication(argc, argv);
     QString problem;
-    ClientSettings settings =
-        ClientSettings::read(QCoreApplication::arguments().mid(1), problem);
+    ClientSettings settings = ClientSettings::read(QCoreApplication::arguments().mid(1), problem);
     if (!problem.isEmpty())
         return misuse(problem);
     if (settings.wish == ClientSettings::Wish::ShowHelp) {
@@ -95,6 +118,15 @@ int main(int argc, char** argv)
         std::puts("kelaccount " KELACCOUNT_VERSION);
         return exitSuccess;
     }
+    // The status says what happened; the log is for who looks into it.
+    if (!settings.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
+    if (const DeviceCommand* const command = findDeviceCommand(settings.command)) {
+        if (!settings.arguments.isEmpty())
+            return misuse(QStringLiteral("usage: kelaccount %1").arg(settings.command));
+        printValues(command->facts(settings.showIdentifiers), settings.json);
+        return exitSuccess;
+    }
     const Command* const command = findCommand(settings.command);
     if (!command) {
         return misuse(settings.command.isNull()
@@ -102,15 +134,12 @@ int main(int argc, char** argv)
                           : QStringLiteral("unknown command '%1'; kelaccount --help lists them")
                                 .arg(settings.command));
     }
-    if (settings.arguments.size() != command->argumentCount()) {
-        return misuse(QStringLiteral("usage: kelaccount %1 %2")
-                          .arg(QLatin1String(command->name), QLatin1String(command->arguments)));
-    }
+    CommandInput input{settings.arguments, settings.commandOptions, {}};
+    problem = command->problemWith(input);
+    if (!problem.isEmpty())
+        return misuse(problem);
     settings.findCredentials(problem);
     if (!problem.isEmpty())
         return misuse(problem);
-    // The status says what happened; the log is for who looks into it.
-    if (!settings.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
-    return run(settings, *command);
+    return run(settings, *command, input);
 }

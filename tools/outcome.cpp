@@ -27,20 +27,31 @@ QString textOf(const QVariant& value)
     return text.isEmpty() ? QStringLiteral("-") : printable(text);
 }
 
+void row(const QString& name, const QString& value)
+{
+    constexpr int nameWidth = 22;
+    printLine(QLatin1String("  ") + name.leftJustified(nameWidth) + value);
+}
+
 void printForPeople(const QString& call, const Outcome& outcome, double milliseconds)
 {
-    constexpr int nameWidth = 14;
-    const auto row = [](const QString& name, const QString& value) {
-        printLine(QLatin1String("  ") + name.leftJustified(nameWidth) + value);
-    };
     printLine(printable(call));
     row(QStringLiteral("signal"), outcome.signal);
-    row(QStringLiteral("status"),
-        QString::number(outcome.status) + QLatin1Char(' ')
-            + CommonUtils::ConvertErrorCodeToString(outcome.status));
+    row(QStringLiteral("status"), QString::number(outcome.status) + QLatin1Char(' ') +
+                                      CommonUtils::ConvertErrorCodeToString(outcome.status));
     for (const auto& value : outcome.values)
         row(value.first, textOf(value.second));
+    if (!outcome.failure.isEmpty())
+        row(QStringLiteral("failed"), printable(outcome.failure));
     row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
+}
+
+void printObject(QJsonObject object, const std::vector<std::pair<QString, QVariant>>& values)
+{
+    for (const auto& value : values)
+        object.insert(value.first, QJsonValue::fromVariant(value.second));
+    std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
+               stdout);
 }
 
 void printAsJson(const Outcome& outcome, double milliseconds)
@@ -51,10 +62,7 @@ void printAsJson(const Outcome& outcome, double milliseconds)
         {QStringLiteral("statusName"), CommonUtils::ConvertErrorCodeToString(outcome.status)},
         {QStringLiteral("milliseconds"), milliseconds},
     };
-    for (const auto& value : outcome.values)
-        object.insert(value.first, QJsonValue::fromVariant(value.second));
-    std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
-               stdout);
+    printObject(object, outcome.values);
 }
 
 } // namespace
@@ -65,6 +73,17 @@ void printOutcome(const QString& call, const Outcome& outcome, double millisecon
         printAsJson(outcome, milliseconds);
     else
         printForPeople(call, outcome, milliseconds);
+    std::fflush(stdout);
+}
+
+void printValues(const std::vector<std::pair<QString, QVariant>>& values, bool json)
+{
+    if (json) {
+        printObject({}, values);
+    } else {
+        for (const auto& value : values)
+            row(value.first, textOf(value.second));
+    }
     std::fflush(stdout);
 }
 

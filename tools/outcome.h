@@ -13,10 +13,14 @@ struct Outcome
     QString signal;
     int status = 0;
     std::vector<std::pair<QString, QVariant>> values; ///< what the signal carried, by name
+    QString failure = {}; ///< why the command failed although the status is 0
 };
 
 /// Prints an outcome on standard output, for people or as one line of JSON.
 void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json);
+
+/// Prints names and values alone.
+void printValues(const std::vector<std::pair<QString, QVariant>>& values, bool json);
 
 /// Makes text safe for a terminal: control characters are shown as \xNN.
 QString printable(const QString& text);
