@@ -36,6 +36,7 @@ struct Command
     const char* secrets;   ///< what to ask for without showing it, blank-separated
     const char* summary;
     const char* operation; ///< the method that is called
+    bool callsService;     ///< and so needs key and secret
 
     /// Connects to the answering signal with `context`, and calls the operation.
     void (*start)(KelAccount::KelAccounts& accounts, QObject* context, const CommandInput& input,

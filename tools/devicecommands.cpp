@@ -65,12 +65,12 @@ void deviceInfo(KelAccounts& /*accounts*/, QObject* /*context*/, const CommandIn
 std::vector<Command> deviceCommands()
 {
     return {
-        {"country", "", "", "", "the country of the device", "retrieveCountryCode", country},
+        {"country", "", "", "", "the country of the device", "retrieveCountryCode", false, country},
         {"captcha-required", "", "", "", "must a registration solve a captcha?",
-         "isCaptchaRequired", captchaRequired},
-        {"is-configured", "", "", "", "has the device an account?", "isKeLAccountConfigured",
+         "isCaptchaRequired", false, captchaRequired},
+        {"is-configured", "", "", "", "has the device an account?", "isKeLAccountConfigured", false,
          isConfigured},
         {"device-info", "", "--show-identifiers", "", "what the library sees of the device",
-         "device facts", deviceInfo},
+         "device facts", false, deviceInfo},
     };
 }

@@ -61,8 +61,10 @@ int misuse(const QString& problem)
 int run(const ClientSettings& settings, const Command& command, const CommandInput& input)
 {
     KelAccount::KelAccounts accounts;
-    accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
-                        settings.service, QVariantMap());
+    if (command.callsService) {
+        accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
+                            settings.service, QVariantMap());
+    }
 
     QStringList quoted;
     for (const QString& argument : settings.arguments)
@@ -118,15 +120,6 @@ int main(int argc, char** argv)
         std::puts("kelaccount " KELACCOUNT_VERSION);
         return exitSuccess;
     }
-    // The status says what happened; the log is for who looks into it.
-    if (!settings.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
-    if (const DeviceCommand* const command = findDeviceCommand(settings.command)) {
-        if (!settings.arguments.isEmpty())
-            return misuse(QStringLiteral("usage: kelaccount %1").arg(settings.command));
-        printValues(command->facts(settings.showIdentifiers), settings.json);
-        return exitSuccess;
-    }
     const Command* const command = findCommand(settings.command);
     if (!command) {
         return misuse(settings.command.isNull()
@@ -138,8 +131,17 @@ int main(int argc, char** argv)
     problem = command->problemWith(input);
     if (!problem.isEmpty())
         return misuse(problem);
-    settings.findCredentials(problem);
+    if (command->callsService)
+        settings.findCredentials(problem);
+    if (problem.isEmpty()) {
+        input.secrets = readSecrets(
+            QString::fromLatin1(command->secrets).split(QLatin1Char(' '), Qt::SkipEmptyParts),
+            settings.passwordDescriptor, problem);
+    }
     if (!problem.isEmpty())
         return misuse(problem);
+    // The status says what happened; the log is for who looks into it.
+    if (!settings.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
     return run(settings, *command, input);
 }

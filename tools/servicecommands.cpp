@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "servicecommands.h"
+
+#include <QPixmap>
+
+using KelAccount::ConsentQueryVariant;
+using KelAccount::ErrorStatus;
+using KelAccount::KelAccounts;
+using KelAccount::PreAccountInfo;
+
+namespace {
+
+Outcome statusOnly(const char* signal, ErrorStatus status)
+{
+    return {QLatin1String(signal), status, {}};
+}
+
+Outcome withMap(const char* signal, ErrorStatus status, const QVariantMap& map)
+{
+    Outcome outcome = statusOnly(signal, status);
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        outcome.values.push_back({it.key(), it.value()});
+    return outcome;
+}
+
+void checkUser(KelAccounts& accounts, QObject* context, const CommandInput& input,
+               const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::isUserIdAvailableResponse, context,
+                     [report](ErrorStatus status, bool available, const QStringList& suggestions) {
+                         report({QStringLiteral("isUserIdAvailableResponse"),
+                                 status,
+                                 {{QStringLiteral("available"), available},
+                                  {QStringLiteral("suggestions"), suggestions}}});
+                     });
+    accounts.isUserIdAvailable(input.arguments.at(0));
+}
+
+void checkEmail(KelAccounts& accounts, QObject* context, const CommandInput& input,
+                const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::isEmailIdAvailableResponse, context,
+                     [report](ErrorStatus status, bool available) {
+                         report({QStringLiteral("isEmailIdAvailableResponse"),
+                                 status,
+                                 {{QStringLiteral("available"), available}}});
+                     });
+    accounts.isEmailIdAvailable(input.arguments.at(0));
+}
+
+// The picture is written to the file that --out names.
+Outcome savedPicture(ErrorStatus status, const QPixmap& picture, const QString& captchaId,
+                     const QString& file)
+{
+    Outcome outcome{QStringLiteral("retrieveCaptchaImageResponse"),
+                    status,
+                    {{QStringLiteral("captchaId"), captchaId}}};
+    if (picture.isNull()) {
+        outcome.failure = QStringLiteral("no picture came");
+        return outcome;
+    }
+    outcome.values.push_back(
+        {QStringLiteral("size"),
+         QStringLiteral("%1 x %2").arg(picture.width()).arg(picture.height())});
+    if (file.isEmpty())
+        return outcome;
+    if (picture.save(file, "PNG"))
+        outcome.values.push_back({QStringLiteral("file"), file});
+    else
+        outcome.failure = QStringLiteral("cannot write '%1'").arg(file);
+    return outcome;
+}
+
+void captcha(KelAccounts& accounts, QObject* context, const CommandInput& input,
+             const Report& report)
+{
+    // A refusal comes by the short signal alone.
+    QObject::connect(&accounts, &KelAccounts::captchaImageResponse, context,
+                     [report](ErrorStatus status) {
+                         if (status != KelAccount::ErrorNone)
+                             report(statusOnly("captchaImageResponse", status));
+                     });
+    QObject::connect(&accounts, &KelAccounts::retrieveCaptchaImageResponse, context,
+                     [report, file = input.option("--out")](
+                         ErrorStatus status, const QPixmap& picture, const QString& captchaId) {
+                         report(savedPicture(status, picture, captchaId, file));
+                     });
+    accounts.retrieveCaptchaImage(input.option("--width", "200").toInt(),
+                                  input.option("--height", "80").toInt());
+}
+
+void securityQuestions(KelAccounts& accounts, QObject* context, const CommandInput& input,
+                       const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::securityQuestionListResponse, context,
+                     [report](ErrorStatus status, const QVariantMap& questions) {
+                         report(withMap("securityQuestionListResponse", status, questions));
+                     });
+    accounts.retrieveSecurityQuestionList(input.arguments.value(0, QStringLiteral("en")));
+}
+
+void detectPreAccount(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
+                      const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::detectPreAccountResponse, context,
+                     [report](ErrorStatus status, const PreAccountInfo& info) {
+                         const QString country = info.country == QLocale::AnyCountry
+                                                     ? QString()
+                                                     : QLocale::countryToString(info.country);
+                         report({QStringLiteral("detectPreAccountResponse"),
+                                 status,
+                                 {{QStringLiteral("preAccountId"), info.preAccountId},
+                                  {QStringLiteral("username"), info.username},
+                                  {QStringLiteral("mobile"), info.mobile},
+                                  {QStringLiteral("country"), country}}});
+                     });
+    accounts.detectPreAccount();
+}
+
+void terms(KelAccounts& accounts, QObject* context, const CommandInput& input, const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::termsOfServiceResponse, context,
+                     [report](ErrorStatus status, const QVariantMap& addresses) {
+                         report(withMap("termsOfServiceResponse", status, addresses));
+                     });
+    accounts.retrieveTermsOfService(input.arguments.at(0), input.option("--language"),
+                                    input.option("--country"),
+                                    input.option("--html").isEmpty() ? 0 : 1);
+}
+
+void marketingVariant(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
+                      const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::marketingVariantResponse, context,
+                     [report](ErrorStatus status, ConsentQueryVariant variant) {
+                         report({QStringLiteral("marketingVariantResponse"),
+                                 status,
+                                 {{QStringLiteral("variant"), static_cast<int>(variant)}}});
+                     });
+    accounts.queryMarketingVariant();
+}
+
+void resetPassword(KelAccounts& accounts, QObject* context, const CommandInput& input,
+                   const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::requestPasswordResetResponse, context,
+                     [report](ErrorStatus status) {
+                         report(statusOnly("requestPasswordResetResponse", status));
+                     });
+    const QString message = input.option("--message");
+    accounts.requestPasswordReset(input.arguments.at(0), input.option("--captcha-text"),
+                                  !message.isEmpty(), message);
+}
+
+void securityQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
+                      const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::retrievePasswordResetSecQuestionResponse, context,
+                     [report](ErrorStatus status, const QVariantMap& question) {
+                         report(
+                             withMap("retrievePasswordResetSecQuestionResponse", status, question));
+                     });
+    accounts.retrievePasswordResetSecQuestion(input.arguments.at(0),
+                                              input.arguments.value(1, QStringLiteral("en")));
+}
+
+void resetWithQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
+                       const Report& report)
+{
+    QObject::connect(&accounts, &KelAccounts::resetPasswordUsingSecurityQuestionResponse, context,
+                     [report](ErrorStatus status) {
+                         report(statusOnly("resetPasswordUsingSecurityQuestionResponse", status));
+                     });
+    accounts.resetPasswordUsingSecurityQuestion(input.arguments.at(0), input.secrets.at(0),
+                                                input.secrets.at(1), input.secrets.at(2));
+}
+
+} // namespace
+
+std::vector<Command> serviceCommands()
+{
+    return {
+        {"check-user", "NAME", "", "", "is this user name free?", "isUserIdAvailable", true,
+         checkUser},
+        {"check-email", "ADDRESS", "", "", "is this e-mail address free?", "isEmailIdAvailable",
+         true, checkEmail},
+        {"captcha", "", "--out=FILE --width=PIXELS --height=PIXELS", "", "fetch a captcha picture",
+         "retrieveCaptchaImage", true, captcha},
+        {"security-questions", "[LANGUAGE]", "", "", "the questions to choose from",
+         "retrieveSecurityQuestionList", true, securityQuestions},
+        {"detect-pre-account", "", "", "", "the account that is held ready for the SIM",
+         "detectPreAccount", true, detectPreAccount},
+        {"terms", "SERVICE", "--language=CODE --country=CODE --html", "",
+         "where a service's terms are", "retrieveTermsOfService", true, terms},
+        {"marketing-variant", "", "", "", "how to ask for marketing consent",
+         "queryMarketingVariant", true, marketingVariant},
+        {"reset-password", "USER", "--captcha-text=TEXT --message=TEXT", "",
+         "have a recovery message sent", "requestPasswordReset", true, resetPassword},
+        {"security-question", "USER [LANGUAGE]", "", "", "the security question of a user",
+         "retrievePasswordResetSecQuestion", true, securityQuestion},
+        {"reset-with-question", "USER", "", "recovery-token new-password answer",
+         "a new password for the security answer", "resetPasswordUsingSecurityQuestion", true,
+         resetWithQuestion},
+    };
+}
