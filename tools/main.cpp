@@ -16,6 +16,21 @@ namespace {
 
 enum ExitCode { exitSuccess = 0, exitOtherStatus = 1, exitMisuse = 2, exitNoAnswer = 3 };
 
+// A command's own options, as many on a line as a terminal shows.
+QStringList optionLines(const char* options)
+{
+    constexpr int lineWidth = 74;
+    QStringList lines;
+    const auto words = QString::fromLatin1(options).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& word : words) {
+        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > lineWidth)
+            lines.append(word);
+        else
+            lines.last() += QLatin1Char(' ') + word;
+    }
+    return lines;
+}
+
 void printHelp()
 {
     std::puts("usage: kelaccount [OPTIONS] COMMAND [ARGUMENTS]\n"
@@ -27,9 +42,9 @@ void printHelp()
     for (const Command& command : commands()) {
         const QString call =
             QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.arguments);
-        std::printf("  %-30s %s\n", call.toLatin1().constData(), command.summary);
-        if (*command.options != '\0')
-            std::printf("      %s\n", command.options);
+        std::printf("  %-34s %s\n", call.toLatin1().constData(), command.summary);
+        for (const QString& line : optionLines(command.options))
+            std::printf("      %s\n", line.toLatin1().constData());
     }
     std::puts(
         "\n"
@@ -45,7 +60,6 @@ void printHelp()
         "  --timeout SECONDS            how long to wait for the answer (70)\n"
         "  --json                       one line of JSON instead of text\n"
         "  --verbose                    show the library's log\n"
-        "  --show-identifiers           show IMEI and IMSI in device-info\n"
         "  --help, --version\n"
         "\n"
         "Exit status: 0 for status 0, 1 for any other status, 2 for misuse, 3 when no answer\n"
