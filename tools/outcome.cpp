@@ -46,14 +46,6 @@ void printForPeople(const QString& call, const Outcome& outcome, double millisec
     row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
 }
 
-void printObject(QJsonObject object, const std::vector<std::pair<QString, QVariant>>& values)
-{
-    for (const auto& value : values)
-        object.insert(value.first, QJsonValue::fromVariant(value.second));
-    std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
-               stdout);
-}
-
 void printAsJson(const Outcome& outcome, double milliseconds)
 {
     QJsonObject object{
@@ -62,7 +54,10 @@ void printAsJson(const Outcome& outcome, double milliseconds)
         {QStringLiteral("statusName"), CommonUtils::ConvertErrorCodeToString(outcome.status)},
         {QStringLiteral("milliseconds"), milliseconds},
     };
-    printObject(object, outcome.values);
+    for (const auto& value : outcome.values)
+        object.insert(value.first, QJsonValue::fromVariant(value.second));
+    std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
+               stdout);
 }
 
 } // namespace
@@ -73,17 +68,6 @@ void printOutcome(const QString& call, const Outcome& outcome, double millisecon
         printAsJson(outcome, milliseconds);
     else
         printForPeople(call, outcome, milliseconds);
-    std::fflush(stdout);
-}
-
-void printValues(const std::vector<std::pair<QString, QVariant>>& values, bool json)
-{
-    if (json) {
-        printObject({}, values);
-    } else {
-        for (const auto& value : values)
-            row(value.first, textOf(value.second));
-    }
     std::fflush(stdout);
 }
 

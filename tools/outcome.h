@@ -19,8 +19,5 @@ struct Outcome
 /// Prints an outcome on standard output, for people or as one line of JSON.
 void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json);
 
-/// Prints names and values alone.
-void printValues(const std::vector<std::pair<QString, QVariant>>& values, bool json);
-
 /// Makes text safe for a terminal: control characters are shown as \xNN.
 QString printable(const QString& text);
