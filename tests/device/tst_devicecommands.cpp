@@ -60,22 +60,22 @@ void TestDeviceCommands::identifiersAreHidden()
     for (const QString& option : {QStringLiteral("--json"), QStringLiteral("--verbose")}) {
         const QByteArray text = output({option, QStringLiteral("device-info")});
         QVERIFY2(text.contains("244"), text);
-        QVERIFY2(text.contains("(hidden)"), text);
+        QVERIFY2(text.contains("IMEI"), text);
         QVERIFY2(!text.contains("356938035643800"), text);
         QVERIFY2(!text.contains("1234567890"), text);
     }
     const QJsonObject device = facts({QStringLiteral("device-info")});
-    QCOMPARE(device.value(QStringLiteral("sim")).toBool(), true);
-    QCOMPARE(device.value(QStringLiteral("mcc")).toString(), QStringLiteral("244"));
-    QCOMPARE(device.value(QStringLiteral("mnc")).toString(), QStringLiteral("05"));
+    QCOMPARE(device.value(QStringLiteral("SIM")).toBool(), true);
+    QCOMPARE(device.value(QStringLiteral("home MCC")).toString(), QStringLiteral("244"));
+    QCOMPARE(device.value(QStringLiteral("home MNC")).toString(), QStringLiteral("05"));
 }
 
 void TestDeviceCommands::identifiersAreShownOnRequest()
 {
     const QJsonObject device =
-        facts({QStringLiteral("--show-identifiers"), QStringLiteral("device-info")});
-    QCOMPARE(device.value(QStringLiteral("imei")).toString(), QStringLiteral("356938035643800"));
-    QCOMPARE(device.value(QStringLiteral("imsi")).toString(), QStringLiteral("244051234567890"));
+        facts({QStringLiteral("device-info"), QStringLiteral("--show-identifiers")});
+    QCOMPARE(device.value(QStringLiteral("IMEI")).toString(), QStringLiteral("356938035643800"));
+    QCOMPARE(device.value(QStringLiteral("IMSI")).toString(), QStringLiteral("244051234567890"));
 }
 
 void TestDeviceCommands::theCountryIsThatOfTheSim()
@@ -83,7 +83,6 @@ void TestDeviceCommands::theCountryIsThatOfTheSim()
     QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
     const QJsonObject country = facts({QStringLiteral("country")});
     QCOMPARE(country.value(QStringLiteral("country")).toString(), QStringLiteral("FI"));
-    QCOMPARE(country.value(QStringLiteral("region")).toString(), QStringLiteral("GB"));
     mBus.stopServices();
 }
 
@@ -91,9 +90,10 @@ void TestDeviceCommands::whatIsMissingIsNotHidden()
 {
     mBus.stopServices();
     const QJsonObject device = facts({QStringLiteral("device-info")});
-    QVERIFY(device.contains(QStringLiteral("imei")));
-    QCOMPARE(device.value(QStringLiteral("imei")).toString(), QString());
-    QCOMPARE(device.value(QStringLiteral("sim")).toBool(true), false);
+    QVERIFY(device.contains(QStringLiteral("IMEI")));
+    QVERIFY(device.contains(QStringLiteral("IMSI")));
+    QCOMPARE(device.value(QStringLiteral("IMEI")).toString(), QString());
+    QCOMPARE(device.value(QStringLiteral("SIM")).toBool(true), false);
 }
 
 void TestDeviceCommands::theCountryIsThatOfTheRegionWithoutASim()
