@@ -29,24 +29,42 @@ inline QString elementText(const QDomNode& element)
 /// Empty, "0" and "false" in any letter case are false.
 inline bool elementBool(const QDomNode& element)
 {
-    return QVariant(elementText(element)).toBool();
+    const QString text = elementText(element);
+    // What the service writes; QVariant knows the rest.
+    return text == QLatin1String("true") || QVariant(text).toBool();
 }
 
 /// What to do with a child element of a certain name.
 template <class Target>
 struct ChildReader
 {
+    using Read = void (*)(Target& target, const QDomNode& child);
+
+    template <size_t size>
+    constexpr ChildReader(const char (&name)[size], Read readChild)
+        : tag(name), tagLength(static_cast<int>(size) - 1), read(readChild)
+    {
+    }
+
     const char* tag;
-    void (*read)(Target& target, const QDomNode& child);
+    int tagLength;
+    Read read;
 };
 
 /// Hands every child element to the reader of its name; the others are skipped.
 template <class Target, size_t count>
 void readChildren(const QDomNode& node, const ChildReader<Target> (&readers)[count], Target& target)
 {
+    // The service writes its elements in the tables' order, so the search for the next one begins
+    // behind the one before.
+    size_t likely = 0;
     forEachChild(node, [&](const QDomNode& child, const QString& tag) {
-        for (const ChildReader<Target>& reader : readers) {
-            if (tag == QLatin1String(reader.tag)) {
+        for (size_t i = 0; i < count; ++i) {
+            const size_t index = (likely + i) % count;
+            const ChildReader<Target>& reader = readers[index];
+            if (tag.size() == reader.tagLength &&
+                tag == QLatin1String(reader.tag, reader.tagLength)) {
+                likely = index + 1;
                 reader.read(target, child);
                 return;
             }

@@ -113,10 +113,10 @@ bool mentionsError(const QString& xml)
     const int lastPair = xml.size() - 1;
     for (int start = 0; start < lastPair; start += chunkLength) {
         const int end = std::min(start + chunkLength, lastPair);
-        bool doubleR = false;
+        unsigned doubleR = 0;
         for (int i = start; i < end; ++i)
-            doubleR |= (text[i] == 'r') & (text[i + 1] == 'r');
-        if (!doubleR)
+            doubleR |= static_cast<unsigned>(text[i] == 'r') & (text[i + 1] == 'r');
+        if (doubleR == 0)
             continue;
         const QStringView around = QStringView(xml).mid(std::max(start - 1, 0), chunkLength + 4);
         if (around.contains(QLatin1String("Error")) || around.contains(QLatin1String("error")))

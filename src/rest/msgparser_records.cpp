@@ -4,6 +4,10 @@
 #include "device/localeutils.h"
 #include "rest/elementreading.h"
 
+#include <QHash>
+
+#include <iterator>
+
 // The half of the parser that fills records: a table of child elements for each of them.
 
 namespace KelRestHandler {
@@ -49,6 +53,35 @@ QDate elementDate(const QDomNode& element)
     return date.isValid() ? date : QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ"));
 }
 
+// QLocale goes through all its tables for one code, which takes longer than reading the rest of a
+// profile. Codes are few, so the answers are kept, except those for texts that are no code.
+template <class Value>
+Value keptAnswer(const QString& code, Value (*ask)(const QString& code))
+{
+    constexpr int codeLength = 2;
+    constexpr int enough = 64;
+    if (code.size() != codeLength)
+        return ask(code);
+    thread_local QHash<QString, Value> answers;
+    const auto known = answers.constFind(code);
+    if (known != answers.constEnd())
+        return *known;
+    if (answers.size() >= enough)
+        answers.clear();
+    return *answers.insert(code, ask(code));
+}
+
+QLocale::Language languageOf(const QString& code)
+{
+    return keptAnswer<QLocale::Language>(code, LocaleUtils::codeToLanguage);
+}
+
+QLocale::Country countryOf(const QString& code)
+{
+    return keptAnswer<QLocale::Country>(
+        code, [](const QString& text) { return LocaleUtils::codeToCountry(text.constData()); });
+}
+
 void setGender(Gender& gender, const QString& text)
 {
     const QString upper = text.toUpper();
@@ -62,7 +95,7 @@ void setGender(Gender& gender, const QString& text)
 void setCountry(QLocale::Country& country, const QString& text)
 {
     const QString code = text.toUpper();
-    const QLocale::Country candidate = LocaleUtils::codeToCountry(code.constData());
+    const QLocale::Country candidate = countryOf(code);
     if (!code.isEmpty() && LocaleUtils::countryToCode(candidate) == code)
         country = candidate;
 }
@@ -105,6 +138,13 @@ struct Question
 {
     QString id;
     QString text;
+};
+
+struct QuestionList
+{
+    QVariantMap& questions;
+    // Where the next question belongs if they come in order, which spares the map its search.
+    QVariantMap::const_iterator behindLast;
 };
 
 using Node = const QDomNode&;
@@ -193,12 +233,12 @@ constexpr ChildReader<ProfileReply> profileElements[] = {
     {"language",
      [](ProfileReply& to, Node child) {
          to.profile.languageAsString = elementText(child);
-         to.profile.language = LocaleUtils::codeToLanguage(to.profile.languageAsString);
+         to.profile.language = languageOf(to.profile.languageAsString);
      }},
     {"country",
      [](ProfileReply& to, Node child) {
          to.profile.countryAsString = elementText(child);
-         to.profile.country = LocaleUtils::codeToCountry(to.profile.countryAsString.constData());
+         to.profile.country = countryOf(to.profile.countryAsString);
      }},
     {"dateOfBirth",
      [](ProfileReply& to, Node child) { to.profile.dateOfBirth = elementDate(child); }},
@@ -226,12 +266,12 @@ constexpr ChildReader<Question> oneQuestion[] = {
     {"securityQuestionText", [](Question& to, Node child) { to.text = elementText(child); }},
 };
 
-constexpr ChildReader<QVariantMap> questionList[] = {
+constexpr ChildReader<QuestionList> questionList[] = {
     {"securityQuestion",
-     [](QVariantMap& to, Node child) {
+     [](QuestionList& to, Node child) {
          Question one;
          readChildren(child, oneQuestion, one);
-         to.insert(one.id, one.text);
+         to.behindLast = std::next(to.questions.insert(to.behindLast, one.id, one.text));
      }},
 };
 
@@ -416,7 +456,8 @@ void MsgParser::parseCaptchaCreationResponse(QString& captchaId, QString& imageT
 
 void MsgParser::parseSecurityQuestionsResponse(QVariantMap& questions, const QDomNode& node)
 {
-    readChildren(node, questionList, questions);
+    QuestionList list{questions, questions.cend()};
+    readChildren(node, questionList, list);
 }
 
 void MsgParser::parseSecurityQuestionResponse(SecurityQuestionData& question, const QDomNode& node)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/replydocument.h"
 
+#include <algorithm>
+
 namespace KelRestHandler {
 
 namespace {
@@ -26,13 +28,20 @@ public:
     }
 
 private:
-    // Most of a reply is text, and QString looks for one character many at a time.
     bool toNextMarkup()
     {
-        const int found = mXml.indexOf(QLatin1Char('<'), position());
-        if (found < 0)
+        // Between two tags there is little, as a rule; for the rest QString compares many
+        // characters at a time.
+        constexpr int littleText = 32;
+        const QChar* const shortly = mPosition + std::min<qptrdiff>(littleText, mEnd - mPosition);
+        mPosition = std::find(mPosition, shortly, QLatin1Char('<'));
+        if (mPosition == shortly) {
+            const int found = mXml.indexOf(QLatin1Char('<'), position());
+            mPosition = found < 0 ? mEnd : mXml.constData() + found;
+        }
+        if (mPosition == mEnd)
             return false;
-        mPosition = mXml.constData() + found + 1;
+        ++mPosition;
         return true;
     }
 
@@ -113,11 +122,35 @@ private:
     int mMarkups = 0;
 };
 
+// Whether there are too few tags and attributes for any bound, and no document type declaration.
+// That is counted in a fraction of the time of a walk, and says all about most replies.
+bool hasTooLittleMarkup(const QString& xml)
+{
+    static_assert(ReplyBounds::depth + ReplyBounds::attributesOfOneTag <= ReplyBounds::markups);
+    const ushort* const text = xml.utf16();
+    const int size = xml.size();
+    constexpr int shortText = 4096; // longer ones have too many tags anyhow
+    if (size > shortText)
+        return false;
+    // The loop has no branch, so that the compiler can count many characters at a time.
+    int tags = 0;
+    int attributes = 0;
+    int declarations = 0;
+    for (int i = 0; i < size; ++i) {
+        tags += text[i] == '<';
+        attributes += text[i] == '=';
+        declarations += (text[i] == '<') & (text[i + 1] == '!'); // a null stands behind the last
+    }
+    return tags <= ReplyBounds::depth && attributes <= ReplyBounds::attributesOfOneTag &&
+           declarations == 0;
+}
+
 } // namespace
 
 bool isWithinReplyBounds(const QString& xml)
 {
-    return xml.size() <= ReplyBounds::characters && MarkupWalk(xml).staysWithinBounds();
+    return xml.size() <= ReplyBounds::characters &&
+           (hasTooLittleMarkup(xml) || MarkupWalk(xml).staysWithinBounds());
 }
 
 QDomDocument loadReply(const QString& xml)

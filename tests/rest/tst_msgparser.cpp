@@ -422,6 +422,11 @@ private Q_SLOTS:
             << repeated("<a><?p </a> ?>", 300) + repeated("</a>", 300) << false;
         QTest::newRow("depth behind attributes that look like end tags")
             << repeated("<a b='</a>'>", 300) + repeated("</a>", 300) << false;
+        QTest::newRow("depth behind many attributes")
+            << repeated("<a b=''>", 257) + repeated("</a>", 257) << false;
+        QTest::newRow("depth in a long text")
+            << repeated("<a>", 257) + QString(5000, QLatin1Char('x')) + repeated("</a>", 257)
+            << false;
         QTest::newRow("depth behind attributes that look like empty elements")
             << repeated("<a b='/>'>", 300) + repeated("</a>", 300) << false;
         QTest::newRow("many elements side by side") << reply(repeated("<a/>", 90000)) << true;
