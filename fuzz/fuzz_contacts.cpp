@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A serialised list of contacts, as another process may hand it over.
+#include "require.h"
+
+#include "rest/records/contactsinfo.h"
+
+using namespace KelRestHandler;
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes = bytesOf(data, size);
+    const ContactsInfo contacts(bytes);
+    require(contacts.mobileContacts.size() + contacts.emailContacts.size() <= bytes.size() / 4);
+    const QByteArray written = contacts.serialize();
+    require(ContactsInfo(written).serialize() == written);
+    return 0;
+}

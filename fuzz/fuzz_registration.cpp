@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A serialised registration, as another process may hand it over, and the body made of it.
+#include "require.h"
+
+#include "rest/msgcreator.h"
+
+#include <QXmlStreamReader>
+
+using namespace KelRestHandler;
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const RegistrationInfoData registration = readRegistration(bytesOf(data, size));
+    const QByteArray written = serializeRegistration(registration);
+    require(serializeRegistration(readRegistration(written)) == written);
+
+    // Without one of the two a line is logged for every input.
+    const QByteArray tag =
+        registration.serviceTag.isEmpty() ? QByteArrayLiteral("tag") : registration.serviceTag;
+    QXmlStreamReader reader(MsgCreator::xmlRegistration(registration, registration.captchaId, tag));
+    while (!reader.atEnd())
+        reader.readNext();
+    require(!reader.hasError());
+    return 0;
+}
