@@ -23,6 +23,22 @@ std::int64_t microsecondsSince(std::chrono::steady_clock::time_point start)
         .count();
 }
 
+/// Whether a request is processed at all. One whose connection closes without a byte counts as
+/// never seen, so that a client who sends the same bytes again finds its nonce unused.
+bool reachesService(const Fault& fault)
+{
+    return fault.kind != Fault::Kind::CloseBeforeHeaders && fault.kind != Fault::Kind::WrongHost;
+}
+
+/// Stands for the answer that a request not processed has not.
+Reply lostReply()
+{
+    Reply reply;
+    reply.status = 0;
+    reply.outcome = "not processed";
+    return reply;
+}
+
 void put(httplib::Response& response, Reply&& reply)
 {
     response.status = reply.status;
@@ -152,10 +168,11 @@ void Connection::answer(const httplib::Request& request, httplib::Response& resp
     wire.authorization = head.header("Authorization");
     wire.restVerb = head.header("rest-verb");
     wire.contentType = head.header("Content-Type");
+    wire.acceptLanguage = head.header("Accept-Language");
 
     const Fault fault = mService.faults().takeForRequest();
     RequestRecord record;
-    Reply reply = mService.answer(wire, record.problem);
+    Reply reply = reachesService(fault) ? mService.answer(wire, record.problem) : lostReply();
     record.microseconds = microsecondsSince(start);
     record.verb = wire.restVerb.substr(0, 16);
     record.target = printableTarget(wire.target);
@@ -198,6 +215,7 @@ void Connection::finish(RequestRecord record, Reply reply, const Fault& fault,
     const bool hasFault = fault.kind != Fault::Kind::None;
     record.fault = hasFault ? faultText(fault) : std::string();
     record.outcome = reply.outcome;
+    record.operation = reply.operation;
     record.status =
         fault.kind == Fault::Kind::Status ? static_cast<int>(fault.value) : reply.status;
     if (mService.isVerbose()) {

@@ -98,10 +98,11 @@ ssize_t TlsStream::write(const char* bytes, size_t size)
 {
     if (mBroken)
         return -1;
-    const bool open = mShaper.feed(std::string_view(bytes, size), mOutput);
-    if ((mOutput.size() > outputLimit || !open) && !send())
+    // The library does not look at every result, so that a cut is remembered.
+    mCut = !mShaper.feed(std::string_view(bytes, size), mOutput) || mCut;
+    if ((mOutput.size() > outputLimit || mCut) && !send())
         return -1;
-    return open ? static_cast<ssize_t>(size) : -1;
+    return mCut ? -1 : static_cast<ssize_t>(size);
 }
 
 bool TlsStream::send()
@@ -124,7 +125,7 @@ bool TlsStream::send()
 
 bool TlsStream::flush()
 {
-    return !mBroken && send() && !mShaper.closesAfterReply();
+    return !mBroken && send() && !mCut && !mShaper.closesAfterReply();
 }
 
 void TlsStream::get_remote_ip_and_port(std::string& ip, int& port) const

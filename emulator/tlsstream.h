@@ -59,6 +59,7 @@ private:
     size_t mInputEnd = 0;
     std::string mOutput;
     bool mBroken = false;
+    bool mCut = false; ///< an ordered fault has ended the connection
     bool mAccepted = false;
 };
 

@@ -37,6 +37,7 @@ private Q_SLOTS:
     void initTestCase();
     void showsOnTheWire_data();
     void showsOnTheWire();
+    void processesNothingWhenItClosesBeforeTheHeaders();
     void delaysAnAnswer();
     void neverAnswers();
     void presentsAnotherHostsCertificate();
@@ -130,6 +131,23 @@ void TestEmulatorFaults::showsOnTheWire()
     if (!closes)
         QCOMPARE(client.ask(SignedRequest().bytes()).status, 200);
     QCOMPARE(ask().status, 200);
+}
+
+void TestEmulatorFaults::processesNothingWhenItClosesBeforeTheHeaders()
+{
+    // Qt sends the same bytes, nonce included, again when a connection closes without a byte.
+    const QByteArray bytes = SignedRequest().bytes();
+    QVERIFY(mEmulator.orderFaults("close-before-headers\nclose-in-headers"));
+    for (const bool hasBytes : {false, true}) {
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        QVERIFY(client.send(bytes));
+        QCOMPARE(!client.receiveToEnd().raw.isEmpty(), hasBytes);
+    }
+    // The second time it was processed, so now the nonce is used up.
+    WireClient client;
+    QVERIFY(client.open(mEmulator));
+    QCOMPARE(client.ask(bytes).status, 401);
 }
 
 void TestEmulatorFaults::delaysAnAnswer()
