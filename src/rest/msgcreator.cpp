@@ -22,7 +22,7 @@ QString startDocument(const char* root)
 {
     QString xml;
     xml.reserve(usualDocumentLength);
-    xml += QLatin1String("<?xml version=\"1.0\" encoding=\"UTF-8\"?><");
+    xml += QLatin1String(R"(<?xml version="1.0" encoding="UTF-8"?><)");
     xml += QLatin1String(root);
     xml += QLatin1String(" xmlns=\"");
     xml += QLatin1String(RestSchemaNamespace);

@@ -15,6 +15,7 @@ class ProfileInfo : public QObject
 
 public:
     explicit ProfileInfo(QObject* parent = nullptr) : QObject(parent) {}
+    // NOLINTNEXTLINE(modernize-pass-by-value): moving a record copies it
     explicit ProfileInfo(const ProfileInfoData& data, QObject* parent = nullptr)
         : QObject(parent), mData(data)
     {
