@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the request handler says when there is no memory for a request. The program replaces the
+// allocation that reports its failure instead of throwing; so it is a program of its own.
+#include "devicesetup.h"
+#include "sendoperations.h"
+#include "signedrequests.h"
+#include "support/messagelog.h"
+#include "support/scriptedserver.h"
+
+#include <QTest>
+
+#include <new>
+
+namespace {
+bool outOfMemory = false;
+} // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    if (outOfMemory)
+        return nullptr;
+    try {
+        return ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+using namespace KelRestHandler;
+using sendoperations::SendOperation;
+
+class TestRequestCreation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { outOfMemory = false; }
+
+    void withoutMemoryTheOperationSaysSoAndFails_data()
+    {
+        QTest::addColumn<int>("index");
+        const auto& rows = sendoperations::all();
+        for (int i = 0; i < rows.size(); ++i)
+            QTest::addRow("%d %s", rows.at(i).type, rows.at(i).name) << i;
+    }
+
+    void withoutMemoryTheOperationSaysSoAndFails()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        sendoperations::Values values;
+        devicesetup::withSim(values);
+        RecordingProvider provider;
+        ScriptedServer server;
+        RESTRequestHandler handler;
+        // Nothing may be handed out: what stood there stays.
+        auto* const untouched = reinterpret_cast<OAuthRequest*>(&values);
+        OAuthRequest* request = untouched;
+        const MessageLog log;
+        outOfMemory = true;
+        const int result = row.send({handler, provider, values, server.base(), &request});
+        outOfMemory = false;
+        QCOMPARE(result, -1);
+        QCOMPARE(request, untouched);
+        QCOMPARE(log.all(), QStringList(QLatin1String("C ") + QLatin1String(row.creationFailure)));
+        QCOMPARE(provider.calls, QStringList());
+        QTest::qWait(10);
+        QCOMPARE(server.connections(), 0);
+    }
+
+    void withoutAnOutParameterNotEvenMemoryIsAskedFor()
+    {
+        sendoperations::Values values;
+        RecordingProvider provider;
+        RESTRequestHandler handler;
+        const MessageLog log;
+        outOfMemory = true;
+        for (const SendOperation& row : sendoperations::all()) {
+            if (row.handsOut)
+                QCOMPARE(row.send({handler, provider, values, QString(), nullptr}), -1);
+        }
+        outOfMemory = false;
+        QCOMPARE(log.all(), QStringList());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRequestCreation)
+#include "tst_requestcreation.moc"
