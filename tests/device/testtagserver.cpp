@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/testtagserver.h"
 
+#include "device/obcservicetag.h"
 #include "device/tagserveraddress.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 
 #include <cerrno>
 #include <cstddef>
@@ -76,6 +78,21 @@ RunningTagServer::~RunningTagServer()
 bool RunningTagServer::isAlive()
 {
     return mReady && !mProcess.waitForFinished(0) && mProcess.state() == QProcess::Running;
+}
+
+TagOutcome askForTag(const QByteArray& key)
+{
+    constexpr int capacity = 3000;
+    TagOutcome outcome;
+    // Room for a client that does not keep to what it was told.
+    QByteArray buffer(5000, '\x5A');
+    QElapsedTimer timer;
+    timer.start();
+    outcome.result = ObC_ServiceTag(key.constData(), static_cast<unsigned>(key.size()),
+                                    buffer.data(), &outcome.length, capacity, &outcome.error);
+    outcome.elapsedMs = timer.elapsed();
+    outcome.tag = buffer.left(static_cast<int>(outcome.length));
+    return outcome;
 }
 
 int listenAsTagServer(int backlog)

@@ -69,6 +69,19 @@ private:
     std::thread mThread;
 };
 
+/// What one exchange came to.
+struct TagOutcome
+{
+    int result = -1;
+    unsigned error = 0;
+    unsigned length = 77; ///< something that the call has to replace
+    QByteArray tag;
+    qint64 elapsedMs = 0;
+};
+
+/// A call of ObC_ServiceTag() with a buffer that it is told has 3,000 bytes.
+TagOutcome askForTag(const QByteArray& key = "some key");
+
 /// A listener on the tag server's name; -1 on failure.
 int listenAsTagServer(int backlog);
 
