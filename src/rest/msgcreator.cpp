@@ -319,7 +319,12 @@ QString MsgCreator::getAsPunycode(const QString& address)
     const int lastAtSign = address.lastIndexOf(QLatin1Char('@'));
     if (lastAtSign == 0)
         return address;
+    // A name in the DNS has 253 characters at most. The time of the conversion grows with the
+    // square of the length, so that of a name which cannot exist anyway would be seconds.
+    constexpr int longestDomain = 2048;
     const auto domainStart = static_cast<int>(domain - address.cbegin());
+    if (address.size() - domainStart > longestDomain)
+        return address.left(lastAtSign + 1);
     return address.left(lastAtSign + 1) +
            QString::fromLatin1(QUrl::toAce(address.mid(domainStart)));
 }

@@ -73,7 +73,8 @@ public:
 
     /// The address with its domain in ASCII-compatible form (RFC 3490); the local part stays as it
     /// is, and so does everything that is not an address with a domain of two characters or more.
-    /// A domain that has no ASCII form leaves the local part and its at-sign alone.
+    /// A domain that has no ASCII form, or is far longer than a domain can be, leaves the local
+    /// part and its at-sign alone.
     static QString getAsPunycode(const QString& address);
 
     /// Captcha answer, or else service tag. The answer wins, since it is what the user just gave.

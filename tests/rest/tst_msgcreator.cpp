@@ -4,6 +4,7 @@
 #include "wiredata.h"
 
 #include <QCryptographicHash>
+#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTest>
@@ -361,6 +362,24 @@ private Q_SLOTS:
         QFETCH(QString, address);
         QFETCH(QString, converted);
         QCOMPARE(MsgCreator::getAsPunycode(address), converted);
+    }
+
+    void aDomainWithoutEndIsNotConverted()
+    {
+        QString domain;
+        for (int i = 0; i < 1'000'000; ++i)
+            domain.append(QChar(0x4e00 + i % 20'000));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(MsgCreator::getAsPunycode(QLatin1String("a@") + domain), QStringLiteral("a@"));
+        QVERIFY2(timer.elapsed() < 2'000, qPrintable(QString::number(timer.elapsed())));
+        // As long as a domain can be, and in parts that are as long as they can be.
+        const QString label(63, QLatin1Char('x'));
+        const QString longest =
+            QStringList{label, label, label, label.left(61)}.join(QLatin1Char('.'));
+        QCOMPARE(longest.size(), 253);
+        QCOMPARE(MsgCreator::getAsPunycode(QLatin1String("a@") + longest),
+                 QLatin1String("a@") + longest);
     }
 
     void theConversionFollowsItsSearches()
