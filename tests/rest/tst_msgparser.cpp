@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "device/localeutils.h"
 #include "replyreaders.h"
 #include "rest/replydocument.h"
 #include "wiredata.h"
@@ -367,6 +368,27 @@ private Q_SLOTS:
         ProfileInfoData profile;
         MsgParser::parseProfileNode(userName, profile, reply.root);
         QCOMPARE(profile.dateOfBirth, QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ")));
+    }
+
+    void everyCodeIsConvertedTheSameEveryTime()
+    {
+        QStringList codes = {QString(), QStringLiteral("f"), QStringLiteral("FIN")};
+        for (char first = 'A'; first <= 'Z'; ++first) {
+            for (char second = 'A'; second <= 'Z'; ++second)
+                codes.append(QString(QLatin1Char(first)) + QLatin1Char(second));
+        }
+        for (int round = 0; round < 2; ++round) {
+            for (const QString& code : qAsConst(codes)) {
+                const Classified reply(element(QStringLiteral("profileQueryResponse"),
+                                               element(QStringLiteral("language"), code.toLower()) +
+                                                   element(QStringLiteral("country"), code)));
+                QString userName;
+                ProfileInfoData profile;
+                MsgParser::parseProfileNode(userName, profile, reply.root);
+                QCOMPARE(profile.language, LocaleUtils::codeToLanguage(code.toLower()));
+                QCOMPARE(profile.country, LocaleUtils::codeToCountry(code.constData()));
+            }
+        }
     }
 
     void textIsTakenWithEverythingBelow()
