@@ -3,14 +3,10 @@
 
 #include "common/logging.h"
 #include "common/signondaemon.h"
-#include "configure/accountsdatabase.h"
-#include "configure/kelconfigureaccount.h"
+#include "configure/deviceaccounts.h"
 
-#include <Accounts/Account>
-#include <Accounts/Manager>
 #include <SignOn/Identity>
 
-#include <algorithm>
 #include <memory>
 
 namespace KelAccount {
@@ -212,44 +208,15 @@ void KelConfigure::onRemovalComplete()
 
 bool KelConfigure::isKelAccountPresent()
 {
-    const std::unique_ptr<Accounts::Manager> manager = openAccounts(nullptr);
-    if (!manager) {
+    const std::optional<bool> present = deviceAccounts().hasAccount();
+    if (!present)
         qCCritical(logConfigure, "Failed to get manager");
-        return false;
-    }
-    const Accounts::AccountIdList ids = manager->accountList();
-    return std::any_of(ids.cbegin(), ids.cend(), [&manager](Accounts::AccountId id) {
-        // Null when the account was removed since the list was made.
-        const Accounts::Account* const account = manager->account(id);
-        return account && account->providerName() == accountProvider;
-    });
+    return present.value_or(false);
 }
 
 int KelConfigure::configureAccount(const QString& name, unsigned int credentialsId)
 {
-    auto* const manager = new Accounts::Manager(this);
-    // Without a database the framework hands out accounts that are good for nothing.
-    if (manager->lastError().type() != Accounts::Error::NoError) {
-        qCCritical(logConfigure, "Failed to get account manager instance");
-        delete manager;
-        return -1;
-    }
-    Accounts::Account* const account = manager->createAccount(accountProvider);
-    if (!account) {
-        qCCritical(logConfigure, "Failed to create zor account");
-        delete manager;
-        return -1;
-    }
-    // The manager serves this account only.
-    connect(account, &QObject::destroyed, manager, &QObject::deleteLater);
-    const bool connected =
-        connect(account, &Accounts::Account::synced, account, &QObject::deleteLater) &&
-        connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
-    if (!connected)
-        qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
-                                "possibility of memory leak");
-    new KelConfigureAccount(account, AccountsUI::CreateNew, name, credentialsId, account);
-    return 0;
+    return deviceAccounts().createAccount(name, credentialsId, this);
 }
 
 } // namespace KelAccount

@@ -3,12 +3,10 @@
 
 #include "common/logging.h"
 #include "common/signondaemon.h"
-#include "configure/accountsdatabase.h"
+#include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
 #include "signon/zorauthsessionprivatedata.h"
 
-#include <Accounts/Account>
-#include <Accounts/Manager>
 #include <SignOn/AuthService>
 #include <SignOn/Identity>
 
@@ -237,19 +235,10 @@ bool KelAuthSessionInterface::sessionExists(unsigned credentialsId)
 
 unsigned KelAuthSessionInterface::retrieveActiveAccountCredId()
 {
-    const std::unique_ptr<Accounts::Manager> manager = openAccounts(this);
-    if (!manager) {
+    const std::optional<unsigned> credentialsId = deviceAccounts().activeCredentialsId();
+    if (!credentialsId)
         qCCritical(logSignon, "Failed to get manager");
-        return 0;
-    }
-    const Accounts::AccountIdList ids = manager->accountList();
-    for (const Accounts::AccountId id : ids) {
-        // Gone when the account was removed since the list was made.
-        Accounts::Account* const account = manager->account(id);
-        if (account && account->enabled() && account->providerName() == accountProvider)
-            return account->credentialsId();
-    }
-    return 0;
+    return credentialsId.value_or(0);
 }
 
 // ---- The queue

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "common/demandedmodule.h"
+#include "configure/deviceaccounts.h"
+
+namespace KelAccount {
+
+namespace {
+
+// When the module is missing, it is as if the database could not be opened.
+class NoAccounts : public DeviceAccounts
+{
+public:
+    std::optional<bool> hasAccount() override { return {}; }
+    std::optional<unsigned int> activeCredentialsId() override { return {}; }
+    int createAccount(const QString& /*name*/, unsigned int /*credentialsId*/,
+                      QObject* /*owner*/) override
+    {
+        return -1;
+    }
+};
+
+} // namespace
+
+DeviceAccounts& deviceAccounts()
+{
+    using Function = DeviceAccounts* (*)();
+    static const auto function = reinterpret_cast<Function>(
+        demandedFunction("accounts", "kelaccount_device_accounts"));
+    static NoAccounts none;
+    return function ? *function() : none;
+}
+
+} // namespace KelAccount
