@@ -60,7 +60,7 @@ for target in "${targets[@]}"; do
         done
         # "#1234 NEW cov: 56 ..."
         printf '    %3d s, %s inputs\n' $((SECONDS - started)) \
-            "$(grep -ao '^#[0-9]*' "$log" | tail -n 1 | tr -d '#')"
+            "$(grep -ao '^#[0-9][0-9]*' "$log" | tail -n 1 | tr -d '#')"
     done
     if wait "$fuzzer"; then
         sed -n 's/^stat::number_of_executed_units: */    inputs tried: /p
