@@ -8,7 +8,7 @@
 
 namespace KelAccount {
 
-constexpr QLatin1String signOnDaemonName("com.google.code.AccountsSSO.SingleSignOn");
+const QLatin1String signOnDaemonName("com.google.code.AccountsSSO.SingleSignOn");
 
 /// Whether there is a session bus to reach the daemon through; logs when there is none.
 bool reachesSessionBus();

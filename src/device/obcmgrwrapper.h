@@ -9,9 +9,9 @@ namespace KelRestHandler {
 
 /// What a service tag can be asked for.
 namespace ServiceTagOperation {
-constexpr QLatin1String registration(":SSO_REGISTRATION");
-constexpr QLatin1String passwordRecovery(":SSO_PASSWORD_RECOVERY");
-constexpr QLatin1String emailAvailabilityCheck(":SSO_EMAIL_AVAILABILITY_CHECK");
+inline const QLatin1String registration(":SSO_REGISTRATION");
+inline const QLatin1String passwordRecovery(":SSO_PASSWORD_RECOVERY");
+inline const QLatin1String emailAvailabilityCheck(":SSO_EMAIL_AVAILABILITY_CHECK");
 } // namespace ServiceTagOperation
 
 /// Service tags from the device's tag server. A tag spares its owner the captcha.

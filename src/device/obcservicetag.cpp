@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcservicetag.h"
 
+#include "device/tagreply.h"
 #include "device/tagserveraddress.h"
 #include "device/tagserverending.h"
 #include "device/tagserverlaunch.h"
@@ -23,11 +24,8 @@ namespace {
 using namespace KelRestHandler;
 
 constexpr std::size_t frameHeadSize = 7;
-constexpr std::size_t statusSize = 1;
-constexpr std::size_t errorSize = 4;
 constexpr int connectPauseMs = 10;
 
-using Reply = std::array<unsigned char, 4096>;
 using Frame = std::array<unsigned char, frameHeadSize + TagError::longestKey>;
 
 enum class Connection { Made, Refused, OutOfTime };
@@ -42,7 +40,7 @@ public:
     bool isOpen() const { return mDescriptor != -1; }
     Connection connect(const QDeadlineTimer& deadline);
     void send(const Frame& frame, std::size_t size);
-    ssize_t receive(Reply& reply, const QDeadlineTimer& deadline);
+    ssize_t receive(TagReply& reply, const QDeadlineTimer& deadline);
     void close();
 
 private:
@@ -79,7 +77,7 @@ void Socket::send(const Frame& frame, std::size_t size)
 }
 
 // The bytes of one read, however few; 0 or less when there is none.
-ssize_t Socket::receive(Reply& reply, const QDeadlineTimer& deadline)
+ssize_t Socket::receive(TagReply& reply, const QDeadlineTimer& deadline)
 {
     for (;;) {
         pollfd readable = {mDescriptor, POLLIN, 0};
@@ -114,7 +112,7 @@ std::size_t writeFrame(Frame& frame, const char* key, unsigned keyLength)
 }
 
 // 0 with the reply's size, which is at least 1, or the reason why there is no reply.
-unsigned exchange(const Frame& frame, std::size_t frameSize, Reply& reply, std::size_t& replySize)
+unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply, std::size_t& replySize)
 {
     const QDeadlineTimer deadline(TagServer::longestExchangeMs);
     Socket socket;
@@ -168,22 +166,11 @@ int ObC_ServiceTag(const char* key, unsigned keyLength, void* tag, unsigned* tag
     }
 
     Frame frame = {};
-    // Zeros behind the reply: a failure may come without, or with half of, its error number.
-    Reply reply = {};
+    TagReply reply = {};
     std::size_t replySize = 0;
     *error = exchange(frame, writeFrame(frame, key, keyLength), reply, replySize);
     if (*error != 0)
         return 0;
 
-    if (reply[0] == 0) {
-        static_assert(std::tuple_size<Reply>::value >= statusSize + errorSize);
-        *error = qFromBigEndian<quint32>(reply.data() + statusSize);
-        return 0;
-    }
-    const std::size_t size = replySize - statusSize;
-    if (capacity > 0 && size < static_cast<std::size_t>(capacity)) {
-        std::memcpy(tag, reply.data() + statusSize, size);
-        *tagLength = static_cast<unsigned>(size);
-    }
-    return 1;
+    return readTagReply(reply, replySize, tag, tagLength, capacity, error);
 }

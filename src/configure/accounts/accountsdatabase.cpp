@@ -15,7 +15,7 @@ namespace KelAccount {
 namespace {
 
 // The provider of the service's accounts on the device.
-constexpr QLatin1String accountProvider("zor");
+const QLatin1String accountProvider("zor");
 
 // For reading, and so without a connection to the bus. Null when the database cannot be opened: the
 // framework's manager would exist all the same.
