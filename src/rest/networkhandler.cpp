@@ -7,6 +7,7 @@
 #include "rest/replyproperties.h"
 
 #include <QNetworkRequest>
+#include <QPointer>
 #include <QSslConfiguration>
 
 #include <algorithm>
@@ -61,8 +62,7 @@ QString replyText(QNetworkReply* reply)
 NetworkHandler::NetworkHandler(QObject* parent)
     : ServiceSignals(parent), mProcessor(nullptr), mLatency(&mManager, nullptr)
 {
-    connect(&mManager, &QNetworkAccessManager::finished, this, &NetworkHandler::onFinished,
-            Qt::QueuedConnection);
+    connect(&mManager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
     connect(&mManager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
     connect(&mManager, &QNetworkAccessManager::authenticationRequired, this,
             &NetworkHandler::onAuthenticationRequired);
@@ -119,6 +119,16 @@ NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, N
     connect(guard, &NetworkReplyContainer::requestTimedOut, this,
             &NetworkHandler::onNetworkRequestTimedOut);
     return {0, reply};
+}
+
+// A time-out ends its reply, too: the reply may be deleted before the queued call comes.
+void NetworkHandler::queueFinished(QNetworkReply* reply)
+{
+    const auto deliver = [this, finished = QPointer<QNetworkReply>(reply)] {
+        if (finished)
+            onFinished(finished);
+    };
+    QMetaObject::invokeMethod(this, deliver, Qt::QueuedConnection);
 }
 
 void NetworkHandler::onFinished(QNetworkReply* reply)

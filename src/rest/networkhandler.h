@@ -63,6 +63,7 @@ private:
         int result;
         QNetworkReply* reply;
     };
+    void queueFinished(QNetworkReply* reply);
     Posted postRequest(const HttpRequest& request, NetRequestType type);
     void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
 
