@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "account/facaderecorder.h"
+
+#include <kelaccount/kelaccounts.h>
+#include <kelaccount/profileinfo.h>
+
+#include <QMetaMethod>
+#include <QPixmap>
+#include <QTest>
+
+using KelAccount::KelAccounts;
+using KelAccount::PreAccountInfo;
+using KelAccount::ProfileInfo;
+
+namespace {
+
+QString listText(const QStringList& list)
+{
+    return QLatin1Char('[') + list.join(QLatin1String(", ")) + QLatin1Char(']');
+}
+
+QString pictureText(const QPixmap& picture)
+{
+    return picture.isNull()
+               ? QStringLiteral("no picture")
+               : QStringLiteral("picture %1x%2").arg(picture.width()).arg(picture.height());
+}
+
+QString preAccountText(const PreAccountInfo& info)
+{
+    return QStringLiteral("pre-account '%1' '%2' '%3' %4")
+        .arg(info.preAccountId, info.username, info.mobile)
+        .arg(int(info.country));
+}
+
+QString valueText(int type, const void* value)
+{
+    if (type == QMetaType::Bool)
+        return *static_cast<const bool*>(value) ? QStringLiteral("true") : QStringLiteral("false");
+    if (type == QMetaType::Int)
+        return QString::number(*static_cast<const int*>(value));
+    if (type == QMetaType::QString)
+        return QLatin1Char('\'') + *static_cast<const QString*>(value) + QLatin1Char('\'');
+    if (type == QMetaType::QStringList)
+        return listText(*static_cast<const QStringList*>(value));
+    if (type == QMetaType::QVariantMap)
+        return KelTest::mapText(*static_cast<const QVariantMap*>(value));
+    if (type == QMetaType::QPixmap)
+        return pictureText(*static_cast<const QPixmap*>(value));
+    if (type == QMetaType::type("KelAccount::PreAccountInfo"))
+        return preAccountText(*static_cast<const PreAccountInfo*>(value));
+    if (type == QMetaType::type("KelAccount::ProfileInfo*"))
+        return *static_cast<ProfileInfo* const*>(value) ? QStringLiteral("profile")
+                                                        : QStringLiteral("no profile");
+    return QStringLiteral("value of unknown type");
+}
+
+} // namespace
+
+namespace KelTest {
+
+QString mapText(const QVariantMap& map)
+{
+    QStringList pairs;
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        pairs.append(it.key() + QLatin1String(": ") + it.value().toString());
+    return QLatin1Char('{') + pairs.join(QLatin1String(", ")) + QLatin1Char('}');
+}
+
+FacadeRecorder::FacadeRecorder(KelAccounts* accounts)
+{
+    const QMetaObject& meta = KelAccounts::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        // A slot number of this object that no class of it declares: qt_metacall() gets it.
+        if (meta.method(i).methodType() == QMetaMethod::Signal)
+            QMetaObject::connect(accounts, i, this, staticMetaObject.methodCount() + i,
+                                 Qt::DirectConnection);
+    }
+}
+
+bool FacadeRecorder::waitFor(int count, int timeoutMs) const
+{
+    return QTest::qWaitFor([this, count] { return mLines.size() >= count; }, timeoutMs);
+}
+
+int FacadeRecorder::qt_metacall(QMetaObject::Call call, int id, void** arguments)
+{
+    const int signal = QObject::qt_metacall(call, id, arguments);
+    if (signal < 0 || call != QMetaObject::InvokeMetaMethod)
+        return signal;
+    record(signal, arguments);
+    return -1;
+}
+
+void FacadeRecorder::record(int signal, void** arguments)
+{
+    const QMetaMethod method = KelAccounts::staticMetaObject.method(signal);
+    QStringList values;
+    for (int i = 0; i < method.parameterCount(); ++i)
+        values.append(valueText(method.parameterType(i), arguments[i + 1]));
+    const QString name = QString::fromLatin1(method.name());
+    mLines.append(name + QLatin1Char('(') + values.join(QLatin1String(", ")) + QLatin1Char(')'));
+    if (afterwards)
+        afterwards(name);
+}
+
+} // namespace KelTest

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+
+namespace KelAccount {
+class KelAccounts;
+}
+
+namespace KelTest {
+
+/// Writes every signal of a facade down, in the order in which they come: the name and the values,
+/// such as "isUserIdAvailableResponse(0, true, [])".
+class FacadeRecorder : public QObject
+{
+public:
+    explicit FacadeRecorder(KelAccount::KelAccounts* accounts);
+
+    const QStringList& lines() const { return mLines; }
+    /// Runs the event loop until there are so many, but not longer than `timeoutMs`.
+    bool waitFor(int count, int timeoutMs = 5000) const;
+    void clear() { mLines.clear(); }
+
+    /// Called with the signal's name after each was written down; may delete the facade.
+    std::function<void(const QString& signal)> afterwards;
+
+    int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
+
+private:
+    void record(int signal, void** arguments);
+
+    QStringList mLines;
+};
+
+/// A map as the recorder writes it: "{key: value, key: value}".
+QString mapText(const QVariantMap& map);
+
+} // namespace KelTest

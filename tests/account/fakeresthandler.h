@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "rest/restrequesthandler.h"
+
+#include <QString>
+#include <QVariantList>
+#include <QVector>
+
+namespace KelTest {
+
+/// What the orchestrator handed to the REST layer.
+struct SentRequest
+{
+    QString operation;      ///< the send operation's name
+    QVariantList arguments; ///< besides signer, key and address
+    KelRestHandler::ISignatureProvider* signer;
+    QString consumerKey;
+    QString baseAddress;
+};
+
+/// Replaces RESTRequestHandler: nothing is sent, everything is written down, and answers are what
+/// the test emits from latest().
+namespace FakeRestHandler {
+
+void reset(); ///< nothing sent yet, and nothing is refused
+void refuseRequests();
+const QVector<SentRequest>& sent();
+/// The handler of the orchestrator that was made last.
+KelRestHandler::RESTRequestHandler& latest();
+
+/// Of the requests that were handed out: the number of the last, and how many are not deleted yet.
+int lastRequestId();
+int requestsAlive();
+
+} // namespace FakeRestHandler
+} // namespace KelTest

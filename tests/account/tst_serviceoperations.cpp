@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The operations that need no sign-on session, between the application and a REST layer that only
+// writes down what it is asked for.
+#include "account/facaderecorder.h"
+#include "account/fakeresthandler.h"
+#include "account/kelaccountsprivate.h"
+#include "account/serviceoperations.h"
+#include "device/testtagserver.h"
+#include "platform/fakemodem.h"
+#include "support/messagelog.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+using namespace KelTest;
+using KelAccount::KelAccountsPrivate;
+using KelRestHandler::ISignatureProvider;
+using serviceoperations::KelAccounts;
+using serviceoperations::Operation;
+
+namespace {
+
+const auto key = QStringLiteral("the key");
+const QByteArray tagReply("\x01tag");
+const QByteArray tagInBase64 = "dGFn";
+
+void initialize(KelAccounts& accounts, int server = 2)
+{
+    accounts.initialize(key, QStringLiteral("the secret"), server, QStringLiteral("service"), {});
+}
+
+QString refusal(const Operation& operation, int status)
+{
+    return QString::fromLatin1(operation.refusal).arg(status);
+}
+
+Operation operationOfTheRow()
+{
+    for (const Operation& operation : serviceoperations::all()) {
+        if (QTest::currentDataTag() == QByteArray(operation.name))
+            return operation;
+    }
+    return {};
+}
+
+void addRowForEachOperation()
+{
+    QTest::addColumn<bool>("initialized");
+    for (const Operation& operation : serviceoperations::all())
+        QTest::newRow(operation.name) << true;
+}
+
+} // namespace
+
+class TestServiceOperations : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        FakeRestHandler::reset();
+        FakeModem::reset();
+        // Nobody answers for tags unless a test says so.
+        TagServerAddress::setProgram("/nonexistent/tag-server");
+    }
+
+    void theTableHoldsEveryOperation() { QCOMPARE(serviceoperations::all().size(), 10); }
+
+    void aGoodCallIsHandedOnAndNotAnsweredHere_data() { addRowForEachOperation(); }
+    void aGoodCallIsHandedOnAndNotAnsweredHere()
+    {
+        const Operation operation = operationOfTheRow();
+        KelAccounts accounts;
+        initialize(accounts);
+        const FacadeRecorder recorder(&accounts);
+        operation.call(accounts);
+        QCoreApplication::processEvents();
+        QCOMPARE(recorder.lines(), QStringList());
+
+        QCOMPARE(FakeRestHandler::sent().size(), 1);
+        const SentRequest& sent = FakeRestHandler::sent().first();
+        QCOMPARE(sent.operation, QString::fromLatin1(operation.sent));
+        QVariantList arguments = operation.arguments;
+        if (operation.tagPurpose)
+            arguments.append(QByteArray());
+        QCOMPARE(sent.arguments, arguments);
+        QCOMPARE(sent.consumerKey, key);
+        QCOMPARE(sent.signer,
+                 static_cast<ISignatureProvider*>(accounts.findChild<KelAccountsPrivate*>()));
+    }
+
+    void aMissingArgumentIsRefusedFirst_data()
+    {
+        QTest::addColumn<int>("operation");
+        QTest::addColumn<int>("badCall");
+        QTest::addColumn<bool>("initialized");
+        const auto operations = serviceoperations::all();
+        for (int i = 0; i < operations.size(); ++i) {
+            for (int j = 0; j < operations[i].badCalls.size(); ++j) {
+                const char* const missing = operations[i].badCalls[j].name;
+                QTest::addRow("%s, no %s, initialised", operations[i].name, missing)
+                    << i << j << true;
+                QTest::addRow("%s, no %s, before", operations[i].name, missing) << i << j << false;
+            }
+        }
+    }
+
+    void aMissingArgumentIsRefusedFirst()
+    {
+        QFETCH(int, operation);
+        QFETCH(int, badCall);
+        QFETCH(bool, initialized);
+        const Operation row = serviceoperations::all().at(operation);
+        const ThreadTagServer tags(tagReply);
+        QVERIFY(tags.isReady());
+        KelAccounts accounts;
+        if (initialized)
+            initialize(accounts);
+        const FacadeRecorder recorder(&accounts);
+        row.badCalls.at(badCall).call(accounts);
+        QCOMPARE(recorder.lines(), QStringList());
+        QCoreApplication::processEvents();
+        QCOMPARE(recorder.lines(), QStringList(refusal(row, 1001)));
+        QVERIFY(FakeRestHandler::sent().isEmpty());
+        QCOMPARE(tags.connections(), 0);
+    }
+
+    void aCallBeforeInitializeIsRefused_data() { addRowForEachOperation(); }
+    void aCallBeforeInitializeIsRefused()
+    {
+        const Operation operation = operationOfTheRow();
+        const ThreadTagServer tags(tagReply);
+        QVERIFY(tags.isReady());
+        KelAccounts accounts;
+        const FacadeRecorder recorder(&accounts);
+        operation.call(accounts);
+        QCOMPARE(recorder.lines(), QStringList());
+        QCoreApplication::processEvents();
+        QCOMPARE(recorder.lines(), QStringList(refusal(operation, 802)));
+        QVERIFY(FakeRestHandler::sent().isEmpty());
+        QCOMPARE(tags.connections(), 0);
+    }
+
+    void aRequestThatCannotBeSentIsLoggedAndAnswered_data() { addRowForEachOperation(); }
+    void aRequestThatCannotBeSentIsLoggedAndAnswered()
+    {
+        const Operation operation = operationOfTheRow();
+        const ThreadTagServer tags(tagReply);
+        QVERIFY(tags.isReady());
+        KelAccounts accounts;
+        initialize(accounts);
+        const FacadeRecorder recorder(&accounts);
+        FakeRestHandler::refuseRequests();
+        {
+            const MessageLog log;
+            operation.call(accounts);
+            QCOMPARE(log.all(),
+                     QStringList(QLatin1String("C ") + QLatin1String(operation.failure)));
+        }
+        QCOMPARE(recorder.lines(), QStringList());
+        QCoreApplication::processEvents();
+        QCOMPARE(recorder.lines(), QStringList(refusal(operation, 1002)));
+        QCOMPARE(FakeRestHandler::sent().size(), 1);
+    }
+
+    void theServiceTagIsLoadedForThoseThatSendIt_data() { addRowForEachOperation(); }
+    void theServiceTagIsLoadedForThoseThatSendIt()
+    {
+        const Operation operation = operationOfTheRow();
+        const ThreadTagServer tags(tagReply);
+        QVERIFY(tags.isReady());
+        KelAccounts accounts;
+        initialize(accounts);
+        operation.call(accounts);
+        QCOMPARE(tags.connections(), operation.tagPurpose ? 1 : 0);
+        if (!operation.tagPurpose)
+            return;
+        // Behind the frame's head: the purpose, a colon and the time.
+        const QByteArray asked = tags.frames().first().mid(7);
+        QVERIFY2(asked.startsWith(QByteArray(operation.tagPurpose) + ':'), asked);
+        QCOMPARE(FakeRestHandler::sent().first().arguments.last().toByteArray(), tagInBase64);
+    }
+
+    void refusalsComeInTheOrderOfTheCalls()
+    {
+        KelAccounts accounts;
+        const FacadeRecorder recorder(&accounts);
+        QStringList expected;
+        for (const Operation& operation : serviceoperations::all()) {
+            operation.call(accounts);
+            expected.append(refusal(operation, 802));
+            for (const auto& bad : operation.badCalls) {
+                bad.call(accounts);
+                expected.append(refusal(operation, 1001));
+            }
+        }
+        QCOMPARE(recorder.lines(), QStringList());
+        QCoreApplication::processEvents();
+        QCOMPARE(recorder.lines(), expected);
+    }
+
+    void theFormatOfTermsIsTextOrHtml_data()
+    {
+        QTest::addColumn<int>("format");
+        QTest::addColumn<int>("sent");
+        QTest::newRow("0") << 0 << 0;
+        QTest::newRow("1") << 1 << 1;
+        QTest::newRow("2") << 2 << 1;
+        QTest::newRow("-1") << -1 << 1;
+    }
+
+    void theFormatOfTermsIsTextOrHtml()
+    {
+        QFETCH(int, format);
+        KelAccounts accounts;
+        initialize(accounts);
+        accounts.retrieveTermsOfService(QStringLiteral("s"), QString(), QString(), format);
+        QCOMPARE(FakeRestHandler::sent().size(), 1);
+        QTEST(FakeRestHandler::sent().first().arguments.last().toInt(), "sent");
+    }
+
+    void anyArgumentsDoWhereNoneIsChecked()
+    {
+        KelAccounts accounts;
+        initialize(accounts);
+        const FacadeRecorder recorder(&accounts);
+        accounts.retrieveCaptchaImage(-1, 0);
+        accounts.retrieveSecurityQuestionList(QString());
+        accounts.requestPasswordReset(QString(), QString(), false, QString());
+        QCoreApplication::processEvents();
+        QCOMPARE(FakeRestHandler::sent().size(), 3);
+        QCOMPARE(FakeRestHandler::sent().at(0).arguments, QVariantList({-1, 0}));
+        QCOMPARE(recorder.lines(), QStringList());
+    }
+
+    void theServerIsChosenByItsIndex_data()
+    {
+        QTest::addColumn<int>("server");
+        QTest::addColumn<QString>("base");
+        // The hosts as the build sets them: the numbers are what is looked at.
+        const auto base = [](const char* host) {
+            return QStringLiteral("https://%1/rest/1.0/").arg(QLatin1String(host));
+        };
+        QTest::newRow("0") << 0 << base(TEST_HOST_A);
+        QTest::newRow("1") << 1 << base(TEST_HOST_B);
+        QTest::newRow("2") << 2 << base(TEST_HOST_PRODUCTION);
+        QTest::newRow("3") << 3 << base(TEST_HOST_STAGING);
+        QTest::newRow("4") << 4 << base(TEST_HOST_C);
+        QTest::newRow("5") << 5 << base(TEST_HOST_D);
+        QTest::newRow("6") << 6 << base(TEST_HOST_PRODUCTION);
+        QTest::newRow("7") << 7 << base(TEST_HOST_PRODUCTION);
+        QTest::newRow("-1") << -1 << base(TEST_HOST_PRODUCTION);
+        QTest::newRow("largest") << std::numeric_limits<int>::max() << base(TEST_HOST_PRODUCTION);
+        QTest::newRow("smallest") << std::numeric_limits<int>::min() << base(TEST_HOST_PRODUCTION);
+    }
+
+    void theServerIsChosenByItsIndex()
+    {
+        QFETCH(int, server);
+        KelAccounts accounts;
+        initialize(accounts, server);
+        accounts.queryMarketingVariant();
+        QTEST(FakeRestHandler::sent().first().baseAddress, "base");
+    }
+
+    void aSecondInitializeLeavesKeyAndServer()
+    {
+        KelAccounts accounts;
+        initialize(accounts, 3);
+        accounts.initialize(QStringLiteral("other"), QStringLiteral("other"), 0, QString(), {});
+        accounts.queryMarketingVariant();
+        QCOMPARE(FakeRestHandler::sent().first().consumerKey, key);
+        QCOMPARE(FakeRestHandler::sent().first().baseAddress,
+                 QStringLiteral("https://%1/rest/1.0/").arg(QLatin1String(TEST_HOST_STAGING)));
+    }
+
+    void theCaptchaReceivedLastGoesWithARecovery()
+    {
+        KelAccounts accounts;
+        KelAccounts another;
+        initialize(accounts);
+        initialize(another);
+        // The handler made last is the other one's.
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, QStringLiteral("first"));
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, QStringLiteral("second"));
+        for (KelAccounts* facade : {&accounts, &another})
+            facade->requestPasswordReset(QStringLiteral("u"), QString(), false, QString());
+        QCOMPARE(FakeRestHandler::sent().at(0).arguments.at(1).toString(), QString());
+        QCOMPARE(FakeRestHandler::sent().at(1).arguments.at(1).toString(),
+                 QStringLiteral("second"));
+    }
+
+    void aRequestThatWasHandedOutLivesUntilItsAnswer()
+    {
+        const int before = FakeRestHandler::requestsAlive();
+        {
+            KelAccounts accounts;
+            initialize(accounts);
+            accounts.isUserIdAvailable(QStringLiteral("one"));
+            accounts.isUserIdAvailable(QStringLiteral("two"));
+            QCOMPARE(FakeRestHandler::requestsAlive(), before + 2);
+            KelRestHandler::UserNameAvailabilityResponse answer;
+            answer.requestId = FakeRestHandler::lastRequestId();
+            FakeRestHandler::latest().userNameAvailabilityResponse(answer);
+            QCOMPARE(FakeRestHandler::requestsAlive(), before + 1);
+        }
+        QCOMPARE(FakeRestHandler::requestsAlive(), before);
+    }
+
+    void aCaptchaIsNeededWithoutAServiceTag()
+    {
+        {
+            const ThreadTagServer tags(tagReply);
+            QVERIFY(tags.isReady());
+            KelAccounts accounts;
+            QVERIFY(!accounts.isCaptchaRequired());
+            QVERIFY(tags.frames().first().mid(7).startsWith(":SSO_REGISTRATION:"));
+        }
+        KelAccounts accounts;
+        QVERIFY(accounts.isCaptchaRequired());
+    }
+
+    void aTagThatCannotBeHadForAnOperationMakesACaptchaNeeded()
+    {
+        KelAccounts accounts;
+        initialize(accounts);
+        {
+            const ThreadTagServer tags(tagReply);
+            QVERIFY(tags.isReady());
+            accounts.isEmailIdAvailable(QStringLiteral("a@b.example"));
+            QVERIFY(!accounts.isCaptchaRequired());
+        }
+        accounts.isEmailIdAvailable(QStringLiteral("a@b.example"));
+        QCOMPARE(FakeRestHandler::sent().last().arguments.last().toByteArray(), QByteArray());
+        QVERIFY(accounts.isCaptchaRequired());
+    }
+};
+
+QTEST_MAIN(TestServiceOperations)
+#include "tst_serviceoperations.moc"
