@@ -90,7 +90,9 @@ public:
     QString securityAnswer() const;
     /// Language, used when languageAsString() is empty; QLocale::C sends none.
     QLocale::Language language() const;
-    /// Country, used when countryAsString() is empty.
+    /// Country, used when countryAsString() is empty. Prefer the text: the code is taken from the
+    /// name of Qt's English locale for the country, and where Qt has none (Brazil, Japan and most
+    /// countries whose language is not English) that is the locale of the United States.
     QLocale::Country country() const;
     /// Kept for the application; a registration never sends it.
     Gender gender() const;
