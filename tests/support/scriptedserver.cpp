@@ -101,13 +101,13 @@ void ScriptedServer::onData(QTcpSocket* socket)
 
 void ScriptedServer::react(QTcpSocket* socket)
 {
-    if (mReactions.isEmpty()) {
+    if (mReactions.isEmpty() && !mAnswer) {
         mProblems.append(QStringLiteral("unexpected request for ")
                          + QString::fromLatin1(mRequests.last().target));
         socket->abort();
         return;
     }
-    const Reaction reaction = mReactions.takeFirst();
+    const Reaction reaction = mAnswer ? mAnswer(mRequests.last()) : mReactions.takeFirst();
     if (reaction.end == Reaction::End::Hang)
         return;
     const auto act = [reaction, target = QPointer<QTcpSocket>(socket)] {

@@ -52,6 +52,8 @@ public:
     QString base() const; ///< "http://127.0.0.1:PORT/rest/1.0/"
 
     void expect(const Reaction& reaction) { mReactions.append(reaction); }
+    /// Instead of orders: decides about every request for itself.
+    void answerBy(std::function<Reaction(const WireRequest&)> answer) { mAnswer = std::move(answer); }
 
     const QList<WireRequest>& requests() const { return mRequests; }
     int connections() const { return mConnections; }
@@ -65,6 +67,7 @@ private:
     void react(QTcpSocket* socket);
 
     QList<Reaction> mReactions;
+    std::function<Reaction(const WireRequest&)> mAnswer;
     QList<WireRequest> mRequests;
     QHash<QTcpSocket*, QByteArray> mReceived;
     QStringList mProblems;

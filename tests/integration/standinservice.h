@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "support/scriptedserver.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QStringList>
+#include <QVector>
+
+#include <functional>
+
+/// An account service without TLS in this process, which the whole library talks to: only the table
+/// of the servers is replaced.
+namespace KelTest {
+
+/// One operation, from the call to the signals.
+struct ServedOperation
+{
+    const char* name;
+    std::function<void(KelAccount::KelAccounts&)> call;
+    QByteArray target; ///< behind the base address
+    QByteArray reply;
+    QStringList lines; ///< the signals, as FacadeRecorder writes them
+};
+
+const QVector<ServedOperation>& servedOperations();
+
+/// What goes wrong with one request.
+enum class Disturbance { None, Delay, Hang, Close, CloseInHeaders, CloseInBody, NotXml, Status500 };
+
+class StandInService
+{
+public:
+    StandInService();
+
+    /// Decides about every request; without it all is well.
+    std::function<Disturbance(const WireRequest&)> disturb;
+
+    const QList<WireRequest>& requests() const { return mServer.requests(); }
+    /// Requests for something that no operation asks for.
+    QStringList problems() const { return mProblems + mServer.problems(); }
+
+private:
+    Reaction answer(const WireRequest& request);
+
+    QStringList mProblems;
+    ScriptedServer mServer;
+};
+
+} // namespace KelTest
