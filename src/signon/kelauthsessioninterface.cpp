@@ -24,6 +24,7 @@ namespace KelAccount {
 namespace {
 
 constexpr int openingTimeoutMs = 90000;
+constexpr int cancelAfterMs = 1000;
 
 const QLatin1String methodName("zorauth");
 
@@ -169,6 +170,8 @@ bool KelAuthSessionInterface::openSession()
 void KelAuthSessionInterface::processOpeningTimeout()
 {
     qCCritical(logSignon, "The authentication plugin did not answer \"initialise\" in time");
+    if (mAuthSession)
+        mAuthSession->cancel();
     closeSession(ErrorAuthSessionInitializationFailed);
 }
 
@@ -201,9 +204,10 @@ void KelAuthSessionInterface::closeSession(int code)
     mSessionOpen = 0;
     if (mAuthSession) {
         mAuthSession->disconnect();
-        // The daemon runs the requests of all sessions on these credentials one by one, and would
-        // keep the next session waiting for an answer that nobody wants any more.
-        if (mCurrentRequest != NoRequest)
+        // The daemon runs the requests of all sessions on these credentials one by one: a plugin
+        // that hangs would keep the next session waiting. But not what may be answered this moment:
+        // when that and the cancellation meet, the daemon loses the request that comes next.
+        if (mInFlight.isValid() && mInFlight.hasExpired(cancelAfterMs))
             mAuthSession->cancel();
     }
     if (mIdentity) {
@@ -213,6 +217,7 @@ void KelAuthSessionInterface::closeSession(int code)
     }
     mIdentity.clear();
     mAuthSession.clear();
+    mInFlight.invalidate();
     abandonRequests(code);
 }
 
@@ -270,6 +275,7 @@ void KelAuthSessionInterface::sendRequest(RequestData request)
         abandonRequests(ErrorAuthSessionInitializationFailed);
         return;
     }
+    mInFlight.start();
     mAuthSession->process(request.sessionData, request.mechanism);
 }
 
@@ -286,6 +292,7 @@ void KelAuthSessionInterface::processPendingRequest()
 KelAccountRequestType KelAuthSessionInterface::takeCurrentRequest()
 {
     const KelAccountRequestType type = std::exchange(mCurrentRequest, NoRequest);
+    mInFlight.invalidate();
     processPendingRequest();
     return type;
 }
@@ -299,6 +306,7 @@ void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
 {
     if (mCurrentRequest == InitialiseRequest) {
         mCurrentRequest = NoRequest;
+        mInFlight.invalidate();
         closeSession(ErrorAuthSessionInitializationFailed);
         answer(InitialiseRequest, error.type(), SignOn::SessionData());
         return;

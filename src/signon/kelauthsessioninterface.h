@@ -8,6 +8,7 @@
 #include <SignOn/SessionData>
 
 #include <QDBusServiceWatcher>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QQueue>
@@ -64,8 +65,9 @@ public:
     /// The credentials of the first enabled account of the service; 0 without one.
     unsigned retrieveActiveAccountCredId();
 
-    /// Closes the session, if one is open, without a word to the plugin; what is in flight is
-    /// cancelled, so that it does not stand in the way of the next session on the same credentials.
+    /// Closes the session, if one is open, without a word to the plugin. Only a request that the
+    /// plugin has had for a second or longer is cancelled, so that one that hangs does not stand in
+    /// the way of the next session on the same credentials.
     void destroyActiveAuthSession();
 
     void signIn();
@@ -133,6 +135,7 @@ private:
     unsigned mSessionNumber = 0; // counts up with every end of a session
 
     KelAccountRequestType mCurrentRequest = NoRequest;
+    QElapsedTimer mInFlight; // since it was sent; invalid while nothing is with the plugin
     QQueue<RequestData> mPendingRequests;
 
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits

@@ -35,7 +35,8 @@ private Q_SLOTS:
     void anErrorOfCloseIsNobodys();
     void destroyingTellsThePluginNothing();
     void destroyingAnswersEveryRequestLater();
-    void destroyingCancelsWhatIsInFlight();
+    void destroyingCancelsWhatHangs();
+    void destroyingLetsThePluginFinishWhatIsNew();
     void aLateAnswerIsNobodys();
     void nothingOfTheOldSessionReachesTheNew();
     void withoutASessionEveryRequestIsRefused();
@@ -209,7 +210,7 @@ void TestQueue::destroyingTellsThePluginNothing()
 
 void TestQueue::destroyingAnswersEveryRequestLater()
 {
-    mSandbox.script({{token, PluginStep::Hang}});
+    mSandbox.script({{token, PluginStep::Answer, {}, 0, 100}});
     QVERIFY(open());
     mInterface->token();
     mInterface->ensureToken();
@@ -224,12 +225,13 @@ void TestQueue::destroyingAnswersEveryRequestLater()
     QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, token}));
 }
 
-void TestQueue::destroyingCancelsWhatIsInFlight()
+void TestQueue::destroyingCancelsWhatHangs()
 {
     mSandbox.script({{token, PluginStep::Hang}});
     QVERIFY(open());
     mInterface->token();
     QVERIFY(mSandbox.waitForRequests(2));
+    letPass(1100);
     mInterface->destroyActiveAuthSession();
     QVERIFY(waitUntil([this] { return mSandbox.cancellations() == 1; }));
     // The plugin is free for the next session on the same credentials.
@@ -237,9 +239,22 @@ void TestQueue::destroyingCancelsWhatIsInFlight()
     QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, token, initialise}));
 }
 
+void TestQueue::destroyingLetsThePluginFinishWhatIsNew()
+{
+    mSandbox.script({{token, PluginStep::Answer, {}, 0, 200}});
+    QVERIFY(open());
+    mInterface->token();
+    QVERIFY(mSandbox.waitForRequests(2));
+    mInterface->destroyActiveAuthSession();
+    QVERIFY(open());
+    QCOMPARE(mSandbox.cancellations(), 0);
+    QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, token, initialise}));
+    QCOMPARE(mAnswers, QStringList(QStringLiteral("token 405")));
+}
+
 void TestQueue::aLateAnswerIsNobodys()
 {
-    mSandbox.script({{token, PluginStep::IgnoreCancel, {}, 0, 300}});
+    mSandbox.script({{token, PluginStep::Answer, {}, 0, 300}});
     QVERIFY(open());
     mInterface->token();
     QVERIFY(mSandbox.waitForRequests(2));
@@ -302,15 +317,15 @@ void TestQueue::theInterfaceMayGoInAnAnswer()
 
 void TestQueue::theInterfaceMayGoWithRequestsWaiting()
 {
-    mSandbox.script({{token, PluginStep::Hang}});
+    mSandbox.script({{token, PluginStep::Answer, {}, 0, 100}});
     QVERIFY(open());
     mInterface->token();
     mInterface->ensureToken();
     QVERIFY(mSandbox.waitForRequests(2));
     mInterface.reset();
-    letPass(100);
+    letPass(200);
     QCOMPARE(mAnswers, QStringList());
-    QCOMPARE(mSandbox.cancellations(), 1);
+    QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, token}));
 }
 
 void TestQueue::aPluginThatForgotIsInitialisedAgain()
