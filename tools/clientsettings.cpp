@@ -61,7 +61,7 @@ ClientSettings ClientSettings::read(const QStringList& arguments, QString& probl
 
 void ClientSettings::takeOption(const QStringList& all, int& position, QString& problem)
 {
-    const QString argument = all.at(position);
+    const QString& argument = all.at(position);
     const QString name = argument.section(QLatin1Char('='), 0, 0);
     const bool joined = name.size() < argument.size();
     if (!joined && takeFlag(name))

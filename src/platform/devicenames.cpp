@@ -10,7 +10,7 @@ namespace QtMobility {
 namespace {
 
 // Larger than any release file or device-tree text; the rest of a larger file is not read.
-constexpr qint64 readLimit = 64 * 1024;
+constexpr qint64 readLimit = qint64{64} * 1024;
 
 QByteArray contents(const QString& path)
 {

@@ -14,7 +14,7 @@ class NetworkReplyContainer : public QObject
 
 public:
     /// Nothing that the service sends comes near this; what does is not held in memory.
-    static constexpr qint64 maximumReplyBytes = 8 * 1024 * 1024;
+    static constexpr qint64 maximumReplyBytes = qint64{8} * 1024 * 1024;
 
     explicit NetworkReplyContainer(QNetworkReply* reply);
 

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-namespace KelRestHandler {
-
 /// Dynamic properties of a QNetworkReply: the only link between a reply and its request.
-namespace ReplyProperty {
+namespace KelRestHandler::ReplyProperty {
 constexpr char requestType[] = "networkRequestType";
 constexpr char consumerKey[] = "clientConsumerKey";
 constexpr char requestId[] = "requestIdentifier";
 constexpr char timedOut[] = "timeoutRequest";
 constexpr char oversized[] = "oversizedReply";
-} // namespace ReplyProperty
-
-} // namespace KelRestHandler
+} // namespace KelRestHandler::ReplyProperty
