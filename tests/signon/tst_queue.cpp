@@ -274,6 +274,7 @@ void TestQueue::nothingOfTheOldSessionReachesTheNew()
     connect(mInterface.get(), &Interface::tokenResponse, this, [this] {
         mInterface->destroyActiveAuthSession();
         QVERIFY(open());
+        QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, token, initialise}));
     });
     mInterface->token();
     mInterface->ensureToken();
