@@ -9,13 +9,15 @@ RequestData::RequestData(const ZorKeLSignOn::ZorAuthSessionData& record,
 {
 }
 
-// A QObject is not copied; its fields are.
+// A QObject is not copied; its fields are. The compiler wants the base named all the same.
 RequestData::RequestData(const RequestData& other)
-    : QObject(), requestType(other.requestType), mechanism(other.mechanism),
-      sessionData(other.sessionData), sessionNumber(other.sessionNumber)
+    : QObject(), // NOLINT(readability-redundant-member-init)
+      requestType(other.requestType), mechanism(other.mechanism), sessionData(other.sessionData),
+      sessionNumber(other.sessionNumber)
 {
 }
 
+// NOLINTNEXTLINE(cert-oop54-cpp): each member bears being assigned to itself
 RequestData& RequestData::operator=(const RequestData& other)
 {
     requestType = other.requestType;
