@@ -45,6 +45,9 @@ private:
                                            const RequestInfoData& info);
     static Outcome decide(HttpResponse* response);
     static RESTResponseBase statusOf(HttpResponse* response);
+    /// The operation's structure, filled by `parse` only when the status is 0.
+    template <class Answer, class Parse>
+    static Answer read(HttpResponse* response, Parse parse);
     static void takeTimeOfSignIn(HttpResponse* response, const TokenInfoData& token);
 
     void processSignInResponse(HttpResponse* response);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What each operation makes of its reply. A function emits last: a receiver may delete the processor.
+// What each operation makes of its reply. A function emits last: a receiver may delete the
+// processor.
 #include "rest/msgparser.h"
 #include "rest/networkresponseprocessor.h"
 #include "rest/picture/captchapicture.h"
@@ -12,28 +13,35 @@ using namespace KelAccount;
 
 namespace KelRestHandler {
 
-void NetworkResponseProcessor::processSignInResponse(HttpResponse* response)
+template <class Answer, class Parse>
+Answer NetworkResponseProcessor::read(HttpResponse* response, Parse parse)
 {
     const Outcome outcome = decide(response);
-    TokenCreationResponse answer;
-    if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseTokenResponseInfoNode(answer.userName, answer.tokenInfo, answer.accountInfo,
-                                              answer.termsInfo, outcome.document);
-        takeTimeOfSignIn(response, answer.tokenInfo);
-    }
+    Answer answer;
+    if (outcome.info.statusCode == ErrorNone)
+        parse(answer, outcome.document);
     updateResponseWithBasicData(response, answer, outcome.info);
+    return answer;
+}
+
+void NetworkResponseProcessor::processSignInResponse(HttpResponse* response)
+{
+    const auto answer =
+        read<TokenCreationResponse>(response, [response](auto& into, const QDomNode& document) {
+            MsgParser::parseTokenResponseInfoNode(into.userName, into.tokenInfo, into.accountInfo,
+                                                  into.termsInfo, document);
+            takeTimeOfSignIn(response, into.tokenInfo);
+        });
     Q_EMIT signInResponse(answer);
 }
 
 void NetworkResponseProcessor::processTokenResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    TokenRefreshResponse answer;
-    if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseTokenResponseInfoNode(answer.userName, answer.tokenInfo, answer.accountInfo,
-                                              answer.termsInfo, outcome.document);
-    }
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<TokenRefreshResponse>(response, [](auto& into, const QDomNode& document) {
+            MsgParser::parseTokenResponseInfoNode(into.userName, into.tokenInfo, into.accountInfo,
+                                                  into.termsInfo, document);
+        });
     Q_EMIT tokenRefreshResponse(answer);
 }
 
@@ -59,8 +67,7 @@ void NetworkResponseProcessor::processRetrieveCaptchaResponse(HttpResponse* resp
     QString imageType; // the data itself says what it is
     QByteArray imageData;
     if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseCaptchaCreationResponse(captchaId, imageType, imageData,
-                                                outcome.document);
+        MsgParser::parseCaptchaCreationResponse(captchaId, imageType, imageData, outcome.document);
     }
     // The status is always 0: receivers tell a failure by the null picture.
     withCaptchaPicture(imageData, [this, &captchaId](const QPixmap& picture) {
@@ -70,14 +77,12 @@ void NetworkResponseProcessor::processRetrieveCaptchaResponse(HttpResponse* resp
 
 void NetworkResponseProcessor::processRegisterAccountResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    RegistrationResponse answer;
-    if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseRegistrationResponseInfoNode(answer.userName, answer.accountInfo,
-                                                     answer.tokenInfo, outcome.document);
-        takeTimeOfSignIn(response, answer.tokenInfo);
-    }
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<RegistrationResponse>(response, [response](auto& into, const QDomNode& document) {
+            MsgParser::parseRegistrationResponseInfoNode(into.userName, into.accountInfo,
+                                                         into.tokenInfo, document);
+            takeTimeOfSignIn(response, into.tokenInfo);
+        });
     const QPointer<NetworkResponseProcessor> alive(this);
     Q_EMIT registerAccountResponse(answer.status);
     if (alive)
@@ -104,11 +109,9 @@ void NetworkResponseProcessor::processDetectPreAccountResponse(HttpResponse* res
 
 void NetworkResponseProcessor::processretrieveTOSResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    TermsUrlsResponse answer;
-    if (outcome.info.statusCode == ErrorNone)
-        MsgParser::parseServiceQueryResponse(answer.urls, outcome.document);
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer = read<TermsUrlsResponse>(response, [](auto& into, const QDomNode& document) {
+        MsgParser::parseServiceQueryResponse(into.urls, document);
+    });
     Q_EMIT retrieveTOSResponse(answer);
 }
 
@@ -144,11 +147,10 @@ void NetworkResponseProcessor::processResetPasswordUsingSecurityQuestionResponse
 
 void NetworkResponseProcessor::processRetrieveSecuirtyQuestonResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    SecurityQuestionResponse answer;
-    if (outcome.info.statusCode == ErrorNone)
-        MsgParser::parseSecurityQuestionResponse(answer.securityQuestion, outcome.document);
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<SecurityQuestionResponse>(response, [](auto& into, const QDomNode& document) {
+            MsgParser::parseSecurityQuestionResponse(into.securityQuestion, document);
+        });
     Q_EMIT retrieveSecurityQuestionResponse(answer);
 }
 
@@ -159,11 +161,10 @@ void NetworkResponseProcessor::processChangePasswordResponse(HttpResponse* respo
 
 void NetworkResponseProcessor::processRetrieveTermsAcceptanceResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    TermsAcceptanceStatusResponse answer;
-    if (outcome.info.statusCode == ErrorNone)
-        MsgParser::parseTermsInfoNode(answer.termsInfo, outcome.document);
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<TermsAcceptanceStatusResponse>(response, [](auto& into, const QDomNode& document) {
+            MsgParser::parseTermsInfoNode(into.termsInfo, document);
+        });
     Q_EMIT retrieveTermsAcceptanceResponse(answer);
 }
 
@@ -174,13 +175,10 @@ void NetworkResponseProcessor::processUpdateTermsAcceptanceResponse(HttpResponse
 
 void NetworkResponseProcessor::processDownloadProfileResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    DownloadProfileResponse answer;
-    if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseProfileQueryResponseNode(answer.userName, answer.profile,
-                                                 outcome.document);
-    }
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<DownloadProfileResponse>(response, [](auto& into, const QDomNode& document) {
+            MsgParser::parseProfileQueryResponseNode(into.userName, into.profile, document);
+        });
     Q_EMIT downloadProfileResponse(answer);
 }
 
@@ -191,13 +189,10 @@ void NetworkResponseProcessor::processUpdateSecurityQuestionResponse(HttpRespons
 
 void NetworkResponseProcessor::processSetUserNameResponse(HttpResponse* response)
 {
-    const Outcome outcome = decide(response);
-    DownloadProfileResponse answer;
-    if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseProfileUpdateResponseNode(answer.userName, answer.profile,
-                                                  outcome.document);
-    }
-    updateResponseWithBasicData(response, answer, outcome.info);
+    const auto answer =
+        read<DownloadProfileResponse>(response, [](auto& into, const QDomNode& document) {
+            MsgParser::parseProfileUpdateResponseNode(into.userName, into.profile, document);
+        });
     Q_EMIT setUserIdResponse(answer);
 }
 
