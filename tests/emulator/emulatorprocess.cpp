@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QNetworkProxy>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QUrl>
@@ -20,6 +21,28 @@ constexpr int patience = 30000;
 void BoundProcess::setupChildProcess()
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+AdminReply askAdministration(const QString& address, const char* method, const QString& path,
+                             const QByteArray& body)
+{
+    const QUrl url(address);
+    QTcpSocket socket;
+    socket.setProxy(QNetworkProxy::NoProxy);
+    socket.connectToHost(url.host(), static_cast<quint16>(url.port(0)));
+    if (!socket.waitForConnected(patience))
+        return {};
+    socket.write(QByteArray(method) + ' ' + path.toLatin1() +
+                 " HTTP/1.1\r\nHost: localhost\r\n"
+                 "Content-Length: " +
+                 QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    QByteArray answer;
+    // It closes the connection after each answer.
+    while (socket.waitForReadyRead(patience))
+        answer += socket.readAll();
+    answer += socket.readAll();
+    const int headEnd = answer.indexOf("\r\n\r\n");
+    return {answer.mid(9, 3).toInt(), headEnd < 0 ? QByteArray() : answer.mid(headEnd + 4)};
 }
 
 EmulatorProcess::~EmulatorProcess()
@@ -74,22 +97,8 @@ quint16 EmulatorProcess::proxyPort() const
 AdminReply EmulatorProcess::admin(const char* method, const QString& path,
                                   const QByteArray& body) const
 {
-    const QUrl address(mEnvironment.value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN")));
-    QTcpSocket socket;
-    socket.connectToHost(address.host(), static_cast<quint16>(address.port(0)));
-    if (!socket.waitForConnected(patience))
-        return {};
-    socket.write(QByteArray(method) + ' ' + path.toLatin1() +
-                 " HTTP/1.1\r\nHost: localhost\r\n"
-                 "Content-Length: " +
-                 QByteArray::number(body.size()) + "\r\n\r\n" + body);
-    QByteArray answer;
-    // It closes the connection after each answer.
-    while (socket.waitForReadyRead(patience))
-        answer += socket.readAll();
-    answer += socket.readAll();
-    const int headEnd = answer.indexOf("\r\n\r\n");
-    return {answer.mid(9, 3).toInt(), headEnd < 0 ? QByteArray() : answer.mid(headEnd + 4)};
+    return askAdministration(mEnvironment.value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN")),
+                             method, path, body);
 }
 
 bool EmulatorProcess::orderFaults(const QByteArray& lines) const

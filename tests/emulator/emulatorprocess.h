@@ -25,6 +25,10 @@ struct AdminReply
     QByteArray body;
 };
 
+/// Asks the administrative endpoint at that address, past any proxy of the application.
+AdminReply askAdministration(const QString& address, const char* method, const QString& path,
+                             const QByteArray& body = {});
+
 /// The emulator program, serving.
 class EmulatorProcess
 {

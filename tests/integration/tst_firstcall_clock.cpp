@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs inside an emulator whose clock differs from the device's by KELACCOUNT_TEST_SKEW seconds.
+#include "account/facaderecorder.h"
+#include "integration/emulatedservice.h"
+#include "rest/timestampmanager.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QDateTime>
+#include <QTest>
+
+using namespace KelTest;
+using KelAccount::KelAccounts;
+using KelRestHandler::TimeStampManager;
+
+class TestFirstCallClock : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
+        bool given = false;
+        mSkew = qEnvironmentVariableIntValue("KELACCOUNT_TEST_SKEW", &given);
+        QVERIFY2(given, "set KELACCOUNT_TEST_SKEW to the emulator's --clock-skew");
+    }
+
+    void theFirstReplyCorrectsTheClock()
+    {
+        // The emulator's window, see docs/emulator.md.
+        constexpr int window = 300;
+        const bool inWindow = qAbs(mSkew) < window;
+        KelAccounts accounts;
+        accounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
+                            QStringLiteral("service"), {});
+        FacadeRecorder recorder(&accounts);
+        QVERIFY(isAbout(0));
+
+        accounts.isUserIdAvailable(QStringLiteral("bob"));
+        QVERIFY(recorder.waitFor(1));
+        QCOMPARE(recorder.lines().first(),
+                 inWindow ? QStringLiteral("isUserIdAvailableResponse(0, true, [])")
+                          : QStringLiteral("isUserIdAvailableResponse(504, false, [])"));
+        QVERIFY(isAbout(mSkew));
+
+        accounts.isUserIdAvailable(QStringLiteral("bob"));
+        QVERIFY(recorder.waitFor(2));
+        QCOMPARE(recorder.lines().last(), QStringLiteral("isUserIdAvailableResponse(0, true, [])"));
+
+        // The clock is the process's.
+        KelAccounts another;
+        another.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 3,
+                           QStringLiteral("service"), {});
+        FacadeRecorder anotherRecorder(&another);
+        another.isUserIdAvailable(QStringLiteral("bob"));
+        QVERIFY(anotherRecorder.waitFor(1));
+        QCOMPARE(anotherRecorder.lines(), QStringList(recorder.lines().last()));
+    }
+
+private:
+    // Whether requests are stamped with a time that differs by so much.
+    static bool isAbout(int seconds)
+    {
+        const qint64 stamp = TimeStampManager::getTimeStampManager()->timeStamp().toLongLong();
+        return qAbs(stamp - QDateTime::currentSecsSinceEpoch() - seconds) <= 2;
+    }
+
+    int mSkew = 0;
+};
+
+QTEST_GUILESS_MAIN(TestFirstCallClock)
+#include "tst_firstcall_clock.moc"

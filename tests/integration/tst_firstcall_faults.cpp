@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs inside the emulator: a call over TLS in which something goes wrong, and the call after it.
+#include "account/facaderecorder.h"
+#include "integration/emulatedservice.h"
+#include "rest/networkreplycontainer.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace KelTest;
+using KelAccount::KelAccounts;
+using KelRestHandler::NetworkReplyContainer;
+
+namespace {
+
+constexpr int guardMilliseconds = 60000;
+const auto freeName = QStringLiteral("isUserIdAvailableResponse(0, true, [])");
+
+QString failed(int status)
+{
+    return QStringLiteral("isUserIdAvailableResponse(%1, false, [])").arg(status);
+}
+
+} // namespace
+
+class TestFirstCallFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
+        mAccounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
+                             QStringLiteral("service"), {});
+        QCOMPARE(mRecorder.lines(), QStringList(QStringLiteral("initializeResponse(0)")));
+    }
+
+    void init()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(guardMilliseconds);
+        mRecorder.clear();
+    }
+
+    void cleanup()
+    {
+        EmulatedService::ask("POST", "/accept");
+        EmulatedService::ask("DELETE", "/faults");
+    }
+
+    void aFaultIsOneAnswerAndTheNextCallWorks_data()
+    {
+        QTest::addColumn<QByteArray>("faults");
+        QTest::addColumn<QString>("line");
+        const auto row = [](const char* faults, const QString& line) {
+            QTest::newRow(faults) << QByteArray(faults) << line;
+        };
+        row("delay=150", freeName);
+        // Qt sends a request again whose connection was closed before a reply began, but once.
+        row("close-before-headers", freeName);
+        row("2*close-before-headers", failed(402));
+        // Here it tries three times more.
+        row("4*close-in-headers", failed(402));
+        row("close-after-headers", failed(402));
+        row("cut-body", failed(402));
+        row("wrong-length", failed(402));
+        // What is no document is no error either; the network saw none.
+        row("short-length", freeName);
+        row("not-xml", freeName);
+        row("huge-body=1000000", freeName);
+        // Beyond the 8 MiB that are held in memory.
+        row("huge-body=9000000", failed(423));
+        row("wrong-host", failed(406));
+    }
+
+    void aFaultIsOneAnswerAndTheNextCallWorks()
+    {
+        QFETCH(QByteArray, faults);
+        QFETCH(QString, line);
+        QVERIFY(EmulatedService::orderFaults(faults));
+        QVERIFY(isAnsweredWith(line));
+        QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
+        QVERIFY(isAnsweredWith(freeName));
+    }
+
+    void anHttpStatusIsOneAnswerAndTheNextCallWorks_data()
+    {
+        QTest::addColumn<int>("httpStatus");
+        QTest::addColumn<int>("status");
+        // The network library's error for each, and the status that the error stands for.
+        const QList<QPair<int, int>> rows = {
+            {400, 419},  {401, 504},  {403, 413},  {404, 415},  {405, 414},  {407, 412},
+            {409, 1004}, {410, 1004}, {418, 419},  {429, 422},  {499, 422},  {500, 1004},
+            {501, 1004}, {502, 1004}, {503, 1004}, {504, 1004}, {599, 1004},
+        };
+        for (const auto& row : rows)
+            QTest::addRow("%d", row.first) << row.first << row.second;
+    }
+
+    void anHttpStatusIsOneAnswerAndTheNextCallWorks()
+    {
+        QFETCH(int, httpStatus);
+        QFETCH(int, status);
+        QVERIFY(EmulatedService::orderFaults("status=" + QByteArray::number(httpStatus)));
+        QVERIFY(isAnsweredWith(failed(status)));
+        QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
+        QVERIFY(isAnsweredWith(freeName));
+    }
+
+    void aServiceThatNeverAnswersIsATimeOut()
+    {
+        constexpr int shortGuard = 300;
+        NetworkReplyContainer::setGuardMilliseconds(shortGuard);
+        QVERIFY(EmulatedService::orderFaults("hang"));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(isAnsweredWith(failed(404)));
+        QVERIFY(clock.elapsed() >= shortGuard);
+        NetworkReplyContainer::setGuardMilliseconds(guardMilliseconds);
+        QVERIFY(isAnsweredWith(freeName));
+    }
+
+    void callsThatTimeOutAndCallsThatDoNotAreAnsweredOnceEach()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(400);
+        QVERIFY(EmulatedService::orderFaults("hang\nnone\nhang\ndelay=50"));
+        for (int i = 0; i < 4; ++i)
+            mAccounts.isUserIdAvailable(QStringLiteral("bob"));
+        QVERIFY(mRecorder.waitFor(4));
+        QTest::qWait(100);
+        QStringList lines = mRecorder.lines();
+        lines.sort();
+        QCOMPARE(lines, QStringList({freeName, freeName, failed(404), failed(404)}));
+    }
+
+    void aRefusingProxyIsOneAnswerUntilItAcceptsAgain()
+    {
+        QVERIFY(isAnsweredWith(freeName));
+        QCOMPARE(EmulatedService::ask("POST", "/refuse").status, 200);
+        // On the way to a TLS server, Qt reports a proxy that refuses as an unknown failure.
+        QVERIFY(isAnsweredWith(failed(420)));
+        QVERIFY(isAnsweredWith(failed(420)));
+        QCOMPARE(EmulatedService::ask("POST", "/accept").status, 200);
+        QVERIFY(isAnsweredWith(freeName));
+    }
+
+    void aFacadeMayBeDeletedDuringAFault_data()
+    {
+        QTest::addColumn<QByteArray>("fault");
+        for (const char* fault : {"none", "delay=30", "hang", "close-in-headers", "cut-body",
+                                  "huge-body=2000000", "wrong-host"})
+            QTest::newRow(fault) << QByteArray(fault);
+    }
+
+    void aFacadeMayBeDeletedDuringAFault()
+    {
+        QFETCH(QByteArray, fault);
+        for (const int lifeMilliseconds : {0, 5, 15, 25}) {
+            QVERIFY(EmulatedService::orderFaults(fault));
+            auto accounts = std::make_unique<KelAccounts>();
+            accounts->initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
+                                 QStringLiteral("service"), {});
+            const FacadeRecorder recorder(accounts.get());
+            accounts->isUserIdAvailable(QStringLiteral("bob"));
+            QTest::qWait(lifeMilliseconds);
+            accounts.reset();
+            const QStringList before = recorder.lines();
+            QVERIFY(before.size() <= 1);
+            QTest::qWait(40);
+            QCOMPARE(recorder.lines(), before);
+            EmulatedService::ask("DELETE", "/faults");
+        }
+        QVERIFY(isAnsweredWith(freeName));
+    }
+
+private:
+    // Calls, and sees that this one line answers.
+    bool isAnsweredWith(const QString& line)
+    {
+        mRecorder.clear();
+        mAccounts.isUserIdAvailable(QStringLiteral("bob"));
+        const bool inside = !mRecorder.lines().isEmpty();
+        const bool came = mRecorder.waitFor(1, 20000);
+        // Long enough for a second answer to the same call.
+        QTest::qWait(10);
+        if (!inside && came && mRecorder.lines() == QStringList(line))
+            return true;
+        qWarning("answered: %s", qPrintable(mRecorder.lines().join(QLatin1String("; "))));
+        return false;
+    }
+
+    KelAccounts mAccounts;
+    FacadeRecorder mRecorder{&mAccounts};
+};
+
+QTEST_GUILESS_MAIN(TestFirstCallFaults)
+#include "tst_firstcall_faults.moc"
