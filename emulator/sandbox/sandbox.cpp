@@ -10,7 +10,6 @@
 #include <QThread>
 
 #include <csignal>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -24,16 +23,9 @@ namespace {
 
 constexpr int startTimeoutMs = 10000;
 constexpr int stopTimeoutMs = 5000;
-constexpr int pollMs = 5;
+constexpr int pollMs = 2;
 
 const QLatin1String signonDaemonName("com.google.code.AccountsSSO.SingleSignOn");
-
-/// The bus must not outlive a program that crashed or was killed.
-class BusProcess : public QProcess
-{
-protected:
-    void setupChildProcess() override { prctl(PR_SET_PDEATHSIG, SIGTERM); }
-};
 
 QString activationFile(const QString& busName)
 {
@@ -106,6 +98,11 @@ void Sandbox::setVariable(const QString& name, const QString& value)
     mVariables.insert(name, value);
 }
 
+void Sandbox::setParentFolder(const QString& folder)
+{
+    mParentFolder = folder;
+}
+
 bool Sandbox::start()
 {
     mErrorText.clear();
@@ -119,7 +116,7 @@ QString Sandbox::path(const QString& name) const
 
 qint64 Sandbox::busProcessId() const
 {
-    return mBus ? mBus->processId() : 0;
+    return mBus.id();
 }
 
 bool Sandbox::fail(const QString& text)
@@ -130,8 +127,8 @@ bool Sandbox::fail(const QString& text)
 
 bool Sandbox::makeFolders()
 {
-    mFolder =
-        std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/kelsession-XXXXXX"));
+    const QString parent = mParentFolder.isNull() ? QDir::tempPath() : mParentFolder;
+    mFolder = std::make_unique<QTemporaryDir>(parent + QStringLiteral("/kelsession-XXXXXX"));
     if (!mFolder->isValid())
         return fail(mFolder->errorString());
     const QDir root(mFolder->path());
@@ -156,8 +153,9 @@ bool Sandbox::installFiles()
 {
     for (auto plugin = mPlugins.cbegin(); plugin != mPlugins.cend(); ++plugin) {
         const QString module = path(QStringLiteral("plugins/lib%1plugin.so").arg(plugin.key()));
-        if (!QFile::copy(plugin.value(), module))
-            return fail(QStringLiteral("cannot copy the plugin %1").arg(plugin.value()));
+        // A link, because the folder's file system may forbid executing what lies on it.
+        if (!QFile::exists(plugin.value()) || !QFile::link(plugin.value(), module))
+            return fail(QStringLiteral("cannot find the plugin %1").arg(plugin.value()));
     }
     const auto copyInto = [this](const QStringList& files, const QString& folder) {
         return std::all_of(files.cbegin(), files.cend(), [&](const QString& file) {
@@ -242,7 +240,8 @@ QProcessEnvironment Sandbox::environment() const
                      QStringLiteral("unix:path=%1").arg(path(QStringLiteral("bus"))));
     variables.insert(QStringLiteral("SSO_LOGGING_OUTPUT"), QStringLiteral("stderr"));
     for (auto variable = mVariables.cbegin(); variable != mVariables.cend(); ++variable)
-        variables.insert(variable.key(), variable.value());
+        variable.value().isNull() ? variables.remove(variable.key())
+                                  : variables.insert(variable.key(), variable.value());
     return variables;
 }
 
@@ -261,15 +260,7 @@ void Sandbox::applyToThisProcess() const
 
 bool Sandbox::startBus()
 {
-    mBus = std::make_unique<BusProcess>();
-    mBus->setProcessEnvironment(environment());
-    mBus->setStandardInputFile(QProcess::nullDevice());
-    mBus->setStandardOutputFile(logFile(), QIODevice::Append);
-    mBus->setStandardErrorFile(logFile(), QIODevice::Append);
-    mBus->start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                 QStringLiteral("--config-file=%1").arg(path(QStringLiteral("bus.conf")))});
-    if (!mBus->waitForStarted(startTimeoutMs))
+    if (!mBus.start(path(QStringLiteral("bus.conf")), environment(), logFile()))
         return fail(QStringLiteral("dbus-daemon cannot be started: package dbus"));
     return waitForBus();
 }
@@ -279,29 +270,22 @@ bool Sandbox::waitForBus()
     QElapsedTimer timer;
     timer.start();
     while (!acceptsConnections(path(QStringLiteral("bus")))) {
-        if (mBus->state() == QProcess::NotRunning || timer.hasExpired(startTimeoutMs)) {
+        if (!mBus.isRunning() || timer.hasExpired(startTimeoutMs)) {
             QFile log(logFile());
             log.open(QIODevice::ReadOnly);
             return fail(QStringLiteral("dbus-daemon did not come up: %1")
                             .arg(QString::fromLocal8Bit(log.readAll())));
         }
-        mBus->waitForFinished(pollMs);
+        QThread::msleep(pollMs);
     }
     return true;
 }
 
 void Sandbox::stop()
 {
-    if (mBus && mBus->state() != QProcess::NotRunning) {
-        mBus->terminate();
-        if (!mBus->waitForFinished(stopTimeoutMs)) {
-            mBus->kill();
-            mBus->waitForFinished(stopTimeoutMs);
-        }
-    }
-    if (mBus)
+    mBus.stop();
+    if (mFolder)
         waitForFollowers();
-    mBus.reset();
     mFolder.reset();
 }
 

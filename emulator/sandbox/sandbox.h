@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "sandbox/busprocess.h"
+
 #include <QMap>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -33,8 +34,11 @@ public:
     void addService(const QString& file);  ///< a `*.service` file of the accounts framework
     /// A further bus name that may be activated, if its package is installed.
     void addActivatableName(const QString& busName);
-    /// A further variable of the session's environment.
+    /// A further variable of the session's environment; a null value takes it out.
     void setVariable(const QString& name, const QString& value);
+
+    /// The folder that the session's own is made in; the one for temporary files when not set.
+    void setParentFolder(const QString& folder);
 
     /// Makes the folder and starts the bus. False when something is missing; errorText() says what.
     bool start();
@@ -65,12 +69,13 @@ private:
     bool fail(const QString& text);
 
     std::unique_ptr<QTemporaryDir> mFolder;
-    std::unique_ptr<QProcess> mBus;
+    BusProcess mBus;
     QMap<QString, QString> mPlugins; // method to module
     QStringList mProviders;
     QStringList mServices;
     QStringList mActivatableNames;
     QMap<QString, QString> mVariables;
+    QString mParentFolder;
     QString mErrorText;
 };
 
