@@ -2,33 +2,17 @@
 #include "emulator/emulator.h"
 
 #include "emulator/connection.h"
+#include "emulator/log.h"
 #include "emulator/options.h"
+#include "emulator/ownfiles.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace KelEmulator {
 
 namespace {
 
 constexpr const char* trustModuleName = "libkelaccount-emulator-trust.so";
-
-/// The preloaded module, beside this program in a build tree or installed. Empty when it is
-/// missing.
-std::string findTrustModule()
-{
-    namespace fs = std::filesystem;
-    std::error_code failed;
-    const fs::path program = fs::read_symlink("/proc/self/exe", failed);
-    if (failed)
-        return std::string();
-    for (const char* folder : {KELACCOUNT_TRUST_MODULE_BUILD, KELACCOUNT_TRUST_MODULE_INSTALLED}) {
-        const fs::path file = (program.parent_path() / folder / trustModuleName).lexically_normal();
-        if (fs::exists(file, failed))
-            return file.string();
-    }
-    return std::string();
-}
 
 std::string valueOf(const char* variable)
 {
@@ -65,11 +49,16 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
     const bool good = emulator->mFolder && makeCertificates(emulator->mCertificates, problem) &&
                       emulator->startServers(options, problem) &&
                       emulator->makeEnvironment(problem);
-    return good ? std::move(emulator) : nullptr;
+    if (!good)
+        return nullptr;
+    if (options.session)
+        emulator->startSession();
+    return emulator;
 }
 
 Emulator::~Emulator()
 {
+    mSession.reset();
     if (mAdmin)
         mAdmin->stop();
     if (mProxy)
@@ -98,6 +87,19 @@ bool Emulator::startServers(const Options& options, std::string& problem)
     return true;
 }
 
+/// Who only talks to the service needs no session, so its absence ends nothing.
+void Emulator::startSession()
+{
+    std::string problem;
+    mSession = Session::start(mFolder->path(), mEnvironment, problem);
+    if (!mSession) {
+        logLine("no sign-on session (" + problem +
+                "); only the service is there. --no-session leaves this line out");
+        return;
+    }
+    mEnvironment = mSession->environment();
+}
+
 void Emulator::serve(int descriptor, OpenConnections::Entry& entry)
 {
     SSL_CTX* const context = mService->faults().takeWrongHost() ? mCertificates.otherHost.get()
@@ -112,7 +114,7 @@ void Emulator::serve(int descriptor, OpenConnections::Entry& entry)
 bool Emulator::makeEnvironment(std::string& problem)
 {
     const std::string authority = mFolder->write("authority.pem", mCertificates.authorityPem);
-    const std::string module = findTrustModule();
+    const std::string module = findModule(trustModuleName);
     if (authority.empty() || module.empty()) {
         problem = authority.empty() ? "cannot write to " + mFolder->path()
                                     : std::string(trustModuleName) +

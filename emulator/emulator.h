@@ -7,6 +7,7 @@
 #include "emulator/command.h"
 #include "emulator/privatefolder.h"
 #include "emulator/proxy.h"
+#include "emulator/session.h"
 
 #include <memory>
 #include <string>
@@ -31,6 +32,7 @@ private:
     Emulator() = default;
     bool startServers(const Options& options, std::string& problem);
     bool makeEnvironment(std::string& problem);
+    void startSession();
     void serve(int descriptor, OpenConnections::Entry& entry);
 
     // In the order in which they are made; the folder goes last.
@@ -40,6 +42,7 @@ private:
     std::unique_ptr<Proxy> mProxy;
     std::unique_ptr<AdminServer> mAdmin;
     std::vector<EnvironmentChange> mEnvironment;
+    std::unique_ptr<Session> mSession; // null without one
 };
 
 } // namespace KelEmulator

@@ -96,6 +96,8 @@ bool Parser::flag(const std::string& name)
         mOptions.refuse = true;
     else if (name == "--verbose")
         mOptions.verbose = true;
+    else if (name == "--no-session")
+        mOptions.session = false;
     else if (name == "--no-default-accounts")
         mDefaults = false;
     else
@@ -213,6 +215,10 @@ std::string helpText()
 Emulates the account service on this machine. "run" runs COMMAND in an environment that leads it
 there and ends with its exit status; "serve" prints that environment and stays until interrupted.
 
+The environment is a device's session of its own: a private bus, the real sign-on daemon with the
+plugin for method "zorauth", and a private accounts database. HOME and the XDG folders are empty
+ones that vanish at the end.
+
   --account NAME               make an account (may be repeated)
   --reserve NAME               keep a name from being given to anybody (may be repeated)
   --no-default-accounts        without account "alice" and reserved name "admin"
@@ -227,6 +233,7 @@ there and ends with its exit status; "serve" prints that environment and stays u
   --refuse                     refuse connections until told to accept
   --proxy-port PORT            port of the proxy (any free one)
   --admin-port PORT            port of the administrative endpoint (any free one)
+  --no-session                 without bus, sign-on daemon and accounts database
   --verbose                    one line a request on standard error
   --help, --version
 

@@ -25,6 +25,7 @@ struct Options
     std::int64_t clockSkew = 0;
     int proxyPort = 0; ///< 0: any free one
     int adminPort = 0;
+    bool session = true;
     bool refuse = false;
     bool verbose = false;
 };

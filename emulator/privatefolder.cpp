@@ -2,6 +2,7 @@
 #include "emulator/privatefolder.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -9,16 +10,25 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace KelEmulator {
 
 namespace {
 
+/// When this process was killed, those who ended with it may still be writing into the folder.
 void removeFolder(const std::string& path)
 {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
+    constexpr auto pause = std::chrono::milliseconds(20);
+    constexpr int attempts = 250;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        std::error_code failed;
+        std::filesystem::remove_all(path, failed);
+        if (!failed)
+            return;
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 /// The child: holds nothing open that others wait for the end of, and outlives a signal to the
