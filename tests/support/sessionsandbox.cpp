@@ -8,6 +8,7 @@
 #include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QTest>
 
@@ -74,6 +75,10 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
 SessionSandbox::SessionSandbox()
 {
     mSession.setPlugin(QStringLiteral("zorauth"), QStringLiteral(KELACCOUNT_TEST_PLUGIN));
+    // The daemon has each answered request written out to disk; in memory that is ten times faster.
+    const QString memory = QStringLiteral("/dev/shm");
+    if (QFileInfo(memory).isWritable())
+        mSession.setParentFolder(memory);
 }
 
 bool SessionSandbox::start()
