@@ -39,8 +39,9 @@ void printForPeople(const QString& call, const Outcome& outcome, double millisec
     row(QStringLiteral("signal"), outcome.signal);
     row(QStringLiteral("status"), QString::number(outcome.status) + QLatin1Char(' ') +
                                       CommonUtils::ConvertErrorCodeToString(outcome.status));
+    // Names, too, may come from the service.
     for (const auto& value : outcome.values)
-        row(value.first, textOf(value.second));
+        row(printable(value.first), textOf(value.second));
     if (!outcome.failure.isEmpty())
         row(QStringLiteral("failed"), printable(outcome.failure));
     row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
@@ -48,14 +49,17 @@ void printForPeople(const QString& call, const Outcome& outcome, double millisec
 
 void printAsJson(const Outcome& outcome, double milliseconds)
 {
-    QJsonObject object{
-        {QStringLiteral("signal"), outcome.signal},
-        {QStringLiteral("status"), outcome.status},
-        {QStringLiteral("statusName"), CommonUtils::ConvertErrorCodeToString(outcome.status)},
-        {QStringLiteral("milliseconds"), milliseconds},
-    };
+    QJsonObject object;
+    // First: nothing that the service names may replace what the client says.
     for (const auto& value : outcome.values)
         object.insert(value.first, QJsonValue::fromVariant(value.second));
+    object.insert(QStringLiteral("signal"), outcome.signal);
+    object.insert(QStringLiteral("status"), outcome.status);
+    object.insert(QStringLiteral("statusName"),
+                  CommonUtils::ConvertErrorCodeToString(outcome.status));
+    object.insert(QStringLiteral("milliseconds"), milliseconds);
+    if (!outcome.failure.isEmpty())
+        object.insert(QStringLiteral("failed"), outcome.failure);
     std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
                stdout);
 }
