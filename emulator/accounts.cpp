@@ -1,23 +1,89 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/accounts.h"
 
+#include "emulator/service/values.h"
+
 #include <algorithm>
 
 namespace KelEmulator {
 
 namespace {
 
-constexpr const char* schema = R"(
-    BEGIN;
-    CREATE TABLE IF NOT EXISTS accounts (
-        id INTEGER PRIMARY KEY,
-        name TEXT NOT NULL UNIQUE COLLATE NOCASE
-    );
-    CREATE TABLE IF NOT EXISTS reserved_names (
-        name TEXT PRIMARY KEY COLLATE NOCASE
-    ) WITHOUT ROWID;
-    COMMIT;
-)";
+// In the order in which `bind` writes and `accountOf` reads them.
+#define KEL_ACCOUNT_COLUMNS                                                                        \
+    "name, password, email, mobile, email_verified, mobile_verified, question, answer, language, " \
+    "country, birthday, first_name, last_name, gender, marketing_email, marketing_mobile, tos, "   \
+    "service_tos, privacy_policy, failures"
+
+constexpr const char* insertText =
+    "INSERT INTO accounts (" KEL_ACCOUNT_COLUMNS ") VALUES (NULLIF(?1, ''), ?2, ?3, ?4, ?5, ?6, ?7,"
+    " ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16, ?17, ?18, ?19, ?20)";
+constexpr const char* saveText =
+    "UPDATE accounts SET (" KEL_ACCOUNT_COLUMNS ") = (NULLIF(?1, ''), ?2, ?3, ?4, ?5, ?6, ?7,"
+    " ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16, ?17, ?18, ?19, ?20) WHERE id = ?21";
+constexpr int keyParameter = 21;
+constexpr const char* findText = "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts WHERE id = ?1";
+// A name counts before an address, an address before a number.
+constexpr const char* findUserText = "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts"
+                                     " WHERE name = ?1 OR email = ?1 OR mobile = ?1"
+                                     " ORDER BY name = ?1 DESC, email = ?1 DESC, id LIMIT 1";
+constexpr const char* listText =
+    "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts ORDER BY id LIMIT 1000";
+
+#undef KEL_ACCOUNT_COLUMNS
+
+Account accountOf(const Query& row)
+{
+    Account account;
+    account.key = row.number(0);
+    account.name = row.text(1);
+    account.password = row.text(2);
+    account.email = row.text(3);
+    account.mobile = row.text(4);
+    account.emailVerified = row.number(5) != 0;
+    account.mobileVerified = row.number(6) != 0;
+    account.questionId = row.text(7);
+    account.answer = row.text(8);
+    account.language = row.text(9);
+    account.country = row.text(10);
+    account.dateOfBirth = row.text(11);
+    account.firstName = row.text(12);
+    account.lastName = row.text(13);
+    account.gender = row.text(14);
+    account.marketingByEmail = row.number(15) != 0;
+    account.marketingByMobile = row.number(16) != 0;
+    account.hasAcceptedTos = row.number(17) != 0;
+    account.hasAcceptedServiceTos = row.number(18) != 0;
+    account.hasAcceptedPrivacyPolicy = row.number(19) != 0;
+    account.failures = row.number(20);
+    return account;
+}
+
+void bind(Query& query, const Account& account)
+{
+    const std::string* const texts[] = {&account.name, &account.password, &account.email,
+                                        &account.mobile};
+    int index = 0;
+    for (const std::string* text : texts)
+        query.bind(++index, *text);
+    query.bind(++index, std::int64_t{account.emailVerified});
+    query.bind(++index, std::int64_t{account.mobileVerified});
+    const std::string* const more[] = {
+        &account.questionId,  &account.answer,    &account.language, &account.country,
+        &account.dateOfBirth, &account.firstName, &account.lastName, &account.gender};
+    for (const std::string* text : more)
+        query.bind(++index, *text);
+    for (const bool flag :
+         {account.marketingByEmail, account.marketingByMobile, account.hasAcceptedTos,
+          account.hasAcceptedServiceTos, account.hasAcceptedPrivacyPolicy})
+        query.bind(++index, std::int64_t{flag});
+    query.bind(++index, account.failures);
+}
+
+std::optional<Account> first(Query& query)
+{
+    return query.next() ? std::optional<Account>(accountOf(query)) : std::nullopt;
+}
 
 /// What suggestions are built on.
 std::string stemOf(const std::string& name)
@@ -34,31 +100,15 @@ std::string stemOf(const std::string& name)
 
 } // namespace
 
-Accounts::Accounts(std::unique_ptr<Database> database)
-    : mDatabase(std::move(database)),
-      mAdd(mDatabase->prepare("INSERT OR IGNORE INTO accounts (name) VALUES (?1)")),
-      mReserve(mDatabase->prepare("INSERT OR IGNORE INTO reserved_names (name) VALUES (?1)")),
-      mFind(mDatabase->prepare("SELECT EXISTS (SELECT 1 FROM accounts WHERE name = ?1),"
-                               " EXISTS (SELECT 1 FROM reserved_names WHERE name = ?1)"))
+Accounts::Accounts(Database& database)
+    : mDatabase(database), mInsert(database.prepare(insertText)), mSave(database.prepare(saveText)),
+      mFind(database.prepare(findText)), mFindUser(database.prepare(findUserText)),
+      mHasEmail(database.prepare("SELECT 1 FROM accounts WHERE email = ?1")),
+      mList(database.prepare(listText)),
+      mReserve(database.prepare("INSERT OR IGNORE INTO reserved_names (name) VALUES (?1)")),
+      mState(database.prepare("SELECT EXISTS (SELECT 1 FROM accounts WHERE name = ?1),"
+                              " EXISTS (SELECT 1 FROM reserved_names WHERE name = ?1)"))
 {
-}
-
-std::unique_ptr<Accounts> Accounts::open(const std::string& file, std::string& problem)
-{
-    std::unique_ptr<Database> database = Database::open(file, problem);
-    if (!database)
-        return nullptr;
-    if (!database->execute(schema)) {
-        problem = database->lastProblem();
-        return nullptr;
-    }
-    std::unique_ptr<Accounts> accounts(new Accounts(std::move(database)));
-    // A file of somebody else's may have tables of these names with other columns.
-    if (!accounts->mAdd.get() || !accounts->mReserve.get() || !accounts->mFind.get()) {
-        problem = accounts->mDatabase->lastProblem();
-        return nullptr;
-    }
-    return accounts;
 }
 
 bool Accounts::isWellFormed(const std::string& name)
@@ -76,21 +126,76 @@ bool Accounts::add(const std::string& name)
 {
     if (!isWellFormed(name))
         return false;
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return Query(mAdd).bind(1, name).run();
+    Account account;
+    account.name = name;
+    account.password = givenPassword;
+    const std::string email = name + "@example.org";
+    if (isEmailAddress(email) && !hasEmail(email)) {
+        account.email = email;
+        account.emailVerified = true;
+    }
+    return hasName(name) || insert(account);
 }
 
 bool Accounts::reserve(const std::string& name)
 {
-    if (!isWellFormed(name))
-        return false;
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return Query(mReserve).bind(1, name).run();
+    return isWellFormed(name) && Query(mReserve).bind(1, name).run();
 }
 
-Accounts::NameState Accounts::lookUp(const std::string& name)
+bool Accounts::insert(Account& account)
+{
+    Query query(mInsert);
+    bind(query, account);
+    if (!query.run())
+        return false;
+    account.key = mDatabase.lastKey();
+    return true;
+}
+
+bool Accounts::save(const Account& account)
+{
+    Query query(mSave);
+    bind(query, account);
+    return query.bind(keyParameter, account.key).run();
+}
+
+std::optional<Account> Accounts::find(std::int64_t key)
 {
     Query query(mFind);
+    return first(query.bind(1, key));
+}
+
+std::optional<Account> Accounts::findUser(const std::string& user)
+{
+    if (user.empty())
+        return std::nullopt;
+    Query query(mFindUser);
+    return first(query.bind(1, user));
+}
+
+bool Accounts::hasName(const std::string& name)
+{
+    Query query(mState);
+    return query.bind(1, name).next() && query.number(0) != 0;
+}
+
+bool Accounts::hasEmail(const std::string& email)
+{
+    return !email.empty() && Query(mHasEmail).bind(1, email).next();
+}
+
+std::vector<Account> Accounts::list()
+{
+    std::vector<Account> accounts;
+    Query query(mList);
+    while (query.next())
+        accounts.push_back(accountOf(query));
+    return accounts;
+}
+
+Accounts::NameState Accounts::state(const std::string& name)
+{
+    Query query(mState);
     query.bind(1, name);
     if (!query.next())
         return NameState::Free;
@@ -99,21 +204,14 @@ Accounts::NameState Accounts::lookUp(const std::string& name)
     return query.number(0) != 0 ? NameState::Taken : NameState::Free;
 }
 
-Accounts::NameState Accounts::state(const std::string& name)
-{
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return lookUp(name);
-}
-
 std::vector<std::string> Accounts::suggestions(const std::string& name, size_t count)
 {
     constexpr int attempts = 10000;
     const std::string stem = stemOf(name);
     std::vector<std::string> names;
-    const std::lock_guard<std::mutex> lock(mMutex);
     for (int number = 1; number <= attempts && names.size() < count; ++number) {
         std::string candidate = stem + std::to_string(number);
-        if (lookUp(candidate) == NameState::Free)
+        if (state(candidate) == NameState::Free)
             names.push_back(std::move(candidate));
     }
     return names;

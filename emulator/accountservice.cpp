@@ -21,6 +21,63 @@ Reply refused(int status, const char* code, const char* text, std::string& probl
     return errorReply(status, code, text);
 }
 
+struct ReadDocument
+{
+    const Operation* operation; ///< the one that the document is meant for
+    XmlElement root;
+    std::string problem; ///< empty when the document is as it must be
+};
+
+ReadDocument readDocument(const Operation& found, const std::string& document)
+{
+    ReadDocument read{&found, {}, {}};
+    if (document.empty()) {
+        if (found.layout)
+            read.problem = std::string("the document ") + found.layout->name + " is missing";
+        return read;
+    }
+    if (!found.layout) {
+        read.problem = "this operation has no document";
+        return read;
+    }
+    if (!readXml(document, read.root, read.problem))
+        return read;
+    read.operation = &amongAlternatives(found, read.root);
+    follows(read.root, *read.operation->layout, read.problem);
+    return read;
+}
+
+/// Looks the token up. False, with a reply, when the operation may not be done with it.
+bool acceptsToken(const Operation& operation, Call& call, Reply& reply, std::string& problem)
+{
+    constexpr std::string_view ofAccount = "accounts/{";
+    if (!operation.needsToken) {
+        if (call.token.empty())
+            return true;
+        reply = refused(400, "invalidMessageFormat", "No token belongs here", problem,
+                        "oauth_token is sent with an operation that needs none");
+        return false;
+    }
+    const std::optional<Token> token = call.tables.tokens.find(call.token, call.now);
+    std::optional<Account> account;
+    if (token)
+        account = call.tables.accounts.find(token->account);
+    if (!account) {
+        reply = refused(401, "invalidAccessToken", "The access token is not valid", problem,
+                        call.token.empty() ? "oauth_token is missing from the header"
+                                           : "oauth_token is unknown or has expired");
+        return false;
+    }
+    if (std::string_view(operation.path).substr(0, ofAccount.size()) == ofAccount &&
+        call.pathValues.front() != account->id()) {
+        reply = refused(403, "notAuthorized", "The access token is another account's", problem,
+                        "oauth_token is not of the account in the address");
+        return false;
+    }
+    call.account = std::move(*account);
+    return true;
+}
+
 bool isRestVerb(const std::string& verb)
 {
     return verb == "GET" || verb == "POST" || verb == "PUT" || verb == "DELETE";
@@ -28,8 +85,8 @@ bool isRestVerb(const std::string& verb)
 
 } // namespace
 
-AccountService::AccountService(const Options& options, std::unique_ptr<Accounts> accounts)
-    : mClock(options.clockSkew), mVerbose(options.verbose), mAccounts(std::move(accounts)),
+AccountService::AccountService(const Options& options, std::unique_ptr<Store> store)
+    : mClock(options.clockSkew), mVerbose(options.verbose), mStore(std::move(store)),
       mCheck(mClock, options.consumerKey, options.consumerSecret, realm)
 {
     mFaults.append(options.faults);
@@ -68,6 +125,12 @@ Reply AccountService::dispatch(const WireRequest& request, std::string& problem)
         return refused(401, "notAuthorized", "The request is not signed as it must be", problem,
                        why);
 
+    return perform(request, document, token, problem);
+}
+
+Reply AccountService::perform(const WireRequest& request, const std::string& document,
+                              const std::string& token, std::string& problem)
+{
     Route route = findOperation(request.restVerb, request.rawPath());
     switch (route.result) {
     case Route::Result::UnknownPath:
@@ -79,8 +142,29 @@ Reply AccountService::dispatch(const WireRequest& request, std::string& problem)
     case Route::Result::Found:
         break;
     }
-    return route.operation->answer({std::move(route.pathValues), queryItems(request.rawQuery()),
-                                    std::move(document), std::move(token), *mAccounts});
+    // Read ahead of the lock on the tables; what is wrong with it counts after the token.
+    ReadDocument read = readDocument(*route.operation, document);
+    return mStore->with([&](Tables& tables) {
+        Call call{std::move(route.pathValues),
+                  queryItems(request.rawQuery()),
+                  std::move(read.root),
+                  request.acceptLanguage,
+                  mClock.now(),
+                  token,
+                  {},
+                  tables};
+        Reply reply;
+        if (!acceptsToken(*read.operation, call, reply, problem)) {
+            // The reply says what was wrong.
+        } else if (!read.problem.empty()) {
+            reply = refused(400, "invalidMessageFormat", read.problem.c_str(), problem,
+                            read.problem);
+        } else {
+            reply = read.operation->answer(call);
+        }
+        reply.operation = read.operation->number;
+        return reply;
+    });
 }
 
 } // namespace KelEmulator

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "emulator/accounts.h"
 #include "emulator/clock.h"
 #include "emulator/fault.h"
 #include "emulator/reply.h"
 #include "emulator/requestcheck.h"
 #include "emulator/requestlog.h"
+#include "emulator/service/store.h"
 #include "emulator/wirerequest.h"
 
 #include <memory>
@@ -19,12 +19,12 @@ struct Options;
 class AccountService
 {
 public:
-    AccountService(const Options& options, std::unique_ptr<Accounts> accounts);
+    AccountService(const Options& options, std::unique_ptr<Store> store);
 
     /// Checks and answers a request. `problem` receives why it was refused, and is logged.
     Reply answer(const WireRequest& request, std::string& problem);
 
-    Accounts& accounts() { return *mAccounts; }
+    Store& store() { return *mStore; }
     FaultQueue& faults() { return mFaults; }
     RequestLog& requests() { return mRequests; }
     const Clock& clock() const { return mClock; }
@@ -32,10 +32,12 @@ public:
 
 private:
     Reply dispatch(const WireRequest& request, std::string& problem);
+    Reply perform(const WireRequest& request, const std::string& document,
+                  const std::string& token, std::string& problem);
 
     const Clock mClock;
     const bool mVerbose;
-    std::unique_ptr<Accounts> mAccounts;
+    std::unique_ptr<Store> mStore;
     RequestCheck mCheck;
     FaultQueue mFaults;
     RequestLog mRequests;

@@ -3,8 +3,7 @@
 
 #include "emulator/accountservice.h"
 #include "emulator/proxy.h"
-
-#include <sstream>
+#include "emulator/service/administration.h"
 
 namespace KelEmulator {
 
@@ -12,26 +11,12 @@ namespace {
 
 constexpr size_t threadCount = 4;
 constexpr const char* plainText = "text/plain; charset=UTF-8";
+constexpr const char* json = "application/json";
 
 void say(httplib::Response& response, int status, const std::string& text)
 {
     response.status = status;
     response.set_content(text + '\n', plainText);
-}
-
-/// The lines of a body that say something.
-std::vector<std::string> linesOf(const std::string& body)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(body);
-    std::string line;
-    while (std::getline(stream, line)) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        if (!line.empty())
-            lines.push_back(line);
-    }
-    return lines;
 }
 
 } // namespace
@@ -50,6 +35,7 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
     addFaultRoutes();
     addProxyRoutes();
     addAccountRoutes();
+    addRequestRoutes();
 }
 
 AdminServer::~AdminServer()
@@ -102,17 +88,44 @@ void AdminServer::addProxyRoutes()
 void AdminServer::addAccountRoutes()
 {
     mServer.Post("/accounts", [this](const httplib::Request& request, httplib::Response& response) {
-        const std::vector<std::string> names = linesOf(request.body);
-        for (const std::string& name : names) {
-            if (!mService.accounts().add(name))
-                return say(response, 400,
-                           "a name has 1 to 64 letters, digits or . _ - @ +; send one a line");
-        }
-        say(response, names.empty() ? 400 : 200,
-            names.empty() ? "send names, one a line" : "accounts there");
+        std::string problem;
+        if (!addAccounts(mService.store(), request.body, problem))
+            return say(response, 400, problem);
+        say(response, 200, "accounts there");
     });
+    mServer.Get("/accounts", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_content(accountsJson(mService.store()), json);
+    });
+    mServer.Post("/pre-accounts",
+                 [this](const httplib::Request& request, httplib::Response& response) {
+                     std::string problem;
+                     if (!addPreAccounts(mService.store(), request.body, problem))
+                         return say(response, 400, problem);
+                     say(response, 200, "pre-accounts there");
+                 });
+    mServer.Post("/tokens/expire", [this](const httplib::Request&, httplib::Response& response,
+                                          const httplib::ContentReader&) {
+        const std::int64_t now = mService.clock().now();
+        mService.store().with([now](Tables& tables) { tables.tokens.expireAll(now); });
+        say(response, 200, "no token is valid any more");
+    });
+    mServer.Get("/inbox", [this](const httplib::Request& request, httplib::Response& response) {
+        response.set_content(inboxJson(mService.store(), request.get_param_value("name")), json);
+    });
+    mServer.Get(R"(/captchas/([0-9a-f]+))", [this](const httplib::Request& request,
+                                                   httplib::Response& response) {
+        const std::string id = request.matches[1];
+        const std::int64_t now = mService.clock().now();
+        const auto text =
+            mService.store().with([&](Tables& tables) { return tables.captchas.text(id, now); });
+        say(response, text ? 200 : 404, text.value_or("there is no such captcha"));
+    });
+}
+
+void AdminServer::addRequestRoutes()
+{
     mServer.Get("/requests", [this](const httplib::Request&, httplib::Response& response) {
-        response.set_content(mService.requests().json(), "application/json");
+        response.set_content(mService.requests().json(), json);
     });
     mServer.Delete("/requests", [this](const httplib::Request&, httplib::Response& response) {
         mService.requests().clear();

@@ -28,6 +28,7 @@ private:
     void addFaultRoutes();
     void addProxyRoutes();
     void addAccountRoutes();
+    void addRequestRoutes();
 
     AccountService& mService;
     Proxy& mProxy;

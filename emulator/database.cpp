@@ -22,6 +22,12 @@ Query& Query::bind(int index, std::string_view text)
     return *this;
 }
 
+Query& Query::bind(int index, std::int64_t number)
+{
+    sqlite3_bind_int64(mStatement, index, number);
+    return *this;
+}
+
 bool Query::next()
 {
     return sqlite3_step(mStatement) == SQLITE_ROW;
@@ -72,8 +78,15 @@ bool Database::execute(const char* sql)
 Statement Database::prepare(const char* sql)
 {
     sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v3(mDatabase.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    const int result = sqlite3_prepare_v3(mDatabase.get(), sql, -1, SQLITE_PREPARE_PERSISTENT,
+                                          &statement, nullptr);
+    mAllPrepared = mAllPrepared && result == SQLITE_OK;
     return Statement(statement);
+}
+
+std::int64_t Database::lastKey() const
+{
+    return sqlite3_last_insert_rowid(mDatabase.get());
 }
 
 std::string Database::lastProblem() const

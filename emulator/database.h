@@ -37,6 +37,7 @@ public:
     ~Query();
 
     Query& bind(int index, std::string_view text);
+    Query& bind(int index, std::int64_t number);
     /// True when there is a row to read.
     bool next();
     /// Runs a statement that returns no rows.
@@ -58,6 +59,10 @@ public:
     bool execute(const char* sql);
     /// The statement of a faulty text is null and its queries return nothing.
     Statement prepare(const char* sql);
+    /// Whether every text prepared so far was good.
+    bool allPrepared() const { return mAllPrepared; }
+    /// The key of the row inserted last.
+    std::int64_t lastKey() const;
     std::string lastProblem() const;
 
 private:
@@ -67,6 +72,7 @@ private:
     };
     explicit Database(sqlite3* database) : mDatabase(database) {}
     std::unique_ptr<sqlite3, Closer> mDatabase;
+    bool mAllPrepared = true;
 };
 
 } // namespace KelEmulator

@@ -67,13 +67,14 @@ Emulator::~Emulator()
 
 bool Emulator::startServers(const Options& options, std::string& problem)
 {
-    std::unique_ptr<Accounts> accounts = Accounts::open(options.database, problem);
-    if (!accounts || !addAccounts(*accounts, options)) {
+    std::unique_ptr<Store> store = Store::open(options.database, problem);
+    if (!store ||
+        !store->with([&](Tables& tables) { return addAccounts(tables.accounts, options); })) {
         problem = "cannot use the database '" + options.database +
                   "': " + (problem.empty() ? "it cannot be written" : problem);
         return false;
     }
-    mService = std::make_unique<AccountService>(options, std::move(accounts));
+    mService = std::make_unique<AccountService>(options, std::move(store));
     mProxy = std::make_unique<Proxy>(
         [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });

@@ -1,33 +1,44 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "emulator/accounts.h"
 #include "emulator/reply.h"
+#include "emulator/service/layout.h"
 #include "emulator/wirerequest.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace KelEmulator {
 
-class Accounts;
+struct Tables;
 
-/// A request whose form and signature are good, as an operation sees it.
+/// A request whose signature, token and document are good, as an operation sees it.
 struct Call
 {
     std::vector<std::string> pathValues; ///< what the path has in place of each {…}, decoded
     NamedValues query;
-    std::string document; ///< XML document of the body, empty when there is none
-    std::string token;    ///< access token, empty when there is none
-    Accounts& accounts;
+    XmlElement document;
+    std::string language; ///< as "Accept-Language" has it
+    std::int64_t now = 0; ///< by the service's clock, in seconds since 1970
+    std::string token;    ///< access token, of an operation that needs one
+    Account account;      ///< whose token it is
+    Tables& tables;
 };
 
 /// An operation of the service: one row of the table in operationtable.cpp and one function.
 struct Operation
 {
+    int number;
     const char* verb; ///< as the "rest-verb" header has it
     const char* path; ///< after "/rest/1.0/"; {…} stands for one piece between slashes
+    bool needsToken;
+    const Layout* layout; ///< of its document, null when it has none
     Reply (*answer)(const Call& call);
+    /// Tells operations apart that share verb and path; they stand one after the other.
+    bool (*isMeant)(const XmlElement& document) = nullptr;
 };
 
 /// What the table says about a verb and a path.
@@ -41,5 +52,11 @@ struct Route
 
 /// Looks a request up. `rawPath` is percent-encoded and begins with "/rest/1.0/".
 Route findOperation(std::string_view verb, std::string_view rawPath);
+
+/// The one that a document is meant for, of the operations with the found one's verb and path.
+const Operation& amongAlternatives(const Operation& found, const XmlElement& document);
+
+/// Every row of the table.
+std::vector<Operation> allOperations();
 
 } // namespace KelEmulator

@@ -2,6 +2,9 @@
 #include "emulator/operation.h"
 #include "emulator/operations/operations.h"
 #include "emulator/percentencoding.h"
+#include "emulator/service/layouts.h"
+
+#include <iterator>
 
 namespace KelEmulator {
 
@@ -9,8 +12,19 @@ namespace {
 
 constexpr std::string_view servicePath = "/rest/1.0/";
 
-constexpr Operation operations[] = {
-    {"GET", "availability/{name}", userNameAvailability},
+const Operation operations[] = {
+    {3, "GET", "availability/{name}", false, nullptr, userNameAvailability},
+    {4, "POST", "captchas", false, &Layouts::captchaCreation, captchaCreation},
+    {6, "GET", "securityquestions", false, nullptr, securityQuestions},
+    {7, "POST", "autodetection", false, &Layouts::autoDetection, autoDetection},
+    {8, "GET", "services/{service}", false, nullptr, serviceQuery},
+    {10, "POST", "simplifiedpasswordrecovery/{user}/send", false, &Layouts::recoveryMessage,
+     recoveryMessage},
+    {11, "POST", "emailavailability/", false, &Layouts::emailAvailability, emailAvailability},
+    {12, "POST", "consentqueryvariant", false, &Layouts::consentVariant, consentVariant},
+    {13, "PUT", "simplifiedpasswordrecovery/{user}/change", false, &Layouts::passwordReset,
+     passwordReset},
+    {14, "GET", "simplifiedpasswordrecovery/{user}/question", false, nullptr, userSecurityQuestion},
 };
 
 std::string_view nextPiece(std::string_view& path)
@@ -60,6 +74,19 @@ Route findOperation(std::string_view verb, std::string_view rawPath)
         break;
     }
     return route;
+}
+
+const Operation& amongAlternatives(const Operation& found, const XmlElement& document)
+{
+    const Operation* candidate = &found;
+    while (candidate->isMeant && !candidate->isMeant(document))
+        ++candidate;
+    return *candidate;
+}
+
+std::vector<Operation> allOperations()
+{
+    return std::vector<Operation>(std::begin(operations), std::end(operations));
 }
 
 } // namespace KelEmulator

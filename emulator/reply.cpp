@@ -5,6 +5,16 @@
 
 namespace KelEmulator {
 
+namespace {
+
+void replaceAll(std::string& text, std::string_view from, std::string_view to)
+{
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+} // namespace
+
 std::string xmlEscaped(std::string_view text)
 {
     std::string escaped;
@@ -33,6 +43,10 @@ std::string xmlEscaped(std::string_view text)
         }
         }
     }
+    // Clients take every reply with "error" in its text for an error reply. A character reference
+    // keeps the value and hides the word.
+    replaceAll(escaped, "error", "&#101;rror");
+    replaceAll(escaped, "Error", "&#69;rror");
     return escaped;
 }
 

@@ -13,9 +13,11 @@ struct Reply
     std::string contentType = "text/xml; charset=UTF-8";
     std::string body;
     std::string outcome; ///< one or two words for the log
+    int operation = 0;   ///< number of the operation that answered, 0 when none was reached
 };
 
-/// Text with the five XML characters escaped; characters that XML forbids become "?".
+/// Text with the five XML characters escaped; characters that XML forbids become "?", and the word
+/// that clients know error replies by is written so that they do not see it.
 std::string xmlEscaped(std::string_view text);
 
 /// "<name>text</name>", the text escaped.

@@ -55,6 +55,7 @@ std::string RequestLog::json() const
         text += ", \"target\": " + jsonString(record.target);
         text += ", \"host\": " + jsonString(record.host);
         text += ", \"status\": " + std::to_string(record.status);
+        text += ", \"operation\": " + std::to_string(record.operation);
         text += ", \"outcome\": " + jsonString(record.outcome);
         text += ", \"problem\": " + jsonString(record.problem);
         text += ", \"fault\": " + jsonString(record.fault);

@@ -16,6 +16,7 @@ struct RequestRecord
     std::string target;
     std::string host;
     int status = 0;
+    int operation = 0; ///< 1 to 26, 0 when none was reached
     std::string outcome;
     std::string problem; ///< why a request was refused, empty otherwise
     std::string fault;

@@ -18,6 +18,7 @@ struct WireRequest
     std::string authorization;
     std::string restVerb;
     std::string contentType;
+    std::string acceptLanguage;
     std::string body;
 
     std::string_view rawPath() const;

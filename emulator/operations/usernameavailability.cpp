@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/accounts.h"
 #include "emulator/operations/operations.h"
+#include "emulator/service/store.h"
 
 namespace KelEmulator {
 
@@ -20,7 +21,7 @@ Reply userNameAvailability(const Call& call)
     }
 
     Reply reply;
-    switch (call.accounts.state(name)) {
+    switch (call.tables.accounts.state(name)) {
     case Accounts::NameState::Reserved:
         return errorReply(409, "usernameReserved", "This user name is reserved");
     case Accounts::NameState::Free:
@@ -30,7 +31,8 @@ Reply userNameAvailability(const Call& call)
     case Accounts::NameState::Taken: {
         // The root of a success with a status that is none: clients read the suggestions from it.
         std::string suggestions = "<userNameSuggestions>";
-        for (const std::string& suggestion : call.accounts.suggestions(name, suggestionCount))
+        for (const std::string& suggestion :
+             call.tables.accounts.suggestions(name, suggestionCount))
             suggestions += xmlElement("userNameSuggestion", suggestion);
         suggestions += "</userNameSuggestions>";
         reply.status = 422;

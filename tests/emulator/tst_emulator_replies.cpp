@@ -357,7 +357,7 @@ void TestEmulatorReplies::listsRequestsWithoutBodies()
     QVERIFY(mEmulator.requests().isEmpty());
     SignedRequest request(pathOf("carol"));
     request.document = "<a/>";
-    QCOMPARE(ask(request).status, 200);
+    QCOMPARE(ask(request).status, 400);
     const QJsonArray requests = mEmulator.requests();
     QCOMPARE(requests.size(), 1);
     const QJsonObject entry = requests.first().toObject();
@@ -366,9 +366,11 @@ void TestEmulatorReplies::listsRequestsWithoutBodies()
              QStringLiteral("/rest/1.0/availability/carol"));
     QCOMPARE(entry.value(QStringLiteral("host")).toString(),
              QStringLiteral(KELACCOUNT_HOST_PRODUCTION));
-    QCOMPARE(entry.value(QStringLiteral("status")).toInt(), 200);
+    QCOMPARE(entry.value(QStringLiteral("status")).toInt(), 400);
+    QCOMPARE(entry.value(QStringLiteral("operation")).toInt(), 3);
     QCOMPARE(entry.value(QStringLiteral("bodyBytes")).toInt(), 21); // XMLContent=%3Ca%2F%3E
-    QCOMPARE(entry.value(QStringLiteral("problem")).toString(), QString());
+    QCOMPARE(entry.value(QStringLiteral("problem")).toString(),
+             QStringLiteral("this operation has no document"));
 }
 
 QTEST_GUILESS_MAIN(TestEmulatorReplies)

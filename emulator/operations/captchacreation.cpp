@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/operations/operations.h"
+#include "emulator/service/captchapicture.h"
+#include "emulator/service/replies.h"
+#include "emulator/service/store.h"
+#include "emulator/service/values.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace KelEmulator {
+
+namespace {
+
+/// The layout has seen to it that there are digits; what is out of range is brought into it.
+int pixels(const std::string& text)
+{
+    constexpr long long limit = 100000;
+    return static_cast<int>(std::min(std::max(std::atoll(text.c_str()), -limit), limit));
+}
+
+} // namespace
+
+Reply captchaCreation(const Call& call)
+{
+    const PictureSize size = captchaSize(
+        {pixels(call.document.textOf("width")), pixels(call.document.textOf("height"))});
+    const Captcha captcha = call.tables.captchas.create(call.now);
+    const std::string picture = captchaPicture(captcha.text, size);
+    if (picture.empty())
+        return errorReply(500, "generalError", "No picture can be made");
+    return success("captchaCreationResponse", xmlElement("captchaId", captcha.id) +
+                                                  xmlElement("imageType", "image/png") +
+                                                  xmlElement("imageData", base64Encoded(picture)));
+}
+
+} // namespace KelEmulator

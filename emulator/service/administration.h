@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the administrative endpoint reads from and writes into the tables.
+#pragma once
+
+#include "emulator/service/store.h"
+
+#include <string>
+#include <vector>
+
+namespace KelEmulator {
+
+/// The lines of a body that say something.
+std::vector<std::string> linesOf(const std::string& body);
+
+/// Makes accounts: a JSON object or an array of them, or names, one a line. False, and why in
+/// `problem`, with nothing made.
+bool addAccounts(Store& store, const std::string& body, std::string& problem);
+
+/// Makes pre-accounts from a JSON object or an array of them.
+bool addPreAccounts(Store& store, const std::string& body, std::string& problem);
+
+/// Makes a pre-account from "MSIN[,USERNAME[,MOBILE[,COUNTRY]]]".
+bool addPreAccount(Devices& devices, const std::string& text, std::string& problem);
+
+/// The accounts without anything secret.
+std::string accountsJson(Store& store);
+
+/// The messages to a name or a recipient; all of them for an empty name.
+std::string inboxJson(Store& store, const std::string& name);
+
+} // namespace KelEmulator

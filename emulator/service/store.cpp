@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/service/store.h"
+
+#include "emulator/service/schema.h"
+
+#include <exception>
+
+namespace KelEmulator {
+
+Store::Transaction::Transaction(Database& database)
+    : mDatabase(database), mExceptions(std::uncaught_exceptions())
+{
+    mDatabase.execute("BEGIN");
+}
+
+Store::Transaction::~Transaction()
+{
+    mDatabase.execute(std::uncaught_exceptions() > mExceptions ? "ROLLBACK" : "COMMIT");
+}
+
+Store::Store(std::unique_ptr<Database> database)
+    : mDatabase(std::move(database)), mTables(*mDatabase)
+{
+}
+
+std::unique_ptr<Store> Store::open(const std::string& file, std::string& problem)
+{
+    std::unique_ptr<Database> database = Database::open(file, problem);
+    if (!database || !bringUpToDate(*database, problem))
+        return nullptr;
+    std::unique_ptr<Store> store(new Store(std::move(database)));
+    // A file of somebody else's may have tables of these names with other columns.
+    if (!store->mDatabase->allPrepared()) {
+        problem = store->mDatabase->lastProblem();
+        return nullptr;
+    }
+    return store;
+}
+
+} // namespace KelEmulator
