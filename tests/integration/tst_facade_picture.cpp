@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs inside the emulator, against the shared library: a captcha for a program that can hold
+// pictures (KELACCOUNT_TEST_PICTURES) and for one that cannot.
+#include "account/facaderecorder.h"
+#include "support/messagelog.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QPixmap>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace KelTest;
+using KelAccount::KelAccounts;
+
+namespace {
+
+#ifdef KELACCOUNT_TEST_PICTURES
+constexpr bool pictures = true;
+#else
+constexpr bool pictures = false;
+#endif
+const auto warning =
+    QStringLiteral("W A captcha picture needs a QGuiApplication; a null picture is delivered");
+
+} // namespace
+
+class TestFacadePicture : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        mAccounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
+                             QStringLiteral("service"), {});
+    }
+
+    void aCaptchaComesWithItsIdAndWithAPictureWhereOneCanBeHeld()
+    {
+        FacadeRecorder recorder(&mAccounts);
+        const MessageLog log;
+        mAccounts.retrieveCaptchaImage(200, 80);
+        QVERIFY(recorder.waitFor(2));
+
+        const QString picture =
+            pictures ? QStringLiteral("picture 200x80") : QStringLiteral("no picture");
+        QCOMPARE(recorder.lines().first(),
+                 QStringLiteral("captchaImageResponse(0, %1)").arg(picture));
+        const QRegularExpression both(
+            QStringLiteral("^retrieveCaptchaImageResponse\\(0, %1, '[0-9a-f]+'\\)$").arg(picture));
+        QVERIFY2(both.match(recorder.lines().last()).hasMatch(),
+                 qPrintable(recorder.lines().last()));
+        QCOMPARE(log.all(), pictures ? QStringList() : QStringList(warning));
+    }
+
+    void thePictureIsNotOfOneColour()
+    {
+        QPixmap picture;
+        bool came = false;
+        connect(&mAccounts, &KelAccounts::captchaImageResponse, this,
+                [&](KelAccount::ErrorStatus, const QPixmap& image) {
+                    picture = image;
+                    came = true;
+                });
+        const MessageLog log;
+        mAccounts.retrieveCaptchaImage(120, 48);
+        QTRY_VERIFY(came);
+        QCOMPARE(picture.isNull(), !pictures);
+        if (!pictures)
+            return;
+        const QImage image = picture.toImage();
+        QSet<QRgb> colours;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                colours.insert(image.pixel(x, y));
+        }
+        QVERIFY(colours.size() > 1);
+    }
+
+    void aRefusalNeedsNoPicture()
+    {
+        KelAccounts uninitialized;
+        const FacadeRecorder recorder(&uninitialized);
+        const MessageLog log;
+        uninitialized.retrieveCaptchaImage(200, 80);
+        QVERIFY(recorder.waitFor(1));
+        QCOMPARE(recorder.lines(),
+                 QStringList(QStringLiteral("captchaImageResponse(802, no picture)")));
+        QCOMPARE(log.all(), QStringList());
+    }
+
+private:
+    KelAccounts mAccounts;
+};
+
+#ifdef KELACCOUNT_TEST_PICTURES
+QTEST_MAIN(TestFacadePicture)
+#else
+QTEST_GUILESS_MAIN(TestFacadePicture)
+#endif
+#include "tst_facade_picture.moc"

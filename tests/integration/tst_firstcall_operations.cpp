@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Runs inside the emulator: the other operations that need no sign-on session, over TLS.
+#include "account/facaderecorder.h"
+#include "device/testtagserver.h"
+#include "integration/emulatedservice.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QTest>
+
+#include <functional>
+
+using namespace KelTest;
+using KelAccount::KelAccounts;
+
+namespace {
+
+struct Row
+{
+    const char* name;
+    std::function<void(KelAccounts&)> call;
+    const char* line; ///< the signal, or the beginning of it
+};
+
+QString text(const char* latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+// A device without SIM and without service tag, and a user who has a name and nothing else.
+// Statuses are those of the error codes that the emulator answers with.
+const QVector<Row>& rows()
+{
+    static const QVector<Row> all = {
+        {"pre-account", [](KelAccounts& a) { a.detectPreAccount(); },
+         "detectPreAccountResponse(507, pre-account '' '' '' 0)"},
+        {"consent variant", [](KelAccounts& a) { a.queryMarketingVariant(); },
+         "marketingVariantResponse(0, 3)"},
+        {"questions", [](KelAccounts& a) { a.retrieveSecurityQuestionList(text("en")); },
+         "securityQuestionListResponse(0, {1: "},
+        {"terms",
+         [](KelAccounts& a) { a.retrieveTermsOfService(text("shop"), text("fi"), text("FI"), 1); },
+         "termsOfServiceResponse(0, {privacyPolicyUrl: https://"},
+        {"terms of nobody",
+         [](KelAccounts& a) { a.retrieveTermsOfService(text("a b"), text("fi"), text("FI"), 1); },
+         "termsOfServiceResponse(507, {})"},
+        {"recovery without captcha",
+         [](KelAccounts& a) { a.requestPasswordReset(text("alice"), QString(), false, QString()); },
+         "requestPasswordResetResponse(513)"},
+        {"recovery with a wrong captcha",
+         [](KelAccounts& a) {
+             a.requestPasswordReset(text("alice"), text("guessed"), false, QString());
+         },
+         "requestPasswordResetResponse(517)"},
+        {"question of nobody",
+         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion(text("nobody"), text("en")); },
+         "retrievePasswordResetSecQuestionResponse(519, {"},
+        {"reset of nobody",
+         [](KelAccounts& a) {
+             a.resetPasswordUsingSecurityQuestion(text("nobody"), text("t"), text("p"), text("a"));
+         },
+         "resetPasswordUsingSecurityQuestionResponse(519)"},
+    };
+    return all;
+}
+
+} // namespace
+
+class TestFirstCallOperations : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
+        QVERIFY(mTags.isReady());
+        mAccounts.initialize(text("demo-key"), text("demo-secret"), 2, text("service"), {});
+    }
+
+    void init() { mRecorder.clear(); }
+    void cleanup() { EmulatedService::ask("DELETE", "/faults"); }
+
+    void theServiceAnswers_data() { addRows(); }
+    void theServiceAnswers()
+    {
+        QFETCH(int, index);
+        rows()[index].call(mAccounts);
+        QCOMPARE(mRecorder.lines(), QStringList());
+        QVERIFY(mRecorder.waitFor(1));
+        QTest::qWait(5);
+        QCOMPARE(mRecorder.lines().size(), 1);
+        QVERIFY2(mRecorder.lines().first().startsWith(text(rows()[index].line)),
+                 qPrintable(mRecorder.lines().first()));
+    }
+
+    void aFaultIsOneAnswerAndTheNextCallWorks_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QByteArray>("faults");
+        QTest::addColumn<QString>("status");
+        const QList<QPair<QByteArray, QString>> faults = {
+            {"2*close-before-headers", text("402")},
+            {"4*close-in-headers", text("402")},
+            {"cut-body", text("402")},
+            {"status=500", text("1004")},
+            {"status=403", text("413")},
+            {"wrong-host", text("406")},
+        };
+        for (int i = 0; i < rows().size(); ++i) {
+            for (const auto& fault : faults)
+                QTest::addRow("%s, %s", rows()[i].name, fault.first.constData())
+                    << i << fault.first << fault.second;
+        }
+    }
+
+    void aFaultIsOneAnswerAndTheNextCallWorks()
+    {
+        QFETCH(int, index);
+        QFETCH(QByteArray, faults);
+        QFETCH(QString, status);
+        QVERIFY(EmulatedService::orderFaults(faults));
+        rows()[index].call(mAccounts);
+        QVERIFY(mRecorder.waitFor(1, 20000));
+        QTest::qWait(5);
+        QCOMPARE(mRecorder.lines().size(), 1);
+        const QString signal = text(rows()[index].line).section(QLatin1Char('('), 0, 0);
+        const QString line = mRecorder.lines().first();
+        QVERIFY2(line.startsWith(signal + QLatin1Char('(') + status), qPrintable(line));
+        QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
+
+        mRecorder.clear();
+        rows()[index].call(mAccounts);
+        QVERIFY(mRecorder.waitFor(1));
+        QVERIFY2(mRecorder.lines().first().startsWith(text(rows()[index].line)),
+                 qPrintable(mRecorder.lines().first()));
+    }
+
+private:
+    static void addRows()
+    {
+        QTest::addColumn<int>("index");
+        for (int i = 0; i < rows().size(); ++i)
+            QTest::newRow(rows()[i].name) << i;
+    }
+
+    // It has no tag for anybody, and says so at once.
+    ThreadTagServer mTags{QByteArray("\0\0\0\0\x01", 5)};
+    KelAccounts mAccounts;
+    FacadeRecorder mRecorder{&mAccounts};
+};
+
+QTEST_GUILESS_MAIN(TestFirstCallOperations)
+#include "tst_firstcall_operations.moc"
