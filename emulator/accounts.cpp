@@ -27,6 +27,8 @@ constexpr const char* findText = "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accoun
 constexpr const char* findUserText = "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts"
                                      " WHERE name = ?1 OR email = ?1 OR mobile = ?1"
                                      " ORDER BY name = ?1 DESC, email = ?1 DESC, id LIMIT 1";
+constexpr const char* findEmailText =
+    "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts WHERE email = ?1";
 constexpr const char* listText =
     "SELECT id, " KEL_ACCOUNT_COLUMNS " FROM accounts ORDER BY id LIMIT 1000";
 
@@ -103,8 +105,7 @@ std::string stemOf(const std::string& name)
 Accounts::Accounts(Database& database)
     : mDatabase(database), mInsert(database.prepare(insertText)), mSave(database.prepare(saveText)),
       mFind(database.prepare(findText)), mFindUser(database.prepare(findUserText)),
-      mHasEmail(database.prepare("SELECT 1 FROM accounts WHERE email = ?1")),
-      mList(database.prepare(listText)),
+      mFindEmail(database.prepare(findEmailText)), mList(database.prepare(listText)),
       mReserve(database.prepare("INSERT OR IGNORE INTO reserved_names (name) VALUES (?1)")),
       mState(database.prepare("SELECT EXISTS (SELECT 1 FROM accounts WHERE name = ?1),"
                               " EXISTS (SELECT 1 FROM reserved_names WHERE name = ?1)"))
@@ -179,9 +180,12 @@ bool Accounts::hasName(const std::string& name)
     return query.bind(1, name).next() && query.number(0) != 0;
 }
 
-bool Accounts::hasEmail(const std::string& email)
+std::optional<Account> Accounts::findEmail(const std::string& email)
 {
-    return !email.empty() && Query(mHasEmail).bind(1, email).next();
+    if (email.empty())
+        return std::nullopt;
+    Query query(mFindEmail);
+    return first(query.bind(1, email));
 }
 
 std::vector<Account> Accounts::list()

@@ -71,7 +71,8 @@ public:
     std::optional<Account> find(std::int64_t key);
     /// The account of a user name, an e-mail address or a mobile number.
     std::optional<Account> findUser(const std::string& user);
-    bool hasEmail(const std::string& email);
+    std::optional<Account> findEmail(const std::string& email);
+    bool hasEmail(const std::string& email) { return findEmail(email).has_value(); }
     std::vector<Account> list();
 
     NameState state(const std::string& name);
@@ -86,7 +87,7 @@ private:
     Statement mSave;
     Statement mFind;
     Statement mFindUser;
-    Statement mHasEmail;
+    Statement mFindEmail;
     Statement mList;
     Statement mReserve;
     Statement mState;

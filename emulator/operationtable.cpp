@@ -12,20 +12,72 @@ namespace {
 
 constexpr std::string_view servicePath = "/rest/1.0/";
 
+bool isUserNameUpdate(const XmlElement& document)
+{
+    return document.child("username");
+}
+
+/// What the first piece of a profile update's user data is.
+std::string_view firstOfUserData(const XmlElement& document)
+{
+    const XmlElement* const user = document.child("userData");
+    return user && !user->children.empty() ? std::string_view(user->children.front().name)
+                                           : std::string_view();
+}
+
+bool isPasswordChange(const XmlElement& document)
+{
+    return firstOfUserData(document) == "password";
+}
+
+bool isSecurityQuestionUpdate(const XmlElement& document)
+{
+    const std::string_view first = firstOfUserData(document);
+    return first.empty() || first == "passwordQuestion" || first == "passwordAnswer";
+}
+
+constexpr const char* profilePath = "accounts/{id}/profile";
+constexpr const char* recoverySend = "simplifiedpasswordrecovery/{user}/send";
+constexpr const char* recoveryChange = "simplifiedpasswordrecovery/{user}/change";
+constexpr const char* recoveryQuestion = "simplifiedpasswordrecovery/{user}/question";
+constexpr const char* activationPath = "phoneactivationregistration";
+constexpr bool token = true;
+constexpr bool noToken = false;
+constexpr const Layout* noDocument = nullptr;
+
+// clang-format off
 const Operation operations[] = {
-    {3, "GET", "availability/{name}", false, nullptr, userNameAvailability},
-    {4, "POST", "captchas", false, &Layouts::captchaCreation, captchaCreation},
-    {6, "GET", "securityquestions", false, nullptr, securityQuestions},
-    {7, "POST", "autodetection", false, &Layouts::autoDetection, autoDetection},
-    {8, "GET", "services/{service}", false, nullptr, serviceQuery},
-    {10, "POST", "simplifiedpasswordrecovery/{user}/send", false, &Layouts::recoveryMessage,
-     recoveryMessage},
-    {11, "POST", "emailavailability/", false, &Layouts::emailAvailability, emailAvailability},
-    {12, "POST", "consentqueryvariant", false, &Layouts::consentVariant, consentVariant},
-    {13, "PUT", "simplifiedpasswordrecovery/{user}/change", false, &Layouts::passwordReset,
-     passwordReset},
-    {14, "GET", "simplifiedpasswordrecovery/{user}/question", false, nullptr, userSecurityQuestion},
+    {1, "POST", "tokens", noToken, &Layouts::tokenCreation, tokenCreation},
+    {2, "PUT", "tokens/{token}", token, noDocument, tokenRefresh},
+    {3, "GET", "availability/{name}", noToken, noDocument, userNameAvailability},
+    {4, "POST", "captchas", noToken, &Layouts::captchaCreation, captchaCreation},
+    {5, "POST", "accounts", noToken, &Layouts::registration, registration},
+    {5, "POST", activationPath, noToken, &Layouts::phoneActivation, phoneActivation},
+    {6, "GET", "securityquestions", noToken, noDocument, securityQuestions},
+    {7, "POST", "autodetection", noToken, &Layouts::autoDetection, autoDetection},
+    {8, "GET", "services/{service}", noToken, noDocument, serviceQuery},
+    {9, "DELETE", "tokens/{token}", token, noDocument, tokenDeletion},
+    {10, "POST", recoverySend, noToken, &Layouts::recoveryMessage, recoveryMessage},
+    {11, "POST", "emailavailability/", noToken, &Layouts::emailAvailability, emailAvailability},
+    {12, "POST", "consentqueryvariant", noToken, &Layouts::consentVariant, consentVariant},
+    {13, "PUT", recoveryChange, noToken, &Layouts::passwordReset, passwordReset},
+    {14, "GET", recoveryQuestion, noToken, noDocument, userSecurityQuestion},
+    {16, "GET", "accounts/{id}/marketing", token, noDocument, marketingConsentQuery},
+    {17, "PUT", "accounts/{id}/marketing", token, &Layouts::marketingConsent,
+     marketingConsentUpdate},
+    {18, "GET", "accounts/{id}/contacts", token, noDocument, contactsQuery},
+    {19, "PUT", "accounts/{id}/contacts", token, &Layouts::contactsUpdate, contactsUpdate},
+    {20, "GET", "terms/{identifier}", token, noDocument, termsQuery},
+    {21, "POST", "terms/{identifier}", token, &Layouts::termsUpdate, termsUpdate},
+    {22, "GET", profilePath, token, noDocument, profileQuery},
+    {25, "PUT", profilePath, token, &Layouts::userNameUpdate, userNameUpdate, isUserNameUpdate},
+    {15, "PUT", profilePath, token, &Layouts::passwordChange, passwordChange, isPasswordChange},
+    {24, "PUT", profilePath, token, &Layouts::securityQuestionUpdate, securityQuestionUpdate,
+     isSecurityQuestionUpdate},
+    {23, "PUT", profilePath, token, &Layouts::profileUpdate, profileUpdate},
+    {26, "POST", "accounts/{id}/devices", token, &Layouts::devicesUpdate, devicesUpdate},
 };
+// clang-format on
 
 std::string_view nextPiece(std::string_view& path)
 {

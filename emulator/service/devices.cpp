@@ -14,7 +14,8 @@ Devices::Devices(Database& database)
                                        " VALUES (?1, ?2, ?3, ?4, ?5)")),
       mFindPreAccount(database.prepare("SELECT id, hashed_msin, name, mobile, country"
                                        " FROM pre_accounts WHERE hashed_msin = ?1")),
-      mHasPreAccount(database.prepare("SELECT 1 FROM pre_accounts WHERE id = ?1"))
+      mHasPreAccount(database.prepare("SELECT 1 FROM pre_accounts WHERE id = ?1")),
+      mIsActivated(database.prepare("SELECT 1 FROM devices WHERE pre_account = ?1"))
 {
 }
 
@@ -59,6 +60,11 @@ std::optional<PreAccount> Devices::findPreAccount(const std::string& hashedMsin)
     if (!query.bind(1, hashedMsin).next())
         return std::nullopt;
     return PreAccount{query.text(0), query.text(1), query.text(2), query.text(3), query.text(4)};
+}
+
+bool Devices::isActivated(const std::string& preAccountId)
+{
+    return Query(mIsActivated).bind(1, preAccountId).next();
 }
 
 bool Devices::hasPreAccount(const std::string& id)

@@ -43,6 +43,8 @@ public:
     bool savePreAccount(const PreAccount& preAccount);
     std::optional<PreAccount> findPreAccount(const std::string& hashedMsin);
     bool hasPreAccount(const std::string& id);
+    /// Whether an account was registered with it.
+    bool isActivated(const std::string& preAccountId);
 
 private:
     Statement mSave;
@@ -50,6 +52,7 @@ private:
     Statement mSavePreAccount;
     Statement mFindPreAccount;
     Statement mHasPreAccount;
+    Statement mIsActivated;
 };
 
 } // namespace KelEmulator

@@ -120,4 +120,30 @@ Reply accountLocked()
     return errorReply(403, "accountLocked", "Too many failures; recover the password");
 }
 
+Reply contactsReply(const Account& account, const std::vector<Contact>& contacts)
+{
+    std::string list;
+    for (const Contact& contact : contacts) {
+        const bool isVerified = contact.isMobile
+                                    ? account.mobileVerified && contact.value == account.mobile
+                                    : account.emailVerified && contact.value == account.email;
+        list +=
+            enclosed(contact.isMobile ? "mobileContactOutput" : "emailContactOutput",
+                     xmlElement(contact.isMobile ? "mobileNumber" : "emailAddress", contact.value) +
+                         booleanElement("preferred", contact.isPreferred) +
+                         booleanElement("verified", isVerified));
+    }
+    return success("contactsUpdateResponse", enclosed("contacts", list));
+}
+
+std::optional<Reply> refuseTermsOfOthers(const std::string& identifier, const Account& account)
+{
+    const bool isNumber = identifier.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber && identifier != account.id())
+        return errorReply(403, "notAuthorized", "The access token is another account's");
+    if (!Accounts::isWellFormed(identifier))
+        return errorReply(404, "resourceNotFound", "There is no such service");
+    return std::nullopt;
+}
+
 } // namespace KelEmulator

@@ -4,7 +4,10 @@
 
 #include "emulator/accounts.h"
 #include "emulator/reply.h"
+#include "emulator/service/contacts.h"
 #include "emulator/service/tokens.h"
+
+#include <optional>
 
 namespace KelEmulator {
 
@@ -35,5 +38,11 @@ Reply operationErrorWith(int status, const char* area, std::string_view content,
 
 Reply noSuchUser();
 Reply accountLocked();
+
+Reply contactsReply(const Account& account, const std::vector<Contact>& contacts);
+
+/// Terms are asked for by the account's number or by the name of a service, whose terms are the
+/// account's all the same. Refuses another account's number.
+std::optional<Reply> refuseTermsOfOthers(const std::string& identifier, const Account& account);
 
 } // namespace KelEmulator

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/operations/operations.h"
+#include "emulator/service/replies.h"
+
+namespace KelEmulator {
+
+Reply marketingConsentQuery(const Call& call)
+{
+    return success(
+        "marketingConsentQueryResponse",
+        enclosed("marketingConsent", booleanElement("email", call.account.marketingByEmail) +
+                                         booleanElement("mobile", call.account.marketingByMobile)));
+}
+
+} // namespace KelEmulator

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/operations/operations.h"
+#include "emulator/service/replies.h"
+#include "emulator/service/store.h"
+
+namespace KelEmulator {
+
+Reply tokenRefresh(const Call& call)
+{
+    if (call.pathValues.front() != call.token)
+        return errorReply(401, "invalidAccessToken", "The address has another token");
+    call.tables.tokens.remove(call.token);
+    const Token token = call.tables.tokens.create(call.account.key, call.now);
+    return success("tokenRefreshResponse", tokenInfo(token) + userInfo(call.account) +
+                                               enclosed("termsInfo", termsFlags(call.account)));
+}
+
+} // namespace KelEmulator
