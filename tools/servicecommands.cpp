@@ -148,8 +148,8 @@ void resetPassword(KelAccounts& accounts, QObject* context, const CommandInput& 
                          report(statusOnly("requestPasswordResetResponse", status));
                      });
     const QString message = input.option("--message");
-    accounts.requestPasswordReset(input.arguments.at(0), input.option("--captcha-text"),
-                                  !message.isEmpty(), message);
+    // A captcha belongs to the object that fetched it, so this one shows the device's service tag.
+    accounts.requestPasswordReset(input.arguments.at(0), QString(), !message.isEmpty(), message);
 }
 
 void securityQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
@@ -194,7 +194,7 @@ std::vector<Command> serviceCommands()
          "where a service's terms are", "retrieveTermsOfService", true, terms},
         {"marketing-variant", "", "", "", "how to ask for marketing consent",
          "queryMarketingVariant", true, marketingVariant},
-        {"reset-password", "USER", "--captcha-text=TEXT --message=TEXT", "",
+        {"reset-password", "USER", "--message=TEXT", "",
          "have a recovery message sent", "requestPasswordReset", true, resetPassword},
         {"security-question", "USER [LANGUAGE]", "", "", "the security question of a user",
          "retrievePasswordResetSecQuestion", true, securityQuestion},

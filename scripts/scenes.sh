@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# Sourced by ./demo and its story: shows one call of the client and checks the status that it shows.
+SCENES=0
+SCENE_FAILURES=0
+SCENE_OUTPUT=
+
+# shown TEXT EXPECTED-STATUS: prints what the client said, which SCENE_OUTPUT holds
+shown() {
+    SCENES=$((SCENES + 1))
+    printf '\n--- %s\n%s\n' "$1" "$SCENE_OUTPUT"
+    grep -qE "^  status +$2 " <<<"$SCENE_OUTPUT" || {
+        echo "    this should have been status $2"
+        SCENE_FAILURES=$((SCENE_FAILURES + 1))
+    }
+}
+
+# scene TEXT EXPECTED-STATUS CLIENT-ARGUMENTS...
+scene() {
+    local text=$1 expected=$2
+    shift 2
+    SCENE_OUTPUT=$("$bin/kelaccount" "$@")
+    shown "$text" "$expected"
+}
+
+# Reports to the caller by a line and by the exit status.
+finish_scenes() {
+    echo
+    if [ $SCENE_FAILURES -eq 0 ]; then
+        echo "==> all $SCENES calls were answered as they should"
+        return 0
+    fi
+    echo "==> $SCENE_FAILURES of $SCENES calls were not answered as they should"
+    return 1
+}
