@@ -27,14 +27,18 @@ std::string appended(const char* variable, const std::string& entry)
     return list.empty() ? entry : list + ':' + entry;
 }
 
-bool addAccounts(Accounts& accounts, const Options& options)
+bool addAccounts(Tables& tables, const Options& options)
 {
     for (const std::string& name : options.accounts) {
-        if (!accounts.add(name))
+        if (!tables.accounts.add(name))
             return false;
     }
     for (const std::string& name : options.reserved) {
-        if (!accounts.reserve(name))
+        if (!tables.accounts.reserve(name))
+            return false;
+    }
+    for (const PreAccount& preAccount : options.preAccounts) {
+        if (!tables.devices.savePreAccount(preAccount))
             return false;
     }
     return true;
@@ -68,8 +72,7 @@ Emulator::~Emulator()
 bool Emulator::startServers(const Options& options, std::string& problem)
 {
     std::unique_ptr<Store> store = Store::open(options.database, problem);
-    if (!store ||
-        !store->with([&](Tables& tables) { return addAccounts(tables.accounts, options); })) {
+    if (!store || !store->with([&](Tables& tables) { return addAccounts(tables, options); })) {
         problem = "cannot use the database '" + options.database +
                   "': " + (problem.empty() ? "it cannot be written" : problem);
         return false;

@@ -2,6 +2,7 @@
 #include "emulator/emulator.h"
 #include "emulator/log.h"
 #include "emulator/options.h"
+#include "emulator/service/inboxcommand.h"
 
 #include <cstdio>
 #include <exception>
@@ -69,6 +70,12 @@ int run(int count, char** arguments)
         return 0;
     case Options::Mode::Version:
         std::puts("kelaccount-emulator " KELACCOUNT_VERSION);
+        return 0;
+    case Options::Mode::Inbox:
+        if (!printInbox(options.inboxOf, problem)) {
+            logLine(problem);
+            return Command::cannotStart;
+        }
         return 0;
     case Options::Mode::Run:
     case Options::Mode::Serve:

@@ -2,6 +2,7 @@
 #include "emulator/options.h"
 
 #include "emulator/accounts.h"
+#include "emulator/service/administration.h"
 
 #include <charconv>
 #include <fstream>
@@ -39,6 +40,8 @@ private:
     bool nameFor(const std::string& name, const std::string& value,
                  std::vector<std::string>& names);
     bool secretFile(const std::string& file);
+    bool preAccount(const std::string& text);
+    bool inbox();
     bool finish();
 
     std::vector<std::string> mArguments;
@@ -90,6 +93,16 @@ bool Parser::secretFile(const std::string& file)
     return true;
 }
 
+bool Parser::preAccount(const std::string& text)
+{
+    std::string why;
+    const std::optional<PreAccount> read = readPreAccount(text, why);
+    if (!read)
+        return fail("--pre-account cannot take '" + text + "': " + why);
+    mOptions.preAccounts.push_back(*read);
+    return true;
+}
+
 bool Parser::flag(const std::string& name)
 {
     if (name == "--refuse")
@@ -118,6 +131,8 @@ bool Parser::setting(const std::string& name, const std::string& value)
         return nameFor(name, value, mOptions.accounts);
     else if (name == "--reserve")
         return nameFor(name, value, mOptions.reserved);
+    else if (name == "--pre-account")
+        return preAccount(value);
     else if (name == "--fault")
         return readFault(value, mOptions.faults, problem);
     else if (name == "--clock-skew")
@@ -132,8 +147,10 @@ bool Parser::setting(const std::string& name, const std::string& value)
 bool Parser::option(const std::string& argument)
 {
     static constexpr const char* settings[] = {
-        "--database", "--consumer-key", "--consumer-secret-file", "--account",   "--reserve",
-        "--fault",    "--clock-skew",   "--proxy-port",           "--admin-port"};
+        "--database",  "--consumer-key", "--consumer-secret-file",
+        "--account",   "--reserve",      "--pre-account",
+        "--fault",     "--clock-skew",   "--proxy-port",
+        "--admin-port"};
     if (flag(argument))
         return true;
     const size_t sign = argument.find('=');
@@ -163,6 +180,8 @@ bool Parser::parse()
     if (mArguments.empty())
         return fail("say 'run -- COMMAND' or 'serve'; kelaccount-emulator --help tells more");
     const std::string& mode = mArguments[mNext++];
+    if (mode == "inbox")
+        return inbox();
     if (mode != "run" && mode != "serve")
         return fail("unknown word '" + mode + "'; say 'run -- COMMAND' or 'serve'");
     mOptions.mode = mode == "run" ? Options::Mode::Run : Options::Mode::Serve;
@@ -180,6 +199,17 @@ bool Parser::parse()
             return false;
     }
     return finish();
+}
+
+bool Parser::inbox()
+{
+    mOptions.mode = Options::Mode::Inbox;
+    if (mArguments.size() - mNext > 1 ||
+        (mNext < mArguments.size() && mArguments[mNext].rfind('-', 0) == 0))
+        return fail("inbox takes a name or nothing: kelaccount-emulator inbox [NAME]");
+    if (mNext < mArguments.size())
+        mOptions.inboxOf = mArguments[mNext];
+    return true;
 }
 
 bool Parser::finish()
@@ -211,15 +241,20 @@ std::string helpText()
 {
     return R"(usage: kelaccount-emulator run [options] -- COMMAND [ARGUMENT...]
        kelaccount-emulator serve [options]
+       kelaccount-emulator inbox [NAME]
 
 Emulates the account service on this machine. "run" runs COMMAND in an environment that leads it
 there and ends with its exit status; "serve" prints that environment and stays until interrupted.
+"inbox", said in that environment, shows the messages that the service sent, or those to one user.
 
 The environment is a device's session of its own: a private bus, the real sign-on daemon with the
 plugin for method "zorauth", and a private accounts database. HOME and the XDG folders are empty
 ones that vanish at the end.
 
-  --account NAME               make an account (may be repeated)
+  --account NAME               make an account with password "secret" and the address
+                               NAME@example.org (may be repeated)
+  --pre-account MSIN[,USERNAME[,MOBILE[,COUNTRY]]]
+                               know the subscriber with this number (may be repeated)
   --reserve NAME               keep a name from being given to anybody (may be repeated)
   --no-default-accounts        without account "alice" and reserved name "admin"
   --database FILE              keep accounts in an SQLite file instead of in memory
@@ -238,8 +273,9 @@ ones that vanish at the end.
   --help, --version
 
 In COMMAND's environment KELACCOUNT_EMULATOR_ADMIN is the address of the administrative endpoint
-(POST /faults, /refuse, /accept, /accounts; GET /faults, /requests, /health), and
-KELACCOUNT_EMULATOR_CA a file with the certificate authority.
+(POST /faults, /refuse, /accept, /accounts, /pre-accounts, /tokens/expire; GET /faults, /requests,
+/accounts, /inbox, /captchas/ID, /health), and KELACCOUNT_EMULATOR_CA a file with the certificate
+authority.
 
 Exit status of "run": COMMAND's own; 128 and the signal's number when a signal ended it; 127 when
 there is no such command, 126 when it cannot be run, 125 when the emulator cannot start, 2 on misuse.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/fault.h"
+#include "emulator/service/devices.h"
 
 #include <cstdint>
 #include <string>
@@ -12,7 +13,7 @@ namespace KelEmulator {
 /// The command line.
 struct Options
 {
-    enum class Mode { Run, Serve, Help, Version };
+    enum class Mode { Run, Serve, Inbox, Help, Version };
 
     Mode mode = Mode::Help;
     std::vector<std::string> command; ///< with Run only, never empty then
@@ -21,6 +22,8 @@ struct Options
     std::string consumerSecret = "demo-secret";
     std::vector<std::string> accounts;
     std::vector<std::string> reserved;
+    std::vector<PreAccount> preAccounts;
+    std::string inboxOf; ///< with Inbox: whose, empty for everybody's
     std::vector<Fault> faults;
     std::int64_t clockSkew = 0;
     int proxyPort = 0; ///< 0: any free one

@@ -217,7 +217,7 @@ bool addPreAccounts(Store& store, const std::string& body, std::string& problem)
     });
 }
 
-bool addPreAccount(Devices& devices, const std::string& text, std::string& problem)
+std::optional<PreAccount> readPreAccount(const std::string& text, std::string& problem)
 {
     static constexpr const char* names[] = {"msin", "userName", "mobile", "country"};
     std::istringstream stream(text);
@@ -229,11 +229,11 @@ bool addPreAccount(Devices& devices, const std::string& text, std::string& probl
     }
     try {
         if (std::getline(stream, value))
-            throw Refusal{"it has more than MSIN,USERNAME,MOBILE,COUNTRY"};
-        return devices.savePreAccount(preAccountFrom(object));
+            throw Refusal{"there is more than MSIN,USERNAME,MOBILE,COUNTRY"};
+        return preAccountFrom(object);
     } catch (const Refusal& refusal) {
         problem = refusal.problem;
-        return false;
+        return std::nullopt;
     }
 }
 

@@ -19,8 +19,8 @@ bool addAccounts(Store& store, const std::string& body, std::string& problem);
 /// Makes pre-accounts from a JSON object or an array of them.
 bool addPreAccounts(Store& store, const std::string& body, std::string& problem);
 
-/// Makes a pre-account from "MSIN[,USERNAME[,MOBILE[,COUNTRY]]]".
-bool addPreAccount(Devices& devices, const std::string& text, std::string& problem);
+/// Reads "MSIN[,USERNAME[,MOBILE[,COUNTRY]]]". Nothing, and why in `problem`, for anything else.
+std::optional<PreAccount> readPreAccount(const std::string& text, std::string& problem);
 
 /// The accounts without anything secret.
 std::string accountsJson(Store& store);

@@ -450,7 +450,7 @@ void TestEmulatorSignatures::logsNoSecretAndNoBody()
     SignedRequest request("/rest/1.0/tokens/pathtokenplanted");
     request.document = "<password>documentplanted</password>";
     request.token = "headertokenplanted";
-    QCOMPARE(ask(request.bytes()).status, 404);
+    QCOMPARE(ask(request.bytes()).status, 405);
     request.secret = "wrongsecretplanted";
     QCOMPARE(ask(request.bytes()).status, 401);
     QVERIFY(mEmulator.logHas("/rest/1.0/tokens/<token>: oauth_signature does not fit"));
