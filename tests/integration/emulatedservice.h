@@ -4,6 +4,9 @@
 #include "emulator/emulatorprocess.h"
 
 #include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QTest>
 
 /// The emulator that this program runs in.
 namespace KelTest::EmulatedService {
@@ -29,6 +32,21 @@ inline bool orderFaults(const QByteArray& faults)
 inline QByteArray faultsLeft()
 {
     return ask("GET", "/faults").body;
+}
+
+/// Waits until Qt's network threads are gone, once no facade is left. Qt waits for their work only;
+/// what OpenSSL keeps for each thread goes with its very end, and the leak checker counts that.
+inline bool waitForNetworkThreads()
+{
+    return QTest::qWaitFor([] {
+        const QDir tasks(QStringLiteral("/proc/self/task"));
+        for (const QString& id : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile name(tasks.filePath(id + QLatin1String("/comm")));
+            if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("QNetwork"))
+                return false;
+        }
+        return true;
+    });
 }
 
 } // namespace KelTest::EmulatedService

@@ -78,6 +78,8 @@ private Q_SLOTS:
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
     }
 
+    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
+
     void init() { EmulatedService::ask("DELETE", "/requests"); }
 
     // First, as the first connection of the process is looked at.

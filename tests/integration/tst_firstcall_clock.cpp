@@ -26,6 +26,8 @@ private Q_SLOTS:
         QVERIFY2(given, "set KELACCOUNT_TEST_SKEW to the emulator's --clock-skew");
     }
 
+    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
+
     void theFirstReplyCorrectsTheClock()
     {
         // The emulator's window, see docs/emulator.md.

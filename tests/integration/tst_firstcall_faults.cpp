@@ -9,6 +9,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <memory>
+
 using namespace KelTest;
 using KelAccount::KelAccounts;
 using KelRestHandler::NetworkReplyContainer;
@@ -33,9 +35,15 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
-        mAccounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
-                             QStringLiteral("service"), {});
+        mAccounts->initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
+                              QStringLiteral("service"), {});
         QCOMPARE(mRecorder.lines(), QStringList(QStringLiteral("initializeResponse(0)")));
+    }
+
+    void cleanupTestCase()
+    {
+        mAccounts.reset();
+        QVERIFY(EmulatedService::waitForNetworkThreads());
     }
 
     void init()
@@ -127,7 +135,7 @@ private Q_SLOTS:
         NetworkReplyContainer::setGuardMilliseconds(400);
         QVERIFY(EmulatedService::orderFaults("hang\nnone\nhang\ndelay=50"));
         for (int i = 0; i < 4; ++i)
-            mAccounts.isUserIdAvailable(QStringLiteral("bob"));
+            mAccounts->isUserIdAvailable(QStringLiteral("bob"));
         QVERIFY(mRecorder.waitFor(4));
         QTest::qWait(100);
         QStringList lines = mRecorder.lines();
@@ -180,7 +188,7 @@ private:
     bool isAnsweredWith(const QString& line)
     {
         mRecorder.clear();
-        mAccounts.isUserIdAvailable(QStringLiteral("bob"));
+        mAccounts->isUserIdAvailable(QStringLiteral("bob"));
         const bool inside = !mRecorder.lines().isEmpty();
         const bool came = mRecorder.waitFor(1, 20000);
         // Long enough for a second answer to the same call.
@@ -191,8 +199,8 @@ private:
         return false;
     }
 
-    KelAccounts mAccounts;
-    FacadeRecorder mRecorder{&mAccounts};
+    std::unique_ptr<KelAccounts> mAccounts = std::make_unique<KelAccounts>();
+    FacadeRecorder mRecorder{mAccounts.get()};
 };
 
 QTEST_GUILESS_MAIN(TestFirstCallFaults)

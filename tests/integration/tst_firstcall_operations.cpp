@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <functional>
+#include <memory>
 
 using namespace KelTest;
 using KelAccount::KelAccounts;
@@ -75,7 +76,13 @@ private Q_SLOTS:
     {
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
         QVERIFY(mTags.isReady());
-        mAccounts.initialize(text("demo-key"), text("demo-secret"), 2, text("service"), {});
+        mAccounts->initialize(text("demo-key"), text("demo-secret"), 2, text("service"), {});
+    }
+
+    void cleanupTestCase()
+    {
+        mAccounts.reset();
+        QVERIFY(EmulatedService::waitForNetworkThreads());
     }
 
     void init() { mRecorder.clear(); }
@@ -85,7 +92,7 @@ private Q_SLOTS:
     void theServiceAnswers()
     {
         QFETCH(int, index);
-        rows()[index].call(mAccounts);
+        rows()[index].call(*mAccounts);
         QCOMPARE(mRecorder.lines(), QStringList());
         QVERIFY(mRecorder.waitFor(1));
         QTest::qWait(5);
@@ -120,7 +127,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, faults);
         QFETCH(QString, status);
         QVERIFY(EmulatedService::orderFaults(faults));
-        rows()[index].call(mAccounts);
+        rows()[index].call(*mAccounts);
         QVERIFY(mRecorder.waitFor(1, 20000));
         QTest::qWait(5);
         QCOMPARE(mRecorder.lines().size(), 1);
@@ -130,7 +137,7 @@ private Q_SLOTS:
         QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
 
         mRecorder.clear();
-        rows()[index].call(mAccounts);
+        rows()[index].call(*mAccounts);
         QVERIFY(mRecorder.waitFor(1));
         QVERIFY2(mRecorder.lines().first().startsWith(text(rows()[index].line)),
                  qPrintable(mRecorder.lines().first()));
@@ -146,8 +153,8 @@ private:
 
     // It has no tag for anybody, and says so at once.
     ThreadTagServer mTags{QByteArray("\0\0\0\0\x01", 5)};
-    KelAccounts mAccounts;
-    FacadeRecorder mRecorder{&mAccounts};
+    std::unique_ptr<KelAccounts> mAccounts = std::make_unique<KelAccounts>();
+    FacadeRecorder mRecorder{mAccounts.get()};
 };
 
 QTEST_GUILESS_MAIN(TestFirstCallOperations)

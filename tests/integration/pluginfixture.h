@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "integration/emulatedservice.h"
+
+#include <SignOn/AuthSession>
+#include <SignOn/Error>
+#include <SignOn/Identity>
+#include <SignOn/SessionData>
+
+#include <QJsonObject>
+#include <QObject>
+#include <QTest>
+#include <QVariantMap>
+
+#include <memory>
+
+/// The plugin as a client of the sign-on daemon meets it, inside the emulator: no class of this
+/// project stands between.
+class PluginFixture : public QObject
+{
+    Q_OBJECT
+
+protected:
+    struct Outcome
+    {
+        int error = -1; ///< type of the sign-on error, 0 for an answer, -1 for neither in time
+        QVariantMap data;
+        QString message;
+    };
+
+    static QString key() { return QStringLiteral("demo-key"); }
+    static constexpr int server = 2;
+
+    /// Whether this program runs where it must.
+    static bool isInside();
+
+    /// Makes an account of the service: userName, password, email, ... Its number there.
+    static QString addAccount(const QJsonObject& account);
+    /// The service's account with that number, without anything secret.
+    static QJsonObject accountAtService(const QString& number);
+    /// Numbers of the operations that the service was asked since this was last called.
+    static QList<int> operations();
+    static bool letTokensExpire();
+    /// A captcha that a registration can use.
+    static bool makeCaptcha(QString& id, QString& text);
+
+    /// Stores an identity as the library does and opens a session on it.
+    bool openSession(const QString& user, const QString& secret);
+    /// Sends a request with the keys of every request, and `data` over them; a null value takes a
+    /// key out.
+    void send(const char* mechanism, const QVariantMap& data = {});
+    Outcome wait(int timeoutMs = 20000);
+    Outcome process(const char* mechanism, const QVariantMap& data = {});
+    SignOn::AuthSession* session() { return mSession.data(); }
+
+    static QString storeFile(const char* file);
+    /// What the daemon keeps for this identity, by name.
+    QVariantMap stored() const;
+    /// Of that, what belongs to this application and server.
+    QVariantMap storedSession() const;
+    static QString sessionKey() { return QStringLiteral("Session 2 demo-key"); }
+    /// Data of a request in which the daemon's copy of the session lies before its end.
+    QVariantMap expired() const;
+
+    /// Kills what the daemon runs plugins in. False when there was none.
+    static bool killPluginProcesses();
+
+    quint32 mIdentityId = 0;
+
+private:
+    std::unique_ptr<SignOn::Identity> mIdentity;
+    SignOn::AuthSessionP mSession;
+    Outcome mOutcome;
+};
