@@ -6,6 +6,8 @@
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
 
+#include <algorithm>
+
 namespace ZorAuth {
 
 using namespace KelAccount;
@@ -36,15 +38,14 @@ Job::~Job() = default;
 
 QVariantMap Job::changes() const
 {
-    QVariantMap changed;
-    const auto note = [&](const QString& key, const QVariantMap& now) {
-        if (mData.value(key).toMap() != now)
-            changed.insert(key, now);
+    const QVariantMap own = {
+        {StoredSession::key(mServer, mConsumerKey), mSession.toMap()},
+        {ChangedPassword::key(), mChangedPassword.toMap()},
     };
-    note(StoredSession::key(mServer, mConsumerKey), mSession.toMap());
-    if (!mChangedPassword.newSecret.isEmpty())
-        note(ChangedPassword::key(), mChangedPassword.toMap());
-    return changed;
+    const bool isAsStored = std::all_of(own.keyBegin(), own.keyEnd(), [&](const QString& key) {
+        return mData.value(key).toMap() == own.value(key).toMap();
+    });
+    return isAsStored ? QVariantMap() : everythingToStore(own, mData);
 }
 
 QString Job::text(const char* key) const
@@ -114,10 +115,8 @@ void Job::renewToken(const Next& next)
         [this, next](const TokenRefreshResponse& reply) {
             if (isRefusal(reply.status))
                 return createToken(next);
-            if (reply.status != ErrorNone)
-                return fail(reply.status);
-            keepToken(reply.tokenInfo, reply.accountInfo, reply.userName);
-            next();
+            if (keepToken(reply))
+                next();
         });
 }
 
@@ -134,17 +133,29 @@ void Job::createToken(const Next& next)
                                               mBaseAddress, request);
         },
         [this, next](const TokenCreationResponse& reply) {
-            if (reply.status != ErrorNone)
-                return fail(reply.status);
-            keepToken(reply.tokenInfo, reply.accountInfo, reply.userName);
+            if (!keepToken(reply))
+                return;
             mSession.loginId = text("UserName");
             next();
         });
 }
 
+// A reply may be a success that nothing can be read from.
+bool Job::keepToken(const TokenResponse& reply)
+{
+    const int status = reply.status == ErrorNone && reply.tokenInfo.token.isEmpty()
+                           ? ErrorProtocolFailure
+                           : reply.status;
+    if (status != ErrorNone) {
+        fail(status);
+        return false;
+    }
+    keep(reply.tokenInfo, reply.accountInfo, reply.userName);
+    return true;
+}
+
 // A refresh need not repeat whose token it is.
-void Job::keepToken(const TokenInfoData& token, const AccountInfoData& account,
-                    const QString& userName)
+void Job::keep(const TokenInfoData& token, const AccountInfoData& account, const QString& userName)
 {
     if (!token.token.isEmpty()) {
         mSession.token = token.token;
@@ -153,13 +164,13 @@ void Job::keepToken(const TokenInfoData& token, const AccountInfoData& account,
         mSession.validUntil =
             token.ttl > 0 ? QDateTime::currentDateTimeUtc().addSecs(token.ttl) : QDateTime();
     }
-    const auto keep = [](QString& kept, const QString& value) {
+    const auto keepText = [](QString& kept, const QString& value) {
         if (!value.isEmpty())
             kept = value;
     };
-    keep(mSession.accountId, account.accountId);
-    keep(mSession.emailAddress, account.email);
-    keep(mSession.userId, userName);
+    keepText(mSession.accountId, account.accountId);
+    keepText(mSession.emailAddress, account.email);
+    keepText(mSession.userId, userName);
 }
 
 } // namespace ZorAuth

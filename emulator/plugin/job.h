@@ -35,7 +35,7 @@ public:
     /// this returns.
     bool start(const QString& mechanism);
 
-    /// What the daemon is to store from now on; empty when nothing changed.
+    /// What the daemon is to keep from now on; empty when nothing changed.
     QVariantMap changes() const;
 
 Q_SIGNALS:
@@ -93,8 +93,9 @@ private:
     void ensureToken(const Next& next);
     void renewToken(const Next& next);
     void createToken(const Next& next);
-    void keepToken(const KelRestHandler::TokenInfoData& token,
-                   const KelRestHandler::AccountInfoData& account, const QString& userName);
+    bool keepToken(const KelRestHandler::TokenResponse& reply);
+    void keep(const KelRestHandler::TokenInfoData& token,
+              const KelRestHandler::AccountInfoData& account, const QString& userName);
 
     void fail(int status) { Q_EMIT failed(status); }
     void answer(const QVariantMap& map = {}) { Q_EMIT succeeded(map); }

@@ -109,7 +109,9 @@ void Job::registerAccount()
         [this](const RegistrationResponse& reply) {
             if (reply.status != ErrorNone)
                 return fail(reply.status);
-            keepToken(reply.tokenInfo, reply.accountInfo, reply.userName);
+            if (reply.accountInfo.accountId.isEmpty())
+                return fail(ErrorProtocolFailure);
+            keep(reply.tokenInfo, reply.accountInfo, reply.userName);
             mSession.loginId = text("UserName");
             answer(identifiers());
         });
@@ -129,6 +131,9 @@ void Job::downloadProfile()
             ProfileInfoData profile(reply.profile, nullptr);
             if (!reply.userName.isEmpty())
                 profile.userName = reply.userName;
+            // A success that nothing can be read from is not an empty profile.
+            if (profile.userName.isEmpty() && profile.account.email.isEmpty())
+                return fail(ErrorProtocolFailure);
             QByteArray bytes;
             profile.serialize(bytes);
             answer({{QStringLiteral("DownloadedProfile"), bytes}});

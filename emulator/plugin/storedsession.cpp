@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "storedsession.h"
 
+#include <QDataStream>
+
 namespace ZorAuth {
 
 namespace {
@@ -17,9 +19,19 @@ constexpr Field fields[] = {
     {"AccountId", &StoredSession::accountId},  {"EmailAddress", &StoredSession::emailAddress},
     {"ZorService", &StoredSession::zorService}};
 
+const auto keyPrefix = QLatin1String("Session ");
 const auto validUntilName = QLatin1String("ValidUntil");
 const auto oldSecretName = QLatin1String("Old");
 const auto newSecretName = QLatin1String("New");
+
+/// What an entry counts for the daemon.
+int storedSize(const QString& key, const QVariant& value)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << value;
+    return key.size() + bytes.size();
+}
 
 } // namespace
 
@@ -31,8 +43,10 @@ bool StoredSession::hasExpired() const
 QVariantMap StoredSession::toMap() const
 {
     QVariantMap map;
-    for (const Field& field : fields)
-        map.insert(QLatin1String(field.name), this->*field.value);
+    for (const Field& field : fields) {
+        if (!(this->*field.value).isEmpty())
+            map.insert(QLatin1String(field.name), this->*field.value);
+    }
     if (validUntil.isValid())
         map.insert(validUntilName, validUntil.toSecsSinceEpoch());
     return map;
@@ -52,7 +66,7 @@ StoredSession StoredSession::fromMap(const QVariantMap& map)
 
 QString StoredSession::key(int server, const QString& consumerKey)
 {
-    return QStringLiteral("Session %1 %2").arg(QString::number(server), consumerKey);
+    return keyPrefix + QString::number(server) + QLatin1Char(' ') + consumerKey;
 }
 
 QString ChangedPassword::key()
@@ -62,6 +76,8 @@ QString ChangedPassword::key()
 
 QVariantMap ChangedPassword::toMap() const
 {
+    if (newSecret.isEmpty())
+        return {};
     return {{oldSecretName, oldSecret}, {newSecretName, newSecret}};
 }
 
@@ -73,6 +89,29 @@ ChangedPassword ChangedPassword::fromMap(const QVariantMap& map)
 QString ChangedPassword::secretFor(const QString& identitySecret) const
 {
     return !newSecret.isEmpty() && oldSecret == identitySecret ? newSecret : identitySecret;
+}
+
+QVariantMap everythingToStore(const QVariantMap& own, const QVariantMap& data)
+{
+    constexpr int mostBytes = 4095; // the daemon stores nothing at all beyond that
+    QVariantMap everything;
+    int size = 0;
+    const auto add = [&](const QString& key, const QVariant& value) {
+        const int more = storedSize(key, value);
+        if (everything.contains(key) || size + more > mostBytes)
+            return;
+        everything.insert(key, value);
+        size += more;
+    };
+    for (auto entry = own.cbegin(); entry != own.cend(); ++entry) {
+        if (!entry.value().toMap().isEmpty())
+            add(entry.key(), entry.value());
+    }
+    for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
+        if (entry.key().startsWith(keyPrefix) && !own.contains(entry.key()))
+            add(entry.key(), entry.value());
+    }
+    return everything;
 }
 
 } // namespace ZorAuth

@@ -23,7 +23,7 @@ struct StoredSession
     QString zorService;
 
     bool hasExpired() const;
-    QVariantMap toMap() const;
+    QVariantMap toMap() const; ///< empty when nothing is known
     static StoredSession fromMap(const QVariantMap& map);
 
     /// Under which name the daemon keeps it: tokens belong to one application and one server, while
@@ -40,10 +40,15 @@ struct ChangedPassword
     QString newSecret;
 
     static QString key();
-    QVariantMap toMap() const;
+    QVariantMap toMap() const; ///< empty when there was no change
     static ChangedPassword fromMap(const QVariantMap& map);
     /// The password that is good now, for an identity with this secret.
     QString secretFor(const QString& identitySecret) const;
 };
+
+/// All that the daemon is to keep, when `own` changed: it replaces everything at once. `data` is
+/// what came with the request, with what other applications have stored among it; of that as much
+/// as the daemon takes.
+QVariantMap everythingToStore(const QVariantMap& own, const QVariantMap& data);
 
 } // namespace ZorAuth
