@@ -208,9 +208,15 @@ bool PluginFixture::killPluginProcesses()
     const QList<pid_t> found = pluginProcesses();
     for (const pid_t id : found)
         ::kill(id, SIGKILL);
+    // Until the daemon has collected them: before, it takes the next request for theirs.
     return !found.isEmpty() && waitUntil([&] {
-        const QList<pid_t> left = pluginProcesses();
-        return std::none_of(found.cbegin(), found.cend(),
-                            [&](pid_t id) { return left.contains(id); });
+        return std::none_of(found.cbegin(), found.cend(), [](pid_t id) {
+            return QFile::exists(QStringLiteral("/proc/%1").arg(id));
+        });
     });
+}
+
+bool PluginFixture::startPluginAgain()
+{
+    return waitUntil([this] { return process("initialise").error == 0; });
 }

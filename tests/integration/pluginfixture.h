@@ -65,6 +65,8 @@ protected:
 
     /// Kills what the daemon runs plugins in. False when there was none.
     static bool killPluginProcesses();
+    /// The daemon loses the request with which it starts an ended plugin again.
+    bool startPluginAgain();
 
     quint32 mIdentityId = 0;
 

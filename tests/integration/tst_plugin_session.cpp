@@ -183,6 +183,7 @@ void TestPluginSession::theTokenOutlivesThePluginProcess()
     const QVariantMap before = process("token").data;
     operations();
     QVERIFY(killPluginProcesses());
+    QVERIFY(startPluginAgain());
     const Outcome after = process("token");
     QCOMPARE(after.error, 0);
     QCOMPARE(after.data, before);
