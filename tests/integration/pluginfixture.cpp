@@ -9,6 +9,8 @@
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 
+#include <SignOn/IdentityInfo>
+
 #include <QDataStream>
 #include <QDir>
 #include <QFile>
@@ -145,6 +147,29 @@ bool PluginFixture::openSession(const QString& user, const QString& secret)
     });
     operations();
     return true;
+}
+
+bool PluginFixture::storeSecret(const QString& secret)
+{
+    SignOn::IdentityInfo record;
+    bool known = false;
+    bool isStored = false;
+    const auto asked = connect(mIdentity.get(), &SignOn::Identity::info, this,
+                               [&](const SignOn::IdentityInfo& info) {
+                                   record = info;
+                                   known = true;
+                               });
+    const auto stored = connect(mIdentity.get(), &SignOn::Identity::credentialsStored, this,
+                                [&](quint32) { isStored = true; });
+    mIdentity->queryInfo();
+    if (waitUntil([&] { return known; })) {
+        record.setSecret(secret);
+        mIdentity->storeCredentials(record);
+        waitUntil([&] { return isStored; });
+    }
+    disconnect(asked);
+    disconnect(stored);
+    return isStored;
 }
 
 void PluginFixture::send(const char* mechanism, const QVariantMap& data)

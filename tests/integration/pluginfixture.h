@@ -47,6 +47,8 @@ protected:
 
     /// Stores an identity as the library does and opens a session on it.
     bool openSession(const QString& user, const QString& secret);
+    /// Gives the session's identity another secret.
+    bool storeSecret(const QString& secret);
     /// Sends a request with the keys of every request, and `data` over them; a null value takes a
     /// key out.
     void send(const char* mechanism, const QVariantMap& data = {});

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A device whose clock is wrong: the plugin's process learns the service's from its first reply.
+#include "integration/pluginfixture.h"
+
+class TestPluginClock : public PluginFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
+    }
+    void theFirstRequestIsSentAgainWithTheServicesTime();
+};
+
+void TestPluginClock::theFirstRequestIsSentAgainWithTheServicesTime()
+{
+    QVERIFY(openSession(QStringLiteral("alice"), QStringLiteral("secret")));
+    QCOMPARE(process("signIn").error, 0);
+    // A request with a wrong time reaches no operation.
+    QCOMPARE(operations(), (QList<int>{0, 1}));
+    QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
+    QCOMPARE(operations(), QList<int>{22});
+    QCOMPARE(process("token").error, 0);
+    QCOMPARE(operations(), QList<int>());
+
+    const qint64 told =
+        process("serverUTCTime").data.value(QStringLiteral("ServerUTCTime")).toLongLong();
+    const qint64 skew = qEnvironmentVariableIntValue("KELACCOUNT_TEST_SKEW");
+    QVERIFY(skew != 0);
+    QVERIFY(qAbs(told - skew - QDateTime::currentSecsSinceEpoch()) < 10);
+
+    QVERIFY(killPluginProcesses());
+    QVERIFY(startPluginAgain());
+    QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
+    QCOMPARE(operations(), (QList<int>{0, 22}));
+}
+
+QTEST_GUILESS_MAIN(TestPluginClock)
+#include "tst_plugin_clock.moc"
