@@ -4,9 +4,10 @@
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
 
+#include <QEventLoop>
 #include <QMetaMethod>
 #include <QPixmap>
-#include <QTest>
+#include <QTimer>
 
 using KelAccount::KelAccounts;
 using KelAccount::PreAccountInfo;
@@ -80,7 +81,16 @@ FacadeRecorder::FacadeRecorder(KelAccounts* accounts)
 
 bool FacadeRecorder::waitFor(int count, int timeoutMs) const
 {
-    return QTest::qWaitFor([this, count] { return mLines.size() >= count; }, timeoutMs);
+    QEventLoop loop;
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    mOnLine = [this, count, &loop] {
+        if (mLines.size() >= count)
+            loop.quit();
+    };
+    if (mLines.size() < count)
+        loop.exec();
+    mOnLine = nullptr;
+    return mLines.size() >= count;
 }
 
 int FacadeRecorder::qt_metacall(QMetaObject::Call call, int id, void** arguments)
@@ -100,6 +110,8 @@ void FacadeRecorder::record(int signal, void** arguments)
         values.append(valueText(method.parameterType(i), arguments[i + 1]));
     const QString name = QString::fromLatin1(method.name());
     mLines.append(name + QLatin1Char('(') + values.join(QLatin1String(", ")) + QLatin1Char(')'));
+    if (mOnLine)
+        mOnLine();
     if (afterwards)
         afterwards(name);
 }

@@ -20,7 +20,8 @@ public:
     explicit FacadeRecorder(KelAccount::KelAccounts* accounts);
 
     const QStringList& lines() const { return mLines; }
-    /// Runs the event loop until there are so many, but not longer than `timeoutMs`.
+    /// Runs an event loop, as applications do, until there are so many, but not longer than
+    /// `timeoutMs`. QTest::qWait() is another matter: it deletes what is due at any time.
     bool waitFor(int count, int timeoutMs = 5000) const;
     void clear() { mLines.clear(); }
 
@@ -33,6 +34,7 @@ private:
     void record(int signal, void** arguments);
 
     QStringList mLines;
+    mutable std::function<void()> mOnLine; ///< for who waits
 };
 
 /// A map as the recorder writes it: "{key: value, key: value}".
