@@ -1,0 +1,325 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Secrets are planted wherever one can stand, and then searched for in everything that is written.
+// The story runs inside an emulator of its own, with every log turned on and all output caught.
+#include "integration/pluginfixture.h"
+#include "plugin/zorauthplugin.h"
+#include "rest/records/registrationinfodata.h"
+#include "support/sessionsandbox.h"
+
+#include <QDataStream>
+#include <QDirIterator>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+constexpr const char* folderVariable = "KELACCOUNT_TEST_SECRETS";
+
+const QString consumerSecret = QStringLiteral("planted consumer secret &1");
+const QString firstPassword = QString::fromUtf8("plänted first password 2");
+const QString secondPassword = QString::fromUtf8("plänted second password 3");
+const QString securityAnswer = QString::fromUtf8("plänted answer 4");
+const QString wrongPassword = QStringLiteral("planted wrong password 5");
+const QString newcomersPassword = QStringLiteral("planted newcomer's password 6");
+const QString newcomersAnswer = QStringLiteral("planted newcomer's answer 7");
+
+QByteArray utf16(const QString& text, bool bigEndian)
+{
+    QByteArray bytes;
+    for (const QChar character : text) {
+        bytes += bigEndian ? char(character.row()) : char(character.cell());
+        bytes += bigEndian ? char(character.cell()) : char(character.row());
+    }
+    return bytes;
+}
+
+/// How a text may lie in a file or a log.
+QList<QByteArray> formsOf(const QString& text)
+{
+    return {text.toUtf8(),
+            text.toLatin1(),
+            utf16(text, true),
+            utf16(text, false),
+            QUrl::toPercentEncoding(text),
+            text.toUtf8().toBase64(),
+            QUrl::toPercentEncoding(QString::fromLatin1(text.toUtf8().toBase64())),
+            text.toUtf8().toHex()};
+}
+
+/// The first of the secrets that the bytes hold in any form.
+QString foundIn(const QByteArray& bytes, const QStringList& secrets)
+{
+    for (const QString& secret : secrets) {
+        const QList<QByteArray> forms = formsOf(secret);
+        for (const QByteArray& form : forms) {
+            if (bytes.contains(form))
+                return secret;
+        }
+    }
+    return {};
+}
+
+QByteArray contentOf(const QString& name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QJsonObject account(const QString& name)
+{
+    return {{QStringLiteral("userName"), name},
+            {QStringLiteral("email"), name + QLatin1String("@example.org")},
+            {QStringLiteral("password"), firstPassword}};
+}
+
+QVariantMap registering(const QString& email)
+{
+    KelRestHandler::RegistrationInfoData newcomer;
+    newcomer.emailAddress = email;
+    newcomer.password = newcomersPassword;
+    newcomer.securityQuestion = QStringLiteral("2");
+    newcomer.securityAnswer = newcomersAnswer;
+    newcomer.serviceTag = "dGFn"; // base64, as the emulated service wants it
+    return {{QStringLiteral("RegistrationData"), KelRestHandler::serializeRegistration(newcomer)}};
+}
+
+QStringList readSecrets()
+{
+    return QString::fromUtf8(
+               contentOf(qEnvironmentVariable(folderVariable) + QLatin1String("/secrets")))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+/// Runs inside. Writes the secrets down for the test outside.
+class Story : public PluginFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everythingHappens();
+    void everythingHappensInThisProcess();
+    void onlyTheDaemonsStoreHoldsSecrets();
+
+private:
+    using Request = std::function<int(const char*, const QVariantMap&)>;
+    int request(const char* mechanism, const QVariantMap& data = {});
+    int requestHere(const char* mechanism, const QVariantMap& data);
+    void everyMechanism(const Request& send);
+    void noteTokens(const QVariantMap& session);
+
+    QStringList mSecrets = {consumerSecret, firstPassword,     secondPassword, securityAnswer,
+                            wrongPassword,  newcomersPassword, newcomersAnswer};
+    QStringList mMessages;
+    std::unique_ptr<ZorAuth::ZorAuthPlugin> mPlugin; // of this process
+    QVariantMap mKept;                               // what the daemon would keep for it
+};
+
+/// Notes what an error says.
+int Story::request(const char* mechanism, const QVariantMap& data)
+{
+    QVariantMap all = data;
+    all.insert(QStringLiteral("ConsumerSecret"), consumerSecret);
+    const Outcome outcome = process(mechanism, all);
+    if (!outcome.message.isEmpty())
+        mMessages.append(outcome.message);
+    noteTokens(storedSession());
+    return outcome.error;
+}
+
+/// The daemon throws away what a plugin's process writes; written by this process, it is caught.
+int Story::requestHere(const char* mechanism, const QVariantMap& data)
+{
+    QVariantMap all = mKept;
+    const QVariantMap own = {{QStringLiteral("ConsumerKey"), key()},
+                             {QStringLiteral("ConsumerSecret"), consumerSecret},
+                             {QStringLiteral("ServerUrlValue"), server},
+                             {QStringLiteral("UserName"), QStringLiteral("carol")},
+                             {QStringLiteral("Secret"), firstPassword}};
+    for (const QVariantMap& more : {own, data}) {
+        for (auto entry = more.cbegin(); entry != more.cend(); ++entry)
+            all.insert(entry.key(), entry.value());
+    }
+    int status = -1;
+    const QObject context;
+    connect(mPlugin.get(), &AuthPluginInterface::result, &context, [&] { status = 0; });
+    connect(mPlugin.get(), &AuthPluginInterface::store, &context,
+            [&](const SignOn::SessionData& kept) { mKept = kept.toMap(); });
+    connect(mPlugin.get(), &AuthPluginInterface::error, &context, [&](const SignOn::Error& error) {
+        status = error.type();
+        mMessages.append(error.message());
+    });
+    mPlugin->process(SignOn::SessionData(all), QLatin1String(mechanism));
+    KelTest::waitUntil([&] { return status >= 0; });
+    noteTokens(mKept.value(sessionKey()).toMap());
+    return status;
+}
+
+void Story::noteTokens(const QVariantMap& session)
+{
+    for (const char* name : {"Token", "TokenSecret"}) {
+        const QString secret = session.value(QLatin1String(name)).toString();
+        if (!secret.isEmpty() && !mSecrets.contains(secret))
+            mSecrets.append(secret);
+    }
+}
+
+void Story::everyMechanism(const Request& send)
+{
+    QCOMPARE(send("signIn", {{QStringLiteral("Secret"), wrongPassword}}), 504);
+    QCOMPARE(send("initialise", {}), 0);
+    QCOMPARE(send("signIn", {{QStringLiteral("ManualSignIn"), true}}), 0);
+    QCOMPARE(send("token", {}), 0);
+    QCOMPARE(send("privateMechanism_downloadProfile", {}), 0);
+    QByteArray question;
+    QDataStream stream(&question, QIODevice::WriteOnly);
+    stream << QStringLiteral("2") << securityAnswer;
+    QCOMPARE(send("privateMechanism_updateSecurityQuestion",
+                  {{QStringLiteral("UpdateSecurityQuestion"), question}}),
+             0);
+    QCOMPARE(
+        send("privateMechanism_changepassword", {{QStringLiteral("OldPassword"), wrongPassword},
+                                                 {QStringLiteral("NewPassword"), secondPassword}}),
+        614);
+    QCOMPARE(
+        send("privateMechanism_changepassword", {{QStringLiteral("OldPassword"), firstPassword},
+                                                 {QStringLiteral("NewPassword"), secondPassword}}),
+        0);
+    QCOMPARE(send("signIn", {}), 0);
+    QVERIFY(letTokensExpire());
+    QCOMPARE(send("privateMechanism_updateDeviceInfo", {}), 0);
+    QCOMPARE(send("setUserId", {{QStringLiteral("NewUserName"), QStringLiteral("other")}}), 608);
+    QCOMPARE(send("userId", {}), 0);
+    for (const char* fault :
+         {"close-after-headers", "cut-body", "status=500", "wrong-host", "not-xml"}) {
+        QVERIFY(KelTest::EmulatedService::orderFaults(fault));
+        QVERIFY(send("signIn", {}) > 0);
+    }
+    QCOMPARE(send("signature", {}), int(SignOn::Error::MechanismNotAvailable));
+    QCOMPARE(send("privateMechanism_signOut", {}), 0);
+    QCOMPARE(send("close", {}), 0);
+}
+
+void Story::everythingHappens()
+{
+    QVERIFY(!addAccount(account(QStringLiteral("bob"))).isEmpty());
+    QVERIFY(openSession(QStringLiteral("bob"), firstPassword));
+    everyMechanism([this](const char* mechanism, const QVariantMap& data) {
+        return request(mechanism, data);
+    });
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(openSession(QStringLiteral("new1@example.org"), newcomersPassword));
+    const QVariantMap data = registering(QStringLiteral("new1@example.org"));
+    QCOMPARE(request("privateMechanism_registerAccount", data), 0);
+    QCOMPARE(request("privateMechanism_registerAccount", data), 515);
+    QVERIFY(mSecrets.size() >= 7 + 2 * 4);
+    QVERIFY(mMessages.size() >= 9);
+}
+
+void Story::everythingHappensInThisProcess()
+{
+    QVERIFY(!addAccount(account(QStringLiteral("carol"))).isEmpty());
+    mPlugin = std::make_unique<ZorAuth::ZorAuthPlugin>();
+    everyMechanism([this](const char* mechanism, const QVariantMap& data) {
+        return requestHere(mechanism, data);
+    });
+    if (QTest::currentTestFailed())
+        return;
+    const QVariantMap data = registering(QStringLiteral("new2@example.org"));
+    QCOMPARE(requestHere("privateMechanism_registerAccount", data), 0);
+    QCOMPARE(requestHere("privateMechanism_registerAccount", data), 515);
+}
+
+void Story::onlyTheDaemonsStoreHoldsSecrets()
+{
+    QCOMPARE(foundIn(mMessages.join(QLatin1Char('\n')).toUtf8(), mSecrets), QString());
+
+    QString where;
+    int files = 0;
+    QDirIterator all(qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../.."),
+                     QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString file = all.next();
+        if (!QFileInfo(file).isFile())
+            continue;
+        ++files;
+        const bool mayHold = all.fileName().startsWith(QLatin1String("signon-secrets.db"));
+        if (!mayHold && !foundIn(contentOf(file), mSecrets).isEmpty())
+            where += all.fileName() + QLatin1Char(' ');
+    }
+    QCOMPARE(where, QString());
+    QVERIFY(files > 5);
+    // The search finds what is there.
+    QVERIFY(!foundIn(contentOf(storeFile("signon-secrets.db")), {firstPassword}).isEmpty());
+    QVERIFY(!foundIn(contentOf(storeFile("signon-secrets.db")), {secondPassword}).isEmpty());
+
+    QFile list(qEnvironmentVariable(folderVariable) + QLatin1String("/secrets"));
+    QVERIFY(list.open(QIODevice::WriteOnly));
+    list.write(mSecrets.join(QLatin1Char('\n')).toUtf8());
+    // What the bus, the daemon and its plugins wrote goes to the test outside.
+    QVERIFY(QFile::copy(qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../session.log"),
+                        qEnvironmentVariable(folderVariable) + QLatin1String("/session.log")));
+}
+
+class TestPluginSecrets : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void noOutputHoldsSecrets();
+};
+
+void TestPluginSecrets::noOutputHoldsSecrets()
+{
+    QTemporaryDir folder;
+    qputenv(folderVariable, QFile::encodeName(folder.path()));
+    QFile secretFile(folder.filePath(QStringLiteral("consumer-secret")));
+    QVERIFY(secretFile.open(QIODevice::WriteOnly));
+    secretFile.write(consumerSecret.toUtf8() + '\n');
+    secretFile.close();
+
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("SSO_LOGGING_LEVEL"), QStringLiteral("2"));
+    environment.insert(QStringLiteral("QT_LOGGING_RULES"),
+                       QStringLiteral("kelaccount.*=true;qt.network.*=true;qt.dbus.*=true"));
+    environment.insert(QStringLiteral("QT_ASSUME_STDERR_HAS_CONSOLE"), QStringLiteral("1"));
+    BoundProcess emulator;
+    emulator.setProcessEnvironment(environment);
+    emulator.setProcessChannelMode(QProcess::MergedChannels);
+    emulator.start(EmulatorProcess::program(),
+                   {QStringLiteral("run"), QStringLiteral("--verbose"),
+                    QStringLiteral("--consumer-secret-file"), secretFile.fileName(),
+                    QStringLiteral("--"), QCoreApplication::applicationFilePath()});
+    QVERIFY(emulator.waitForFinished(60000));
+    const QByteArray output = emulator.readAll();
+    QVERIFY2(emulator.exitCode() == 0, output.constData());
+
+    const QStringList secrets = readSecrets();
+    QVERIFY(secrets.size() > 7);
+    // Each is a line of the emulator's, and of the session's, that proves that there are lines.
+    QVERIFY(output.contains("accounts/2/profile"));
+    QVERIFY(contentOf(folder.filePath(QStringLiteral("session.log"))).contains("Activating"));
+    QCOMPARE(foundIn(output, secrets), QString());
+    QCOMPARE(foundIn(contentOf(folder.filePath(QStringLiteral("session.log"))), secrets),
+             QString());
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (qEnvironmentVariableIsSet(folderVariable)) {
+        Story story;
+        return QTest::qExec(&story, argc, argv);
+    }
+    TestPluginSecrets test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_plugin_secrets.moc"
