@@ -17,9 +17,8 @@ constexpr Layout mcc = value("mcc");
 constexpr Layout mnc = value("mnc");
 constexpr Layout hashedMsin = value("hashedMSIN", Form::Base64);
 
-constexpr Layout digestAuthParts[] = {
-    value("username", Form::NonEmpty), value("nonce", Form::NonEmpty),
-    value("created", Form::NonEmpty), value("digest", Form::Base64)};
+constexpr Layout digestAuthParts[] = {value("username"), value("nonce"), value("created"),
+                                      value("digest", Form::Base64)};
 constexpr Layout tokenCreationParts[] = {elements("digestAuth", digestAuthParts),
                                          words("checkTerms", "true")};
 

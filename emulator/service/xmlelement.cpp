@@ -87,7 +87,7 @@ bool Reader::token(XmlElement& root)
         if (mReader.isCDATA())
             return fail("there is a CDATA section");
         if (mOpen.empty())
-            return fail("there is white space outside the root element");
+            return fail("there is text outside the root element");
         mOpen.back()->text += mReader.text().toString().toStdString();
         return true;
     case QXmlStreamReader::Comment:
@@ -144,6 +144,11 @@ bool readXml(std::string_view document, XmlElement& root, std::string& problem)
     }
     if (document.substr(declaration.size(), 1) != "<") {
         problem = "the root element does not follow the declaration at once";
+        return false;
+    }
+    // The XML reader passes over what follows the root.
+    if (document.back() != '>') {
+        problem = "the document does not end with the root element";
         return false;
     }
     return Reader(document, problem).read(root);

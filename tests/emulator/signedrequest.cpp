@@ -105,7 +105,7 @@ QByteArray SignedRequest::bytes(const QByteArray& authorizationHeader) const
     const QByteArray form = body();
     const QByteArray header = authorizationHeader.isEmpty() ? authorization() : authorizationHeader;
     return httpMethod + ' ' + target() + " HTTP/1.1\r\nHost: " + host +
-           "\r\nAccept-Language: en\r\nAuthorization: " + header +
+           "\r\nAccept-Language: " + language + "\r\nAuthorization: " + header +
            "\r\nContent-Type: " + contentType + "\r\nrest-verb: " + restVerb +
            "\r\nContent-Length: " + QByteArray::number(form.size()) + "\r\n\r\n" + form;
 }

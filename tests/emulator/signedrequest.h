@@ -22,6 +22,7 @@ public:
     QByteArray restVerb = "GET";
     QByteArray document;
     QByteArray contentType = "application/x-www-form-urlencoded";
+    QByteArray language = "en";
 
     // What is signed with.
     QByteArray consumerKey = "demo-key";
