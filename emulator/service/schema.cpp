@@ -124,15 +124,17 @@ bool bringUpToDate(Database& database, std::string& problem)
         problem = "a newer program made it";
         return false;
     }
-    for (std::int64_t step = version; step < newestVersion; ++step) {
-        const std::string script = std::string("BEGIN IMMEDIATE;") + migrations[step] +
-                                   "PRAGMA user_version = " + std::to_string(step + 1) +
-                                   "; COMMIT;";
-        if (!database.execute(script.c_str())) {
-            problem = database.lastProblem();
-            database.execute("ROLLBACK");
-            return false;
-        }
+    if (version == newestVersion)
+        return true;
+    // All or nothing: a file of somebody else's must stay as it is.
+    std::string script = "BEGIN IMMEDIATE;";
+    for (std::int64_t step = version; step < newestVersion; ++step)
+        script += migrations[step];
+    script += "PRAGMA user_version = " + std::to_string(newestVersion) + "; COMMIT;";
+    if (!database.execute(script.c_str())) {
+        problem = database.lastProblem();
+        database.execute("ROLLBACK");
+        return false;
     }
     return true;
 }
