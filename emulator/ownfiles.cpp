@@ -13,7 +13,7 @@ std::string findBeside(const std::string& relativePath)
     std::error_code failed;
     const fs::path program = fs::read_symlink("/proc/self/exe", failed);
     if (failed)
-        return std::string();
+        return {};
     const fs::path file = (program.parent_path() / relativePath).lexically_normal();
     return fs::exists(file, failed) ? file.string() : std::string();
 }
