@@ -32,9 +32,9 @@ struct Call
 struct Operation
 {
     int number;
-    const char* verb; ///< as the "rest-verb" header has it
-    const char* path; ///< after "/rest/1.0/"; {…} stands for one piece between slashes
     bool needsToken;
+    const char* verb;     ///< as the "rest-verb" header has it
+    const char* path;     ///< after "/rest/1.0/"; {…} stands for one piece between slashes
     const Layout* layout; ///< of its document, null when it has none
     Reply (*answer)(const Call& call);
     /// Tells operations apart that share verb and path; they stand one after the other.

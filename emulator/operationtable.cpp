@@ -47,35 +47,35 @@ constexpr const Layout* noDocument = nullptr;
 
 // clang-format off
 const Operation operations[] = {
-    {1, "POST", "tokens", noToken, &Layouts::tokenCreation, tokenCreation},
-    {2, "PUT", "tokens/{token}", token, noDocument, tokenRefresh},
-    {3, "GET", "availability/{name}", noToken, noDocument, userNameAvailability},
-    {4, "POST", "captchas", noToken, &Layouts::captchaCreation, captchaCreation},
-    {5, "POST", "accounts", noToken, &Layouts::registration, registration},
-    {5, "POST", activationPath, noToken, &Layouts::phoneActivation, phoneActivation},
-    {6, "GET", "securityquestions", noToken, noDocument, securityQuestions},
-    {7, "POST", "autodetection", noToken, &Layouts::autoDetection, autoDetection},
-    {8, "GET", "services/{service}", noToken, noDocument, serviceQuery},
-    {9, "DELETE", "tokens/{token}", token, noDocument, tokenDeletion},
-    {10, "POST", recoverySend, noToken, &Layouts::recoveryMessage, recoveryMessage},
-    {11, "POST", "emailavailability/", noToken, &Layouts::emailAvailability, emailAvailability},
-    {12, "POST", "consentqueryvariant", noToken, &Layouts::consentVariant, consentVariant},
-    {13, "PUT", recoveryChange, noToken, &Layouts::passwordReset, passwordReset},
-    {14, "GET", recoveryQuestion, noToken, noDocument, userSecurityQuestion},
-    {16, "GET", "accounts/{id}/marketing", token, noDocument, marketingConsentQuery},
-    {17, "PUT", "accounts/{id}/marketing", token, &Layouts::marketingConsent,
+    {1, noToken, "POST", "tokens", &Layouts::tokenCreation, tokenCreation},
+    {2, token, "PUT", "tokens/{token}", noDocument, tokenRefresh},
+    {3, noToken, "GET", "availability/{name}", noDocument, userNameAvailability},
+    {4, noToken, "POST", "captchas", &Layouts::captchaCreation, captchaCreation},
+    {5, noToken, "POST", "accounts", &Layouts::registration, registration},
+    {5, noToken, "POST", activationPath, &Layouts::phoneActivation, phoneActivation},
+    {6, noToken, "GET", "securityquestions", noDocument, securityQuestions},
+    {7, noToken, "POST", "autodetection", &Layouts::autoDetection, autoDetection},
+    {8, noToken, "GET", "services/{service}", noDocument, serviceQuery},
+    {9, token, "DELETE", "tokens/{token}", noDocument, tokenDeletion},
+    {10, noToken, "POST", recoverySend, &Layouts::recoveryMessage, recoveryMessage},
+    {11, noToken, "POST", "emailavailability/", &Layouts::emailAvailability, emailAvailability},
+    {12, noToken, "POST", "consentqueryvariant", &Layouts::consentVariant, consentVariant},
+    {13, noToken, "PUT", recoveryChange, &Layouts::passwordReset, passwordReset},
+    {14, noToken, "GET", recoveryQuestion, noDocument, userSecurityQuestion},
+    {16, token, "GET", "accounts/{id}/marketing", noDocument, marketingConsentQuery},
+    {17, token, "PUT", "accounts/{id}/marketing", &Layouts::marketingConsent,
      marketingConsentUpdate},
-    {18, "GET", "accounts/{id}/contacts", token, noDocument, contactsQuery},
-    {19, "PUT", "accounts/{id}/contacts", token, &Layouts::contactsUpdate, contactsUpdate},
-    {20, "GET", "terms/{identifier}", token, noDocument, termsQuery},
-    {21, "POST", "terms/{identifier}", token, &Layouts::termsUpdate, termsUpdate},
-    {22, "GET", profilePath, token, noDocument, profileQuery},
-    {25, "PUT", profilePath, token, &Layouts::userNameUpdate, userNameUpdate, isUserNameUpdate},
-    {15, "PUT", profilePath, token, &Layouts::passwordChange, passwordChange, isPasswordChange},
-    {24, "PUT", profilePath, token, &Layouts::securityQuestionUpdate, securityQuestionUpdate,
+    {18, token, "GET", "accounts/{id}/contacts", noDocument, contactsQuery},
+    {19, token, "PUT", "accounts/{id}/contacts", &Layouts::contactsUpdate, contactsUpdate},
+    {20, token, "GET", "terms/{identifier}", noDocument, termsQuery},
+    {21, token, "POST", "terms/{identifier}", &Layouts::termsUpdate, termsUpdate},
+    {22, token, "GET", profilePath, noDocument, profileQuery},
+    {25, token, "PUT", profilePath, &Layouts::userNameUpdate, userNameUpdate, isUserNameUpdate},
+    {15, token, "PUT", profilePath, &Layouts::passwordChange, passwordChange, isPasswordChange},
+    {24, token, "PUT", profilePath, &Layouts::securityQuestionUpdate, securityQuestionUpdate,
      isSecurityQuestionUpdate},
-    {23, "PUT", profilePath, token, &Layouts::profileUpdate, profileUpdate},
-    {26, "POST", "accounts/{id}/devices", token, &Layouts::devicesUpdate, devicesUpdate},
+    {23, token, "PUT", profilePath, &Layouts::profileUpdate, profileUpdate},
+    {26, token, "POST", "accounts/{id}/devices", &Layouts::devicesUpdate, devicesUpdate},
 };
 // clang-format on
 
@@ -138,7 +138,7 @@ const Operation& amongAlternatives(const Operation& found, const XmlElement& doc
 
 std::vector<Operation> allOperations()
 {
-    return std::vector<Operation>(std::begin(operations), std::end(operations));
+    return {std::begin(operations), std::end(operations)};
 }
 
 } // namespace KelEmulator

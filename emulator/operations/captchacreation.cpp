@@ -6,17 +6,20 @@
 #include "emulator/service/values.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 
 namespace KelEmulator {
 
 namespace {
 
-/// The layout has seen to it that there are digits; what is out of range is brought into it.
+/// The layout has seen to it that there are digits, at most ten of them. What no
+/// picture has is brought into range later.
 int pixels(const std::string& text)
 {
-    constexpr long long limit = 100000;
-    return static_cast<int>(std::min(std::max(std::atoll(text.c_str()), -limit), limit));
+    constexpr int enormous = 100000;
+    std::int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return static_cast<int>(std::clamp<std::int64_t>(number, 0, enormous));
 }
 
 } // namespace

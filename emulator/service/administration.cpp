@@ -37,7 +37,7 @@ std::vector<QJsonObject> objectsOf(const std::string& body)
     if (document.isObject())
         return {document.object()};
     std::vector<QJsonObject> objects;
-    for (const QJsonValue& value : document.array()) {
+    for (const auto value : document.array()) {
         if (!value.isObject())
             throw Refusal{"send JSON objects"};
         objects.push_back(value.toObject());

@@ -130,7 +130,7 @@ std::string Picture::png() const
     if (png_image_write_to_memory(&image, bytes.data(), &length, 0, mPixels.data(), 0, nullptr) ==
         0) {
         png_image_free(&image);
-        return std::string();
+        return {};
     }
     bytes.resize(length);
     return bytes;

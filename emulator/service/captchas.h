@@ -19,7 +19,7 @@ struct Captcha
 class Captchas
 {
 public:
-    static constexpr std::int64_t secondsToLive = 10 * 60;
+    static constexpr std::int64_t secondsToLive = std::int64_t{10} * 60;
 
     explicit Captchas(Database& database);
 

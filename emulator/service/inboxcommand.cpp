@@ -54,7 +54,7 @@ bool printInbox(const std::string& name, std::string& problem)
     httplib::Client client(address);
     client.set_connection_timeout(5);
     client.set_read_timeout(5);
-    const auto answer = client.Get(("/inbox?name=" + percentEncode(name)).c_str());
+    const auto answer = client.Get("/inbox?name=" + percentEncode(name));
     if (!answer || answer->status != 200) {
         problem = std::string("no emulator answers at ") + address;
         return false;

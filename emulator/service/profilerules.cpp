@@ -28,7 +28,7 @@ std::string profileProblem(const Account& account)
         return "A security question and its answer go together";
     if (account.answer.size() > longest)
         return "An answer has at most 128 bytes";
-    return std::string();
+    return {};
 }
 
 } // namespace KelEmulator

@@ -23,7 +23,7 @@ struct Message
 class Recovery
 {
 public:
-    static constexpr std::int64_t secondsToLive = 60 * 60;
+    static constexpr std::int64_t secondsToLive = std::int64_t{60} * 60;
 
     explicit Recovery(Database& database);
 

@@ -53,7 +53,7 @@ std::string securityQuestionText(const std::string& id, const std::string& langu
         if (id == question.id)
             return textIn(question, language);
     }
-    return std::string();
+    return {};
 }
 
 } // namespace KelEmulator

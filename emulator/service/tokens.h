@@ -25,7 +25,7 @@ struct Token
 class Tokens
 {
 public:
-    static constexpr std::int64_t secondsToLive = 24 * 60 * 60;
+    static constexpr std::int64_t secondsToLive = std::int64_t{24} * 60 * 60;
 
     explicit Tokens(Database& database);
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view declaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
 constexpr const char* schemaNamespace = "https://" KELACCOUNT_HOST_PRODUCTION "/schemas/rest/v1_0";
-constexpr size_t longestDocument = 256 * 1024;
+constexpr size_t longestDocument = 262144;
 constexpr size_t deepest = 8;
 constexpr int mostElements = 10000;
 

@@ -356,6 +356,8 @@ void TestOperationsAccount::keepsContacts()
                                 "<mobileContacts></mobileContacts><emailContacts></emailContacts>");
     QCOMPARE(mService.ask("PUT", account("/contacts"), none, mOwner.token).leaves(""),
              QStringLiteral("contacts="));
+    QCOMPARE(mService.ask("GET", account("/contacts"), {}, mOwner.token).leaves(""),
+             QStringLiteral("contacts="));
 }
 
 void TestOperationsAccount::refusesContacts_data()
