@@ -12,14 +12,7 @@
 #include <SignOn/IdentityInfo>
 
 #include <QDataStream>
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QSignalSpy>
-
-#include <algorithm>
-#include <csignal>
 
 using namespace KelTest;
 
@@ -48,66 +41,7 @@ QVariant fromStore(const QByteArray& bytes)
     return value;
 }
 
-QList<pid_t> pluginProcesses()
-{
-    const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
-    QList<pid_t> found;
-    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
-    for (const QString& process : processes) {
-        QFile commandName(QStringLiteral("/proc/%1/comm").arg(process));
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(process));
-        if (process.toInt() > 1 && commandName.open(QIODevice::ReadOnly) &&
-            commandName.readAll().startsWith("signonplugin") &&
-            environment.open(QIODevice::ReadOnly) &&
-            environment.readAll().split('\0').contains(marker))
-            found.append(process.toInt());
-    }
-    return found;
-}
-
 } // namespace
-
-bool PluginFixture::isInside()
-{
-    return EmulatedService::isThere() && qEnvironmentVariableIsSet("SSO_STORAGE_PATH");
-}
-
-QString PluginFixture::addAccount(const QJsonObject& account)
-{
-    if (EmulatedService::ask("POST", "/accounts", QJsonDocument(account).toJson()).status != 200)
-        return {};
-    const QJsonArray all =
-        QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
-    return all.isEmpty() ? QString()
-                         : all.last().toObject().value(QStringLiteral("accountId")).toString();
-}
-
-QJsonObject PluginFixture::accountAtService(const QString& number)
-{
-    const QJsonArray all =
-        QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
-    for (const QJsonValue& account : all) {
-        if (account.toObject().value(QStringLiteral("accountId")).toString() == number)
-            return account.toObject();
-    }
-    return {};
-}
-
-QList<int> PluginFixture::operations()
-{
-    const QJsonArray requests =
-        QJsonDocument::fromJson(EmulatedService::ask("GET", "/requests").body).array();
-    EmulatedService::ask("DELETE", "/requests");
-    QList<int> numbers;
-    for (const QJsonValue& request : requests)
-        numbers.append(request.toObject().value(QStringLiteral("operation")).toInt(-1));
-    return numbers;
-}
-
-bool PluginFixture::letTokensExpire()
-{
-    return EmulatedService::ask("POST", "/tokens/expire").status == 200;
-}
 
 bool PluginFixture::makeCaptcha(QString& id, QString& text)
 {
@@ -199,11 +133,6 @@ PluginFixture::Outcome PluginFixture::process(const char* mechanism, const QVari
     return wait();
 }
 
-QString PluginFixture::storeFile(const char* file)
-{
-    return qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1Char('/') + QLatin1String(file);
-}
-
 QVariantMap PluginFixture::stored() const
 {
     QVariantMap map;
@@ -225,20 +154,6 @@ QVariantMap PluginFixture::expired() const
     QVariantMap past = storedSession();
     past.insert(QStringLiteral("ValidUntil"), QDateTime::currentSecsSinceEpoch() - 1);
     return {{sessionKey(), past}};
-}
-
-/// There is one for each identity of which a session is open.
-bool PluginFixture::killPluginProcesses()
-{
-    const QList<pid_t> found = pluginProcesses();
-    for (const pid_t id : found)
-        ::kill(id, SIGKILL);
-    // Until the daemon has collected them: before, it takes the next request for theirs.
-    return !found.isEmpty() && waitUntil([&] {
-        return std::none_of(found.cbegin(), found.cend(), [](pid_t id) {
-            return QFile::exists(QStringLiteral("/proc/%1").arg(id));
-        });
-    });
 }
 
 bool PluginFixture::startPluginAgain()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "integration/emulateddevice.h"
 #include "integration/emulatedservice.h"
 
 #include <SignOn/AuthSession>
@@ -8,8 +9,6 @@
 #include <SignOn/Identity>
 #include <SignOn/SessionData>
 
-#include <QJsonObject>
-#include <QObject>
 #include <QTest>
 #include <QVariantMap>
 
@@ -17,7 +16,7 @@
 
 /// The plugin as a client of the sign-on daemon meets it, inside the emulator: no class of this
 /// project stands between.
-class PluginFixture : public QObject
+class PluginFixture : public EmulatedDevice
 {
     Q_OBJECT
 
@@ -32,16 +31,6 @@ protected:
     static QString key() { return QStringLiteral("demo-key"); }
     static constexpr int server = 2;
 
-    /// Whether this program runs where it must.
-    static bool isInside();
-
-    /// Makes an account of the service: userName, password, email, ... Its number there.
-    static QString addAccount(const QJsonObject& account);
-    /// The service's account with that number, without anything secret.
-    static QJsonObject accountAtService(const QString& number);
-    /// Numbers of the operations that the service was asked since this was last called.
-    static QList<int> operations();
-    static bool letTokensExpire();
     /// A captcha that a registration can use.
     static bool makeCaptcha(QString& id, QString& text);
 
@@ -56,7 +45,6 @@ protected:
     Outcome process(const char* mechanism, const QVariantMap& data = {});
     SignOn::AuthSession* session() { return mSession.data(); }
 
-    static QString storeFile(const char* file);
     /// What the daemon keeps for this identity, by name.
     QVariantMap stored() const;
     /// Of that, what belongs to this application and server.
@@ -65,8 +53,6 @@ protected:
     /// Data of a request in which the daemon's copy of the session lies before its end.
     QVariantMap expired() const;
 
-    /// Kills what the daemon runs plugins in. False when there was none.
-    static bool killPluginProcesses();
     /// The daemon loses the request with which it starts an ended plugin again.
     bool startPluginAgain();
 

@@ -4,8 +4,6 @@
 #include "support/sqlitereader.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -13,50 +11,10 @@
 #include <QTest>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <iterator>
 
 namespace KelTest {
-
-namespace {
-
-constexpr int busTimeoutMs = 5000;
-
-const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
-
-/// A call to the bus itself, on a connection of its own: the connection that the code under test
-/// uses must neither see the answers nor be woken by them.
-QDBusMessage askBus(const QString& method, const QVariantList& arguments)
-{
-    static int count = 0;
-    const QString name = QStringLiteral("kel-test-%1").arg(count++);
-    QDBusMessage answer;
-    {
-        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), method);
-        call.setArguments(arguments);
-        answer = bus.call(call, QDBus::Block, busTimeoutMs);
-    }
-    QDBusConnection::disconnectFromBus(name);
-    return answer;
-}
-
-bool pollUntil(const std::function<bool()>& condition, int timeoutMs)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.hasExpired(timeoutMs))
-            return false;
-        QTest::qSleep(2);
-    }
-    return true;
-}
-
-} // namespace
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
 {
@@ -141,41 +99,15 @@ bool SessionSandbox::waitForRequests(int count, int timeoutMs) const
     return waitUntil([&] { return requests().size() >= count; }, timeoutMs);
 }
 
-pid_t SessionSandbox::daemonProcessId() const
-{
-    const QDBusMessage answer =
-        askBus(QStringLiteral("GetConnectionUnixProcessID"), {QString(daemonName)});
-    return answer.type() == QDBusMessage::ReplyMessage
-               ? static_cast<pid_t>(answer.arguments().value(0).toUInt())
-               : 0;
-}
-
 pid_t SessionSandbox::pluginProcessId() const
 {
     const QList<PluginRequest> since = requests();
     return since.isEmpty() ? 0 : static_cast<pid_t>(since.last().processId);
 }
 
-bool SessionSandbox::killDaemon() const
-{
-    const pid_t id = daemonProcessId();
-    if (id <= 1 || ::kill(id, SIGKILL) != 0)
-        return false;
-    return pollUntil([this] { return daemonProcessId() == 0; }, busTimeoutMs);
-}
-
-bool SessionSandbox::startDaemon() const
-{
-    askBus(QStringLiteral("StartServiceByName"), {QString(daemonName), 0U});
-    return daemonProcessId() > 1;
-}
-
 void SessionSandbox::setDaemonInstalled(bool installed) const
 {
-    const QString file = mSession.path(QStringLiteral("bus-services/") + daemonName);
-    const QString used = file + QStringLiteral(".service");
-    QFile::rename(installed ? file : used, installed ? used : file);
-    askBus(QStringLiteral("ReloadConfig"), {});
+    DaemonControl::setInstalled(mSession.path(), installed);
 }
 
 QList<QVariantList> SessionSandbox::credentials(const QString& query) const

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sandbox/sandbox.h"
+#include "support/daemoncontrol.h"
 #include "support/testplugin/pluginscript.h"
 
 #include <QCoreApplication>
@@ -46,12 +47,10 @@ public:
 
     // The daemon and the processes.
 
-    pid_t daemonProcessId() const; ///< 0 while none runs
+    static pid_t daemonProcessId() { return DaemonControl::processId(); }
     pid_t pluginProcessId() const; ///< of the last request
-    /// Kills the daemon and waits, without running the event loop, until the bus knows.
-    bool killDaemon() const;
-    /// Starts the daemon, if it does not run, and waits until it does.
-    bool startDaemon() const;
+    static bool killDaemon() { return DaemonControl::kill(); }
+    static bool startDaemon() { return DaemonControl::start(); }
     /// Whether the bus can start the daemon from now on.
     void setDaemonInstalled(bool installed) const;
 

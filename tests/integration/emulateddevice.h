@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+/// A test inside the emulator: the service by its administrative endpoint, and the device by the
+/// files of its session and by its processes.
+class EmulatedDevice : public QObject
+{
+    Q_OBJECT
+
+protected:
+    /// Whether this program runs where it must.
+    static bool isInside();
+
+    /// Makes an account of the service: userName, password, email, ... Its number there.
+    static QString addAccount(const QJsonObject& account);
+    /// The service's account with that number, without anything secret.
+    static QJsonObject accountAtService(const QString& number);
+    /// Numbers of the operations that the service was asked since this was last called.
+    static QList<int> operations();
+    static bool letTokensExpire();
+
+    static QString storeFile(const char* file);
+    /// Kills what the daemon runs plugins in. False when there was none.
+    static bool killPluginProcesses();
+};

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/daemoncontrol.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+namespace KelTest::DaemonControl {
+
+namespace {
+
+constexpr int busTimeoutMs = 5000;
+
+const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
+
+/// A call to the bus itself, on a connection of its own: the connection that the code under test
+/// uses must neither see the answers nor be woken by them.
+QDBusMessage askBus(const QString& method, const QVariantList& arguments)
+{
+    static int count = 0;
+    const QString name = QStringLiteral("kel-test-%1").arg(count++);
+    QDBusMessage answer;
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), method);
+        call.setArguments(arguments);
+        answer = bus.call(call, QDBus::Block, busTimeoutMs);
+    }
+    QDBusConnection::disconnectFromBus(name);
+    return answer;
+}
+
+} // namespace
+
+pid_t processId()
+{
+    const QDBusMessage answer =
+        askBus(QStringLiteral("GetConnectionUnixProcessID"), {QString(daemonName)});
+    return answer.type() == QDBusMessage::ReplyMessage
+               ? static_cast<pid_t>(answer.arguments().value(0).toUInt())
+               : 0;
+}
+
+bool kill()
+{
+    const pid_t id = processId();
+    if (id <= 1 || ::kill(id, SIGKILL) != 0)
+        return false;
+    QElapsedTimer timer;
+    timer.start();
+    while (processId() != 0) {
+        if (timer.hasExpired(busTimeoutMs))
+            return false;
+        QTest::qSleep(2);
+    }
+    return true;
+}
+
+bool start()
+{
+    askBus(QStringLiteral("StartServiceByName"), {QString(daemonName), 0U});
+    return processId() > 1;
+}
+
+void setInstalled(const QString& sessionFolder, bool installed)
+{
+    const QString file = sessionFolder + QStringLiteral("/bus-services/") + daemonName;
+    const QString used = file + QStringLiteral(".service");
+    QFile::rename(installed ? file : used, installed ? used : file);
+    askBus(QStringLiteral("ReloadConfig"), {});
+}
+
+} // namespace KelTest::DaemonControl

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QString>
+
+#include <sys/types.h>
+
+/// The sign-on daemon of this process's session.
+namespace KelTest::DaemonControl {
+
+pid_t processId(); ///< 0 while none runs
+/// Kills the daemon and waits, without running the event loop, until the bus knows.
+bool kill();
+/// Starts the daemon, if it does not run, and waits until it does.
+bool start();
+/// Whether the bus can start the daemon from now on. The session's folder is known to who made it.
+void setInstalled(const QString& sessionFolder, bool installed);
+
+} // namespace KelTest::DaemonControl
