@@ -76,6 +76,18 @@ bool EmulatorProcess::start(const QStringList& options)
     return proxyPort() != 0;
 }
 
+bool EmulatorProcess::joinSurrounding()
+{
+    mEnvironment.clear();
+    for (const char* name :
+         {"https_proxy", "KELACCOUNT_EMULATOR_CA", "KELACCOUNT_EMULATOR_ADMIN"}) {
+        if (!qEnvironmentVariableIsSet(name))
+            return false;
+        mEnvironment.insert(QLatin1String(name), qEnvironmentVariable(name));
+    }
+    return true;
+}
+
 int EmulatorProcess::stop()
 {
     if (mProcess.state() == QProcess::NotRunning)

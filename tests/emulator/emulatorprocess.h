@@ -39,6 +39,9 @@ public:
 
     /// Starts "serve" and reads the environment that it prints. False, with what it said in log().
     bool start(const QStringList& options = {});
+    /// Asks the emulator that this program runs in, instead of starting one. False when it runs in
+    /// none.
+    bool joinSurrounding();
     /// Asks it to end and waits; its exit status, -1 when it did not end in time.
     int stop();
 

@@ -34,6 +34,8 @@ class ServiceClient
 {
 public:
     bool start(const QStringList& options = {}) { return mEmulator.start(options); }
+    /// With the emulator that this program runs in.
+    bool joinSurrounding() { return mEmulator.joinSurrounding(); }
     EmulatorProcess& emulator() { return mEmulator; }
 
     /// `path` after "/rest/1.0/".

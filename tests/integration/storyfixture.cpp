@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "integration/storyfixture.h"
+
+#include "support/daemoncontrol.h"
+#include "support/sessionsandbox.h"
+#include "support/sqlitereader.h"
+
+#include <Accounts/Account>
+#include <Accounts/Manager>
+#include <SignOn/Identity>
+
+#include <QFile>
+#include <QRegularExpression>
+
+using namespace KelTest;
+
+namespace {
+
+constexpr int patienceMs = 20000;
+// Long enough for a second answer to the same call.
+constexpr int settleMs = 20;
+
+QString accountsFile()
+{
+    return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db");
+}
+
+/// The tables of a database that hold anything. Nothing has been written to one that is not there.
+QStringList filledTables(const QString& file, const QStringList& tables)
+{
+    QStringList filled;
+    if (!QFile::exists(file))
+        return filled;
+    for (const QString& table : tables) {
+        const auto rows = sqliteRows(file, QLatin1String("SELECT count(*) FROM ") + table);
+        if (rows != QList<QVariantList>({{0LL}}))
+            filled.append(table + QLatin1Char('=') + rows.value(0).value(0).toString());
+    }
+    return filled;
+}
+
+bool removeIdentity(int number)
+{
+    SignOn::Identity* const identity = SignOn::Identity::existingIdentity(quint32(number));
+    if (!identity)
+        return false;
+    bool ended = false;
+    QObject::connect(identity, &SignOn::Identity::removed, identity, [&] { ended = true; });
+    QObject::connect(identity, &SignOn::Identity::error, identity, [&] { ended = true; });
+    identity->remove();
+    waitUntil([&] { return ended; }, 2000);
+    delete identity;
+    return ended;
+}
+
+} // namespace
+
+void StoryFixture::openFacade(const QString& consumerSecret)
+{
+    closeFacade();
+    mAccounts = std::make_unique<KelAccounts>();
+    mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
+    facade().initialize(QStringLiteral("demo-key"), consumerSecret, 2, QStringLiteral("service"),
+                        {});
+}
+
+void StoryFixture::closeFacade()
+{
+    mRecorder.reset();
+    mAccounts.reset();
+}
+
+QStringList StoryFixture::answers(const Call& call)
+{
+    mRecorder->clear();
+    call();
+    if (mRecorder->lines().isEmpty())
+        return answersToCome();
+    return QStringList(QStringLiteral("inside the call:")) + answersToCome();
+}
+
+QStringList StoryFixture::answersToCome()
+{
+    mRecorder->waitFor(1, patienceMs);
+    QTest::qWait(settleMs);
+    return mRecorder->lines();
+}
+
+QString StoryFixture::solvedCaptcha()
+{
+    const QStringList lines = answers([this] { facade().retrieveCaptchaImage(200, 60); });
+    static const QRegularExpression form(
+        QStringLiteral("^retrieveCaptchaImageResponse\\(0, .*, '([0-9a-f]+)'\\)$"));
+    const QByteArray id = form.match(lines.value(1)).captured(1).toLatin1();
+    const AdminReply reply = EmulatedService::ask("GET", QByteArray("/captchas/" + id).constData());
+    return reply.status == 200 ? QString::fromUtf8(reply.body).trimmed() : QString();
+}
+
+QString StoryFixture::setUpLine(const char* signal, const QVariantMap& values)
+{
+    QVariantMap all = values;
+    all.insert(QStringLiteral("IdentityId"), identityNumber());
+    return QLatin1String(signal) + QLatin1String("(0, ") + mapText(all) + QLatin1Char(')');
+}
+
+QList<QVariantList> StoryFixture::identities()
+{
+    return sqliteRows(storeFile("signon.db"),
+                      QStringLiteral("SELECT id, username FROM CREDENTIALS ORDER BY id"));
+}
+
+int StoryFixture::identityNumber()
+{
+    const QList<QVariantList> rows = identities();
+    return rows.size() == 1 ? rows.at(0).at(0).toInt() : 0;
+}
+
+QList<QVariantList> StoryFixture::deviceAccounts()
+{
+    return sqliteRows(accountsFile(),
+                      QStringLiteral("SELECT name, provider, Accounts.enabled, value FROM Accounts "
+                                     "LEFT JOIN Settings ON account = Accounts.id AND service = 0 "
+                                     "AND key = 'CredentialsId'"));
+}
+
+QString StoryFixture::leftOnTheDevice()
+{
+    const QStringList filled =
+        filledTables(storeFile("signon.db"), {QStringLiteral("CREDENTIALS"), QStringLiteral("ACL"),
+                                              QStringLiteral("REFS"), QStringLiteral("REALMS")}) +
+        filledTables(storeFile("signon-secrets.db"),
+                     {QStringLiteral("CREDENTIALS"), QStringLiteral("STORE")}) +
+        filledTables(accountsFile(), {QStringLiteral("Accounts"), QStringLiteral("Settings")});
+    return filled.join(QLatin1Char(' '));
+}
+
+bool StoryFixture::cleanDevice()
+{
+    {
+        Accounts::Manager manager;
+        const Accounts::AccountIdList ids = manager.accountList();
+        for (const Accounts::AccountId id : ids) {
+            Accounts::Account* const account = manager.account(id);
+            account->remove();
+            account->syncAndBlock();
+        }
+    }
+    if (!identities().isEmpty() && !DaemonControl::start())
+        return false;
+    // What is sent before the sign-on library has seen an ended daemon is lost.
+    return waitUntil([] {
+        const QList<QVariantList> rows = identities();
+        for (const QVariantList& row : rows)
+            removeIdentity(row.at(0).toInt());
+        return leftOnTheDevice().isEmpty();
+    });
+}
