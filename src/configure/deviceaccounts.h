@@ -3,14 +3,15 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 class QObject;
 
 namespace KelAccount {
 
-/// The device's accounts of the service. The accounts framework brings GLib, SQLite and libxml2 into
-/// a process, so it stands in a module that is loaded when an account is first asked for.
+/// The device's accounts of the service. The accounts framework brings GLib, SQLite and libxml2
+/// into a process, so it stands in a module that is loaded when an account is first asked for.
 class DeviceAccounts
 {
 public:
@@ -23,9 +24,13 @@ public:
     /// opened.
     virtual std::optional<unsigned int> activeCredentialsId() = 0;
 
-    /// Creates one and has it stored. 0 when the framework has it, -1 on failure. What storing takes
-    /// belongs to `owner`.
-    virtual int createAccount(const QString& name, unsigned int credentialsId, QObject* owner) = 0;
+    /// Creates one and has it stored. 0 when the framework has it, -1 on failure. What storing
+    /// takes belongs to `owner`.
+    ///
+    /// After 0 `stored` is called, from the event loop, with whether it is in the database; a
+    /// database that another program has locked is waited for, but not longer than `timeoutMs`.
+    virtual int createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
+                              int timeoutMs, const std::function<void(bool)>& stored) = 0;
 };
 
 DeviceAccounts& deviceAccounts();

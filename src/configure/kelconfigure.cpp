@@ -4,6 +4,7 @@
 #include "common/logging.h"
 #include "common/signondaemon.h"
 #include "configure/deviceaccounts.h"
+#include "configure/identityremoval.h"
 
 #include <SignOn/Identity>
 
@@ -14,6 +15,8 @@ namespace KelAccount {
 namespace {
 
 constexpr int storeTimeoutMs = 90000;
+constexpr int accountTimeoutMs = 30000;
+constexpr int removalTimeoutMs = 10000;
 
 const QLatin1String ownerToken("libaccounts-kel::accesssvt");
 
@@ -73,43 +76,24 @@ SignOn::IdentityInfo identityRecord(const QString& userName, const QString& pass
     return record;
 }
 
-void removeStoredIdentity(unsigned int credentialsId)
-{
-    SignOn::Identity* const identity = SignOn::Identity::existingIdentity(credentialsId);
-    if (!identity) {
-        qCCritical(logConfigure, "Failed to get identity object for the given identity id");
-        return;
-    }
-    const bool connected =
-        QObject::connect(identity, &SignOn::Identity::removed, identity, &QObject::deleteLater) &&
-        QObject::connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
-    if (!connected)
-        qCWarning(logConfigure, "Failed to connect to deleteLater.. Possibility of memory leak");
-    QObject::connect(identity, &SignOn::Identity::error, identity, [](const SignOn::Error& error) {
-        // The daemon forbids access to an identity that it does not have.
-        if (error.type() == SignOn::Error::IdentityNotFound ||
-            error.type() == SignOn::Error::PermissionDenied)
-            qCCritical(logConfigure, "Failed to get identity object for the given identity id");
-        else
-            qCWarning(logConfigure, "The stored credentials were not removed: sign-on error %d",
-                      error.type());
-    });
-    identity->remove();
-}
-
 } // namespace
 
-KelConfigure::KelConfigure(QObject* parent) : QObject(parent)
+KelConfigure::KelConfigure(QObject* parent)
+    : QObject(parent), mAccountTimeoutMs(accountTimeoutMs), mRemovalTimeoutMs(removalTimeoutMs)
 {
     mStoreGuard.setSingleShot(true);
     mStoreGuard.setInterval(storeTimeoutMs);
     connect(&mStoreGuard, &QTimer::timeout, this, [this] {
         qCCritical(logConfigure, "The sign-on daemon did not store the credentials in time");
+        abandonStore();
         onCredentialStoreFailed(SignOn::Error(SignOn::Error::TimedOut));
     });
 }
 
-KelConfigure::~KelConfigure() = default;
+KelConfigure::~KelConfigure()
+{
+    abandonStore();
+}
 
 int KelConfigure::storeUserCredentials(const QString& userName, const QString& password)
 {
@@ -174,6 +158,23 @@ void KelConfigure::finishStore(bool stored, quint32 credentialsId)
     Q_EMIT storeUserCredentialsStatus(stored, credentialsId);
 }
 
+// What the daemon stores when nobody waits for it any more is taken out again.
+void KelConfigure::abandonStore()
+{
+    SignOn::Identity* const identity = mIdentity;
+    if (!identity)
+        return;
+    mIdentity.clear();
+    identity->disconnect();
+    identity->setParent(nullptr);
+    connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
+    connect(identity, &SignOn::Identity::credentialsStored, identity,
+            [identity, patienceMs = mRemovalTimeoutMs](quint32 credentialsId) {
+                identity->deleteLater();
+                (new IdentityRemoval(credentialsId, patienceMs))->start();
+            });
+}
+
 void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
 {
     finishStore(true, credentialsId);
@@ -184,17 +185,12 @@ void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
     finishStore(false, 0);
 }
 
-void KelConfigure::removeIdentity(unsigned int credentialsId)
+void KelConfigure::removeIdentity(unsigned int credentialsId, const std::function<void()>& next)
 {
-    if (!reachesSessionBus())
-        return;
-    // Not tied to this object: the credentials have to go even if it does not live to see it.
-    auto* const keeper = new QObject;
-    ensureSignOnDaemon(keeper, mStoreGuard.interval(), [keeper, credentialsId](bool running) {
-        keeper->deleteLater();
-        if (running)
-            removeStoredIdentity(credentialsId);
-    });
+    auto* const removal = new IdentityRemoval(credentialsId, mRemovalTimeoutMs);
+    if (next)
+        connect(removal, &IdentityRemoval::ended, this, next);
+    removal->start();
 }
 
 void KelConfigure::onRemovalComplete()
@@ -216,7 +212,9 @@ bool KelConfigure::isKelAccountPresent()
 
 int KelConfigure::configureAccount(const QString& name, unsigned int credentialsId)
 {
-    return deviceAccounts().createAccount(name, credentialsId, this);
+    return deviceAccounts().createAccount(
+        name, credentialsId, this, mAccountTimeoutMs,
+        [this](bool stored) { Q_EMIT configureAccountStatus(stored); });
 }
 
 } // namespace KelAccount

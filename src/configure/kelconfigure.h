@@ -6,6 +6,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 namespace SignOn {
@@ -29,21 +30,30 @@ public:
     /// once. -1 when it could not be asked or another store is under way; no signal follows.
     int storeUserCredentials(const QString& userName, const QString& password);
 
-    /// Has the identity removed. The outcome is only logged.
-    void removeIdentity(unsigned int credentialsId);
+    /// Has the identity removed, also when this object does not live to see it. The outcome is only
+    /// logged. `next`, if any, is called from the event loop when it has come, or has not come in
+    /// time; not once this object is gone.
+    void removeIdentity(unsigned int credentialsId, const std::function<void()>& next = nullptr);
 
     /// Whether the device has an account of the service, enabled or not.
     bool isKelAccountPresent();
 
-    /// Creates the device account. 0 when the accounts manager has it; -1 on failure.
+    /// Creates the device account. 0 when the accounts manager has it; `configureAccountStatus`
+    /// follows, once. -1 on failure; no signal follows.
     int configureAccount(const QString& name, unsigned int credentialsId);
 
     /// How long the daemon may take to store. Long enough to unlock its store, and only there so
     /// that a daemon that cannot be started does not leave the set-up waiting for ever.
     void setStoreTimeout(int milliseconds) { mStoreGuard.setInterval(milliseconds); }
+    /// How long the accounts database may be locked by others.
+    void setAccountTimeout(int milliseconds) { mAccountTimeoutMs = milliseconds; }
+    /// How long a caller of removeIdentity() is kept waiting.
+    void setRemovalTimeout(int milliseconds) { mRemovalTimeoutMs = milliseconds; }
 
 Q_SIGNALS:
     void storeUserCredentialsStatus(bool stored, quint32 credentialsId);
+    /// Whether the device account is in the accounts database.
+    void configureAccountStatus(bool stored);
     void identityRemovalCompleted();
 
 public Q_SLOTS:
@@ -56,10 +66,13 @@ private:
     bool storeRecord(const SignOn::IdentityInfo& record);
     bool connectIdentity();
     void finishStore(bool stored, quint32 credentialsId);
+    void abandonStore();
 
     std::unique_ptr<QObject> mStore;      // what a store that is under way waits on, or null
     QPointer<SignOn::Identity> mIdentity; // being stored, or null
     QTimer mStoreGuard;
+    int mAccountTimeoutMs;
+    int mRemovalTimeoutMs;
 };
 
 } // namespace KelAccount

@@ -10,6 +10,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
+
+#include <sqlite3.h>
 
 #include <memory>
 
@@ -45,6 +48,28 @@ const StoredSetting settings[] = {
     {"scheduler/schedule_peak_start_time", "i", "540"},
 };
 
+/// Another program at the accounts database.
+class OtherProgram
+{
+public:
+    OtherProgram()
+    {
+        const QString file = qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db");
+        sqlite3_open(QFile::encodeName(file).constData(), &mDatabase);
+    }
+    OtherProgram(const OtherProgram&) = delete;
+    OtherProgram& operator=(const OtherProgram&) = delete;
+    ~OtherProgram() { sqlite3_close(mDatabase); }
+
+    bool run(const char* statement)
+    {
+        return sqlite3_exec(mDatabase, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+
+private:
+    sqlite3* mDatabase = nullptr;
+};
+
 } // namespace
 
 /// The account, as the accounts database keeps it.
@@ -68,6 +93,10 @@ private Q_SLOTS:
     void anotherProvidersAccountIsNotPresent();
     void nothingIsLeftOfTheCreation();
     void theCreatorMayGoAtOnce();
+    void theAccountIsThereWhenItIsReported();
+    void aLockedDatabaseIsWaitedFor();
+    void aDatabaseThatStaysLockedIsReported();
+    void anAccountThatCannotBeWrittenIsReported();
     void aBrokenDatabaseIsReported();
     void theSetUpContextHasNoUserInterface();
 
@@ -243,6 +272,64 @@ void TestDeviceAccount::theCreatorMayGoAtOnce()
                QList<QVariantList>({{1LL}});
     }));
     waitUntil([] { return false; }, 50);
+}
+
+void TestDeviceAccount::theAccountIsThereWhenItIsReported()
+{
+    QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+    QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
+    QCOMPARE(reports.size(), 0);
+    QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
+    QCOMPARE(mSandbox.accounts(QStringLiteral("select name from accounts")),
+             QList<QVariantList>({{QStringLiteral("n")}}));
+    waitUntil([] { return false; }, 50);
+    QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+}
+
+void TestDeviceAccount::aLockedDatabaseIsWaitedFor()
+{
+    QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+    OtherProgram other;
+    QVERIFY(other.run("begin exclusive"));
+    QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
+    waitUntil([] { return false; }, 100);
+    QCOMPARE(reports.size(), 0);
+    QVERIFY(other.run("rollback"));
+    QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
+    QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+}
+
+void TestDeviceAccount::aDatabaseThatStaysLockedIsReported()
+{
+    QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+    OtherProgram other;
+    QVERIFY(other.run("begin exclusive"));
+    mConfigure->setAccountTimeout(100);
+    const MessageLog log;
+    QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
+    QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
+    QVERIFY(other.run("rollback"));
+    QVERIFY(log.hasCritical("The accounts database did not take the account in time"));
+    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
+    waitUntil([] { return false; }, 200);
+    QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
+    QCOMPARE(mSandbox.accounts(QStringLiteral("select * from accounts")), QList<QVariantList>());
+}
+
+void TestDeviceAccount::anAccountThatCannotBeWrittenIsReported()
+{
+    QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+    OtherProgram other;
+    QVERIFY(other.run("create trigger full before insert on Accounts "
+                      "begin select raise(abort, 'disk full'); end"));
+    const int created = mConfigure->configureAccount(QStringLiteral("n"), 1);
+    const bool reported = waitUntil([&] { return !reports.isEmpty(); });
+    QVERIFY(other.run("drop trigger full"));
+    QCOMPARE(created, 0);
+    QVERIFY(reported);
+    QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
+    QCOMPARE(mSandbox.accounts(QStringLiteral("select * from accounts")), QList<QVariantList>());
+    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
 }
 
 void TestDeviceAccount::aBrokenDatabaseIsReported()

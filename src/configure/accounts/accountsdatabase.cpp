@@ -7,6 +7,8 @@
 #include <Accounts/Account>
 #include <Accounts/Manager>
 
+#include <QTimer>
+
 #include <algorithm>
 #include <memory>
 
@@ -42,6 +44,23 @@ Accounts::Account* findAccount(Accounts::Manager& manager, Accepts accepts)
     return nullptr;
 }
 
+// Calls `stored` once: with the account's own outcome or, without one in time, with false.
+void reportStoring(Accounts::Account* account, int timeoutMs,
+                   const std::function<void(bool)>& stored)
+{
+    QObject::connect(account, &Accounts::Account::synced, account, [stored] { stored(true); });
+    QObject::connect(account, &Accounts::Account::error, account, [stored](Accounts::Error error) {
+        qCCritical(logConfigure, "The account was not stored: accounts error %d", error.type());
+        stored(false);
+    });
+    QTimer::singleShot(timeoutMs, account, [account, stored] {
+        qCCritical(logConfigure, "The accounts database did not take the account in time");
+        QObject::disconnect(account, nullptr, account, nullptr);
+        account->deleteLater(); // which takes it back from the framework
+        stored(false);
+    });
+}
+
 } // namespace
 
 std::optional<bool> AccountsDatabase::hasAccount()
@@ -62,7 +81,8 @@ std::optional<unsigned int> AccountsDatabase::activeCredentialsId()
     return account ? account->credentialsId() : 0;
 }
 
-int AccountsDatabase::createAccount(const QString& name, unsigned int credentialsId, QObject* owner)
+int AccountsDatabase::createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
+                                    int timeoutMs, const std::function<void(bool)>& stored)
 {
     auto* const manager = new Accounts::Manager(owner);
     // Without a database the framework hands out accounts that are good for nothing.
@@ -80,11 +100,12 @@ int AccountsDatabase::createAccount(const QString& name, unsigned int credential
     // The manager serves this account only.
     QObject::connect(account, &QObject::destroyed, manager, &QObject::deleteLater);
     const bool connected =
-        QObject::connect(account, &Accounts::Account::synced, account, &QObject::deleteLater)
-        && QObject::connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
+        QObject::connect(account, &Accounts::Account::synced, account, &QObject::deleteLater) &&
+        QObject::connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
     if (!connected)
         qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
                                 "possibility of memory leak");
+    reportStoring(account, timeoutMs, stored);
     new KelConfigureAccount(account, AccountsUI::CreateNew, name, credentialsId, account);
     return 0;
 }

@@ -11,7 +11,8 @@ class AccountsDatabase : public DeviceAccounts
 public:
     std::optional<bool> hasAccount() override;
     std::optional<unsigned int> activeCredentialsId() override;
-    int createAccount(const QString& name, unsigned int credentialsId, QObject* owner) override;
+    int createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
+                      int timeoutMs, const std::function<void(bool)>& stored) override;
 };
 
 } // namespace KelAccount

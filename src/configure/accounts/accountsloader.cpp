@@ -12,8 +12,8 @@ class NoAccounts : public DeviceAccounts
 public:
     std::optional<bool> hasAccount() override { return {}; }
     std::optional<unsigned int> activeCredentialsId() override { return {}; }
-    int createAccount(const QString& /*name*/, unsigned int /*credentialsId*/,
-                      QObject* /*owner*/) override
+    int createAccount(const QString& /*name*/, unsigned int /*credentialsId*/, QObject* /*owner*/,
+                      int /*timeoutMs*/, const std::function<void(bool)>& /*stored*/) override
     {
         return -1;
     }
@@ -24,8 +24,8 @@ public:
 DeviceAccounts& deviceAccounts()
 {
     using Function = DeviceAccounts* (*)();
-    static const auto function = reinterpret_cast<Function>(
-        demandedFunction("accounts", "kelaccount_device_accounts"));
+    static const auto function =
+        reinterpret_cast<Function>(demandedFunction("accounts", "kelaccount_device_accounts"));
     static NoAccounts none;
     return function ? *function() : none;
 }
