@@ -71,9 +71,14 @@ void KelAccountsPrivate::connectSession()
     connect(mAuthSessionInterface, &Session::closeResponse, this, &Self::processCloseResponse);
     connect(mKelConfigure, &KelConfigure::storeUserCredentialsStatus, this,
             &Self::processCredentialStoringStatusUpdate);
+    connect(mKelConfigure, &KelConfigure::configureAccountStatus, this,
+            &Self::processAccountStoringStatusUpdate);
 }
 
-KelAccountsPrivate::~KelAccountsPrivate() = default;
+KelAccountsPrivate::~KelAccountsPrivate()
+{
+    abandonSetUp();
+}
 
 void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& consumerSecret,
                                     int server, const QString& zorService,

@@ -173,6 +173,7 @@ private Q_SLOTS:
     void processensureTokenResponse(int error);
     void processCloseResponse(int error);
     void processCredentialStoringStatusUpdate(bool stored, quint32 credentialId);
+    void processAccountStoringStatusUpdate(bool stored);
 
     void getCountryCode();
 
@@ -196,19 +197,25 @@ private:
     /// False, with the refusal posted, when no session can be had, or when this object came to its
     /// end while waiting for one: then nothing of it may be used.
     bool openSession(ResponseType type);
+    /// The same without posting anything.
+    bool createSession();
 
     bool isSetUpRefused(ResponseType type, bool argumentsAreGood);
     void storeCredentials(ResponseType type, const QString& name, const QString& password,
                           const char* failure);
     /// As openSession(), and takes the set-up back when there is no session.
-    bool openSessionForSetUp(ResponseType type);
+    bool openSessionForSetUp();
     void signIn();
     void registerAccount();
     void processErrorDuringStoreCredentials();
     int configureAccountOnFramework(const SignOn::SessionData& data);
-    void finishSetUp(ResponseType type, int error, const SignOn::SessionData& data,
-                     const char* failure);
-    void rollBackSetUp();
+    void finishSetUp(int error, const SignOn::SessionData& data);
+    void failToConfigureAccount();
+    void completeSetUp();
+    /// Takes the set-up back, and answers with the error when nothing is left of it.
+    void rollBackSetUp(int error);
+    /// At the end of this object: nobody is answered, but nothing is left behind either.
+    void abandonSetUp();
     void endSetUp();
     QVariantMap resultOf(const SignOn::SessionData& data) const;
 
@@ -229,6 +236,7 @@ private:
     KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
     quint32 mCredentialId = 0;
     bool mConfigureOnDb = false;
+    QVariantMap mSetUpResult; // from signing in to the stored account
     int mPendingConfigRequest = NoSetUp;
     int mInitialized = 0;
 

@@ -53,15 +53,20 @@ bool KelAccountsPrivate::isSessionRefused(ResponseType type)
     return false;
 }
 
-bool KelAccountsPrivate::openSession(ResponseType type)
+bool KelAccountsPrivate::createSession()
 {
     const QPointer<KelAccountsPrivate> alive(this);
     const bool open = mAuthSessionInterface->createAuthSession(
         mConsumerKey, mConsumerSecret, mZorService, mServerIndex, mCredentialId);
     // Waiting for the plugin runs the event loop, and an application may do anything there.
-    if (!alive)
-        return false;
-    if (!open)
+    return alive && open;
+}
+
+bool KelAccountsPrivate::openSession(ResponseType type)
+{
+    const QPointer<KelAccountsPrivate> alive(this);
+    const bool open = createSession();
+    if (alive && !open)
         deferError(type, ErrorFailedToEstablishZorAuthSession);
     return open;
 }

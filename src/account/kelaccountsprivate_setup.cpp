@@ -15,6 +15,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 using namespace KelRestHandler;
 
 namespace KelAccount {
@@ -96,6 +98,7 @@ void KelAccountsPrivate::updateRegisterInfoData(const RegistrationInfo& info,
 void KelAccountsPrivate::storeCredentials(ResponseType type, const QString& name,
                                           const QString& password, const char* failure)
 {
+    mCredentialId = 0; // of a set-up before, whose account is gone
     if (mKelConfigure->storeUserCredentials(name, password) == 0)
         return;
     qCCritical(logAccount, "%s", failure);
@@ -140,59 +143,76 @@ void KelAccountsPrivate::processErrorDuringStoreCredentials()
         endSetUp();
 }
 
-bool KelAccountsPrivate::openSessionForSetUp(ResponseType type)
+bool KelAccountsPrivate::openSessionForSetUp()
 {
     const QPointer<KelAccountsPrivate> alive(this);
-    const bool open = openSession(type);
+    const bool open = createSession();
     if (alive && !open)
-        rollBackSetUp();
+        rollBackSetUp(ErrorFailedToEstablishZorAuthSession);
     return open;
 }
 
 void KelAccountsPrivate::signIn()
 {
-    if (openSessionForSetUp(ResponseSignInAndConfigure))
+    if (openSessionForSetUp())
         mAuthSessionInterface->signIn();
 }
 
 void KelAccountsPrivate::registerAccount()
 {
-    if (openSessionForSetUp(ResponseRegisterAccount))
+    if (openSessionForSetUp())
         mAuthSessionInterface->registerAccount(&mRegistrationInfoData);
 }
 
 void KelAccountsPrivate::processSignInCompleted(int error, const SignOn::SessionData& data)
 {
-    finishSetUp(ResponseSignInAndConfigure, error, data,
-                "Signin was successful.. but failed to configure the account on device");
+    finishSetUp(error, data);
 }
 
 void KelAccountsPrivate::processregisterAccountResponse(int error, const SignOn::SessionData& data)
 {
-    finishSetUp(ResponseRegisterAccount, error, data,
-                "Registration was successful.. but failed to configure the account on device");
+    finishSetUp(error, data);
 }
 
-void KelAccountsPrivate::finishSetUp(ResponseType type, int error, const SignOn::SessionData& data,
-                                     const char* failure)
+void KelAccountsPrivate::finishSetUp(int error, const SignOn::SessionData& data)
 {
-    const auto answer = type == ResponseSignInAndConfigure
-                            ? &KelAccountsPrivate::signInAndConfigureResponse
-                            : &KelAccountsPrivate::registerAccountResponse;
     if (error != ErrorNone) {
-        rollBackSetUp();
-        Q_EMIT(this->*answer)(toStatus(error), QVariantMap());
+        rollBackSetUp(error);
         return;
     }
-    if (configureAccountOnFramework(data) != 0) {
-        qCCritical(logAccount, "%s", failure);
-        rollBackSetUp();
-        deferError(type, ErrorFailedToConfigureAccount);
-        return;
-    }
-    const QVariantMap result = resultOf(data);
+    mSetUpResult = resultOf(data);
+    if (configureAccountOnFramework(data) != 0)
+        failToConfigureAccount();
+    else if (!mConfigureOnDb)
+        completeSetUp();
+    // Otherwise the accounts database still has to take the account.
+}
+
+void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
+{
+    if (stored)
+        completeSetUp();
+    else
+        failToConfigureAccount();
+}
+
+void KelAccountsPrivate::failToConfigureAccount()
+{
+    qCCritical(logAccount, "%s",
+               mPendingConfigRequest == SignInSetUp
+                   ? "Signin was successful.. but failed to configure the account on device"
+                   : "Registration was successful.. but failed to configure the account on device");
+    rollBackSetUp(ErrorFailedToConfigureAccount);
+}
+
+void KelAccountsPrivate::completeSetUp()
+{
     if (DeviceInfoUtil().simStatus())
         mAuthSessionInterface->updateDeviceInfo();
+    const QVariantMap result = mSetUpResult;
+    const auto answer = mPendingConfigRequest == SignInSetUp
+                            ? &KelAccountsPrivate::signInAndConfigureResponse
+                            : &KelAccountsPrivate::registerAccountResponse;
     endSetUp();
     Q_EMIT(this->*answer)(ErrorNone, result);
 }
@@ -218,18 +238,30 @@ QVariantMap KelAccountsPrivate::resultOf(const SignOn::SessionData& data) const
     };
 }
 
-void KelAccountsPrivate::rollBackSetUp()
+void KelAccountsPrivate::rollBackSetUp(int error)
 {
+    const auto type =
+        mPendingConfigRequest == SignInSetUp ? ResponseSignInAndConfigure : ResponseRegisterAccount;
     mAuthSessionInterface->destroyActiveAuthSession();
-    mKelConfigure->removeIdentity(mCredentialId);
-    // The next session is not to be opened on what was just removed.
-    mCredentialId = 0;
-    endSetUp();
+    // The next session is not to be opened on what is being removed. An application may end with
+    // the answer, so that comes last.
+    mKelConfigure->removeIdentity(std::exchange(mCredentialId, 0), [this, type, error] {
+        endSetUp();
+        sendErrorResponse(type, error);
+    });
+}
+
+void KelAccountsPrivate::abandonSetUp()
+{
+    // An account that the accounts database already has needs its credentials.
+    if (mPendingConfigRequest != NoSetUp && mCredentialId != 0 && mSetUpResult.isEmpty())
+        mKelConfigure->removeIdentity(mCredentialId);
 }
 
 void KelAccountsPrivate::endSetUp()
 {
     mPendingConfigRequest = NoSetUp;
+    mSetUpResult.clear();
     // The password is not kept longer than it is needed.
     mRegistrationInfoData = RegistrationInfoData();
 }

@@ -308,6 +308,7 @@ private Q_SLOTS:
         names.sort();
         QStringList expected;
         for (const char* name : {"getCountryCode",
+                                 "processAccountStoringStatusUpdate",
                                  "processCaptchaImageResponse",
                                  "processChangePasswordCompleted",
                                  "processCloseResponse",
