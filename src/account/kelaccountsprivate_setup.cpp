@@ -85,8 +85,8 @@ void KelAccountsPrivate::registerAccount(QObject* info, bool configureOnDb)
 {
     if (const auto* const record = qobject_cast<RegistrationInfo*>(info))
         registerAccount(*record, configureOnDb);
-    else
-        deferError(ResponseRegisterAccount, ErrorInvalidParameter);
+    else // as incomplete as a record can be, and so refused in its turn
+        registerAccount(RegistrationInfo(), configureOnDb);
 }
 
 void KelAccountsPrivate::updateRegisterInfoData(const RegistrationInfo& info,
