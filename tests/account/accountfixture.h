@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "account/facaderecorder.h"
+#include "account/sessionoperations.h"
+#include "support/sessionsandbox.h"
+
+#include <QList>
+#include <QObject>
+#include <QVariantList>
+#include <QVariantMap>
+
+#include <functional>
+#include <memory>
+
+/// A facade in a sandbox, with a note of each of its signals, and what the daemon and the accounts
+/// database keep for it. The REST layer, the modem and the tag server answer as the test says.
+class AccountFixture : public QObject
+{
+public:
+    explicit AccountFixture(KelTest::SessionSandbox& sandbox) : mSandbox(sandbox) {}
+
+protected:
+    using KelAccounts = KelAccount::KelAccounts;
+    using Operation = sessionoperations::Operation;
+    using SetUp = sessionoperations::SetUp;
+
+    /// No facade, no account, no script, no modem; what identities() counts starts here. False when
+    /// the daemon cannot be brought to work.
+    bool reset();
+    void makeFacade(bool initialized = true);
+    void endFacade();
+
+    /// Credentials that somebody stored before; 0 on failure.
+    quint32 storeIdentity();
+    /// An account that somebody made before. False on failure.
+    static bool createDeviceAccount(quint32 credentials, bool enabled = true);
+    static bool removeDeviceAccounts();
+
+    QStringList lines() const { return mRecorder->lines(); }
+    /// True when exactly so many came and, after a while, no more.
+    bool answersOnce(int count = 1, int timeoutMs = 20000) const;
+    /// Long enough for what should not come.
+    static void letPass(int milliseconds);
+
+    /// Runs `action` from the event loop once the plugin has been asked for the mechanism. Works
+    /// while a call waits for the plugin in an event loop of its own.
+    void whenAsked(const QString& mechanism, const std::function<void()>& action);
+
+    /// Kills the process that the last request went to.
+    bool killPlugin() const;
+
+    /// What is in the stores since reset(): numbers of identities, and of each device account its
+    /// name and credentials.
+    QList<quint32> identities() const;
+    QList<QVariantList> deviceAccounts() const;
+
+    /// What the plugin says about the user in these tests, and a script that has it say so.
+    static QVariantMap userData();
+    static QList<KelTest::PluginStep> succeeding();
+    /// The answer of a set-up that stored these credentials, and succeeded.
+    static QString success(const SetUp& setUp, quint32 credentials);
+    /// Whether a set-up of this kind succeeds now, with all that it has to leave behind.
+    bool succeeds(const SetUp& setUp);
+
+    static void setUpRows(); ///< a column "setUp" and a row for each
+    static SetUp setUpOfTheRow();
+    static void operationRows(); ///< a column "operation" and a row for each
+    static Operation operationOfTheRow();
+
+    KelTest::SessionSandbox& mSandbox;
+    std::unique_ptr<KelAccounts> mAccounts;
+    std::unique_ptr<KelTest::FacadeRecorder> mRecorder;
+
+private:
+    quint32 mNewestBefore = 0;
+};
