@@ -85,7 +85,9 @@ void ClientSettings::takeOption(const QStringList& all, int& position, QString& 
 bool ClientSettings::takeFlag(const QString& name)
 {
     if (name == QLatin1String("--json"))
-        json = true;
+        format = OutputFormat::Json;
+    else if (name == QLatin1String("--line"))
+        format = OutputFormat::Line;
     else if (name == QLatin1String("--verbose"))
         verbose = true;
     else if (name == QLatin1String("--help"))

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "outcome.h"
+
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -17,7 +19,7 @@ struct ClientSettings
     QString service = QStringLiteral("kelaccount");
     int timeLimitSeconds = 70;
     int passwordDescriptor = -1; ///< where passwords are read from; -1 asks for them
-    bool json = false;
+    OutputFormat format = OutputFormat::Rows;
     bool verbose = false;
     QString command;
     QStringList arguments;

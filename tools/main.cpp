@@ -58,7 +58,8 @@ void printHelp()
         "  --password-fd N              read passwords and answers from this descriptor, one\n"
         "                               a line, instead of asking for them\n"
         "  --timeout SECONDS            how long to wait for the answer (70)\n"
-        "  --json                       one line of JSON instead of text\n"
+        "  --json                       one line of JSON instead of a row for each value\n"
+        "  --line                       all in one line, as long as it fits\n"
         "  --verbose                    show the library's log\n"
         "  --help, --version\n"
         "\n"
@@ -92,7 +93,8 @@ int run(const ClientSettings& settings, const Command& command, const CommandInp
         if (reported)
             return;
         reported = true;
-        printOutcome(call, outcome, static_cast<double>(clock.nsecsElapsed()) / 1e6, settings.json);
+        printOutcome(call, outcome, static_cast<double>(clock.nsecsElapsed()) / 1e6,
+                     settings.format);
         const bool good = outcome.status == 0 && outcome.failure.isEmpty();
         // Some operations answer from inside the call, before there is an event loop to leave.
         QTimer::singleShot(

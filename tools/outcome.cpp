@@ -33,7 +33,7 @@ void row(const QString& name, const QString& value)
     printLine(QLatin1String("  ") + name.leftJustified(nameWidth) + value);
 }
 
-void printForPeople(const QString& call, const Outcome& outcome, double milliseconds)
+void printRows(const QString& call, const Outcome& outcome, double milliseconds)
 {
     printLine(printable(call));
     row(QStringLiteral("signal"), outcome.signal);
@@ -45,6 +45,57 @@ void printForPeople(const QString& call, const Outcome& outcome, double millisec
     if (!outcome.failure.isEmpty())
         row(QStringLiteral("failed"), printable(outcome.failure));
     row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
+}
+
+// "ErrorNone" of "ZorKeLDefs::ErrorNone"
+QString shortName(int status)
+{
+    return CommonUtils::ConvertErrorCodeToString(status).section(QLatin1String("::"), -1);
+}
+
+// Behind the line, or below it, as many on each as a wide terminal shows.
+QString valuesBehind(const QString& line, const QStringList& values)
+{
+    constexpr int width = 110;
+    const QString gap = QStringLiteral("  ");
+    const QString all = values.join(QLatin1String(", "));
+    if (values.isEmpty() || line.size() + gap.size() + all.size() <= width)
+        return values.isEmpty() ? QString() : gap + all;
+    const QString newLine = QStringLiteral("\n    ");
+    QString text = newLine;
+    int used = 0;
+    for (const QString& value : values) {
+        if (used > 0 && used + gap.size() + value.size() > width - newLine.size()) {
+            text += QLatin1Char(',') + newLine + value;
+            used = value.size();
+        } else {
+            const QString separator = used > 0 ? QStringLiteral(", ") : QString();
+            text += separator + value;
+            used += separator.size() + value.size();
+        }
+    }
+    return text;
+}
+
+void printAsLine(const QString& call, const Outcome& outcome, double milliseconds)
+{
+    constexpr int callWidth = 41;
+    constexpr int statusWidth = 28;
+    constexpr int timeWidth = 10;
+    QStringList values;
+    for (const auto& value : outcome.values) {
+        const QString text = textOf(value.second);
+        if (text != QLatin1String("-"))
+            values.append(printable(value.first) + QLatin1String(": ") + text);
+    }
+    if (!outcome.failure.isEmpty())
+        values.append(QLatin1String("failed: ") + printable(outcome.failure));
+    const QString status =
+        QString::number(outcome.status) + QLatin1Char(' ') + shortName(outcome.status);
+    const QString time = QString::number(milliseconds, 'f', 1) + QLatin1String(" ms");
+    QString line = printable(call).leftJustified(callWidth) + QLatin1Char(' ') +
+                   status.leftJustified(statusWidth) + time.rightJustified(timeWidth);
+    printLine(line + valuesBehind(line, values));
 }
 
 void printAsJson(const Outcome& outcome, double milliseconds)
@@ -66,12 +117,20 @@ void printAsJson(const Outcome& outcome, double milliseconds)
 
 } // namespace
 
-void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json)
+void printOutcome(const QString& call, const Outcome& outcome, double milliseconds,
+                  OutputFormat format)
 {
-    if (json)
+    switch (format) {
+    case OutputFormat::Rows:
+        printRows(call, outcome, milliseconds);
+        break;
+    case OutputFormat::Line:
+        printAsLine(call, outcome, milliseconds);
+        break;
+    case OutputFormat::Json:
         printAsJson(outcome, milliseconds);
-    else
-        printForPeople(call, outcome, milliseconds);
+        break;
+    }
     std::fflush(stdout);
 }
 

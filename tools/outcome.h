@@ -16,8 +16,15 @@ struct Outcome
     QString failure = {}; ///< why the command failed although the status is 0
 };
 
-/// Prints an outcome on standard output, for people or as one line of JSON.
-void printOutcome(const QString& call, const Outcome& outcome, double milliseconds, bool json);
+enum class OutputFormat {
+    Rows, ///< a row for each value
+    Line, ///< operation, status, time, and the values that are not empty, if they fit in one line
+    Json, ///< one object on one line
+};
+
+/// Prints an outcome on standard output.
+void printOutcome(const QString& call, const Outcome& outcome, double milliseconds,
+                  OutputFormat format);
 
 /// Makes text safe for a terminal: control characters are shown as \xNN.
 QString printable(const QString& text);

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QJsonArray>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
@@ -115,6 +116,53 @@ private Q_SLOTS:
         QVERIFY(answer.value(text("suggestions")).isArray());
         QTEST(answer.value(text("suggestions")).toArray().size(), "suggestions");
         QCOMPARE(answer.size(), 6);
+    }
+
+    void aLineHoldsOperationStatusTimeAndValues_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("pattern");
+        const QString time = text("[0-9]+\\.[0-9] ms");
+        QTest::newRow("free") << text("bob")
+                              << text("isUserIdAvailable\\(\"bob\"\\) +0 ErrorNone +") + time +
+                                     text("  available: true\n");
+        QTest::newRow("an empty value is left out")
+            << text("admin")
+            << text("isUserIdAvailable\\(\"admin\"\\) +512 Error512 +") + time +
+                   text("  available: false\n");
+        const QString longName(70, QLatin1Char('n'));
+        QTest::newRow("values that do not fit stand below")
+            << longName
+            << text("isUserIdAvailable\\(\"n+\"\\) 522 ErrorAttributeSyntaxError +") + time +
+                   text("\n    available: false\n");
+    }
+
+    void aLineHoldsOperationStatusTimeAndValues()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, pattern);
+        const ClientRun run = mClient->run(checkUser(name) << text("--line"));
+        QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(pattern))
+                     .match(QString::fromUtf8(run.output))
+                     .hasMatch(),
+                 run.output.constData());
+    }
+
+    void longListsAreBrokenBetweenValues()
+    {
+        const ClientRun run =
+            mClient->run({text("security-questions"), text("de"), text("--line")});
+        QCOMPARE(run.status, int(Success));
+        const QList<QByteArray> lines = run.output.split('\n');
+        QVERIFY(lines.size() > 2);
+        QByteArray joined;
+        for (const QByteArray& line : lines) {
+            QVERIFY2(QString::fromUtf8(line).size() <= 110, line.constData());
+            joined += line.trimmed() + ' ';
+        }
+        for (int id = 1; id <= 5; ++id)
+            QVERIFY2(joined.contains(QByteArray::number(id) + ": "), joined.constData());
+        QCOMPARE(joined.count("?, "), 4);
     }
 
     void noAnswerInTimeIsAStatusOfItsOwn()

@@ -39,9 +39,9 @@ private Q_SLOTS:
         QCOMPARE(run.status, int(Success));
         QCOMPARE(run.errors, QByteArray());
         QVERIFY(run.output.startsWith("usage: kelaccount "));
-        for (const char* text :
-             {"check-user NAME", "--server", "--consumer-key", "--consumer-secret-file",
-              "KELACCOUNT_CONSUMER_SECRET", "--json", "--verbose", "--version", "Exit status"})
+        for (const char* text : {"check-user NAME", "--server", "--consumer-key",
+                                 "--consumer-secret-file", "KELACCOUNT_CONSUMER_SECRET", "--json",
+                                 "--line", "--verbose", "--version", "Exit status"})
             QVERIFY2(run.output.contains(text), text);
         for (const QByteArray& line : run.output.split('\n'))
             QVERIFY2(line.size() <= 100, line.constData());
