@@ -10,6 +10,7 @@
 #include <QThread>
 
 #include <csignal>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -260,9 +261,19 @@ void Sandbox::applyToThisProcess() const
 
 bool Sandbox::startBus()
 {
-    if (!mBus.start(path(QStringLiteral("bus.conf")), environment(), logFile()))
-        return fail(QStringLiteral("dbus-daemon cannot be started: package dbus"));
-    return waitForBus();
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+    const int output = ::open(QFile::encodeName(logFile()).constData(),
+                              O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    const bool started =
+        !program.isEmpty() && output >= 0 &&
+        mBus.start(program,
+                   {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+                    QStringLiteral("--config-file=") + path(QStringLiteral("bus.conf"))},
+                   environment(), output);
+    if (output >= 0)
+        ::close(output);
+    return started ? waitForBus()
+                   : fail(QStringLiteral("dbus-daemon cannot be started: package dbus"));
 }
 
 bool Sandbox::waitForBus()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "sandbox/busprocess.h"
+#include "sandbox/childprocess.h"
 
 #include <QMap>
 #include <QProcessEnvironment>
@@ -69,7 +69,7 @@ private:
     bool fail(const QString& text);
 
     std::unique_ptr<QTemporaryDir> mFolder;
-    BusProcess mBus;
+    ChildProcess mBus;
     QMap<QString, QString> mPlugins; // method to module
     QStringList mProviders;
     QStringList mServices;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "sandbox/busprocess.h"
+#include "sandbox/childprocess.h"
 
 #include <QByteArrayList>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QStandardPaths>
 #include <QThread>
 
 #include <cerrno>
@@ -39,6 +38,8 @@ std::vector<char*> pointers(QByteArrayList& texts)
     // The parent may have ended before it asked for that signal.
     if (::prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || ::getppid() != parent)
         ::_exit(1);
+    // A key on the terminal is for the command, which may go on and still need this one.
+    ::setpgid(0, 0);
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -52,19 +53,17 @@ std::vector<char*> pointers(QByteArrayList& texts)
 
 } // namespace
 
-BusProcess::~BusProcess()
+ChildProcess::~ChildProcess()
 {
     stop();
 }
 
-bool BusProcess::start(const QString& configurationFile, const QProcessEnvironment& environment,
-                       const QString& logFile)
+bool ChildProcess::start(const QString& program, const QStringList& arguments,
+                         const QProcessEnvironment& environment, int output)
 {
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
-    if (program.isEmpty())
-        return false;
-    QByteArrayList words = {QFile::encodeName(program), "--nofork", "--nopidfile",
-                            "--config-file=" + QFile::encodeName(configurationFile)};
+    QByteArrayList words = {QFile::encodeName(program)};
+    for (const QString& argument : arguments)
+        words.append(argument.toLocal8Bit());
     QByteArrayList entries;
     const QStringList settings = environment.toStringList();
     for (const QString& setting : settings)
@@ -73,21 +72,17 @@ bool BusProcess::start(const QString& configurationFile, const QProcessEnvironme
     const std::vector<char*> entryList = pointers(entries);
 
     const int input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    const int output = ::open(QFile::encodeName(logFile).constData(),
-                              O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
     const pid_t parent = ::getpid();
-    const pid_t child = input < 0 || output < 0 ? -1 : ::fork();
+    const pid_t child = input < 0 ? -1 : ::fork();
     if (child == 0)
         runChild(wordList.data(), entryList.data(), parent, input, output);
-    for (const int descriptor : {input, output}) {
-        if (descriptor >= 0)
-            ::close(descriptor);
-    }
+    if (input >= 0)
+        ::close(input);
     mId = child > 0 ? child : 0;
     return child > 0;
 }
 
-bool BusProcess::isRunning()
+bool ChildProcess::isRunning()
 {
     if (mId == 0)
         return false;
@@ -97,7 +92,7 @@ bool BusProcess::isRunning()
     return mId != 0;
 }
 
-bool BusProcess::waitForEnd()
+bool ChildProcess::waitForEnd()
 {
     QElapsedTimer timer;
     timer.start();
@@ -109,7 +104,7 @@ bool BusProcess::waitForEnd()
     return true;
 }
 
-void BusProcess::stop()
+void ChildProcess::stop()
 {
     if (!isRunning())
         return;

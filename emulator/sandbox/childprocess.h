@@ -3,28 +3,29 @@
 
 #include <QProcessEnvironment>
 #include <QString>
+#include <QStringList>
 
 #include <sys/types.h>
 
 namespace KelEmulator {
 
-/// The message bus of a session, as a child of this process.
+/// A child of this process: a session's message bus, or what else stands in for a device's service.
 ///
 /// It ends with this object, and with the thread that started it: it must not outlive a program
 /// that crashed or was killed. QProcess would need its signal handler for ended children, which a
 /// program that waits for signals itself holds back.
-class BusProcess
+class ChildProcess
 {
 public:
-    BusProcess() = default;
-    BusProcess(const BusProcess&) = delete;
-    BusProcess& operator=(const BusProcess&) = delete;
-    ~BusProcess(); ///< stop()
+    ChildProcess() = default;
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess(); ///< stop()
 
-    /// Starts dbus-daemon; what it says goes to the end of `logFile`. False when there is no such
-    /// program or no process can be made.
-    bool start(const QString& configurationFile, const QProcessEnvironment& environment,
-               const QString& logFile);
+    /// Starts the program; what it says goes to the descriptor `output`. False when no process can
+    /// be made; a program that cannot be run ends at once.
+    bool start(const QString& program, const QStringList& arguments,
+               const QProcessEnvironment& environment, int output);
 
     /// False once it has ended.
     bool isRunning();
