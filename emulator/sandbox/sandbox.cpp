@@ -237,8 +237,10 @@ QProcessEnvironment Sandbox::environment() const
     };
     for (const auto& entry : places)
         variables.insert(QLatin1String(entry.name), path(QLatin1String(entry.place)));
-    variables.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                     QStringLiteral("unix:path=%1").arg(path(QStringLiteral("bus"))));
+    // The system bus as well: the machine's own modem is no part of this session.
+    for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
+        variables.insert(QLatin1String(name),
+                         QStringLiteral("unix:path=%1").arg(path(QStringLiteral("bus"))));
     variables.insert(QStringLiteral("SSO_LOGGING_OUTPUT"), QStringLiteral("stderr"));
     for (auto variable = mVariables.cbegin(); variable != mVariables.cend(); ++variable)
         variable.value().isNull() ? variables.remove(variable.key())
