@@ -41,7 +41,13 @@ int listenOn(const std::string& name)
     const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
     if (listener == -1 || bind(listener, reinterpret_cast<sockaddr*>(&address), size) == -1 ||
         listen(listener, backlog) == -1) {
-        std::perror("kelaccount-tag-server");
+        if (errno == EADDRINUSE)
+            std::fprintf(stderr,
+                         "kelaccount-tag-server: somebody else listens on the abstract socket "
+                         "\"%s\" already\n",
+                         name.c_str());
+        else
+            std::perror("kelaccount-tag-server");
         return -1;
     }
     return listener;
