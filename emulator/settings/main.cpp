@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Stands in for the device's settings application: shows the accounts that the accounts database
+// holds, and takes one off the device together with its credentials, which is how a user signs out.
+#include <Accounts/Account>
+#include <Accounts/Manager>
+#include <Accounts/Service>
+
+#include <SignOn/Error>
+#include <SignOn/Identity>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QStringList>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+enum ExitStatus { exitSuccess = 0, exitFailure = 1, exitMisuse = 2 };
+
+constexpr int daemonTimeoutMs = 10000;
+
+void say(const QString& text)
+{
+    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stdout);
+}
+
+int fail(const QString& text)
+{
+    std::fputs((QLatin1String("kelaccount-settings: ") + text + QLatin1Char('\n'))
+                   .toLocal8Bit()
+                   .constData(),
+               stderr);
+    return exitFailure;
+}
+
+void row(const QString& name, const QString& value)
+{
+    constexpr int nameWidth = 36;
+    say(QLatin1String("  ") + name.leftJustified(nameWidth) + QLatin1Char(' ') + value);
+}
+
+QString onOff(bool enabled)
+{
+    return enabled ? QStringLiteral("on") : QStringLiteral("off");
+}
+
+void showAccount(Accounts::Account& account)
+{
+    account.selectService();
+    say(QStringLiteral("account %1 of provider \"%2\": \"%3\", %4")
+            .arg(account.id())
+            .arg(account.providerName(), account.displayName(), onOff(account.enabled())));
+    QStringList keys = account.allKeys();
+    keys.removeAll(QStringLiteral("name"));
+    keys.removeAll(QStringLiteral("enabled"));
+    std::sort(keys.begin(), keys.end());
+    for (const QString& key : qAsConst(keys))
+        row(key, account.value(key).toString());
+    const Accounts::ServiceList services = account.services();
+    for (const Accounts::Service& service : services) {
+        account.selectService(service);
+        row(QStringLiteral("service ") + service.name(), onOff(account.enabled()));
+    }
+    account.selectService();
+}
+
+int showAccounts(Accounts::Manager& manager)
+{
+    const Accounts::AccountIdList ids = manager.accountList();
+    if (ids.isEmpty())
+        say(QStringLiteral("There is no account on this device."));
+    for (const Accounts::AccountId id : ids) {
+        if (Accounts::Account* const account = manager.account(id))
+            showAccount(*account);
+    }
+    return exitSuccess;
+}
+
+/// False, with the reason on standard error, when the daemon still has them.
+bool removeCredentials(quint32 credentialsId)
+{
+    const std::unique_ptr<SignOn::Identity> identity(
+        SignOn::Identity::existingIdentity(credentialsId));
+    if (!identity)
+        return fail(QStringLiteral("no credentials %1").arg(credentialsId)) == exitSuccess;
+    QString problem = QStringLiteral("the sign-on daemon does not answer");
+    QEventLoop loop;
+    QObject::connect(identity.get(), &SignOn::Identity::removed, &loop, [&] {
+        problem.clear();
+        loop.quit();
+    });
+    QObject::connect(identity.get(), &SignOn::Identity::error, &loop,
+                     [&](const SignOn::Error& error) {
+                         problem = error.message();
+                         loop.quit();
+                     });
+    QTimer::singleShot(daemonTimeoutMs, &loop, &QEventLoop::quit);
+    identity->remove();
+    loop.exec();
+    if (!problem.isEmpty())
+        fail(QStringLiteral("credentials %1 are still there: %2").arg(credentialsId).arg(problem));
+    return problem.isEmpty();
+}
+
+/// The credentials first: an account without them can be removed later, credentials without an
+/// account would be forgotten.
+int removeAccount(Accounts::Manager& manager, const QString& number)
+{
+    const Accounts::AccountId id = number.toUInt();
+    Accounts::Account* const account =
+        manager.accountList().contains(id) ? manager.account(id) : nullptr;
+    if (!account)
+        return fail(QStringLiteral("no account %1").arg(number));
+    const QString name = account->displayName();
+    const quint32 credentialsId = account->credentialsId();
+    if (credentialsId != 0 && !removeCredentials(credentialsId))
+        return exitFailure;
+    account->remove();
+    if (!account->syncAndBlock())
+        return fail(QStringLiteral("the accounts database still has account %1").arg(number));
+    say(QStringLiteral("removed account %1, \"%2\", and credentials %3")
+            .arg(number, name)
+            .arg(credentialsId));
+    return exitSuccess;
+}
+
+int usage(FILE* out)
+{
+    std::fputs("usage: kelaccount-settings show\n"
+               "       kelaccount-settings remove ACCOUNT\n"
+               "\n"
+               "Shows the accounts of this device with their settings, or takes the account with\n"
+               "that number off it, and its credentials. Runs in the emulator's session, see\n"
+               "kelaccount-emulator --help.\n",
+               out);
+    return out == stdout ? exitSuccess : exitMisuse;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QString command = arguments.value(0);
+    if (command == QLatin1String("--help"))
+        return usage(stdout);
+    if (command == QLatin1String("--version")) {
+        say(QStringLiteral("kelaccount-settings " KELACCOUNT_VERSION));
+        return exitSuccess;
+    }
+    const bool shows = command == QLatin1String("show") && arguments.size() == 1;
+    const bool removes = command == QLatin1String("remove") && arguments.size() == 2;
+    if (!shows && !removes)
+        return usage(stderr);
+    // On a developer's own desktop "remove" would take a real account away.
+    if (!qEnvironmentVariableIsSet("KELACCOUNT_EMULATOR_ADMIN"))
+        return fail(QStringLiteral("this is not the emulator's session; start it in "
+                                   "kelaccount-emulator run"));
+    Accounts::Manager manager;
+    if (manager.lastError().type() != Accounts::Error::NoError)
+        return fail(QStringLiteral("the accounts database cannot be opened"));
+    return shows ? showAccounts(manager) : removeAccount(manager, arguments.at(1));
+}
