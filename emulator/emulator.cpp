@@ -6,7 +6,9 @@
 #include "emulator/options.h"
 #include "emulator/ownfiles.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace KelEmulator {
 
@@ -52,16 +54,18 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
     emulator->mFolder = PrivateFolder::make(problem);
     const bool good = emulator->mFolder && makeCertificates(emulator->mCertificates, problem) &&
                       emulator->startServers(options, problem) &&
-                      emulator->makeEnvironment(problem);
+                      emulator->makeEnvironment(problem) &&
+                      (!options.session || emulator->startSession(options, problem));
     if (!good)
         return nullptr;
-    if (options.session)
-        emulator->startSession();
+    if (options.tagServer)
+        emulator->startTagServer();
     return emulator;
 }
 
 Emulator::~Emulator()
 {
+    mModem.reset();
     mSession.reset();
     if (mAdmin)
         mAdmin->stop();
@@ -91,17 +95,44 @@ bool Emulator::startServers(const Options& options, std::string& problem)
     return true;
 }
 
-/// Who only talks to the service needs no session, so its absence ends nothing.
-void Emulator::startSession()
+/// Who only talks to the service needs no session, so its absence ends nothing. A SIM was asked
+/// for.
+bool Emulator::startSession(const Options& options, std::string& problem)
 {
-    std::string problem;
     mSession = Session::start(mFolder->path(), mEnvironment, problem);
     if (!mSession) {
-        logLine("no sign-on session (" + problem +
-                "); only the service is there. --no-session leaves this line out");
-        return;
+        problem = "no sign-on session (" + problem + ')';
+        if (options.sim) {
+            problem += ", and without one no --sim";
+            return false;
+        }
+        logLine(problem + "; only the service is there. --no-session leaves this line out");
+        return true;
     }
     mEnvironment = mSession->environment();
+    return !options.sim || startModem(*options.sim, problem);
+}
+
+bool Emulator::startModem(const Sim& sim, std::string& problem)
+{
+    const std::string value = sim.mcc + '-' + sim.mnc + '-' + sim.msin + ',' + sim.imei;
+    std::vector<EnvironmentChange> bus;
+    std::copy_if(
+        mEnvironment.begin(), mEnvironment.end(), std::back_inserter(bus),
+        [](const EnvironmentChange& change) { return change.name == "DBUS_SYSTEM_BUS_ADDRESS"; });
+    mModem = Companion::start("kelaccount-modem", {value}, bus, problem);
+    if (!mModem)
+        problem = "no modem: " + problem;
+    return mModem != nullptr;
+}
+
+/// Its socket's name is the same for everybody on this machine, so it may be somebody else's turn.
+void Emulator::startTagServer()
+{
+    std::string problem;
+    mTagServer = Companion::start("kelaccount-tag-server", {"--die-with-parent"}, {}, problem);
+    if (!mTagServer)
+        logLine("no tag server of this run: " + problem);
 }
 
 void Emulator::serve(int descriptor, OpenConnections::Entry& entry)

@@ -5,6 +5,7 @@
 #include "emulator/adminserver.h"
 #include "emulator/certificates.h"
 #include "emulator/command.h"
+#include "emulator/companion.h"
 #include "emulator/privatefolder.h"
 #include "emulator/proxy.h"
 #include "emulator/session.h"
@@ -16,6 +17,7 @@
 namespace KelEmulator {
 
 struct Options;
+struct Sim;
 
 /// Everything that stands in for the outside, from start to end.
 class Emulator
@@ -32,7 +34,9 @@ private:
     Emulator() = default;
     bool startServers(const Options& options, std::string& problem);
     bool makeEnvironment(std::string& problem);
-    void startSession();
+    bool startSession(const Options& options, std::string& problem);
+    bool startModem(const Sim& sim, std::string& problem);
+    void startTagServer();
     void serve(int descriptor, OpenConnections::Entry& entry);
 
     // In the order in which they are made; the folder goes last.
@@ -42,7 +46,9 @@ private:
     std::unique_ptr<Proxy> mProxy;
     std::unique_ptr<AdminServer> mAdmin;
     std::vector<EnvironmentChange> mEnvironment;
-    std::unique_ptr<Session> mSession; // null without one
+    std::unique_ptr<Session> mSession;     // null without one
+    std::unique_ptr<Companion> mModem;     // null without one
+    std::unique_ptr<Companion> mTagServer; // null without one
 };
 
 } // namespace KelEmulator

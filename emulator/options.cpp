@@ -41,6 +41,7 @@ private:
                  std::vector<std::string>& names);
     bool secretFile(const std::string& file);
     bool preAccount(const std::string& text);
+    bool sim(const std::string& text);
     bool inbox();
     bool finish();
 
@@ -103,6 +104,13 @@ bool Parser::preAccount(const std::string& text)
     return true;
 }
 
+bool Parser::sim(const std::string& text)
+{
+    std::string why;
+    mOptions.sim = readSim(text, why);
+    return mOptions.sim.has_value() || fail("--sim cannot take '" + text + "': " + why);
+}
+
 bool Parser::flag(const std::string& name)
 {
     if (name == "--refuse")
@@ -111,6 +119,8 @@ bool Parser::flag(const std::string& name)
         mOptions.verbose = true;
     else if (name == "--no-session")
         mOptions.session = false;
+    else if (name == "--tag-server")
+        mOptions.tagServer = true;
     else if (name == "--no-default-accounts")
         mDefaults = false;
     else
@@ -133,6 +143,8 @@ bool Parser::setting(const std::string& name, const std::string& value)
         return nameFor(name, value, mOptions.reserved);
     else if (name == "--pre-account")
         return preAccount(value);
+    else if (name == "--sim")
+        return sim(value);
     else if (name == "--fault")
         return readFault(value, mOptions.faults, problem);
     else if (name == "--clock-skew")
@@ -147,10 +159,10 @@ bool Parser::setting(const std::string& name, const std::string& value)
 bool Parser::option(const std::string& argument)
 {
     static constexpr const char* settings[] = {
-        "--database",  "--consumer-key", "--consumer-secret-file",
-        "--account",   "--reserve",      "--pre-account",
-        "--fault",     "--clock-skew",   "--proxy-port",
-        "--admin-port"};
+        "--database",   "--consumer-key", "--consumer-secret-file",
+        "--account",    "--reserve",      "--pre-account",
+        "--sim",        "--fault",        "--clock-skew",
+        "--proxy-port", "--admin-port"};
     if (flag(argument))
         return true;
     const size_t sign = argument.find('=');
@@ -220,6 +232,8 @@ bool Parser::finish()
         return fail("run needs a command: kelaccount-emulator run [options] -- COMMAND");
     if (mOptions.mode == Options::Mode::Serve && !mOptions.command.empty())
         return fail("serve takes no command; say 'run -- COMMAND' to run one");
+    if (mOptions.sim && !mOptions.session)
+        return fail("--sim needs the session's bus; leave --no-session or --sim out");
     if (mDefaults) {
         mOptions.accounts.emplace_back("alice");
         mOptions.reserved.emplace_back("admin");
@@ -249,12 +263,15 @@ there and ends with its exit status; "serve" prints that environment and stays u
 
 The environment is a device's session of its own: a private bus, the real sign-on daemon with the
 plugin for method "zorauth", and a private accounts database. HOME and the XDG folders are empty
-ones that vanish at the end.
+ones that vanish at the end. The private bus is the system bus, too: the machine's own modem stays
+out of sight.
 
   --account NAME               make an account with password "secret" and the address
                                NAME@example.org (may be repeated)
   --pre-account MSIN[,USERNAME[,MOBILE[,COUNTRY]]]
                                know the subscriber with this number (may be repeated)
+  --sim MCC-MNC-MSIN[,IMEI]    a modem with this SIM in it, such as 244-05-1234567890 (no modem)
+  --tag-server                 run kelaccount-tag-server, whose tags spare registrations the captcha
   --reserve NAME               keep a name from being given to anybody (may be repeated)
   --no-default-accounts        without account "alice" and reserved name "admin"
   --database FILE              keep accounts in an SQLite file instead of in memory

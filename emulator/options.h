@@ -2,9 +2,11 @@
 #pragma once
 
 #include "emulator/fault.h"
+#include "emulator/modem/sim.h"
 #include "emulator/service/devices.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,12 +25,14 @@ struct Options
     std::vector<std::string> accounts;
     std::vector<std::string> reserved;
     std::vector<PreAccount> preAccounts;
+    std::optional<Sim> sim;
     std::string inboxOf; ///< with Inbox: whose, empty for everybody's
     std::vector<Fault> faults;
     std::int64_t clockSkew = 0;
     int proxyPort = 0; ///< 0: any free one
     int adminPort = 0;
     bool session = true;
+    bool tagServer = false;
     bool refuse = false;
     bool verbose = false;
 };

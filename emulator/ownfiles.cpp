@@ -20,6 +20,11 @@ std::string findBeside(const std::string& relativePath)
 
 } // namespace
 
+std::string findProgramBeside(const std::string& name)
+{
+    return findBeside(name);
+}
+
 std::string findModule(const std::string& name)
 {
     const std::string built = findBeside(KELACCOUNT_MODULES_BUILT + ('/' + name));

@@ -7,6 +7,8 @@ namespace KelEmulator {
 
 // What belongs to this program, beside it in a build tree or installed. Empty when it is missing.
 
+/// A program.
+std::string findProgramBeside(const std::string& name);
 /// A module to be loaded.
 std::string findModule(const std::string& name);
 /// A file that does not depend on the machine, by its path below the data folder.
