@@ -98,8 +98,10 @@ public Q_SLOTS:
     /// ErrorAccountConfigurationInProgress (804), ErrorAccountAlreadyPresent (803),
     /// ErrorInvalidParameter (1001), in that order; ErrorStoreCredentialsFailed (800),
     /// ErrorFailedToEstablishZorAuthSession (806), ErrorFailedToConfigureAccount (805), or what the
-    /// plugin reported (600 to 615, or what it passed on from network and service). After a failure
-    /// nothing is left on the device.
+    /// plugin reported (600 to 615, or what it passed on from network and service) or the sign-on
+    /// daemon, when it went away (3). After a failure nothing is left on the device. The answer
+    /// comes when the account is stored, or when what was stored is gone again; the application may
+    /// end in its slot.
     ///
     /// May block: 0.5 s when the device's tag server has to be started, 10 s at most when it does
     /// not answer.
