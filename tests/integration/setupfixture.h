@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "device/testtagserver.h"
+#include "integration/storyfixture.h"
+
+/// A set-up of the device account that is made to fail, and the one after it.
+class SetUpFixture : public StoryFixture
+{
+    Q_OBJECT
+
+public:
+    enum SetUp { SignIn, Registration };
+    Q_ENUM(SetUp)
+
+protected:
+    static constexpr const char* password = "pässword 1";
+
+    /// Whether this program runs where it must. What it does not find is a modem and a service tag.
+    bool isReady();
+    /// A facade, and a user whom only this row knows: at the service when signing in, with a
+    /// captcha that is solved when registering.
+    void prepare(SetUp setUp);
+    /// After each row: no faults, nothing on the device, no facade.
+    void tidyUp();
+
+    QString user() const { return mUser; }
+    /// Solves another captcha for the next registration.
+    void solveCaptcha() { mCaptcha = solvedCaptcha(); }
+    void begin(SetUp setUp);
+    QStringList attempt(SetUp setUp);
+    /// Waits until the service has got the request that the next fault was for.
+    static bool faultIsTaken();
+
+    /// The one line of a set-up that failed.
+    static QStringList failed(SetUp setUp, int status);
+    /// Whether the service has the account of this row's user.
+    bool isAtService() const;
+
+    /// The set-up once more on the same facade: it succeeds, and everything is where it belongs.
+    /// The problem, or nothing. A user whom the service knows in spite of the failure is told so,
+    /// and then signs in.
+    QString succeedsNow(SetUp setUp);
+    /// Whether the lines say success and the device has all of it.
+    QString isComplete(SetUp setUp, const QStringList& lines);
+
+private:
+    KelTest::ThreadTagServer mNoServiceTag{QByteArray("\0\0\0\0\x01", 5)};
+    QString mUser;
+    QString mCaptcha;
+    int mCount = 0;
+};
