@@ -14,27 +14,6 @@
 
 using namespace KelTest;
 
-namespace {
-
-QList<pid_t> pluginProcesses()
-{
-    const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
-    QList<pid_t> found;
-    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
-    for (const QString& process : processes) {
-        QFile commandName(QStringLiteral("/proc/%1/comm").arg(process));
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(process));
-        if (process.toInt() > 1 && commandName.open(QIODevice::ReadOnly) &&
-            commandName.readAll().startsWith("signonplugin") &&
-            environment.open(QIODevice::ReadOnly) &&
-            environment.readAll().split('\0').contains(marker))
-            found.append(process.toInt());
-    }
-    return found;
-}
-
-} // namespace
-
 bool EmulatedDevice::isInside()
 {
     return EmulatedService::isThere() && qEnvironmentVariableIsSet("SSO_STORAGE_PATH");
@@ -82,7 +61,23 @@ QString EmulatedDevice::storeFile(const char* file)
     return qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1Char('/') + QLatin1String(file);
 }
 
-/// There is one for each identity of which a session is open.
+QList<pid_t> EmulatedDevice::pluginProcesses()
+{
+    const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
+    QList<pid_t> found;
+    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString& process : processes) {
+        QFile commandName(QStringLiteral("/proc/%1/comm").arg(process));
+        QFile environment(QStringLiteral("/proc/%1/environ").arg(process));
+        if (process.toInt() > 1 && commandName.open(QIODevice::ReadOnly) &&
+            commandName.readAll().startsWith("signonplugin") &&
+            environment.open(QIODevice::ReadOnly) &&
+            environment.readAll().split('\0').contains(marker))
+            found.append(process.toInt());
+    }
+    return found;
+}
+
 bool EmulatedDevice::killPluginProcesses()
 {
     const QList<pid_t> found = pluginProcesses();

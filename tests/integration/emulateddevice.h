@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QString>
 
+#include <sys/types.h>
+
 /// A test inside the emulator: the service by its administrative endpoint, and the device by the
 /// files of its session and by its processes.
 class EmulatedDevice : public QObject
@@ -25,6 +27,8 @@ protected:
     static bool letTokensExpire();
 
     static QString storeFile(const char* file);
-    /// Kills what the daemon runs plugins in. False when there was none.
+    /// What the daemon runs plugins in: one for each identity of which a session is open.
+    static QList<pid_t> pluginProcesses();
+    /// Kills them. False when there was none.
     static bool killPluginProcesses();
 };

@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Both set-ups with the plugin or the daemon ending, or missing, at each step.
+#include "integration/setupfixture.h"
+#include "support/daemoncontrol.h"
+#include "support/sessionsandbox.h"
+
+#include <SignOn/Error>
+
+#include <QFile>
+#include <QTimer>
+
+#include <algorithm>
+#include <csignal>
+#include <sys/stat.h>
+
+using namespace KelTest;
+
+namespace {
+
+QString pluginFile()
+{
+    return qEnvironmentVariable("SSO_PLUGINS_DIR") + QLatin1String("/libzorauthplugin.so");
+}
+
+QString awayFile()
+{
+    return pluginFile() + QLatin1String(".away");
+}
+
+QString sessionFolder()
+{
+    return qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/..");
+}
+
+/// Runs the action as soon as the condition holds, in whatever event loop runs then: opening a
+/// session has one of its own.
+void when(QObject* context, const std::function<bool()>& condition,
+          const std::function<void()>& action)
+{
+    auto* const timer = new QTimer(context);
+    QObject::connect(timer, &QTimer::timeout, timer, [=] {
+        if (!condition())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action();
+    });
+    timer->start(5);
+}
+
+} // namespace
+
+class TestStoryProcesses : public SetUpFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
+    void cleanup();
+    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
+
+    void aPluginThatIsMissingIsOneAnswer_data() { bothSetUps(); }
+    void aPluginThatIsMissingIsOneAnswer();
+    void aPluginThatCannotBeLoadedIsOneAnswer_data() { bothSetUps(); }
+    void aPluginThatCannotBeLoadedIsOneAnswer();
+    void aPluginKilledWhileItStartsIsOneAnswer_data() { bothSetUps(); }
+    void aPluginKilledWhileItStartsIsOneAnswer();
+    void aPluginKilledDuringTheRequestIsOneAnswer_data() { bothSetUps(); }
+    void aPluginKilledDuringTheRequestIsOneAnswer();
+    void aDaemonKilledBeforeIsStartedAgain_data() { bothSetUps(); }
+    void aDaemonKilledBeforeIsStartedAgain();
+    void aDaemonKilledWhileThePluginStartsIsOneAnswer_data() { bothSetUps(); }
+    void aDaemonKilledWhileThePluginStartsIsOneAnswer();
+    void aDaemonKilledDuringTheRequestIsOneAnswer_data() { bothSetUps(); }
+    void aDaemonKilledDuringTheRequestIsOneAnswer();
+    void aDaemonKilledAtAnyMomentIsOneAnswer_data();
+    void aDaemonKilledAtAnyMomentIsOneAnswer();
+    void aDaemonKilledAfterTheAnswerTakesNothingAway_data() { bothSetUps(); }
+    void aDaemonKilledAfterTheAnswerTakesNothingAway();
+    void aDaemonThatDoesNotComeBackIsOneAnswer_data() { bothSetUps(); }
+    void aDaemonThatDoesNotComeBackIsOneAnswer();
+    void aDaemonThatIsNotInstalledIsOneAnswer_data() { bothSetUps(); }
+    void aDaemonThatIsNotInstalledIsOneAnswer();
+
+private:
+    static void bothSetUps();
+    /// The plugin's module is a pipe that nobody writes to: loading it does not end.
+    static bool letThePluginHangAsItStarts();
+    static void restorePlugin();
+    void whenAPluginStarts(const std::function<void(pid_t)>& action);
+    /// What a failure must leave, and what comes after it.
+    void expectNothingIsLeft(SetUp setUp);
+};
+
+void TestStoryProcesses::bothSetUps()
+{
+    QTest::addColumn<SetUp>("setUp");
+    QTest::newRow("sign-in") << SignIn;
+    QTest::newRow("registration") << Registration;
+}
+
+bool TestStoryProcesses::letThePluginHangAsItStarts()
+{
+    return QFile::rename(pluginFile(), awayFile()) &&
+           ::mkfifo(QFile::encodeName(pluginFile()).constData(), 0600) == 0;
+}
+
+void TestStoryProcesses::restorePlugin()
+{
+    if (!QFile::exists(awayFile()))
+        return;
+    QFile::remove(pluginFile());
+    QFile::rename(awayFile(), pluginFile());
+}
+
+/// Those of the rows before may still be there.
+void TestStoryProcesses::whenAPluginStarts(const std::function<void(pid_t)>& action)
+{
+    const QList<pid_t> before = pluginProcesses();
+    const auto started = [before] {
+        const QList<pid_t> now = pluginProcesses();
+        const auto found = std::find_if(now.cbegin(), now.cend(), [&before](pid_t process) {
+            return !before.contains(process);
+        });
+        return found == now.cend() ? 0 : *found;
+    };
+    when(
+        this, [started] { return started() != 0; }, [started, action] { action(started()); });
+}
+
+void TestStoryProcesses::cleanup()
+{
+    restorePlugin();
+    DaemonControl::setInstalled(sessionFolder(), true);
+    tidyUp();
+}
+
+void TestStoryProcesses::expectNothingIsLeft(SetUp setUp)
+{
+    QCOMPARE(leftOnTheDevice(), QString());
+    QVERIFY(!facade().isKeLAccountConfigured());
+    EmulatedService::ask("DELETE", "/faults");
+    restorePlugin();
+    QCOMPARE(succeedsNow(setUp), QString());
+}
+
+void TestStoryProcesses::aPluginThatIsMissingIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(QFile::rename(pluginFile(), awayFile()));
+    QCOMPARE(attempt(setUp), failed(setUp, 806));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aPluginThatCannotBeLoadedIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(QFile::rename(pluginFile(), awayFile()));
+    QFile garbage(pluginFile());
+    QVERIFY(garbage.open(QIODevice::WriteOnly));
+    garbage.write("no module");
+    garbage.close();
+    QCOMPARE(attempt(setUp), failed(setUp, 806));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aPluginKilledWhileItStartsIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(letThePluginHangAsItStarts());
+    whenAPluginStarts([](pid_t plugin) { ::kill(plugin, SIGKILL); });
+    QCOMPARE(attempt(setUp), failed(setUp, 806));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aPluginKilledDuringTheRequestIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(EmulatedService::orderFaults("hang"));
+    when(
+        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
+        [] {
+            const QList<pid_t> processes = pluginProcesses();
+            for (const pid_t process : processes)
+                ::kill(process, SIGKILL);
+        });
+    QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::Unknown));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aDaemonKilledBeforeIsStartedAgain()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(DaemonControl::start());
+    QVERIFY(DaemonControl::kill());
+    QCOMPARE(isComplete(setUp, attempt(setUp)), QString());
+}
+
+void TestStoryProcesses::aDaemonKilledWhileThePluginStartsIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(letThePluginHangAsItStarts());
+    whenAPluginStarts([](pid_t plugin) {
+        QVERIFY(DaemonControl::kill());
+        // Without its daemon it would wait for ever.
+        ::kill(plugin, SIGKILL);
+    });
+    QCOMPARE(attempt(setUp), failed(setUp, 806));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aDaemonKilledDuringTheRequestIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(EmulatedService::orderFaults("hang"));
+    when(
+        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
+        [] { QVERIFY(DaemonControl::kill()); });
+    QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::InternalCommunication));
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aDaemonKilledAtAnyMomentIsOneAnswer_data()
+{
+    QTest::addColumn<SetUp>("setUp");
+    QTest::addColumn<int>("milliseconds");
+    for (const int milliseconds : {0, 1, 2, 3, 4, 5, 6, 8, 12, 16, 20, 24, 28, 32}) {
+        QTest::addRow("sign-in, %d ms", milliseconds) << SignIn << milliseconds;
+        QTest::addRow("registration, %d ms", milliseconds) << Registration << milliseconds;
+    }
+}
+
+// Which step it is in then depends on the machine: either everything is there in the end or
+// nothing.
+void TestStoryProcesses::aDaemonKilledAtAnyMomentIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    QFETCH(int, milliseconds);
+    prepare(setUp);
+    QVERIFY(DaemonControl::start());
+    bool killed = false;
+    QTimer::singleShot(milliseconds, Qt::PreciseTimer, this,
+                       [&killed] { killed = DaemonControl::kill(); });
+    const QStringList lines = attempt(setUp);
+    QVERIFY(waitUntil([&killed] { return killed; }));
+    QCOMPARE(lines.size(), 1);
+    if (lines.at(0).contains(text("Response(0, "))) {
+        QCOMPARE(isComplete(setUp, lines), QString());
+        return;
+    }
+    // A daemon that ends between writing the credentials and saying so has told nobody their
+    // number, and nobody can take them back.
+    if (lines == failed(setUp, 800) && identities().size() == 1)
+        QVERIFY(cleanDevice());
+    expectNothingIsLeft(setUp);
+}
+
+void TestStoryProcesses::aDaemonKilledAfterTheAnswerTakesNothingAway()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    bool killed = false;
+    recorder().afterwards = [&](const QString& signal) {
+        if (!killed && signal.endsWith(text("Response")))
+            killed = DaemonControl::kill();
+    };
+    const QStringList lines = attempt(setUp);
+    recorder().afterwards = nullptr;
+    QVERIFY(killed);
+    QCOMPARE(isComplete(setUp, lines), QString());
+}
+
+// Nobody is left who could take the credentials back. They do not stand in the way of the next
+// attempt.
+void TestStoryProcesses::aDaemonThatDoesNotComeBackIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    QVERIFY(EmulatedService::orderFaults("hang"));
+    when(
+        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
+        [] {
+            DaemonControl::setInstalled(sessionFolder(), false);
+            QVERIFY(DaemonControl::kill());
+        });
+    QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::InternalCommunication));
+    DaemonControl::setInstalled(sessionFolder(), true);
+    QCOMPARE(identities().size(), 1);
+    QVERIFY(!facade().isKeLAccountConfigured());
+    QVERIFY(cleanDevice());
+    QCOMPARE(succeedsNow(setUp), QString());
+}
+
+void TestStoryProcesses::aDaemonThatIsNotInstalledIsOneAnswer()
+{
+    QFETCH(SetUp, setUp);
+    prepare(setUp);
+    DaemonControl::setInstalled(sessionFolder(), false);
+    QVERIFY(DaemonControl::processId() == 0 || DaemonControl::kill());
+    QCOMPARE(attempt(setUp), failed(setUp, 800));
+    QCOMPARE(attempt(setUp), failed(setUp, 800));
+    DaemonControl::setInstalled(sessionFolder(), true);
+    expectNothingIsLeft(setUp);
+}
+
+QTEST_MAIN(TestStoryProcesses)
+#include "tst_story_processes.moc"
