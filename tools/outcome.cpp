@@ -80,7 +80,7 @@ QString valuesBehind(const QString& line, const QStringList& values)
 void printAsLine(const QString& call, const Outcome& outcome, double milliseconds)
 {
     constexpr int callWidth = 41;
-    constexpr int statusWidth = 28;
+    constexpr int statusWidth = 30;
     constexpr int timeWidth = 10;
     QStringList values;
     for (const auto& value : outcome.values) {
