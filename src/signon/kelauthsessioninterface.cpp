@@ -35,6 +35,15 @@ QString present(const QString& text)
     return text.isNull() ? QString(QLatin1String("")) : text;
 }
 
+/// The plugin's process has ended, or is a new one that "initialise" has not reached: the daemon
+/// ends an idle one, or it crashed. The plugin says so itself, or the daemon does: with the first
+/// when a request was in flight, and with the second to the request after it.
+bool saysPluginEnded(int error)
+{
+    return error == ErrorNotInitialized || error == SignOn::Error::Unknown ||
+           error == SignOn::Error::Runtime;
+}
+
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
@@ -135,6 +144,12 @@ void KelAuthSessionInterface::beginSession(bool daemonRuns)
         closeSession(ErrorAuthSessionInitializationFailed);
         return;
     }
+    mInitialiseRepeated = false;
+    sendInitialise();
+}
+
+void KelAuthSessionInterface::sendInitialise()
+{
     ZorAuthSessionData record;
     addCommonKeys(record);
     record.setZorService(mServiceName);
@@ -305,15 +320,19 @@ void KelAuthSessionInterface::processPluginResponse(const SignOn::SessionData& d
 void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
 {
     if (mCurrentRequest == InitialiseRequest) {
+        // The daemon answers so when the plugin's process had ended, and starts it again.
+        if (error.type() == SignOn::Error::Runtime && !std::exchange(mInitialiseRepeated, true)) {
+            sendInitialise();
+            return;
+        }
         mCurrentRequest = NoRequest;
         mInFlight.invalidate();
         closeSession(ErrorAuthSessionInitializationFailed);
         answer(InitialiseRequest, error.type(), SignOn::SessionData());
         return;
     }
-    // The plugin's process is a new one that "initialise" has not reached: the daemon ends an idle
-    // one, or it crashed. What is queued will say the same; the next session starts from the top.
-    if (error.type() == ErrorNotInitialized)
+    // The next session starts from the top.
+    if (saysPluginEnded(error.type()))
         mSessionOpen = 0;
     answer(takeCurrentRequest(), error.type(), SignOn::SessionData());
 }

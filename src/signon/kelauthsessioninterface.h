@@ -112,6 +112,7 @@ private Q_SLOTS:
 private:
     bool waitForPlugin();
     void beginSession(bool daemonRuns);
+    void sendInitialise();
     bool openSession();
     void processDaemonLoss();
     void processOpeningTimeout();
@@ -141,6 +142,7 @@ private:
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;
     QDBusServiceWatcher mDaemonWatcher;
+    bool mInitialiseRepeated = false; // for this session
     bool mDaemonConfirmed = false; // runs for this session; a loss before is that of an earlier one
 };
 

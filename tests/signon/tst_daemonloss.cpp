@@ -37,6 +37,7 @@ private Q_SLOTS:
     void killedAgainAndAgain();
     void aRequestInFlightIsNotSentTwice();
     void pluginKilledDuringInitialise();
+    void pluginKilledWithARequestInFlight();
     void pluginKilledWithRequestsQueued();
     void pluginKilledWhileIdle();
     void credentialsAreStoredAfterTheLoss();
@@ -229,7 +230,6 @@ void TestDaemonLoss::pluginKilledWithRequestsQueued()
     QVERIFY(mAnswers.at(0) != QStringLiteral("token 0"));
     QVERIFY(mAnswers.at(1).startsWith(QStringLiteral("ensureToken ")));
     QVERIFY(mAnswers.at(2).startsWith(QStringLiteral("signIn ")));
-    mInterface->destroyActiveAuthSession();
     QVERIFY(worksAgain());
 }
 
@@ -242,7 +242,22 @@ void TestDaemonLoss::pluginKilledWhileIdle()
     letPass(100);
     mInterface->token();
     QVERIFY(waitForAnswers(1));
-    mInterface->destroyActiveAuthSession();
+    QCOMPARE(mAnswers, QStringList(QStringLiteral("token 310")));
+    QVERIFY(worksAgain());
+}
+
+// The daemon tells of the loss twice: to the request in flight, and to the first of the next
+// session.
+void TestDaemonLoss::pluginKilledWithARequestInFlight()
+{
+    mSandbox.script({{token, PluginStep::Hang}});
+    QVERIFY(open());
+    mInterface->token();
+    QVERIFY(mSandbox.waitForRequests(2));
+    QCOMPARE(::kill(mSandbox.pluginProcessId(), SIGKILL), 0);
+    QVERIFY(waitForAnswers(1));
+    QCOMPARE(mAnswers, QStringList(QStringLiteral("token 1")));
+    QVERIFY(!mInterface->sessionExists(mCredentials));
     QVERIFY(worksAgain());
 }
 
