@@ -5,6 +5,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QTimer>
 
 using KelAccount::RegistrationInfo;
 using namespace KelTest;
@@ -17,6 +18,13 @@ QString joined(const QStringList& lines)
 }
 
 } // namespace
+
+void SetUpFixture::bothSetUps()
+{
+    QTest::addColumn<SetUp>("setUp");
+    QTest::newRow("sign-in") << SignIn;
+    QTest::newRow("registration") << Registration;
+}
 
 bool SetUpFixture::isReady()
 {
@@ -38,6 +46,7 @@ void SetUpFixture::prepare(SetUp setUp)
 
 void SetUpFixture::tidyUp()
 {
+    mAwaited = std::make_unique<QObject>(); // what a row that failed still waited for
     EmulatedService::ask("DELETE", "/faults");
     EmulatedService::ask("POST", "/accept");
     closeFacade();
@@ -62,9 +71,22 @@ QStringList SetUpFixture::attempt(SetUp setUp)
     return answers([&] { begin(setUp); });
 }
 
-bool SetUpFixture::faultIsTaken()
+void SetUpFixture::when(const std::function<bool()>& condition, const std::function<void()>& action)
 {
-    return waitUntil([] { return EmulatedService::faultsLeft().isEmpty(); });
+    auto* const timer = new QTimer(mAwaited.get());
+    connect(timer, &QTimer::timeout, timer, [=] {
+        if (!condition())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action();
+    });
+    timer->start(5);
+}
+
+void SetUpFixture::whenTheFaultIsTaken(const std::function<void()>& action)
+{
+    when([] { return EmulatedService::faultsLeft().isEmpty(); }, action);
 }
 
 QStringList SetUpFixture::failed(SetUp setUp, int status)
@@ -118,4 +140,12 @@ QString SetUpFixture::succeedsNow(SetUp setUp)
         }
     }
     return isComplete(setUp, attempt(setUp));
+}
+
+void SetUpFixture::expectNothingIsLeft(SetUp setUp)
+{
+    QCOMPARE(leftOnTheDevice(), QString());
+    QVERIFY(!facade().isKeLAccountConfigured());
+    EmulatedService::ask("DELETE", "/faults");
+    QCOMPARE(succeedsNow(setUp), QString());
 }

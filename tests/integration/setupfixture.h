@@ -16,6 +16,9 @@ public:
 protected:
     static constexpr const char* password = "pässword 1";
 
+    /// A row for each.
+    static void bothSetUps();
+
     /// Whether this program runs where it must. What it does not find is a modem and a service tag.
     bool isReady();
     /// A facade, and a user whom only this row knows: at the service when signing in, with a
@@ -29,8 +32,11 @@ protected:
     void solveCaptcha() { mCaptcha = solvedCaptcha(); }
     void begin(SetUp setUp);
     QStringList attempt(SetUp setUp);
-    /// Waits until the service has got the request that the next fault was for.
-    static bool faultIsTaken();
+    /// Runs the action as soon as the condition holds, in whatever event loop runs then: opening a
+    /// session has one of its own.
+    void when(const std::function<bool()>& condition, const std::function<void()>& action);
+    /// The same once the service has got the request that the last of the faults is for.
+    void whenTheFaultIsTaken(const std::function<void()>& action);
 
     /// The one line of a set-up that failed.
     static QStringList failed(SetUp setUp, int status);
@@ -41,11 +47,14 @@ protected:
     /// The problem, or nothing. A user whom the service knows in spite of the failure is told so,
     /// and then signs in.
     QString succeedsNow(SetUp setUp);
+    /// A failure must leave nothing, and the next attempt succeeds.
+    void expectNothingIsLeft(SetUp setUp);
     /// Whether the lines say success and the device has all of it.
     QString isComplete(SetUp setUp, const QStringList& lines);
 
 private:
     KelTest::ThreadTagServer mNoServiceTag{QByteArray("\0\0\0\0\x01", 5)};
+    std::unique_ptr<QObject> mAwaited = std::make_unique<QObject>();
     QString mUser;
     QString mCaptcha;
     int mCount = 0;

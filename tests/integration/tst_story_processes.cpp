@@ -32,22 +32,6 @@ QString sessionFolder()
     return qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/..");
 }
 
-/// Runs the action as soon as the condition holds, in whatever event loop runs then: opening a
-/// session has one of its own.
-void when(QObject* context, const std::function<bool()>& condition,
-          const std::function<void()>& action)
-{
-    auto* const timer = new QTimer(context);
-    QObject::connect(timer, &QTimer::timeout, timer, [=] {
-        if (!condition())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        action();
-    });
-    timer->start(5);
-}
-
 } // namespace
 
 class TestStoryProcesses : public SetUpFixture
@@ -83,21 +67,11 @@ private Q_SLOTS:
     void aDaemonThatIsNotInstalledIsOneAnswer();
 
 private:
-    static void bothSetUps();
     /// The plugin's module is a pipe that nobody writes to: loading it does not end.
     static bool letThePluginHangAsItStarts();
     static void restorePlugin();
     void whenAPluginStarts(const std::function<void(pid_t)>& action);
-    /// What a failure must leave, and what comes after it.
-    void expectNothingIsLeft(SetUp setUp);
 };
-
-void TestStoryProcesses::bothSetUps()
-{
-    QTest::addColumn<SetUp>("setUp");
-    QTest::newRow("sign-in") << SignIn;
-    QTest::newRow("registration") << Registration;
-}
 
 bool TestStoryProcesses::letThePluginHangAsItStarts()
 {
@@ -124,8 +98,7 @@ void TestStoryProcesses::whenAPluginStarts(const std::function<void(pid_t)>& act
         });
         return found == now.cend() ? 0 : *found;
     };
-    when(
-        this, [started] { return started() != 0; }, [started, action] { action(started()); });
+    when([started] { return started() != 0; }, [started, action] { action(started()); });
 }
 
 void TestStoryProcesses::cleanup()
@@ -135,21 +108,13 @@ void TestStoryProcesses::cleanup()
     tidyUp();
 }
 
-void TestStoryProcesses::expectNothingIsLeft(SetUp setUp)
-{
-    QCOMPARE(leftOnTheDevice(), QString());
-    QVERIFY(!facade().isKeLAccountConfigured());
-    EmulatedService::ask("DELETE", "/faults");
-    restorePlugin();
-    QCOMPARE(succeedsNow(setUp), QString());
-}
-
 void TestStoryProcesses::aPluginThatIsMissingIsOneAnswer()
 {
     QFETCH(SetUp, setUp);
     prepare(setUp);
     QVERIFY(QFile::rename(pluginFile(), awayFile()));
     QCOMPARE(attempt(setUp), failed(setUp, 806));
+    restorePlugin();
     expectNothingIsLeft(setUp);
 }
 
@@ -163,6 +128,7 @@ void TestStoryProcesses::aPluginThatCannotBeLoadedIsOneAnswer()
     garbage.write("no module");
     garbage.close();
     QCOMPARE(attempt(setUp), failed(setUp, 806));
+    restorePlugin();
     expectNothingIsLeft(setUp);
 }
 
@@ -173,6 +139,7 @@ void TestStoryProcesses::aPluginKilledWhileItStartsIsOneAnswer()
     QVERIFY(letThePluginHangAsItStarts());
     whenAPluginStarts([](pid_t plugin) { ::kill(plugin, SIGKILL); });
     QCOMPARE(attempt(setUp), failed(setUp, 806));
+    restorePlugin();
     expectNothingIsLeft(setUp);
 }
 
@@ -181,13 +148,11 @@ void TestStoryProcesses::aPluginKilledDuringTheRequestIsOneAnswer()
     QFETCH(SetUp, setUp);
     prepare(setUp);
     QVERIFY(EmulatedService::orderFaults("hang"));
-    when(
-        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
-        [] {
-            const QList<pid_t> processes = pluginProcesses();
-            for (const pid_t process : processes)
-                ::kill(process, SIGKILL);
-        });
+    whenTheFaultIsTaken([] {
+        const QList<pid_t> processes = pluginProcesses();
+        for (const pid_t process : processes)
+            ::kill(process, SIGKILL);
+    });
     QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::Unknown));
     expectNothingIsLeft(setUp);
 }
@@ -212,6 +177,7 @@ void TestStoryProcesses::aDaemonKilledWhileThePluginStartsIsOneAnswer()
         ::kill(plugin, SIGKILL);
     });
     QCOMPARE(attempt(setUp), failed(setUp, 806));
+    restorePlugin();
     expectNothingIsLeft(setUp);
 }
 
@@ -220,9 +186,7 @@ void TestStoryProcesses::aDaemonKilledDuringTheRequestIsOneAnswer()
     QFETCH(SetUp, setUp);
     prepare(setUp);
     QVERIFY(EmulatedService::orderFaults("hang"));
-    when(
-        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
-        [] { QVERIFY(DaemonControl::kill()); });
+    whenTheFaultIsTaken([] { QVERIFY(DaemonControl::kill()); });
     QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::InternalCommunication));
     expectNothingIsLeft(setUp);
 }
@@ -284,12 +248,10 @@ void TestStoryProcesses::aDaemonThatDoesNotComeBackIsOneAnswer()
     QFETCH(SetUp, setUp);
     prepare(setUp);
     QVERIFY(EmulatedService::orderFaults("hang"));
-    when(
-        this, [] { return EmulatedService::faultsLeft().isEmpty(); },
-        [] {
-            DaemonControl::setInstalled(sessionFolder(), false);
-            QVERIFY(DaemonControl::kill());
-        });
+    whenTheFaultIsTaken([] {
+        DaemonControl::setInstalled(sessionFolder(), false);
+        QVERIFY(DaemonControl::kill());
+    });
     QCOMPARE(attempt(setUp), failed(setUp, SignOn::Error::InternalCommunication));
     DaemonControl::setInstalled(sessionFolder(), true);
     QCOMPARE(identities().size(), 1);

@@ -28,7 +28,7 @@ private Q_SLOTS:
     void aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds();
     void aRequestThatQtSendsAgainIsNoFailure_data();
     void aRequestThatQtSendsAgainIsNoFailure();
-    void aServiceThatIsAwayLeavesNothing_data();
+    void aServiceThatIsAwayLeavesNothing_data() { bothSetUps(); }
     void aServiceThatIsAwayLeavesNothing();
     void aWrongPasswordLeavesNothing();
     void aLockedAccountLeavesNothing();
@@ -70,11 +70,8 @@ void TestStoryService::aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds()
     prepare(setUp);
     QVERIFY(EmulatedService::orderFaults(faults));
     QCOMPARE(attempt(setUp), failed(setUp, status));
-    QCOMPARE(leftOnTheDevice(), QString());
-    QVERIFY(!facade().isKeLAccountConfigured());
     QTEST(isAtService(), "isRegistered");
-    EmulatedService::ask("DELETE", "/faults");
-    QCOMPARE(succeedsNow(setUp), QString());
+    expectNothingIsLeft(setUp);
 }
 
 void TestStoryService::aRequestThatQtSendsAgainIsNoFailure_data()
@@ -96,13 +93,6 @@ void TestStoryService::aRequestThatQtSendsAgainIsNoFailure()
     const QStringList lines = attempt(setUp);
     QCOMPARE(isComplete(setUp, lines), QString());
     QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
-}
-
-void TestStoryService::aServiceThatIsAwayLeavesNothing_data()
-{
-    QTest::addColumn<SetUp>("setUp");
-    QTest::newRow("sign-in") << SignIn;
-    QTest::newRow("registration") << Registration;
 }
 
 void TestStoryService::aServiceThatIsAwayLeavesNothing()
