@@ -62,7 +62,7 @@ void registerAccount(KelAccounts& accounts, QObject* context, const CommandInput
     info.setCountry(input.option("--country"));
     info.setLanguage(input.option("--language"));
     info.setSecurityQuestion(input.option("--question"));
-    info.setSecurityAnswer(input.secrets.at(1)); // empty without a question
+    info.setSecurityAnswer(input.secrets.value(1)); // asked for with a question only
     info.setDateOfBirth(QDate::fromString(input.option("--born"), Qt::ISODate));
     info.setMarketingInfo(!input.option("--marketing").isEmpty());
     accounts.registerAccount(info, input.option("--no-device-account").isEmpty());
@@ -139,7 +139,7 @@ std::vector<Command> accountCommands()
     return {
         {"sign-in", "USER", "--no-device-account", "password",
          "sign in and set the account up on the device", "signInAndConfigure", true, signIn},
-        {"register", "", registrationOptions, "password answer",
+        {"register", "", registrationOptions, "password answer@--question",
          "register and set the account up on the device", "registerAccount", true, registerAccount},
         {"profile", "", "", "", "the profile of the signed-in user", "downloadProfile", true,
          profile},

@@ -52,6 +52,17 @@ QString Command::problemWith(const CommandInput& input) const
     return {};
 }
 
+QStringList Command::secretsFor(const CommandInput& input) const
+{
+    QStringList names;
+    for (const QString& secret : words(secrets)) {
+        const QString option = secret.section(QLatin1Char('@'), 1);
+        if (option.isEmpty() || input.options.contains(option))
+            names.append(secret.section(QLatin1Char('@'), 0, 0));
+    }
+    return names;
+}
+
 const std::vector<Command>& commands()
 {
     static const std::vector<Command> all = [] {

@@ -33,7 +33,8 @@ struct Command
     const char* name;
     const char* arguments; ///< their names, blank-separated, optional ones in brackets
     const char* options;   ///< the command's own, as "--name=VALUE" or "--flag", blank-separated
-    const char* secrets;   ///< what to ask for without showing it, blank-separated
+    const char* secrets;   ///< what to ask for without showing it, blank-separated; behind an "@"
+                           ///< the option without which it is not asked for
     const char* summary;
     const char* operation; ///< the method that is called
     bool callsService;     ///< and so needs key and secret
@@ -44,6 +45,8 @@ struct Command
 
     /// Empty when the command can be run with this many arguments and these options.
     QString problemWith(const CommandInput& input) const;
+    /// The names of the secrets that a call with these options takes.
+    QStringList secretsFor(const CommandInput& input) const;
 };
 
 const std::vector<Command>& commands();

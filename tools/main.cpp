@@ -31,6 +31,20 @@ QStringList optionLines(const char* options)
     return lines;
 }
 
+// "password, answer (with --question)"
+QString secretsText(const Command& command)
+{
+    QStringList texts;
+    const auto words =
+        QString::fromLatin1(command.secrets).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& word : words) {
+        const QString option = word.section(QLatin1Char('@'), 1);
+        texts.append(word.section(QLatin1Char('@'), 0, 0) +
+                     (option.isEmpty() ? QString() : QStringLiteral(" (with %1)").arg(option)));
+    }
+    return texts.join(QLatin1String(", "));
+}
+
 void printHelp()
 {
     std::puts("usage: kelaccount [OPTIONS] COMMAND [ARGUMENTS]\n"
@@ -45,6 +59,8 @@ void printHelp()
         std::printf("  %-34s %s\n", call.toLatin1().constData(), command.summary);
         for (const QString& line : optionLines(command.options))
             std::printf("      %s\n", line.toLatin1().constData());
+        if (*command.secrets)
+            std::printf("      asks for: %s\n", secretsText(command).toLatin1().constData());
     }
     std::puts(
         "\n"
@@ -150,9 +166,8 @@ int main(int argc, char** argv)
     if (command->callsService)
         settings.findCredentials(problem);
     if (problem.isEmpty()) {
-        input.secrets = readSecrets(
-            QString::fromLatin1(command->secrets).split(QLatin1Char(' '), Qt::SkipEmptyParts),
-            settings.passwordDescriptor, problem);
+        input.secrets =
+            readSecrets(command->secretsFor(input), settings.passwordDescriptor, problem);
     }
     if (!problem.isEmpty())
         return misuse(problem);

@@ -2,7 +2,7 @@
 #include "secretinput.h"
 
 #include <fcntl.h>
-#include <termios.h>
+#include <openssl/ui.h>
 #include <unistd.h>
 
 namespace {
@@ -31,49 +31,26 @@ bool readLine(int descriptor, QString& line)
     return true;
 }
 
-// The terminal without its echo for as long as one lives.
-class QuietTerminal
+bool hasTerminal()
 {
-public:
-    QuietTerminal() : mDescriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC))
-    {
-        if (mDescriptor < 0 || ::tcgetattr(mDescriptor, &mBefore) != 0)
-            return;
-        termios quiet = mBefore;
-        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        mChanged = ::tcsetattr(mDescriptor, TCSAFLUSH, &quiet) == 0;
-    }
-    ~QuietTerminal()
-    {
-        if (mChanged)
-            ::tcsetattr(mDescriptor, TCSAFLUSH, &mBefore);
-        if (mDescriptor >= 0)
-            ::close(mDescriptor);
-    }
-    QuietTerminal(const QuietTerminal&) = delete;
-    QuietTerminal& operator=(const QuietTerminal&) = delete;
+    const int terminal = ::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
+    if (terminal >= 0)
+        ::close(terminal);
+    return terminal >= 0;
+}
 
-    bool isUsable() const { return mChanged; }
-
-    bool ask(const QString& name, QString& answer) const
-    {
-        write(name.toLocal8Bit() + ": ");
-        const bool good = readLine(mDescriptor, answer);
-        write("\n");
-        return good;
-    }
-
-private:
-    void write(const QByteArray& text) const
-    {
-        const ssize_t ignored = ::write(mDescriptor, text.constData(), size_t(text.size()));
-        Q_UNUSED(ignored)
-    }
-
-    int mDescriptor;
-    termios mBefore{};
-    bool mChanged = false;
-};
+// OpenSSL turns the echo off, and on again also when a signal ends the question.
+bool ask(const QString& name, QString& answer)
+{
+    QByteArray bytes(longestSecret + 1, '\0');
+    const QByteArray prompt = name.toLocal8Bit() + ": ";
+    const bool good =
+        UI_UTIL_read_pw_string(bytes.data(), bytes.size(), prompt.constData(), 0) == 0;
+    if (good)
+        answer = QString::fromUtf8(bytes.constData());
+    bytes.fill('\0');
+    return good;
+}
 
 } // namespace
 
@@ -95,15 +72,14 @@ QStringList readSecrets(const QStringList& names, int descriptor, QString& probl
         }
         return secrets;
     }
-    const QuietTerminal terminal;
-    if (!terminal.isUsable()) {
+    if (!hasTerminal()) {
         problem = QStringLiteral("no terminal to ask for the %1; give --password-fd N")
                       .arg(names.join(QLatin1String(" and the ")));
         return {};
     }
     for (const QString& name : names) {
         QString secret;
-        if (!terminal.ask(name, secret)) {
+        if (!ask(name, secret)) {
             problem = QStringLiteral("no %1 was given").arg(name);
             return {};
         }
