@@ -3,7 +3,9 @@
 
 #include "integration/emulatedservice.h"
 #include "support/sessionsandbox.h"
+#include "support/sqlitereader.h"
 
+#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -13,6 +15,18 @@
 #include <csignal>
 
 using namespace KelTest;
+
+namespace {
+
+QVariant fromStore(const QByteArray& bytes)
+{
+    QDataStream stream(bytes);
+    QVariant value;
+    stream >> value;
+    return value;
+}
+
+} // namespace
 
 bool EmulatedDevice::isInside()
 {
@@ -59,6 +73,17 @@ bool EmulatedDevice::letTokensExpire()
 QString EmulatedDevice::storeFile(const char* file)
 {
     return qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1Char('/') + QLatin1String(file);
+}
+
+QVariantMap EmulatedDevice::storedFor(int identity)
+{
+    QVariantMap map;
+    const QList<QVariantList> rows = sqliteRows(
+        storeFile("signon-secrets.db"),
+        QStringLiteral("SELECT key, value FROM STORE WHERE identity_id = %1").arg(identity));
+    for (const QVariantList& row : rows)
+        map.insert(row.value(0).toString(), fromStore(row.value(1).toByteArray()));
+    return map;
 }
 
 QList<pid_t> EmulatedDevice::pluginProcesses()

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QVariantMap>
 
 #include <sys/types.h>
 
@@ -27,6 +28,10 @@ protected:
     static bool letTokensExpire();
 
     static QString storeFile(const char* file);
+    /// What the daemon keeps for an identity, by name.
+    static QVariantMap storedFor(int identity);
+    /// The name of what is kept for this application and server.
+    static QString sessionKey() { return QStringLiteral("Session 2 demo-key"); }
     /// What the daemon runs plugins in: one for each identity of which a session is open.
     static QList<pid_t> pluginProcesses();
     /// Kills them. False when there was none.

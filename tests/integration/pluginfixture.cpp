@@ -7,11 +7,9 @@
 #include "rest/serviceaddress.h"
 #include "rest/timestampmanager.h"
 #include "support/sessionsandbox.h"
-#include "support/sqlitereader.h"
 
 #include <SignOn/IdentityInfo>
 
-#include <QDataStream>
 #include <QSignalSpy>
 
 using namespace KelTest;
@@ -32,14 +30,6 @@ public:
         return KelRestHandler::TimeStampManager::getTimeStampManager()->timeStamp();
     }
 };
-
-QVariant fromStore(const QByteArray& bytes)
-{
-    QDataStream stream(bytes);
-    QVariant value;
-    stream >> value;
-    return value;
-}
 
 } // namespace
 
@@ -135,13 +125,7 @@ PluginFixture::Outcome PluginFixture::process(const char* mechanism, const QVari
 
 QVariantMap PluginFixture::stored() const
 {
-    QVariantMap map;
-    const QList<QVariantList> rows = sqliteRows(
-        storeFile("signon-secrets.db"),
-        QStringLiteral("SELECT key, value FROM STORE WHERE identity_id = %1").arg(mIdentityId));
-    for (const QVariantList& row : rows)
-        map.insert(row.value(0).toString(), fromStore(row.value(1).toByteArray()));
-    return map;
+    return storedFor(int(mIdentityId));
 }
 
 QVariantMap PluginFixture::storedSession() const

@@ -49,7 +49,6 @@ protected:
     QVariantMap stored() const;
     /// Of that, what belongs to this application and server.
     QVariantMap storedSession() const;
-    static QString sessionKey() { return QStringLiteral("Session 2 demo-key"); }
     /// Data of a request in which the daemon's copy of the session lies before its end.
     QVariantMap expired() const;
 

@@ -1,24 +1,22 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Secrets are planted wherever one can stand, and then searched for in everything that is written.
 // The story runs inside an emulator of its own, with every log turned on and all output caught.
+#include "integration/loudrun.h"
 #include "integration/pluginfixture.h"
 #include "plugin/zorauthplugin.h"
 #include "rest/records/registrationinfodata.h"
+#include "support/secretsearch.h"
 #include "support/sessionsandbox.h"
 
 #include <QDataStream>
-#include <QDirIterator>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <QUrl>
 
 #include <functional>
 #include <memory>
 
-namespace {
+using namespace KelTest;
+using namespace KelTest::SecretSearch;
 
-constexpr const char* folderVariable = "KELACCOUNT_TEST_SECRETS";
+namespace {
 
 const QString consumerSecret = QStringLiteral("planted consumer secret &1");
 const QString firstPassword = QString::fromUtf8("plänted first password 2");
@@ -27,48 +25,6 @@ const QString securityAnswer = QString::fromUtf8("plänted answer 4");
 const QString wrongPassword = QStringLiteral("planted wrong password 5");
 const QString newcomersPassword = QStringLiteral("planted newcomer's password 6");
 const QString newcomersAnswer = QStringLiteral("planted newcomer's answer 7");
-
-QByteArray utf16(const QString& text, bool bigEndian)
-{
-    QByteArray bytes;
-    for (const QChar character : text) {
-        bytes += bigEndian ? char(character.row()) : char(character.cell());
-        bytes += bigEndian ? char(character.cell()) : char(character.row());
-    }
-    return bytes;
-}
-
-/// How a text may lie in a file or a log.
-QList<QByteArray> formsOf(const QString& text)
-{
-    return {text.toUtf8(),
-            text.toLatin1(),
-            utf16(text, true),
-            utf16(text, false),
-            QUrl::toPercentEncoding(text),
-            text.toUtf8().toBase64(),
-            QUrl::toPercentEncoding(QString::fromLatin1(text.toUtf8().toBase64())),
-            text.toUtf8().toHex()};
-}
-
-/// The first of the secrets that the bytes hold in any form.
-QString foundIn(const QByteArray& bytes, const QStringList& secrets)
-{
-    for (const QString& secret : secrets) {
-        const QList<QByteArray> forms = formsOf(secret);
-        for (const QByteArray& form : forms) {
-            if (bytes.contains(form))
-                return secret;
-        }
-    }
-    return {};
-}
-
-QByteArray contentOf(const QString& name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 QJsonObject account(const QString& name)
 {
@@ -86,13 +42,6 @@ QVariantMap registering(const QString& email)
     newcomer.securityAnswer = newcomersAnswer;
     newcomer.serviceTag = "dGFn"; // base64, as the emulated service wants it
     return {{QStringLiteral("RegistrationData"), KelRestHandler::serializeRegistration(newcomer)}};
-}
-
-QStringList readSecrets()
-{
-    return QString::fromUtf8(
-               contentOf(qEnvironmentVariable(folderVariable) + QLatin1String("/secrets")))
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 } // namespace
@@ -241,31 +190,16 @@ void Story::onlyTheDaemonsStoreHoldsSecrets()
 {
     QCOMPARE(foundIn(mMessages.join(QLatin1Char('\n')).toUtf8(), mSecrets), QString());
 
-    QString where;
     int files = 0;
-    QDirIterator all(qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../.."),
-                     QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (all.hasNext()) {
-        const QString file = all.next();
-        if (!QFileInfo(file).isFile())
-            continue;
-        ++files;
-        const bool mayHold = all.fileName().startsWith(QLatin1String("signon-secrets.db"));
-        if (!mayHold && !foundIn(contentOf(file), mSecrets).isEmpty())
-            where += all.fileName() + QLatin1Char(' ');
-    }
-    QCOMPARE(where, QString());
+    QCOMPARE(filesWith(mSecrets, qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../.."),
+                       QStringLiteral("signon-secrets.db"), files),
+             QStringList());
     QVERIFY(files > 5);
     // The search finds what is there.
     QVERIFY(!foundIn(contentOf(storeFile("signon-secrets.db")), {firstPassword}).isEmpty());
     QVERIFY(!foundIn(contentOf(storeFile("signon-secrets.db")), {secondPassword}).isEmpty());
 
-    QFile list(qEnvironmentVariable(folderVariable) + QLatin1String("/secrets"));
-    QVERIFY(list.open(QIODevice::WriteOnly));
-    list.write(mSecrets.join(QLatin1Char('\n')).toUtf8());
-    // What the bus, the daemon and its plugins wrote goes to the test outside.
-    QVERIFY(QFile::copy(qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../session.log"),
-                        qEnvironmentVariable(folderVariable) + QLatin1String("/session.log")));
+    QVERIFY(LoudRun::handOver(mSecrets));
 }
 
 class TestPluginSecrets : public QObject
@@ -278,43 +212,21 @@ private Q_SLOTS:
 
 void TestPluginSecrets::noOutputHoldsSecrets()
 {
-    QTemporaryDir folder;
-    qputenv(folderVariable, QFile::encodeName(folder.path()));
-    QFile secretFile(folder.filePath(QStringLiteral("consumer-secret")));
-    QVERIFY(secretFile.open(QIODevice::WriteOnly));
-    secretFile.write(consumerSecret.toUtf8() + '\n');
-    secretFile.close();
-
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("SSO_LOGGING_LEVEL"), QStringLiteral("2"));
-    environment.insert(QStringLiteral("QT_LOGGING_RULES"),
-                       QStringLiteral("kelaccount.*=true;qt.network.*=true;qt.dbus.*=true"));
-    environment.insert(QStringLiteral("QT_ASSUME_STDERR_HAS_CONSOLE"), QStringLiteral("1"));
-    BoundProcess emulator;
-    emulator.setProcessEnvironment(environment);
-    emulator.setProcessChannelMode(QProcess::MergedChannels);
-    emulator.start(EmulatorProcess::program(),
-                   {QStringLiteral("run"), QStringLiteral("--verbose"),
-                    QStringLiteral("--consumer-secret-file"), secretFile.fileName(),
-                    QStringLiteral("--"), QCoreApplication::applicationFilePath()});
-    QVERIFY(emulator.waitForFinished(60000));
-    const QByteArray output = emulator.readAll();
-    QVERIFY2(emulator.exitCode() == 0, output.constData());
-
-    const QStringList secrets = readSecrets();
-    QVERIFY(secrets.size() > 7);
+    const LoudRun::Result result = LoudRun::run(
+        consumerSecret, QStringLiteral("kelaccount.*=true;qt.network.*=true;qt.dbus.*=true"));
+    QVERIFY2(result.exitCode == 0, result.output.constData());
+    QVERIFY(result.secrets.size() > 7);
     // Each is a line of the emulator's, and of the session's, that proves that there are lines.
-    QVERIFY(output.contains("accounts/2/profile"));
-    QVERIFY(contentOf(folder.filePath(QStringLiteral("session.log"))).contains("Activating"));
-    QCOMPARE(foundIn(output, secrets), QString());
-    QCOMPARE(foundIn(contentOf(folder.filePath(QStringLiteral("session.log"))), secrets),
-             QString());
+    QVERIFY(result.output.contains("accounts/2/profile"));
+    QVERIFY(result.sessionLog.contains("Activating"));
+    QCOMPARE(foundIn(result.output, result.secrets), QString());
+    QCOMPARE(foundIn(result.sessionLog, result.secrets), QString());
 }
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    if (qEnvironmentVariableIsSet(folderVariable)) {
+    if (LoudRun::isInside()) {
         Story story;
         return QTest::qExec(&story, argc, argv);
     }
