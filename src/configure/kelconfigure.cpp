@@ -147,11 +147,12 @@ bool KelConfigure::connectIdentity()
 void KelConfigure::finishStore(bool stored, quint32 credentialsId)
 {
     mStoreGuard.stop();
-    // Later, because this may run in a slot of its own.
+    // Later, because this may run in a slot of theirs, and even when this object ends in it.
     if (mStore)
         mStore.release()->deleteLater();
     if (mIdentity) {
         mIdentity->disconnect();
+        mIdentity->setParent(nullptr);
         mIdentity->deleteLater();
         mIdentity.clear();
     }

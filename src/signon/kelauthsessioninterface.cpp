@@ -228,6 +228,9 @@ void KelAuthSessionInterface::closeSession(int code)
     if (mIdentity) {
         if (mAuthSession)
             mIdentity->destroySession(mAuthSession);
+        // Even when this object goes at once: that may be in a slot of the session's, which has more
+        // to do when the slot returns.
+        mIdentity->setParent(nullptr);
         mIdentity->deleteLater();
     }
     mIdentity.clear();
