@@ -254,8 +254,11 @@ void KelAccountsPrivate::rollBackSetUp(int error)
 void KelAccountsPrivate::abandonSetUp()
 {
     // An account that the accounts database already has needs its credentials.
-    if (mPendingConfigRequest != NoSetUp && mCredentialId != 0 && mSetUpResult.isEmpty())
-        mKelConfigure->removeIdentity(mCredentialId);
+    if (mPendingConfigRequest == NoSetUp || mCredentialId == 0 || !mSetUpResult.isEmpty())
+        return;
+    // The daemon would store them anew with an answer that comes when they are gone.
+    mAuthSessionInterface->cancelActiveRequest();
+    mKelConfigure->removeIdentity(mCredentialId);
 }
 
 void KelAccountsPrivate::endSetUp()

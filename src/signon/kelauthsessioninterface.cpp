@@ -212,6 +212,13 @@ void KelAuthSessionInterface::destroyActiveAuthSession()
     closeSession(ErrorOperationCanceled);
 }
 
+void KelAuthSessionInterface::cancelActiveRequest()
+{
+    if (mAuthSession && mInFlight.isValid())
+        mAuthSession->cancel();
+    mInFlight.invalidate();
+}
+
 void KelAuthSessionInterface::closeSession(int code)
 {
     ++mSessionNumber;

@@ -70,6 +70,10 @@ public:
     /// the way of the next session on the same credentials.
     void destroyActiveAuthSession();
 
+    /// Cancels the request that the plugin has, if any, for a session that is the last on its
+    /// credentials.
+    void cancelActiveRequest();
+
     void signIn();
     void token();
     void downloadProfile();
