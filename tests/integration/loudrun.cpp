@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QTemporaryDir>
 
+#include <cstdio>
+
 namespace KelTest::LoudRun {
 
 namespace {
@@ -58,6 +60,8 @@ Result run(const QString& consumerSecret, const QString& loggingRules)
     if (emulator.waitForFinished(patienceMs) && emulator.exitStatus() == QProcess::NormalExit)
         result.exitCode = emulator.exitCode();
     result.output = emulator.readAll();
+    if (result.exitCode != 0) // whole: a test's message is cut short
+        std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
     result.sessionLog = SecretSearch::contentOf(folder.filePath(QStringLiteral("session.log")));
     result.secrets =
         QString::fromUtf8(SecretSearch::contentOf(folder.filePath(QStringLiteral("secrets"))))

@@ -22,7 +22,7 @@ struct Result
     QStringList secrets;
 };
 
-/// Outside. The emulator expects the consumer secret.
+/// Outside. The emulator expects the consumer secret. The output of a run that failed is shown.
 Result run(const QString& consumerSecret, const QString& loggingRules);
 
 } // namespace KelTest::LoudRun

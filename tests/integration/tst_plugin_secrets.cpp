@@ -214,7 +214,7 @@ void TestPluginSecrets::noOutputHoldsSecrets()
 {
     const LoudRun::Result result = LoudRun::run(
         consumerSecret, QStringLiteral("kelaccount.*=true;qt.network.*=true;qt.dbus.*=true"));
-    QVERIFY2(result.exitCode == 0, result.output.constData());
+    QCOMPARE(result.exitCode, 0);
     QVERIFY(result.secrets.size() > 7);
     // Each is a line of the emulator's, and of the session's, that proves that there are lines.
     QVERIFY(result.output.contains("accounts/2/profile"));
