@@ -3,6 +3,7 @@
 
 #include "account/facaderecorder.h"
 #include "account/sessionoperations.h"
+#include "device/testtagserver.h"
 #include "support/sessionsandbox.h"
 
 #include <QList>
@@ -28,6 +29,8 @@ protected:
     /// No facade, no account, no script, no modem; what identities() counts starts here. False when
     /// the daemon cannot be brought to work.
     bool reset();
+    /// The same, with a facade and the account of `mCredentials`.
+    bool resetForSignedInUser();
     void makeFacade(bool initialized = true);
     void endFacade();
 
@@ -71,6 +74,9 @@ protected:
     KelTest::SessionSandbox& mSandbox;
     std::unique_ptr<KelAccounts> mAccounts;
     std::unique_ptr<KelTest::FacadeRecorder> mRecorder;
+    std::unique_ptr<KelTest::ThreadTagServer> mTagServer; ///< gives the tag "tag"
+
+    quint32 mCredentials = 0;
 
 private:
     quint32 mNewestBefore = 0;
