@@ -19,7 +19,7 @@ protected:
     /// A row for each.
     static void bothSetUps();
 
-    /// Whether this program runs where it must. What it does not find is a modem and a service tag.
+    /// Whether this program runs where it must. What it does not find is a service tag.
     bool isReady();
     /// A facade, and a user whom only this row knows: at the service when signing in, with a
     /// captcha that is solved when registering.
