@@ -8,7 +8,9 @@
 #include <Accounts/Account>
 #include <Accounts/Manager>
 
+#include <QDir>
 #include <QEventLoop>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTimer>
 
@@ -119,6 +121,16 @@ bool AccountFixture::killPlugin() const
 {
     const pid_t plugin = mSandbox.pluginProcessId();
     return plugin > 1 && ::kill(plugin, SIGKILL) == 0;
+}
+
+bool AccountFixture::setCredentialsReadable(bool readable) const
+{
+    const QString database = mSandbox.session().path(text("credentials/signon.db"));
+    const QString away = database + text(".away");
+    if (!SessionSandbox::killDaemon())
+        return false;
+    return readable ? QDir().rmdir(database) && QFile::rename(away, database)
+                    : QFile::rename(database, away) && QDir().mkdir(database);
 }
 
 QList<quint32> AccountFixture::identities() const

@@ -53,6 +53,9 @@ protected:
     /// Kills the process that the last request went to.
     bool killPlugin() const;
 
+    /// Kills the daemon and puts a folder in the place of its database, or takes it away again.
+    bool setCredentialsReadable(bool readable) const;
+
     /// What is in the stores since reset(): numbers of identities, and of each device account its
     /// name and credentials.
     QList<quint32> identities() const;

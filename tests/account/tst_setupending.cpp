@@ -43,6 +43,8 @@ private Q_SLOTS:
     void inTheSlotOfTheSuccess();
     void inTheSlotOfTheFailure_data();
     void inTheSlotOfTheFailure();
+    void inTheSlotOfTheStoresError_data() { setUpRows(); }
+    void inTheSlotOfTheStoresError();
     void inTheSlotOfARefusal_data() { setUpRows(); }
     void inTheSlotOfARefusal();
 
@@ -69,7 +71,7 @@ void TestSetUpEnding::rightAfterTheCall()
     makeFacade();
     setUp.start(*mAccounts, true);
     mAccounts.reset();
-    letPass(300);
+    letPass(100);
     QCOMPARE(mSandbox.mechanisms(), QStringList());
     QVERIFY(leftNothing(setUp));
 }
@@ -172,7 +174,7 @@ void TestSetUpEnding::whileTheAccountIsStored()
     connect(session, &KelAuthSessionInterface::registerationCompleted, this, end);
     setUp.start(*mAccounts, true);
     QVERIFY(waitUntil([&] { return ended; }));
-    letPass(200);
+    letPass(100);
     QCOMPARE(lines(), QStringList());
     // Both are there or neither is: an account without its credentials is good for nothing.
     QList<QVariantList> expected;
@@ -207,7 +209,7 @@ void TestSetUpEnding::inTheSlotOfTheSuccess()
     setUp.start(*mAccounts, configureOnDb);
     QVERIFY(answersOnce());
     QVERIFY(!mAccounts);
-    letPass(200);
+    letPass(100);
     const quint32 id = identities().value(0);
     QCOMPARE(lines(), QStringList(success(setUp, id)));
     QCOMPARE(identities(), QList<quint32>({id}));
@@ -253,6 +255,23 @@ void TestSetUpEnding::inTheSlotOfTheFailure()
     QVERIFY(!mAccounts);
     letPass(100);
     QCOMPARE(lines(), QStringList(failure(setUp, status)));
+    mRecorder->clear();
+    QVERIFY(leftNothing(setUp));
+}
+
+void TestSetUpEnding::inTheSlotOfTheStoresError()
+{
+    const SetUp setUp = setUpOfTheRow();
+    makeFacade();
+    letPass(50);
+    QVERIFY(setCredentialsReadable(false));
+    endInTheSlot();
+    setUp.start(*mAccounts, true);
+    const bool once = answersOnce();
+    QVERIFY(setCredentialsReadable(true));
+    QVERIFY(once);
+    QVERIFY(!mAccounts);
+    QCOMPARE(lines(), QStringList(failure(setUp, 800)));
     mRecorder->clear();
     QVERIFY(leftNothing(setUp));
 }

@@ -5,8 +5,6 @@
 #include "support/messagelog.h"
 #include "support/sqlitechange.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTimer>
 
 #include <csignal>
@@ -211,17 +209,12 @@ void TestSetUpFailures::aDaemonThatEndsWhileItStoresStoresNothing()
 void TestSetUpFailures::aDaemonWithoutItsDatabaseStoresNothing()
 {
     const SetUp setUp = setUpOfTheRow();
-    const QString database = mSandbox.session().path(QStringLiteral("credentials/signon.db"));
     makeFacade();
-    QVERIFY(mSandbox.killDaemon());
-    QVERIFY(QFile::rename(database, database + QStringLiteral(".away")));
-    QVERIFY(QDir().mkdir(database));
+    QVERIFY(setCredentialsReadable(false));
     const MessageLog log;
     setUp.start(*mAccounts, true);
     const bool once = answersOnce();
-    QVERIFY(mSandbox.killDaemon());
-    QVERIFY(QDir().rmdir(database));
-    QVERIFY(QFile::rename(database + QStringLiteral(".away"), database));
+    QVERIFY(setCredentialsReadable(true));
     QVERIFY(once);
     QCOMPARE(lines(), QStringList(failure(setUp, 800)));
     QVERIFY(log.hasCritical("processCredentialStoringStatusUpdate: Failed to store credentials"));
