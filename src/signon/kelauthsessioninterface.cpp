@@ -5,7 +5,7 @@
 #include "common/signondaemon.h"
 #include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
-#include "signon/zorauthsessionprivatedata.h"
+#include "signon/zorauthsessiondata.h"
 
 #include <SignOn/AuthService>
 #include <SignOn/Identity>
@@ -17,7 +17,6 @@
 #include <utility>
 
 using ZorKeLSignOn::ZorAuthSessionData;
-using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
 namespace KelAccount {
 
@@ -27,13 +26,6 @@ constexpr int openingTimeoutMs = 90000;
 constexpr int cancelAfterMs = 1000;
 
 const QLatin1String methodName("zorauth");
-
-/// The sign-on library leaves null values out on the way to the plugin, but an empty text is a
-/// value.
-QString present(const QString& text)
-{
-    return text.isNull() ? QString(QLatin1String("")) : text;
-}
 
 /// The plugin's process has ended, or is a new one that "initialise" has not reached: the daemon
 /// ends an idle one, or it crashed. The plugin says so itself, or the daemon does: with the first
@@ -80,6 +72,11 @@ KelAuthSessionInterface::~KelAuthSessionInterface()
 
 // ---- Opening and closing
 // -------------------------------------------------------------------------
+
+QString KelAuthSessionInterface::present(const QString& text)
+{
+    return text.isNull() ? QString(QLatin1String("")) : text;
+}
 
 bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
                                                 const QString& consumerSecret,
@@ -235,8 +232,8 @@ void KelAuthSessionInterface::closeSession(int code)
     if (mIdentity) {
         if (mAuthSession)
             mIdentity->destroySession(mAuthSession);
-        // Even when this object goes at once: that may be in a slot of the session's, which has more
-        // to do when the slot returns.
+        // Even when this object goes at once: that may be in a slot of the session's, which has
+        // more to do when the slot returns.
         mIdentity->setParent(nullptr);
         mIdentity->deleteLater();
     }
@@ -401,113 +398,6 @@ void KelAuthSessionInterface::answer(KelAccountRequestType type, int code,
         break;
     }
     qCCritical(logSignon, "Error!!!Request type is Unknown");
-}
-
-// ---- The operations
-// ------------------------------------------------------------------------------
-
-void KelAuthSessionInterface::addCommonKeys(ZorAuthSessionData& record) const
-{
-    record.setConsumerKey(mConsumerKey);
-    record.setConsumerSecret(mConsumerSecret);
-    record.setServerUrlValue(mServerUrlValue);
-}
-
-void KelAuthSessionInterface::signIn()
-{
-    ZorAuthSessionData record;
-    addCommonKeys(record);
-    record.setManualSignIn(true);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("signIn"), SignInRequest);
-}
-
-void KelAuthSessionInterface::token()
-{
-    ZorAuthSessionData record;
-    addCommonKeys(record);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("token"), TokenRequest);
-}
-
-void KelAuthSessionInterface::downloadProfile()
-{
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_downloadProfile"),
-                               DownloadProfileRequest);
-}
-
-void KelAuthSessionInterface::setSecurityQuestion(const QString& question,
-                                                  const QString& questionAnswer)
-{
-    KelRestHandler::SetSecurityQuestionInput input;
-    input.question = question;
-    input.answer = questionAnswer;
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    record.setUpdateSecurityQuestion(input);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_updateSecurityQuestion"),
-                               SetSecurityQuestionRequest);
-}
-
-void KelAuthSessionInterface::registerAccount(
-    const KelRestHandler::RegistrationInfoData* registration)
-{
-    if (!registration) {
-        qCCritical(logSignon, "Registration without a record");
-        answerLater(RegisterRequest, ErrorInvalidParameter);
-        return;
-    }
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    record.setRegistrationData(*registration);
-    record.setManualSignIn(true);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_registerAccount"),
-                               RegisterRequest);
-}
-
-void KelAuthSessionInterface::changePassword(const QString& oldPassword, const QString& newPassword)
-{
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    record.setOldPassword(present(oldPassword));
-    record.setNewPassword(present(newPassword));
-    // The plugin knows this mechanism with a small "p" only.
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_changepassword"),
-                               ChangePasswordRequest);
-}
-
-void KelAuthSessionInterface::userIdUpdate(const QString& newUserName)
-{
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    record.setNewUserName(present(newUserName));
-    enQueueRequestToAuthPlugin(record, QStringLiteral("setUserId"), UserIdUpdateRequest);
-}
-
-void KelAuthSessionInterface::updateDeviceInfo()
-{
-    ZorAuthSessionPrivateData record;
-    addCommonKeys(record);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_updateDeviceInfo"),
-                               UpdateDeviceInfoRequest);
-}
-
-void KelAuthSessionInterface::ensureToken()
-{
-    ZorAuthSessionData record;
-    addCommonKeys(record);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_ensureToken"),
-                               EnsureTokenRequest);
-}
-
-void KelAuthSessionInterface::close()
-{
-    if (mSessionOpen) {
-        ZorAuthSessionPrivateData record;
-        addCommonKeys(record);
-        enQueueRequestToAuthPlugin(record, QStringLiteral("close"), CloseRequest);
-    }
-    Q_EMIT closeResponse(ErrorNone);
 }
 
 } // namespace KelAccount

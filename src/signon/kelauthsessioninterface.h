@@ -125,6 +125,9 @@ private:
     KelAccountRequestType takeCurrentRequest();
     void answerLater(KelAccountRequestType type, int code);
     void answer(KelAccountRequestType type, int code, const SignOn::SessionData& data);
+    /// The sign-on library leaves null values out on the way to the plugin, but an empty text is a
+    /// value.
+    static QString present(const QString& text);
     void addCommonKeys(ZorKeLSignOn::ZorAuthSessionData& record) const;
 
     QString mConsumerKey;
