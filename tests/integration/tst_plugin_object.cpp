@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The plugin without a daemon around it: what the daemon never does to it, and under sanitizers.
 #include "integration/emulatedservice.h"
-#include "plugin/zorauthplugin.h"
+#include "integration/pluginobject.h"
 #include "support/sessionsandbox.h"
 
-#include <QSignalSpy>
+#include <QDataStream>
 #include <QTest>
 
-#include <memory>
-
 using namespace KelTest;
-using ZorAuth::ZorAuthPlugin;
 
-class TestPluginObject : public QObject
+class TestPluginObject : public PluginObject
 {
     Q_OBJECT
 
@@ -21,7 +18,7 @@ private Q_SLOTS:
     {
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
     }
-    void init();
+    void init() { makePlugin(); }
     void cleanup();
     void isTheMethodAndNamesItsMechanisms();
     void aSecondRequestIsRefusedWhileOneIsUnderWay();
@@ -34,59 +31,13 @@ private Q_SLOTS:
     void keepsOtherApplicationsSessionsAsFarAsTheDaemonTakesThem();
 
 private:
-    static QVariantMap request(const QVariantMap& more = {});
-    void process(const char* mechanism, const QVariantMap& data);
     bool hangs(const char* mechanism);
-    bool waitForEnd();
-
-    std::unique_ptr<ZorAuthPlugin> mPlugin;
-    QStringList mEvents; // in their order: "result", "store" or an error's type
-    QVariantMap mStored;
 };
-
-QVariantMap TestPluginObject::request(const QVariantMap& more)
-{
-    QVariantMap data = {{QStringLiteral("ConsumerKey"), QStringLiteral("demo-key")},
-                        {QStringLiteral("ConsumerSecret"), QStringLiteral("demo-secret")},
-                        {QStringLiteral("ServerUrlValue"), 2},
-                        {QStringLiteral("UserName"), QStringLiteral("alice")},
-                        {QStringLiteral("Secret"), QStringLiteral("secret")}};
-    for (auto entry = more.cbegin(); entry != more.cend(); ++entry)
-        data.insert(entry.key(), entry.value());
-    return data;
-}
-
-void TestPluginObject::init()
-{
-    mEvents.clear();
-    mStored.clear();
-    mPlugin = std::make_unique<ZorAuthPlugin>();
-    connect(mPlugin.get(), &AuthPluginInterface::result, this,
-            [this] { mEvents.append(QStringLiteral("result")); });
-    connect(mPlugin.get(), &AuthPluginInterface::store, this,
-            [this](const SignOn::SessionData& data) {
-                mEvents.append(QStringLiteral("store"));
-                mStored = data.toMap();
-            });
-    connect(mPlugin.get(), &AuthPluginInterface::error, this,
-            [this](const SignOn::Error& error) { mEvents.append(QString::number(error.type())); });
-}
 
 void TestPluginObject::cleanup()
 {
     mPlugin.reset();
     EmulatedService::ask("DELETE", "/faults");
-}
-
-void TestPluginObject::process(const char* mechanism, const QVariantMap& data)
-{
-    mPlugin->process(SignOn::SessionData(data), QLatin1String(mechanism));
-}
-
-bool TestPluginObject::waitForEnd()
-{
-    return waitUntil(
-        [this] { return !mEvents.isEmpty() && mEvents.last() != QLatin1String("store"); });
 }
 
 bool TestPluginObject::hangs(const char* mechanism)
