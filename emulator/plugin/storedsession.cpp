@@ -24,6 +24,11 @@ const auto validUntilName = QLatin1String("ValidUntil");
 const auto oldSecretName = QLatin1String("Old");
 const auto newSecretName = QLatin1String("New");
 
+constexpr int mostBytes = 4095; // the daemon stores nothing at all beyond that
+// All that is stored goes to the plugin's process with each request, and the daemon loses requests
+// that are larger than 4 kB together with their own data.
+constexpr int mostBytesWithOthers = 2048;
+
 /// What an entry counts for the daemon.
 int storedSize(const QString& key, const QVariant& value)
 {
@@ -93,23 +98,22 @@ QString ChangedPassword::secretFor(const QString& identitySecret) const
 
 QVariantMap everythingToStore(const QVariantMap& own, const QVariantMap& data)
 {
-    constexpr int mostBytes = 4095; // the daemon stores nothing at all beyond that
     QVariantMap everything;
     int size = 0;
-    const auto add = [&](const QString& key, const QVariant& value) {
+    const auto add = [&](const QString& key, const QVariant& value, int most) {
         const int more = storedSize(key, value);
-        if (everything.contains(key) || size + more > mostBytes)
+        if (everything.contains(key) || size + more > most)
             return;
         everything.insert(key, value);
         size += more;
     };
     for (auto entry = own.cbegin(); entry != own.cend(); ++entry) {
         if (!entry.value().toMap().isEmpty())
-            add(entry.key(), entry.value());
+            add(entry.key(), entry.value(), mostBytes);
     }
     for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
         if (entry.key().startsWith(keyPrefix) && !own.contains(entry.key()))
-            add(entry.key(), entry.value());
+            add(entry.key(), entry.value(), mostBytesWithOthers);
     }
     return everything;
 }

@@ -48,7 +48,7 @@ struct ChangedPassword
 
 /// All that the daemon is to keep, when `own` changed: it replaces everything at once. `data` is
 /// what came with the request, with what other applications have stored among it; of that as much
-/// as the daemon takes.
+/// as the daemon carries well.
 QVariantMap everythingToStore(const QVariantMap& own, const QVariantMap& data);
 
 } // namespace ZorAuth

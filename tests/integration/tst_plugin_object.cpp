@@ -28,7 +28,7 @@ private Q_SLOTS:
     void abortingSaysNothing();
     void itsEndSaysNothing();
     void anUnknownMechanismLeavesItAtRest();
-    void keepsOtherApplicationsSessionsAsFarAsTheDaemonTakesThem();
+    void keepsOtherApplicationsSessionsAsFarAsTheDaemonCarriesThem();
 
 private:
     bool hangs(const char* mechanism);
@@ -130,9 +130,9 @@ void TestPluginObject::anUnknownMechanismLeavesItAtRest()
     QCOMPARE(mEvents, QStringList{QStringLiteral("result")});
 }
 
-void TestPluginObject::keepsOtherApplicationsSessionsAsFarAsTheDaemonTakesThem()
+void TestPluginObject::keepsOtherApplicationsSessionsAsFarAsTheDaemonCarriesThem()
 {
-    constexpr int daemonTakes = 4096;
+    constexpr int withOthers = 2048; // half of what the daemon carries, the rest is a request's own
     QVariantMap others;
     for (int i = 0; i < 20; ++i) {
         others.insert(QStringLiteral("Session 2 other-%1").arg(i),
@@ -146,7 +146,7 @@ void TestPluginObject::keepsOtherApplicationsSessionsAsFarAsTheDaemonTakesThem()
     QVERIFY(mStored.contains(QStringLiteral("Session 2 demo-key")));
     QVERIFY(!mStored.contains(QStringLiteral("Unrelated")));
     QVERIFY(!mStored.contains(QStringLiteral("Secret")));
-    QVERIFY(mStored.size() > 5);
+    QVERIFY(mStored.size() >= 3);
     int size = 0;
     for (auto entry = mStored.cbegin(); entry != mStored.cend(); ++entry) {
         QByteArray bytes;
@@ -154,7 +154,7 @@ void TestPluginObject::keepsOtherApplicationsSessionsAsFarAsTheDaemonTakesThem()
         stream << entry.value();
         size += entry.key().size() + bytes.size();
     }
-    QVERIFY2(size < daemonTakes, qPrintable(QString::number(size)));
+    QVERIFY2(size <= withOthers, qPrintable(QString::number(size)));
 }
 
 QTEST_GUILESS_MAIN(TestPluginObject)

@@ -27,6 +27,7 @@ private Q_SLOTS:
     void theTokenIsTheOneThatTheDaemonKeeps();
     void theTokenOutlivesThePluginProcess();
     void theTokenBelongsToOneApplicationAndServer();
+    void manyApplicationsAreServed();
     void anExpiredTokenIsRefreshed();
     void aTokenIsMadeOnlyWhenThereIsNone();
     void whatTheServiceDoesNotRefreshIsMadeAnew();
@@ -198,6 +199,22 @@ void TestPluginSession::theTokenBelongsToOneApplicationAndServer()
              604);
     QCOMPARE(process("token", {{QStringLiteral("ServerUrlValue"), 3}}).error, 604);
     QCOMPARE(process("token").error, 0);
+}
+
+void TestPluginSession::manyApplicationsAreServed()
+{
+    // More than the daemon would carry, if all of them were kept.
+    for (int i = 0; i < 20; ++i) {
+        QCOMPARE(process("initialise",
+                         {{QStringLiteral("ConsumerKey"), QStringLiteral("other-%1").arg(i)},
+                          {QStringLiteral("ZorService"), QString(150, QLatin1Char('s'))}})
+                     .error,
+                 0);
+    }
+    QCOMPARE(process("signIn").error, 0);
+    for (int i = 0; i < 5; ++i)
+        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
+    QVERIFY(stored().size() > 3);
 }
 
 void TestPluginSession::anExpiredTokenIsRefreshed()
