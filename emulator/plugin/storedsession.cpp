@@ -38,6 +38,24 @@ int storedSize(const QString& key, const QVariant& value)
     return key.size() + bytes.size();
 }
 
+/// What is in the store may be damaged, or another version's: only a text is taken for one.
+QString textIn(const QVariantMap& map, QLatin1String name)
+{
+    const QVariant value = map.value(name);
+    return value.userType() == QMetaType::QString ? value.toString() : QString();
+}
+
+/// A moment in seconds since 1970; none when it is no number, or one that no clock shows.
+QDateTime timeIn(const QVariantMap& map, QLatin1String name)
+{
+    constexpr qint64 yearTenThousand = 253402300800;
+    const QVariant value = map.value(name);
+    const qint64 seconds = value.userType() == QMetaType::LongLong ? value.toLongLong() : 0;
+    return seconds > 0 && seconds < yearTenThousand
+               ? QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)
+               : QDateTime();
+}
+
 } // namespace
 
 bool StoredSession::hasExpired() const
@@ -60,12 +78,16 @@ QVariantMap StoredSession::toMap() const
 StoredSession StoredSession::fromMap(const QVariantMap& map)
 {
     StoredSession session;
+    if (storedSize(QString(), map) > mostBytes)
+        return session;
     for (const Field& field : fields)
-        session.*field.value = map.value(QLatin1String(field.name)).toString();
-    bool isNumber = false;
-    const qint64 seconds = map.value(validUntilName).toLongLong(&isNumber);
-    if (isNumber)
-        session.validUntil = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+        session.*field.value = textIn(map, QLatin1String(field.name));
+    // Requests name the account besides the token; only signing in tells both.
+    if (session.accountId.isEmpty()) {
+        session.token.clear();
+        session.tokenSecret.clear();
+    }
+    session.validUntil = timeIn(map, validUntilName);
     return session;
 }
 
@@ -88,7 +110,9 @@ QVariantMap ChangedPassword::toMap() const
 
 ChangedPassword ChangedPassword::fromMap(const QVariantMap& map)
 {
-    return {map.value(oldSecretName).toString(), map.value(newSecretName).toString()};
+    const ChangedPassword changed{textIn(map, oldSecretName), textIn(map, newSecretName)};
+    const bool isWhole = !changed.oldSecret.isEmpty() && !changed.newSecret.isEmpty();
+    return isWhole && storedSize(QString(), map) <= mostBytes ? changed : ChangedPassword();
 }
 
 QString ChangedPassword::secretFor(const QString& identitySecret) const

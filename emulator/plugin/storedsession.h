@@ -24,6 +24,7 @@ struct StoredSession
 
     bool hasExpired() const;
     QVariantMap toMap() const; ///< empty when nothing is known
+    /// As much as can be read; without a token unless both it and its account can.
     static StoredSession fromMap(const QVariantMap& map);
 
     /// Under which name the daemon keeps it: tokens belong to one application and one server, while
@@ -41,6 +42,7 @@ struct ChangedPassword
 
     static QString key();
     QVariantMap toMap() const; ///< empty when there was no change
+    /// Both, or neither.
     static ChangedPassword fromMap(const QVariantMap& map);
     /// The password that is good now, for an identity with this secret.
     QString secretFor(const QString& identitySecret) const;
