@@ -12,6 +12,7 @@ private Q_SLOTS:
         QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
     }
     void theFirstRequestIsSentAgainWithTheServicesTime();
+    void whenThatIsRefusedTooItIsTheAnswer();
 };
 
 void TestPluginClock::theFirstRequestIsSentAgainWithTheServicesTime()
@@ -35,6 +36,20 @@ void TestPluginClock::theFirstRequestIsSentAgainWithTheServicesTime()
     QVERIFY(startPluginAgain());
     QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
     QCOMPARE(operations(), (QList<int>{0, 22}));
+}
+
+void TestPluginClock::whenThatIsRefusedTooItIsTheAnswer()
+{
+    // Another identity: its plugin process does not know the service's clock yet.
+    QVERIFY(openSession(QStringLiteral("alice"), QStringLiteral("secret")));
+    QVERIFY(KelTest::EmulatedService::orderFaults("none\nstatus=401\n"));
+    QCOMPARE(process("signIn").error, 504);
+    QCOMPARE(KelTest::EmulatedService::faultsLeft(), QByteArray());
+    QCOMPARE(operations().size(), 2);
+    QCOMPARE(process("token").error, 604);
+    // The clock is known by now.
+    QCOMPARE(process("signIn").error, 0);
+    QCOMPARE(operations(), QList<int>{1});
 }
 
 QTEST_GUILESS_MAIN(TestPluginClock)

@@ -1,0 +1,323 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the plugin sends again, and when it gives up: with a service in this process that answers
+// each request as the test ordered it.
+#include "integration/pluginobject.h"
+#include "rest/serviceaddress.h"
+#include "rest/timestampmanager.h"
+#include "support/scriptedserver.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QNetworkProxy>
+#include <QTest>
+
+using KelRestHandler::TimeStampManager;
+
+namespace {
+
+QString scriptedBase;
+
+} // namespace
+
+namespace KelRestHandler {
+
+const char RestSchemaNamespace[] = "https://account.example/schemas/rest/v1_0";
+const char OAuthRealm[] = "OAuth realm=\"https://account.example\"";
+
+QString serverBaseAddress(int /*serverIndex*/)
+{
+    return scriptedBase;
+}
+
+} // namespace KelRestHandler
+
+namespace {
+
+constexpr int hour = 3600;
+const QByteArray askForProfile = "GET accounts/1000042/profile";
+
+/// A "Date:" header by a clock that is so far from this machine's.
+QByteArray dateHeader(int secondsOff)
+{
+    const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(secondsOff);
+    return "Date: " +
+           QLocale::c().toString(time, QStringLiteral("ddd, dd MMM yyyy hh:mm:ss")).toLatin1() +
+           " GMT\r\n";
+}
+
+QByteArray document(const QByteArray& root, const QByteArray& content)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><" + root +
+           " xmlns=\"https://account.example/schemas/rest/v1_0\">" + content + "</" + root + ">";
+}
+
+QByteArray tokenInfo(const QByteArray& token)
+{
+    return "<tokenInfo><token>" + token + "</token><tokenSecret>planted</tokenSecret></tokenInfo>";
+}
+
+Reaction renewed(const QByteArray& token)
+{
+    return Reaction::reply(200, document("tokenRefreshResponse", tokenInfo(token)));
+}
+
+Reaction signedIn(const QByteArray& token)
+{
+    return Reaction::reply(
+        200, document("tokenCreationResponse", tokenInfo(token) +
+                                                   "<userInfo><username>alice</username>"
+                                                   "<accountId>1000042</accountId></userInfo>"));
+}
+
+Reaction profile()
+{
+    return Reaction::reply(200, document("profileQueryResponse",
+                                         "<profile><username>alice</username>"
+                                         "<accountId>1000042</accountId></profile>"));
+}
+
+Reaction refusal(int status, const QByteArray& code, const QByteArray& headers = {})
+{
+    return Reaction::reply(status, document("errorResponse", "<errorCode>" + code + "</errorCode>"),
+                           headers);
+}
+
+Reaction tokenRefused()
+{
+    return refusal(401, "invalidAccessToken");
+}
+
+Reaction timeRefused(int secondsOff)
+{
+    return refusal(401, "notAuthorized", dateHeader(secondsOff));
+}
+
+/// Of an item of the "Authorization" header: what follows its name.
+QByteArray authorization(const WireRequest& request, const QByteArray& item)
+{
+    const QByteArray header = request.header("Authorization");
+    const int begin = header.indexOf(item + '=');
+    if (begin < 0)
+        return {};
+    return header.mid(begin + item.size() + 1).split(',').first().replace('"', "").trimmed();
+}
+
+/// "GET accounts/1000042/profile"
+QByteArray asked(const WireRequest& request)
+{
+    return request.header("rest-verb") + ' ' + QByteArray(request.target).replace("/rest/1.0/", "");
+}
+
+} // namespace
+
+class TestPluginRetries : public PluginObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void aRenewedTokenGoesOutWithTheSameRequest();
+    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data();
+    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp();
+    void whatRefusesTheSignInIsTheAnswer_data();
+    void whatRefusesTheSignInIsTheAnswer();
+    void aFailedRenewalIsNoReasonToSignIn();
+    void aRequestIsSentAgainOnceForTheClock_data();
+    void aRequestIsSentAgainOnceForTheClock();
+    void theClockAndTheTokenEachHaveTheirSecondAttempt();
+
+private:
+    void order(const QList<Reaction>& reactions);
+    /// The profile, with a token "first" from before.
+    void askProfile();
+    QList<QByteArray> requests() const;
+    QList<QByteArray> tokens() const;
+    QVariant storedToken() const;
+
+    std::unique_ptr<ScriptedServer> mServer;
+};
+
+void TestPluginRetries::init()
+{
+    for (const char* name : {"http_proxy", "https_proxy"})
+        qunsetenv(name);
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
+    mServer = std::make_unique<ScriptedServer>();
+    scriptedBase = mServer->base();
+    makePlugin();
+}
+
+void TestPluginRetries::cleanup()
+{
+    QCOMPARE(mServer->problems(), QStringList());
+    mPlugin.reset();
+    mServer.reset();
+}
+
+void TestPluginRetries::order(const QList<Reaction>& reactions)
+{
+    for (const Reaction& reaction : reactions)
+        mServer->expect(reaction);
+}
+
+void TestPluginRetries::askProfile()
+{
+    mEvents.clear();
+    const QVariantMap session = {{QStringLiteral("Token"), QStringLiteral("first")},
+                                 {QStringLiteral("AccountId"), QStringLiteral("1000042")},
+                                 {QStringLiteral("LoginId"), QStringLiteral("alice")}};
+    process("privateMechanism_downloadProfile", request({{sessionKey(), session}}));
+    QVERIFY(waitForEnd());
+}
+
+QList<QByteArray> TestPluginRetries::requests() const
+{
+    QList<QByteArray> list;
+    for (const WireRequest& request : mServer->requests())
+        list.append(asked(request));
+    return list;
+}
+
+/// What each request was signed with.
+QList<QByteArray> TestPluginRetries::tokens() const
+{
+    QList<QByteArray> list;
+    for (const WireRequest& request : mServer->requests())
+        list.append(authorization(request, "oauth_token"));
+    return list;
+}
+
+QVariant TestPluginRetries::storedToken() const
+{
+    return mStored.value(sessionKey()).toMap().value(QStringLiteral("Token"));
+}
+
+void TestPluginRetries::aRenewedTokenGoesOutWithTheSameRequest()
+{
+    order({tokenRefused(), renewed("second"), profile()});
+    askProfile();
+    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
+    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", askForProfile}));
+    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "second"}));
+    QCOMPARE(storedToken(), QVariant(QStringLiteral("second")));
+    // The service takes no nonce twice.
+    const QByteArray nonce = authorization(mServer->requests().at(0), "oauth_nonce");
+    QVERIFY(!nonce.isEmpty());
+    QVERIFY(authorization(mServer->requests().at(2), "oauth_nonce") != nonce);
+}
+
+void TestPluginRetries::aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data()
+{
+    QTest::addColumn<bool>("isRenewed");
+    QTest::newRow("after a renewal") << true;
+    QTest::newRow("after signing in") << false;
+}
+
+void TestPluginRetries::aRequestThatIsRefusedTwiceForItsTokenIsGivenUp()
+{
+    QFETCH(bool, isRenewed);
+    order({tokenRefused()});
+    if (isRenewed)
+        order({renewed("second")});
+    else
+        order({tokenRefused(), signedIn("second")});
+    order({tokenRefused()});
+    askProfile();
+    QList<QByteArray> expected{askForProfile, "PUT tokens/first"};
+    if (!isRenewed)
+        expected.append("POST tokens");
+    expected.append(askForProfile);
+    QCOMPARE(requests(), expected);
+    QCOMPARE(tokens().last(), QByteArray("second"));
+    // The new token is the service's latest word, so it is kept.
+    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("500")}));
+    QCOMPARE(storedToken(), QVariant(QStringLiteral("second")));
+}
+
+void TestPluginRetries::whatRefusesTheSignInIsTheAnswer_data()
+{
+    QTest::addColumn<int>("http");
+    QTest::addColumn<QByteArray>("code");
+    QTest::addColumn<QString>("status");
+    QTest::newRow("another password")
+        << 401 << QByteArray("notAuthorized") << QStringLiteral("504");
+    QTest::newRow("locked") << 403 << QByteArray("accountLocked") << QStringLiteral("510");
+    QTest::newRow("token refused")
+        << 401 << QByteArray("invalidAccessToken") << QStringLiteral("500");
+}
+
+void TestPluginRetries::whatRefusesTheSignInIsTheAnswer()
+{
+    QFETCH(int, http);
+    QFETCH(QByteArray, code);
+    QFETCH(QString, status);
+    order({tokenRefused(), tokenRefused(), refusal(http, code)});
+    askProfile();
+    QCOMPARE(mEvents, QStringList{status}); // and nothing is stored
+    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", "POST tokens"}));
+    // The password signs in without a token.
+    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", QByteArray()}));
+
+    order({profile()});
+    askProfile();
+    QCOMPARE(mEvents, QStringList{QStringLiteral("result")});
+}
+
+void TestPluginRetries::aFailedRenewalIsNoReasonToSignIn()
+{
+    order({tokenRefused(), Reaction::reply(503, "later")});
+    askProfile();
+    QCOMPARE(mEvents, QStringList{QStringLiteral("1004")});
+    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first"}));
+}
+
+void TestPluginRetries::aRequestIsSentAgainOnceForTheClock_data()
+{
+    QTest::addColumn<int>("first");
+    QTest::addColumn<int>("second"); // 0: accepted
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<int>("attempts");
+    QTest::newRow("then accepted") << 2 * hour << 0 << QStringLiteral("result") << 2;
+    QTest::newRow("then refused") << 2 * hour << 2 * hour << QStringLiteral("504") << 2;
+    QTest::newRow("a clock that moves on") << 2 * hour << 4 * hour << QStringLiteral("504") << 2;
+    QTest::newRow("a clock that moves back") << -2 * hour << 2 * hour << QStringLiteral("504") << 2;
+    QTest::newRow("a clock that is right") << 0 << 0 << QStringLiteral("504") << 1;
+}
+
+void TestPluginRetries::aRequestIsSentAgainOnceForTheClock()
+{
+    QFETCH(int, first);
+    QFETCH(int, second);
+    QFETCH(QString, end);
+    QFETCH(int, attempts);
+    order({timeRefused(first)});
+    if (attempts == 2)
+        order({second == 0 ? profile() : timeRefused(second)});
+    const qint64 before = QDateTime::currentSecsSinceEpoch();
+    askProfile();
+    QCOMPARE(mEvents, QStringList{end});
+    QCOMPARE(requests().count(askForProfile), attempts);
+    QCOMPARE(mServer->requests().size(), attempts);
+    // By the clock that the service showed at that moment, give or take a slow machine.
+    const qint64 stamp = authorization(mServer->requests().last(), "oauth_timestamp").toLongLong();
+    QVERIFY2(qAbs(stamp - first - before) < 60, qPrintable(QString::number(stamp - before)));
+
+    order({profile()});
+    askProfile();
+    QCOMPARE(mEvents, QStringList{QStringLiteral("result")});
+}
+
+void TestPluginRetries::theClockAndTheTokenEachHaveTheirSecondAttempt()
+{
+    order({timeRefused(2 * hour), tokenRefused(), renewed("second"), profile()});
+    askProfile();
+    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
+    QCOMPARE(requests(),
+             (QList<QByteArray>{askForProfile, askForProfile, "PUT tokens/first", askForProfile}));
+    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "first", "second"}));
+}
+
+QTEST_GUILESS_MAIN(TestPluginRetries)
+#include "tst_plugin_retries.moc"
