@@ -355,15 +355,18 @@ void TestSetUpFailures::aFailedSetUpLeavesNoSession()
     makeFacade();
     fail(setUp);
     VERIFY_FAILED(setUp, 615);
+    mAccounts->close();
     mAccounts->ensureTokenAvailable(0);
-    QVERIFY(answersOnce(2));
+    QVERIFY(answersOnce(3));
     QCOMPARE(lines().last(), text("ensureTokenAvailableResponse(806)"));
+    // An open session would be told of its end.
+    QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(setUp.mechanism)}));
     // Of an account that comes later, its own credentials are used.
     const quint32 credentials = storeIdentity();
     QVERIFY(createDeviceAccount(credentials));
     mSandbox.script({});
     mAccounts->ensureTokenAvailable(0);
-    QVERIFY(answersOnce(3));
+    QVERIFY(answersOnce(4));
     QCOMPARE(lines().last(), text("ensureTokenAvailableResponse(0)"));
     QCOMPARE(mSandbox.requests().value(1).data.value(text("UserName")).toString(), text("earlier"));
 }
