@@ -17,8 +17,7 @@ namespace {
 constexpr int storeTimeoutMs = 90000;
 constexpr int accountTimeoutMs = 30000;
 constexpr int removalTimeoutMs = 10000;
-
-const QLatin1String ownerToken("libaccounts-kel::accesssvt");
+constexpr int searchTimeoutMs = 10000;
 
 /// What the plugin may be asked for: its operations, and the items of data that it hands out.
 QStringList zorAuthMechanisms()
@@ -86,7 +85,7 @@ KelConfigure::KelConfigure(QObject* parent)
     connect(&mStoreGuard, &QTimer::timeout, this, [this] {
         qCCritical(logConfigure, "The sign-on daemon did not store the credentials in time");
         abandonStore();
-        onCredentialStoreFailed(SignOn::Error(SignOn::Error::TimedOut));
+        finishStore(false, 0);
     });
 }
 
@@ -105,14 +104,37 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
         return -1;
     mStore = std::make_unique<QObject>();
     mStoreGuard.start();
-    ensureSignOnDaemon(
-        mStore.get(), mStoreGuard.interval(),
-        [this, store = mStore.get(), record = identityRecord(userName, password)](bool running) {
-            // The guard may have given up on this store already.
-            if (store == mStore.get() && (!running || !storeRecord(record)))
-                finishStore(false, 0);
-        });
+    const SignOn::IdentityInfo record = identityRecord(userName, password);
+    withDaemon([this, record] {
+        mUserName = record.userName();
+        const auto note = [this, store = mStore.get(), record](const IdentityNumbers& before) {
+            if (store != mStore.get())
+                return;
+            mIdentitiesBefore = before;
+            // Once more: it may have ended instead of answering.
+            withDaemon([this, record] {
+                if (!storeRecord(record))
+                    finishStore(false, 0);
+            });
+        };
+        findOwnIdentities(mStore.get(), mUserName, searchTimeoutMs, note);
+    });
     return 0;
+}
+
+// Goes on with the store that is under way, when it still is, and when there is a daemon.
+void KelConfigure::withDaemon(const std::function<void()>& next)
+{
+    ensureSignOnDaemon(mStore.get(), mStoreGuard.interval(),
+                       [this, store = mStore.get(), next](bool running) {
+                           // The guard may have given up on this store already.
+                           if (store != mStore.get())
+                               return;
+                           if (running)
+                               next();
+                           else
+                               finishStore(false, 0);
+                       });
 }
 
 bool KelConfigure::storeRecord(const SignOn::IdentityInfo& record)
@@ -150,13 +172,18 @@ void KelConfigure::finishStore(bool stored, quint32 credentialsId)
     // Later, because this may run in a slot of theirs, and even when this object ends in it.
     if (mStore)
         mStore.release()->deleteLater();
-    if (mIdentity) {
-        mIdentity->disconnect();
-        mIdentity->setParent(nullptr);
-        mIdentity->deleteLater();
-        mIdentity.clear();
-    }
+    releaseIdentity();
     Q_EMIT storeUserCredentialsStatus(stored, credentialsId);
+}
+
+void KelConfigure::releaseIdentity()
+{
+    if (!mIdentity)
+        return;
+    mIdentity->disconnect();
+    mIdentity->setParent(nullptr);
+    mIdentity->deleteLater();
+    mIdentity.clear();
 }
 
 // What the daemon stores when nobody waits for it any more is taken out again.
@@ -183,7 +210,35 @@ void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
 
 void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
 {
-    finishStore(false, 0);
+    releaseIdentity();
+    if (mStore && mIdentitiesBefore && reachesSessionBus())
+        removeUnknown();
+    else
+        finishStore(false, 0);
+}
+
+void KelConfigure::removeUnknown()
+{
+    withDaemon([this] {
+        const auto search = [this, store = mStore.get()](const IdentityNumbers& now) {
+            if (store == mStore.get())
+                removeAll(now ? (*now - *mIdentitiesBefore).values() : QList<quint32>());
+        };
+        findOwnIdentities(mStore.get(), mUserName, searchTimeoutMs, search);
+    });
+}
+
+void KelConfigure::removeAll(QList<quint32> credentialsIds)
+{
+    if (credentialsIds.isEmpty()) {
+        finishStore(false, 0);
+        return;
+    }
+    const quint32 next = credentialsIds.takeFirst();
+    removeIdentity(next, [this, store = mStore.get(), credentialsIds] {
+        if (store == mStore.get())
+            removeAll(credentialsIds);
+    });
 }
 
 void KelConfigure::removeIdentity(unsigned int credentialsId, const std::function<void()>& next)

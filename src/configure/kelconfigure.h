@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "configure/ownidentities.h"
+
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -63,13 +66,20 @@ public Q_SLOTS:
     void onRemovalComplete();
 
 private:
+    void withDaemon(const std::function<void()>& next);
     bool storeRecord(const SignOn::IdentityInfo& record);
     bool connectIdentity();
+    /// What the daemon may have stored before it went away, without having said under which number.
+    void removeUnknown();
+    void removeAll(QList<quint32> credentialsIds);
     void finishStore(bool stored, quint32 credentialsId);
+    void releaseIdentity();
     void abandonStore();
 
     std::unique_ptr<QObject> mStore;      // what a store that is under way waits on, or null
     QPointer<SignOn::Identity> mIdentity; // being stored, or null
+    QString mUserName;                    // of the store that is under way
+    IdentityNumbers mIdentitiesBefore;    // of that user, as far as is known
     QTimer mStoreGuard;
     int mAccountTimeoutMs;
     int mRemovalTimeoutMs;

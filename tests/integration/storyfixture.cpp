@@ -10,6 +10,7 @@
 #include <SignOn/Identity>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 using namespace KelTest;
@@ -34,7 +35,8 @@ QStringList filledTables(const QString& file, const QStringList& tables)
     for (const QString& table : tables) {
         const auto rows = sqliteRows(file, QLatin1String("SELECT count(*) FROM ") + table);
         if (rows != QList<QVariantList>({{0LL}}))
-            filled.append(table + QLatin1Char('=') + rows.value(0).value(0).toString());
+            filled.append(QFileInfo(file).baseName() + QLatin1Char('.') + table + QLatin1Char('=') +
+                          rows.value(0).value(0).toString());
     }
     return filled;
 }
