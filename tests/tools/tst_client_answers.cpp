@@ -69,7 +69,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, status);
         QFETCH(QByteArray, available);
         const ClientRun run = mClient->run(checkUser(name));
-        QCOMPARE(run.status, exitStatus);
+        QVERIFY2(run.status == exitStatus, (run.output + run.errors).constData());
         QCOMPARE(run.errors, QByteArray());
         QMap<QByteArray, QByteArray> rows;
         for (const QByteArray& line : run.output.split('\n')) {
