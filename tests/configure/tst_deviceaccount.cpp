@@ -3,6 +3,7 @@
 #include "configure/kelconfigureaccount.h"
 #include "support/messagelog.h"
 #include "support/sessionsandbox.h"
+#include "support/sqlitechange.h"
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
@@ -11,8 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
-
-#include <sqlite3.h>
 
 #include <memory>
 
@@ -48,27 +47,10 @@ const StoredSetting settings[] = {
     {"scheduler/schedule_peak_start_time", "i", "540"},
 };
 
-/// Another program at the accounts database.
-class OtherProgram
+QString databaseFile()
 {
-public:
-    OtherProgram()
-    {
-        const QString file = qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db");
-        sqlite3_open(QFile::encodeName(file).constData(), &mDatabase);
-    }
-    OtherProgram(const OtherProgram&) = delete;
-    OtherProgram& operator=(const OtherProgram&) = delete;
-    ~OtherProgram() { sqlite3_close(mDatabase); }
-
-    bool run(const char* statement)
-    {
-        return sqlite3_exec(mDatabase, statement, nullptr, nullptr, nullptr) == SQLITE_OK;
-    }
-
-private:
-    sqlite3* mDatabase = nullptr;
-};
+    return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db");
+}
 
 } // namespace
 
@@ -289,12 +271,12 @@ void TestDeviceAccount::theAccountIsThereWhenItIsReported()
 void TestDeviceAccount::aLockedDatabaseIsWaitedFor()
 {
     QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
-    OtherProgram other;
-    QVERIFY(other.run("begin exclusive"));
+    auto otherProgram = std::make_unique<SqliteLock>(databaseFile());
+    QVERIFY(otherProgram->isHeld());
     QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
     waitUntil([] { return false; }, 100);
     QCOMPARE(reports.size(), 0);
-    QVERIFY(other.run("rollback"));
+    otherProgram.reset();
     QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
     QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
 }
@@ -302,13 +284,13 @@ void TestDeviceAccount::aLockedDatabaseIsWaitedFor()
 void TestDeviceAccount::aDatabaseThatStaysLockedIsReported()
 {
     QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
-    OtherProgram other;
-    QVERIFY(other.run("begin exclusive"));
+    auto otherProgram = std::make_unique<SqliteLock>(databaseFile());
+    QVERIFY(otherProgram->isHeld());
     mConfigure->setAccountTimeout(100);
     const MessageLog log;
     QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
     QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
-    QVERIFY(other.run("rollback"));
+    otherProgram.reset();
     QVERIFY(log.hasCritical("The accounts database did not take the account in time"));
     QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
     waitUntil([] { return false; }, 200);
@@ -319,12 +301,12 @@ void TestDeviceAccount::aDatabaseThatStaysLockedIsReported()
 void TestDeviceAccount::anAccountThatCannotBeWrittenIsReported()
 {
     QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
-    OtherProgram other;
-    QVERIFY(other.run("create trigger full before insert on Accounts "
-                      "begin select raise(abort, 'disk full'); end"));
+    QVERIFY(sqliteChange(databaseFile(),
+                         QStringLiteral("create trigger full before insert on Accounts "
+                                        "begin select raise(abort, 'disk full'); end")));
     const int created = mConfigure->configureAccount(QStringLiteral("n"), 1);
     const bool reported = waitUntil([&] { return !reports.isEmpty(); });
-    QVERIFY(other.run("drop trigger full"));
+    QVERIFY(sqliteChange(databaseFile(), QStringLiteral("drop trigger full")));
     QCOMPARE(created, 0);
     QVERIFY(reported);
     QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
