@@ -176,9 +176,7 @@ void writeRegistration(benchmark::State& state)
     const RegistrationInfoData data = registration();
     for (auto _ : state)
         benchmark::DoNotOptimize(registrationHere(data).size());
-    state.counters["per_element_s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * elementsOfRegistration,
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.SetItemsProcessed(state.iterations() * elementsOfRegistration);
 }
 
 void writeRegistrationByStreamWriter(benchmark::State& state)
@@ -188,9 +186,7 @@ void writeRegistrationByStreamWriter(benchmark::State& state)
         benchmark::DoNotOptimize(
             registrationByStreamWriter(data, passwordInBase64, dateOfBirth).size());
     }
-    state.counters["per_element_s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * elementsOfRegistration,
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.SetItemsProcessed(state.iterations() * elementsOfRegistration);
 }
 
 bool bothWriteTheSameDocument()
