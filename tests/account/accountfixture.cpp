@@ -199,6 +199,17 @@ void AccountFixture::setUpRows()
         QTest::newRow(all[i].name) << i;
 }
 
+void AccountFixture::setUpRows(const char* column, const char* ifTrue, const char* ifFalse)
+{
+    QTest::addColumn<int>("setUp");
+    QTest::addColumn<bool>(column);
+    const QVector<SetUp> all = sessionoperations::setUps();
+    for (int i = 0; i < all.size(); ++i) {
+        QTest::addRow("%s%s", all[i].name, ifTrue) << i << true;
+        QTest::addRow("%s%s", all[i].name, ifFalse) << i << false;
+    }
+}
+
 AccountFixture::SetUp AccountFixture::setUpOfTheRow()
 {
     QFETCH(int, setUp);

@@ -70,6 +70,8 @@ protected:
     bool succeeds(const SetUp& setUp);
 
     static void setUpRows(); ///< a column "setUp" and a row for each
+    /// The same with a column of true or false; its texts follow the row's name.
+    static void setUpRows(const char* column, const char* ifTrue, const char* ifFalse);
     static SetUp setUpOfTheRow();
     static void operationRows(); ///< a column "operation" and a row for each
     static Operation operationOfTheRow();

@@ -128,13 +128,7 @@ void TestSessionRefusals::nothingIsDoneBeforeInitialize()
 
 void TestSessionRefusals::anAccountThatIsPresentIsNamedBeforeBadArguments_data()
 {
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("enabled");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s, enabled account", name) << i << true;
-        QTest::addRow("%s, disabled account", name) << i << false;
-    }
+    setUpRows("enabled", ", enabled account", ", disabled account");
 }
 
 void TestSessionRefusals::anAccountThatIsPresentIsNamedBeforeBadArguments()
@@ -336,13 +330,7 @@ void TestSessionRefusals::everythingIsRefusedWhileCredentialsAreStored()
 
 void TestSessionRefusals::everythingIsRefusedWhileThePluginIsAsked_data()
 {
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("whileOpening");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s, initialise", name) << i << true;
-        QTest::addRow("%s, request", name) << i << false;
-    }
+    setUpRows("whileOpening", ", initialise", ", request");
 }
 
 void TestSessionRefusals::everythingIsRefusedWhileThePluginIsAsked()

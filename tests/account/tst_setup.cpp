@@ -252,13 +252,7 @@ void TestSetUp::withoutADeviceAccountTheIdentityStays()
 
 void TestSetUp::theSessionGoesOnAfterTheSetUp_data()
 {
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("configureOnDb");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s", name) << i << true;
-        QTest::addRow("%s, no device account", name) << i << false;
-    }
+    setUpRows("configureOnDb", "", ", no device account");
 }
 
 void TestSetUp::theSessionGoesOnAfterTheSetUp()

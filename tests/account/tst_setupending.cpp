@@ -49,6 +49,7 @@ private Q_SLOTS:
     void inTheSlotOfARefusal();
 
 private:
+    bool endsInThePluginsAnswer(const SetUp& setUp);
     /// Nothing was said, nothing is left behind, and a new facade finds everything in order.
     bool leftNothing(const SetUp& setUp);
     void endInTheSlot();
@@ -138,23 +139,31 @@ void TestSetUpEnding::whileThePluginIsAsked()
     QVERIFY(leftNothing(setUp));
 }
 
+/// Starts the set-up and deletes the facade in the plugin's answer, behind the facade's own slot.
+bool TestSetUpEnding::endsInThePluginsAnswer(const SetUp& setUp)
+{
+    auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
+    if (!session)
+        return false;
+    bool ended = false;
+    const QObject context;
+    const auto end = [&] {
+        mAccounts.reset();
+        ended = true;
+    };
+    connect(session, &KelAuthSessionInterface::signInResponse, &context, end);
+    connect(session, &KelAuthSessionInterface::registerationCompleted, &context, end);
+    setUp.start(*mAccounts, true);
+    return waitUntil([&] { return ended; });
+}
+
 void TestSetUpEnding::whileCredentialsAreRemoved()
 {
     const SetUp setUp = setUpOfTheRow();
     mSandbox.script({{text(setUp.mechanism), PluginStep::Err, {}, 615}});
     makeFacade();
-    auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
-    QVERIFY(session);
-    bool ended = false;
     // After the facade, which has decided by then to take the set-up back.
-    const auto end = [&] {
-        mAccounts.reset();
-        ended = true;
-    };
-    connect(session, &KelAuthSessionInterface::signInResponse, this, end);
-    connect(session, &KelAuthSessionInterface::registerationCompleted, this, end);
-    setUp.start(*mAccounts, true);
-    QVERIFY(waitUntil([&] { return ended; }));
+    QVERIFY(endsInThePluginsAnswer(setUp));
     QVERIFY(leftNothing(setUp));
 }
 
@@ -162,18 +171,8 @@ void TestSetUpEnding::whileTheAccountIsStored()
 {
     const SetUp setUp = setUpOfTheRow();
     makeFacade();
-    auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
-    QVERIFY(session);
-    bool ended = false;
     // After the facade, which has handed the account over by then.
-    const auto end = [&] {
-        mAccounts.reset();
-        ended = true;
-    };
-    connect(session, &KelAuthSessionInterface::signInResponse, this, end);
-    connect(session, &KelAuthSessionInterface::registerationCompleted, this, end);
-    setUp.start(*mAccounts, true);
-    QVERIFY(waitUntil([&] { return ended; }));
+    QVERIFY(endsInThePluginsAnswer(setUp));
     letPass(100);
     QCOMPARE(lines(), QStringList());
     // Both are there or neither is: an account without its credentials is good for nothing.
@@ -185,13 +184,7 @@ void TestSetUpEnding::whileTheAccountIsStored()
 
 void TestSetUpEnding::inTheSlotOfTheSuccess_data()
 {
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("configureOnDb");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s", name) << i << true;
-        QTest::addRow("%s, no device account", name) << i << false;
-    }
+    setUpRows("configureOnDb", "", ", no device account");
 }
 
 /// The recorder ends the facade with the first signal.

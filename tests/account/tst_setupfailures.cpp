@@ -130,13 +130,7 @@ void TestSetUpFailures::whatThePluginSaysIsTakenBackAndPassedOn()
 
 void TestSetUpFailures::aPluginThatEndsFailsTheSetUp_data()
 {
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("whileOpening");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s, initialise", name) << i << true;
-        QTest::addRow("%s, request", name) << i << false;
-    }
+    setUpRows("whileOpening", ", initialise", ", request");
 }
 
 void TestSetUpFailures::aPluginThatEndsFailsTheSetUp()

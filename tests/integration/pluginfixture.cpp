@@ -144,3 +144,15 @@ bool PluginFixture::startPluginAgain()
 {
     return waitUntil([this] { return process("initialise").error == 0; });
 }
+
+bool PluginUserFixture::openNewUser()
+{
+    ++mCount;
+    mUser = QStringLiteral("user%1").arg(mCount);
+    mEmail = QStringLiteral("user%1@example.org").arg(mCount);
+    mPassword = QString::fromUtf8("pässword %1").arg(mCount);
+    mNumber = addAccount({{QStringLiteral("userName"), mUser},
+                          {QStringLiteral("email"), mEmail},
+                          {QStringLiteral("password"), mPassword}});
+    return !mNumber.isEmpty() && openSession(mUser, mPassword);
+}

@@ -62,3 +62,18 @@ private:
     SignOn::AuthSessionP mSession;
     Outcome mOutcome;
 };
+
+/// With a session of a user that nobody has used before.
+class PluginUserFixture : public PluginFixture
+{
+    Q_OBJECT
+
+protected:
+    bool openNewUser();
+
+    QString mUser;
+    QString mEmail;
+    QString mPassword;
+    QString mNumber; ///< the account's, at the service
+    int mCount = 0;
+};

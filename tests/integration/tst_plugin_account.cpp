@@ -37,7 +37,7 @@ QVariantMap registering(const RegistrationInfoData& registration)
 
 } // namespace
 
-class TestPluginAccount : public PluginFixture
+class TestPluginAccount : public PluginUserFixture
 {
     Q_OBJECT
 
@@ -70,25 +70,11 @@ private Q_SLOTS:
 private:
     bool openNameless();
     RegistrationInfoData registration() const;
-
-    QString mUser;
-    QString mEmail;
-    QString mPassword;
-    QString mNumber;
-    int mCount = 0;
 };
 
 void TestPluginAccount::init()
 {
-    ++mCount;
-    mUser = QStringLiteral("user%1").arg(mCount);
-    mEmail = QStringLiteral("user%1@example.org").arg(mCount);
-    mPassword = QStringLiteral("pässword %1").arg(mCount);
-    mNumber = addAccount({{QStringLiteral("userName"), mUser},
-                          {QStringLiteral("email"), mEmail},
-                          {QStringLiteral("password"), mPassword}});
-    QVERIFY(!mNumber.isEmpty());
-    QVERIFY(openSession(mUser, mPassword));
+    QVERIFY(openNewUser());
 }
 
 /// A session of an account that has only an e-mail address.

@@ -4,7 +4,7 @@
 
 #include <QDateTime>
 
-class TestPluginSession : public PluginFixture
+class TestPluginSession : public PluginUserFixture
 {
     Q_OBJECT
 
@@ -37,26 +37,11 @@ private Q_SLOTS:
     void dataItemsAreKnownAfterSigningIn();
     void theServersTimeIsTold();
     void whatThePluginDoesNotDoItSays();
-
-private:
-    QString mUser;
-    QString mEmail;
-    QString mPassword;
-    QString mNumber;
-    int mCount = 0;
 };
 
 void TestPluginSession::init()
 {
-    ++mCount;
-    mUser = QStringLiteral("user%1").arg(mCount);
-    mEmail = QStringLiteral("user%1@example.org").arg(mCount);
-    mPassword = QStringLiteral("pässword %1").arg(mCount);
-    mNumber = addAccount({{QStringLiteral("userName"), mUser},
-                          {QStringLiteral("email"), mEmail},
-                          {QStringLiteral("password"), mPassword}});
-    QVERIFY(!mNumber.isEmpty());
-    QVERIFY(openSession(mUser, mPassword));
+    QVERIFY(openNewUser());
 }
 
 void TestPluginSession::everyMechanismNeedsTheKeys_data()
