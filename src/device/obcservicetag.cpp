@@ -5,6 +5,7 @@
 #include "device/tagserveraddress.h"
 #include "device/tagserverending.h"
 #include "device/tagserverlaunch.h"
+#include "device/tagservertrust.h"
 
 #include <QDeadlineTimer>
 #include <QtEndian>
@@ -28,7 +29,7 @@ constexpr int connectPauseMs = 10;
 
 using Frame = std::array<unsigned char, frameHeadSize + TagError::longestKey>;
 
-enum class Connection { Made, Refused, OutOfTime };
+enum class Connection { Made, Refused, OutOfTime, ToStranger };
 
 class Socket
 {
@@ -57,13 +58,17 @@ Connection Socket::connect(const QDeadlineTimer& deadline)
     std::memcpy(address.sun_path + 1, TagServer::socketName, length);
     const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
 
+    // Who listens shows only once connected, so whoever keeps its queue full gets a part of the
+    // time.
+    const QDeadlineTimer queueDeadline(
+        std::min<qint64>(TagServer::longestQueueMs, deadline.remainingTime()));
     for (;;) {
         if (::connect(mDescriptor, reinterpret_cast<const sockaddr*>(&address), size) == 0)
-            return Connection::Made;
+            return isTagServerTrusted(mDescriptor) ? Connection::Made : Connection::ToStranger;
         // EAGAIN: someone listens, but has as many callers waiting as it allows.
         if (errno != EINTR && errno != EAGAIN)
             return Connection::Refused;
-        if (deadline.hasExpired())
+        if (queueDeadline.hasExpired())
             return Connection::OutOfTime;
         poll(nullptr, 0, connectPauseMs);
     }
@@ -112,8 +117,11 @@ std::size_t writeFrame(Frame& frame, const char* key, unsigned keyLength)
 }
 
 // 0 with the reply's size, which is at least 1, or the reason why there is no reply.
-unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply, std::size_t& replySize)
+unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply,
+                  std::size_t& replySize)
 {
+    if (hasTagServerHungLately())
+        return TagError::NoReply;
     const QDeadlineTimer deadline(TagServer::longestExchangeMs);
     Socket socket;
     if (!socket.isOpen())
@@ -126,11 +134,6 @@ unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply, st
         if (started == -1)
             return TagError::NotStarted;
         connection = socket.connect(deadline);
-        if (connection != Connection::Made) {
-            socket.close();
-            endTagServer(started);
-            return TagError::NotReached;
-        }
     }
 
     ssize_t count = -1;
@@ -138,9 +141,15 @@ unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply, st
         socket.send(frame, frameSize);
         count = socket.receive(reply, deadline);
     }
+    if (connection == Connection::OutOfTime || (count <= 0 && deadline.hasExpired()))
+        noteTagServerHang();
     // A server may end by itself when its caller hangs up.
     socket.close();
-    endTagServer(started);
+    // A stranger brings nobody a signal but the server that was started here.
+    if (connection != Connection::ToStranger || started != -1)
+        endTagServer(started);
+    if (started != -1 && (connection == Connection::Refused || connection == Connection::OutOfTime))
+        return TagError::NotReached;
     if (count <= 0)
         return TagError::NoReply;
     replySize = static_cast<std::size_t>(count);

@@ -7,5 +7,6 @@ const char* const path = "/usr/sbin/obcmngrlite-server";
 const char* const argument0 = "obcmngrlite-server";
 const char* const socketName = "obc";
 const int longestExchangeMs = 10000;
+const int longestQueueMs = 1000;
 
 } // namespace KelRestHandler::TagServer

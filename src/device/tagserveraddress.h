@@ -10,5 +10,6 @@ extern const char* const path;       ///< of its program
 extern const char* const argument0;  ///< as which it is started
 extern const char* const socketName; ///< in the abstract name space, without the leading null byte
 extern const int longestExchangeMs;  ///< from the first attempt to connect to the reply
+extern const int longestQueueMs;     ///< of that, for a listener whose queue is full
 
 } // namespace KelRestHandler::TagServer

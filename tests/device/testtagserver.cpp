@@ -2,6 +2,7 @@
 #include "device/testtagserver.h"
 
 #include "device/obcservicetag.h"
+#include "device/peercalls.h"
 #include "device/tagserveraddress.h"
 
 #include <QDir>
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -27,7 +29,36 @@ const char* ownSocketName()
     return name.constData();
 }
 
+std::optional<uid_t> pretendedPeer;
+std::optional<uid_t> pretendedSelf;
+bool peerIsUnknown = false;
+qint64 passedMs = 0;
+
+bool peerUser(int socket, uid_t& user)
+{
+    if (!KelRestHandler::systemPeerCalls().peerUser(socket, user) || peerIsUnknown)
+        return false;
+    user = pretendedPeer.value_or(user);
+    return true;
+}
+
+uid_t ownUser()
+{
+    return pretendedSelf.value_or(KelRestHandler::systemPeerCalls().ownUser());
+}
+
+qint64 monotonicMs()
+{
+    return KelRestHandler::systemPeerCalls().monotonicMs() + passedMs;
+}
+
 } // namespace
+
+const KelRestHandler::PeerCalls& KelRestHandler::peerCalls()
+{
+    static const PeerCalls pretending = {peerUser, ownUser, monotonicMs};
+    return pretending;
+}
 
 namespace KelRestHandler::TagServer {
 
@@ -36,6 +67,7 @@ const char* const argument0 = "obcmngrlite-server";
 const char* const socketName = ownSocketName();
 // Long enough for a server to be started, short enough to wait for one that hangs.
 const int longestExchangeMs = 1500;
+const int longestQueueMs = 600;
 
 } // namespace KelRestHandler::TagServer
 
@@ -50,6 +82,35 @@ void TagServerAddress::setProgram(const QByteArray& path)
 QByteArray TagServerAddress::socketName()
 {
     return ownSocketName();
+}
+
+void PretendedPeer::reset()
+{
+    pretendedPeer.reset();
+    pretendedSelf.reset();
+    peerIsUnknown = false;
+    constexpr qint64 anHour = 3600000;
+    passTime(anHour);
+}
+
+void PretendedPeer::setPeerUser(uid_t user)
+{
+    pretendedPeer = user;
+}
+
+void PretendedPeer::setPeerUnknown()
+{
+    peerIsUnknown = true;
+}
+
+void PretendedPeer::setOwnUser(uid_t user)
+{
+    pretendedSelf = user;
+}
+
+void PretendedPeer::passTime(qint64 milliseconds)
+{
+    passedMs += milliseconds;
 }
 
 void setStartedServerOptions(const QByteArray& options)

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <sys/types.h>
 #include <thread>
 
 namespace KelTest {
@@ -20,6 +21,17 @@ namespace TagServerAddress {
 void setProgram(const QByteArray& path);
 QByteArray socketName();
 } // namespace TagServerAddress
+
+/// Stands in for who listens at the other end, who asks, and when. Otherwise it is the kernel that
+/// says.
+namespace PretendedPeer {
+/// Forgets what was pretended, and goes on to a time when no server's hang is remembered.
+void reset();
+void setPeerUser(uid_t user);
+void setPeerUnknown();
+void setOwnUser(uid_t user);
+void passTime(qint64 milliseconds);
+} // namespace PretendedPeer
 
 /// What a server that is started on demand is told.
 void setStartedServerOptions(const QByteArray& options);

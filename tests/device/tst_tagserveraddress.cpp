@@ -21,6 +21,7 @@ void TestTagServerAddress::theAddressIsTheDevices()
     QCOMPARE(TagServer::argument0, "obcmngrlite-server");
     QCOMPARE(TagServer::socketName, "obc");
     QCOMPARE(TagServer::longestExchangeMs, 10000);
+    QCOMPARE(TagServer::longestQueueMs, 1000);
 }
 
 QTEST_GUILESS_MAIN(TestTagServerAddress)

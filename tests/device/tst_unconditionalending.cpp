@@ -11,6 +11,7 @@
 
 #include <csignal>
 #include <sys/wait.h>
+#include <unistd.h>
 
 using namespace KelTest;
 
@@ -56,12 +57,14 @@ private Q_SLOTS:
         starts = 0;
         startResult = -1;
         RecordedCalls::start({});
+        PretendedPeer::reset();
     }
 
     void anyIdIsSignalledAndAnyChildReaped();
     void aRunningServersSuccessSignalsEveryone();
     void aRunningServersRefusalSignalsEveryone();
     void aRunningServersSilenceSignalsEveryone();
+    void aStrangersServerSignalsNobody();
     void aServerThatStaysAwayIsSignalled();
     void aServerThatWasNotStartedIsNot();
     void argumentErrorsSignalNobody();
@@ -93,6 +96,15 @@ void TestUnconditionalEnding::aRunningServersSilenceSignalsEveryone()
     ThreadTagServer server(QByteArray{});
     QCOMPARE(ask(), 0x2005U);
     QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
+}
+
+void TestUnconditionalEnding::aStrangersServerSignalsNobody()
+{
+    ThreadTagServer server(QByteArray("\x01tag"));
+    PretendedPeer::setPeerUser(geteuid() + 1);
+    QCOMPARE(ask(), 0x2005U);
+    QCOMPARE(RecordedCalls::made(), QStringList());
+    QCOMPARE(starts, 0);
 }
 
 void TestUnconditionalEnding::aServerThatStaysAwayIsSignalled()
