@@ -3,7 +3,6 @@
 
 #include "emulator/log.h"
 #include "emulator/operation.h"
-#include "emulator/options.h"
 #include "rest/servicehosts.h"
 
 namespace KelEmulator {
@@ -85,11 +84,11 @@ bool isRestVerb(const std::string& verb)
 
 } // namespace
 
-AccountService::AccountService(const Options& options, std::unique_ptr<Store> store)
-    : mClock(options.clockSkew), mVerbose(options.verbose), mStore(std::move(store)),
-      mCheck(mClock, options.consumerKey, options.consumerSecret, realm)
+AccountService::AccountService(ServiceSettings settings, std::unique_ptr<Store> store)
+    : mClock(settings.clockSkew), mVerbose(settings.verbose), mStore(std::move(store)),
+      mCheck(mClock, std::move(settings.consumerKey), std::move(settings.consumerSecret), realm)
 {
-    mFaults.append(options.faults);
+    mFaults.append(settings.faults);
 }
 
 Reply AccountService::answer(const WireRequest& request, std::string& problem)
@@ -157,8 +156,8 @@ Reply AccountService::perform(const WireRequest& request, const std::string& doc
         if (!acceptsToken(*read.operation, call, reply, problem)) {
             // The reply says what was wrong.
         } else if (!read.problem.empty()) {
-            reply = refused(400, "invalidMessageFormat", read.problem.c_str(), problem,
-                            read.problem);
+            reply =
+                refused(400, "invalidMessageFormat", read.problem.c_str(), problem, read.problem);
         } else {
             reply = read.operation->answer(call);
         }

@@ -9,17 +9,28 @@
 #include "emulator/service/store.h"
 #include "emulator/wirerequest.h"
 
+#include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace KelEmulator {
 
-struct Options;
+/// What the service is told when it starts.
+struct ServiceSettings
+{
+    std::string consumerKey;
+    std::string consumerSecret;
+    std::int64_t clockSkew = 0; ///< seconds that its clock is ahead
+    std::vector<Fault> faults;  ///< ordered from the beginning
+    bool verbose = false;       ///< a line a request
+};
 
 /// The account service apart from how requests reach it. May be used by many threads at once.
 class AccountService
 {
 public:
-    AccountService(const Options& options, std::unique_ptr<Store> store);
+    AccountService(ServiceSettings settings, std::unique_ptr<Store> store);
 
     /// Checks and answers a request. `problem` receives why it was refused, and is logged.
     Reply answer(const WireRequest& request, std::string& problem);
@@ -32,8 +43,8 @@ public:
 
 private:
     Reply dispatch(const WireRequest& request, std::string& problem);
-    Reply perform(const WireRequest& request, const std::string& document,
-                  const std::string& token, std::string& problem);
+    Reply perform(const WireRequest& request, const std::string& document, const std::string& token,
+                  std::string& problem);
 
     const Clock mClock;
     const bool mVerbose;

@@ -81,7 +81,10 @@ bool Emulator::startServers(const Options& options, std::string& problem)
                   "': " + (problem.empty() ? "it cannot be written" : problem);
         return false;
     }
-    mService = std::make_unique<AccountService>(options, std::move(store));
+    mService = std::make_unique<AccountService>(
+        ServiceSettings{options.consumerKey, options.consumerSecret, options.clockSkew,
+                        options.faults, options.verbose},
+        std::move(store));
     mProxy = std::make_unique<Proxy>(
         [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
