@@ -2,7 +2,7 @@
 // The functions that answer the service's operations, one source file each; 5 has two of them.
 #pragma once
 
-#include "emulator/operation.h"
+#include "emulator/service/operation.h"
 
 namespace KelEmulator {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "emulator/operation.h"
+#include "emulator/service/operation.h"
 
 namespace KelEmulator {
 

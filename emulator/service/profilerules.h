@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "emulator/accounts.h"
+#include "emulator/service/accounts.h"
 
 #include <string>
 

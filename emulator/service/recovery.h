@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "emulator/database.h"
+#include "emulator/service/database.h"
 
 #include <cstdint>
 #include <string>

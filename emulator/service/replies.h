@@ -2,9 +2,9 @@
 // Pieces that several replies have.
 #pragma once
 
-#include "emulator/accounts.h"
-#include "emulator/reply.h"
+#include "emulator/service/accounts.h"
 #include "emulator/service/contacts.h"
+#include "emulator/service/reply.h"
 #include "emulator/service/tokens.h"
 
 #include <optional>

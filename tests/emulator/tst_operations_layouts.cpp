@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "emulator/operation.h"
 #include "emulator/operationcases.h"
 #include "emulator/service/layout.h"
+#include "emulator/service/operation.h"
 #include "rest/servicehosts.h"
 
 #include <QDirIterator>

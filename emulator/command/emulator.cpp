@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/command/emulator.h"
+
+#include "emulator/command/options.h"
+#include "emulator/common/log.h"
+#include "emulator/run/ownfiles.h"
+#include "emulator/wire/connection.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+
+namespace KelEmulator {
+
+namespace {
+
+constexpr const char* trustModuleName = "libkelaccount-emulator-trust.so";
+
+std::string valueOf(const char* variable)
+{
+    const char* const value = std::getenv(variable);
+    return value ? value : std::string();
+}
+
+/// A list variable with one more entry at its end.
+std::string appended(const char* variable, const std::string& entry)
+{
+    const std::string list = valueOf(variable);
+    return list.empty() ? entry : list + ':' + entry;
+}
+
+bool addAccounts(Tables& tables, const Options& options)
+{
+    for (const std::string& name : options.accounts) {
+        if (!tables.accounts.add(name))
+            return false;
+    }
+    for (const std::string& name : options.reserved) {
+        if (!tables.accounts.reserve(name))
+            return false;
+    }
+    for (const PreAccount& preAccount : options.preAccounts) {
+        if (!tables.devices.savePreAccount(preAccount))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& problem)
+{
+    std::unique_ptr<Emulator> emulator(new Emulator);
+    emulator->mFolder = PrivateFolder::make(problem);
+    const bool good = emulator->mFolder && makeCertificates(emulator->mCertificates, problem) &&
+                      emulator->startServers(options, problem) &&
+                      emulator->makeEnvironment(problem) &&
+                      (!options.session || emulator->startSession(options, problem));
+    if (!good)
+        return nullptr;
+    if (options.tagServer)
+        emulator->startTagServer();
+    return emulator;
+}
+
+Emulator::~Emulator()
+{
+    mModem.reset();
+    mSession.reset();
+    if (mAdmin)
+        mAdmin->stop();
+    if (mProxy)
+        mProxy->stop();
+}
+
+bool Emulator::startServers(const Options& options, std::string& problem)
+{
+    std::unique_ptr<Store> store = Store::open(options.database, problem);
+    if (!store || !store->with([&](Tables& tables) { return addAccounts(tables, options); })) {
+        problem = "cannot use the database '" + options.database +
+                  "': " + (problem.empty() ? "it cannot be written" : problem);
+        return false;
+    }
+    mService = std::make_unique<AccountService>(
+        ServiceSettings{options.consumerKey, options.consumerSecret, options.clockSkew,
+                        options.faults, options.verbose},
+        std::move(store));
+    mProxy = std::make_unique<Proxy>(
+        [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
+    mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
+    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy);
+    if (!mProxy->start(options.proxyPort, problem) || !mAdmin->start(options.adminPort, problem))
+        return false;
+    if (!options.refuse && !mProxy->accept()) {
+        problem = "cannot listen on the proxy's port";
+        return false;
+    }
+    return true;
+}
+
+/// Who only talks to the service needs no session, so its absence ends nothing. A SIM was asked
+/// for.
+bool Emulator::startSession(const Options& options, std::string& problem)
+{
+    mSession = Session::start(mFolder->path(), mEnvironment, problem);
+    if (!mSession) {
+        problem = "no sign-on session (" + problem + ')';
+        if (options.sim) {
+            problem += ", and without one no --sim";
+            return false;
+        }
+        logLine(problem + "; only the service is there. --no-session leaves this line out");
+        return true;
+    }
+    mEnvironment = mSession->environment();
+    return !options.sim || startModem(*options.sim, problem);
+}
+
+bool Emulator::startModem(const Sim& sim, std::string& problem)
+{
+    const std::string value = sim.mcc + '-' + sim.mnc + '-' + sim.msin + ',' + sim.imei;
+    std::vector<EnvironmentChange> bus;
+    std::copy_if(
+        mEnvironment.begin(), mEnvironment.end(), std::back_inserter(bus),
+        [](const EnvironmentChange& change) { return change.name == "DBUS_SYSTEM_BUS_ADDRESS"; });
+    mModem = Companion::start("kelaccount-modem", {value}, bus, problem);
+    if (!mModem)
+        problem = "no modem: " + problem;
+    return mModem != nullptr;
+}
+
+/// Its socket's name is the same for everybody on this machine, so it may be somebody else's turn.
+void Emulator::startTagServer()
+{
+    std::string problem;
+    mTagServer = Companion::start("kelaccount-tag-server", {"--die-with-parent"}, {}, problem);
+    if (!mTagServer)
+        logLine("no tag server of this run: " + problem);
+}
+
+void Emulator::serve(int descriptor, OpenConnections::Entry& entry)
+{
+    SSL_CTX* const context = mService->faults().takeWrongHost() ? mCertificates.otherHost.get()
+                                                                : mCertificates.serviceHosts.get();
+    TlsStream stream(descriptor, context);
+    if (!stream.accept())
+        return;
+    Connection connection(*mService, stream, [&entry](bool busy) { entry.setBusy(busy); });
+    connection.run();
+}
+
+bool Emulator::makeEnvironment(std::string& problem)
+{
+    const std::string authority = mFolder->write("authority.pem", mCertificates.authorityPem);
+    const std::string module = findModule(trustModuleName);
+    if (authority.empty() || module.empty()) {
+        problem = authority.empty() ? "cannot write to " + mFolder->path()
+                                    : std::string(trustModuleName) +
+                                          " is missing; build or install it with the emulator";
+        return false;
+    }
+    if (module.find_first_of(" :") != std::string::npos) {
+        problem =
+            "LD_PRELOAD cannot name " + module + "; install to a path without blank and colon";
+        return false;
+    }
+    mEnvironment = {
+        {"https_proxy", "http://127.0.0.1:" + std::to_string(mProxy->port())},
+        {"http_proxy", "", false},
+        {"KELACCOUNT_EMULATOR_CA", authority},
+        {"KELACCOUNT_EMULATOR_ADMIN", mAdmin->address()},
+        {"LD_PRELOAD", appended("LD_PRELOAD", module)},
+    };
+#ifdef KELACCOUNT_ADDRESS_SANITIZER
+    // The sanitizer insists on being loaded first, which no program with a preloaded module can do.
+    mEnvironment.push_back({"ASAN_OPTIONS", appended("ASAN_OPTIONS", "verify_asan_link_order=0")});
+#endif
+    return true;
+}
+
+} // namespace KelEmulator

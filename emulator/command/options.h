@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "emulator/modem/sim.h"
+#include "emulator/service/devices.h"
+#include "emulator/service/fault.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace KelEmulator {
+
+/// The command line.
+struct Options
+{
+    enum class Mode { Run, Serve, Inbox, Help, Version };
+
+    Mode mode = Mode::Help;
+    std::vector<std::string> command; ///< with Run only, never empty then
+    std::string database = ":memory:";
+    std::string consumerKey = "demo-key";
+    std::string consumerSecret = "demo-secret";
+    std::vector<std::string> accounts;
+    std::vector<std::string> reserved;
+    std::vector<PreAccount> preAccounts;
+    std::optional<Sim> sim;
+    std::string inboxOf; ///< with Inbox: whose, empty for everybody's
+    std::vector<Fault> faults;
+    std::int64_t clockSkew = 0;
+    int proxyPort = 0; ///< 0: any free one
+    int adminPort = 0;
+    bool session = true;
+    bool tagServer = false;
+    bool refuse = false;
+    bool verbose = false;
+};
+
+/// Reads the arguments. False, and one line saying what to do in `problem`, on misuse.
+bool readOptions(int count, char* const* arguments, Options& options, std::string& problem);
+
+/// The text of --help.
+std::string helpText();
+
+} // namespace KelEmulator

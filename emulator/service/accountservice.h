@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "emulator/common/clock.h"
+#include "emulator/common/wirerequest.h"
+#include "emulator/oauth/requestcheck.h"
+#include "emulator/service/fault.h"
+#include "emulator/service/reply.h"
+#include "emulator/service/requestlog.h"
+#include "emulator/service/store.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace KelEmulator {
+
+/// What the service is told when it starts.
+struct ServiceSettings
+{
+    std::string consumerKey;
+    std::string consumerSecret;
+    std::int64_t clockSkew = 0; ///< seconds that its clock is ahead
+    std::vector<Fault> faults;  ///< ordered from the beginning
+    bool verbose = false;       ///< a line a request
+};
+
+/// The account service apart from how requests reach it. May be used by many threads at once.
+class AccountService
+{
+public:
+    AccountService(ServiceSettings settings, std::unique_ptr<Store> store);
+
+    /// Checks and answers a request. `problem` receives why it was refused, and is logged.
+    Reply answer(const WireRequest& request, std::string& problem);
+
+    Store& store() { return *mStore; }
+    FaultQueue& faults() { return mFaults; }
+    RequestLog& requests() { return mRequests; }
+    const Clock& clock() const { return mClock; }
+    bool isVerbose() const { return mVerbose; }
+
+private:
+    Reply dispatch(const WireRequest& request, std::string& problem);
+    Reply perform(const WireRequest& request, const std::string& document, const std::string& token,
+                  std::string& problem);
+
+    const Clock mClock;
+    const bool mVerbose;
+    std::unique_ptr<Store> mStore;
+    RequestCheck mCheck;
+    FaultQueue mFaults;
+    RequestLog mRequests;
+};
+
+} // namespace KelEmulator

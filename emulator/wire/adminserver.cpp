@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/wire/adminserver.h"
+
+#include "emulator/service/accountservice.h"
+#include "emulator/service/administration.h"
+#include "emulator/wire/proxy.h"
+
+namespace KelEmulator {
+
+namespace {
+
+constexpr size_t threadCount = 4;
+constexpr const char* plainText = "text/plain; charset=UTF-8";
+constexpr const char* json = "application/json";
+
+void say(httplib::Response& response, int status, const std::string& text)
+{
+    response.status = status;
+    response.set_content(text + '\n', plainText);
+}
+
+} // namespace
+
+AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(service), mProxy(proxy)
+{
+    mServer.new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
+    // A connection that is kept would hold up the end.
+    mServer.set_keep_alive_max_count(1);
+    mServer.set_keep_alive_timeout(1);
+    mServer.set_read_timeout(2);
+    mServer.set_tcp_nodelay(true);
+    mServer.Get("/health", [](const httplib::Request&, httplib::Response& response) {
+        say(response, 200, "ok");
+    });
+    addFaultRoutes();
+    addProxyRoutes();
+    addAccountRoutes();
+    addRequestRoutes();
+}
+
+AdminServer::~AdminServer()
+{
+    stop();
+}
+
+void AdminServer::addFaultRoutes()
+{
+    mServer.Post("/faults", [this](const httplib::Request& request, httplib::Response& response) {
+        std::vector<Fault> faults;
+        std::string problem;
+        for (const std::string& line : linesOf(request.body)) {
+            if (!readFault(line, faults, problem))
+                return say(response, 400, problem);
+        }
+        if (faults.empty())
+            return say(response, 400, "send faults, one a line");
+        mService.faults().append(faults);
+        say(response, 200, std::to_string(faults.size()) + " ordered");
+    });
+    mServer.Get("/faults", [this](const httplib::Request&, httplib::Response& response) {
+        std::string text;
+        for (const Fault& fault : mService.faults().list())
+            text += faultText(fault) + '\n';
+        response.set_content(text, plainText);
+    });
+    mServer.Delete("/faults", [this](const httplib::Request&, httplib::Response& response) {
+        mService.faults().clear();
+        say(response, 200, "none ordered");
+    });
+}
+
+void AdminServer::addProxyRoutes()
+{
+    // With a content reader that is not used: "curl -X POST" sends neither body nor length, and the
+    // library would wait for the body.
+    mServer.Post("/refuse", [this](const httplib::Request&, httplib::Response& response,
+                                   const httplib::ContentReader&) {
+        const bool good = mProxy.refuse();
+        say(response, good ? 200 : 500, good ? "refusing connections" : "cannot keep the port");
+    });
+    mServer.Post("/accept", [this](const httplib::Request&, httplib::Response& response,
+                                   const httplib::ContentReader&) {
+        const bool good = mProxy.accept();
+        say(response, good ? 200 : 500, good ? "accepting connections" : "cannot listen");
+    });
+}
+
+void AdminServer::addAccountRoutes()
+{
+    mServer.Post("/accounts", [this](const httplib::Request& request, httplib::Response& response) {
+        std::string problem;
+        if (!addAccounts(mService.store(), request.body, problem))
+            return say(response, 400, problem);
+        say(response, 200, "accounts there");
+    });
+    mServer.Get("/accounts", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_content(accountsJson(mService.store()), json);
+    });
+    mServer.Post("/pre-accounts",
+                 [this](const httplib::Request& request, httplib::Response& response) {
+                     std::string problem;
+                     if (!addPreAccounts(mService.store(), request.body, problem))
+                         return say(response, 400, problem);
+                     say(response, 200, "pre-accounts there");
+                 });
+    mServer.Post("/tokens/expire", [this](const httplib::Request&, httplib::Response& response,
+                                          const httplib::ContentReader&) {
+        const std::int64_t now = mService.clock().now();
+        mService.store().with([now](Tables& tables) { tables.tokens.expireAll(now); });
+        say(response, 200, "no token is valid any more");
+    });
+    mServer.Get("/inbox", [this](const httplib::Request& request, httplib::Response& response) {
+        response.set_content(inboxJson(mService.store(), request.get_param_value("name")), json);
+    });
+    mServer.Get(R"(/captchas/([0-9a-f]+))", [this](const httplib::Request& request,
+                                                   httplib::Response& response) {
+        const std::string id = request.matches[1];
+        const std::int64_t now = mService.clock().now();
+        const auto text =
+            mService.store().with([&](Tables& tables) { return tables.captchas.text(id, now); });
+        say(response, text ? 200 : 404, text.value_or("there is no such captcha"));
+    });
+}
+
+void AdminServer::addRequestRoutes()
+{
+    mServer.Get("/requests", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_content(mService.requests().json(), json);
+    });
+    mServer.Delete("/requests", [this](const httplib::Request&, httplib::Response& response) {
+        mService.requests().clear();
+        say(response, 200, "none kept");
+    });
+}
+
+bool AdminServer::start(int port, std::string& problem)
+{
+    constexpr const char* loopback = "127.0.0.1";
+    if (port == 0)
+        mPort = mServer.bind_to_any_port(loopback);
+    else
+        mPort = mServer.bind_to_port(loopback, port) ? port : -1;
+    if (mPort <= 0) {
+        problem = "cannot open port " + std::to_string(port) +
+                  " on 127.0.0.1 for the administrative endpoint";
+        return false;
+    }
+    mThread = std::thread([this] { mServer.listen_after_bind(); });
+    // stop() does nothing to a server that is not running yet.
+    while (!mServer.is_running())
+        std::this_thread::yield();
+    return true;
+}
+
+void AdminServer::stop()
+{
+    if (!mThread.joinable())
+        return;
+    mServer.stop();
+    mThread.join();
+}
+
+std::string AdminServer::address() const
+{
+    return "http://127.0.0.1:" + std::to_string(mPort);
+}
+
+} // namespace KelEmulator
