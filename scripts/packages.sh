@@ -11,7 +11,7 @@ kel_wanted_packages() { # SECTION...
 }
 
 kel_install_packages() { # SECTION...
-    local package missing=() as_root=()
+    local package missing=() as_root=() log
     for package in $(kel_wanted_packages "$@"); do
         [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
             missing+=("$package")
@@ -26,15 +26,16 @@ kel_install_packages() { # SECTION...
         as_root=(sudo)
     fi
     echo "==> installing ${#missing[@]} packages: ${missing[*]}"
+    log=$(mktemp) || return 1
     # The package lists of a new machine are empty or old: fetch them once, then install.
     "${as_root[@]}" apt-get update -qq &&
         "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
             apt-get install -y -qq --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}" \
-            >"${TMPDIR:-/tmp}/kelaccount-apt.$$.log" 2>&1 || {
-        cat "${TMPDIR:-/tmp}/kelaccount-apt.$$.log" >&2
-        rm -f "${TMPDIR:-/tmp}/kelaccount-apt.$$.log"
+            >"$log" 2>&1 || {
+        cat "$log" >&2
+        rm -f "$log"
         echo "Installing the packages failed; the lines above say why." >&2
         return 1
     }
-    rm -f "${TMPDIR:-/tmp}/kelaccount-apt.$$.log"
+    rm -f "$log"
 }
