@@ -257,7 +257,8 @@ std::string helpText()
        kelaccount-emulator serve [options]
        kelaccount-emulator inbox [NAME]
 
-Emulates the account service on this machine. "run" runs COMMAND in an environment that leads it
+Emulates the account service on this machine, for trying programs out and for tests. Its accounts are
+made up, and it keeps their passwords in clear: give it none that is used elsewhere. "run" runs COMMAND in an environment that leads it
 there and ends with its exit status; "serve" prints that environment and stays until interrupted.
 "inbox", said in that environment, shows the messages that the service sent, or those to one user.
 
@@ -274,7 +275,8 @@ out of sight.
   --tag-server                 run kelaccount-tag-server, whose tags spare registrations the captcha
   --reserve NAME               keep a name from being given to anybody (may be repeated)
   --no-default-accounts        without account "alice" and reserved name "admin"
-  --database FILE              keep accounts in an SQLite file instead of in memory
+  --database FILE              keep accounts, with their passwords in clear, in an SQLite file that
+                               only its owner can read, instead of in memory
   --consumer-key KEY           key that clients sign with (demo-key)
   --consumer-secret-file FILE  file whose first line is the consumer secret (demo-secret)
   --clock-skew SECONDS         move the service's clock

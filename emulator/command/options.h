@@ -18,8 +18,8 @@ struct Options
     enum class Mode { Run, Serve, Inbox, Help, Version };
 
     Mode mode = Mode::Help;
-    std::vector<std::string> command; ///< with Run only, never empty then
-    std::string database = ":memory:";
+    std::vector<std::string> command;  ///< with Run only, never empty then
+    std::string database = ":memory:"; ///< SQLite's name for none
     std::string consumerKey = "demo-key";
     std::string consumerSecret = "demo-secret";
     std::vector<std::string> accounts;

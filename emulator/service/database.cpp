@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/database.h"
 
+#include "emulator/common/descriptor.h"
+
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace KelEmulator {
 
@@ -57,6 +61,10 @@ void Database::Closer::operator()(sqlite3* database) const
 
 std::unique_ptr<Database> Database::open(const std::string& file, std::string& problem)
 {
+    // SQLite would make it as readable as other files are; its journals take the file's own mode.
+    if (file != inMemory)
+        Descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+
     sqlite3* handle = nullptr;
     const int result =
         sqlite3_open_v2(file.c_str(), &handle,

@@ -53,7 +53,9 @@ private:
 class Database
 {
 public:
-    /// Null, and why in `problem`, when the file cannot be opened.
+    static constexpr const char* inMemory = ":memory:";
+
+    /// A new file is the user's alone. Null, and why in `problem`, when the file cannot be opened.
     static std::unique_ptr<Database> open(const std::string& file, std::string& problem);
 
     bool execute(const char* sql);

@@ -3,7 +3,10 @@
 
 #include "emulator/service/schema.h"
 
+#include <cerrno>
+#include <cstring>
 #include <exception>
+#include <sys/stat.h>
 
 namespace KelEmulator {
 
@@ -32,6 +35,11 @@ std::unique_ptr<Store> Store::open(const std::string& file, std::string& problem
     // A file of somebody else's may have tables of these names with other columns.
     if (!store->mDatabase->allPrepared()) {
         problem = store->mDatabase->lastProblem();
+        return nullptr;
+    }
+    // Passwords are kept as they are. Not before it is known to be ours.
+    if (file != Database::inMemory && ::chmod(file.c_str(), S_IRUSR | S_IWUSR) != 0) {
+        problem = std::string("cannot keep other users from reading it: ") + std::strerror(errno);
         return nullptr;
     }
     return store;

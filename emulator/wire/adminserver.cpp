@@ -29,6 +29,13 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
     mServer.set_keep_alive_timeout(1);
     mServer.set_read_timeout(2);
     mServer.set_tcp_nodelay(true);
+    mServer.set_pre_routing_handler(
+        [this](const httplib::Request& request, httplib::Response& response) {
+            if (isForUs(request))
+                return httplib::Server::HandlerResponse::Unhandled;
+            say(response, 403, "ask this address by its own name, and not from a web page");
+            return httplib::Server::HandlerResponse::Handled;
+        });
     mServer.Get("/health", [](const httplib::Request&, httplib::Response& response) {
         say(response, 200, "ok");
     });
@@ -41,6 +48,22 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
 AdminServer::~AdminServer()
 {
     stop();
+}
+
+// A web page in the user's browser can have a name of its own lead to this address, and then read
+// every answer; but the browser says that name. It says, too, where an order comes from that a page
+// sends here under the right name.
+bool AdminServer::isForUs(const httplib::Request& request) const
+{
+    if (request.get_header_value_count("Host") != 1 || request.has_header("Origin"))
+        return false;
+    const std::string host = request.get_header_value("Host");
+    const std::string port = ':' + std::to_string(mPort);
+    for (const std::string name : {"127.0.0.1", "localhost"}) {
+        if (host == name || host == name + port)
+            return true;
+    }
+    return false;
 }
 
 void AdminServer::addFaultRoutes()

@@ -25,6 +25,7 @@ public:
     std::string address() const;
 
 private:
+    bool isForUs(const httplib::Request& request) const;
     void addFaultRoutes();
     void addProxyRoutes();
     void addAccountRoutes();

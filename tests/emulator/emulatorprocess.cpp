@@ -24,7 +24,7 @@ void BoundProcess::setupChildProcess()
 }
 
 AdminReply askAdministration(const QString& address, const char* method, const QString& path,
-                             const QByteArray& body)
+                             const QByteArray& body, const QByteArray& heading)
 {
     const QUrl url(address);
     QTcpSocket socket;
@@ -32,10 +32,8 @@ AdminReply askAdministration(const QString& address, const char* method, const Q
     socket.connectToHost(url.host(), static_cast<quint16>(url.port(0)));
     if (!socket.waitForConnected(patience))
         return {};
-    socket.write(QByteArray(method) + ' ' + path.toLatin1() +
-                 " HTTP/1.1\r\nHost: localhost\r\n"
-                 "Content-Length: " +
-                 QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    socket.write(QByteArray(method) + ' ' + path.toLatin1() + " HTTP/1.1\r\n" + heading +
+                 "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
     QByteArray answer;
     // It closes the connection after each answer.
     while (socket.waitForReadyRead(patience))

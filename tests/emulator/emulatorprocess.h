@@ -25,9 +25,11 @@ struct AdminReply
     QByteArray body;
 };
 
-/// Asks the administrative endpoint at that address, past any proxy of the application.
+/// Asks the administrative endpoint at that address, past any proxy of the application. `heading`
+/// holds the lines of the request that say whom it is for and from where it comes.
 AdminReply askAdministration(const QString& address, const char* method, const QString& path,
-                             const QByteArray& body = {});
+                             const QByteArray& body = {},
+                             const QByteArray& heading = "Host: localhost\r\n");
 
 /// The emulator program, serving.
 class EmulatorProcess

@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -84,11 +85,14 @@ private Q_SLOTS:
     void refusesMalformedPreAccountOptions_data();
     void refusesMalformedPreAccountOptions();
     void keepsEverythingInAFile();
+    void keepsTheFileFromOtherUsers();
     void bringsAnOlderFileUpToDate();
     void refusesFilesThatItDoesNotKnow_data();
     void refusesFilesThatItDoesNotKnow();
     void givesANameToOneOfMany();
     void logsAndListsNothingSecret();
+    void answersNoWebPage_data();
+    void answersNoWebPage();
 
 private:
     AdminReply post(const char* path, const QByteArray& body)
@@ -322,6 +326,26 @@ void TestOperationsAdministration::keepsEverythingInAFile()
              200);
 }
 
+void TestOperationsAdministration::keepsTheFileFromOtherUsers()
+{
+    const QTemporaryDir folder;
+    const QString made = folder.filePath(QStringLiteral("made.db"));
+    // One that an earlier version left readable.
+    const QString found = folder.filePath(QStringLiteral("found.db"));
+    QVERIFY(makeFile(found, "PRAGMA user_version = 0"));
+    QVERIFY(QFile::setPermissions(found, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup |
+                                             QFile::ReadOther));
+    for (const QString& file : {made, found}) {
+        ServiceClient service;
+        QVERIFY2(service.start({QStringLiteral("--database"), file}),
+                 service.emulator().log().constData());
+        QVERIFY(!service.tokenOf("alice").token.isEmpty());
+        struct stat state = {};
+        QCOMPARE(::stat(file.toLocal8Bit().constData(), &state), 0);
+        QCOMPARE(QByteArray::number(state.st_mode & 07777U, 8), QByteArray("600"));
+    }
+}
+
 void TestOperationsAdministration::bringsAnOlderFileUpToDate()
 {
     const QTemporaryDir folder;
@@ -436,6 +460,43 @@ void TestOperationsAdministration::logsAndListsNothingSecret()
     QVERIFY(!all.contains(QByteArray("plantedpassword").toBase64()));
     QVERIFY(!all.contains(token));
     QVERIFY(!all.contains(secret));
+}
+
+void TestOperationsAdministration::answersNoWebPage_data()
+{
+    const QByteArray port =
+        QUrl(mService.emulator().environment().value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN")))
+            .authority()
+            .toLatin1()
+            .mid(9);
+    QTest::addColumn<QByteArray>("heading");
+    QTest::addColumn<bool>("answered");
+    QTest::newRow("address") << QByteArray("Host: 127.0.0.1" + port + "\r\n") << true;
+    QTest::newRow("name") << QByteArray("Host: localhost" + port + "\r\n") << true;
+    QTest::newRow("rebound name") << QByteArray("Host: page.example" + port + "\r\n") << false;
+    QTest::newRow("name of its own") << QByteArray("Host: localhost.page.example\r\n") << false;
+    QTest::newRow("another port") << QByteArray("Host: 127.0.0.1:1\r\n") << false;
+    QTest::newRow("no name") << QByteArray() << false;
+    QTest::newRow("two names") << QByteArray("Host: localhost\r\nHost: page.example\r\n") << false;
+    QTest::newRow("order from a page")
+        << QByteArray("Host: 127.0.0.1" + port + "\r\nOrigin: http://page.example\r\n") << false;
+    QTest::newRow("order from nowhere")
+        << QByteArray("Host: 127.0.0.1" + port + "\r\nOrigin: null\r\n") << false;
+}
+
+void TestOperationsAdministration::answersNoWebPage()
+{
+    QFETCH(QByteArray, heading);
+    QFETCH(bool, answered);
+    const QString address =
+        mService.emulator().environment().value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN"));
+    const AdminReply accounts =
+        askAdministration(address, "GET", QStringLiteral("/accounts"), {}, heading);
+    QCOMPARE(accounts.status, answered ? 200 : 403);
+    QCOMPARE(accounts.body.contains("alice"), answered);
+    const AdminReply order =
+        askAdministration(address, "POST", QStringLiteral("/accept"), {}, heading);
+    QCOMPARE(order.status, answered ? 200 : 403);
 }
 
 QTEST_GUILESS_MAIN(TestOperationsAdministration)
