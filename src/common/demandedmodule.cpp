@@ -3,32 +3,57 @@
 
 #include "common/logging.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <array>
+#include <climits>
 #include <dlfcn.h>
+#include <memory>
 
 namespace KelAccount {
 
 namespace {
 
+struct Close
+{
+    void operator()(void* module) const { ::dlclose(module); }
+};
+
+// The folder stands beside the library that this code is part of. Empty when that is not to be
+// found: a path that the loader would have to search for could be anybody's.
 QByteArray pathOf(const char* moduleName)
 {
-    // The folder stands beside the library that this code is part of.
     Dl_info self{};
     if (::dladdr(reinterpret_cast<const void*>(&demandedFunction), &self) == 0)
         return {};
-    const QFileInfo library(QFile::decodeName(self.dli_fname));
-    return QFile::encodeName(library.canonicalPath()
-                             + QLatin1String("/" KELACCOUNT_MODULE_FOLDER "/")
-                             + QLatin1String(moduleName) + QLatin1String(".so"));
+    // A library that was found by a relative path is named by it, whatever the current folder is by
+    // now. Where it was found, the loader knows.
+    const std::unique_ptr<void, Close> library(::dlopen(self.dli_fname, RTLD_LAZY | RTLD_NOLOAD));
+    std::array<char, PATH_MAX> folder{};
+    if (!library || ::dlinfo(library.get(), RTLD_DI_ORIGIN, folder.data()) != 0)
+        return {};
+    const QString name = QFileInfo(QFile::decodeName(self.dli_fname)).fileName();
+    const QString real =
+        QFileInfo(QFile::decodeName(folder.data()) + QLatin1Char('/') + name).canonicalFilePath();
+    if (!QDir::isAbsolutePath(real))
+        return {};
+    return QFile::encodeName(QFileInfo(real).path() +
+                             QLatin1String("/" KELACCOUNT_MODULE_FOLDER "/") +
+                             QLatin1String(moduleName) + QLatin1String(".so"));
 }
 
 } // namespace
 
 void* demandedFunction(const char* moduleName, const char* functionName)
 {
-    void* const module = ::dlopen(pathOf(moduleName).constData(), RTLD_NOW | RTLD_LOCAL);
+    const QByteArray path = pathOf(moduleName);
+    if (path.isEmpty()) {
+        qCCritical(logAccount, "The folder of the library is not to be found");
+        return nullptr;
+    }
+    void* const module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
     void* const function = module ? ::dlsym(module, functionName) : nullptr;
     if (!function)
         qCCritical(logAccount, "The installation is incomplete: %s", ::dlerror());
