@@ -2,6 +2,7 @@
 #include "emulator/service/values.h"
 
 #include <QDateTime>
+#include <QLocale>
 #include <QUrl>
 
 #include <algorithm>
@@ -24,7 +25,7 @@ bool consistsOf(std::string_view text, std::string_view characters)
 
 QDate dateOf(const std::string& text)
 {
-    return QDate::fromString(QString::fromStdString(text), QStringLiteral("yyyy-MM-dd"));
+    return QLocale::c().toDate(QString::fromStdString(text), QStringLiteral("yyyy-MM-dd"));
 }
 
 QDateTime timeOf(std::int64_t seconds)
@@ -122,8 +123,8 @@ int yearsBetween(const std::string& birthday, std::int64_t secondsSinceEpoch)
 
 std::string timeText(std::int64_t secondsSinceEpoch)
 {
-    return timeOf(secondsSinceEpoch)
-        .toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzzZ"))
+    return QLocale::c()
+        .toString(timeOf(secondsSinceEpoch), QStringLiteral("yyyy-MM-ddTHH:mm:ss.zzzZ"))
         .toStdString();
 }
 

@@ -5,6 +5,7 @@
 #include "device/localeutils.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
+#include "rest/wiretime.h"
 #include "rest/xmltext.h"
 
 #include <QUrl>
@@ -50,11 +51,6 @@ void appendLanguage(QString& xml, const QString& code, QLocale::Language languag
         appendElement(xml, "language", code);
     else if (language != QLocale::C)
         appendElement(xml, "language", LocaleUtils::languageToCode(language));
-}
-
-QString dateText(const QDate& date)
-{
-    return date.toString(QStringLiteral("yyyy-MM-dd"));
 }
 
 QString genderText(Gender gender)
@@ -197,7 +193,7 @@ QString MsgCreator::xmlUpdateProfile(const ProfileInfo& profile)
         appendElement(xml, "country", profile.countryAsString());
     else if (profile.country() != QLocale::AnyCountry)
         appendElement(xml, "country", LocaleUtils::countryToCode(profile.country()));
-    appendIfNonEmpty(xml, "dateOfBirth", dateText(profile.dateOfBirth()));
+    appendIfNonEmpty(xml, "dateOfBirth", wireDate(profile.dateOfBirth()));
     appendElement(xml, "firstName", profile.firstName());
     appendElement(xml, "lastName", profile.lastName());
     if (profile.gender() != GenderNotGiven)
@@ -359,7 +355,7 @@ void MsgCreator::fillUserInfoForRegistration(QString& xml, const RegistrationInf
                       ? LocaleUtils::countryToCode(registration.country)
                       : registration.countryAsString);
     if (!registration.dateOfBirth.isNull())
-        appendElement(xml, "dateOfBirth", dateText(registration.dateOfBirth));
+        appendElement(xml, "dateOfBirth", wireDate(registration.dateOfBirth));
     appendIfNonEmpty(xml, "firstName", registration.firstName);
     appendIfNonEmpty(xml, "lastName", registration.lastName);
     appendEndTag(xml, "userData");

@@ -4,10 +4,9 @@
 #include "common/logging.h"
 #include "rest/msgparser.h"
 #include "rest/netrequesttype.h"
+#include "rest/wiretime.h"
 
 #include <kelaccount/errorstatus.h>
-
-#include <QLocale>
 
 #include <algorithm>
 #include <iterator>
@@ -139,10 +138,7 @@ void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* resp
     QString text = data.mid(begin, end < 0 ? -1 : end - begin);
     text = text.remove(QLatin1String(" GMT")).trimmed();
 
-    // The names of days and months are English whatever the user's language (RFC 7231, 7.1.1.1).
-    QDateTime time = QLocale(QLocale::English, QLocale::UnitedStates)
-                         .toDateTime(text, QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
-    time.setTimeSpec(Qt::UTC);
+    const QDateTime time = headerTimeOnWire(text);
     response->setServerTime(time);
     mTimeStampManager->syncToTime(time);
 }

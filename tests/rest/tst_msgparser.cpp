@@ -367,7 +367,12 @@ private Q_SLOTS:
         QString userName;
         ProfileInfoData profile;
         MsgParser::parseProfileNode(userName, profile, reply.root);
-        QCOMPARE(profile.dateOfBirth, QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ")));
+        // Qt takes the digits of the default locale as well.
+        const QLocale usual;
+        QLocale::setDefault(QLocale::c());
+        const QDate expected = QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ"));
+        QLocale::setDefault(usual);
+        QCOMPARE(profile.dateOfBirth, expected);
     }
 
     void everyCodeIsConvertedTheSameEveryTime()
