@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/localeutils.h"
 
+#include <QHash>
+
 namespace {
 
 constexpr int codeLength = 2;
@@ -14,26 +16,90 @@ QString firstTwo(const QChar* code)
     return two;
 }
 
+// The country part of a locale's name, behind the language.
+QString codeOf(const QLocale& locale)
+{
+    return locale.name().section(QLatin1Char('_'), 1, 1).left(codeLength);
+}
+
+struct Place
+{
+    QLocale::Country country;
+    const char* code;
+};
+
+// Where Qt knows of no language at all. Some are not countries, but have a code kept for them.
+constexpr Place placesWithoutLocale[] = {
+    {QLocale::Antarctica, "AQ"},
+    {QLocale::AscensionIsland, "AC"},
+    {QLocale::BouvetIsland, "BV"},
+    {QLocale::ClippertonIsland, "CP"},
+    {QLocale::EuropeanUnion, "EU"},
+    {QLocale::FrenchSouthernTerritories, "TF"},
+    {QLocale::HeardAndMcDonaldIslands, "HM"},
+    {QLocale::OutlyingOceania, "QO"},
+    {QLocale::SouthGeorgiaAndTheSouthSandwichIslands, "GS"},
+    {QLocale::TristanDaCunha, "TA"},
+};
+
+struct Codes
+{
+    QHash<QLocale::Country, QString> ofCountries;
+    QHash<QString, QLocale::Country> countries;
+
+    void add(QLocale::Country country, const QString& code)
+    {
+        // A country has one code, but a locale for each of its languages.
+        if (country == QLocale::AnyCountry || ofCountries.contains(country))
+            return;
+        ofCountries.insert(country, code);
+        countries.insert(code, country);
+    }
+};
+
+// Of the countries where no English is spoken that Qt knows of, too: it answers with the United
+// States, when it is asked for the English of those.
+const Codes& codes()
+{
+    static const Codes all = [] {
+        Codes known;
+        const auto locales =
+            QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry);
+        for (const QLocale& locale : locales)
+            known.add(locale.country(), codeOf(locale));
+        for (const Place& place : placesWithoutLocale)
+            known.add(place.country, QLatin1String(place.code));
+        return known;
+    }();
+    return all;
+}
+
 } // namespace
 
 QString LocaleUtils::countryToCode(QLocale::Country country)
 {
     if (country <= QLocale::AnyCountry || country > QLocale::LastCountry)
         return {};
-    // "en_" and then the country
-    return QLocale(QLocale::English, country).name().mid(3, codeLength);
+    const QLocale english(QLocale::English, country);
+    return english.country() == country ? codeOf(english) : codes().ofCountries.value(country);
 }
 
 QString LocaleUtils::languageToCode(QLocale::Language language)
 {
     if (language <= QLocale::C || language > QLocale::LastLanguage)
         return QStringLiteral("C");
-    return QLocale(language, QLocale::AnyCountry).name().left(codeLength);
+    const QLocale locale(language, QLocale::AnyCountry);
+    // Of a language without data Qt makes the user's locale.
+    return locale.language() == language ? locale.name().left(codeLength) : QStringLiteral("C");
 }
 
 QLocale::Country LocaleUtils::codeToCountry(const QChar* code)
 {
-    return QLocale(QLatin1String("en_") + firstTwo(code)).country();
+    const QString two = firstTwo(code);
+    const QLocale::Country english = QLocale(QLatin1String("en_") + two).country();
+    // Qt reads small letters, too.
+    const QString upper = two.toUpper();
+    return countryToCode(english) == upper ? english : codes().countries.value(upper, english);
 }
 
 QLocale::Language LocaleUtils::codeToLanguage(const QChar* code)
