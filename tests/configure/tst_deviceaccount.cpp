@@ -10,8 +10,10 @@
 #include <Accounts/Provider>
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QSignalSpy>
+#include <QTimer>
 
 #include <memory>
 
@@ -76,6 +78,7 @@ private Q_SLOTS:
     void nothingIsLeftOfTheCreation();
     void theCreatorMayGoAtOnce();
     void theAccountIsThereWhenItIsReported();
+    void aStoredAccountIsReportedOnce();
     void aLockedDatabaseIsWaitedFor();
     void aDatabaseThatStaysLockedIsReported();
     void anAccountThatCannotBeWrittenIsReported();
@@ -277,6 +280,22 @@ void TestDeviceAccount::aLockedDatabaseIsWaitedFor()
     waitUntil([] { return false; }, 100);
     QCOMPARE(reports.size(), 0);
     otherProgram.reset();
+    QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
+    QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+}
+
+/// Whoever hears of it may stay in the slot for longer than storing may take.
+void TestDeviceAccount::aStoredAccountIsReportedOnce()
+{
+    constexpr int patienceMs = 500;
+    mConfigure->setAccountTimeout(patienceMs);
+    QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+    connect(mConfigure.get(), &KelConfigure::configureAccountStatus, this, [] {
+        QEventLoop box;
+        QTimer::singleShot(2 * patienceMs, &box, &QEventLoop::quit);
+        box.exec();
+    });
+    QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
     QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
     QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
 }

@@ -7,10 +7,14 @@
 #include <Accounts/Account>
 #include <Accounts/Manager>
 
+#include <QAbstractEventDispatcher>
 #include <QTimer>
 
 #include <algorithm>
 #include <memory>
+#include <utility>
+
+#include <glib.h>
 
 namespace KelAccount {
 
@@ -44,22 +48,64 @@ Accounts::Account* findAccount(Accounts::Manager& manager, Accepts accepts)
     return nullptr;
 }
 
-// Calls `stored` once: with the account's own outcome or, without one in time, with false.
-void reportStoring(Accounts::Account* account, int timeoutMs,
-                   const std::function<void(bool)>& stored)
+// Whether Qt's event loop runs GLib's, too.
+bool runsGlib()
 {
-    QObject::connect(account, &Accounts::Account::synced, account, [stored] { stored(true); });
-    QObject::connect(account, &Accounts::Account::error, account, [stored](Accounts::Error error) {
-        qCCritical(logConfigure, "The account was not stored: accounts error %d", error.type());
-        stored(false);
-    });
-    QTimer::singleShot(timeoutMs, account, [account, stored] {
-        qCCritical(logConfigure, "The accounts database did not take the account in time");
-        QObject::disconnect(account, nullptr, account, nullptr);
-        account->deleteLater(); // which takes it back from the framework
-        stored(false);
-    });
+    const QAbstractEventDispatcher* const dispatcher = QAbstractEventDispatcher::instance();
+    return dispatcher && dispatcher->inherits("QEventDispatcherGlib");
 }
+
+// One account on its way into the database. Reports once: the account's own outcome or, without one
+// in time, a failure. Everything of it ends with that, while the account itself lives on for as
+// long as the application stays in the slot of its answer.
+class Storing : public QObject
+{
+public:
+    Storing(Accounts::Account* account, int timeoutMs, std::function<void(bool)> stored)
+        : QObject(account), mAccount(account), mStored(std::move(stored)), mGuard(this), mGlib(this)
+    {
+        connect(account, &Accounts::Account::synced, this, [this] { finish(true); });
+        connect(account, &Accounts::Account::error, this, [this](Accounts::Error error) {
+            qCCritical(logConfigure, "The account was not stored: accounts error %d", error.type());
+            finish(false);
+        });
+        mGuard.setSingleShot(true);
+        connect(&mGuard, &QTimer::timeout, this, &Storing::giveUp);
+        mGuard.start(timeoutMs);
+        // The framework writes from callbacks of GLib's loop. Where the application's event loop
+        // does not run that, it is run from here, a little at a time.
+        constexpr int intervalMs = 10;
+        connect(&mGlib, &QTimer::timeout, this, [] {
+            constexpr int atOnce = 16;
+            for (int i = 0; i < atOnce && g_main_context_iteration(nullptr, FALSE); ++i) {
+            }
+        });
+        if (!runsGlib())
+            mGlib.start(intervalMs);
+    }
+
+private:
+    void giveUp()
+    {
+        qCCritical(logConfigure, "The accounts database did not take the account in time");
+        disconnect(mAccount, nullptr, mAccount, nullptr);
+        mAccount->deleteLater(); // which takes it back from the framework
+        finish(false);
+    }
+
+    void finish(bool ok)
+    {
+        disconnect(mAccount, nullptr, this, nullptr);
+        mGuard.stop();
+        mGlib.stop();
+        mStored(ok);
+    }
+
+    Accounts::Account* mAccount;
+    std::function<void(bool)> mStored;
+    QTimer mGuard;
+    QTimer mGlib;
+};
 
 } // namespace
 
@@ -105,7 +151,7 @@ int AccountsDatabase::createAccount(const QString& name, unsigned int credential
     if (!connected)
         qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
                                 "possibility of memory leak");
-    reportStoring(account, timeoutMs, stored);
+    new Storing(account, timeoutMs, stored);
     new KelConfigureAccount(account, AccountsUI::CreateNew, name, credentialsId, account);
     return 0;
 }
