@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
 
 namespace KelAccount {
 
@@ -33,6 +34,14 @@ void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<voi
                              qCCritical(logSignon, "The sign-on daemon cannot be started");
                          next(running);
                      });
+}
+
+void whenSignOnDaemonIsLost(QObject* context, const std::function<void()>& lost)
+{
+    auto* const watcher =
+        new QDBusServiceWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
+                                QDBusServiceWatcher::WatchForUnregistration, context);
+    QObject::connect(watcher, &QDBusServiceWatcher::serviceUnregistered, context, lost);
 }
 
 } // namespace KelAccount

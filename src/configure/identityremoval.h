@@ -2,16 +2,21 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QTimer>
 
 namespace SignOn {
 class Error;
-}
+class Identity;
+} // namespace SignOn
 
 namespace KelAccount {
 
 /// Takes an identity out of the sign-on daemon's store. It belongs to nobody and deletes itself
 /// when it is over: credentials that are to go have to go, whoever is still there to see it.
+///
+/// A daemon that ends meanwhile is started again and asked again, and so is one that fails, while
+/// the patience lasts.
 class IdentityRemoval : public QObject
 {
     Q_OBJECT
@@ -28,13 +33,19 @@ Q_SIGNALS:
     void ended();
 
 private:
-    void removeFromStore(bool daemonRuns);
-    void logFailure(const SignOn::Error& error);
+    void attempt();
+    void removeFromStore();
+    void tryAgain();
+    void processError(const SignOn::Error& error);
+    void dropIdentity();
     void endPatience();
     void finish();
 
     unsigned int mCredentialsId;
+    QPointer<SignOn::Identity> mIdentity; // of the attempt under way
+    int mFailedStarts = 0;
     QTimer mPatience;
+    QTimer mRetry;
 };
 
 } // namespace KelAccount

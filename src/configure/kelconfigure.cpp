@@ -104,6 +104,10 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
         return -1;
     mStore = std::make_unique<QObject>();
     mStoreGuard.start();
+    whenSignOnDaemonIsLost(mStore.get(), [this] {
+        if (mIdentity) // its answer may not come
+            takeStoreBack();
+    });
     const SignOn::IdentityInfo record = identityRecord(userName, password);
     withDaemon([this, record] {
         mUserName = record.userName();
@@ -209,6 +213,11 @@ void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
 }
 
 void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
+{
+    takeStoreBack();
+}
+
+void KelConfigure::takeStoreBack()
 {
     releaseIdentity();
     if (mStore && mIdentitiesBefore && reachesSessionBus())

@@ -69,6 +69,7 @@ private:
     void withDaemon(const std::function<void()>& next);
     bool storeRecord(const SignOn::IdentityInfo& record);
     bool connectIdentity();
+    void takeStoreBack();
     /// What the daemon may have stored before it went away, without having said under which number.
     void removeUnknown();
     void removeAll(QList<quint32> credentialsIds);
