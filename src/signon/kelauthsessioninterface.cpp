@@ -86,7 +86,8 @@ bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
     if (credentialsId == 0)
         credentialsId = retrieveActiveAccountCredId();
     if (mSessionOpen && consumerKey == mConsumerKey && consumerSecret == mConsumerSecret &&
-        serverUrlValue == mServerUrlValue && credentialsId == mCredentialsId)
+        serverUrlValue == mServerUrlValue && credentialsId == mCredentialsId &&
+        !areCredentialsGone())
         return true;
     if (mOpeningLoop) {
         qCCritical(logSignon, "A session is being opened; another cannot be opened meanwhile");
@@ -109,6 +110,22 @@ bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
     mCredentialsId = credentialsId;
     mSessionOpen = 1;
     return waitForPlugin();
+}
+
+// Whether the daemon has said that somebody removed them. The library's object keeps it to itself
+// until it is asked for something, and then answers at once.
+bool KelAuthSessionInterface::areCredentialsGone()
+{
+    if (!mIdentity)
+        return false; // the session is just being opened
+    bool gone = false;
+    const auto connection =
+        connect(mIdentity, &SignOn::Identity::error, this, [&gone](const SignOn::Error& error) {
+            gone = error.type() == SignOn::Error::IdentityNotFound;
+        });
+    mIdentity->queryInfo();
+    disconnect(connection);
+    return gone;
 }
 
 bool KelAuthSessionInterface::waitForPlugin()

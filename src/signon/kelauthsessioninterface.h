@@ -55,7 +55,7 @@ public:
     /// from inside that wait it returns true for the same key, secret, server and credentials,
     /// which promises no more than that requests will wait for the session; anything else is
     /// refused. With a session already open for the same four, returns true without asking the
-    /// plugin; the service name is not compared.
+    /// plugin, unless the credentials are gone; the service name is not compared.
     bool createAuthSession(const QString& consumerKey, const QString& consumerSecret,
                            const QString& serviceName, int serverUrlValue, unsigned credentialsId);
 
@@ -114,6 +114,7 @@ private Q_SLOTS:
     void processBusLoss();
 
 private:
+    bool areCredentialsGone();
     bool waitForPlugin();
     void beginSession(bool daemonRuns);
     void sendInitialise();
