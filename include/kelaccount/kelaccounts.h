@@ -26,10 +26,10 @@ class RegistrationInfo;
 /// whose first argument is an ErrorStatus: 0 for success. The other arguments mean something only
 /// with status 0, unless a signal says otherwise.
 ///
-/// Except where an operation says otherwise, its answer never arrives from inside the call, but later
-/// from the event loop of the thread that owns the object. Make, use and delete the object on one
-/// thread that runs an event loop; nothing is locked. Deleting it, also from a slot connected to it,
-/// drops the answers still to come.
+/// Except where an operation says otherwise, its answer never arrives from inside the call, but
+/// later from the event loop of the thread that owns the object. Make, use and delete the object on
+/// one thread that runs an event loop; nothing is locked. Deleting it, also from a slot connected
+/// to it, drops the answers still to come.
 ///
 /// The proxy of the environment ("https_proxy", else "http_proxy") becomes the application's proxy
 /// when the object is made.
@@ -57,8 +57,8 @@ public Q_SLOTS:
     /// @param connectionDetail accepted and ignored
     ///
     /// Answered by initializeResponse(): 0 from inside the call; otherwise, deferred,
-    /// ErrorInvalidRequest (1000) when the object is initialised already and keeps what it was given
-    /// then, or ErrorInvalidParameter (1001) for an empty key or secret.
+    /// ErrorInvalidRequest (1000) when the object is initialised already and keeps what it was
+    /// given then, or ErrorInvalidParameter (1001) for an empty key or secret.
     void initialize(const QString& consumerKey, const QString& consumerSecret, int server,
                     const QString& zorService, const QVariantMap& connectionDetail);
 
@@ -70,9 +70,10 @@ public Q_SLOTS:
     ///
     /// @param userId  the name, not empty
     ///
-    /// Answered by isUserIdAvailableResponse(): 0 with the outcome, ErrorInvalidParameter (1001) for
-    /// an empty name, ErrorInitializationPending (802) before initialize(), ErrorUnabletoSendRequest
-    /// (1002), or a status of the network or the service, such as 512 for a reserved name.
+    /// Answered by isUserIdAvailableResponse(): 0 with the outcome, ErrorInvalidParameter (1001)
+    /// for an empty name, ErrorInitializationPending (802) before initialize(),
+    /// ErrorUnabletoSendRequest (1002), or a status of the network or the service, such as 512 for
+    /// a reserved name.
     void isUserIdAvailable(const QString& userId);
 
     /// Fetches a picture with a text that a person can read and a program cannot.
@@ -83,8 +84,8 @@ public Q_SLOTS:
     /// when a reply came: a null picture is how a failure shows. Refusals come by
     /// captchaImageResponse() alone: ErrorInitializationPending (802), ErrorUnabletoSendRequest
     /// (1002). The object remembers the id, for a registration or a recovery that gives none.
-    /// Under a plain QCoreApplication, which cannot hold pictures, the picture is null and a warning
-    /// is logged.
+    /// Under a plain QCoreApplication, which cannot hold pictures, the picture is null and a
+    /// warning is logged.
     void retrieveCaptchaImage(int width, int height);
 
     /// Registers an account, stores its credentials on the device and sets the account up there.
@@ -103,6 +104,10 @@ public Q_SLOTS:
     /// comes when the account is stored, or when what was stored is gone again; the application may
     /// end in its slot.
     ///
+    /// 803 also comes at the end, when somebody else has set an account up meanwhile. Whatever
+    /// fails once the service has registered (803 at the end, 805, a lost answer), the account
+    /// stays at the service: the user can sign in with signInAndConfigure().
+    ///
     /// May block: 0.5 s when the device's tag server has to be started, 10 s at most when it does
     /// not answer.
     void registerAccount(const RegistrationInfo& info, bool configureOnDb);
@@ -115,8 +120,8 @@ public Q_SLOTS:
     ///
     /// @param language  two-letter code (ISO 639-1) of the questions' language
     ///
-    /// Answered by securityQuestionListResponse(): 0 with question id to text, 802, 1002, or a status
-    /// of the network or the service.
+    /// Answered by securityQuestionListResponse(): 0 with question id to text, 802, 1002, or a
+    /// status of the network or the service.
     void retrieveSecurityQuestionList(const QString& language);
 
     /// Asks for an account that the service holds ready for the device's SIM.
@@ -132,8 +137,8 @@ public Q_SLOTS:
     /// @param country    two-letter code (ISO 3166-1), or empty
     /// @param format     0 for plain text, anything else for HTML
     ///
-    /// Answered by termsOfServiceResponse(): 0 with kind to address, ErrorInvalidParameter (1001) for
-    /// an empty service, 802, 1002, or a status of the network or the service.
+    /// Answered by termsOfServiceResponse(): 0 with kind to address, ErrorInvalidParameter (1001)
+    /// for an empty service, 802, 1002, or a status of the network or the service.
     void retrieveTermsOfService(const QString& serviceId, const QString& language,
                                 const QString& country, int format);
 
@@ -145,20 +150,21 @@ public Q_SLOTS:
     /// Answered by signInAndConfigureResponse(), with the values and statuses of registerAccount().
     void signInAndConfigure(const QString& userName, const QString& password, bool configureOnDb);
 
-    /// Whether a registration has to solve a captcha: the device has no service tag to show instead.
-    /// The first call asks the device's tag server and may block, see registerAccount(). Answers at
-    /// once; no signal.
+    /// Whether a registration has to solve a captcha: the device has no service tag to show
+    /// instead. The first call asks the device's tag server and may block, see registerAccount().
+    /// Answers at once; no signal.
     bool isCaptchaRequired();
 
-    /// Whether the device has an account of the service, enabled or not. Answers at once; no signal.
+    /// Whether the device has an account of the service, enabled or not. Answers at once; no
+    /// signal.
     bool isKeLAccountConfigured();
 
     /// Is an e-mail address free?
     ///
     /// @param email  not empty
     ///
-    /// Answered by isEmailIdAvailableResponse(): 0 with the outcome, ErrorInvalidParameter (1001) for
-    /// an empty address, 802, 1002, or a status of the network or the service. May block, see
+    /// Answered by isEmailIdAvailableResponse(): 0 with the outcome, ErrorInvalidParameter (1001)
+    /// for an empty address, 802, 1002, or a status of the network or the service. May block, see
     /// registerAccount().
     void isEmailIdAvailable(const QString& email);
 
@@ -171,7 +177,8 @@ public Q_SLOTS:
     /// Has a recovery message sent to a user who forgot the password.
     ///
     /// @param userId       user name, e-mail address or mobile number
-    /// @param captchaText  what the user read from the captcha fetched last, or empty where a service
+    /// @param captchaText  what the user read from the captcha fetched last, or empty where a
+    /// service
     ///                     tag stands in for it
     /// @param sendMessage  true: a message with the given body; false: the plain recovery token
     /// @param messageBody  the message's text, or empty for the service's own
@@ -184,10 +191,10 @@ public Q_SLOTS:
 
     /// Downloads the profile of the user who is signed in.
     ///
-    /// Answered by downloadProfileResponse(), whose profile belongs to this object and lives as long:
-    /// 0; ErrorInitializationPending (802) and ErrorAccountConfigurationInProgress (804) and
-    /// ErrorFailedToEstablishZorAuthSession (806) with a null pointer; what the plugin or the sign-on
-    /// daemon reported, with an empty profile.
+    /// Answered by downloadProfileResponse(), whose profile belongs to this object and lives as
+    /// long: 0; ErrorInitializationPending (802) and ErrorAccountConfigurationInProgress (804) and
+    /// ErrorFailedToEstablishZorAuthSession (806) with a null pointer; what the plugin or the
+    /// sign-on daemon reported, with an empty profile.
     ///
     /// This and the other operations of a signed-in user open the session when it is not open yet:
     /// then the event loop runs before the call returns.
@@ -204,26 +211,30 @@ public Q_SLOTS:
 
     /// Makes sure that there is an access token.
     ///
-    /// @param credentialsId  the credentials of the device's enabled account, or 0 for them
+    /// @param credentialsId  the credentials of the device's enabled account, or the "IdentityId"
+    /// that a
+    ///                       set-up of this object returned; 0 for the account's, or without an
+    ///                       account those of the last set-up that made none
     ///
-    /// Answered by ensureTokenAvailableResponse(): 0, 802, 804, ErrorInvalidParameter (1001) for other
-    /// credentials, 806, or what the plugin or the sign-on daemon reported.
+    /// Answered by ensureTokenAvailableResponse(): 0, 802, 804, ErrorInvalidParameter (1001) for
+    /// other credentials, 806 also when somebody has removed them, or what the plugin or the
+    /// sign-on daemon reported.
     void ensureTokenAvailable(unsigned int credentialsId);
 
     /// Changes the password of the user who is signed in.
     ///
     /// @param oldPassword, newPassword  not empty; never logged
     ///
-    /// Answered by changePasswordResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what
-    /// the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614).
+    /// Answered by changePasswordResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or
+    /// what the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614).
     void changePassword(const QString& oldPassword, const QString& newPassword);
 
     /// Gives the user who is signed in a user name.
     ///
     /// @param userId  the new name, not empty
     ///
-    /// Answered by userIdUpdateResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what the
-    /// plugin or the sign-on daemon reported, such as ErrorUserNameAlreadySet (608).
+    /// Answered by userIdUpdateResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what
+    /// the plugin or the sign-on daemon reported, such as ErrorUserNameAlreadySet (608).
     void userIdUpdate(const QString& userId);
 
     /// Asks for the security question of a user who forgot the password.
@@ -232,8 +243,8 @@ public Q_SLOTS:
     /// @param language  two-letter code of the question's language, not empty
     ///
     /// Answered by retrievePasswordResetSecQuestionResponse(): 0 with the keys "userId",
-    /// "securityQuestionId" and "securityQuestionText", ErrorInvalidParameter (1001), 802, 1002, or a
-    /// status of the network or the service.
+    /// "securityQuestionId" and "securityQuestionText", ErrorInvalidParameter (1001), 802, 1002, or
+    /// a status of the network or the service.
     void retrievePasswordResetSecQuestion(const QString& userId, const QString& language);
 
     /// Sets a new password for a user who knows the answer to the security question.
@@ -256,9 +267,9 @@ public Q_SLOTS:
     /// Finds the country of the device: of its SIM's home network, or else of the region that its
     /// user has set. Works before initialize(), too.
     ///
-    /// Answered by retrieveCountryCodeResponse(): 0 with the two-letter code, or 807, a status without
-    /// a name, when it is not known. Asking the modem may block for some seconds when its service
-    /// hangs.
+    /// Answered by retrieveCountryCodeResponse(): 0 with the two-letter code, or 807, a status
+    /// without a name, when it is not known. Asking the modem may block for some seconds when its
+    /// service hangs.
     void retrieveCountryCode();
 
 Q_SIGNALS:
@@ -303,7 +314,8 @@ Q_SIGNALS:
     /// A recovery message was sent.
     void requestPasswordResetResponse(KelAccount::ErrorStatus error);
 
-    /// The user's profile, owned by the object that sent the signal. Null for a call that was refused.
+    /// The user's profile, owned by the object that sent the signal. Null for a call that was
+    /// refused.
     void downloadProfileResponse(KelAccount::ErrorStatus error, KelAccount::ProfileInfo* profile);
 
     /// The security question was changed.

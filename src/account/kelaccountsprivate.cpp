@@ -20,6 +20,7 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent)
     mAuthSessionInterface = new (std::nothrow) KelAuthSessionInterface(this);
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
+    createSetUp();
     connectRestHandler();
     connectSession();
 }
@@ -73,11 +74,6 @@ void KelAccountsPrivate::connectSession()
             &Self::processCredentialStoringStatusUpdate);
     connect(mKelConfigure, &KelConfigure::configureAccountStatus, this,
             &Self::processAccountStoringStatusUpdate);
-}
-
-KelAccountsPrivate::~KelAccountsPrivate()
-{
-    abandonSetUp();
 }
 
 void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& consumerSecret,

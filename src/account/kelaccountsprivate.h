@@ -28,6 +28,7 @@ class SessionData;
 
 namespace KelAccount {
 
+class AccountSetUp;
 class KelAuthSessionInterface;
 class KelConfigure;
 class ProfileInfo;
@@ -178,11 +179,11 @@ private Q_SLOTS:
     void getCountryCode();
 
 private:
-    /// Which set-up of the device account is under way.
-    enum PendingConfigRequest { NoSetUp = 0, SignInSetUp = 1, RegistrationSetUp = 2 };
+    class Steps;
 
     void connectRestHandler();
     void connectSession();
+    void createSetUp();
 
     void deferError(ResponseType type, ErrorStatus error);
     void sendStatusResponse(ResponseType type, ErrorStatus status);
@@ -197,27 +198,16 @@ private:
     /// False, with the refusal posted, when no session can be had, or when this object came to its
     /// end while waiting for one: then nothing of it may be used.
     bool openSession(ResponseType type);
-    /// The same without posting anything.
-    bool createSession();
+    bool openSession(ResponseType type, quint32 credentialsId);
+    /// The same without posting anything; 0 stands for the device account's credentials.
+    bool createSession(quint32 credentialsId);
 
     bool isSetUpRefused(ResponseType type, bool argumentsAreGood);
-    void storeCredentials(ResponseType type, const QString& name, const QString& password,
-                          const char* failure);
-    /// As openSession(), and takes the set-up back when there is no session.
-    bool openSessionForSetUp();
+    // Steps of the set-up, which AccountSetUp takes.
     void signIn();
     void registerAccount();
     void processErrorDuringStoreCredentials();
     int configureAccountOnFramework(const SignOn::SessionData& data);
-    void finishSetUp(int error, const SignOn::SessionData& data);
-    void failToConfigureAccount();
-    void completeSetUp();
-    /// Takes the set-up back, and answers with the error when nothing is left of it.
-    void rollBackSetUp(int error);
-    /// At the end of this object: nobody is answered, but nothing is left behind either.
-    void abandonSetUp();
-    void endSetUp();
-    QVariantMap resultOf(const SignOn::SessionData& data) const;
 
     void updateRegisterInfoData(const RegistrationInfo& info,
                                 KelRestHandler::RegistrationInfoData* data) const;
@@ -234,10 +224,7 @@ private:
     KelConfigure* mKelConfigure = nullptr;                      // a child of this object
     KelAuthSessionInterface* mAuthSessionInterface = nullptr;   // a child of this object
     KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
-    quint32 mCredentialId = 0;
-    bool mConfigureOnDb = false;
-    QVariantMap mSetUpResult; // from signing in to the stored account
-    int mPendingConfigRequest = NoSetUp;
+    AccountSetUp* mSetUp = nullptr;                             // a child of this object
     int mInitialized = 0;
 
     // Requests under way that were handed out, by identifier.

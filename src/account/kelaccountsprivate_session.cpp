@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The operations through the sign-on session.
+#include "account/accountsetup.h"
 #include "account/kelaccountsprivate.h"
 #include "account/tostatus.h"
 #include "common/logging.h"
@@ -46,26 +47,31 @@ bool KelAccountsPrivate::isSessionRefused(ResponseType type)
         deferError(type, ErrorInitializationPending);
         return true;
     }
-    if (mPendingConfigRequest != NoSetUp) {
+    if (mSetUp->pending() != AccountSetUp::None) {
         deferError(type, ErrorAccountConfigurationInProgress);
         return true;
     }
     return false;
 }
 
-bool KelAccountsPrivate::createSession()
+bool KelAccountsPrivate::createSession(quint32 credentialsId)
 {
     const QPointer<KelAccountsPrivate> alive(this);
     const bool open = mAuthSessionInterface->createAuthSession(
-        mConsumerKey, mConsumerSecret, mZorService, mServerIndex, mCredentialId);
+        mConsumerKey, mConsumerSecret, mZorService, mServerIndex, credentialsId);
     // Waiting for the plugin runs the event loop, and an application may do anything there.
     return alive && open;
 }
 
 bool KelAccountsPrivate::openSession(ResponseType type)
 {
+    return openSession(type, mSetUp->sessionCredentials());
+}
+
+bool KelAccountsPrivate::openSession(ResponseType type, quint32 credentialsId)
+{
     const QPointer<KelAccountsPrivate> alive(this);
-    const bool open = createSession();
+    const bool open = createSession(credentialsId);
     if (alive && !open)
         deferError(type, ErrorFailedToEstablishZorAuthSession);
     return open;
@@ -112,12 +118,14 @@ void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 {
     if (isSessionRefused(ResponseEnsureTokenAvailable))
         return;
-    if (credentialsId != 0 &&
-        credentialsId != mAuthSessionInterface->retrieveActiveAccountCredId()) {
+    if (credentialsId == 0)
+        credentialsId = mSetUp->sessionCredentials();
+    else if (!mSetUp->hasReturned(credentialsId) &&
+             credentialsId != mAuthSessionInterface->retrieveActiveAccountCredId()) {
         deferError(ResponseEnsureTokenAvailable, ErrorInvalidParameter);
         return;
     }
-    if (openSession(ResponseEnsureTokenAvailable))
+    if (openSession(ResponseEnsureTokenAvailable, credentialsId))
         mAuthSessionInterface->ensureToken();
 }
 

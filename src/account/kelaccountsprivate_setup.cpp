@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Setting the device account up: store the credentials, open a session on them, sign in or register
-// through the plugin, create the account. A step that fails takes the ones before it back.
+// Setting the device account up: what AccountSetUp has this object do, and what it is told.
+#include "account/accountsetup.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/registrationconversion.h"
 #include "account/tostatus.h"
@@ -12,10 +12,6 @@
 #include <SignOn/SessionData>
 
 #include <kelaccount/registrationinfo.h>
-
-#include <QPointer>
-
-#include <utility>
 
 using namespace KelRestHandler;
 
@@ -36,12 +32,66 @@ bool isComplete(const RegistrationInfo& info)
     return reachable && !signInName(info).isEmpty() && !info.password().isEmpty();
 }
 
-QVariant valueOf(const SignOn::SessionData& data, const char* key)
+} // namespace
+
+class KelAccountsPrivate::Steps : public SetUpSteps
 {
-    return data.getProperty(QString::fromLatin1(key));
+public:
+    explicit Steps(KelAccountsPrivate& d) : m(d) {}
+
+    bool store(const QString& name, const QString& password) override
+    {
+        return m.mKelConfigure->storeUserCredentials(name, password) == 0;
+    }
+    bool openSession(quint32 credentialsId) override { return m.createSession(credentialsId); }
+    void askPlugin(int kind) override
+    {
+        kind == AccountSetUp::SignIn ? m.signIn() : m.registerAccount();
+    }
+    bool hasAccount() override { return m.mKelConfigure->isKelAccountPresent(); }
+    bool createAccount(const SignOn::SessionData& data) override
+    {
+        return m.configureAccountOnFramework(data) == 0;
+    }
+    void reportDevice() override
+    {
+        if (DeviceInfoUtil().simStatus())
+            m.mAuthSessionInterface->updateDeviceInfo();
+    }
+    void takeBack(quint32 credentialsId, const std::function<void()>& next) override
+    {
+        if (next)
+            m.mAuthSessionInterface->destroyActiveAuthSession();
+        else // The daemon would store them anew with an answer that comes when they are gone.
+            m.mAuthSessionInterface->cancelActiveRequest();
+        m.mKelConfigure->removeIdentity(credentialsId, next);
+    }
+    void answer(int kind, int status, const QVariantMap& result, bool later) override
+    {
+        m.mRegistrationInfoData = {}; // its password is not kept longer than it is needed
+        const bool signIn = kind == AccountSetUp::SignIn;
+        if (later)
+            m.deferError(signIn ? ResponseSignInAndConfigure : ResponseRegisterAccount,
+                         toStatus(status));
+        else if (signIn)
+            Q_EMIT m.signInAndConfigureResponse(toStatus(status), result);
+        else
+            Q_EMIT m.registerAccountResponse(toStatus(status), result);
+    }
+
+private:
+    KelAccountsPrivate& m;
+};
+
+void KelAccountsPrivate::createSetUp()
+{
+    mSetUp = new AccountSetUp(std::make_unique<Steps>(*this), this);
 }
 
-} // namespace
+KelAccountsPrivate::~KelAccountsPrivate()
+{
+    mSetUp->handle(SetUp::Event::Abandoned);
+}
 
 bool KelAccountsPrivate::isSetUpRefused(ResponseType type, bool argumentsAreGood)
 {
@@ -61,24 +111,17 @@ bool KelAccountsPrivate::isSetUpRefused(ResponseType type, bool argumentsAreGood
 void KelAccountsPrivate::signInAndConfigure(const QString& userName, const QString& password,
                                             bool configureOnDb)
 {
-    if (isSetUpRefused(ResponseSignInAndConfigure, !userName.isEmpty() && !password.isEmpty()))
-        return;
-    mConfigureOnDb = configureOnDb;
-    mPendingConfigRequest = SignInSetUp;
-    storeCredentials(ResponseSignInAndConfigure, userName, password,
-                     "Failed to store credentials during signInAndConfigure");
+    if (!isSetUpRefused(ResponseSignInAndConfigure, !userName.isEmpty() && !password.isEmpty()))
+        mSetUp->begin(AccountSetUp::SignIn, userName, password, configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool configureOnDb)
 {
     if (isSetUpRefused(ResponseRegisterAccount, isComplete(info)))
         return;
-    mConfigureOnDb = configureOnDb;
-    mPendingConfigRequest = RegistrationSetUp;
     mObcMgrWrapper.loadServiceTag(mServiceTag, ServiceTagOperation::registration);
     updateRegisterInfoData(info, &mRegistrationInfoData);
-    storeCredentials(ResponseRegisterAccount, signInName(info), info.password(),
-                     "Failed to store credentials during registration");
+    mSetUp->begin(AccountSetUp::Registration, signInName(info), info.password(), configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(QObject* info, bool configureOnDb)
@@ -95,178 +138,55 @@ void KelAccountsPrivate::updateRegisterInfoData(const RegistrationInfo& info,
     *data = toRegistrationInfoData(info, mCaptchaId, mServiceTag);
 }
 
-void KelAccountsPrivate::storeCredentials(ResponseType type, const QString& name,
-                                          const QString& password, const char* failure)
-{
-    mCredentialId = 0; // of a set-up before, whose account is gone
-    if (mKelConfigure->storeUserCredentials(name, password) == 0)
-        return;
-    qCCritical(logAccount, "%s", failure);
-    endSetUp();
-    deferError(type, ErrorStoreCredentialsFailed);
-}
-
 void KelAccountsPrivate::processCredentialStoringStatusUpdate(bool stored, quint32 credentialId)
 {
-    if (!stored) {
-        qCCritical(logAccount, "processCredentialStoringStatusUpdate: Failed to store credentials");
-        processErrorDuringStoreCredentials();
+    if (stored) {
+        mSetUp->stored(credentialId);
         return;
     }
-    mCredentialId = credentialId;
-    switch (mPendingConfigRequest) {
-    case SignInSetUp:
-        signIn();
-        return;
-    case RegistrationSetUp:
-        registerAccount();
-        return;
-    default:
-        qCCritical(logAccount, "Error... Unknown request type");
-    }
+    qCCritical(logAccount, "processCredentialStoringStatusUpdate: Failed to store credentials");
+    processErrorDuringStoreCredentials();
 }
 
 void KelAccountsPrivate::processErrorDuringStoreCredentials()
 {
-    const QPointer<KelAccountsPrivate> alive(this);
-    switch (mPendingConfigRequest) {
-    case SignInSetUp:
-        Q_EMIT signInAndConfigureResponse(ErrorStoreCredentialsFailed, QVariantMap());
-        break;
-    case RegistrationSetUp:
-        Q_EMIT registerAccountResponse(ErrorStoreCredentialsFailed, QVariantMap());
-        break;
-    default:
-        qCCritical(logAccount, "Error... Unknown request type");
-    }
-    if (alive)
-        endSetUp();
-}
-
-bool KelAccountsPrivate::openSessionForSetUp()
-{
-    const QPointer<KelAccountsPrivate> alive(this);
-    const bool open = createSession();
-    if (alive && !open)
-        rollBackSetUp(ErrorFailedToEstablishZorAuthSession);
-    return open;
+    mSetUp->handle(SetUp::Event::NotStored);
 }
 
 void KelAccountsPrivate::signIn()
 {
-    if (openSessionForSetUp())
-        mAuthSessionInterface->signIn();
+    mAuthSessionInterface->signIn();
 }
 
 void KelAccountsPrivate::registerAccount()
 {
-    if (openSessionForSetUp())
-        mAuthSessionInterface->registerAccount(&mRegistrationInfoData);
+    mAuthSessionInterface->registerAccount(&mRegistrationInfoData);
 }
 
 void KelAccountsPrivate::processSignInCompleted(int error, const SignOn::SessionData& data)
 {
-    finishSetUp(error, data);
+    error == ErrorNone ? mSetUp->succeeded(data) : mSetUp->handle(SetUp::Event::Failed, error);
 }
 
 void KelAccountsPrivate::processregisterAccountResponse(int error, const SignOn::SessionData& data)
 {
-    finishSetUp(error, data);
-}
-
-void KelAccountsPrivate::finishSetUp(int error, const SignOn::SessionData& data)
-{
-    if (error != ErrorNone) {
-        rollBackSetUp(error);
-        return;
-    }
-    mSetUpResult = resultOf(data);
-    if (configureAccountOnFramework(data) != 0)
-        failToConfigureAccount();
-    else if (!mConfigureOnDb)
-        completeSetUp();
-    // Otherwise the accounts database still has to take the account.
+    processSignInCompleted(error, data);
 }
 
 void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
 {
-    if (stored)
-        completeSetUp();
-    else
-        failToConfigureAccount();
-}
-
-void KelAccountsPrivate::failToConfigureAccount()
-{
-    qCCritical(logAccount, "%s",
-               mPendingConfigRequest == SignInSetUp
-                   ? "Signin was successful.. but failed to configure the account on device"
-                   : "Registration was successful.. but failed to configure the account on device");
-    rollBackSetUp(ErrorFailedToConfigureAccount);
-}
-
-void KelAccountsPrivate::completeSetUp()
-{
-    if (DeviceInfoUtil().simStatus())
-        mAuthSessionInterface->updateDeviceInfo();
-    const QVariantMap result = mSetUpResult;
-    const auto answer = mPendingConfigRequest == SignInSetUp
-                            ? &KelAccountsPrivate::signInAndConfigureResponse
-                            : &KelAccountsPrivate::registerAccountResponse;
-    endSetUp();
-    Q_EMIT(this->*answer)(ErrorNone, result);
+    mSetUp->handle(stored ? SetUp::Event::AccountStored : SetUp::Event::AccountFailed,
+                   stored ? ErrorNone : ErrorFailedToConfigureAccount);
 }
 
 int KelAccountsPrivate::configureAccountOnFramework(const SignOn::SessionData& data)
 {
-    if (!mConfigureOnDb)
+    if (!mSetUp->wantsAccount())
         return 0;
-    QString name = valueOf(data, "UserId").toString();
+    QString name = data.getProperty(QStringLiteral("UserId")).toString();
     if (name.isEmpty())
-        name = valueOf(data, "LoginId").toString();
-    return mKelConfigure->configureAccount(name, mCredentialId);
-}
-
-QVariantMap KelAccountsPrivate::resultOf(const SignOn::SessionData& data) const
-{
-    return {
-        {QStringLiteral("IdentityId"), mCredentialId},
-        {QStringLiteral("AccountId"), valueOf(data, "KelAccountId")},
-        {QStringLiteral("LoginId"), valueOf(data, "LoginId")},
-        {QStringLiteral("UserId"), valueOf(data, "UserId")},
-        {QStringLiteral("EmailAddress"), valueOf(data, "EmailAddress")},
-    };
-}
-
-void KelAccountsPrivate::rollBackSetUp(int error)
-{
-    const auto type =
-        mPendingConfigRequest == SignInSetUp ? ResponseSignInAndConfigure : ResponseRegisterAccount;
-    mAuthSessionInterface->destroyActiveAuthSession();
-    // The next session is not to be opened on what is being removed. An application may end with
-    // the answer, so that comes last.
-    mKelConfigure->removeIdentity(std::exchange(mCredentialId, 0), [this, type, error] {
-        endSetUp();
-        sendErrorResponse(type, error);
-    });
-}
-
-void KelAccountsPrivate::abandonSetUp()
-{
-    // An account that the accounts database already has needs its credentials.
-    if (mPendingConfigRequest == NoSetUp || mCredentialId == 0 || !mSetUpResult.isEmpty())
-        return;
-    // The daemon would store them anew with an answer that comes when they are gone.
-    mAuthSessionInterface->cancelActiveRequest();
-    mKelConfigure->removeIdentity(mCredentialId);
-}
-
-void KelAccountsPrivate::endSetUp()
-{
-    mPendingConfigRequest = NoSetUp;
-    mSetUpResult.clear();
-    // The password is not kept longer than it is needed.
-    mRegistrationInfoData = RegistrationInfoData();
+        name = data.getProperty(QStringLiteral("LoginId")).toString();
+    return mKelConfigure->configureAccount(name, mSetUp->credentialsId());
 }
 
 } // namespace KelAccount

@@ -114,6 +114,13 @@ void FacadeRecorder::record(int signal, void** arguments)
         mOnLine();
     if (afterwards)
         afterwards(name);
+    if (mModalMs <= 0)
+        return;
+    QEventLoop box;
+    QTimer::singleShot(mModalMs, &box, &QEventLoop::quit);
+    ++mInSlots;
+    box.exec();
+    --mInSlots;
 }
 
 } // namespace KelTest

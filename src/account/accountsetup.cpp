@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "account/accountsetup.h"
+
+#include "common/logging.h"
+
+#include <kelaccount/errorstatus.h>
+
+#include <QPointer>
+
+#include <utility>
+
+namespace KelAccount {
+
+using SetUp::Action;
+using SetUp::Event;
+using SetUp::State;
+
+namespace {
+
+constexpr int reservationTimeoutMs = 30000;
+constexpr int retryMs = 50;
+
+bool holdsAccounts(State state)
+{
+    return state == State::Reserving || state == State::Creating;
+}
+
+} // namespace
+
+AccountSetUp::AccountSetUp(std::unique_ptr<SetUpSteps> steps, QObject* parent)
+    : QObject(parent), mSteps(std::move(steps)), mReservationGuard(this), mRetry(this)
+{
+    mReservationGuard.setSingleShot(true);
+    mReservationGuard.setInterval(reservationTimeoutMs);
+    connect(&mReservationGuard, &QTimer::timeout, this, [this] {
+        qCCritical(logAccount, "Another set-up has kept the accounts for too long");
+        handle(Event::GivenUp, ErrorFailedToConfigureAccount);
+    });
+    mRetry.setSingleShot(true);
+    mRetry.setInterval(retryMs);
+    connect(&mRetry, &QTimer::timeout, this, [this] { handle(Event::Retried); });
+}
+
+void AccountSetUp::begin(Kind kind, const QString& name, const QString& password, bool wantsAccount)
+{
+    if (mState != State::Idle)
+        return;
+    mKind = kind;
+    mName = name;
+    mPassword = password;
+    mWantsAccount = wantsAccount;
+    handle(Event::Begun);
+}
+
+void AccountSetUp::stored(quint32 credentialsId)
+{
+    if (mState == State::Storing)
+        mCredentialsId = credentialsId;
+    handle(Event::Stored);
+}
+
+void AccountSetUp::succeeded(const SignOn::SessionData& data)
+{
+    if (mState == State::Asking)
+        mAnswer = data;
+    handle(Event::Succeeded);
+}
+
+quint32 AccountSetUp::sessionCredentials() const
+{
+    return mState == State::Idle ? mWithoutAccount : mCredentialsId;
+}
+
+void AccountSetUp::handle(Event event, int status)
+{
+    const SetUp::Transition transition = SetUp::transition(mState, event);
+    mState = transition.next;
+    if (mState != State::Reserving) {
+        mReservationGuard.stop();
+        mRetry.stop();
+    }
+    if (!holdsAccounts(mState))
+        mAccounts.release();
+    perform(transition.action, event, status);
+}
+
+/// This object may be gone when it returns.
+void AccountSetUp::perform(Action action, Event event, int status)
+{
+    switch (action) {
+    case Action::Missing:
+    case Action::Ignore:
+        return;
+    case Action::Complain:
+        qCCritical(logAccount, "Error... Unknown request type");
+        return;
+    case Action::Store:
+        if (!mSteps->store(std::exchange(mName, {}), std::exchange(mPassword, {})))
+            handle(Event::NotAsked);
+        return;
+    case Action::Refuse:
+        qCCritical(logAccount, "%s",
+                   mKind == SignIn ? "Failed to store credentials during signInAndConfigure"
+                                   : "Failed to store credentials during registration");
+        reply(ErrorStoreCredentialsFailed, {}, true);
+        return;
+    case Action::Announce:
+        announce();
+        return;
+    case Action::OpenSession:
+        openSession();
+        return;
+    case Action::AskPlugin:
+        mSteps->askPlugin(mKind);
+        return;
+    case Action::Reserve:
+        reserve();
+        return;
+    case Action::Wait:
+        if (!mReservationGuard.isActive())
+            mReservationGuard.start();
+        mRetry.start();
+        return;
+    case Action::Create:
+        create();
+        return;
+    case Action::Complete:
+        complete();
+        return;
+    case Action::TakeBack:
+        logTakingBack(event);
+        takeBack(status);
+        return;
+    case Action::Answer:
+        reply(mStatus);
+        return;
+    case Action::RemoveUnseen:
+        mSteps->takeBack(std::exchange(mCredentialsId, 0), nullptr);
+        return;
+    }
+}
+
+void AccountSetUp::announce()
+{
+    const QPointer<AccountSetUp> alive(this);
+    reply(ErrorStoreCredentialsFailed);
+    if (alive)
+        handle(Event::Announced);
+}
+
+void AccountSetUp::openSession()
+{
+    const QPointer<AccountSetUp> alive(this);
+    const bool open = mSteps->openSession(mCredentialsId);
+    if (alive)
+        handle(open ? Event::Opened : Event::NotOpened, ErrorFailedToEstablishZorAuthSession);
+}
+
+void AccountSetUp::reserve()
+{
+    if (!mWantsAccount) {
+        handle(Event::NotWanted);
+        return;
+    }
+    // A folder in which no lock can be made is one in which the database cannot be written either:
+    // what is wrong with it is the framework's to say.
+    if (mAccounts.tryTake() == AccountsLock::Busy)
+        handle(Event::Busy);
+    else if (mSteps->hasAccount())
+        handle(Event::Taken, ErrorAccountAlreadyPresent);
+    else
+        handle(Event::Free);
+}
+
+void AccountSetUp::create()
+{
+    if (!mSteps->createAccount(mAnswer))
+        handle(Event::AccountFailed, ErrorFailedToConfigureAccount);
+}
+
+void AccountSetUp::complete()
+{
+    mSteps->reportDevice();
+    const QVariantMap values = result();
+    mReturned.insert(mCredentialsId);
+    mWithoutAccount = mWantsAccount ? 0 : mCredentialsId;
+    reply(ErrorNone, values);
+}
+
+void AccountSetUp::logTakingBack(Event event) const
+{
+    if (event == Event::Taken)
+        qCCritical(logAccount, "Another set-up has made the account of the device meanwhile");
+    if (event != Event::GivenUp && event != Event::AccountFailed)
+        return;
+    qCCritical(logAccount, "%s",
+               mKind == SignIn
+                   ? "Signin was successful.. but failed to configure the account on device"
+                   : "Registration was successful.. but failed to configure the account on device");
+}
+
+void AccountSetUp::takeBack(int status)
+{
+    mStatus = status;
+    // The next session is not to be opened on what is being removed. An application may end with
+    // the answer, so that comes last.
+    mSteps->takeBack(std::exchange(mCredentialsId, 0), [this] { handle(Event::TakenBack); });
+}
+
+void AccountSetUp::reply(int status, const QVariantMap& values, bool later)
+{
+    mAnswer = SignOn::SessionData();
+    mCredentialsId = 0;
+    mSteps->answer(mKind, status, values, later);
+}
+
+QVariantMap AccountSetUp::result() const
+{
+    const auto value = [this](const char* key) {
+        return mAnswer.getProperty(QString::fromLatin1(key));
+    };
+    return {
+        {QStringLiteral("IdentityId"), mCredentialsId},
+        {QStringLiteral("AccountId"), value("KelAccountId")},
+        {QStringLiteral("LoginId"), value("LoginId")},
+        {QStringLiteral("UserId"), value("UserId")},
+        {QStringLiteral("EmailAddress"), value("EmailAddress")},
+    };
+}
+
+} // namespace KelAccount
