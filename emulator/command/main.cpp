@@ -3,6 +3,7 @@
 #include "emulator/command/inboxcommand.h"
 #include "emulator/command/options.h"
 #include "emulator/common/log.h"
+#include "emulator/common/standardstreams.h"
 
 #include <cstdio>
 #include <exception>
@@ -90,6 +91,7 @@ int run(int count, char** arguments)
 
 int main(int count, char** arguments)
 {
+    openMissingStandardStreams();
     try {
         return KelEmulator::run(count, arguments);
     } catch (const std::exception& exception) {

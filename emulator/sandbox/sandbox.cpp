@@ -54,6 +54,13 @@ bool acceptsConnections(const QString& socketPath)
     return accepted;
 }
 
+/// In an address, all but a few characters are written as their bytes' numbers.
+QString busAddress(const QString& socketPath)
+{
+    return QLatin1String("unix:path=") +
+           QLatin1String(QFile::encodeName(socketPath).toPercentEncoding("/", "~"));
+}
+
 /// Whether the process was started inside the session that lies in this folder.
 bool livesIn(const QString& processFolder, const QByteArray& marker)
 {
@@ -190,7 +197,7 @@ bool Sandbox::writeBusConfiguration()
             "<busconfig>\n"
             "  <type>session</type>\n"
             "  <keep_umask/>\n"
-            "  <listen>unix:path=%1</listen>\n"
+            "  <listen>%1</listen>\n"
             "  <auth>EXTERNAL</auth>\n"
             "  <servicedir>%2</servicedir>\n"
             "  <policy context=\"default\">\n"
@@ -199,7 +206,7 @@ bool Sandbox::writeBusConfiguration()
             "    <allow own=\"*\"/>\n"
             "  </policy>\n"
             "</busconfig>\n")
-            .arg(path(QStringLiteral("bus")).toHtmlEscaped(),
+            .arg(busAddress(path(QStringLiteral("bus"))),
                  path(QStringLiteral("bus-services")).toHtmlEscaped());
     QSaveFile file(path(QStringLiteral("bus.conf")));
     return (file.open(QIODevice::WriteOnly) && file.write(configuration.toUtf8()) >= 0 &&
@@ -239,8 +246,7 @@ QProcessEnvironment Sandbox::environment() const
         variables.insert(QLatin1String(entry.name), path(QLatin1String(entry.place)));
     // The system bus as well: the machine's own modem is no part of this session.
     for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
-        variables.insert(QLatin1String(name),
-                         QStringLiteral("unix:path=%1").arg(path(QStringLiteral("bus"))));
+        variables.insert(QLatin1String(name), busAddress(path(QStringLiteral("bus"))));
     variables.insert(QStringLiteral("SSO_LOGGING_OUTPUT"), QStringLiteral("stderr"));
     for (auto variable = mVariables.cbegin(); variable != mVariables.cend(); ++variable)
         variable.value().isNull() ? variables.remove(variable.key())

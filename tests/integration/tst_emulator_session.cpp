@@ -101,6 +101,9 @@ private Q_SLOTS:
     void serveTellsTheSession();
     void nothingStaysOfAKilledEmulator();
     void theTemporaryFolderIsLeftEmpty();
+    void theTemporaryFolderMayHaveAnyName();
+    void standardStreamsMayBeMissing_data();
+    void standardStreamsMayBeMissing();
 
 private:
     struct Run
@@ -110,7 +113,8 @@ private:
         QByteArray problems;
     };
     static QMap<QString, QString> read(const QByteArray& output);
-    static Run run(const QStringList& options, const QMap<QString, QString>& environment = {});
+    static Run run(const QStringList& options, const QMap<QString, QString>& environment = {},
+                   const QString& redirections = {});
 };
 
 QMap<QString, QString> TestEmulatorSession::read(const QByteArray& output)
@@ -123,7 +127,8 @@ QMap<QString, QString> TestEmulatorSession::read(const QByteArray& output)
 }
 
 TestEmulatorSession::Run TestEmulatorSession::run(const QStringList& options,
-                                                  const QMap<QString, QString>& variables)
+                                                  const QMap<QString, QString>& variables,
+                                                  const QString& redirections)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QLatin1String(taskVariable), QStringLiteral("look"));
@@ -131,9 +136,11 @@ TestEmulatorSession::Run TestEmulatorSession::run(const QStringList& options,
         environment.insert(variable.key(), variable.value());
     BoundProcess emulator;
     emulator.setProcessEnvironment(environment);
-    emulator.start(EmulatorProcess::program(),
-                   QStringList{QStringLiteral("run")} + options +
-                       QStringList{QStringLiteral("--"), QCoreApplication::applicationFilePath()});
+    emulator.start(
+        QStringLiteral("/bin/sh"),
+        QStringList{QStringLiteral("-c"), QLatin1String("exec \"$@\" ") + redirections,
+                    QStringLiteral("sh"), EmulatorProcess::program(), QStringLiteral("run")} +
+            options + QStringList{QStringLiteral("--"), QCoreApplication::applicationFilePath()});
     if (!emulator.waitForFinished() || emulator.exitStatus() != QProcess::NormalExit)
         return {};
     return {emulator.exitCode(), read(emulator.readAllStandardOutput()),
@@ -238,6 +245,34 @@ void TestEmulatorSession::theTemporaryFolderIsLeftEmpty()
     QCOMPARE(run({}, {{QStringLiteral("TMPDIR"), folder.path()}}).exitCode, 0);
     QCOMPARE(QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList());
+}
+
+void TestEmulatorSession::theTemporaryFolderMayHaveAnyName()
+{
+    // An address of the bus has characters that mean something.
+    QTemporaryDir folder(QDir::tempPath() + QString::fromUtf8("/käse, 100%; a=b & <c> XXXXXX"));
+    QVERIFY(folder.isValid());
+    const Run inside = run({}, {{QStringLiteral("TMPDIR"), folder.path()}});
+    QVERIFY2(inside.exitCode == 0, inside.problems.constData());
+    QCOMPARE(inside.problems, QByteArray());
+    QCOMPARE(inside.said.value(QStringLiteral("methods")), QStringLiteral("zorauth"));
+    QVERIFY(QDir(folder.path()).isEmpty());
+}
+
+void TestEmulatorSession::standardStreamsMayBeMissing_data()
+{
+    QTest::addColumn<QString>("redirections");
+    QTest::newRow("input") << QStringLiteral("<&-");
+    QTest::newRow("errors") << QStringLiteral("2>&-");
+    QTest::newRow("input and errors") << QStringLiteral("<&- 2>&-");
+}
+
+void TestEmulatorSession::standardStreamsMayBeMissing()
+{
+    QFETCH(QString, redirections);
+    const Run inside = run({}, {}, redirections);
+    QCOMPARE(inside.exitCode, 0);
+    QCOMPARE(inside.said.value(QStringLiteral("methods")), QStringLiteral("zorauth"));
 }
 
 int main(int argc, char** argv)

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+/// First thing in a program. The number of a standard stream that the program was started without
+/// goes to the first file or socket that it opens, and what is meant for the stream goes there.
+inline void openMissingStandardStreams()
+{
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF)
+            ::open("/dev/null", O_RDWR); // NOLINT: inherited, as a standard stream is
+    }
+}
