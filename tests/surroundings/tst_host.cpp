@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The life of an account in an application that has its own ideas of event loop, messages, children
+// and types. The library is there as applications load it, and the application is afterwards as it
+// was before.
+#include "integration/storyfixture.h"
+#include "support/sessionsandbox.h"
+#include "support/sqlitereader.h"
+#include "surroundings/hostprocess.h"
+#include "surroundings/polldispatcher.h"
+
+#include <kelaccount/profileinfo.h>
+
+#include <QAbstractEventDispatcher>
+#include <QGuiApplication>
+
+#include <cstdio>
+
+using KelAccount::RegistrationInfo;
+using namespace KelTest;
+
+namespace {
+
+enum class Loop { GLib, Unix, Own };
+Loop loopOfThisRun = Loop::GLib;
+
+} // namespace
+
+class TestHost : public StoryFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void theLoopIsTheApplications();
+    void theDeviceIsInACountry();
+    void anAccountIsRegistered();
+    void theProfileIsFetched();
+    void theSettingsTakeTheAccountOffTheDevice();
+    void theUserSignsIn();
+    void aSecondSetUpIsRefused();
+    void theApplicationIsAsItWas();
+
+private:
+    HostProcess mHost;
+};
+
+void TestHost::initTestCase()
+{
+    QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
+    // The test library has just put its own handler there.
+    QVERIFY(mHost.settle());
+    openFacade();
+    QCOMPARE(recorder().lines(), QStringList(text("initializeResponse(0)")));
+}
+
+void TestHost::cleanupTestCase()
+{
+    mHost.leave();
+    closeFacade();
+    QVERIFY(EmulatedService::waitForNetworkThreads());
+}
+
+void TestHost::theLoopIsTheApplications()
+{
+    const QByteArray name = QAbstractEventDispatcher::instance()->metaObject()->className();
+    switch (loopOfThisRun) {
+    case Loop::GLib:
+        QVERIFY2(name.contains("Glib"), name.constData());
+        break;
+    case Loop::Unix:
+        QVERIFY2(name.contains("UNIX") || name.contains("Unix"), name.constData());
+        break;
+    case Loop::Own:
+        QCOMPARE(name, QByteArray("KelTest::PollDispatcher"));
+        break;
+    }
+}
+
+void TestHost::theDeviceIsInACountry()
+{
+    QCOMPARE(answers([this] { facade().retrieveCountryCode(); }),
+             QStringList(text("retrieveCountryCodeResponse(0, 'FI')")));
+}
+
+void TestHost::anAccountIsRegistered()
+{
+    // Starts the tag server, a child of the library's own.
+    QVERIFY(facade().isCaptchaRequired());
+    RegistrationInfo info;
+    info.setUsername(text("maria"));
+    info.setEmailAddress(text("maria@mail.example"));
+    info.setPassword(text("Kärhö-Wäinö 1"));
+    info.setCaptchaText(solvedCaptcha());
+    info.setFirstName(text("Märiä"));
+    info.setDateOfBirth(QDate(1980, 2, 29));
+    const QStringList lines = answers([&] { facade().registerAccount(info, true); });
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.at(0).startsWith(text("registerAccountResponse(0, ")), qPrintable(lines.at(0)));
+    QCOMPARE(deviceAccounts().size(), 1);
+}
+
+void TestHost::theProfileIsFetched()
+{
+    KelAccount::ProfileInfo* profile = nullptr;
+    const auto connection = connect(
+        &facade(), &KelAccounts::downloadProfileResponse, this,
+        [&](KelAccount::ErrorStatus, KelAccount::ProfileInfo* fetched) { profile = fetched; });
+    QCOMPARE(answers([this] { facade().downloadProfile(); }),
+             QStringList(text("downloadProfileResponse(0, profile)")));
+    disconnect(connection);
+    QCOMPARE(profile->firstName(), text("Märiä"));
+    QCOMPARE(profile->dateOfBirth(), QDate(1980, 2, 29));
+}
+
+void TestHost::theSettingsTakeTheAccountOffTheDevice()
+{
+    const QList<QVariantList> accounts =
+        sqliteRows(qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db"),
+                   QStringLiteral("SELECT id FROM Accounts"));
+    QCOMPARE(accounts.size(), 1);
+    QCOMPARE(HostProcess::run({KELACCOUNT_SETTINGS_PROGRAM, "remove",
+                               accounts.at(0).at(0).toString().toLatin1()}),
+             0);
+    QCOMPARE(leftOnTheDevice(), QString());
+    QVERIFY(!facade().isKeLAccountConfigured());
+}
+
+void TestHost::theUserSignsIn()
+{
+    const QStringList lines = answers(
+        [this] { facade().signInAndConfigure(text("maria"), text("Kärhö-Wäinö 1"), true); });
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.at(0).startsWith(text("signInAndConfigureResponse(0, ")),
+             qPrintable(lines.at(0)));
+    QCOMPARE(deviceAccounts().size(), 1);
+    QVERIFY(facade().isKeLAccountConfigured());
+    QCOMPARE(answers([this] { facade().ensureTokenAvailable(0); }),
+             QStringList(text("ensureTokenAvailableResponse(0)")));
+}
+
+void TestHost::aSecondSetUpIsRefused()
+{
+    QCOMPARE(answers([this] { facade().signInAndConfigure(text("maria"), text("x"), true); }),
+             QStringList(text("signInAndConfigureResponse(803, {})")));
+}
+
+void TestHost::theApplicationIsAsItWas()
+{
+    closeFacade();
+    const QStringList changes = mHost.whatChanged();
+    QVERIFY2(changes.isEmpty(), qPrintable(changes.join(QLatin1Char('\n'))));
+}
+
+int main(int argc, char* argv[])
+{
+    const QByteArray loop = qgetenv("KELACCOUNT_TEST_LOOP");
+    if (loop == "unix") {
+        loopOfThisRun = Loop::Unix;
+        qputenv("QT_NO_GLIB", "1");
+    } else if (loop == "own") {
+        loopOfThisRun = Loop::Own;
+        QCoreApplication::setEventDispatcher(new PollDispatcher);
+    } else if (!loop.isEmpty()) {
+        std::fputs("KELACCOUNT_TEST_LOOP is unix, own or nothing\n", stderr);
+        return 2;
+    }
+    QGuiApplication application(argc, argv);
+    TestHost test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_host.moc"
