@@ -35,6 +35,34 @@ QProcessEnvironment changedEnvironment(const std::vector<EnvironmentChange>& cha
     return environment;
 }
 
+bool makePipe(Descriptor& reading, Descriptor& writing)
+{
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        return false;
+    reading = Descriptor(ends[0]);
+    writing = Descriptor(ends[1]);
+    return true;
+}
+
+/// What was said there by the end of the first line, of the output or of the time.
+std::string firstLine(const Descriptor& output, const QElapsedTimer& sinceStart)
+{
+    std::string line;
+    while (line.size() < longestLine) {
+        const auto left = static_cast<int>(startTimeoutMs - sinceStart.elapsed());
+        pollfd readable = {output.number(), POLLIN, 0};
+        const int ready = left > 0 ? ::poll(&readable, 1, left) : 0;
+        if (ready < 0 && errno == EINTR)
+            continue;
+        char character = 0;
+        if (ready <= 0 || ::read(output.number(), &character, 1) != 1 || character == '\n')
+            break;
+        line += character;
+    }
+    return line;
+}
+
 } // namespace
 
 Companion::Companion() : mProcess(std::make_unique<ChildProcess>())
@@ -57,43 +85,24 @@ std::unique_ptr<Companion> Companion::start(const std::string& name,
     for (const std::string& argument : arguments)
         words.append(fromLocal(argument));
     std::unique_ptr<Companion> companion(new Companion);
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) {
+    Descriptor output;
+    Descriptor errors;
+    if (!makePipe(companion->mOutput, output) || !makePipe(companion->mErrors, errors)) {
         problem = "cannot make a pipe to " + name;
         return nullptr;
     }
-    companion->mOutput = Descriptor(ends[0]);
-    // This side's goes with the block: the pipe has to end with the program.
-    const bool started = [&] {
-        const Descriptor writing(ends[1]);
-        return companion->mProcess->start(fromLocal(program), words, changedEnvironment(changes),
-                                          writing.number());
-    }();
-    const std::string line = started ? companion->firstLine() : std::string();
-    if (line == "ready")
-        return companion;
-    problem = line.empty() ? name + " does not come up" : line;
-    return nullptr;
-}
-
-/// What it said by the end of its first line, of its output or of its time.
-std::string Companion::firstLine() const
-{
-    std::string line;
+    const bool started = companion->mProcess->start(
+        fromLocal(program), words, changedEnvironment(changes), output.number(), errors.number());
+    // The pipes have to end with the program.
+    output.reset();
+    errors.reset();
     QElapsedTimer timer;
     timer.start();
-    while (line.size() < longestLine) {
-        const auto left = static_cast<int>(startTimeoutMs - timer.elapsed());
-        pollfd readable = {mOutput.number(), POLLIN, 0};
-        const int ready = left > 0 ? ::poll(&readable, 1, left) : 0;
-        if (ready < 0 && errno == EINTR)
-            continue;
-        char character = 0;
-        if (ready <= 0 || ::read(mOutput.number(), &character, 1) != 1 || character == '\n')
-            break;
-        line += character;
-    }
-    return line;
+    if (started && firstLine(companion->mOutput, timer) == "ready")
+        return companion;
+    const std::string line = started ? firstLine(companion->mErrors, timer) : std::string();
+    problem = line.empty() ? name + " does not come up" : line;
+    return nullptr;
 }
 
 } // namespace KelEmulator

@@ -27,9 +27,10 @@ public:
 
 private:
     Companion();
-    std::string firstLine() const;
 
-    Descriptor mOutput; // open as long as it runs: its later words must not end it
+    // Open as long as it runs: its later words must not end it.
+    Descriptor mOutput;
+    Descriptor mErrors; // apart: Qt has things to say there before the program has
     std::unique_ptr<ChildProcess> mProcess;
 };
 

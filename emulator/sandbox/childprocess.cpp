@@ -33,7 +33,7 @@ std::vector<char*> pointers(QByteArrayList& texts)
 
 /// The child's side. Only calls that are safe after a fork of a process with threads.
 [[noreturn]] void runChild(char* const* words, char* const* environment, pid_t parent, int input,
-                           int output)
+                           int output, int errors)
 {
     // The parent may have ended before it asked for that signal.
     if (::prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || ::getppid() != parent)
@@ -46,7 +46,7 @@ std::vector<char*> pointers(QByteArrayList& texts)
     ::signal(SIGPIPE, SIG_DFL);
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
-    ::dup2(output, STDERR_FILENO);
+    ::dup2(errors, STDERR_FILENO);
     ::execve(words[0], words, environment);
     ::_exit(1);
 }
@@ -59,7 +59,7 @@ ChildProcess::~ChildProcess()
 }
 
 bool ChildProcess::start(const QString& program, const QStringList& arguments,
-                         const QProcessEnvironment& environment, int output)
+                         const QProcessEnvironment& environment, int output, int errors)
 {
     QByteArrayList words = {QFile::encodeName(program)};
     for (const QString& argument : arguments)
@@ -75,7 +75,8 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments,
     const pid_t parent = ::getpid();
     const pid_t child = input < 0 ? -1 : ::fork();
     if (child == 0)
-        runChild(wordList.data(), entryList.data(), parent, input, output);
+        runChild(wordList.data(), entryList.data(), parent, input, output,
+                 errors < 0 ? output : errors);
     if (input >= 0)
         ::close(input);
     mId = child > 0 ? child : 0;

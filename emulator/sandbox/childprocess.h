@@ -22,10 +22,10 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess(); ///< stop()
 
-    /// Starts the program; what it says goes to the descriptor `output`. False when no process can
-    /// be made; a program that cannot be run ends at once.
+    /// Starts the program; what it says goes to the descriptor `output`, its errors to `errors` or
+    /// to the same. False when no process can be made; a program that cannot be run ends at once.
     bool start(const QString& program, const QStringList& arguments,
-               const QProcessEnvironment& environment, int output);
+               const QProcessEnvironment& environment, int output, int errors = -1);
 
     /// False once it has ended.
     bool isRunning();
