@@ -30,8 +30,15 @@ constexpr int endedWith = 42;
 QtMessageHandler previousHandler = nullptr;
 std::atomic<int> childrenEnded{0};
 
+QStringList& log()
+{
+    static QStringList lines;
+    return lines;
+}
+
 void takeMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
+    log().append(text);
     if (previousHandler)
         previousHandler(type, context, text);
 }
@@ -138,6 +145,11 @@ bool HostProcess::settle()
         return false;
     mState = state();
     return true;
+}
+
+QStringList HostProcess::messages()
+{
+    return log();
 }
 
 QStringList HostProcess::whatChanged() const

@@ -18,9 +18,10 @@ public:
 
     /// Installs the handlers and starts the children.
     bool settle();
-    /// What is not as it was when the application settled. The messages that came meanwhile have to
-    /// have passed its handler.
+    /// What is not as it was when the application settled.
     QStringList whatChanged() const;
+    /// What its message handler was given.
+    static QStringList messages();
     /// Takes the handlers away and ends the children.
     void leave();
 

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void theSettingsTakeTheAccountOffTheDevice();
     void theUserSignsIn();
     void aSecondSetUpIsRefused();
+    void itsHandlerGetsTheMessages();
     void theApplicationIsAsItWas();
 
 private:
@@ -143,6 +144,17 @@ void TestHost::aSecondSetUpIsRefused()
 {
     QCOMPARE(answers([this] { facade().signInAndConfigure(text("maria"), text("x"), true); }),
              QStringList(text("signInAndConfigureResponse(803, {})")));
+}
+
+void TestHost::itsHandlerGetsTheMessages()
+{
+    // There is no tag server on this device.
+    QCOMPARE(answers([this] { facade().isEmailIdAvailable(text("maria@mail.example")); }),
+             QStringList(text("isEmailIdAvailableResponse(516, false)")));
+    const QStringList messages = HostProcess::messages();
+    QVERIFY2(messages.contains(
+                 text("serviceTag should be present for Email Availability Check use case")),
+             qPrintable(messages.join(QLatin1Char('\n'))));
 }
 
 void TestHost::theApplicationIsAsItWas()
