@@ -54,7 +54,8 @@ bool kill()
         return false;
     QElapsedTimer timer;
     timer.start();
-    while (processId() != 0) {
+    // Somebody's call may have started the next one by then.
+    while (processId() == id) {
         if (timer.hasExpired(busTimeoutMs))
             return false;
         QTest::qSleep(2);
