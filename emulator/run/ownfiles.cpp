@@ -31,6 +31,12 @@ std::string findModule(const std::string& name)
     return built.empty() ? findBeside(KELACCOUNT_MODULES_INSTALLED + ('/' + name)) : built;
 }
 
+std::string findSignonPlugin(const std::string& name)
+{
+    const std::string built = findBeside(KELACCOUNT_MODULES_BUILT + ('/' + name));
+    return built.empty() ? findBeside(KELACCOUNT_SIGNON_PLUGINS_INSTALLED + ('/' + name)) : built;
+}
+
 std::string findSharedFile(const std::string& path)
 {
     return findBeside(KELACCOUNT_DATA_FOLDER + ('/' + path));

@@ -11,6 +11,8 @@ namespace KelEmulator {
 std::string findProgramBeside(const std::string& name);
 /// A module to be loaded.
 std::string findModule(const std::string& name);
+/// A plugin of the sign-on daemon.
+std::string findSignonPlugin(const std::string& name);
 /// A file that does not depend on the machine, by its path below the data folder.
 std::string findSharedFile(const std::string& path);
 

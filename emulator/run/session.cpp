@@ -21,7 +21,7 @@ QString fromLocal(const std::string& text)
 
 bool addFiles(Sandbox& sandbox, std::string& problem)
 {
-    const std::string plugin = findModule(pluginName);
+    const std::string plugin = findSignonPlugin(pluginName);
     const std::string provider = findSharedFile(std::string("accounts/providers/") + providerName);
     const std::string service = findSharedFile(std::string("accounts/services/") + serviceName);
     const struct
