@@ -2,11 +2,12 @@
 // How the plugin asks the service: signing, tokens, and what is sent again.
 #include "job.h"
 
+#include "common/wipe.h"
 #include "jobexchange.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace ZorAuth {
 
@@ -27,25 +28,30 @@ Job::Job(const QVariantMap& data, RESTRequestHandler& service, QObject* parent)
     : QObject(parent), mData(data), mService(service), mConsumerKey(text("ConsumerKey")),
       mConsumerSecret(text("ConsumerSecret")),
       mServer(data.value(QStringLiteral("ServerUrlValue")).toInt()),
-      mBaseAddress(serverBaseAddress(mServer)),
-      mSession(
-          StoredSession::fromMap(data.value(StoredSession::key(mServer, mConsumerKey)).toMap())),
-      mChangedPassword(ChangedPassword::fromMap(data.value(ChangedPassword::key()).toMap()))
+      mBaseAddress(serverBaseAddress(mServer))
 {
+    auto kept = Kept::fromData(data, mConsumerKey, consumer());
+    mIsForged = !kept;
+    mKept = std::move(kept).value_or(Kept());
+    mStored = mKept.toMap();
 }
 
-Job::~Job() = default;
-
-QVariantMap Job::changes() const
+// Whoever shares a text with another lets go of it first, so that the last one wipes it.
+Job::~Job()
 {
-    const QVariantMap own = {
-        {StoredSession::key(mServer, mConsumerKey), mSession.toMap()},
-        {ChangedPassword::key(), mChangedPassword.toMap()},
-    };
-    const bool isAsStored = std::all_of(own.keyBegin(), own.keyEnd(), [&](const QString& key) {
-        return mData.value(key).toMap() == own.value(key).toMap();
-    });
-    return isAsStored ? QVariantMap() : everythingToStore(own, mData);
+    KelAccount::wipe(mStored);
+    mKept.wipe();
+    KelAccount::wipe(mConsumerSecret);
+    KelAccount::wipe(mData);
+}
+
+QVariantMap Job::takeChanges()
+{
+    const QVariantMap now = mKept.toMap();
+    if (mIsForged || now == mStored)
+        return {};
+    mStored = now;
+    return mKept.toData();
 }
 
 QString Job::text(const char* key) const
@@ -53,14 +59,14 @@ QString Job::text(const char* key) const
     return mData.value(QLatin1String(key)).toString();
 }
 
-QString Job::secret() const
+QByteArray Job::consumer() const
 {
-    return mChangedPassword.secretFor(text("Secret"));
+    return consumerIdentity(mConsumerKey, mConsumerSecret, mBaseAddress);
 }
 
 QString Job::getToken(QString const& /*consumerKey*/)
 {
-    return mSession.token;
+    return mKept.session.token;
 }
 
 // The token takes part through the base string and the header; its secret never enters the key.
@@ -96,9 +102,9 @@ bool Job::resend(OAuthRequest& request)
 
 void Job::ensureToken(const Next& next)
 {
-    if (mSession.token.isEmpty())
+    if (mKept.session.token.isEmpty())
         createToken(next);
-    else if (mSession.hasExpired())
+    else if (mKept.session.hasExpired())
         renewToken(next);
     else
         next();
@@ -124,18 +130,28 @@ void Job::createToken(const Next& next)
 {
     if (text("UserName").isEmpty())
         return fail(ErrorAccountConfigurationIncomplete);
-    if (secret().isEmpty())
+    if (text("Secret").isEmpty())
         return fail(ErrorSignInPasswordEmpty);
+    // The password is the business of one server only, and before the first signing in nobody knows
+    // which. That is chosen by who has just typed it.
+    if (!mKept.server && !mMayChooseServer)
+        return fail(ErrorAccountConfigurationIncomplete);
+    signInWith(mKept.passwordFor(text("Secret")), next);
+}
+
+void Job::signInWith(const QString& password, const Next& next)
+{
     exchange<TokenCreationResponse>(
         &ServiceSignals::signInResponse,
-        [this](OAuthRequest** request) {
-            return mService.sendSignInRequest(*this, text("UserName"), secret(), mConsumerKey,
+        [&](OAuthRequest** request) {
+            return mService.sendSignInRequest(*this, text("UserName"), password, mConsumerKey,
                                               mBaseAddress, request);
         },
         [this, next](const TokenCreationResponse& reply) {
             if (!keepToken(reply))
                 return;
-            mSession.loginId = text("UserName");
+            mKept.accepted(mServer, text("Secret"));
+            mKept.session.loginId = text("UserName");
             next();
         });
 }
@@ -157,20 +173,21 @@ bool Job::keepToken(const TokenResponse& reply)
 // A refresh need not repeat whose token it is.
 void Job::keep(const TokenInfoData& token, const AccountInfoData& account, const QString& userName)
 {
+    mKept.session.bindTo(consumer());
     if (!token.token.isEmpty()) {
-        mSession.token = token.token;
-        mSession.tokenSecret = token.tokenSecret;
+        mKept.session.token = token.token;
+        mKept.session.tokenSecret = token.tokenSecret;
         // The time to live holds on any clock; the moment of expiry only on the service's.
-        mSession.validUntil =
+        mKept.session.validUntil =
             token.ttl > 0 ? QDateTime::currentDateTimeUtc().addSecs(token.ttl) : QDateTime();
     }
     const auto keepText = [](QString& kept, const QString& value) {
         if (!value.isEmpty())
             kept = value;
     };
-    keepText(mSession.accountId, account.accountId);
-    keepText(mSession.emailAddress, account.email);
-    keepText(mSession.userId, userName);
+    keepText(mKept.session.accountId, account.accountId);
+    keepText(mKept.session.emailAddress, account.email);
+    keepText(mKept.session.userId, userName);
 }
 
 } // namespace ZorAuth

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "storedsession.h"
+#include "kept.h"
 
 #include "rest/isignatureprovider.h"
 #include "rest/oauthrequest.h"
@@ -35,8 +35,9 @@ public:
     /// this returns.
     bool start(const QString& mechanism);
 
-    /// What the daemon is to keep from now on; empty when nothing changed.
-    QVariantMap changes() const;
+    /// What the daemon is to keep from now on; empty when nothing changed since this was last
+    /// called.
+    QVariantMap takeChanges();
 
 Q_SIGNALS:
     void succeeded(const QVariantMap& answer);
@@ -51,6 +52,9 @@ private:
     using Done = std::function<void(const Answer&)>;
     struct Mechanism;
     static const Mechanism table[];
+    enum class Wants;
+
+    int refusal(Wants wants) const;
 
     QString getToken(QString const& consumerKey) override;
     QString createSignature(QString const& consumerKey, QString const& baseString,
@@ -66,6 +70,7 @@ private:
     void downloadProfile();
     void updateSecurityQuestion();
     void changePassword();
+    void setNewPassword();
     void setUserId();
     void updateDeviceInfo();
     void signOut();
@@ -93,6 +98,7 @@ private:
     void ensureToken(const Next& next);
     void renewToken(const Next& next);
     void createToken(const Next& next);
+    void signInWith(const QString& password, const Next& next);
     bool keepToken(const KelRestHandler::TokenResponse& reply);
     void keep(const KelRestHandler::TokenInfoData& token,
               const KelRestHandler::AccountInfoData& account, const QString& userName);
@@ -103,7 +109,7 @@ private:
     void answerIfKnown(const char* key, const QString& value);
     QVariantMap identifiers() const;
     QString text(const char* key) const;
-    QString secret() const;
+    QByteArray consumer() const;
 
     QVariantMap mData;
     KelRestHandler::RESTRequestHandler& mService;
@@ -111,8 +117,10 @@ private:
     QString mConsumerSecret;
     int mServer;
     QString mBaseAddress;
-    StoredSession mSession;
-    ChangedPassword mChangedPassword;
+    bool mIsForged = false;
+    Kept mKept;
+    QVariantMap mStored; // as the daemon has it
+    bool mMayChooseServer = false;
     QMetaObject::Connection mAwaited;
 };
 

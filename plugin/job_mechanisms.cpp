@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What each mechanism does, in the order of docs/plugin.md.
+#include "common/wipe.h"
 #include "job.h"
 #include "jobexchange.h"
 #include "rest/records/datablock.h"
+#include "rest/serviceaddress.h"
+
+#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <iterator>
@@ -12,30 +16,38 @@ namespace ZorAuth {
 using namespace KelAccount;
 using namespace KelRestHandler;
 
+/// What a mechanism needs of what is kept.
+enum class Job::Wants {
+    Nothing,
+    Password, ///< or the token; signs in where there is none
+    Session,  ///< as it is
+};
+
 struct Job::Mechanism
 {
     const char* name;
+    Wants wants;
     void (Job::*run)();
 };
 
 const Job::Mechanism Job::table[] = {
-    {"initialise", &Job::initialise},
-    {"signIn", &Job::signIn},
-    {"token", &Job::tellToken},
-    {"privateMechanism_ensureToken", &Job::ensureTokenOnly},
-    {"privateMechanism_registerAccount", &Job::registerAccount},
-    {"privateMechanism_downloadProfile", &Job::downloadProfile},
-    {"privateMechanism_updateSecurityQuestion", &Job::updateSecurityQuestion},
-    {"privateMechanism_changepassword", &Job::changePassword},
-    {"setUserId", &Job::setUserId},
-    {"privateMechanism_updateDeviceInfo", &Job::updateDeviceInfo},
-    {"privateMechanism_signOut", &Job::signOut},
-    {"close", &Job::close},
-    {"userId", &Job::tellUserId},
-    {"loginIdentifier", &Job::tellLoginIdentifier},
-    {"kelAccountId", &Job::tellAccountId},
-    {"emailAddress", &Job::tellEmailAddress},
-    {"serverUTCTime", &Job::tellServerTime},
+    {"initialise", Wants::Nothing, &Job::initialise},
+    {"signIn", Wants::Password, &Job::signIn},
+    {"token", Wants::Session, &Job::tellToken},
+    {"privateMechanism_ensureToken", Wants::Password, &Job::ensureTokenOnly},
+    {"privateMechanism_registerAccount", Wants::Password, &Job::registerAccount},
+    {"privateMechanism_downloadProfile", Wants::Password, &Job::downloadProfile},
+    {"privateMechanism_updateSecurityQuestion", Wants::Password, &Job::updateSecurityQuestion},
+    {"privateMechanism_changepassword", Wants::Password, &Job::changePassword},
+    {"setUserId", Wants::Password, &Job::setUserId},
+    {"privateMechanism_updateDeviceInfo", Wants::Password, &Job::updateDeviceInfo},
+    {"privateMechanism_signOut", Wants::Session, &Job::signOut},
+    {"close", Wants::Nothing, &Job::close},
+    {"userId", Wants::Session, &Job::tellUserId},
+    {"loginIdentifier", Wants::Session, &Job::tellLoginIdentifier},
+    {"kelAccountId", Wants::Session, &Job::tellAccountId},
+    {"emailAddress", Wants::Session, &Job::tellEmailAddress},
+    {"serverUTCTime", Wants::Nothing, &Job::tellServerTime},
 };
 
 QStringList Job::mechanisms()
@@ -54,33 +66,52 @@ bool Job::start(const QString& name)
         });
     if (mechanism == std::end(table))
         return false;
-    // Nothing is kept in this process from one request to the next, so each one brings the keys.
-    if (mConsumerKey.isEmpty())
-        fail(ErrorConsumerKeyMissing);
-    else if (mConsumerSecret.isEmpty())
-        fail(ErrorConsumerSecretMissing);
+    const int status = refusal(mechanism->wants);
+    if (status != ErrorNone)
+        fail(status);
     else
         (this->*mechanism->run)();
     return true;
 }
 
+/// Why a client is not served at all.
+int Job::refusal(Wants wants) const
+{
+    if (mIsForged)
+        return ErrorUntrustedClient;
+    // Nothing is kept in this process from one request to the next, so each one brings the keys.
+    if (mConsumerKey.isEmpty())
+        return ErrorConsumerKeyMissing;
+    if (mConsumerSecret.isEmpty())
+        return ErrorConsumerSecretMissing;
+    if (wants == Wants::Nothing)
+        return ErrorNone;
+    // By the address, as several numbers stand for the same server.
+    if (mKept.server && serverBaseAddress(*mKept.server) != mBaseAddress)
+        return ErrorAccountConfigurationIncomplete;
+    if (wants == Wants::Session && mKept.session.isOfOther())
+        return ErrorUntrustedClient;
+    return ErrorNone;
+}
+
+// There is nothing to prepare: the next request brings everything again.
 void Job::initialise()
 {
-    mSession.zorService = text("ZorService");
     answer();
 }
 
 void Job::signIn()
 {
+    mMayChooseServer = mData.value(QStringLiteral("ManualSignIn")).toBool();
     createToken([this] { answer(identifiers()); });
 }
 
 void Job::tellToken()
 {
-    const auto tell = [this] { answer({{QStringLiteral("Token"), mSession.token}}); };
-    if (mSession.token.isEmpty())
+    const auto tell = [this] { answer({{QStringLiteral("Token"), mKept.session.token}}); };
+    if (mKept.session.token.isEmpty())
         fail(ErrorTokenDoesnotExist);
-    else if (mSession.hasExpired())
+    else if (mKept.session.hasExpired())
         renewToken(tell);
     else
         tell();
@@ -99,6 +130,7 @@ void Job::registerAccount()
         !registration.captchaId.isEmpty() && !registration.captchaText.isEmpty();
     if (!captchaGiven && registration.serviceTag.isEmpty())
         return fail(ErrorServiceTagAndCaptchaMissing);
+    const QString password = registration.password;
     exchange<RegistrationResponse>(
         &ServiceSignals::accountRegistrationResponse,
         [&](OAuthRequest** request) {
@@ -106,13 +138,16 @@ void Job::registerAccount()
                                                        registration.serviceTag, mConsumerKey,
                                                        mBaseAddress, request);
         },
-        [this](const RegistrationResponse& reply) {
+        [this, password](const RegistrationResponse& reply) {
             if (reply.status != ErrorNone)
                 return fail(reply.status);
             if (reply.accountInfo.accountId.isEmpty())
                 return fail(ErrorProtocolFailure);
+            // Signing in again will take the identity's password, so it has to be the same.
+            if (password == text("Secret"))
+                mKept.accepted(mServer, password);
             keep(reply.tokenInfo, reply.accountInfo, reply.userName);
-            mSession.loginId = text("UserName");
+            mKept.session.loginId = text("UserName");
             answer(identifiers());
         });
 }
@@ -122,7 +157,7 @@ void Job::downloadProfile()
     exchangeWithToken<DownloadProfileResponse>(
         &ServiceSignals::downloadProfileResponse,
         [this](OAuthRequest** request) {
-            return mService.sendDownloadProfileRequest(*this, mSession.accountId, mConsumerKey,
+            return mService.sendDownloadProfileRequest(*this, mKept.session.accountId, mConsumerKey,
                                                        mBaseAddress, request);
         },
         [this](const DownloadProfileResponse& reply) {
@@ -154,30 +189,48 @@ void Job::updateSecurityQuestion()
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::updateSecurityQuestionResponse,
         [this, profile](OAuthRequest** request) {
-            return mService.sendUpdateSecurityQuestionRequest(*this, profile, mSession.accountId,
-                                                              mConsumerKey, mBaseAddress, request);
+            return mService.sendUpdateSecurityQuestionRequest(
+                *this, profile, mKept.session.accountId, mConsumerKey, mBaseAddress, request);
         },
         [this](const RESTResponseBase& reply) { answerStatus(reply.status); });
 }
 
 void Job::changePassword()
 {
-    const QString newPassword = text("NewPassword");
-    if (secret().isEmpty())
+    if (text("Secret").isEmpty())
         return fail(ErrorSignInPasswordEmpty);
-    if (text("OldPassword") != secret())
+    QByteArray told = text("OldPassword").toUtf8();
+    QByteArray known = mKept.passwordFor(text("Secret")).toUtf8();
+    const bool isRight =
+        told.size() == known.size() &&
+        CRYPTO_memcmp(told.constData(), known.constData(), size_t(told.size())) == 0;
+    wipe(told);
+    wipe(known);
+    if (!isRight)
         return fail(ErrorOldPasswordMismatch);
+    const auto goOn = [this] { setNewPassword(); };
+    // A client may hand in a secret of its own beside the token that the identity's one got: then
+    // the service has to be asked.
+    if (mKept.hasAccepted(text("Secret")))
+        goOn();
+    else
+        createToken(goOn);
+}
+
+void Job::setNewPassword()
+{
+    const QString newPassword = text("NewPassword");
     if (newPassword.isEmpty())
         return fail(ErrorInvalidParameter);
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::changePasswordResponse,
         [this, newPassword](OAuthRequest** request) {
-            return mService.sendChangePasswordRequest(*this, mSession.accountId, newPassword,
+            return mService.sendChangePasswordRequest(*this, mKept.session.accountId, newPassword,
                                                       mConsumerKey, mBaseAddress, request);
         },
         [this, newPassword](const RESTResponseBase& reply) {
             if (reply.status == ErrorNone)
-                mChangedPassword = {text("Secret"), newPassword};
+                mKept.changed(text("Secret"), newPassword);
             answerStatus(reply.status);
         });
 }
@@ -189,17 +242,17 @@ void Job::setUserId()
         return fail(ErrorInvalidParameter);
     // Asked after the token: getting one may be what tells that there is a name.
     ensureToken([this, newName] {
-        if (!mSession.userId.isEmpty())
+        if (!mKept.session.userId.isEmpty())
             return fail(ErrorUserNameAlreadySet);
         sendWithToken<DownloadProfileResponse>(
             &ServiceSignals::setUserIdResponse,
             [this, newName](OAuthRequest** request) {
-                return mService.sendSetUserNameRequest(*this, mSession.accountId, newName,
+                return mService.sendSetUserNameRequest(*this, mKept.session.accountId, newName,
                                                        mConsumerKey, mBaseAddress, request);
             },
             [this, newName](const DownloadProfileResponse& reply) {
                 if (reply.status == ErrorNone)
-                    mSession.userId = reply.userName.isEmpty() ? newName : reply.userName;
+                    mKept.session.userId = reply.userName.isEmpty() ? newName : reply.userName;
                 answerStatus(reply.status);
             });
     });
@@ -210,8 +263,8 @@ void Job::updateDeviceInfo()
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::updateDeviceInfoResponse,
         [this](OAuthRequest** request) {
-            return mService.sendUpdateDeviceInfoRequest(*this, mSession.accountId, mConsumerKey,
-                                                        mBaseAddress, request);
+            return mService.sendUpdateDeviceInfoRequest(*this, mKept.session.accountId,
+                                                        mConsumerKey, mBaseAddress, request);
         },
         [this](const RESTResponseBase& reply) { answerStatus(reply.status); });
 }
@@ -220,12 +273,10 @@ void Job::updateDeviceInfo()
 void Job::signOut()
 {
     const auto forget = [this] {
-        mSession.token.clear();
-        mSession.tokenSecret.clear();
-        mSession.validUntil = QDateTime();
+        mKept.session.forgetToken();
         answer();
     };
-    if (mSession.token.isEmpty())
+    if (mKept.session.token.isEmpty())
         return fail(ErrorTokenDoesnotExist);
     exchange<RESTResponseBase>(
         &ServiceSignals::tokenDeletionResponse,
@@ -248,22 +299,22 @@ void Job::close()
 
 void Job::tellUserId()
 {
-    answerIfKnown("UserId", mSession.userId);
+    answerIfKnown("UserId", mKept.session.userId);
 }
 
 void Job::tellLoginIdentifier()
 {
-    answerIfKnown("LoginId", mSession.loginId);
+    answerIfKnown("LoginId", mKept.session.loginId);
 }
 
 void Job::tellAccountId()
 {
-    answerIfKnown("KelAccountId", mSession.accountId);
+    answerIfKnown("KelAccountId", mKept.session.accountId);
 }
 
 void Job::tellEmailAddress()
 {
-    answerIfKnown("EmailAddress", mSession.emailAddress);
+    answerIfKnown("EmailAddress", mKept.session.emailAddress);
 }
 
 void Job::tellServerTime()
@@ -291,10 +342,10 @@ void Job::answerIfKnown(const char* key, const QString& value)
 QVariantMap Job::identifiers() const
 {
     QVariantMap map = {
-        {QStringLiteral("UserId"), mSession.userId},
-        {QStringLiteral("LoginId"), mSession.loginId},
-        {QStringLiteral("KelAccountId"), mSession.accountId},
-        {QStringLiteral("EmailAddress"), mSession.emailAddress},
+        {QStringLiteral("UserId"), mKept.session.userId},
+        {QStringLiteral("LoginId"), mKept.session.loginId},
+        {QStringLiteral("KelAccountId"), mKept.session.accountId},
+        {QStringLiteral("EmailAddress"), mKept.session.emailAddress},
     };
     // The daemon drops null values; a user without a name still has the key.
     for (QVariant& value : map) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "storedsession.h"
 
+#include "common/wipe.h"
+
 #include <QDataStream>
 
 namespace ZorAuth {
@@ -14,28 +16,23 @@ struct Field
 };
 
 constexpr Field fields[] = {
-    {"Token", &StoredSession::token},          {"TokenSecret", &StoredSession::tokenSecret},
-    {"UserId", &StoredSession::userId},        {"LoginId", &StoredSession::loginId},
-    {"AccountId", &StoredSession::accountId},  {"EmailAddress", &StoredSession::emailAddress},
-    {"ZorService", &StoredSession::zorService}};
+    {"Token", &StoredSession::token},         {"TokenSecret", &StoredSession::tokenSecret},
+    {"UserId", &StoredSession::userId},       {"LoginId", &StoredSession::loginId},
+    {"AccountId", &StoredSession::accountId}, {"EmailAddress", &StoredSession::emailAddress}};
 
-const auto keyPrefix = QLatin1String("Session ");
 const auto validUntilName = QLatin1String("ValidUntil");
-const auto oldSecretName = QLatin1String("Old");
-const auto newSecretName = QLatin1String("New");
+const auto consumerName = QLatin1String("Consumer");
 
-constexpr int mostBytes = 4095; // the daemon stores nothing at all beyond that
-// All that is stored goes to the plugin's process with each request, and the daemon loses requests
-// that are larger than 4 kB together with their own data.
-constexpr int mostBytesWithOthers = 2048;
-
-/// What an entry counts for the daemon.
-int storedSize(const QString& key, const QVariant& value)
+/// More than the daemon keeps.
+bool isTooLarge(const QVariantMap& map)
 {
+    constexpr int mostBytes = 4095;
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream << value;
-    return key.size() + bytes.size();
+    stream << map;
+    const bool is = bytes.size() > mostBytes;
+    KelAccount::wipe(bytes);
+    return is;
 }
 
 /// What is in the store may be damaged, or another version's: only a text is taken for one.
@@ -58,6 +55,14 @@ QDateTime timeIn(const QVariantMap& map, QLatin1String name)
 
 } // namespace
 
+QByteArray consumerIdentity(const QString& key, const QString& secret, const QString& server)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << key << secret << server;
+    return bytes;
+}
+
 bool StoredSession::hasExpired() const
 {
     return validUntil.isValid() && validUntil <= QDateTime::currentDateTimeUtc();
@@ -72,74 +77,50 @@ QVariantMap StoredSession::toMap() const
     }
     if (validUntil.isValid())
         map.insert(validUntilName, validUntil.toSecsSinceEpoch());
+    if (!map.isEmpty())
+        map.insert(consumerName, mConsumer.toMap());
     return map;
 }
 
-StoredSession StoredSession::fromMap(const QVariantMap& map)
+StoredSession StoredSession::fromMap(const QVariantMap& map, const QByteArray& consumer)
 {
     StoredSession session;
-    if (storedSize(QString(), map) > mostBytes)
+    const QVariant bound = map.value(consumerName);
+    session.mConsumer =
+        bound.userType() == QMetaType::QVariantMap ? Mark::fromMap(bound.toMap()) : Mark();
+    if (session.mConsumer.isEmpty() || isTooLarge(map))
+        return {};
+    if (!session.mConsumer.isOf(Mark::Of::Key, consumer)) {
+        session.mIsOfOther = true;
         return session;
+    }
     for (const Field& field : fields)
         session.*field.value = textIn(map, QLatin1String(field.name));
-    // Requests name the account besides the token; only signing in tells both.
-    if (session.accountId.isEmpty()) {
-        session.token.clear();
-        session.tokenSecret.clear();
-    }
     session.validUntil = timeIn(map, validUntilName);
+    // Requests name the account besides the token; only signing in tells both.
+    if (session.accountId.isEmpty())
+        session.forgetToken();
     return session;
 }
 
-QString StoredSession::key(int server, const QString& consumerKey)
+void StoredSession::bindTo(const QByteArray& consumer)
 {
-    return keyPrefix + QString::number(server) + QLatin1Char(' ') + consumerKey;
+    mIsOfOther = false;
+    if (!mConsumer.isOf(Mark::Of::Key, consumer))
+        mConsumer = Mark(Mark::Of::Key, consumer);
 }
 
-QString ChangedPassword::key()
+void StoredSession::forgetToken()
 {
-    return QStringLiteral("ChangedPassword");
+    KelAccount::wipe(token);
+    KelAccount::wipe(tokenSecret);
+    validUntil = QDateTime();
 }
 
-QVariantMap ChangedPassword::toMap() const
+void StoredSession::wipe()
 {
-    if (newSecret.isEmpty())
-        return {};
-    return {{oldSecretName, oldSecret}, {newSecretName, newSecret}};
-}
-
-ChangedPassword ChangedPassword::fromMap(const QVariantMap& map)
-{
-    const ChangedPassword changed{textIn(map, oldSecretName), textIn(map, newSecretName)};
-    const bool isWhole = !changed.oldSecret.isEmpty() && !changed.newSecret.isEmpty();
-    return isWhole && storedSize(QString(), map) <= mostBytes ? changed : ChangedPassword();
-}
-
-QString ChangedPassword::secretFor(const QString& identitySecret) const
-{
-    return !newSecret.isEmpty() && oldSecret == identitySecret ? newSecret : identitySecret;
-}
-
-QVariantMap everythingToStore(const QVariantMap& own, const QVariantMap& data)
-{
-    QVariantMap everything;
-    int size = 0;
-    const auto add = [&](const QString& key, const QVariant& value, int most) {
-        const int more = storedSize(key, value);
-        if (everything.contains(key) || size + more > most)
-            return;
-        everything.insert(key, value);
-        size += more;
-    };
-    for (auto entry = own.cbegin(); entry != own.cend(); ++entry) {
-        if (!entry.value().toMap().isEmpty())
-            add(entry.key(), entry.value(), mostBytes);
-    }
-    for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
-        if (entry.key().startsWith(keyPrefix) && !own.contains(entry.key()))
-            add(entry.key(), entry.value(), mostBytesWithOthers);
-    }
-    return everything;
+    for (const Field& field : fields)
+        KelAccount::wipe(this->*field.value);
 }
 
 } // namespace ZorAuth

@@ -90,7 +90,7 @@ void ZorAuthPlugin::finishJob()
     // It is still emitting.
     Job* const ended = mJob.release();
     ended->deleteLater();
-    const QVariantMap changes = ended->changes();
+    const QVariantMap changes = ended->takeChanges();
     if (!changes.isEmpty())
         Q_EMIT store(SignOn::SessionData(changes));
 }

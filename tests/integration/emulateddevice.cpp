@@ -3,6 +3,7 @@
 
 #include "integration/emulatedservice.h"
 #include "support/sessionsandbox.h"
+#include "support/sqlitechange.h"
 #include "support/sqlitereader.h"
 
 #include <QDataStream>
@@ -84,6 +85,19 @@ QVariantMap EmulatedDevice::storedFor(int identity)
     for (const QVariantList& row : rows)
         map.insert(row.value(0).toString(), fromStore(row.value(1).toByteArray()));
     return map;
+}
+
+bool EmulatedDevice::changeStored(int identity, const QString& name, const QVariant& value)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << value;
+    return sqliteChange(
+        storeFile("signon-secrets.db"),
+        QStringLiteral("UPDATE STORE SET value = X'%1' WHERE identity_id = %2 AND key = '%3'")
+            .arg(QString::fromLatin1(bytes.toHex()))
+            .arg(identity)
+            .arg(name));
 }
 
 QList<pid_t> EmulatedDevice::pluginProcesses()

@@ -30,8 +30,8 @@ protected:
     static QString storeFile(const char* file);
     /// What the daemon keeps for an identity, by name.
     static QVariantMap storedFor(int identity);
-    /// The name of what is kept for this application and server.
-    static QString sessionKey() { return QStringLiteral("Session 2 demo-key"); }
+    /// Has the daemon keep this instead of what stands under that name.
+    static bool changeStored(int identity, const QString& name, const QVariant& value);
     /// What the daemon runs plugins in: one for each identity of which a session is open.
     static QList<pid_t> pluginProcesses();
     /// Kills them. False when there was none.

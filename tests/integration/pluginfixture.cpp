@@ -2,6 +2,7 @@
 #include "integration/pluginfixture.h"
 
 #include "configure/kelconfigure.h"
+#include "integration/keptdata.h"
 #include "rest/cryptographicutils.h"
 #include "rest/restrequesthandler.h"
 #include "rest/serviceaddress.h"
@@ -30,6 +31,12 @@ public:
         return KelRestHandler::TimeStampManager::getTimeStampManager()->timeStamp();
     }
 };
+
+/// The library says so of these two.
+bool typedNow(const QByteArray& mechanism)
+{
+    return mechanism == "signIn" || mechanism == "privateMechanism_registerAccount";
+}
 
 } // namespace
 
@@ -73,7 +80,31 @@ bool PluginFixture::openSession(const QString& user, const QString& secret)
     return true;
 }
 
+bool PluginFixture::openSignedOut(const QString& user, const QString& secret)
+{
+    const bool isOut = openSession(user, secret) && process("signIn").error == 0 &&
+                       process("privateMechanism_signOut").error == 0;
+    operations();
+    return isOut;
+}
+
 bool PluginFixture::storeSecret(const QString& secret)
+{
+    return changeIdentity([&](SignOn::IdentityInfo& record) { record.setSecret(secret); });
+}
+
+bool PluginFixture::signOutOfIdentity()
+{
+    bool isOut = false;
+    const auto done =
+        connect(mIdentity.get(), &SignOn::Identity::signedOut, this, [&] { isOut = true; });
+    mIdentity->signOut();
+    waitUntil([&] { return isOut; });
+    disconnect(done);
+    return isOut;
+}
+
+bool PluginFixture::changeIdentity(const std::function<void(SignOn::IdentityInfo&)>& change)
 {
     SignOn::IdentityInfo record;
     bool known = false;
@@ -87,7 +118,7 @@ bool PluginFixture::storeSecret(const QString& secret)
                                 [&](quint32) { isStored = true; });
     mIdentity->queryInfo();
     if (waitUntil([&] { return known; })) {
-        record.setSecret(secret);
+        change(record);
         mIdentity->storeCredentials(record);
         waitUntil([&] { return isStored; });
     }
@@ -100,7 +131,8 @@ void PluginFixture::send(const char* mechanism, const QVariantMap& data)
 {
     QVariantMap all = {{QStringLiteral("ConsumerKey"), key()},
                        {QStringLiteral("ConsumerSecret"), QStringLiteral("demo-secret")},
-                       {QStringLiteral("ServerUrlValue"), server}};
+                       {QStringLiteral("ServerUrlValue"), server},
+                       {QStringLiteral("ManualSignIn"), typedNow(mechanism)}};
     for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
         if (entry.value().isNull())
             all.remove(entry.key());
@@ -130,14 +162,20 @@ QVariantMap PluginFixture::stored() const
 
 QVariantMap PluginFixture::storedSession() const
 {
-    return stored().value(sessionKey()).toMap();
+    return KeptData::sessionIn(stored());
 }
 
-QVariantMap PluginFixture::expired() const
+bool PluginFixture::changeStoredSession(const QVariant& session)
+{
+    const QVariantMap changed = KeptData::withSession(stored(), session);
+    return changeStored(int(mIdentityId), changed.firstKey(), changed.first());
+}
+
+bool PluginFixture::expire()
 {
     QVariantMap past = storedSession();
     past.insert(QStringLiteral("ValidUntil"), QDateTime::currentSecsSinceEpoch() - 1);
-    return {{sessionKey(), past}};
+    return changeStoredSession(past);
 }
 
 bool PluginFixture::startPluginAgain()

@@ -7,11 +7,13 @@
 #include <SignOn/AuthSession>
 #include <SignOn/Error>
 #include <SignOn/Identity>
+#include <SignOn/IdentityInfo>
 #include <SignOn/SessionData>
 
 #include <QTest>
 #include <QVariantMap>
 
+#include <functional>
 #include <memory>
 
 /// The plugin as a client of the sign-on daemon meets it, inside the emulator: no class of this
@@ -36,10 +38,14 @@ protected:
 
     /// Stores an identity as the library does and opens a session on it.
     bool openSession(const QString& user, const QString& secret);
+    /// The same, signed in once and out again: it is known where, and there is no token.
+    bool openSignedOut(const QString& user, const QString& secret);
     /// Gives the session's identity another secret.
     bool storeSecret(const QString& secret);
-    /// Sends a request with the keys of every request, and `data` over them; a null value takes a
-    /// key out.
+    /// Has the daemon forget what plugins stored with it.
+    bool signOutOfIdentity();
+    /// Sends a request with the keys that the library sends with it, and `data` over them; a null
+    /// value takes a key out.
     void send(const char* mechanism, const QVariantMap& data = {});
     Outcome wait(int timeoutMs = 20000);
     Outcome process(const char* mechanism, const QVariantMap& data = {});
@@ -49,8 +55,10 @@ protected:
     QVariantMap stored() const;
     /// Of that, what belongs to this application and server.
     QVariantMap storedSession() const;
-    /// Data of a request in which the daemon's copy of the session lies before its end.
-    QVariantMap expired() const;
+    /// Puts something else in its place.
+    bool changeStoredSession(const QVariant& session);
+    /// Lets the end of the daemon's copy of the session have passed.
+    bool expire();
 
     /// The daemon loses the request with which it starts an ended plugin again.
     bool startPluginAgain();
@@ -58,6 +66,8 @@ protected:
     quint32 mIdentityId = 0;
 
 private:
+    bool changeIdentity(const std::function<void(SignOn::IdentityInfo&)>& change);
+
     std::unique_ptr<SignOn::Identity> mIdentity;
     SignOn::AuthSessionP mSession;
     Outcome mOutcome;

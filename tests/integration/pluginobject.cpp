@@ -8,6 +8,7 @@ QVariantMap PluginObject::request(const QVariantMap& more)
     QVariantMap data = {{QStringLiteral("ConsumerKey"), QStringLiteral("demo-key")},
                         {QStringLiteral("ConsumerSecret"), QStringLiteral("demo-secret")},
                         {QStringLiteral("ServerUrlValue"), 2},
+                        {QStringLiteral("ManualSignIn"), true},
                         {QStringLiteral("UserName"), QStringLiteral("alice")},
                         {QStringLiteral("Secret"), QStringLiteral("secret")}};
     for (auto entry = more.cbegin(); entry != more.cend(); ++entry)

@@ -18,7 +18,6 @@ class PluginObject : public QObject
 protected:
     /// What the daemon hands in for the emulator's account "alice", and `more` over it.
     static QVariantMap request(const QVariantMap& more = {});
-    static QString sessionKey() { return QStringLiteral("Session 2 demo-key"); }
 
     /// A new plugin, and nothing said or stored yet.
     void makePlugin();

@@ -35,6 +35,13 @@ QVariantMap registering(const RegistrationInfoData& registration)
             {QStringLiteral("ManualSignIn"), true}};
 }
 
+/// The same user with an identity of another device.
+struct AnotherDevice : PluginFixture
+{
+    using PluginFixture::openSignedOut;
+    using PluginFixture::process;
+};
+
 } // namespace
 
 class TestPluginAccount : public PluginUserFixture
@@ -83,7 +90,7 @@ bool TestPluginAccount::openNameless()
     const QString email = QStringLiteral("nameless%1@example.org").arg(mCount);
     mNumber =
         addAccount({{QStringLiteral("email"), email}, {QStringLiteral("password"), mPassword}});
-    return openSession(email, mPassword);
+    return openSignedOut(email, mPassword);
 }
 
 RegistrationInfoData TestPluginAccount::registration() const
@@ -199,7 +206,7 @@ void TestPluginAccount::theProfileIsTheServices()
                     {QStringLiteral("dateOfBirth"), QStringLiteral("1980-02-29")},
                     {QStringLiteral("gender"), QStringLiteral("female")}});
     QVERIFY(!number.isEmpty());
-    QVERIFY(openSession(user, mPassword));
+    QVERIFY(openSignedOut(user, mPassword));
     const Outcome outcome = process("privateMechanism_downloadProfile");
     QCOMPARE(outcome.error, 0);
     QCOMPARE(operations(), (QList<int>{1, 22}));
@@ -250,6 +257,7 @@ void TestPluginAccount::whatCannotBeRenewedIsGivenUp()
 
 void TestPluginAccount::theQuestionIsSet()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process("privateMechanism_updateSecurityQuestion",
                      question(QStringLiteral("2"), QString::fromUtf8("Hämeenlinna")))
                  .error,
@@ -273,6 +281,7 @@ void TestPluginAccount::aQuestionThatCannotBeReadIsNotSent()
 
 void TestPluginAccount::theServicesRefusalOfAQuestionIsPassedOn()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process("privateMechanism_updateSecurityQuestion",
                      question(QStringLiteral("no such question"), QStringLiteral("answer")))
                  .error,
@@ -283,6 +292,7 @@ void TestPluginAccount::theOldPasswordMustBeTheIdentitys()
 {
     const char* const mechanism = "privateMechanism_changepassword";
     const QString other = QStringLiteral("another one");
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process(mechanism).error, 614);
     QCOMPARE(process(mechanism, passwords(other, other)).error, 614);
     QCOMPARE(process(mechanism, passwords(mPassword, QString(QLatin1String("")))).error, 1001);
@@ -294,6 +304,7 @@ void TestPluginAccount::theOldPasswordMustBeTheIdentitys()
 
 void TestPluginAccount::afterAChangeTheNewPasswordIsUsed()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     const char* const mechanism = "privateMechanism_changepassword";
     const QString second = QString::fromUtf8("zweites Paßwort");
     const QString third = QStringLiteral("the third one");
@@ -320,6 +331,7 @@ void TestPluginAccount::afterAChangeTheNewPasswordIsUsed()
 
 void TestPluginAccount::anIdentityThatIsGivenAnotherSecretIsBelieved()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     const QString second = QStringLiteral("the second one");
     QCOMPARE(process("privateMechanism_changepassword", passwords(mPassword, second)).error, 0);
     QCOMPARE(process("signIn").error, 0);
@@ -331,6 +343,7 @@ void TestPluginAccount::anIdentityThatIsGivenAnotherSecretIsBelieved()
 
 void TestPluginAccount::theServicesRefusalOfAPasswordIsPassedOn()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process("privateMechanism_changepassword", passwords(mPassword, QStringLiteral("abc")))
                  .error,
              522);
@@ -339,6 +352,7 @@ void TestPluginAccount::theServicesRefusalOfAPasswordIsPassedOn()
 
 void TestPluginAccount::aUserNameIsGivenOnce()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process("setUserId", newName(QStringLiteral("other"))).error, 608);
     QVERIFY(openNameless());
     const QString name = QStringLiteral("given%1").arg(mCount);
@@ -356,9 +370,11 @@ void TestPluginAccount::aUserNameGivenElsewhereIsTheServicesRefusal()
 {
     QVERIFY(openNameless());
     QCOMPARE(process("signIn").error, 0);
-    QVariantMap elsewhere = newName(QStringLiteral("elsewhere%1").arg(mCount));
-    elsewhere.insert(QStringLiteral("ServerUrlValue"), 3);
-    QCOMPARE(process("setUserId", elsewhere).error, 0);
+    const QString email = QStringLiteral("nameless%1@example.org").arg(mCount);
+    AnotherDevice other;
+    QVERIFY(other.openSignedOut(email, mPassword));
+    QCOMPARE(other.process("setUserId", newName(QStringLiteral("elsewhere%1").arg(mCount))).error,
+             0);
     QCOMPARE(process("setUserId", newName(QStringLiteral("here%1").arg(mCount))).error, 526);
 }
 
@@ -372,6 +388,7 @@ void TestPluginAccount::theServicesRefusalOfAUserNameIsPassedOn()
 
 void TestPluginAccount::theDeviceIsTold()
 {
+    QVERIFY(openSignedOut(mUser, mPassword));
     QCOMPARE(process("privateMechanism_updateDeviceInfo").error, 0);
     QCOMPARE(operations(), (QList<int>{1, 26}));
 }

@@ -2,6 +2,7 @@
 // What the daemon kept being damaged, or written by another version of the plugin.
 #include "integration/emulateddevice.h"
 #include "integration/emulatedservice.h"
+#include "integration/keptdata.h"
 #include "integration/pluginobject.h"
 
 #include <QTest>
@@ -46,9 +47,12 @@ private Q_SLOTS:
     void whatAnotherVersionAddedIsNoHarm();
     void aSessionLargerThanTheDaemonTakesIsNone();
     void anEndThatHasPassedIsRenewed();
-    void aDamagedChangedPasswordIsNone_data();
-    void aDamagedChangedPasswordIsNone();
-    void withoutAPasswordADamagedChangedOneIsNotUsed();
+    void aDamagedNewPasswordIsNone_data();
+    void aDamagedNewPasswordIsNone();
+    void aNewPasswordIsNotUsedUnlessItsSecretIsKnown();
+    void aDamagedServerSendsNoPassword_data();
+    void aDamagedServerSendsNoPassword();
+    void whatAnEarlierVersionStoredIsNotCarriedAlong();
     void whatOnlyTellsSaysThatThereIsNothing_data();
     void whatOnlyTellsSaysThatThereIsNothing();
 
@@ -58,7 +62,8 @@ private:
     /// stored after it. What the service is asked for the first one.
     QList<int> repaired(const QVariant& session);
 
-    QVariantMap mGood; // a session as the plugin stores it
+    QVariantMap mKept; // as the plugin has it stored
+    QVariantMap mGood; // the session in it
 };
 
 void TestPluginDamage::initTestCase()
@@ -71,7 +76,8 @@ void TestPluginDamage::init()
     makePlugin();
     process("signIn", request());
     QVERIFY(waitForEnd());
-    mGood = mStored.value(sessionKey()).toMap();
+    mKept = mStored;
+    mGood = KeptData::sessionIn(mStored);
     for (const char* name : {"Token", "TokenSecret", "ValidUntil", "AccountId", "UserId"})
         QVERIFY2(mGood.contains(QLatin1String(name)), name);
     mEvents.clear();
@@ -93,7 +99,7 @@ QList<int> TestPluginDamage::repaired(const QVariant& session)
         process("privateMechanism_downloadProfile", request(stored));
         return waitForEnd() && mEvents.last() == QLatin1String("result");
     };
-    if (!download({{sessionKey(), session}}))
+    if (!download(KeptData::withSession(mKept, session)))
         return {};
     const QList<int> asked = Operations::operations();
     if (mStored.isEmpty())
@@ -130,7 +136,7 @@ void TestPluginDamage::aSessionWithOneDamagedValueStillWorks_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QList<int>>("expected");
     const QVariantMap map = {{QStringLiteral("Token"), QStringLiteral("a")}};
-    for (const char* name : {"Token", "AccountId"}) {
+    for (const char* name : {"Token", "AccountId", "Consumer"}) {
         const auto row = [name](const char* what, const QVariant& value) {
             QTest::addRow("%s: %s", name, what) << QByteArray(name) << value << signedInAnew;
         };
@@ -142,7 +148,7 @@ void TestPluginDamage::aSessionWithOneDamagedValueStillWorks_data()
         row("map", map);
         row("huge", hugeText());
     }
-    for (const char* name : {"TokenSecret", "UserId", "LoginId", "EmailAddress", "ZorService"}) {
+    for (const char* name : {"TokenSecret", "UserId", "LoginId", "EmailAddress"}) {
         const auto row = [name](const char* what, const QVariant& value) {
             QTest::addRow("%s: %s", name, what) << QByteArray(name) << value << usedAsItIs;
         };
@@ -191,7 +197,7 @@ void TestPluginDamage::aTokenThatIsNoneIsReplaced()
     const QList<int> asked = repaired(sessionWith("Token", token));
     QVERIFY(asked.size() >= signedInAnew.size());
     QCOMPARE(asked.mid(asked.size() - signedInAnew.size()), signedInAnew);
-    QVERIFY(mStored.value(sessionKey()).toMap().value(QStringLiteral("Token")) != token);
+    QVERIFY(KeptData::sessionIn(mStored).value(QStringLiteral("Token")) != token);
 }
 
 void TestPluginDamage::whatAnotherVersionAddedIsNoHarm()
@@ -207,12 +213,13 @@ void TestPluginDamage::aSessionLargerThanTheDaemonTakesIsNone()
     for (int i = 0; i < 1000; ++i)
         session.insert(QStringLiteral("Unknown %1").arg(i), i);
     QCOMPARE(repaired(session), signedInAnew);
-    QCOMPARE(mStored.keys(), QStringList{sessionKey()});
+    QVERIFY(!KeptData::sessionIn(mStored).contains(QStringLiteral("Unknown 0")));
 
     // As a value that would be carried along for ever.
-    QCOMPARE(repaired(sessionWith("ZorService", QString(daemonTakes, QLatin1Char('x')))),
+    QCOMPARE(repaired(sessionWith("LoginId", QString(daemonTakes, QLatin1Char('x')))),
              signedInAnew);
-    QCOMPARE(mStored.keys(), QStringList{sessionKey()});
+    QCOMPARE(KeptData::sessionIn(mStored).value(QStringLiteral("LoginId")),
+             QVariant(QStringLiteral("alice")));
 }
 
 void TestPluginDamage::anEndThatHasPassedIsRenewed()
@@ -220,38 +227,86 @@ void TestPluginDamage::anEndThatHasPassedIsRenewed()
     QCOMPARE(repaired(sessionWith("ValidUntil", qint64{1})), (QList<int>{2, 22}));
 }
 
-void TestPluginDamage::aDamagedChangedPasswordIsNone_data()
+void TestPluginDamage::aDamagedNewPasswordIsNone_data()
 {
     QTest::addColumn<QVariant>("changed");
-    const QString old = QStringLiteral("Old");
-    const QString now = QStringLiteral("New");
-    const QString secret = QStringLiteral("secret");
-    QTest::newRow("text") << QVariant(QStringLiteral("mistaken"));
-    QTest::newRow("list") << QVariant(QVariantList{secret, secret});
-    QTest::newRow("number for the new one") << QVariant(QVariantMap{{old, secret}, {now, 12345}});
-    QTest::newRow("bytes for the new one")
-        << QVariant(QVariantMap{{old, secret}, {now, QByteArray("mistaken")}});
-    QTest::newRow("only the old one") << QVariant(QVariantMap{{old, secret}});
-    QTest::newRow("only the new one") << QVariant(QVariantMap{{now, QStringLiteral("mistaken")}});
-    QTest::newRow("huge") << QVariant(QVariantMap{{old, secret}, {now, hugeText()}});
+    QTest::newRow("list") << QVariant(QVariantList{QStringLiteral("mistaken")});
+    QTest::newRow("number") << QVariant(12345);
+    QTest::newRow("bytes") << QVariant(QByteArray("mistaken"));
+    QTest::newRow("map") << QVariant(QVariantMap{{QStringLiteral("New"), QStringLiteral("a")}});
+    QTest::newRow("huge") << hugeText();
 }
 
-void TestPluginDamage::aDamagedChangedPasswordIsNone()
+void TestPluginDamage::aDamagedNewPasswordIsNone()
 {
     QFETCH(QVariant, changed);
-    process("signIn", request({{QStringLiteral("ChangedPassword"), changed}}));
+    process("signIn", request(KeptData::with(mKept, "NewPassword", changed)));
     QVERIFY(waitForEnd());
     QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
-    QCOMPARE(mStored.keys(), QStringList{sessionKey()});
+    QVERIFY(!KeptData::mapIn(mStored).contains(QStringLiteral("NewPassword")));
 }
 
-void TestPluginDamage::withoutAPasswordADamagedChangedOneIsNotUsed()
+void TestPluginDamage::aNewPasswordIsNotUsedUnlessItsSecretIsKnown()
 {
-    const QVariantMap changed = {{QStringLiteral("New"), QStringLiteral("secret")}};
-    process("signIn", request({{QStringLiteral("ChangedPassword"), changed},
-                               {QStringLiteral("Secret"), QString(QLatin1String(""))}}));
-    QCOMPARE(mEvents, QStringList{QStringLiteral("615")});
+    const QVariantMap kept = KeptData::with(mKept, "NewPassword", QStringLiteral("mistaken"));
+    for (const QVariant& mark : {QVariant(), QVariant(QStringLiteral("secret")), QVariant(1),
+                                 QVariant(QVariantMap{{QStringLiteral("Salt"), QByteArray()}})}) {
+        mEvents.clear();
+        process("signIn", request(KeptData::with(kept, "Secret", mark)));
+        QVERIFY(waitForEnd());
+        QCOMPARE(mEvents.last(), QStringLiteral("result"));
+    }
+    mEvents.clear();
+    process("signIn", request(kept));
+    QVERIFY(waitForEnd());
+    QCOMPARE(mEvents, QStringList{QStringLiteral("504")});
+}
+
+// Without it nobody can say where the password belongs: it stays here until the user types it
+// again.
+void TestPluginDamage::aDamagedServerSendsNoPassword_data()
+{
+    QTest::addColumn<QVariant>("server");
+    QTest::newRow("gone") << QVariant();
+    QTest::newRow("text") << QVariant(QStringLiteral("2"));
+    QTest::newRow("list") << QVariant(QVariantList{2});
+    QTest::newRow("fraction") << QVariant(2.0);
+}
+
+void TestPluginDamage::aDamagedServerSendsNoPassword()
+{
+    QFETCH(QVariant, server);
+    const QVariantMap kept = KeptData::withSession(KeptData::with(mKept, "Server", server), {});
+    QVariantMap data = request(kept);
+    data.insert(QStringLiteral("ManualSignIn"), false);
+    for (const char* mechanism : {"privateMechanism_ensureToken", "signIn"}) {
+        mEvents.clear();
+        process(mechanism, data);
+        QVERIFY(waitForEnd());
+        QCOMPARE(mEvents, QStringList{QStringLiteral("703")});
+    }
     QCOMPARE(Operations::operations(), QList<int>());
+    mEvents.clear();
+    process("signIn", request(kept));
+    QVERIFY(waitForEnd());
+    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
+    QCOMPARE(KeptData::mapIn(mStored).value(QStringLiteral("Server")), QVariant(2));
+}
+
+// In the clear, with the old password: it goes with the next store.
+void TestPluginDamage::whatAnEarlierVersionStoredIsNotCarriedAlong()
+{
+    QVariantMap data = request(mKept);
+    data.insert(QStringLiteral("Session 2 demo-key"),
+                QVariantMap{{QStringLiteral("Token"), QStringLiteral("a")},
+                            {QStringLiteral("AccountId"), QStringLiteral("1")}});
+    data.insert(QStringLiteral("ChangedPassword"),
+                QVariantMap{{QStringLiteral("Old"), QStringLiteral("secret")},
+                            {QStringLiteral("New"), QStringLiteral("mistaken")}});
+    process("signIn", data);
+    QVERIFY(waitForEnd());
+    QCOMPARE(mEvents.last(), QStringLiteral("result"));
+    QVERIFY(!KeptData::nameIn(mStored).isEmpty());
 }
 
 void TestPluginDamage::whatOnlyTellsSaysThatThereIsNothing_data()
@@ -270,7 +325,7 @@ void TestPluginDamage::whatOnlyTellsSaysThatThereIsNothing()
         session.insert(entry.key(), QVariantList{1});
     for (const QVariant& damaged : {QVariant(session), hugeText()}) {
         mEvents.clear();
-        process(mechanism.constData(), request({{sessionKey(), damaged}}));
+        process(mechanism.constData(), request(KeptData::withSession(mKept, damaged)));
         QVERIFY(!mEvents.isEmpty());
         QCOMPARE(mEvents.last(), QStringLiteral("604"));
     }

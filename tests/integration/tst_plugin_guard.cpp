@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The plugin with a service that hangs, over TLS, and a guard that is shorter than a device's.
 #include "integration/emulatedservice.h"
+#include "integration/keptdata.h"
 #include "integration/pluginobject.h"
 #include "rest/networkreplycontainer.h"
 #include "support/sessionsandbox.h"
@@ -94,10 +95,10 @@ void TestPluginGuard::aServiceThatHangsIsGivenUp()
     QFETCH(bool, isExpired);
     QVERIFY(signIn());
     const QVariantMap stored = mStored;
-    QVariantMap session = stored.value(sessionKey()).toMap();
+    QVariantMap session = KeptData::sessionIn(stored);
     if (isExpired)
         session.insert(QStringLiteral("ValidUntil"), qint64{1});
-    const QVariantMap data = request({{sessionKey(), session}});
+    const QVariantMap data = request(KeptData::withSession(stored, session));
 
     QVERIFY(EmulatedService::orderFaults("hang"));
     NetworkReplyContainer::setGuardMilliseconds(shortGuard);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What the plugin sends again, and when it gives up: with a service in this process that answers
 // each request as the test ordered it.
+#include "integration/keptdata.h"
 #include "integration/pluginobject.h"
+#include "plugin/storedsession.h"
 #include "rest/serviceaddress.h"
 #include "rest/timestampmanager.h"
 #include "support/scriptedserver.h"
@@ -165,10 +167,19 @@ void TestPluginRetries::order(const QList<Reaction>& reactions)
 void TestPluginRetries::askProfile()
 {
     mEvents.clear();
-    const QVariantMap session = {{QStringLiteral("Token"), QStringLiteral("first")},
-                                 {QStringLiteral("AccountId"), QStringLiteral("1000042")},
-                                 {QStringLiteral("LoginId"), QStringLiteral("alice")}};
-    process("privateMechanism_downloadProfile", request({{sessionKey(), session}}));
+    const QVariantMap session = {
+        {QStringLiteral("Token"), QStringLiteral("first")},
+        {QStringLiteral("AccountId"), QStringLiteral("1000042")},
+        {QStringLiteral("LoginId"), QStringLiteral("alice")},
+        {QStringLiteral("Consumer"),
+         ZorAuth::Mark(ZorAuth::Mark::Of::Key,
+                       ZorAuth::consumerIdentity(QStringLiteral("demo-key"),
+                                                 QStringLiteral("demo-secret"), scriptedBase))
+             .toMap()}};
+    const QVariantMap kept = {
+        {QStringLiteral("Server"), 2},
+        {QStringLiteral("Sessions"), QVariantMap{{QStringLiteral("demo-key"), session}}}};
+    process("privateMechanism_downloadProfile", request({{QStringLiteral("Kept first"), kept}}));
     QVERIFY(waitForEnd());
 }
 
@@ -191,7 +202,7 @@ QList<QByteArray> TestPluginRetries::tokens() const
 
 QVariant TestPluginRetries::storedToken() const
 {
-    return mStored.value(sessionKey()).toMap().value(QStringLiteral("Token"));
+    return KelTest::KeptData::sessionIn(mStored).value(QStringLiteral("Token"));
 }
 
 void TestPluginRetries::aRenewedTokenGoesOutWithTheSameRequest()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Secrets are planted wherever one can stand, and then searched for in everything that is written.
 // The story runs inside an emulator of its own, with every log turned on and all output caught.
+#include "integration/keptdata.h"
 #include "integration/loudrun.h"
 #include "integration/pluginfixture.h"
 #include "plugin/zorauthplugin.h"
@@ -106,7 +107,7 @@ int Story::requestHere(const char* mechanism, const QVariantMap& data)
     });
     mPlugin->process(SignOn::SessionData(all), QLatin1String(mechanism));
     KelTest::waitUntil([&] { return status >= 0; });
-    noteTokens(mKept.value(sessionKey()).toMap());
+    noteTokens(KeptData::sessionIn(mKept));
     return status;
 }
 
@@ -121,7 +122,9 @@ void Story::noteTokens(const QVariantMap& session)
 
 void Story::everyMechanism(const Request& send)
 {
-    QCOMPARE(send("signIn", {{QStringLiteral("Secret"), wrongPassword}}), 504);
+    QCOMPARE(send("signIn", {{QStringLiteral("Secret"), wrongPassword},
+                             {QStringLiteral("ManualSignIn"), true}}),
+             504);
     QCOMPARE(send("initialise", {}), 0);
     QCOMPARE(send("signIn", {{QStringLiteral("ManualSignIn"), true}}), 0);
     QCOMPARE(send("token", {}), 0);

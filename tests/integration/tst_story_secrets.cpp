@@ -2,6 +2,7 @@
 // The calling side of every set-up and operation with planted secrets: an application with the
 // facade and the client, every log of theirs and of Qt's turned on. Nothing of what they or the
 // daemon write may hold a secret, but for the daemon's own store.
+#include "integration/keptdata.h"
 #include "integration/loudrun.h"
 #include "integration/storyfixture.h"
 #include "support/secretsearch.h"
@@ -96,7 +97,7 @@ void Story::theSearchFindsEveryForm()
 /// The tokens are new with every sign-in.
 void Story::noteTokens()
 {
-    const QVariantMap session = storedFor(identityNumber()).value(sessionKey()).toMap();
+    const QVariantMap session = KelTest::KeptData::sessionIn(storedFor(identityNumber()));
     for (const char* name : {"Token", "TokenSecret"}) {
         const QString secret = session.value(QLatin1String(name)).toString();
         if (!secret.isEmpty() && !mSecrets.contains(secret))
