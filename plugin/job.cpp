@@ -24,11 +24,11 @@ bool isRefusal(int status)
 
 } // namespace
 
-Job::Job(const QVariantMap& data, RESTRequestHandler& service, QObject* parent)
+Job::Job(const QVariantMap& data, RESTRequestHandler& service, int& wrongPasswords, QObject* parent)
     : QObject(parent), mData(data), mService(service), mConsumerKey(text("ConsumerKey")),
       mConsumerSecret(text("ConsumerSecret")),
       mServer(data.value(QStringLiteral("ServerUrlValue")).toInt()),
-      mBaseAddress(serverBaseAddress(mServer))
+      mBaseAddress(serverBaseAddress(mServer)), mWrongPasswords(wrongPasswords)
 {
     auto kept = Kept::fromData(data, mConsumerKey, consumer());
     mIsForged = !kept;

@@ -25,8 +25,10 @@ class Job : public QObject, private KelRestHandler::ISignatureProvider
 
 public:
     /// `data` is what the daemon handed over: the client's keys, the identity's user name and
-    /// secret, and what the plugin had stored. `service` must outlive this.
-    Job(const QVariantMap& data, KelRestHandler::RESTRequestHandler& service, QObject* parent);
+    /// secret, and what the plugin had stored. `service` must outlive this, and so must
+    /// `wrongPasswords`, which counts them for this process: what is stored can be removed.
+    Job(const QVariantMap& data, KelRestHandler::RESTRequestHandler& service, int& wrongPasswords,
+        QObject* parent);
     ~Job() override;
 
     static QStringList mechanisms();
@@ -42,6 +44,7 @@ public:
 Q_SIGNALS:
     void succeeded(const QVariantMap& answer);
     void failed(int status); ///< a KelAccount::ErrorStatus
+    void changed();          ///< what the daemon is to keep, before the end
 
 private:
     using Send = std::function<int(KelRestHandler::OAuthRequest**)>;
@@ -70,6 +73,7 @@ private:
     void downloadProfile();
     void updateSecurityQuestion();
     void changePassword();
+    void compareOldPassword();
     void setNewPassword();
     void setUserId();
     void updateDeviceInfo();
@@ -120,6 +124,7 @@ private:
     bool mIsForged = false;
     Kept mKept;
     QVariantMap mStored; // as the daemon has it
+    int& mWrongPasswords;
     bool mMayChooseServer = false;
     QMetaObject::Connection mAwaited;
 };

@@ -3,10 +3,13 @@
 #include "common/wipe.h"
 #include "job.h"
 #include "jobexchange.h"
+#include "oldpasswords.h"
 #include "rest/records/datablock.h"
 #include "rest/serviceaddress.h"
 
 #include <openssl/crypto.h>
+
+#include <QTimer>
 
 #include <algorithm>
 #include <iterator>
@@ -195,10 +198,23 @@ void Job::updateSecurityQuestion()
         [this](const RESTResponseBase& reply) { answerStatus(reply.status); });
 }
 
+// Each attempt is counted before it is looked at, and from the fourth on it has to wait: no answer,
+// no cancelling and no end of this process tells a wrong password sooner.
 void Job::changePassword()
 {
     if (text("Secret").isEmpty())
         return fail(ErrorSignInPasswordEmpty);
+    const int before = std::max(mKept.wrongPasswords, mWrongPasswords);
+    mKept.wrongPasswords = mWrongPasswords = std::min(before, mostCounted) + 1;
+    const int delay = oldPasswordDelayMs(before);
+    if (delay == 0)
+        return compareOldPassword();
+    Q_EMIT changed();
+    QTimer::singleShot(delay, this, &Job::compareOldPassword);
+}
+
+void Job::compareOldPassword()
+{
     QByteArray told = text("OldPassword").toUtf8();
     QByteArray known = mKept.passwordFor(text("Secret")).toUtf8();
     const bool isRight =
@@ -208,7 +224,10 @@ void Job::changePassword()
     wipe(known);
     if (!isRight)
         return fail(ErrorOldPasswordMismatch);
-    const auto goOn = [this] { setNewPassword(); };
+    const auto goOn = [this] {
+        mKept.wrongPasswords = mWrongPasswords = 0;
+        setNewPassword();
+    };
     // A client may hand in a secret of its own beside the token that the identity's one got: then
     // the service has to be asked.
     if (mKept.hasAccepted(text("Secret")))

@@ -14,6 +14,7 @@ const auto namePrefix = QLatin1String("Kept ");
 const auto serverName = QLatin1String("Server");
 const auto secretName = QLatin1String("Secret");
 const auto newPasswordName = QLatin1String("NewPassword");
+const auto wrongPasswordsName = QLatin1String("WrongPasswords");
 const auto sessionsName = QLatin1String("Sessions");
 
 constexpr int mostBytes = 4000; // the daemon stores nothing at all beyond 4 kB
@@ -64,6 +65,7 @@ std::optional<Kept> Kept::fromData(const QVariantMap& data, const QString& consu
     const QVariant server = valueIn(map, serverName, QMetaType::Int);
     if (!server.isNull())
         kept.server = server.toInt();
+    kept.wrongPasswords = qMax(0, valueIn(map, wrongPasswordsName, QMetaType::Int).toInt());
     kept.mSessions = valueIn(map, sessionsName, QMetaType::QVariantMap).toMap();
     kept.session = StoredSession::fromMap(kept.mSessions.value(consumerKey).toMap(), consumer);
     kept.mSecret = Mark::fromMap(valueIn(map, secretName, QMetaType::QVariantMap).toMap());
@@ -82,6 +84,8 @@ QVariantMap Kept::toMap() const
         map.insert(secretName, mSecret.toMap());
     if (!mNewPassword.isEmpty())
         map.insert(newPasswordName, mNewPassword);
+    if (wrongPasswords > 0)
+        map.insert(wrongPasswordsName, wrongPasswords);
 
     QVariantMap sessions;
     int size = storedSize(sessionsName, sessions) + storedSize(newName(), map);

@@ -40,6 +40,7 @@ public:
     void wipe();
 
     std::optional<int> server; ///< where the user signed in
+    int wrongPasswords = 0;    ///< told since the last right one
     StoredSession session;     ///< of the consumer
 
 private:

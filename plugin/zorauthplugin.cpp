@@ -48,7 +48,8 @@ void ZorAuthPlugin::process(const SignOn::SessionData& data, const QString& mech
 {
     if (mJob)
         return reportError(ErrorAuthSessionBusy);
-    mJob = std::make_unique<Job>(data.toMap(), *mService, nullptr);
+    mJob = std::make_unique<Job>(data.toMap(), *mService, mWrongPasswords, nullptr);
+    connect(mJob.get(), &Job::changed, this, [this] { storeChanges(*mJob); });
     connect(mJob.get(), &Job::succeeded, this, [this](const QVariantMap& answer) {
         finishJob();
         Q_EMIT result(SignOn::SessionData(answer));
@@ -90,7 +91,12 @@ void ZorAuthPlugin::finishJob()
     // It is still emitting.
     Job* const ended = mJob.release();
     ended->deleteLater();
-    const QVariantMap changes = ended->takeChanges();
+    storeChanges(*ended);
+}
+
+void ZorAuthPlugin::storeChanges(Job& job)
+{
+    const QVariantMap changes = job.takeChanges();
     if (!changes.isEmpty())
         Q_EMIT store(SignOn::SessionData(changes));
 }

@@ -35,11 +35,13 @@ public:
 
 private:
     void finishJob();
+    void storeChanges(Job& job);
     void dropJob();
     void reportError(int code);
 
     std::unique_ptr<KelRestHandler::RESTRequestHandler> mService;
     std::unique_ptr<Job> mJob; // the request under way, or null
+    int mWrongPasswords = 0;   // of the identity that this process is for
 };
 
 } // namespace ZorAuth
