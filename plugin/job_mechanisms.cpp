@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What each mechanism does, in the order of docs/plugin.md.
+#include "access.h"
 #include "common/wipe.h"
 #include "job.h"
 #include "jobexchange.h"
 #include "oldpasswords.h"
 #include "rest/records/datablock.h"
 #include "rest/serviceaddress.h"
+
+#include <SignOn/sessiondata.h>
 
 #include <openssl/crypto.h>
 
@@ -80,7 +83,7 @@ bool Job::start(const QString& name)
 /// Why a client is not served at all.
 int Job::refusal(Wants wants) const
 {
-    if (mIsForged)
+    if (mIsForged || !isTrustedClient(mData.value(SSO_ACCESS_CONTROL_TOKENS)))
         return ErrorUntrustedClient;
     // Nothing is kept in this process from one request to the next, so each one brings the keys.
     if (mConsumerKey.isEmpty())

@@ -104,6 +104,11 @@ bool PluginFixture::signOutOfIdentity()
     return isOut;
 }
 
+bool PluginFixture::storeAccessControlList(const QStringList& list)
+{
+    return changeIdentity([&](SignOn::IdentityInfo& record) { record.setAccessControlList(list); });
+}
+
 bool PluginFixture::changeIdentity(const std::function<void(SignOn::IdentityInfo&)>& change)
 {
     SignOn::IdentityInfo record;

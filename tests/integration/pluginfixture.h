@@ -42,6 +42,8 @@ protected:
     bool openSignedOut(const QString& user, const QString& secret);
     /// Gives the session's identity another secret.
     bool storeSecret(const QString& secret);
+    /// And another list of those that may use it.
+    bool storeAccessControlList(const QStringList& list);
     /// Has the daemon forget what plugins stored with it.
     bool signOutOfIdentity();
     /// Sends a request with the keys that the library sends with it, and `data` over them; a null

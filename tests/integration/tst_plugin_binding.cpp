@@ -61,6 +61,10 @@ private Q_SLOTS:
     void beforeTheFirstSignInNoPasswordGoesOut();
     void aRegistrationWithAnotherPasswordChoosesNoServer();
     void aSecretOfTheClientsChangesNoPassword();
+    void strangersAreNotServed_data() { everyMechanism(); }
+    void strangersAreNotServed();
+    void clientsOfTheListAreServed_data();
+    void clientsOfTheListAreServed();
 
 private:
     void everyMechanism();
@@ -270,6 +274,44 @@ void TestPluginBinding::aSecretOfTheClientsChangesNoPassword()
                               {QStringLiteral("NewPassword"), QStringLiteral("mine too")}};
     QCOMPARE(said("privateMechanism_changepassword", more).last(), QStringLiteral("504"));
     QCOMPARE(mHome->asked(), (QList<QByteArray>{"POST tokens", "POST tokens"}));
+}
+
+void TestPluginBinding::strangersAreNotServed()
+{
+    QFETCH(QByteArray, mechanism);
+    signIn();
+    const QVariant strangers[] = {
+        QStringList{QStringLiteral("some-app::some-token")},
+        QStringList{QStringLiteral("libaccounts-kel")},
+        QStringList{QString(QLatin1String(""))},
+        QStringLiteral("libaccounts-kel::accesssvt"), // a list is what the daemon gives
+        1,
+    };
+    for (const QVariant& tokens : strangers) {
+        QCOMPARE(said(mechanism.constData(), {{QStringLiteral("AccessControlTokens"), tokens}}),
+                 QStringList{QStringLiteral("603")});
+    }
+    QCOMPARE(mHome->asked().size(), 1);
+}
+
+void TestPluginBinding::clientsOfTheListAreServed_data()
+{
+    QTest::addColumn<QVariant>("tokens");
+    const QString account = QStringLiteral("account-plugin-zor::kelaccess");
+    const QString library = QStringLiteral("libaccounts-kel::accesssvt");
+    QTest::newRow("the account plugin") << QVariant(QStringList{account});
+    QTest::newRow("the library") << QVariant(QStringList{library});
+    QTest::newRow("both, no extension") << QVariant(QStringList{account, library});
+    QTest::newRow("among others") << QVariant(QStringList{QStringLiteral("some::token"), library});
+    QTest::newRow("an identity without a list") << QVariant();
+    QTest::newRow("an identity with an empty one") << QVariant(QStringList());
+}
+
+void TestPluginBinding::clientsOfTheListAreServed()
+{
+    QFETCH(QVariant, tokens);
+    signIn();
+    QCOMPARE(said("token", {{QStringLiteral("AccessControlTokens"), tokens}}), answered);
 }
 
 QTEST_GUILESS_MAIN(TestPluginBinding)

@@ -29,6 +29,7 @@ private Q_SLOTS:
     void theTokenOutlivesThePluginProcess();
     void theTokenBelongsToOneApplicationAndServer();
     void manyApplicationsAreServed();
+    void onlyClientsOfTheIdentitysListAreServed();
     void aDaemonThatForgotSendsNoPasswordUntilTheUserSignsIn();
     void anExpiredTokenIsRefreshed();
     void aTokenIsMadeOnlyWhenThereIsNone();
@@ -204,6 +205,20 @@ void TestPluginSession::manyApplicationsAreServed()
     const QVariantMap kept = KelTest::KeptData::mapIn(stored());
     const int sessions = kept.value(QStringLiteral("Sessions")).toMap().size();
     QVERIFY2(sessions >= 3 && sessions <= others, qPrintable(QString::number(sessions)));
+}
+
+// Without an extension the daemon takes every process for one that has the whole list.
+void TestPluginSession::onlyClientsOfTheIdentitysListAreServed()
+{
+    QCOMPARE(process("signIn").error, 0);
+    QVERIFY(storeAccessControlList({QStringLiteral("some-app::some-token")}));
+    operations();
+    for (const char* mechanism : {"initialise", "signIn", "token", "privateMechanism_ensureToken"})
+        QCOMPARE(process(mechanism).error, 603);
+    QCOMPARE(operations(), QList<int>());
+    QVERIFY(storeAccessControlList(
+        {QStringLiteral("some-app::some-token"), QStringLiteral("libaccounts-kel::accesssvt")}));
+    QCOMPARE(process("token").error, 0);
 }
 
 // Any process that may use the identity may do this.
