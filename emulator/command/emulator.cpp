@@ -5,6 +5,7 @@
 #include "emulator/common/log.h"
 #include "emulator/run/ownfiles.h"
 #include "emulator/wire/connection.h"
+#include "emulator/wire/tlsstream.h"
 
 #include <algorithm>
 #include <cstdlib>

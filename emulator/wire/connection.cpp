@@ -3,18 +3,18 @@
 
 #include "emulator/common/log.h"
 #include "emulator/service/accountservice.h"
+#include "emulator/wire/replyshaper.h"
+#include "emulator/wire/statustext.h"
+#include "emulator/wire/tlsstream.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace KelEmulator {
 
 namespace {
 
-constexpr size_t longestBody = 16 * 1024 * 1024;
-constexpr size_t manyRequests = 1000000000;
-constexpr time_t longTime = 24 * 60 * 60;
-/// The library matches paths by regular expression; every request is handed over under this one.
-constexpr const char* anyPath = "/";
+constexpr std::uint64_t longestBody = 16 * 1024 * 1024;
 
 std::int64_t microsecondsSince(std::chrono::steady_clock::time_point start)
 {
@@ -39,35 +39,44 @@ Reply lostReply()
     return reply;
 }
 
-void put(httplib::Response& response, Reply&& reply)
+/// A body with a filling of any size, made while it is sent.
+struct Body
 {
-    response.status = reply.status;
-    if (!reply.body.empty())
-        response.set_header("Content-Type", reply.contentType);
-    response.body = std::move(reply.body);
+    std::string_view begin;
+    std::uint64_t filling = 0;
+    std::string_view end;
+
+    std::uint64_t size() const { return begin.size() + filling + end.size(); }
+};
+
+/// Puts an empty comment in front of the document's last tag. Returns where its text goes.
+size_t openComment(std::string& document)
+{
+    constexpr std::string_view begin = "<!--";
+    constexpr std::string_view end = "-->";
+    const size_t at = std::min(document.rfind("</"), document.size());
+    document.insert(at, std::string(begin).append(end));
+    return at + begin.size();
 }
 
-/// The reply with a comment of so many bytes in it, made while it is sent.
-void putHuge(httplib::Response& response, const Reply& reply, std::uint64_t bytes)
+bool writeSome(TlsStream& stream, std::string_view text, std::uint64_t& left)
 {
-    const size_t rootEnd = reply.body.rfind("</");
-    const size_t cut = rootEnd == std::string::npos ? reply.body.size() : rootEnd;
-    const std::string head = reply.body.substr(0, cut) + "<!--";
-    const std::string tail = "-->" + reply.body.substr(cut);
-    const std::uint64_t total = head.size() + bytes + tail.size();
-    const auto provide = [=](size_t offset, size_t, httplib::DataSink& sink) {
-        static const std::string filling(32768, 'x');
-        if (offset < head.size())
-            return sink.write(head.data() + offset, head.size() - offset);
-        const std::uint64_t fillingEnd = head.size() + bytes;
-        if (offset < fillingEnd)
-            return sink.write(filling.data(), static_cast<size_t>(std::min<std::uint64_t>(
-                                                  filling.size(), fillingEnd - offset)));
-        const auto at = static_cast<size_t>(offset - fillingEnd);
-        return sink.write(tail.data() + at, tail.size() - at);
-    };
-    response.status = reply.status;
-    response.set_content_provider(static_cast<size_t>(total), reply.contentType, provide);
+    const std::string_view some = text.substr(0, std::min<std::uint64_t>(left, text.size()));
+    left -= some.size();
+    return stream.write(some);
+}
+
+bool writeBody(TlsStream& stream, const Body& body, std::uint64_t bytes)
+{
+    static const std::string filling(32768, 'x');
+    bool good = writeSome(stream, body.begin, bytes);
+    for (std::uint64_t left = body.filling; good && left > 0 && bytes > 0;) {
+        const std::string_view some =
+            std::string_view(filling).substr(0, std::min<std::uint64_t>(left, filling.size()));
+        left -= some.size();
+        good = writeSome(stream, some, bytes);
+    }
+    return good && writeSome(stream, body.end, bytes);
 }
 
 } // namespace
@@ -76,100 +85,84 @@ Connection::Connection(AccountService& service, TlsStream& stream,
                        std::function<void(bool)> setBusy)
     : mService(service), mStream(stream), mSetBusy(std::move(setBusy))
 {
-    // Without a listening socket the library believes that it is shutting down, and cuts long
-    // bodies.
-    svr_sock_ = stream.socket();
-    set_keep_alive_max_count(manyRequests);
-    set_keep_alive_timeout(longTime);
-    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-        return beforeBody(request, response);
-    });
-    set_error_handler([this](const httplib::Request& request, httplib::Response& response) {
-        completeError(request, response);
-    });
-    Post(anyPath,
-         [this](const httplib::Request& request, httplib::Response& response,
-                const httplib::ContentReader& content) { answer(request, response, content); });
-}
-
-Connection::~Connection()
-{
-    svr_sock_ = INVALID_SOCKET;
 }
 
 void Connection::run()
 {
-    bool closed = false;
-    while (!closed && mStream.waitForRequest()) {
+    bool goesOn = true;
+    while (goesOn && mStream.waitForRequest()) {
         mSetBusy(true);
-        mAnswered = false;
-        mStream.begin(mService.clock().httpDate());
-        const bool good = process_request(mStream, false, closed,
-                                          [this](httplib::Request& request) { prepare(request); });
-        // What was not read to its end would be taken for the next request.
-        closed = closed || !mStream.flush() || !good || !mAnswered;
         // A certificate shows only in a new connection.
-        closed = closed || mService.faults().wrongHostIsNext();
+        goesOn = serveRequest() && !mService.faults().wrongHostIsNext();
         mSetBusy(false);
     }
 }
 
-void Connection::prepare(httplib::Request& request)
+bool Connection::serveRequest()
 {
-    mMethod = request.method;
-    request.path = anyPath;
-    request.ranges.clear();
-    // Replies go out as they are, not compressed.
-    request.headers.erase("Accept-Encoding");
-}
-
-httplib::Server::HandlerResponse Connection::beforeBody(const httplib::Request& request,
-                                                        httplib::Response& response)
-{
-    if (mMethod != "POST") {
-        put(response, errorReply(405, "illegalRequestMethod",
-                                 "Every request is an HTTP POST; rest-verb names the method"));
-        logLine("refused " + mMethod + ' ' + printableTarget(request.target) +
-                ": every request is an HTTP POST; the \"rest-verb\" header names the method");
-        return HandlerResponse::Handled;
+    std::string text;
+    if (!mStream.readThrough(RequestHead::end, RequestHead::longest, text))
+        return false;
+    const int status = mHead.read(std::move(text));
+    if (status != 0) {
+        const bool isLong = status == 414;
+        refuse(status, isLong ? "invalidUrl" : "invalidMessageFormat",
+               isLong ? "The address is too long" : "Malformed request",
+               "refused a request: status " + std::to_string(status) + " (target of " +
+                   std::to_string(mHead.target().size()) + " bytes)");
+        return false;
     }
-    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
-        put(response, errorReply(411, "invalidMessageFormat", "A length is needed"));
-        logLine("refused POST " + printableTarget(request.target) +
-                ": the Content-Length header is missing");
-        return HandlerResponse::Handled;
-    }
-    return HandlerResponse::Unhandled;
-}
-
-bool Connection::readBody(const httplib::ContentReader& content, std::string& body) const
-{
-    return content([&body](const char* data, size_t length) {
-        if (length > longestBody - body.size())
-            return false;
-        body.append(data, length);
-        return true;
-    });
-}
-
-void Connection::answer(const httplib::Request& request, httplib::Response& response,
-                        const httplib::ContentReader& content)
-{
     WireRequest wire;
-    if (!readBody(content, wire.body)) {
-        put(response, errorReply(413, "invalidMessageFormat", "The body is cut or too long"));
-        return;
-    }
-    mAnswered = true;
-    const auto start = std::chrono::steady_clock::now();
-    const RequestHead& head = mStream.head();
-    wire.target = request.target;
-    wire.host = head.header("Host");
-    wire.authorization = head.header("Authorization");
-    wire.restVerb = head.header("rest-verb");
-    wire.contentType = head.header("Content-Type");
-    wire.acceptLanguage = head.header("Accept-Language");
+    if (!readBody(wire.body))
+        return false;
+    wire.target = mHead.target();
+    wire.host = mHead.header("Host");
+    wire.authorization = mHead.header("Authorization");
+    wire.restVerb = mHead.header("rest-verb");
+    wire.contentType = mHead.header("Content-Type");
+    wire.acceptLanguage = mHead.header("Accept-Language");
+    return answer(std::move(wire));
+}
 
+bool Connection::readBody(std::string& body)
+{
+    const std::string refused =
+        "refused " + mHead.method().substr(0, 16) + ' ' + printableTarget(mHead.target());
+    if (mHead.method() != "POST") {
+        refuse(405, "illegalRequestMethod",
+               "Every request is an HTTP POST; rest-verb names the method",
+               refused +
+                   ": every request is an HTTP POST; the \"rest-verb\" header names the method");
+        return false;
+    }
+    const std::optional<std::uint64_t> length = mHead.bodyLength();
+    if (!length || mHead.hasHeader("Transfer-Encoding")) {
+        refuse(411, "invalidMessageFormat", "A length is needed",
+               refused + (length ? ": a length is needed instead of the Transfer-Encoding header"
+                                 : ": the Content-Length header is missing"));
+        return false;
+    }
+    if (*length > longestBody) {
+        refuse(413, "invalidMessageFormat", "The body is too long",
+               refused + ": the body is too long (" + std::to_string(*length) + " bytes)");
+        return false;
+    }
+    if (mHead.wantsLeave() && !(mStream.write("HTTP/1.1 100 Continue\r\n\r\n") && mStream.flush()))
+        return false;
+    return mStream.read(static_cast<size_t>(*length), body);
+}
+
+/// The connection ends after that: what was not read to its end would be taken for the next
+/// request.
+void Connection::refuse(int status, const char* code, const char* text, const std::string& why)
+{
+    logLine(why);
+    send(errorReply(status, code, text), {}, false);
+}
+
+bool Connection::answer(WireRequest wire)
+{
+    const auto start = std::chrono::steady_clock::now();
     const Fault fault = mService.faults().takeForRequest();
     RequestRecord record;
     Reply reply = reachesService(fault) ? mService.answer(wire, record.problem) : lostReply();
@@ -178,39 +171,13 @@ void Connection::answer(const httplib::Request& request, httplib::Response& resp
     record.target = printableTarget(wire.target);
     record.host = wire.host.substr(0, 256);
     record.bodyBytes = wire.body.size();
-    finish(std::move(record), std::move(reply), fault, response);
+    // Ahead of the answer: whoever has the answer finds the request in the log.
+    log(std::move(record), reply, fault);
+    applyFault(fault, reply);
+    return send(std::move(reply), fault, mHead.keepsConnection());
 }
 
-bool Connection::applyFault(const Fault& fault, Reply& reply)
-{
-    constexpr int forEver = -1;
-    switch (fault.kind) {
-    case Fault::Kind::Delay:
-        mStream.waitWhileConnected(static_cast<int>(fault.value));
-        break;
-    case Fault::Kind::Hang:
-        mStream.waitWhileConnected(forEver);
-        return false;
-    case Fault::Kind::WrongHost:
-        // The certificate is for the next connection: the client has to make one.
-        return false;
-    case Fault::Kind::Status:
-        reply.status = static_cast<int>(fault.value);
-        reply.contentType = "text/plain";
-        reply.body = fault.value == 204 || fault.value == 304 ? "" : "An ordered status.\n";
-        break;
-    case Fault::Kind::NotXml:
-        reply.status = 200;
-        reply.body = "This is no XML document.\n";
-        break;
-    default:
-        break;
-    }
-    return true;
-}
-
-void Connection::finish(RequestRecord record, Reply reply, const Fault& fault,
-                        httplib::Response& response)
+void Connection::log(RequestRecord record, const Reply& reply, const Fault& fault)
 {
     const bool hasFault = fault.kind != Fault::Kind::None;
     record.fault = hasFault ? faultText(fault) : std::string();
@@ -223,31 +190,53 @@ void Connection::finish(RequestRecord record, Reply reply, const Fault& fault,
                 record.outcome + (hasFault ? ", fault " + record.fault : std::string()) + ", " +
                 std::to_string(record.microseconds) + " us");
     }
-    // Ahead of the answer: whoever has the answer finds the request in the log.
     mService.requests().append(std::move(record));
-
-    mStream.shaper().setFault(fault);
-    if (!applyFault(fault, reply)) {
-        mStream.shaper().setFault({Fault::Kind::CloseBeforeHeaders, 0});
-        reply.body.clear();
-    }
-    if (fault.kind == Fault::Kind::HugeBody)
-        putHuge(response, reply, fault.value);
-    else
-        put(response, std::move(reply));
 }
 
-void Connection::completeError(const httplib::Request& request, httplib::Response& response)
+void Connection::applyFault(const Fault& fault, Reply& reply)
 {
-    // Only replies that the library made itself have neither document nor length yet.
-    if (mAnswered || !response.body.empty())
-        return;
-    Reply reply = response.status == 414
-                      ? errorReply(414, "invalidUrl", "The address is too long")
-                      : errorReply(response.status, "invalidMessageFormat", "Malformed request");
-    logLine("refused a request: status " + std::to_string(response.status) + " (target of " +
-            std::to_string(request.target.size()) + " bytes)");
-    put(response, std::move(reply));
+    constexpr int forEver = -1;
+    switch (fault.kind) {
+    case Fault::Kind::Delay:
+        mStream.waitWhileConnected(static_cast<int>(fault.value));
+        break;
+    case Fault::Kind::Hang:
+        mStream.waitWhileConnected(forEver);
+        break;
+    case Fault::Kind::Status:
+        reply.status = static_cast<int>(fault.value);
+        reply.contentType = "text/plain";
+        reply.body = fault.value == 204 || fault.value == 304 ? "" : "An ordered status.\n";
+        break;
+    case Fault::Kind::NotXml:
+        reply.status = 200;
+        reply.body = "This is no XML document.\n";
+        break;
+    default:
+        break;
+    }
+}
+
+bool Connection::send(Reply reply, const Fault& fault, bool keeps)
+{
+    const bool isHuge = fault.kind == Fault::Kind::HugeBody;
+    const size_t fillingAt = isHuge ? openComment(reply.body) : reply.body.size();
+    const std::string_view document = reply.body;
+    const Body body{document.substr(0, fillingAt), isHuge ? fault.value : 0,
+                    document.substr(fillingAt)};
+    std::string headers = "HTTP/1.1 " + std::to_string(reply.status) + ' ' +
+                          statusText(reply.status) + "\r\nDate: " + mService.clock().httpDate() +
+                          "\r\n";
+    if (body.size() > 0)
+        headers += "Content-Type: " + reply.contentType + "\r\n";
+    if (!keeps)
+        headers += "Connection: close\r\n";
+    headers +=
+        "Content-Length: " + std::to_string(announcedLength(fault, body.size())) + "\r\n\r\n";
+    const ReplyShape shape = shapeOf(fault, headers.size(), body.size());
+    headers.resize(static_cast<size_t>(shape.headerBytes));
+    const bool sent = mStream.write(headers) && writeBody(mStream, body, shape.bodyBytes);
+    return sent && mStream.flush() && keeps && !shape.closes;
 }
 
 } // namespace KelEmulator

@@ -3,45 +3,47 @@
 
 #include "emulator/common/wirerequest.h"
 #include "emulator/service/fault.h"
-#include "emulator/wire/tlsstream.h"
+#include "emulator/service/reply.h"
+#include "emulator/wire/requesthead.h"
 
 #include <functional>
-#include <httplib.h>
 
 namespace KelEmulator {
 
 class AccountService;
-struct Reply;
+class TlsStream;
 struct RequestRecord;
 
-/// Serves one client's connection: the HTTP library reads requests from and writes replies to our
-/// stream. The library's own listening socket is not used; connections come from the proxy.
-class Connection : private httplib::Server
+/// Serves one client's connection: one request after the other, each answered as the service and an
+/// ordered fault want it.
+///
+/// No HTTP library stands in between: what clients get wrong has to be seen as they sent it, and an
+/// ordered fault has to reach every byte of a reply.
+class Connection
 {
 public:
     /// `setBusy` is told when a request begins (true) and when it is answered.
     Connection(AccountService& service, TlsStream& stream, std::function<void(bool)> setBusy);
-    ~Connection() override;
 
     /// Returns when the connection is to be closed.
     void run();
 
 private:
-    void prepare(httplib::Request& request);
-    HandlerResponse beforeBody(const httplib::Request& request, httplib::Response& response);
-    void answer(const httplib::Request& request, httplib::Response& response,
-                const httplib::ContentReader& content);
-    bool readBody(const httplib::ContentReader& content, std::string& body) const;
-    /// False when the request gets no answer.
-    bool applyFault(const Fault& fault, Reply& reply);
-    void finish(RequestRecord record, Reply reply, const Fault& fault, httplib::Response& response);
-    void completeError(const httplib::Request& request, httplib::Response& response);
+    /// False when the connection is to be closed.
+    bool serveRequest();
+    /// Refuses what cannot be served; true when `body` is there.
+    bool readBody(std::string& body);
+    void refuse(int status, const char* code, const char* text, const std::string& why);
+    bool answer(WireRequest wire);
+    void log(RequestRecord record, const Reply& reply, const Fault& fault);
+    /// What the fault makes of the reply. Waits as long as it says.
+    void applyFault(const Fault& fault, Reply& reply);
+    bool send(Reply reply, const Fault& fault, bool keeps);
 
     AccountService& mService;
     TlsStream& mStream;
     std::function<void(bool)> mSetBusy;
-    std::string mMethod;    ///< on the wire
-    bool mAnswered = false; ///< whether the request reached `answer` whole
+    RequestHead mHead;
 };
 
 } // namespace KelEmulator

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <openssl/err.h>
 #include <poll.h>
 
@@ -43,12 +42,6 @@ bool TlsStream::accept()
     return mAccepted;
 }
 
-void TlsStream::begin(std::string date)
-{
-    mHead.begin();
-    mShaper.begin(std::move(date));
-}
-
 bool TlsStream::waitForRequest()
 {
     if (mBroken)
@@ -78,66 +71,67 @@ bool TlsStream::fill()
     return true;
 }
 
-ssize_t TlsStream::read(char* bytes, size_t size)
+std::string_view TlsStream::available()
 {
-    // "100 Continue" must reach the client before its body can come.
-    if (!mOutput.empty() && !send())
-        return -1;
     if (mInputAt == mInputEnd && (mBroken || !fill()))
-        return mBroken ? -1 : 0;
-    const size_t count = std::min(size, mInputEnd - mInputAt);
-    std::memcpy(bytes, mInput.data() + mInputAt, count);
-    mInputAt += count;
-    // The library reads byte by byte up to the end of the headers, so nothing of the body comes
-    // along.
-    mHead.append(std::string_view(bytes, count));
-    return static_cast<ssize_t>(count);
+        return {};
+    return {mInput.data() + mInputAt, mInputEnd - mInputAt};
 }
 
-ssize_t TlsStream::write(const char* bytes, size_t size)
+bool TlsStream::readThrough(std::string_view end, size_t longest, std::string& text)
+{
+    while (text.size() <= longest) {
+        const std::string_view bytes = available();
+        if (bytes.empty())
+            return false;
+        // The end may have begun in what came before.
+        const size_t before = text.size();
+        const size_t from = before < end.size() ? 0 : before - end.size() + 1;
+        text.append(bytes);
+        const size_t at = text.find(end, from);
+        if (at != std::string::npos)
+            text.resize(at + end.size());
+        mInputAt += text.size() - before;
+        if (at != std::string::npos)
+            return true;
+    }
+    return true;
+}
+
+bool TlsStream::read(size_t size, std::string& bytes)
+{
+    while (size > 0) {
+        const std::string_view some = available().substr(0, size);
+        if (some.empty())
+            return false;
+        bytes.append(some);
+        mInputAt += some.size();
+        size -= some.size();
+    }
+    return true;
+}
+
+bool TlsStream::write(std::string_view bytes)
 {
     if (mBroken)
-        return -1;
-    // The library does not look at every result, so that a cut is remembered.
-    mCut = !mShaper.feed(std::string_view(bytes, size), mOutput) || mCut;
-    if ((mOutput.size() > outputLimit || mCut) && !send())
-        return -1;
-    return mCut ? -1 : static_cast<ssize_t>(size);
-}
-
-bool TlsStream::send()
-{
-    ERR_clear_error();
-    size_t at = 0;
-    while (at < mOutput.size()) {
-        const int sent =
-            SSL_write(mSsl.get(), mOutput.data() + at,
-                      static_cast<int>(std::min<size_t>(mOutput.size() - at, 1 << 20)));
-        if (sent <= 0) {
-            mBroken = true;
-            return false;
-        }
-        at += static_cast<size_t>(sent);
-    }
-    mOutput.clear();
-    return true;
+        return false;
+    mOutput.append(bytes);
+    return mOutput.size() <= outputLimit || flush();
 }
 
 bool TlsStream::flush()
 {
-    return !mBroken && send() && !mCut && !mShaper.closesAfterReply();
-}
-
-void TlsStream::get_remote_ip_and_port(std::string& ip, int& port) const
-{
-    // Everybody comes from here; asking the kernel for each request would cost more than it tells.
-    ip = "127.0.0.1";
-    port = 0;
-}
-
-void TlsStream::get_local_ip_and_port(std::string& ip, int& port) const
-{
-    get_remote_ip_and_port(ip, port);
+    ERR_clear_error();
+    size_t at = 0;
+    while (!mBroken && at < mOutput.size()) {
+        const int sent =
+            SSL_write(mSsl.get(), mOutput.data() + at,
+                      static_cast<int>(std::min<size_t>(mOutput.size() - at, 1 << 20)));
+        mBroken = sent <= 0;
+        at += mBroken ? 0 : static_cast<size_t>(sent);
+    }
+    mOutput.clear();
+    return !mBroken;
 }
 
 } // namespace KelEmulator

@@ -1,25 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "emulator/wire/replyshaper.h"
-#include "emulator/wire/requesthead.h"
-
 #include <array>
-#include <httplib.h>
 #include <memory>
 #include <openssl/ssl.h>
 #include <string>
+#include <string_view>
 
 namespace KelEmulator {
 
-/// A TLS connection as the HTTP library reads and writes it. Reads ahead, and gathers a reply so
-/// that it leaves in one record and one segment.
-class TlsStream : public httplib::Stream
+/// A TLS connection. Reads ahead, and gathers a reply so that it leaves in one record and one
+/// segment.
+class TlsStream
 {
 public:
     /// The descriptor stays the caller's.
     TlsStream(int descriptor, SSL_CTX* context);
-    ~TlsStream() override;
+    ~TlsStream();
+    TlsStream(const TlsStream&) = delete;
+    TlsStream& operator=(const TlsStream&) = delete;
 
     bool accept();
     /// Waits for the first byte of a request. False when the client is gone.
@@ -27,20 +26,15 @@ public:
     /// Waits at most so many milliseconds, -1 for ever; earlier when the client goes.
     void waitWhileConnected(int milliseconds) const;
 
-    /// Begins the next request and its reply.
-    void begin(std::string date);
-    const RequestHead& head() const { return mHead; }
-    ReplyShaper& shaper() { return mShaper; }
-    /// Sends what is gathered. False when the connection has to be closed.
-    bool flush();
+    /// Reads until `text` ends with `end` or has more than `longest` bytes. False when the client
+    /// is gone before that.
+    bool readThrough(std::string_view end, size_t longest, std::string& text);
+    /// Appends so many bytes. False when the client is gone before they are there.
+    bool read(size_t size, std::string& bytes);
 
-    bool is_readable() const override { return true; }
-    bool is_writable() const override { return !mBroken; }
-    ssize_t read(char* bytes, size_t size) override;
-    ssize_t write(const char* bytes, size_t size) override;
-    void get_remote_ip_and_port(std::string& ip, int& port) const override;
-    void get_local_ip_and_port(std::string& ip, int& port) const override;
-    socket_t socket() const override { return mDescriptor; }
+    bool write(std::string_view bytes);
+    /// Sends what is gathered. False when the connection is broken.
+    bool flush();
 
 private:
     struct SslDeleter
@@ -48,18 +42,16 @@ private:
         void operator()(SSL* ssl) const { SSL_free(ssl); }
     };
     bool fill();
-    bool send();
+    /// What is there already, after waiting for something; empty when the client is gone.
+    std::string_view available();
 
     const int mDescriptor;
     std::unique_ptr<SSL, SslDeleter> mSsl;
-    RequestHead mHead;
-    ReplyShaper mShaper;
     std::array<char, 16384> mInput;
     size_t mInputAt = 0;
     size_t mInputEnd = 0;
     std::string mOutput;
     bool mBroken = false;
-    bool mCut = false; ///< an ordered fault has ended the connection
     bool mAccepted = false;
 };
 

@@ -57,6 +57,9 @@ private Q_SLOTS:
     void datesEveryReplyByItsClock_data();
     void datesEveryReplyByItsClock();
     void keepsAConnectionForManyRequests();
+    void answersRequestsThatComeTogether();
+    void closesWhenTheClientAsksForIt();
+    void givesLeaveToSendABody();
     void servesManyConnectionsAtOnce();
     void leadsEveryHostToTheService();
     void refusesProxyRequestsOtherThanTunnels();
@@ -210,6 +213,29 @@ void TestEmulatorReplies::answersMalformedRequestsWithAnErrorDocument_data()
     QTest::newRow("long address") << SignedRequest(pathOf(QByteArray(20000, 'a'))).bytes() << 414
                                   << QStringLiteral("invalidUrl")
                                   << QByteArray("refused a request: status 414");
+    const auto headRow = [&](const char* name, const QByteArray& line, int status,
+                             const char* explanation) {
+        const QByteArray head = SignedRequest().bytes();
+        QByteArray bytes = head.left(head.indexOf("Content-Length"));
+        bytes += line + "\r\n\r\n";
+        QTest::newRow(name) << bytes << status << format << QByteArray(explanation);
+    };
+    headRow("pieces", "Transfer-Encoding: chunked", 411, "Content-Length header is missing");
+    headRow("length and pieces", "Content-Length: 5\r\nTransfer-Encoding: chunked", 411,
+            "instead of the Transfer-Encoding header");
+    headRow("two lengths", "Content-Length: 5\r\nContent-Length: 5", 400, "status 400");
+    headRow("negative length", "Content-Length: -1", 400, "status 400");
+    headRow("length with a unit", "Content-Length: 5 bytes", 400, "status 400");
+    headRow("length past every number", "Content-Length: 99999999999999999999", 400, "status 400");
+    headRow("empty length", "Content-Length: ", 400, "status 400");
+    headRow("long body", "Content-Length: 16777217", 413, "the body is too long (16777217 bytes)");
+    headRow("header without a name", ": value", 400, "status 400");
+    headRow("line that is no header", "Hello", 400, "status 400");
+    headRow("many headers", "Content-Length: 0" + QByteArray("\r\nName: value").repeated(6000), 400,
+            "status 400");
+    QTest::newRow("another protocol")
+        << SignedRequest().bytes().replace(" HTTP/1.1\r\n", " HTTP/2.0\r\n") << 400 << format
+        << QByteArray("refused a request: status 400");
     request = SignedRequest();
     request.consumerKey = QByteArray(20000, 'k');
     QTest::newRow("long header") << request.bytes() << 400 << format
@@ -270,6 +296,63 @@ void TestEmulatorReplies::keepsAConnectionForManyRequests()
         const QByteArray name = "user" + QByteArray::number(number);
         QCOMPARE(client.ask(SignedRequest(pathOf(name)).bytes()).status, 200);
     }
+}
+
+void TestEmulatorReplies::answersRequestsThatComeTogether()
+{
+    WireClient client;
+    QVERIFY(client.open(mEmulator));
+    SignedRequest refused;
+    refused.document = "<a/>";
+    QByteArray last = SignedRequest(pathOf("carol")).bytes();
+    last.replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n");
+    QVERIFY(client.send(refused.bytes() + SignedRequest().bytes() + last));
+    const WireReply replies = client.receiveToEnd();
+    QVERIFY(replies.closed);
+    const int first = replies.raw.indexOf("HTTP/1.1 400 ");
+    const int second = replies.raw.indexOf("HTTP/1.1 422 ");
+    const int third = replies.raw.indexOf("HTTP/1.1 200 ");
+    QVERIFY2(first == 0 && second > first && third > second, replies.raw.constData());
+    QCOMPARE(replies.raw.count("HTTP/1.1 "), 3);
+}
+
+void TestEmulatorReplies::closesWhenTheClientAsksForIt()
+{
+    const QByteArray request = SignedRequest().bytes();
+    QByteArray closing = request;
+    closing.replace("\r\n\r\n", "\r\nconnection: Close\r\n\r\n");
+    QByteArray old = request;
+    old.replace(" HTTP/1.1\r\n", " HTTP/1.0\r\n");
+    for (const QByteArray& bytes : {closing, old}) {
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        QVERIFY(client.send(bytes));
+        const WireReply reply = client.receiveToEnd();
+        QVERIFY(reply.closed);
+        QCOMPARE(reply.header("Connection"), QByteArray("close"));
+        QCOMPARE(reply.body.size(), reply.announcedLength());
+    }
+}
+
+void TestEmulatorReplies::givesLeaveToSendABody()
+{
+    SignedRequest request;
+    request.document = "<a/>";
+    QByteArray head = request.bytes();
+    const int bodyAt = head.indexOf("\r\n\r\n") + 4;
+    const QByteArray body = head.mid(bodyAt);
+    head = head.left(bodyAt - 2) + "Expect: 100-continue\r\n\r\n";
+    WireClient client;
+    QVERIFY(client.open(mEmulator));
+    QVERIFY(client.send(head));
+    QVERIFY(client.somethingComes(30000));
+    QVERIFY(client.send(body));
+    QVERIFY(client.send(
+        QByteArray(SignedRequest().bytes()).replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n")));
+    const WireReply replies = client.receiveToEnd();
+    QVERIFY2(replies.raw.startsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 400 "),
+             replies.raw.constData());
+    QVERIFY(replies.raw.contains("HTTP/1.1 422 "));
 }
 
 void TestEmulatorReplies::servesManyConnectionsAtOnce()
