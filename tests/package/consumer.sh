@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/prefix" >"$work/install.log" ||
     { cat "$work/install.log"; exit 1; }
 headers=$(cd "$work/prefix/include" && find . -type f | sort)
-expected=$(cd "$source/include" && find . -type f | sort)
+expected=$(for folder in "$source/include" "$build/include"; do (cd "$folder" && find . -type f); done | sort)
 [ "$headers" = "$expected" ] || { echo "installed headers differ:"; echo "$headers"; exit 1; }
 
 sanitize=$(sed -n 's/^KELACCOUNT_SANITIZE:STRING=//p' "$build/CMakeCache.txt")

@@ -1,14 +1,24 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# Every symbol that the shared library defines belongs to a class under include/kelaccount.
+# usage: symbols.sh LIBRARY CLASS=object|functions...
+# Every symbol that the shared library defines belongs to one of these classes, and each of them is
+# there.
 set -euo pipefail
 library=$1
+shift
+[ $# -gt 0 ] || { echo "no classes to look for"; exit 1; }
 # The version's own name is a symbol too.
 defined=$(nm --dynamic --defined-only --demangle --without-symbol-versions "$library" |
     cut -d' ' -f3- | grep -v '^KELACCOUNT_1$' | sort -u)
-allowed='(KelAccount::(KelAccounts|RegistrationInfo|ProfileInfo)|CommonUtils)::'
-# vtables, type information and the like name the class behind them
-allowed="^((vtable for|typeinfo for|typeinfo name for|non-virtual thunk to) )?(${allowed}|KelAccount::(KelAccounts|RegistrationInfo|ProfileInfo)\$)"
+members= objects=
+for row in "$@"; do
+    class=${row%%=*}
+    members+="${members:+|}$class"
+    [ "${row##*=}" = functions ] || objects+="${objects:+|}$class"
+done
+# virtual tables, type information and the like name the class behind them
+about='(vtable|typeinfo|typeinfo name) for'
+allowed="^(non-virtual thunk to )?($members)::|^$about ($objects)\$"
 # The undefined behaviour sanitizer has the type information of Qt's classes at hand everywhere.
 wanted=$(nm --dynamic --undefined-only "$library")
 if grep -q ' __ubsan_' <<<"$wanted"; then
@@ -16,9 +26,16 @@ if grep -q ' __ubsan_' <<<"$wanted"; then
 fi
 others=$(grep -vE "$allowed" <<<"$defined" || true)
 [ -z "$others" ] || { echo "exported, but no public class's:"; echo "$others"; exit 1; }
-for class in KelAccounts RegistrationInfo ProfileInfo; do
-    grep -q "^KelAccount::${class}::staticMetaObject" <<<"$defined" ||
-        { echo "$class is not exported"; exit 1; }
+for row in "$@"; do
+    class=${row%%=*}
+    case ${row##*=} in
+    object)
+        for symbol in "${class}::staticMetaObject" "vtable for $class" "typeinfo for $class"; do
+            grep -qxF "$symbol" <<<"$defined" || { echo "$symbol is not exported"; exit 1; }
+        done ;;
+    functions)
+        grep -q "^${class}::[A-Za-z]*(" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
+    *)
+        echo "\"$row\": say what is exported"; exit 1 ;;
+    esac
 done
-grep -q '^CommonUtils::ConvertErrorCodeToString' <<<"$defined" ||
-    { echo "CommonUtils is not exported"; exit 1; }
