@@ -8,6 +8,7 @@ target_compile_options(kelaccount_options INTERFACE
 target_compile_definitions(kelaccount_options INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS)
 
+# For the targets of this folder and those below, also when it is a part of somebody's project.
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
@@ -27,7 +28,7 @@ endif()
 
 # Builds with the tests link some 130 programs, again after each change: with the quickest linker that
 # is there, and with a compiler cache when there is one. What is installed is linked as usual.
-if(KELACCOUNT_BUILD_TESTS)
+if(PROJECT_IS_TOP_LEVEL AND KELACCOUNT_BUILD_TESTS)
   find_program(KELACCOUNT_CCACHE ccache)
   if(KELACCOUNT_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_C_COMPILER_LAUNCHER ${KELACCOUNT_CCACHE})

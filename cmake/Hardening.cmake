@@ -18,4 +18,7 @@ foreach(kel_flag -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 endforeach()
 
 # Programs are linked to run at any address; CMAKE_POSITION_INDEPENDENT_CODE says it to the compiler alone.
-check_pie_supported(LANGUAGES C CXX)
+# It says so to every project of the build, so not where another project than this one decides.
+if(PROJECT_IS_TOP_LEVEL)
+  check_pie_supported(LANGUAGES C CXX)
+endif()
