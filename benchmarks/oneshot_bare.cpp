@@ -12,8 +12,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QUrl proxy(qEnvironmentVariable("https_proxy"));
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, proxy.host(),
-                                                     static_cast<quint16>(proxy.port())));
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::HttpProxy, proxy.host(), static_cast<quint16>(proxy.port())));
     QNetworkAccessManager manager;
     QNetworkRequest request(QUrl(QStringLiteral(SERVICE_ADDRESS "availability/bob")));
     request.setHeader(QNetworkRequest::ContentTypeHeader,

@@ -36,10 +36,7 @@ public:
     {
         return CryptographicUtils::HMACSHA1(base, QStringLiteral("demo-secret&"));
     }
-    QString getTimeStamp() override
-    {
-        return TimeStampManager::getTimeStampManager()->timeStamp();
-    }
+    QString getTimeStamp() override { return TimeStampManager::getTimeStampManager()->timeStamp(); }
 };
 
 ISignatureProvider& signer()
@@ -251,8 +248,8 @@ int main(int argc, char** argv)
              median(own.mean) / median(bare.mean));
     printRow("64 calls at once", median(own.rate), median(bare.rate), "calls/s",
              median(own.rate) / median(bare.rate));
-    printRow("client CPU per call", median(own.cpuMicroseconds), median(bare.cpuMicroseconds),
-             "us", median(own.cpuMicroseconds) / median(bare.cpuMicroseconds));
+    printRow("client CPU per call", median(own.cpuMicroseconds), median(bare.cpuMicroseconds), "us",
+             median(own.cpuMicroseconds) / median(bare.cpuMicroseconds));
     printGrowth();
     return 0;
 }

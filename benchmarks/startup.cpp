@@ -33,7 +33,8 @@ Run runOnce(const char* program)
     rusage usage{};
     ::wait4(child, &status, 0, &usage);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        std::fprintf(stderr, "startup: %s failed; run it inside kelaccount-emulator run\n", program);
+        std::fprintf(stderr, "startup: %s failed; run it inside kelaccount-emulator run\n",
+                     program);
         std::exit(1);
     }
     const auto end = std::chrono::steady_clock::now();
@@ -68,7 +69,7 @@ int main(int argc, char** argv)
     std::printf("| | this library | bare QNetworkAccessManager | |\n|---|---|---|---|\n");
     std::printf("| start to answer | %.1f ms | %.1f ms | %.2f times |\n", median(time[0]),
                 median(time[1]), median(time[0]) / median(time[1]));
-    std::printf("| peak memory | %ld KiB | %ld KiB | %+ld KiB |\n", median(peak[0]), median(peak[1]),
-                median(peak[0]) - median(peak[1]));
+    std::printf("| peak memory | %ld KiB | %ld KiB | %+ld KiB |\n", median(peak[0]),
+                median(peak[1]), median(peak[0]) - median(peak[1]));
     return 0;
 }

@@ -26,7 +26,8 @@ int main(int argc, char** argv)
                          else if (available)
                              out << "free\n";
                          else
-                             out << "taken; free are " << suggestions.join(QStringLiteral(", ")) << '\n';
+                             out << "taken; free are " << suggestions.join(QStringLiteral(", "))
+                                 << '\n';
                          QCoreApplication::exit(status == KelAccount::ErrorNone ? 0 : 1);
                      });
 

@@ -17,7 +17,11 @@ struct StatusName
 };
 
 // The name is the member's own spelling, so the two cannot drift apart.
-#define KELACCOUNT_STATUS(member) StatusName{member, "ZorKeLDefs::" #member}
+#define KELACCOUNT_STATUS(member)                                                                  \
+    StatusName                                                                                     \
+    {                                                                                              \
+        member, "ZorKeLDefs::" #member                                                             \
+    }
 
 // Ordered by value for the search.
 constexpr StatusName statusNames[] = {

@@ -8,8 +8,8 @@ struct MccEntry
     char country[4];
 };
 
-// Plain characters, so that loading the library into an application builds nothing. The order counts:
-// of the two entries for 340 the later one is the answer.
+// Plain characters, so that loading the library into an application builds nothing. The order
+// counts: of the two entries for 340 the later one is the answer.
 // clang-format off
 inline constexpr MccEntry mccTable[] = {
     {"412", "AF"}, {"276", "AL"}, {"603", "DZ"}, {"544", "AS"}, {"213", "AD"}, {"631", "AO"},

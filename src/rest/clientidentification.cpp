@@ -19,7 +19,8 @@ struct Sources
     ClientIdentification::AddressReader readAddresses;
     InterfaceAddresses interfaces;
 
-    // The headers of the request before, with what they were made from: most requests find the same.
+    // The headers of the request before, with what they were made from: most requests find the
+    // same.
     ClientIdentification::DescriptionReader describedBy = nullptr;
     QList<QHostAddress> addresses;
     QMap<QString, QString> headers;

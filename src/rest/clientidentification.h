@@ -31,8 +31,9 @@ public:
     /// The five headers for a request made now.
     static QMap<QString, QString> headers();
 
-    /// The five headers for the given facts. The single-address headers carry the first address that
-    /// is neither 127.0.0.1 nor IPv6, "X-Forwarded-For" all of those; without any, they are empty.
+    /// The five headers for the given facts. The single-address headers carry the first address
+    /// that is neither 127.0.0.1 nor IPv6, "X-Forwarded-For" all of those; without any, they are
+    /// empty.
     static QMap<QString, QString> headersFor(const DeviceDescription& description,
                                              const QList<QHostAddress>& addresses);
 

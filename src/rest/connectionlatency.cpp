@@ -40,13 +40,13 @@ bool isConnectedTo(int descriptor, const QList<QHostAddress>& peers, quint16 por
     sockaddr_storage address{};
     socklen_t length = sizeof address;
     // Fails for everything that is not a connected socket.
-    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0
-        || portOf(address) != port)
+    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
+        portOf(address) != port)
         return false;
     int type = 0;
     socklen_t typeLength = sizeof type;
-    if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &typeLength) != 0
-        || type != SOCK_STREAM)
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &typeLength) != 0 ||
+        type != SOCK_STREAM)
         return false;
     const QHostAddress peer(reinterpret_cast<const sockaddr*>(&address));
     for (const QHostAddress& candidate : peers) {
@@ -72,7 +72,8 @@ int disableNagle(const QList<QHostAddress>& peers, quint16 port)
         if (end == entry->d_name || !isConnectedTo(static_cast<int>(descriptor), peers, port))
             continue;
         const int on = 1;
-        if (::setsockopt(static_cast<int>(descriptor), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) == 0)
+        if (::setsockopt(static_cast<int>(descriptor), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) ==
+            0)
             ++count;
     }
     return count;
@@ -100,9 +101,8 @@ void ConnectionLatency::onConnected(QNetworkReply* reply)
         return;
     }
     // The connection was made to one of these addresses a moment ago: Qt answers from its cache.
-    QHostInfo::lookupHost(host, this, [this, port](const QHostInfo& info) {
-        onPeerKnown(info.addresses(), port);
-    });
+    QHostInfo::lookupHost(
+        host, this, [this, port](const QHostInfo& info) { onPeerKnown(info.addresses(), port); });
 }
 
 void ConnectionLatency::onPeerKnown(const QList<QHostAddress>& addresses, quint16 port)

@@ -17,8 +17,8 @@ int disableNagle(const QList<QHostAddress>& peers, quint16 port);
 /// Takes the 40 ms away that a post on a kept-alive connection would wait.
 ///
 /// QNetworkAccessManager writes header and body of a post apart, and Nagle's algorithm (RFC 896)
-/// holds the second write until the peer's delayed acknowledgement of the first. Qt offers no way to
-/// the socket, so when a connection of the given manager has finished its TLS handshake, the one
+/// holds the second write until the peer's delayed acknowledgement of the first. Qt offers no way
+/// to the socket, so when a connection of the given manager has finished its TLS handshake, the one
 /// descriptor is looked for whose peer is that server, or the proxy on the way to it.
 class ConnectionLatency : public QObject
 {

@@ -34,8 +34,8 @@ InterfaceAddresses::~InterfaceAddresses()
 
 QList<QHostAddress> InterfaceAddresses::current()
 {
-    // Announcements are taken off the socket before the list is read: a change that comes in between
-    // is announced again and costs one more reading, never a stale list.
+    // Announcements are taken off the socket before the list is read: a change that comes in
+    // between is announced again and costs one more reading, never a stale list.
     if (changedSinceLastTime() || !mKnown) {
         mAddresses = QNetworkInterface::allAddresses();
         mKnown = mAnnouncements >= 0;

@@ -8,10 +8,10 @@ namespace KelRestHandler {
 
 /// The addresses of the device's network interfaces, in QNetworkInterface's order.
 ///
-/// Listing them takes the kernel some 20 microseconds, more than the whole rest of a request. So the
-/// list is kept, beside a netlink socket on which the kernel announces every change of a link or an
-/// address (rtnetlink(7)); only after an announcement is it read again. Where no such socket can
-/// be had, the list is read every time.
+/// Listing them takes the kernel some 20 microseconds, more than the whole rest of a request. So
+/// the list is kept, beside a netlink socket on which the kernel announces every change of a link
+/// or an address (rtnetlink(7)); only after an announcement is it read again. Where no such socket
+/// can be had, the list is read every time.
 class InterfaceAddresses
 {
 public:

@@ -10,8 +10,8 @@
 
 namespace KelRestHandler {
 
-/// Turns a finished reply into the answer of its operation: takes the server's clock from it, decides
-/// its status, has the document read and emits the operation's signal.
+/// Turns a finished reply into the answer of its operation: takes the server's clock from it,
+/// decides its status, has the document read and emits the operation's signal.
 ///
 /// A receiver may delete this object from its slot.
 class NetworkResponseProcessor : public ServiceSignals

@@ -154,7 +154,8 @@ private Q_SLOTS:
         KelAccountsPrivate orchestrator(nullptr);
         QSignalSpy spy(&orchestrator, &KelAccountsPrivate::initializeResponse);
         orchestrator.initialize(key, secret, 2, service, QVariantMap());
-        const QString signature = orchestrator.createSignature(QString(), QStringLiteral("b"), false);
+        const QString signature =
+            orchestrator.createSignature(QString(), QStringLiteral("b"), false);
         orchestrator.initialize(QStringLiteral("other"), QStringLiteral("other"), 0, service,
                                 QVariantMap());
         QCOMPARE(spy.count(), 1);
@@ -210,10 +211,9 @@ private Q_SLOTS:
         QTest::addColumn<int>("type");
         QTest::addColumn<QString>("signal");
         // the type's number, and the number of its signal in the list above
-        const QList<QPair<int, int>> rows = {{0, 0},   {1, 1},   {2, 2},   {3, 4},   {4, 5},
-                                             {5, 6},   {6, 7},   {7, 9},   {8, 10},  {9, 8},
-                                             {10, 11}, {11, 12}, {12, 13}, {13, 14}, {14, 15},
-                                             {15, 16}, {16, 17}, {17, 18}};
+        const QList<QPair<int, int>> rows = {
+            {0, 0}, {1, 1},   {2, 2},   {3, 4},   {4, 5},   {5, 6},   {6, 7},   {7, 9},   {8, 10},
+            {9, 8}, {10, 11}, {11, 12}, {12, 13}, {13, 14}, {14, 15}, {15, 16}, {16, 17}, {17, 18}};
         for (const auto& row : rows)
             QTest::addRow("%d", row.first)
                 << row.first << QString::fromLatin1(publicSignals[row.second]);
@@ -248,7 +248,8 @@ private Q_SLOTS:
             if (signal.contains(QLatin1String("ProfileInfo*")))
                 QVERIFY(!arguments.at(1).value<KelAccount::ProfileInfo*>());
             if (signal.contains(QLatin1String("PreAccountInfo")))
-                QCOMPARE(arguments.at(1).value<KelAccount::PreAccountInfo>().preAccountId, QString());
+                QCOMPARE(arguments.at(1).value<KelAccount::PreAccountInfo>().preAccountId,
+                         QString());
         }
         qDeleteAll(spies);
     }

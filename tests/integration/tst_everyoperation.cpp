@@ -37,10 +37,7 @@ public:
     {
         return CryptographicUtils::HMACSHA1(base, QStringLiteral("demo-secret&"));
     }
-    QString getTimeStamp() override
-    {
-        return TimeStampManager::getTimeStampManager()->timeStamp();
-    }
+    QString getTimeStamp() override { return TimeStampManager::getTimeStampManager()->timeStamp(); }
 };
 
 } // namespace
@@ -128,7 +125,8 @@ private Q_SLOTS:
     void asksForQuestionsTermsAndVariant() // 6, 7, 8, 11, 12
     {
         QSignalSpy questions(&mHandler, &RESTRequestHandler::retrieveSecQueListResponse);
-        QCOMPARE(mHandler.sendRetrieveSecQueListRequest(mSigner, QStringLiteral("en"), key, base()), 0);
+        QCOMPARE(mHandler.sendRetrieveSecQueListRequest(mSigner, QStringLiteral("en"), key, base()),
+                 0);
         QVERIFY(questions.wait(patience));
         QCOMPARE(questions.first().at(0).toInt(), 0);
         QVERIFY(!questions.first().at(1).toMap().isEmpty());
@@ -283,10 +281,9 @@ private Q_SLOTS:
         const QString token = inbox.first().toObject().value(QStringLiteral("token")).toString();
 
         QSignalSpy reset(&mHandler, &RESTRequestHandler::passwordResetResponse);
-        QCOMPARE(mHandler.sendResetPasswordRequest(mSigner, QStringLiteral("alice"), token,
-                                                   QStringLiteral("third-secret"),
-                                                   QStringLiteral("Rex"), QStringLiteral("en"), key,
-                                                   base()),
+        QCOMPARE(mHandler.sendResetPasswordRequest(
+                     mSigner, QStringLiteral("alice"), token, QStringLiteral("third-secret"),
+                     QStringLiteral("Rex"), QStringLiteral("en"), key, base()),
                  0);
         QVERIFY(reset.wait(patience));
         QCOMPARE(reset.first().at(0).value<RESTResponseBase>().status, 0);
@@ -326,7 +323,8 @@ private:
         contacts.emailContacts = {{QStringLiteral("alice@example.org"), true, false}};
         switch (type) {
         case 16:
-            return mHandler.sendRetrieveMarketingConsentRequest(mSigner, mAccountId, key, base(), out);
+            return mHandler.sendRetrieveMarketingConsentRequest(mSigner, mAccountId, key, base(),
+                                                                out);
         case 17:
             return mHandler.sendUpdateMarketingConsentRequest(mSigner, {true, false}, mAccountId,
                                                               key, base(), out);
@@ -336,7 +334,8 @@ private:
             return mHandler.sendUpdateContactsInfoRequest(mSigner, contacts, mAccountId, key,
                                                           base(), out);
         default:
-            return mHandler.sendUpdateProfileRequest(mSigner, profile, mAccountId, key, base(), out);
+            return mHandler.sendUpdateProfileRequest(mSigner, profile, mAccountId, key, base(),
+                                                     out);
         }
     }
 

@@ -21,20 +21,23 @@ namespace {
 class Connection
 {
 public:
-    Connection(int family, quint16 port) : mDescriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    Connection(int family, quint16 port)
+        : mDescriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         if (family == AF_INET6) {
             sockaddr_in6 peer{};
             peer.sin6_family = AF_INET6;
             peer.sin6_addr = in6addr_loopback;
             peer.sin6_port = htons(port);
-            mConnected = ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
+            mConnected =
+                ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
         } else {
             sockaddr_in peer{};
             peer.sin_family = AF_INET;
             peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
             peer.sin_port = htons(port);
-            mConnected = ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
+            mConnected =
+                ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
         }
     }
     ~Connection() { ::close(mDescriptor); }
@@ -86,7 +89,8 @@ private Q_SLOTS:
         QTcpServer service;
         QVERIFY(service.listen(loopback));
         const Connection connection(AF_INET, service.serverPort());
-        QCOMPARE(disableNagle({QHostAddress(QStringLiteral("127.0.0.2"))}, service.serverPort()), 0);
+        QCOMPARE(disableNagle({QHostAddress(QStringLiteral("127.0.0.2"))}, service.serverPort()),
+                 0);
         QCOMPARE(disableNagle({}, service.serverPort()), 0);
         QVERIFY(!connection.hasNoDelay());
     }
@@ -106,10 +110,12 @@ private Q_SLOTS:
     void anIpv6PeerIsFound()
     {
         QTcpServer service;
-        QVERIFY2(service.listen(QHostAddress::LocalHostIPv6), "needs IPv6 on the loopback interface");
+        QVERIFY2(service.listen(QHostAddress::LocalHostIPv6),
+                 "needs IPv6 on the loopback interface");
         const Connection connection(AF_INET6, service.serverPort());
         QVERIFY(connection.isConnected());
-        QCOMPARE(disableNagle({QHostAddress(QHostAddress::LocalHostIPv6)}, service.serverPort()), 1);
+        QCOMPARE(disableNagle({QHostAddress(QHostAddress::LocalHostIPv6)}, service.serverPort()),
+                 1);
         QVERIFY(connection.hasNoDelay());
     }
 
