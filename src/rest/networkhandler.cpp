@@ -25,10 +25,9 @@ void installProxyFromEnvironment()
     if (address.host().isEmpty())
         return;
     constexpr int httpPort = 80;
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(
-        QNetworkProxy::HttpProxy, address.host(),
-        static_cast<quint16>(address.port(httpPort)), address.userName(),
-        address.password()));
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, address.host(),
+                                                     static_cast<quint16>(address.port(httpPort)),
+                                                     address.userName(), address.password()));
 }
 
 // A language comes from the application: a line break in it must not start a header of its own. An
@@ -37,22 +36,23 @@ QByteArray headerBytes(const QString& text)
 {
     QByteArray bytes = text.isEmpty() ? QByteArray("") : text.toLatin1();
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-    bytes.truncate(static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl)
-                                    - bytes.begin()));
+    bytes.truncate(
+        static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl) - bytes.begin()));
     return bytes;
 }
 
-// Status line, header lines, an empty line, body: what the processor searches for date and document.
+// Status line, header lines, an empty line, body: what the processor searches for date and
+// document.
 QString replyText(QNetworkReply* reply)
 {
-    QString text = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString()
-                   + QLatin1Char(' ')
-                   + reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString()
-                   + QLatin1String("\r\n");
+    QString text = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString() +
+                   QLatin1Char(' ') +
+                   reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString() +
+                   QLatin1String("\r\n");
     const auto headers = reply->rawHeaderPairs();
     for (const auto& header : headers) {
-        text += QString::fromLatin1(header.first) + QLatin1String(": ")
-                + QString::fromLatin1(header.second) + QLatin1String("\r\n");
+        text += QString::fromLatin1(header.first) + QLatin1String(": ") +
+                QString::fromLatin1(header.second) + QLatin1String("\r\n");
     }
     return text + QLatin1String("\r\n") + QString::fromUtf8(reply->readAll());
 }
@@ -164,8 +164,7 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
     if (!type.isValid() || !consumerKey.isValid() || !requestId.isValid())
         return;
 
-    auto* const response =
-        new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
+    auto* const response = new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
     reply->deleteLater();
     // A receiver may delete this object: nothing of it is used afterwards.
     mProcessor.processResponseFromServer(type.toInt(), response);

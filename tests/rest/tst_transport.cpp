@@ -18,7 +18,8 @@ using namespace KelRestHandler;
 namespace {
 
 const auto consumerKey = QStringLiteral("the key");
-const QByteArray freeName = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><userNameAvailabilityResponse/>";
+const QByteArray freeName =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?><userNameAvailabilityResponse/>";
 
 constexpr int patience = 5000;
 
@@ -159,7 +160,8 @@ private Q_SLOTS:
         QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
         QVERIFY(spy.wait(patience));
         QCOMPARE(server.requests().first().headerCount("X-Smuggled"), 0);
-        QCOMPARE(server.requests().first().header("Accept-Language"), QByteArray("fiX-Smuggled: yes"));
+        QCOMPARE(server.requests().first().header("Accept-Language"),
+                 QByteArray("fiX-Smuggled: yes"));
     }
 
     void aTypeOutsideTheTableIsRefused_data()
@@ -250,10 +252,10 @@ private Q_SLOTS:
         QTest::newRow("not HTTP") << raw("SSH-2.0-nothing for you\r\n\r\n") << 402;
         // HTTP status and what Qt makes of it; 413 has no name
         const QList<QPair<int, int>> rows = {
-            {400, 419}, {401, 504}, {402, 422}, {403, 413}, {404, 415}, {405, 414}, {406, 422},
-            {407, 412}, {408, 422}, {409, 1004}, {410, 1004}, {415, 422}, {418, 419}, {422, 422},
-            {423, 422}, {429, 422}, {500, 1004}, {501, 1004}, {502, 1004}, {503, 1004},
-            {504, 1004}, {200, 0}, {204, 0}, {302, 0}, {304, 0},
+            {400, 419}, {401, 504}, {402, 422},  {403, 413},  {404, 415},  {405, 414},  {406, 422},
+            {407, 412}, {408, 422}, {409, 1004}, {410, 1004}, {415, 422},  {418, 419},  {422, 422},
+            {423, 422}, {429, 422}, {500, 1004}, {501, 1004}, {502, 1004}, {503, 1004}, {504, 1004},
+            {200, 0},   {204, 0},   {302, 0},    {304, 0},
         };
         for (const auto& row : rows)
             QTest::addRow("HTTP %d", row.first) << Reaction::reply(row.first, "") << row.second;
@@ -505,12 +507,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("secure");
         QTest::addColumn<QString>("host");
         QTest::addColumn<int>("port");
-        QTest::newRow("both") << QByteArray("http://plain.example:1") << QByteArray("http://secure.example:2")
+        QTest::newRow("both") << QByteArray("http://plain.example:1")
+                              << QByteArray("http://secure.example:2")
                               << QStringLiteral("secure.example") << 2;
-        QTest::newRow("plain only")
-            << QByteArray("http://plain.example:1") << QByteArray() << QStringLiteral("plain.example") << 1;
-        QTest::newRow("secure only")
-            << QByteArray() << QByteArray("http://secure.example:2") << QStringLiteral("secure.example") << 2;
+        QTest::newRow("plain only") << QByteArray("http://plain.example:1") << QByteArray()
+                                    << QStringLiteral("plain.example") << 1;
+        QTest::newRow("secure only") << QByteArray() << QByteArray("http://secure.example:2")
+                                     << QStringLiteral("secure.example") << 2;
         QTest::newRow("none") << QByteArray() << QByteArray() << QString() << 0;
         QTest::newRow("no host") << QByteArray() << QByteArray("nonsense") << QString() << 0;
         QTest::newRow("no host in the one that counts")
