@@ -4,6 +4,7 @@
 #include "common/logging.h"
 #include "rest/msgparser.h"
 #include "rest/netrequesttype.h"
+#include "rest/replydocument.h"
 #include "rest/wiretime.h"
 
 #include <kelaccount/errorstatus.h>
@@ -55,7 +56,8 @@ constexpr TransportStatus transportStatuses[] = {
 
 const auto dateHeader = QLatin1String("Date:");
 const auto lineEnd = QLatin1String("\r\n");
-const auto declaration = QLatin1String("<?xml");
+// A date of the service has 29 characters.
+constexpr int longestDate = 256;
 
 } // namespace
 
@@ -136,6 +138,9 @@ void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* resp
     const int begin = header + dateHeader.size();
     const int end = data.indexOf(lineEnd, begin);
     QString text = data.mid(begin, end < 0 ? -1 : end - begin);
+    // Nothing longer is a date, and looking for one in megabytes holds the event loop up.
+    if (text.size() > longestDate)
+        text.clear();
     text = text.remove(QLatin1String(" GMT")).trimmed();
 
     const QDateTime time = headerTimeOnWire(text);
@@ -147,9 +152,7 @@ void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,
                                                       QDomNode& responseElement,
                                                       RequestInfoData& info)
 {
-    const QString data = response->getData();
-    if (data.contains(declaration))
-        parseErrorResponseXml(info, data, responseElement);
+    parseErrorResponseXml(info, response->getData(), responseElement);
     // Undecided: there was no document, or one that reports no error.
     if (info.statusCode == ErrorMax) {
         info.statusCode = response->errorCode() == QNetworkReply::NoError
@@ -161,8 +164,11 @@ void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,
 void NetworkResponseProcessor::parseErrorResponseXml(RequestInfoData& info, const QString& data,
                                                      QDomNode& responseElement)
 {
+    const QStringView document = documentIn(data);
+    if (document.isNull())
+        return;
     info.statusCode = ErrorMax;
-    responseElement = MsgParser::processXml(info, data.mid(data.indexOf(declaration)));
+    responseElement = MsgParser::processXml(info, document.toString());
     if (info.statusCode == ErrorUndefined)
         MsgParser::parseErrorxml(info, responseElement);
 }

@@ -13,10 +13,7 @@ namespace {
 class MarkupWalk
 {
 public:
-    explicit MarkupWalk(const QString& xml)
-        : mXml(xml), mPosition(xml.constData()), mEnd(mPosition + xml.size())
-    {
-    }
+    explicit MarkupWalk(QStringView xml) : mXml(xml), mPosition(xml.begin()), mEnd(xml.end()) {}
 
     bool staysWithinBounds()
     {
@@ -30,14 +27,14 @@ public:
 private:
     bool toNextMarkup()
     {
-        // Between two tags there is little, as a rule; for the rest QString compares many
-        // characters at a time.
+        // Between two tags there is little, as a rule; for the rest Qt compares many characters at
+        // a time.
         constexpr int littleText = 32;
         const QChar* const shortly = mPosition + std::min<qptrdiff>(littleText, mEnd - mPosition);
         mPosition = std::find(mPosition, shortly, QLatin1Char('<'));
         if (mPosition == shortly) {
-            const int found = mXml.indexOf(QLatin1Char('<'), position());
-            mPosition = found < 0 ? mEnd : mXml.constData() + found;
+            const qsizetype found = mXml.indexOf(QLatin1Char('<'), position());
+            mPosition = found < 0 ? mEnd : mXml.begin() + found;
         }
         if (mPosition == mEnd)
             return false;
@@ -96,15 +93,15 @@ private:
     // Leaves the position on the closing quote.
     bool skipQuoted(QChar quote)
     {
-        const int found = mXml.indexOf(quote, position() + 1);
-        mPosition = found < 0 ? mEnd : mXml.constData() + found;
+        const qsizetype found = mXml.indexOf(quote, position() + 1);
+        mPosition = found < 0 ? mEnd : mXml.begin() + found;
         return found >= 0;
     }
 
     bool skipPast(QLatin1String terminator)
     {
-        const int found = mXml.indexOf(terminator, position());
-        mPosition = found < 0 ? mEnd : mXml.constData() + found + terminator.size();
+        const qsizetype found = mXml.indexOf(terminator, position());
+        mPosition = found < 0 ? mEnd : mXml.begin() + found + terminator.size();
         return true;
     }
 
@@ -113,9 +110,9 @@ private:
         return QStringView(mPosition, mEnd).startsWith(text);
     }
 
-    int position() const { return static_cast<int>(mPosition - mXml.constData()); }
+    qsizetype position() const { return mPosition - mXml.begin(); }
 
-    const QString& mXml;
+    QStringView mXml;
     const QChar* mPosition;
     const QChar* mEnd;
     int mDepth = 0;
@@ -124,22 +121,22 @@ private:
 
 // Whether there are too few tags and attributes for any bound, and no document type declaration.
 // That is counted in a fraction of the time of a walk, and says all about most replies.
-bool hasTooLittleMarkup(const QString& xml)
+bool hasTooLittleMarkup(QStringView xml)
 {
     static_assert(ReplyBounds::depth + ReplyBounds::attributesOfOneTag <= ReplyBounds::markups);
-    const ushort* const text = xml.utf16();
-    const int size = xml.size();
+    const QChar* const text = xml.begin();
+    const qsizetype last = xml.size() - 1;
     constexpr int shortText = 4096; // longer ones have too many tags anyhow
-    if (size > shortText)
-        return false;
+    if (last < 0 || last >= shortText)
+        return last < 0;
     // The loop has no branch, so that the compiler can count many characters at a time.
-    int tags = 0;
-    int attributes = 0;
+    int tags = text[last].unicode() == '<';
+    int attributes = text[last].unicode() == '=';
     int declarations = 0;
-    for (int i = 0; i < size; ++i) {
-        tags += text[i] == '<';
-        attributes += text[i] == '=';
-        declarations += (text[i] == '<') & (text[i + 1] == '!'); // a null stands behind the last
+    for (int i = 0; i < last; ++i) {
+        tags += text[i].unicode() == '<';
+        attributes += text[i].unicode() == '=';
+        declarations += (text[i].unicode() == '<') & (text[i + 1].unicode() == '!');
     }
     return tags <= ReplyBounds::depth && attributes <= ReplyBounds::attributesOfOneTag &&
            declarations == 0;
@@ -147,7 +144,13 @@ bool hasTooLittleMarkup(const QString& xml)
 
 } // namespace
 
-bool isWithinReplyBounds(const QString& xml)
+QStringView documentIn(QStringView text)
+{
+    const qsizetype start = text.indexOf(QLatin1String("<?xml"));
+    return start < 0 ? QStringView() : text.mid(start);
+}
+
+bool isWithinReplyBounds(QStringView xml)
 {
     return xml.size() <= ReplyBounds::characters &&
            (hasTooLittleMarkup(xml) || MarkupWalk(xml).staysWithinBounds());
