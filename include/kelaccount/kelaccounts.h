@@ -36,6 +36,15 @@ class RegistrationInfo;
 ///
 /// Statuses that any operation of the service can carry: 401 to 423 (nothing usable came back), 500
 /// to 526 (the service's own answer) and 1004; each operation lists those of its own.
+///
+/// The service answers many a change with HTTP 2xx and nothing else. So a reply of HTTP 2xx without
+/// a readable document of the service is status 0 with empty values. Where an answer has values,
+/// empty ones show it: no questions, no addresses, no account, variant 0, a null picture. It cannot
+/// be told from success for isUserIdAvailable() and isEmailIdAvailable(), which then say that the
+/// name or the address is free, for requestPasswordReset() and for
+/// resetPasswordUsingSecurityQuestion(). Any other reply without a document, such as a redirect,
+/// and a document that is too large or too deep to be one of the service's, is ErrorProtocolFailure
+/// (423).
 class KELACCOUNT_EXPORT KelAccounts : public QObject
 {
     Q_OBJECT

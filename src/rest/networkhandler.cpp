@@ -4,6 +4,7 @@
 #include "common/logging.h"
 #include "rest/httpresponse.h"
 #include "rest/networkreplycontainer.h"
+#include "rest/receivedreply.h"
 #include "rest/replyproperties.h"
 
 #include <QNetworkRequest>
@@ -137,10 +138,13 @@ void NetworkHandler::onFinished(QNetworkReply* reply)
     const QVariant timedOut = reply->property(ReplyProperty::timedOut);
     if (!timedOut.isValid() || timedOut.toInt() != 0)
         return;
-    if (reply->property(ReplyProperty::oversized).toBool())
+    if (reply->property(ReplyProperty::oversized).toBool()) {
         process(reply, QNetworkReply::ProtocolFailure, QString());
-    else
-        process(reply, reply->error(), replyText(reply));
+        return;
+    }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const ReceivedReply received = receivedReply(reply->error(), status, replyText(reply));
+    process(reply, received.error, received.text);
 }
 
 void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)

@@ -252,10 +252,40 @@ private Q_SLOTS:
         QTest::newRow("not HTTP") << raw("SSH-2.0-nothing for you\r\n\r\n") << 402;
         // HTTP status and what Qt makes of it; 413 has no name
         const QList<QPair<int, int>> rows = {
-            {400, 419}, {401, 504}, {402, 422},  {403, 413},  {404, 415},  {405, 414},  {406, 422},
-            {407, 412}, {408, 422}, {409, 1004}, {410, 1004}, {415, 422},  {418, 419},  {422, 422},
-            {423, 422}, {429, 422}, {500, 1004}, {501, 1004}, {502, 1004}, {503, 1004}, {504, 1004},
-            {200, 0},   {204, 0},   {302, 0},    {304, 0},
+            {400, 419},
+            {401, 504},
+            {402, 422},
+            {403, 413},
+            {404, 415},
+            {405, 414},
+            {406, 422},
+            {407, 412},
+            {408, 422},
+            {409, 1004},
+            {410, 1004},
+            {415, 422},
+            {418, 419},
+            {422, 422},
+            {423, 422},
+            {429, 422},
+            {500, 1004},
+            {501, 1004},
+            {502, 1004},
+            {503, 1004},
+            {504, 1004},
+            {200, 0},
+            {204, 0},
+            {299, 0},
+            // No error for Qt, but no success either: nothing was done, and no redirect is followed
+            {300, 423},
+            {301, 423},
+            {302, 423},
+            {303, 423},
+            {304, 423},
+            {307, 423},
+            {308, 423},
+            {101, 423},
+            {199, 423},
         };
         for (const auto& row : rows)
             QTest::addRow("HTTP %d", row.first) << Reaction::reply(row.first, "") << row.second;
@@ -342,6 +372,53 @@ private Q_SLOTS:
         QVERIFY(!answerIn(spy).available);
         QTest::qWait(20);
         QCOMPARE(spy.count(), 1);
+    }
+
+    void aReplyThatCannotBeReadIsAFailure_data()
+    {
+        QTest::addColumn<int>("httpStatus");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("status");
+        const QByteArray declaration = "<?xml version=\"1.0\"?>";
+        const QByteArray error = declaration + "<e><errorCode>accountLocked</errorCode></e>";
+        const QByteArray page = declaration + "<html><body/></html>";
+        const QByteArray entities =
+            declaration + "<!DOCTYPE a [<!ENTITY b 'c'>]><userNameAvailabilityResponse/>";
+        const QByteArray deep =
+            declaration + QByteArray("<a>").repeated(300) + QByteArray("</a>").repeated(300);
+        const QByteArray many = declaration + "<userNameAvailabilityResponse>" +
+                                QByteArray("<a/>").repeated(20'000) +
+                                "</userNameAvailabilityResponse>";
+        const QByteArray attributes = declaration + "<userNameAvailabilityResponse " +
+                                      QByteArray("a='' ").repeated(65) + "/>";
+        QTest::newRow("document type") << 200 << entities << 423;
+        QTest::newRow("document type with an error") << 404 << entities << 423;
+        QTest::newRow("depth") << 200 << deep << 423;
+        QTest::newRow("elements") << 200 << many << 423;
+        QTest::newRow("attributes") << 200 << attributes << 423;
+        QTest::newRow("redirect with a document") << 302 << freeName << 0;
+        QTest::newRow("redirect with an error document") << 302 << error << 510;
+        QTest::newRow("redirect with a page") << 302 << page << 423;
+        QTest::newRow("redirect with half a document") << 302 << freeName.chopped(9) << 423;
+        QTest::newRow("redirect with a text") << 302 << QByteArray("moved") << 423;
+        QTest::newRow("page") << 200 << page << 0;
+        QTest::newRow("half a document") << 200 << freeName.chopped(9) << 0;
+        QTest::newRow("text") << 200 << QByteArray("done") << 0;
+    }
+
+    void aReplyThatCannotBeReadIsAFailure()
+    {
+        QFETCH(int, httpStatus);
+        QFETCH(QByteArray, body);
+        ScriptedServer server;
+        server.expect(Reaction::reply(httpStatus, body));
+        NetworkHandler handler(nullptr);
+        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
+        VerbRequest request(mSigner, QStringLiteral("GET"), server.base());
+        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
+        QVERIFY(spy.wait(patience));
+        QTEST(answerIn(spy).status, "status");
+        QCOMPARE(server.problems(), QStringList());
     }
 
     void repliesAreMatchedByTheirIdentifier()

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/receivedreply.h"
+
+#include <QTest>
+
+using namespace KelRestHandler;
+
+namespace {
+
+const auto head = QStringLiteral("HTTP line\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n");
+const auto answer =
+    head + QStringLiteral("<?xml version=\"1.0\"?><tokenRefreshResponse></tokenRefreshResponse>");
+
+} // namespace
+
+class TestReceivedReply : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutADocumentEveryStatusButSuccessIsAFailure()
+    {
+        for (int status = 0; status < 1000; ++status) {
+            const ReceivedReply reply = receivedReply(QNetworkReply::NoError, status, head);
+            const bool success = status / 100 == 2;
+            QCOMPARE(reply.error,
+                     success ? QNetworkReply::NoError : QNetworkReply::ProtocolFailure);
+            QCOMPARE(reply.text, success ? head : QString());
+        }
+    }
+
+    void aDocumentDecidesWhateverTheStatus()
+    {
+        for (int status = 0; status < 1000; ++status) {
+            const ReceivedReply reply = receivedReply(QNetworkReply::NoError, status, answer);
+            QCOMPARE(reply.error, QNetworkReply::NoError);
+            QCOMPARE(reply.text, answer);
+        }
+    }
+
+    void theNetworksErrorStays()
+    {
+        for (const int status : {0, 200, 302, 404, 503}) {
+            const ReceivedReply reply =
+                receivedReply(QNetworkReply::ContentNotFoundError, status, head);
+            QCOMPARE(reply.error, QNetworkReply::ContentNotFoundError);
+            QCOMPARE(reply.text, head);
+        }
+    }
+
+    void aDocumentBeyondTheBoundsIsAFailureWhateverTheNetworkSays()
+    {
+        const QString text = head + QStringLiteral("<?xml version=\"1.0\"?><!DOCTYPE a><a/>");
+        for (const auto error : {QNetworkReply::NoError, QNetworkReply::ContentNotFoundError}) {
+            const ReceivedReply reply = receivedReply(error, 200, text);
+            QCOMPARE(reply.error, QNetworkReply::ProtocolFailure);
+            QVERIFY(reply.text.isNull());
+        }
+    }
+
+    void onlyTheDocumentHasBounds()
+    {
+        // Without a declaration it is no document, and never read as one.
+        const QString text = head + QStringLiteral("<!DOCTYPE html><p>").repeated(100'000);
+        const ReceivedReply reply = receivedReply(QNetworkReply::NoError, 200, text);
+        QCOMPARE(reply.error, QNetworkReply::NoError);
+        QCOMPARE(reply.text, text);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestReceivedReply)
+#include "tst_receivedreply.moc"
