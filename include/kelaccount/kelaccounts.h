@@ -93,8 +93,8 @@ public Q_SLOTS:
     /// when a reply came: a null picture is how a failure shows. Refusals come by
     /// captchaImageResponse() alone: ErrorInitializationPending (802), ErrorUnabletoSendRequest
     /// (1002). The object remembers the id, for a registration or a recovery that gives none.
-    /// Under a plain QCoreApplication, which cannot hold pictures, the picture is null and a
-    /// warning is logged.
+    /// The picture is null, and a warning logged, under a plain QCoreApplication, which cannot hold
+    /// pictures, and when it has more than 16 megapixels.
     void retrieveCaptchaImage(int width, int height);
 
     /// Registers an account, stores its credentials on the device and sets the account up there.

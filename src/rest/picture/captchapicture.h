@@ -10,7 +10,8 @@ class QPixmap;
 namespace KelRestHandler {
 
 /// Calls `use` once, at once, with the picture that the bytes hold in any format that Qt reads, or
-/// with a null picture when they hold none, or when there is no QGuiApplication to hold pictures.
+/// with a null picture when they hold none, when it has more than 16 megapixels or does not say its
+/// size before it is decoded, or when there is no QGuiApplication to hold pictures.
 ///
 /// Qt Gui costs a process several megabytes and milliseconds, and few processes ever see a captcha.
 /// So the shared library does not link it: the function stands in a module that is loaded when the

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/picture/captchapicture.h"
+#include "support/messagelog.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QPixmap>
+#include <QtEndian>
+#include <QTest>
+
+using namespace KelRestHandler;
+
+namespace {
+
+constexpr const char* tooLarge = "A captcha picture of more than 16 megapixels is not decoded";
+
+QByteArray encoded(const char* format, int width, int height)
+{
+    QImage image(width, height, QImage::Format_Mono);
+    image.fill(0);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    return image.save(&buffer, format) ? bytes : QByteArray();
+}
+
+QByteArray number16(int value)
+{
+    QByteArray bytes(2, 0);
+    qToLittleEndian<quint16>(static_cast<quint16>(value), bytes.data());
+    return bytes;
+}
+
+QByteArray number32(int value)
+{
+    QByteArray bytes(4, 0);
+    qToLittleEndian<qint32>(value, bytes.data());
+    return bytes;
+}
+
+// An icon that claims 16 x 16 pixels and holds the picture.
+QByteArray iconWith(const QByteArray& picture)
+{
+    constexpr int headerLength = 22;
+    return number16(0) + number16(1) + number16(1) + QByteArray("\x10\x10\0\0", 4) + number16(1) +
+           number16(32) + number32(picture.size()) + number32(headerLength) + picture;
+}
+
+// One frame of 10 x 10 pixels on a screen of the given size.
+QByteArray gifOn(int width, int height)
+{
+    return "GIF89a" + number16(width) + number16(height) + QByteArray("\x80\0\0", 3) +
+           QByteArray("\0\0\0\xff\xff\xff", 6) + "," + number16(0) + number16(0) + number16(10) +
+           number16(10) + QByteArray("\0\x02\x02\x4c\x01\0;", 7);
+}
+
+// The same bitmap, said to be of another size.
+QByteArray bitmapOf(int width, int height)
+{
+    QByteArray bytes = encoded("bmp", 64, 32);
+    constexpr int widthOffset = 18;
+    constexpr int heightOffset = 22;
+    bytes.replace(widthOffset, 4, number32(width));
+    bytes.replace(heightOffset, 4, number32(height));
+    return bytes;
+}
+
+QSize sizeOf(const QByteArray& bytes)
+{
+    QSize size;
+    int calls = 0;
+    withCaptchaPicture(bytes, [&](const QPixmap& picture) {
+        size = picture.size();
+        ++calls;
+    });
+    return calls == 1 ? size : QSize(-1, -1);
+}
+
+} // namespace
+
+class TestCaptchaPicture : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aPictureIsDecodedByItsContent_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QSize>("size");
+        for (const char* format : {"png", "bmp", "jpg", "ppm", "pgm", "pbm", "xbm", "xpm", "ico"})
+            QTest::newRow(format) << encoded(format, 64, 32) << QSize(64, 32);
+        QTest::newRow("gif") << gifOn(20, 12) << QSize(20, 12);
+        QTest::newRow("icon of a png") << iconWith(encoded("png", 64, 32)) << QSize(64, 32);
+        QTest::newRow("bitmap from the top") << bitmapOf(64, -32) << QSize(64, 32);
+        QTest::newRow("16 megapixels") << encoded("png", 4000, 4000) << QSize(4000, 4000);
+    }
+
+    void aPictureIsDecodedByItsContent()
+    {
+        QFETCH(QByteArray, bytes);
+        QVERIFY(!bytes.isEmpty());
+        const MessageLog log;
+        QTEST(sizeOf(bytes), "size");
+        QCOMPARE(log.all(), QStringList());
+    }
+
+    void aPictureBeyondSixteenMegapixelsIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("png") << encoded("png", 4001, 4000);
+        QTest::newRow("jpg") << encoded("jpg", 4000, 4001);
+        QTest::newRow("icon of a png") << iconWith(encoded("png", 4001, 4000));
+        QTest::newRow("gif with a large screen") << gifOn(4001, 4000);
+        QTest::newRow("bitmap") << bitmapOf(8000, 8000);
+        QTest::newRow("bitmap from the top") << bitmapOf(8000, -8000);
+        QTest::newRow("a few letters")
+            << QByteArray("#define a_width 30000\n#define a_height 30000\n"
+                          "static char a_bits[] = { 0x00");
+    }
+
+    void aPictureBeyondSixteenMegapixelsIsNone()
+    {
+        QFETCH(QByteArray, bytes);
+        QVERIFY(!bytes.isEmpty());
+        const MessageLog log;
+        QCOMPARE(sizeOf(bytes), QSize(0, 0));
+        QCOMPARE(log.all(), QStringList(QStringLiteral("W ") + QLatin1String(tooLarge)));
+    }
+
+    void whatIsNoPictureIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        const QByteArray png = encoded("png", 64, 32);
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("text") << QByteArray("captcha");
+        for (const int length : {8, 16, 23, 24, 33})
+            QTest::addRow("%d bytes of a png", length) << png.left(length);
+        QTest::newRow("the beginning of a gif") << gifOn(20, 12).left(9);
+    }
+
+    void whatIsNoPictureIsNone()
+    {
+        QFETCH(QByteArray, bytes);
+        QCOMPARE(sizeOf(bytes), QSize(0, 0));
+    }
+};
+
+QTEST_MAIN(TestCaptchaPicture)
+#include "tst_captchapicture.moc"
