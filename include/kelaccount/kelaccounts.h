@@ -45,6 +45,18 @@ class RegistrationInfo;
 /// resetPasswordUsingSecurityQuestion(). Any other reply without a document, such as a redirect,
 /// and a document that is too large or too deep to be one of the service's, is ErrorProtocolFailure
 /// (423).
+///
+/// isUserIdAvailable(), requestPasswordReset(), retrievePasswordResetSecQuestion(),
+/// resetPasswordUsingSecurityQuestion() and retrieveTermsOfService() put the user's name or the
+/// service id, and the terms' language and country, into the address of their request as they are.
+/// One that would make another address of it counts as one that is missing, and nothing is sent:
+/// with
+/// "/", "?", "#", "%" or a control character, or being "." or ".."; a language or country, wherever
+/// one is asked for, also with "&" or "=". That is ErrorInvalidParameter (1001) where the operation
+/// checks its arguments, also for a language or country that may be empty, and
+/// ErrorUnabletoSendRequest (1002) for requestPasswordReset() and retrieveSecurityQuestionList(),
+/// which check none. All other characters are sent; but a user's name of a dot and one character
+/// more, such as ".a", cannot be by the operations about a forgotten password (1002).
 class KELACCOUNT_EXPORT KelAccounts : public QObject
 {
     Q_OBJECT

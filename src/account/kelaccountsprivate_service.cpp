@@ -5,6 +5,7 @@
 #include "account/tostatus.h"
 #include "common/logging.h"
 #include "device/devicecountrypicker.h"
+#include "rest/addressvalue.h"
 
 #include <QPointer>
 
@@ -16,6 +17,17 @@ namespace {
 
 // The device's country could not be found. The number has no member.
 constexpr int countryUnknown = 807;
+
+// One that cannot stand in an address as it is counts as one that is missing.
+bool isGiven(const QString& argumentInPath)
+{
+    return !argumentInPath.isEmpty() && isWholeInPath(argumentInPath);
+}
+
+bool isGivenLanguage(const QString& language)
+{
+    return !language.isEmpty() && isWholeInQuery(language);
+}
 
 } // namespace
 
@@ -44,7 +56,7 @@ void KelAccountsPrivate::keep(OAuthRequest* request)
 
 void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
 {
-    if (isRefused(ResponseIsUserIdAvailable, !userId.isEmpty()))
+    if (isRefused(ResponseIsUserIdAvailable, isGiven(userId)))
         return;
     OAuthRequest* request = nullptr;
     const int result =
@@ -66,7 +78,11 @@ void KelAccountsPrivate::retrieveSecurityQuestionList(const QString& language)
 {
     if (isRefused(ResponseSecurityQuestionList, true))
         return;
-    checkSent(mRestHandler.sendRetrieveSecQueListRequest(*this, language, mConsumerKey, mServerUrl),
+    // The operation checks no argument: what is no language is a request that cannot be sent.
+    const bool sendable = isWholeInQuery(language);
+    checkSent(sendable ? mRestHandler.sendRetrieveSecQueListRequest(*this, language, mConsumerKey,
+                                                                    mServerUrl)
+                       : -1,
               ResponseSecurityQuestionList, "Failed to send retrieveSecurityQuestionList");
 }
 
@@ -81,7 +97,8 @@ void KelAccountsPrivate::detectPreAccount()
 void KelAccountsPrivate::retrieveTermsOfService(const QString& serviceId, const QString& language,
                                                 const QString& country, int format)
 {
-    if (isRefused(ResponseTermsOfService, !serviceId.isEmpty()))
+    const bool complete = isGiven(serviceId) && isWholeInQuery(language) && isWholeInQuery(country);
+    if (isRefused(ResponseTermsOfService, complete))
         return;
     checkSent(mRestHandler.sendretrieveTOSRequest(*this, serviceId, language, country,
                                                   format ? TermsFormatHtml : TermsFormatText,
@@ -123,7 +140,7 @@ void KelAccountsPrivate::retrievePasswordResetSecQuestion(const QString& userId,
                                                           const QString& language)
 {
     if (isRefused(ResponseRetrievePasswordResetSecQuestion,
-                  !userId.isEmpty() && !language.isEmpty()))
+                  isGiven(userId) && isGivenLanguage(language)))
         return;
     checkSent(mRestHandler.sendRetrieveSecurityQuestionRequest(*this, userId, language,
                                                                mConsumerKey, mServerUrl),
@@ -137,8 +154,8 @@ void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userI
                                                             const QString& securityAnswer,
                                                             const QString& language)
 {
-    const bool complete = !userId.isEmpty() && !securityToken.isEmpty() && !newPassword.isEmpty() &&
-                          !securityAnswer.isEmpty() && !language.isEmpty();
+    const bool complete = isGiven(userId) && !securityToken.isEmpty() && !newPassword.isEmpty() &&
+                          !securityAnswer.isEmpty() && isGivenLanguage(language);
     if (isRefused(ResponseResetPasswordUsingSecurityQuestion, complete))
         return;
     checkSent(mRestHandler.sendResetPasswordRequest(*this, userId, securityToken, newPassword,

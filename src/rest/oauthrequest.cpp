@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/oauthrequest.h"
 
+#include "rest/addressvalue.h"
 #include "rest/clientidentification.h"
 #include "rest/cryptographicutils.h"
 #include "rest/percentencoding.h"
@@ -24,6 +25,14 @@ QString formBody(const QString& document)
     QString form = QStringLiteral("XMLContent=");
     appendPercentEncoded(form, document);
     return form;
+}
+
+// The network library normalises a path when it sends it, and with a segment like ".a" before
+// another one it takes it for "." and drops it.
+bool survivesSending(const QUrl& address)
+{
+    return !address.path().contains(QLatin1String("/.")) ||
+           address.adjusted(QUrl::NormalizePathSegments) == address;
 }
 
 using Parameters = QVarLengthArray<QPair<QString, QString>, 8>;
@@ -58,7 +67,9 @@ OAuthRequest::~OAuthRequest() = default;
 void OAuthRequest::createOAuthRequest()
 {
     const QString url = getRestURL();
-    setUrl(QUrl(url));
+    const QUrl address(url);
+    setUrl(address);
+    mWellAddressed = mWellAddressed && survivesSending(address);
 
     const QString document = createXMLMessage();
     if (!document.isEmpty())
@@ -147,6 +158,18 @@ QString OAuthRequest::createSignatureBase(QString const& nonce, QString const& t
     for (const auto& parameter : parameters)
         appendPair(parameter.first, parameter.second);
     return base;
+}
+
+QString OAuthRequest::inPath(QString const& value)
+{
+    mWellAddressed = mWellAddressed && isWholeInPath(value);
+    return value;
+}
+
+QString OAuthRequest::inQuery(QString const& value)
+{
+    mWellAddressed = mWellAddressed && isWholeInQuery(value);
+    return value;
 }
 
 QString OAuthRequest::urlEncode(QString const& text)

@@ -18,8 +18,8 @@ class OAuthRequest : public HttpRequest
 public:
     /// `baseAddress` is kept for subclasses; `language` becomes the "Accept-Language" header.
     /// The provider must outlive the request.
-    OAuthRequest(ISignatureProvider& provider, QString const& consumerKey, QString const& baseAddress,
-                 NetRequestType type, QString const& language);
+    OAuthRequest(ISignatureProvider& provider, QString const& consumerKey,
+                 QString const& baseAddress, NetRequestType type, QString const& language);
     OAuthRequest(OAuthRequest const& other) = default;
     OAuthRequest& operator=(OAuthRequest const&) = delete;
     ~OAuthRequest() override;
@@ -33,8 +33,8 @@ public:
     /// Whether the access token takes part in signature and header.
     virtual bool isTokenRequired() = 0;
 
-    /// Fills address, body, verb and headers. Every operation class calls it as the last step of its
-    /// own constructor.
+    /// Fills address, body, verb and headers. Every operation class calls it as the last step of
+    /// its own constructor.
     void createOAuthRequest();
 
     /// Value of the "Authorization" header. `body` is the XML document itself, not the form.
@@ -44,6 +44,10 @@ public:
     /// document first, then everything else by name.
     QString createSignatureBase(QString const& nonce, QString const& timeStamp, QString const& url,
                                 QString const& body, QString const& verb, bool useToken);
+
+    /// Whether the address is the one that the operation means: every value in it is whole, see
+    /// addressvalue.h. A request without must not be sent.
+    bool isWellAddressed() const { return mWellAddressed; }
 
     static QString urlEncode(QString const& text);
 
@@ -55,11 +59,17 @@ protected:
     QString baseAddress() const { return mBaseAddress; }
     ISignatureProvider& provider() const { return mProvider; }
 
+    /// The value as it is. getRestURL() passes every value through one of these that it takes from
+    /// outside, so that isWellAddressed() knows of it.
+    QString inPath(QString const& value);
+    QString inQuery(QString const& value);
+
 private:
     QString mConsumerKey;
     QString mBaseAddress;
     QString mLanguage;
     ISignatureProvider& mProvider;
+    bool mWellAddressed = true;
 };
 
 } // namespace KelRestHandler

@@ -38,7 +38,16 @@ namespace KelRestHandler {
 
 namespace {
 
-// Null, and a line in the log, when there is no memory for the request.
+// Whether the request reaches what its operation means. The value may be a secret: it is not
+// logged.
+bool canBeSent(const OAuthRequest& request)
+{
+    if (!request.isWellAddressed())
+        qCCritical(logRest, "A value cannot stand in the address of its request; nothing is sent");
+    return request.isWellAddressed();
+}
+
+// Null, and a line in the log, when there is no memory for the request, or it must not be sent.
 template <class Request, class... Arguments>
 std::unique_ptr<Request> makeRequest(const char* creationFailure, NetRequestType type,
                                      ISignatureProvider& provider, const Arguments&... arguments)
@@ -46,6 +55,8 @@ std::unique_ptr<Request> makeRequest(const char* creationFailure, NetRequestType
     std::unique_ptr<Request> request(new (std::nothrow) Request(provider, arguments..., type));
     if (!request)
         qCCritical(logRest, "%s", creationFailure);
+    else if (!canBeSent(*request))
+        request.reset();
     return request;
 }
 
@@ -349,7 +360,7 @@ int RESTRequestHandler::sendUpdateDeviceInfoRequest(ISignatureProvider& provider
 
 int RESTRequestHandler::resendRequest(OAuthRequest* request)
 {
-    if (!request)
+    if (!request || !canBeSent(*request))
         return -1;
     return mNetworkHandler->sendNetWorkRequest(request, request->getRequestType()) == 0 ? 0 : -1;
 }

@@ -21,7 +21,8 @@ class OAuthRequest;
 /// answer (see ServiceSignals).
 ///
 /// Every send operation returns 0 when the request is on its way, and -1 when it is not; then no
-/// signal follows. The provider must outlive the request. With an out-parameter, the request is
+/// signal follows. A value that cannot stand in the address as it is, see addressvalue.h, is one
+/// reason. The provider must outlive the request. With an out-parameter, the request is
 /// handed out on success and belongs to the caller, who may send it again and deletes it when the
 /// operation is over; without one, the request dies with its reply.
 class RESTRequestHandler : public ServiceSignals

@@ -87,15 +87,23 @@ struct Values
     DeviceFacts device;
 };
 
+/// All that are texts.
+inline QVector<QString Values::*> textFields()
+{
+    using V = Values;
+    return {&V::token,        &V::userName,      &V::password,    &V::accountId,
+            &V::captchaId,    &V::captchaText,   &V::userId,      &V::messageBody,
+            &V::emailAddress, &V::securityToken, &V::newPassword, &V::securityAnswer,
+            &V::language,     &V::country,       &V::serviceId,   &V::termsId,
+            &V::newUserName};
+}
+
 /// Every text the same.
 inline Values filledWith(const QString& text)
 {
     Values v;
-    for (QString* field :
-         {&v.token, &v.userName, &v.password, &v.accountId, &v.captchaId, &v.captchaText, &v.userId,
-          &v.messageBody, &v.emailAddress, &v.securityToken, &v.newPassword, &v.securityAnswer,
-          &v.language, &v.country, &v.serviceId, &v.termsId, &v.newUserName})
-        *field = text;
+    for (const auto field : textFields())
+        v.*field = text;
     v.serviceTag = text.toUtf8();
     return v;
 }

@@ -16,6 +16,10 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
+#include <memory>
+#include <vector>
+
 using namespace KelRestHandler;
 using sendoperations::SendOperation;
 
@@ -167,6 +171,165 @@ private Q_SLOTS:
         QTest::qWait(20);
         QCOMPARE(answers.lines(), linesOf(expected, requestId));
         QCOMPARE(server.problems(), QStringList());
+    }
+
+    void theOperationsWithValuesInTheirAddressesAreKnown()
+    {
+        // As the service's interface has it.
+        QStringList found;
+        for (const SendOperation& row : sendoperations::all()) {
+            if (!fieldsInAddress(row).isEmpty())
+                found.append(QString::number(row.type));
+        }
+        found.sort();
+        QCOMPARE(found.join(QLatin1Char(' ')),
+                 QStringLiteral("10 13 14 15 16 17 18 19 2 20 21 22 23 24 25 26 3 8 9"));
+    }
+
+    void aValueThatWouldChangeTheAddressIsNotSent_data() { addSendOperations(); }
+
+    void aValueThatWouldChangeTheAddressIsNotSent()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        const QStringList breakingPaths = {
+            QStringLiteral("a/b"),     QStringLiteral("/"),   QStringLiteral("a/../b"),
+            QStringLiteral("a?x=1"),   QStringLiteral("a#x"), QStringLiteral("al%69ce"),
+            QStringLiteral("a\nb"),    QStringLiteral("\t"),  QStringLiteral("a\u007f"),
+            QStringLiteral("a\u0085"), QString(QChar(0)),     QStringLiteral("."),
+            QStringLiteral(".."),
+        };
+        const QStringList breakingQueries = {QStringLiteral("a&b"), QStringLiteral("a=b")};
+        ScriptedServer server;
+        RESTRequestHandler handler;
+        const RecordedAnswers answers(handler);
+        for (const auto field : fieldsInAddress(row)) {
+            const bool inQuery = field == &operationtable::Values::language ||
+                                 field == &operationtable::Values::country;
+            for (const QString& value : inQuery ? breakingPaths + breakingQueries : breakingPaths) {
+                OAuthRequest* request = nullptr;
+                const MessageLog log;
+                QCOMPARE(sendWith(row, field, value, handler, server, &request), -1);
+                QVERIFY(!request);
+                QCOMPARE(log.all(), QStringList(QStringLiteral(
+                                        "C A value cannot stand in the address of its request; "
+                                        "nothing is sent")));
+            }
+        }
+        QTest::qWait(20);
+        QCOMPARE(server.connections(), 0);
+        QCOMPARE(answers.names(), QStringList());
+    }
+
+    void anyOtherValueIsSentAsItIs_data() { addSendOperations(); }
+
+    void anyOtherValueIsSentAsItIs()
+    {
+        QFETCH(int, index);
+        const SendOperation& row = sendoperations::all().at(index);
+        // Bytes on the wire: percent-encoded only where HTTP asks for it.
+        const QList<QPair<QString, QByteArray>> values = {
+            {QStringLiteral("..."), "..."},
+            {QStringLiteral(".alice"), ".alice"},
+            {QStringLiteral("a b+c@d.example"), "a%20b+c@d.example"},
+            {QStringLiteral("j\u00f6rg"), "j%C3%B6rg"},
+            {QStringLiteral("+358401234567"), "+358401234567"},
+            {QStringLiteral("a;b:c,d!e*f'(g)$~_-"), "a;b:c,d!e*f'(g)$~_-"},
+        };
+        ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        RESTRequestHandler handler;
+        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        const MessageLog log;
+        int sent = 0;
+        for (const auto field : fieldsInAddress(row)) {
+            for (const auto& value : values) {
+                OAuthRequest* request = nullptr;
+                QCOMPARE(sendWith(row, field, value.first, handler, server, &request), 0);
+                handedOut.emplace_back(request);
+            }
+            sent += values.size();
+            QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, patience);
+            for (const auto& value : values) {
+                const auto& requests = server.requests();
+                QVERIFY2(std::any_of(requests.end() - values.size(), requests.end(),
+                                     [&](const WireRequest& request) {
+                                         return request.target.contains(value.second);
+                                     }),
+                         value.second.constData());
+            }
+        }
+    }
+
+    void aPathKeepsWhatOnlyAQueryMustNotHave()
+    {
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, ""));
+        RESTRequestHandler handler;
+        const MessageLog log;
+        QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(
+                     mProvider, QStringLiteral("a&b=c"), QStringLiteral("fi"),
+                     sendoperations::consumerKey, server.base()),
+                 0);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        QCOMPARE(server.requests().first().target,
+                 QByteArray("/rest/1.0/simplifiedpasswordrecovery/a&b=c/question"));
+    }
+
+    void aDomainInWideCharactersStaysOneSegment()
+    {
+        // Converting a domain makes plain characters of their wide forms, but none of these.
+        const QStringList domains = {QStringLiteral("b\uff0f..\uff0fc"), QStringLiteral("b\uff1fc"),
+                                     QStringLiteral("b\uff03c"), QStringLiteral("b\uff05c")};
+        ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        RESTRequestHandler handler;
+        for (const QString& domain : domains) {
+            QCOMPARE(handler.sendresetPasswordRequest(mProvider, QStringLiteral("a@") + domain, {},
+                                                      {}, true, {}, {}, sendoperations::consumerKey,
+                                                      server.base()),
+                     0);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), domains.size(), patience);
+        for (const WireRequest& request : server.requests()) {
+            QVERIFY(request.target.startsWith("/rest/1.0/simplifiedpasswordrecovery/a@"));
+            QVERIFY(request.target.endsWith("/send"));
+            QCOMPARE(request.target.count('/'), 5);
+            QVERIFY(!request.target.contains('?') && !request.target.contains('#'));
+        }
+    }
+
+    void aSegmentThatTheNetworkLibraryDropsIsNotSent()
+    {
+        ScriptedServer server;
+        server.expect(Reaction::reply(200, ""));
+        RESTRequestHandler handler;
+        const MessageLog log;
+        const auto name = QStringLiteral(".a");
+        QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(mProvider, name, QStringLiteral("fi"),
+                                                             sendoperations::consumerKey,
+                                                             server.base()),
+                 -1);
+        // At the end of an address it stays.
+        OAuthRequest* request = nullptr;
+        QCOMPARE(handler.sendisUserIdAvailRequest(mProvider, name, sendoperations::consumerKey,
+                                                  server.base(), &request),
+                 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        QCOMPARE(server.requests().first().target, QByteArray("/rest/1.0/availability/.a"));
+    }
+
+    void aRequestIsNotSentAgainUnderAnotherAddress()
+    {
+        ScriptedServer server;
+        DownloadProfileRequest request(mProvider, QStringLiteral("1/../2"),
+                                       sendoperations::consumerKey, server.base(), DownloadProfile);
+        RESTRequestHandler handler;
+        const MessageLog log;
+        QCOMPARE(handler.resendRequest(&request), -1);
+        QTest::qWait(20);
+        QCOMPARE(server.connections(), 0);
     }
 
     void withoutAnOutParameterNothingIsMade_data()
@@ -436,6 +599,36 @@ private:
     {
         QTest::addColumn<int>("index");
         addSendOperations([](const SendOperation&) { return true; });
+    }
+
+    // Those of the operation's arguments that its address has, as the operation itself says.
+    QVector<QString operationtable::Values::*> fieldsInAddress(const SendOperation& row)
+    {
+        const auto& operation = operationtable::all().at(row.type - 1);
+        const auto addressWith = [&](const operationtable::Values& values) {
+            mProvider.token = values.token;
+            return operation
+                .make({row.type, mProvider, QStringLiteral("https://host.example/")}, values)
+                ->getRestURL();
+        };
+        QVector<QString operationtable::Values::*> fields;
+        for (const auto field : operationtable::textFields()) {
+            operationtable::Values marked = mValues;
+            marked.*field = QStringLiteral("marked");
+            if (addressWith(marked) != addressWith(mValues))
+                fields.append(field);
+        }
+        return fields;
+    }
+
+    int sendWith(const SendOperation& row, QString operationtable::Values::*field,
+                 const QString& value, RESTRequestHandler& handler, const ScriptedServer& server,
+                 OAuthRequest** request)
+    {
+        operationtable::Values values = mValues;
+        values.*field = value;
+        mProvider.token = values.token;
+        return row.send({handler, mProvider, values, server.base(), request});
     }
 
     // As in the dispatch table, but for the request that was really sent.

@@ -23,7 +23,8 @@ QString ChangePasswordRequest::createXMLMessage()
 
 QString ChangePasswordRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/profile");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/profile");
 }
 
 QString ChangePasswordRequest::getHttpRequestType()

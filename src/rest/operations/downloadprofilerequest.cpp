@@ -22,7 +22,8 @@ QString DownloadProfileRequest::createXMLMessage()
 
 QString DownloadProfileRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/profile");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/profile");
 }
 
 QString DownloadProfileRequest::getHttpRequestType()

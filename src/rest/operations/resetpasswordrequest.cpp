@@ -24,7 +24,8 @@ QString ResetPasswordRequest::createXMLMessage()
 
 QString ResetPasswordRequest::getRestURL()
 {
-    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + mUserId + QLatin1String("/change");
+    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + inPath(mUserId) +
+           QLatin1String("/change");
 }
 
 QString ResetPasswordRequest::getHttpRequestType()

@@ -24,7 +24,8 @@ QString RetrieveContactsInfoRequest::createXMLMessage()
 
 QString RetrieveContactsInfoRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/contacts");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/contacts");
 }
 
 QString RetrieveContactsInfoRequest::getHttpRequestType()

@@ -22,7 +22,8 @@ QString RetrieveMarketingConsentInfoRequest::createXMLMessage()
 
 QString RetrieveMarketingConsentInfoRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/marketing");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/marketing");
 }
 
 QString RetrieveMarketingConsentInfoRequest::getHttpRequestType()

@@ -20,7 +20,8 @@ QString RetrieveSecurityQuestionRequest::createXMLMessage()
 
 QString RetrieveSecurityQuestionRequest::getRestURL()
 {
-    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + mUserId + QLatin1String("/question");
+    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + inPath(mUserId) +
+           QLatin1String("/question");
 }
 
 QString RetrieveSecurityQuestionRequest::getHttpRequestType()

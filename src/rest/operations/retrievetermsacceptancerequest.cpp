@@ -20,7 +20,7 @@ QString RetrieveTermsAcceptanceRequest::createXMLMessage()
 
 QString RetrieveTermsAcceptanceRequest::getRestURL()
 {
-    return RestUrlHelper::termsUrl(baseAddress()) + mIdentifier;
+    return RestUrlHelper::termsUrl(baseAddress()) + inPath(mIdentifier);
 }
 
 QString RetrieveTermsAcceptanceRequest::getHttpRequestType()

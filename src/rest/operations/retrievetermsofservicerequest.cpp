@@ -22,11 +22,12 @@ QString RetrieveTermsOfServiceRequest::createXMLMessage()
 
 QString RetrieveTermsOfServiceRequest::getRestURL()
 {
-    QString address = RestUrlHelper::serviceInfoUrl(baseAddress()) + mServiceId + QLatin1Char('?');
+    QString address =
+        RestUrlHelper::serviceInfoUrl(baseAddress()) + inPath(mServiceId) + QLatin1Char('?');
     if (!getLanguage().isEmpty())
-        address += QLatin1String("lang=") + getLanguage() + QLatin1Char('&');
+        address += QLatin1String("lang=") + inQuery(getLanguage()) + QLatin1Char('&');
     if (!mCountry.isEmpty())
-        address += QLatin1String("country=") + mCountry + QLatin1Char('&');
+        address += QLatin1String("country=") + inQuery(mCountry) + QLatin1Char('&');
     return address + QLatin1String("format=") +
            (mFormat == TermsFormatHtml ? QLatin1String("html") : QLatin1String("text"));
 }

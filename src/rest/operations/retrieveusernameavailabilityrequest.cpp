@@ -21,7 +21,7 @@ QString RetrieveUserNameAvailabilityRequest::createXMLMessage()
 
 QString RetrieveUserNameAvailabilityRequest::getRestURL()
 {
-    return RestUrlHelper::availabilityUrl(baseAddress()) + mUserName;
+    return RestUrlHelper::availabilityUrl(baseAddress()) + inPath(mUserName);
 }
 
 QString RetrieveUserNameAvailabilityRequest::getHttpRequestType()

@@ -30,7 +30,7 @@ QString SendResetMessageRequest::createXMLMessage()
 
 QString SendResetMessageRequest::getRestURL()
 {
-    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + getAsPunycode(mUserId) +
+    return RestUrlHelper::passwordRecoveryUrl(baseAddress()) + inPath(getAsPunycode(mUserId)) +
            QLatin1String("/send");
 }
 

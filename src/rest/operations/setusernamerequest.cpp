@@ -23,7 +23,8 @@ QString SetUserNameRequest::createXMLMessage()
 
 QString SetUserNameRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/profile");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/profile");
 }
 
 QString SetUserNameRequest::getHttpRequestType()

@@ -23,7 +23,8 @@ QString UpdateContactsInfoRequest::createXMLMessage()
 
 QString UpdateContactsInfoRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/contacts");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/contacts");
 }
 
 QString UpdateContactsInfoRequest::getHttpRequestType()

@@ -25,7 +25,8 @@ QString UpdateDeviceInfoRequest::createXMLMessage()
 
 QString UpdateDeviceInfoRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/devices");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/devices");
 }
 
 QString UpdateDeviceInfoRequest::getHttpRequestType()

@@ -23,7 +23,8 @@ QString UpdateMarketingConsentInfoRequest::createXMLMessage()
 
 QString UpdateMarketingConsentInfoRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/marketing");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/marketing");
 }
 
 QString UpdateMarketingConsentInfoRequest::getHttpRequestType()

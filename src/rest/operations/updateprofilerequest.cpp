@@ -23,7 +23,8 @@ QString UpdateProfileRequest::createXMLMessage()
 
 QString UpdateProfileRequest::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/profile");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/profile");
 }
 
 QString UpdateProfileRequest::getHttpRequestType()

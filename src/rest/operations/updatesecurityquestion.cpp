@@ -24,7 +24,8 @@ QString UpdateSecurityQuestion::createXMLMessage()
 
 QString UpdateSecurityQuestion::getRestURL()
 {
-    return RestUrlHelper::registrationUrl(baseAddress()) + mAccountId + QLatin1String("/profile");
+    return RestUrlHelper::registrationUrl(baseAddress()) + inPath(mAccountId) +
+           QLatin1String("/profile");
 }
 
 QString UpdateSecurityQuestion::getHttpRequestType()

@@ -23,7 +23,7 @@ QString UpdateTermsAcceptanceRequest::createXMLMessage()
 
 QString UpdateTermsAcceptanceRequest::getRestURL()
 {
-    return RestUrlHelper::termsUrl(baseAddress()) + mIdentifier;
+    return RestUrlHelper::termsUrl(baseAddress()) + inPath(mIdentifier);
 }
 
 QString UpdateTermsAcceptanceRequest::getHttpRequestType()

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Arguments that would make another address of their request, between an application and the wire.
+#include "account/facaderecorder.h"
+#include "device/testtagserver.h"
+#include "integration/standinservice.h"
+#include "platform/fakemodem.h"
+#include "support/messagelog.h"
+
+#include <QNetworkProxy>
+#include <QSet>
+#include <QTest>
+
+#include <memory>
+
+using namespace KelTest;
+using KelAccount::KelAccounts;
+
+namespace {
+
+enum class Kind { Path, Query };
+
+struct Argument
+{
+    const char* operation;
+    const char* name;
+    Kind kind;
+    std::function<void(KelAccounts&, const QString&)> call;
+    int status;       ///< of an object that is initialised
+    int earlyStatus;  ///< of one that is not
+    const char* line; ///< the one signal
+};
+
+const QString user = QStringLiteral("bob");
+const QString word = QStringLiteral("x");
+
+QVector<Argument> users()
+{
+    return {
+        {"isUserIdAvailable", "user", Kind::Path,
+         [](KelAccounts& a, const QString& value) { a.isUserIdAvailable(value); }, 1001, 1001,
+         "isUserIdAvailableResponse(%1, false, [])"},
+        {"requestPasswordReset", "user", Kind::Path,
+         [](KelAccounts& a, const QString& value) {
+             a.requestPasswordReset(value, word, true, word);
+         },
+         1002, 802, "requestPasswordResetResponse(%1)"},
+        {"retrievePasswordResetSecQuestion", "user", Kind::Path,
+         [](KelAccounts& a, const QString& value) {
+             a.retrievePasswordResetSecQuestion(value, QStringLiteral("de"));
+         },
+         1001, 1001, "retrievePasswordResetSecQuestionResponse(%1, {})"},
+        {"resetPasswordUsingSecurityQuestion", "user", Kind::Path,
+         [](KelAccounts& a, const QString& value) {
+             a.resetPasswordUsingSecurityQuestion(value, word, word, word);
+         },
+         1001, 1001, "resetPasswordUsingSecurityQuestionResponse(%1)"},
+    };
+}
+
+QVector<Argument> languagesAndServices()
+{
+    const char* const terms = "termsOfServiceResponse(%1, {})";
+    return {
+        {"retrieveTermsOfService", "service", Kind::Path,
+         [](KelAccounts& a, const QString& value) {
+             a.retrieveTermsOfService(value, QStringLiteral("fi"), QStringLiteral("FI"), 0);
+         },
+         1001, 1001, terms},
+        {"retrieveTermsOfService", "language", Kind::Query,
+         [](KelAccounts& a, const QString& value) {
+             a.retrieveTermsOfService(QStringLiteral("shop"), value, QStringLiteral("FI"), 0);
+         },
+         1001, 1001, terms},
+        {"retrieveTermsOfService", "country", Kind::Query,
+         [](KelAccounts& a, const QString& value) {
+             a.retrieveTermsOfService(QStringLiteral("shop"), QStringLiteral("fi"), value, 0);
+         },
+         1001, 1001, terms},
+        {"retrievePasswordResetSecQuestion", "language", Kind::Query,
+         [](KelAccounts& a, const QString& value) {
+             a.retrievePasswordResetSecQuestion(user, value);
+         },
+         1001, 1001, "retrievePasswordResetSecQuestionResponse(%1, {})"},
+        {"retrieveSecurityQuestionList", "language", Kind::Query,
+         [](KelAccounts& a, const QString& value) { a.retrieveSecurityQuestionList(value); }, 1002,
+         802, "securityQuestionListResponse(%1, {})"},
+    };
+}
+
+const QVector<Argument>& arguments()
+{
+    static const QVector<Argument> all = users() + languagesAndServices();
+    return all;
+}
+
+QStringList breaking(Kind kind)
+{
+    QStringList values = {
+        QStringLiteral("alice#x"), QStringLiteral("alice?x=1"), QStringLiteral("al%69ce"),
+        QStringLiteral("a/../b"),  QStringLiteral("."),         QStringLiteral(".."),
+        QStringLiteral("a\nb"),    QStringLiteral("a\u007fb"),  QStringLiteral("a\u0085b"),
+        QString(QChar(0)),
+    };
+    if (kind == Kind::Query)
+        values += {QStringLiteral("fi&lang=de"), QStringLiteral("fi=")};
+    return values;
+}
+
+} // namespace
+
+class TestFacadeAddress : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qunsetenv("http_proxy");
+        qunsetenv("https_proxy");
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        FakeModem::reset();
+        TagServerAddress::setProgram("/nonexistent/tag-server");
+    }
+
+    void everyOperationWithAUserOrAServiceInItsAddressHasARow()
+    {
+        QSet<QByteArray> rows;
+        for (const Argument& argument : arguments()) {
+            if (argument.kind == Kind::Path)
+                rows.insert(argument.operation);
+        }
+        QSet<QByteArray> served;
+        for (const ServedOperation& operation : servedOperations()) {
+            if (operation.target.contains("bob") || operation.target.contains("shop"))
+                served.insert(operation.name);
+        }
+        QCOMPARE(rows, served);
+    }
+
+    void nothingIsSentAndTheAnswerIsThatOfAMissingArgument_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<bool>("initialized");
+        for (int i = 0; i < arguments().size(); ++i) {
+            const Argument& argument = arguments().at(i);
+            QTest::addRow("%s, %s", argument.operation, argument.name) << i << true;
+            QTest::addRow("%s, %s, before", argument.operation, argument.name) << i << false;
+        }
+    }
+
+    void nothingIsSentAndTheAnswerIsThatOfAMissingArgument()
+    {
+        QFETCH(int, index);
+        QFETCH(bool, initialized);
+        const Argument& argument = arguments().at(index);
+        const StandInService service;
+        KelAccounts accounts;
+        if (initialized)
+            accounts.initialize(QStringLiteral("key"), QStringLiteral("secret"), 2, {}, {});
+        FacadeRecorder recorder(&accounts);
+        const QString line = QString::fromLatin1(argument.line)
+                                 .arg(initialized ? argument.status : argument.earlyStatus);
+        for (const QString& value : breaking(argument.kind)) {
+            const MessageLog log;
+            argument.call(accounts, value);
+            QCOMPARE(recorder.lines(), QStringList());
+            QVERIFY(recorder.waitFor(1));
+            QCOMPARE(recorder.lines(), QStringList(line));
+            QVERIFY(value.size() < 3 || log.all().filter(value).isEmpty());
+            recorder.clear();
+        }
+        QTest::qWait(20);
+        QCOMPARE(recorder.lines(), QStringList());
+        QCOMPARE(service.requests().size(), 0);
+    }
+};
+
+QTEST_MAIN(TestFacadeAddress)
+#include "tst_facade_address.moc"
