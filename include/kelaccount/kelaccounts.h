@@ -35,7 +35,9 @@ class RegistrationInfo;
 /// when the object is made.
 ///
 /// Statuses that any operation of the service can carry: 401 to 423 (nothing usable came back), 500
-/// to 526 (the service's own answer) and 1004; each operation lists those of its own.
+/// to 526 (the service's own answer) and 1004; each operation lists those of its own. One that
+/// cannot be signed, since the system's cryptographic library refuses SHA-1, is
+/// ErrorUnabletoSendRequest (1002), with the reason in the log.
 ///
 /// The service answers many a change with HTTP 2xx and nothing else. So a reply of HTTP 2xx without
 /// a readable document of the service is status 0 with empty values. Where an answer has values,
@@ -106,7 +108,8 @@ public Q_SLOTS:
     /// captchaImageResponse() alone: ErrorInitializationPending (802), ErrorUnabletoSendRequest
     /// (1002). The object remembers the id, for a registration or a recovery that gives none.
     /// The picture is null, and a warning logged, under a plain QCoreApplication, which cannot hold
-    /// pictures, and when it has more than 16 megapixels.
+    /// pictures, and when it has more than 16 megapixels. Where the library's module with pictures
+    /// is missing, nothing is sent (1002).
     void retrieveCaptchaImage(int width, int height);
 
     /// Registers an account, stores its credentials on the device and sets the account up there.

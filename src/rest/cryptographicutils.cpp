@@ -10,6 +10,7 @@
 #include <array>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -29,32 +30,43 @@ View view(const QByteArray& bytes)
     return {bytes.constData(), static_cast<size_t>(bytes.size())};
 }
 
+// Looking the algorithm up costs as much as hashing a few hundred bytes: done once.
+const EVP_MD* algorithm()
+{
+    static const EVP_MD* const found = EVP_MD_fetch(nullptr, "SHA1", nullptr);
+    return found;
+}
+
 // libcrypto's SHA-1 uses the processor's instructions for it; Qt 5's portable one takes more than
 // twice as long, and hashing is most of the cost of signing a request.
-Digest sha1(std::initializer_list<View> pieces)
+std::optional<Digest> sha1(std::initializer_list<View> pieces)
 {
-    // Looking the algorithm up costs as much as hashing a few hundred bytes: done once.
-    static EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA1", nullptr);
     thread_local const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(
         EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-
-    Digest digest{};
-    if (EVP_DigestInit_ex(context.get(), algorithm, nullptr) != 1)
-        qFatal("The cryptographic library offers no SHA-1");
+    if (!algorithm() || !context || EVP_DigestInit_ex(context.get(), algorithm(), nullptr) != 1)
+        return {};
     for (const View& piece : pieces)
         EVP_DigestUpdate(context.get(), piece.data, piece.length);
+    Digest digest{};
     EVP_DigestFinal_ex(context.get(), digest.data(), nullptr);
     return digest;
 }
 
-QString base64(const Digest& digest)
+QString base64(const std::optional<Digest>& digest)
 {
+    if (!digest)
+        return {};
     return QString::fromLatin1(
-        QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), digestLength)
+        QByteArray::fromRawData(reinterpret_cast<const char*>(digest->data()), digestLength)
             .toBase64());
 }
 
 } // namespace
+
+bool CryptographicUtils::isAvailable()
+{
+    return algorithm() != nullptr;
+}
 
 QString CryptographicUtils::getNOnce()
 {
@@ -85,8 +97,10 @@ QString CryptographicUtils::HMACSHA1(QString const& message, QString const& key)
     const QByteArray keyBytes = key.toLatin1();
     std::array<unsigned char, blockLength> innerPad{};
     if (keyBytes.size() > blockLength) {
-        const Digest shortened = sha1({view(keyBytes)});
-        std::copy(shortened.begin(), shortened.end(), innerPad.begin());
+        const auto shortened = sha1({view(keyBytes)});
+        if (!shortened)
+            return {};
+        std::copy(shortened->begin(), shortened->end(), innerPad.begin());
     } else {
         std::copy(keyBytes.begin(), keyBytes.end(), innerPad.begin());
     }
@@ -96,6 +110,8 @@ QString CryptographicUtils::HMACSHA1(QString const& message, QString const& key)
     for (auto& byte : outerPad)
         byte ^= 0x5C;
 
-    const Digest inner = sha1({{innerPad.data(), blockLength}, view(message.toLatin1())});
-    return base64(sha1({{outerPad.data(), blockLength}, {inner.data(), inner.size()}}));
+    const auto inner = sha1({{innerPad.data(), blockLength}, view(message.toLatin1())});
+    if (!inner)
+        return {};
+    return base64(sha1({{outerPad.data(), blockLength}, {inner->data(), inner->size()}}));
 }

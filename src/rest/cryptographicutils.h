@@ -3,10 +3,14 @@
 
 #include <QString>
 
-/// Hashes that the service's protocol asks for. Stateless.
+/// Hashes that the service's protocol asks for. Stateless. A hash is empty where the cryptographic
+/// library refuses SHA-1, as a system's policy may have it do.
 class CryptographicUtils
 {
 public:
+    /// Whether there is SHA-1. Without it no request can be signed.
+    static bool isAvailable();
+
     /// A fresh random UUID in its 38-character text form, braces included.
     static QString getNOnce();
 

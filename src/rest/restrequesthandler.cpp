@@ -4,6 +4,7 @@
 #include "common/logging.h"
 #include "device/devicedescription.h"
 #include "rest/clientidentification.h"
+#include "rest/cryptographicutils.h"
 #include "rest/networkhandler.h"
 #include "rest/operations/changepasswordrequest.h"
 #include "rest/operations/consentqueryvariantrequest.h"
@@ -31,6 +32,7 @@
 #include "rest/operations/updateprofilerequest.h"
 #include "rest/operations/updatesecurityquestion.h"
 #include "rest/operations/updatetermsacceptancerequest.h"
+#include "rest/picture/captchapicture.h"
 
 #include <new>
 
@@ -38,13 +40,19 @@ namespace KelRestHandler {
 
 namespace {
 
-// Whether the request reaches what its operation means. The value may be a secret: it is not
-// logged.
+// Whether the request reaches what its operation means, and is signed. The value that stands in the
+// way may be a secret: it is not logged.
 bool canBeSent(const OAuthRequest& request)
 {
-    if (!request.isWellAddressed())
-        qCCritical(logRest, "A value cannot stand in the address of its request; nothing is sent");
-    return request.isWellAddressed();
+    const char* const obstacle =
+        !request.isWellAddressed()
+            ? "A value cannot stand in the address of its request; nothing is sent"
+        : !CryptographicUtils::isAvailable() ? "The cryptographic library refuses SHA-1, so no "
+                                               "request can be signed; nothing is sent"
+                                             : nullptr;
+    if (obstacle)
+        qCCritical(logRest, "%s", obstacle);
+    return !obstacle;
 }
 
 // Null, and a line in the log, when there is no memory for the request, or it must not be sent.
@@ -123,6 +131,9 @@ int RESTRequestHandler::sendRetrieveCaptchaImageRequest(ISignatureProvider& prov
                                                         int height, QString const& consumerKey,
                                                         QString const& baseAddress)
 {
+    // The service would make a picture that nobody can be shown.
+    if (!canHoldCaptchaPictures())
+        return -1;
     return sendOwned<RetrieveCaptchaImageRequest>("Retreive Captcha request object creation failed",
                                                   RetrieveCaptchaImage, provider, width, height,
                                                   consumerKey, baseAddress);

@@ -88,4 +88,9 @@ void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const 
     use(picture);
 }
 
+bool canHoldCaptchaPictures()
+{
+    return true;
+}
+
 } // namespace KelRestHandler

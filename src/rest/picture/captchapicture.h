@@ -15,7 +15,11 @@ namespace KelRestHandler {
 ///
 /// Qt Gui costs a process several megabytes and milliseconds, and few processes ever see a captcha.
 /// So the shared library does not link it: the function stands in a module that is loaded when the
-/// first picture is wanted. Programs of the build tree link it directly.
+/// first picture is wanted. Programs of the build tree link it directly. When the module is
+/// missing, which is a broken installation, the picture is null.
 void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const QPixmap&)>& use);
+
+/// False when the module is missing; the reason is logged.
+bool canHoldCaptchaPictures();
 
 } // namespace KelRestHandler
