@@ -2,14 +2,40 @@
 // A text that a user typed where an e-mail address or a user name is asked for.
 #include "require.h"
 
+#include "rest/addressvalue.h"
 #include "rest/msgcreator.h"
 
+#include <QUrl>
+
 using namespace KelRestHandler;
+
+namespace {
+
+// A value that counts as whole is one segment of its address, wherever it comes from.
+void standsAlone(const QString& value)
+{
+    if (!isWholeInPath(value))
+        return;
+    const QUrl address(QStringLiteral("https://account.example/rest/1.0/folder/") + value +
+                       QStringLiteral("/end"));
+    if (address.adjusted(QUrl::NormalizePathSegments) != address) // no request is sent there
+        return;
+    require(address.isValid() && !address.hasQuery() && !address.hasFragment());
+    require(address.host() == QLatin1String("account.example"));
+    const QString path = address.path(QUrl::FullyEncoded);
+    require(path.startsWith(QLatin1String("/rest/1.0/folder/")));
+    require(path.endsWith(QLatin1String("/end")));
+    require(path.count(QLatin1Char('/')) == 5);
+}
+
+} // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QString address = QString::fromUtf8(bytesOf(data, size));
     const QString converted = MsgCreator::getAsPunycode(address);
+    standsAlone(address);
+    standsAlone(converted);
     const int atSign = address.lastIndexOf(QLatin1Char('@'));
     require(converted.startsWith(address.left(atSign + 1)));
     if (converted != address) {

@@ -3,6 +3,7 @@
 #include "require.h"
 
 #include "rest/msgparser.h"
+#include "rest/receivedreply.h"
 #include "rest/replydocument.h"
 
 #include <algorithm>
@@ -112,6 +113,14 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     RequestInfoData info;
     info.statusCode = 1005;
     const QDomNode root = MsgParser::processXml(info, xml);
+
+    // What the transport lets through as a document is what is read.
+    const ReceivedReply received = receivedReply(QNetworkReply::NoError, 302, xml);
+    const QString document = documentIn(xml).toString();
+    RequestInfoData ignored;
+    require((received.error == QNetworkReply::NoError) ==
+            (!document.isNull() && !MsgParser::processXml(ignored, document).isNull()));
+    require(isWithinReplyBounds(xml) || root.isNull());
 
     require(info.statusCode == 1005 || info.statusCode == 1004);
     if (root.isNull()) {
