@@ -3,6 +3,7 @@
 // with its core file could.
 #include "emulator/emulatorprocess.h"
 #include "integration/emulateddevice.h"
+#include "integration/keptdata.h"
 #include "support/secretsearch.h"
 #include "support/sqlitereader.h"
 
@@ -91,7 +92,7 @@ void StoryMemory::anApplicationNeverHasTheToken()
         sqliteRows(storeFile("signon.db"), QStringLiteral("SELECT id FROM CREDENTIALS"));
     QCOMPARE(identities.size(), 1);
     const QVariantMap session =
-        storedFor(identities.first().first().toInt()).value(sessionKey()).toMap();
+        KelTest::KeptData::sessionIn(storedFor(identities.first().first().toInt()));
     const QString token = session.value(QStringLiteral("Token")).toString();
     const QString tokenSecret = session.value(QStringLiteral("TokenSecret")).toString();
     QVERIFY(!token.isEmpty() && !tokenSecret.isEmpty());
