@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The operations of a user who is signed in, with the service, the plugin or the daemon failing.
+#include "integration/keptdata.h"
 #include "integration/setupfixture.h"
 #include "support/daemoncontrol.h"
 #include "support/sessionsandbox.h"
-#include "support/sqlitechange.h"
 
 #include <SignOn/Error>
 
@@ -62,10 +62,13 @@ void TestStoryOperations::init()
     QCOMPARE(succeedsNow(SignIn), QString());
 }
 
-/// With a token at hand nobody would be asked for one.
+/// With a token at hand nobody would be asked for one. Where the user signed in stays known:
+/// without that no server is asked.
 bool TestStoryOperations::forgetToken()
 {
-    return sqliteChange(storeFile("signon-secrets.db"), text("DELETE FROM STORE"));
+    const int identity = identityNumber();
+    const QVariantMap kept = KelTest::KeptData::withSession(storedFor(identity), QVariantMap());
+    return changeStored(identity, kept.firstKey(), kept.first());
 }
 
 void TestStoryOperations::start(Operation operation)
