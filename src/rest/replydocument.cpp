@@ -136,7 +136,8 @@ bool hasTooLittleMarkup(QStringView xml)
     for (int i = 0; i < last; ++i) {
         tags += text[i].unicode() == '<';
         attributes += text[i].unicode() == '=';
-        declarations += (text[i].unicode() == '<') & (text[i + 1].unicode() == '!');
+        declarations += static_cast<int>(text[i].unicode() == '<') &
+                        static_cast<int>(text[i + 1].unicode() == '!');
     }
     return tags <= ReplyBounds::depth && attributes <= ReplyBounds::attributesOfOneTag &&
            declarations == 0;
