@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # Reads back from programs, libraries and modules whether they came out hardened.
-# usage: hardened.sh LIST: a file with a path a line
+# usage: hardened.sh LIST [stack-protector]: a file with a path a line; whether the compiler has one
 set -euo pipefail
+protector=${2-}
 failures=0
 count=0
 
@@ -24,6 +25,9 @@ inspect() { # FILE
     grep -qE '\(FLAGS(_1)?\).*\b(BIND_)?NOW\b|\(BIND_NOW\)' <<<"$dynamic" ||
         wrong "$file" "is bound lazily, so its table of functions stays writable"
     grep -qE '^ *GNU_STACK .* RW +0x' <<<"$headers" || wrong "$file" "has an executable stack"
+    [ -z "$protector" ] ||
+        grep -q ' __stack_chk_fail' <<<"$(nm --dynamic --undefined-only "$file")" ||
+        wrong "$file" "does not look after its stack"
     path=$(sed -nE 's/.*\((RUNPATH|RPATH)\).*\[(.*)\]$/\2:/p' <<<"$dynamic")
     while [ -n "$path" ]; do
         element=${path%%:*}
