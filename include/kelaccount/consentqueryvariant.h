@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QMetaType>
+
 namespace KelAccount {
 
 /// How an application has to ask for consent to marketing in the user's country; what
 /// KelAccounts::queryMarketingVariant delivers.
 ///
-/// In signals the type is known to Qt as "KelAccount::ConsentQueryVariant", another name of `int`.
+/// To Qt the type, known as "KelAccount::ConsentQueryVariant" in signals, is another name of `int`,
+/// as ErrorStatus is; this header declares it so, and a second Q_DECLARE_METATYPE does not compile.
 enum ConsentQueryVariant : int {
     ConsentVariantUnknown = 0,   ///< The operation failed, or the service named no known variant.
     ConsentVariantImplicit = 1,  ///< Consent is implied by registering; no tick box.
@@ -16,3 +19,10 @@ enum ConsentQueryVariant : int {
 };
 
 } // namespace KelAccount
+
+template <>
+struct QMetaTypeId<KelAccount::ConsentQueryVariant>
+{
+    enum { Defined = 1 };
+    static int qt_metatype_id() { return QMetaType::Int; }
+};

@@ -31,6 +31,11 @@ class RegistrationInfo;
 /// one thread that runs an event loop; nothing is locked. Deleting it, also from a slot connected
 /// to it, drops the answers still to come.
 ///
+/// ErrorStatus, ConsentQueryVariant and PreAccountInfo are declared to Qt's meta-type system by
+/// their headers. The library also registers the names "ResponseType" and "RequestData" for types
+/// of its own, unless they are taken: an application that registers types of these names does so
+/// before it makes its first object, since Qt ends a process that registers two types of one name.
+///
 /// The proxy of the environment ("https_proxy", else "http_proxy") becomes the application's proxy
 /// when the object is made.
 ///

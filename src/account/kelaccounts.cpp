@@ -2,6 +2,7 @@
 #include <kelaccount/kelaccounts.h>
 
 #include "account/kelaccountsprivate.h"
+#include "common/typename.h"
 
 #include <kelaccount/profileinfo.h>
 
@@ -15,10 +16,10 @@ namespace {
 
 void registerSignalTypes()
 {
-    qRegisterMetaType<int>("KelAccount::ErrorStatus");
-    qRegisterMetaType<PreAccountInfo>("KelAccount::PreAccountInfo");
-    qRegisterMetaType<int>("KelAccount::ConsentQueryVariant");
-    qRegisterMetaType<ProfileInfo*>("KelAccount::ProfileInfo*");
+    registerTypeName<int>("KelAccount::ErrorStatus");
+    registerTypeName<PreAccountInfo>("KelAccount::PreAccountInfo");
+    registerTypeName<int>("KelAccount::ConsentQueryVariant");
+    registerTypeName<ProfileInfo*>("KelAccount::ProfileInfo*");
 }
 
 // Every signal of the facade has its twin in the private object.

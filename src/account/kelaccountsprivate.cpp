@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
 
+#include "common/typename.h"
 #include "configure/kelconfigure.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
@@ -15,7 +16,7 @@ namespace KelAccount {
 
 KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent)
 {
-    qRegisterMetaType<ResponseType>("ResponseType");
+    registerTypeName<ResponseType>("ResponseType");
     mKelConfigure = new (std::nothrow) KelConfigure(this);
     mAuthSessionInterface = new (std::nothrow) KelAuthSessionInterface(this);
     if (!mKelConfigure || !mAuthSessionInterface)

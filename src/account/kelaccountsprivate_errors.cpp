@@ -9,8 +9,8 @@ namespace KelAccount {
 
 void KelAccountsPrivate::deferError(ResponseType type, ErrorStatus error)
 {
-    QMetaObject::invokeMethod(this, "sendErrorResponse", Qt::QueuedConnection,
-                              Q_ARG(ResponseType, type), Q_ARG(int, error));
+    QMetaObject::invokeMethod(
+        this, [this, type, error] { sendErrorResponse(type, error); }, Qt::QueuedConnection);
 }
 
 void KelAccountsPrivate::sendErrorResponse(ResponseType type, int error)

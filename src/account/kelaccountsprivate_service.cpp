@@ -167,7 +167,7 @@ void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userI
 
 void KelAccountsPrivate::retrieveCountryCode()
 {
-    QMetaObject::invokeMethod(this, "getCountryCode", Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &KelAccountsPrivate::getCountryCode, Qt::QueuedConnection);
 }
 
 void KelAccountsPrivate::getCountryCode()

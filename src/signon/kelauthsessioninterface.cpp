@@ -3,6 +3,7 @@
 
 #include "common/logging.h"
 #include "common/signondaemon.h"
+#include "common/typename.h"
 #include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
 #include "signon/zorauthsessiondata.h"
@@ -42,7 +43,7 @@ KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
     : QObject(parent), mDaemonWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
                                       QDBusServiceWatcher::WatchForUnregistration)
 {
-    qRegisterMetaType<RequestData>("RequestData");
+    registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);
     mOpeningGuard.setInterval(openingTimeoutMs);
     connect(&mOpeningGuard, &QTimer::timeout, this,
@@ -325,7 +326,8 @@ void KelAuthSessionInterface::processPendingRequest()
     const RequestData next = mPendingRequests.dequeue();
     mCurrentRequest = next.requestType;
     // From the event loop: the answer that made room for it is still being handled.
-    QMetaObject::invokeMethod(this, "sendRequest", Qt::QueuedConnection, Q_ARG(RequestData, next));
+    QMetaObject::invokeMethod(
+        this, [this, next] { sendRequest(next); }, Qt::QueuedConnection);
 }
 
 KelAccountRequestType KelAuthSessionInterface::takeCurrentRequest()
