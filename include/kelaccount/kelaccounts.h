@@ -27,9 +27,17 @@ class RegistrationInfo;
 /// with status 0, unless a signal says otherwise.
 ///
 /// Except where an operation says otherwise, its answer never arrives from inside the call, but
-/// later from the event loop of the thread that owns the object. Make, use and delete the object on
-/// one thread that runs an event loop; nothing is locked. Deleting it, also from a slot connected
-/// to it, drops the answers still to come.
+/// later from the event loop of the thread that owns the object. Use and delete all objects of a
+/// process on one thread that runs an event loop: they share the server's clock and more, and
+/// nothing is locked. Deleting one, also from a slot connected to it, drops the answers still to
+/// come.
+///
+/// An object without a parent may be made on one thread and then be sent to another, with
+/// QObject::moveToThread(), before its first call; everything that belongs to it goes along. Call
+/// it there from then on, for instance with QMetaObject::invokeMethod() or by queued connections to
+/// its slots, and have it deleted there, with deleteLater(). Its signals come from that thread;
+/// connections to receivers on other threads carry all their arguments. A captcha's QPixmap is made
+/// on that thread, which Qt allows where the platform has threaded pixmaps.
 ///
 /// ErrorStatus, ConsentQueryVariant and PreAccountInfo are declared to Qt's meta-type system by
 /// their headers. The library also registers the names "ResponseType" and "RequestData" for types

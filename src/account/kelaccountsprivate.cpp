@@ -14,7 +14,7 @@ using namespace KelRestHandler;
 
 namespace KelAccount {
 
-KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent)
+KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent), mRestHandler(this)
 {
     registerTypeName<ResponseType>("ResponseType");
     mKelConfigure = new (std::nothrow) KelConfigure(this);

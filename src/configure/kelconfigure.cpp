@@ -78,7 +78,8 @@ SignOn::IdentityInfo identityRecord(const QString& userName, const QString& pass
 } // namespace
 
 KelConfigure::KelConfigure(QObject* parent)
-    : QObject(parent), mAccountTimeoutMs(accountTimeoutMs), mRemovalTimeoutMs(removalTimeoutMs)
+    : QObject(parent), mStoreGuard(this), mAccountTimeoutMs(accountTimeoutMs),
+      mRemovalTimeoutMs(removalTimeoutMs)
 {
     mStoreGuard.setSingleShot(true);
     mStoreGuard.setInterval(storeTimeoutMs);

@@ -61,7 +61,8 @@ QString replyText(QNetworkReply* reply)
 } // namespace
 
 NetworkHandler::NetworkHandler(QObject* parent)
-    : ServiceSignals(parent), mProcessor(nullptr), mLatency(&mManager, nullptr)
+    // Children, so that they come along to another thread.
+    : ServiceSignals(parent), mManager(this), mProcessor(this), mLatency(&mManager, this)
 {
     connect(&mManager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
     connect(&mManager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);

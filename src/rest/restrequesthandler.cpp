@@ -34,6 +34,8 @@
 #include "rest/operations/updatetermsacceptancerequest.h"
 #include "rest/picture/captchapicture.h"
 
+#include <QEvent>
+
 #include <new>
 
 namespace KelRestHandler {
@@ -100,6 +102,14 @@ RESTRequestHandler::RESTRequestHandler(QObject* parent)
 }
 
 RESTRequestHandler::~RESTRequestHandler() = default;
+
+bool RESTRequestHandler::event(QEvent* event)
+{
+    // The last event before this object, and then each of its children, goes to another thread.
+    if (event->type() == QEvent::ThreadChange)
+        mNetworkHandler->setParent(this);
+    return ServiceSignals::event(event);
+}
 
 int RESTRequestHandler::sendSignInRequest(ISignatureProvider& provider, QString const& userName,
                                           QString const& password, QString const& consumerKey,

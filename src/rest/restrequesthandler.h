@@ -173,6 +173,9 @@ public:
     /// Sends the same request again. Its retry count is the caller's business.
     int resendRequest(OAuthRequest* request);
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     template <class Request, class... Arguments>
     int sendHandedOut(const char* creationFailure, NetRequestType type, OAuthRequest** out,

@@ -40,8 +40,10 @@ bool saysPluginEnded(int error)
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
-    : QObject(parent), mDaemonWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
-                                      QDBusServiceWatcher::WatchForUnregistration)
+    // Children, so that they come along to another thread.
+    : QObject(parent), mOpeningGuard(this),
+      mDaemonWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
+                     QDBusServiceWatcher::WatchForUnregistration, this)
 {
     registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);

@@ -87,6 +87,11 @@ RESTRequestHandler::~RESTRequestHandler()
     handlers.removeOne(this);
 }
 
+bool RESTRequestHandler::event(QEvent* event)
+{
+    return ServiceSignals::event(event);
+}
+
 int RESTRequestHandler::sendisUserIdAvailRequest(ISignatureProvider& provider,
                                                  QString const& userName,
                                                  QString const& consumerKey,

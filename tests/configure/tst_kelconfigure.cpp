@@ -333,8 +333,9 @@ void TestKelConfigure::removalIsSignalledToWhoConnectsIt()
 
 void TestKelConfigure::nothingIsLeftOfAStore()
 {
+    const auto before = mConfigure->findChildren<QObject*>();
     QVERIFY(store() > 0);
-    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
+    QVERIFY(waitUntil([&] { return mConfigure->findChildren<QObject*>() == before; }));
 }
 
 int main(int argc, char** argv)
