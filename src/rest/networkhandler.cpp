@@ -22,9 +22,18 @@ void installProxyFromEnvironment()
 {
     const QString plain = qEnvironmentVariable("http_proxy");
     const QString secure = qEnvironmentVariable("https_proxy");
-    const QUrl address(secure.isEmpty() ? plain : secure);
-    if (address.host().isEmpty())
+    const QString& text = secure.isEmpty() ? plain : secure;
+    const QUrl address(text);
+    if (address.host().isEmpty()) {
+        // Never its value: that may hold a password.
+        if (!text.isEmpty())
+            qCWarning(
+                logRest,
+                "The proxy in the variable \"%s\" is not used, since no host can be read from "
+                "it; write it with its scheme: http://host:port",
+                secure.isEmpty() ? "http_proxy" : "https_proxy");
         return;
+    }
     constexpr int httpPort = 80;
     QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, address.host(),
                                                      static_cast<quint16>(address.port(httpPort)),

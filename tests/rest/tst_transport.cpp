@@ -595,6 +595,8 @@ private Q_SLOTS:
         QTest::newRow("no host") << QByteArray() << QByteArray("nonsense") << QString() << 0;
         QTest::newRow("no host in the one that counts")
             << QByteArray("http://plain.example:1") << QByteArray("nonsense") << QString() << 0;
+        QTest::newRow("no scheme")
+            << QByteArray() << QByteArray("secure.example:2") << QString() << 0;
         QTest::newRow("no port") << QByteArray() << QByteArray("http://secure.example")
                                  << QStringLiteral("secure.example") << 80;
     }
@@ -613,6 +615,55 @@ private Q_SLOTS:
         QTEST(static_cast<int>(proxy.port()), "port");
         QCOMPARE(proxy.type(),
                  proxy.hostName().isEmpty() ? QNetworkProxy::NoProxy : QNetworkProxy::HttpProxy);
+    }
+
+    void aProxyThatIsNotUsedIsWarnedOf_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QByteArray>("value");
+        for (const char* variable : {"http_proxy", "https_proxy"}) {
+            for (const char* value :
+                 {"proxy.example:3128", "10.0.0.1:3128", "nonsense",
+                  "user:the-password@proxy.example:3128", "http://:3128", "//:3128"})
+                QTest::addRow("%s=%s", variable, value)
+                    << QByteArray(variable) << QByteArray(value);
+        }
+    }
+
+    void aProxyThatIsNotUsedIsWarnedOf()
+    {
+        QFETCH(QByteArray, variable);
+        QFETCH(QByteArray, value);
+        qputenv(variable, value);
+        const MessageLog log;
+        const NetworkHandler handler(nullptr);
+        QCOMPARE(QNetworkProxy::applicationProxy().type(), QNetworkProxy::NoProxy);
+        const QStringList warnings = log.all();
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY(warnings.at(0).startsWith(QLatin1String("W ")));
+        QVERIFY(warnings.at(0).contains(QLatin1Char('"') + QString::fromLatin1(variable) +
+                                        QLatin1Char('"')));
+        QVERIFY(warnings.at(0).contains(QLatin1String("http://host:port")));
+        QVERIFY(!warnings.at(0).contains(QString::fromLatin1(value)));
+        QVERIFY(!warnings.at(0).contains(QLatin1String("the-password")));
+    }
+
+    void aProxyThatIsUsedOrNotSetIsNotWarnedOf_data()
+    {
+        QTest::addColumn<QByteArray>("value");
+        QTest::newRow("not set") << QByteArray();
+        QTest::newRow("empty") << QByteArray("");
+        QTest::newRow("used") << QByteArray("http://proxy.example:3128");
+    }
+
+    void aProxyThatIsUsedOrNotSetIsNotWarnedOf()
+    {
+        QFETCH(QByteArray, value);
+        if (!value.isNull())
+            qputenv("https_proxy", value);
+        const MessageLog log;
+        const NetworkHandler handler(nullptr);
+        QCOMPARE(log.all(), QStringList());
     }
 
     void theProxysCredentialsAreTaken()
