@@ -17,7 +17,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(profile.contacts.mobileContacts.size() + profile.contacts.emailContacts.size() <= most);
     require(profile.language >= 0 && profile.language <= QLocale::LastLanguage);
     require(profile.country >= 0 && profile.country <= QLocale::LastCountry);
-    require(profile.gender >= 0 && profile.gender <= 2);
     require(profile.dateOfBirth.isNull() || profile.dateOfBirth.isValid());
 
     // What was read is sound in itself.

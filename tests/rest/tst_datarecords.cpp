@@ -217,7 +217,7 @@ private Q_SLOTS:
         ProfileInfo profile;
         for (int country = 0; country <= QLocale::LastCountry; ++country) {
             const int language = country % (QLocale::LastLanguage + 1);
-            const int gender = country % 3;
+            const int gender = country % 5;
             profile.setCountry(static_cast<QLocale::Country>(country));
             profile.setLanguage(static_cast<QLocale::Language>(language));
             profile.setGender(static_cast<Gender>(gender));
@@ -228,10 +228,85 @@ private Q_SLOTS:
         }
     }
 
+    void anUnknownGenderStaysUnknown()
+    {
+        for (const int gender : {3, -1, 32767, 40000, -40000, std::numeric_limits<int>::max(),
+                                 std::numeric_limits<int>::min()}) {
+            ProfileInfo profile;
+            profile.setGender(static_cast<Gender>(gender));
+            const int read = ProfileInfo(profile.serialize()).gender();
+            QVERIFY2(read != GenderNotGiven && read != GenderMale && read != GenderFemale,
+                     QByteArray::number(gender));
+            if (gender >= -32768 && gender <= 32767)
+                QCOMPARE(read, gender);
+        }
+    }
+
+    // As it was written before, and as a plugin may write it that knows one text only.
+    void theUsualFormOfLanguageAndCountryStays_data()
+    {
+        QTest::addColumn<QString>("written");
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("country");
+        QTest::newRow("both") << text("fi\x1FXX") << text("fi") << text("XX");
+        QTest::newRow("neither") << text("\x1F") << QString() << QString();
+        QTest::newRow("language") << text("fi\x1F") << text("fi") << QString();
+        QTest::newRow("country") << text("\x1FXX") << QString() << text("XX");
+        QTest::newRow("a country with the separator")
+            << text("fi\x1FX\x1FX") << text("fi") << text("X\x1FX");
+        QTest::newRow("other control characters") << text("\x1E\x1D"
+                                                          "0\x1F\x1D")
+                                                  << text("\x1E\x1D"
+                                                          "0")
+                                                  << text("\x1D");
+    }
+
+    void theUsualFormOfLanguageAndCountryStays()
+    {
+        QFETCH(QString, written);
+        QFETCH(QString, language);
+        QFETCH(QString, country);
+        ProfileInfo profile;
+        profile.setLanguage(language);
+        profile.setCountry(country);
+        const QByteArray bytes = profile.serialize();
+        QByteArray expected;
+        QDataStream stream(&expected, QIODevice::WriteOnly);
+        stream << written;
+        QVERIFY(bytes.contains(expected));
+        const ProfileInfo read(bytes);
+        QCOMPARE(read.languageAsString(), language);
+        QCOMPARE(read.countryAsString(), country);
+    }
+
+    void aLanguageAloneIsALanguage()
+    {
+        QByteArray bytes;
+        QDataStream stream(&bytes, QIODevice::WriteOnly);
+        stream << QString() << QString() << QString() << QDate() << text("fi");
+        const ProfileInfo read(bytes);
+        QCOMPARE(read.languageAsString(), text("fi"));
+        QCOMPARE(read.countryAsString(), QString());
+    }
+
     void languageAndCountryTextsComeBackApart()
     {
-        const QStringList codes = {QString(),     text("fi"), text("FI"),
-                                   text("zh_TW"), text("_"),  text("a\nb")};
+        const QStringList codes = {QString(),
+                                   text("fi"),
+                                   text("FI"),
+                                   text("zh_TW"),
+                                   text("_"),
+                                   text("a\nb"),
+                                   text("\x1F"),
+                                   text("a\x1F"),
+                                   text("\x1F"
+                                        "b"),
+                                   text("\x1E"),
+                                   text("\x1D"),
+                                   text("\x1D"
+                                        "2\x1F"),
+                                   text("\x1E\x1F\x1D\x1D"
+                                        "0\x1F\x1E")};
         for (const QString& language : codes) {
             for (const QString& country : codes) {
                 ProfileInfo profile;
@@ -408,13 +483,11 @@ private Q_SLOTS:
         ProfileInfo profile;
         profile.setLanguage(static_cast<QLocale::Language>(QLocale::LastLanguage + 1));
         profile.setCountry(static_cast<QLocale::Country>(QLocale::LastCountry + 1));
-        profile.setGender(static_cast<Gender>(3));
         profile.setDateOfBirth(QDate(1980, 2, 9));
         const QByteArray bytes = profile.serialize();
         const ProfileInfo read(bytes);
         QCOMPARE(read.language(), QLocale::C);
         QCOMPARE(read.country(), QLocale::AnyCountry);
-        QCOMPARE(read.gender(), GenderNotGiven);
 
         // Three null strings, then the date as a number of days, 64 bits wide.
         const int date = 3 * 4;

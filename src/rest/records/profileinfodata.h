@@ -14,6 +14,7 @@
 
 namespace KelRestHandler {
 
+/// What the service tells apart. A profile keeps any other number, too, and says "unknown" for it.
 enum Gender : int {
     GenderNotGiven = 0,
     GenderMale = 1,
