@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 namespace QtMobility {
@@ -12,6 +13,14 @@ class QSystemNetworkInfo;
 } // namespace QtMobility
 
 namespace KelRestHandler {
+
+/// The SIM whose subscriber the device acts for, as of one reading.
+struct SimFacts
+{
+    QString mcc; ///< of its home network
+    QString mnc;
+    QByteArray hashedMsin; ///< as DeviceInfoUtil::hashedMsin()
+};
 
 /// Facts about the handset and its SIM. Nothing is cached: every call reads the platform, so an
 /// instance is made where it is needed and dropped after use. What the platform does not say is
@@ -37,14 +46,17 @@ public:
     /// device.
     QByteArray hashedMsin();
 
+    /// deviceMCC(), deviceMNC() and hashedMsin() in one reading.
+    SimFacts simFacts();
+
     /// Whether there is a SIM; a locked one counts.
     bool simStatus();
 
 private:
-    // Owned: they are children of this object.
-    QtMobility::QSystemDeviceInfo* deviceInfo;
-    QtMobility::QSystemNetworkInfo* networkInfo;
-    QtMobility::QSystemInfo* systemInfo;
+    // Children of this object. Who deletes one takes its facts away; they are empty then.
+    QPointer<QtMobility::QSystemDeviceInfo> deviceInfo;
+    QPointer<QtMobility::QSystemNetworkInfo> networkInfo;
+    QPointer<QtMobility::QSystemInfo> systemInfo;
 };
 
 } // namespace KelRestHandler

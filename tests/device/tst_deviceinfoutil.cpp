@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/deviceinfoutil.h"
 #include "platform/fakemodem.h"
+#include "platform/qsystemdeviceinfo.h"
+#include "platform/qsysteminfo.h"
+#include "platform/qsystemnetworkinfo.h"
 
 #include <QTest>
 
 using KelRestHandler::DeviceInfoUtil;
+using KelRestHandler::SimFacts;
 namespace FakeModem = KelTest::FakeModem;
 
 class TestDeviceInfoUtil : public QObject
@@ -20,6 +24,8 @@ private Q_SLOTS:
     void msinIsTheImsiWithoutItsHome_data();
     void msinIsTheImsiWithoutItsHome();
     void aMissingImsiIsAskedForOnce();
+    void simFactsTakeOneReading();
+    void withoutItsPlatformObjectAFactIsEmpty();
     void msinIsHashedWithSha1();
     void aSimCountsWhetherUsableOrLocked_data();
     void aSimCountsWhetherUsableOrLocked();
@@ -91,7 +97,38 @@ void TestDeviceInfoUtil::msinIsTheImsiWithoutItsHome()
     QFETCH(QString, mcc);
     QFETCH(QString, mnc);
     FakeModem::setSims({{false, imsi, mcc, mnc}});
-    QTEST(DeviceInfoUtil().deviceMSIN(), "msin");
+    DeviceInfoUtil device;
+    QTEST(device.deviceMSIN(), "msin");
+    const SimFacts facts = device.simFacts();
+    QCOMPARE(facts.mcc, mcc);
+    QCOMPARE(facts.mnc, mnc);
+    QCOMPARE(facts.hashedMsin, device.hashedMsin());
+}
+
+void TestDeviceInfoUtil::simFactsTakeOneReading()
+{
+    QCOMPARE(DeviceInfoUtil().simFacts().mcc, QString());
+    QCOMPARE(FakeModem::readings(), 1);
+}
+
+void TestDeviceInfoUtil::withoutItsPlatformObjectAFactIsEmpty()
+{
+    FakeModem::setModems({{QString(), QString(), QStringLiteral("490154203237518")}});
+    FakeModem::setSims(
+        {{false, QStringLiteral("244051234567890"), QStringLiteral("244"), QStringLiteral("05")}});
+    DeviceInfoUtil device;
+    delete device.findChild<QtMobility::QSystemDeviceInfo*>();
+    QCOMPARE(device.deviceIMEI(), QString());
+    QCOMPARE(device.deviceIMSI(), QString());
+    QCOMPARE(device.deviceMSIN(), QString());
+    QVERIFY(!device.simStatus());
+    QCOMPARE(device.deviceMCC(), QStringLiteral("244"));
+    delete device.findChild<QtMobility::QSystemNetworkInfo*>();
+    QCOMPARE(device.deviceMCC(), QString());
+    QCOMPARE(device.deviceMNC(), QString());
+    QCOMPARE(device.deviceCountry(), QStringLiteral("FI"));
+    delete device.findChild<QtMobility::QSystemInfo*>();
+    QCOMPARE(device.deviceCountry(), QString());
 }
 
 void TestDeviceInfoUtil::aMissingImsiIsAskedForOnce()

@@ -45,4 +45,13 @@ inline void withLockedSim(Values& v)
     v.device.imei = QStringLiteral("490154203237518");
 }
 
+/// A SIM of which the modem tells its network, but not the country.
+inline void withSimWithoutCountry(Values& v)
+{
+    withSim(v);
+    KelTest::FakeModem::setSims(
+        {{false, QStringLiteral("917654321098"), QString(), QStringLiteral("91")}});
+    v.device.mcc.clear();
+}
+
 } // namespace devicesetup

@@ -218,6 +218,8 @@ private Q_SLOTS:
         compareWithRow(*make(operationOf(type)), operationOf(type));
         devicesetup::withLockedSim(mValues);
         compareWithRow(*make(operationOf(type)), operationOf(type));
+        devicesetup::withSimWithoutCountry(mValues);
+        compareWithRow(*make(operationOf(type)), operationOf(type));
     }
 
     void noOtherOperationAsksTheModem()
