@@ -5,6 +5,8 @@
 
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -311,6 +313,39 @@ private Q_SLOTS:
         QCOMPARE(shell.exitStatus(), QProcess::NormalExit);
         QCOMPARE(shell.exitCode(), int(OtherStatus));
         QVERIFY(ClientRun::isOneLine(shell.readAllStandardOutput()));
+    }
+
+    void textsAreUtf8InEveryLocale_data()
+    {
+        QTest::addColumn<QString>("locale");
+        for (const char* locale :
+             {"C", "C.UTF-8", "fa_IR.UTF-8", "tr_TR.UTF-8", "de_DE.ISO-8859-1"})
+            QTest::newRow(locale) << text(locale);
+    }
+
+    void textsAreUtf8InEveryLocale()
+    {
+        QFETCH(QString, locale);
+        // QProcess would encode the name as the locale of this program wants it.
+        BoundProcess shell;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        const auto inside = mEmulator.environment();
+        for (auto it = inside.cbegin(); it != inside.cend(); ++it)
+            environment.insert(it.key(), it.value());
+        environment.insert(text("KELACCOUNT_CONSUMER_KEY"), text("demo-key"));
+        environment.insert(text("KELACCOUNT_CONSUMER_SECRET"), text("demo-secret"));
+        environment.insert(text("LC_ALL"), locale);
+        shell.setProcessEnvironment(environment);
+        shell.start(text("/bin/sh"),
+                    {text("-c"), text("exec \"$0\" check-user \"$(printf 'j\\303\\266rg')\""),
+                     text(KELACCOUNT_CLIENT_PROGRAM)});
+        QVERIFY(shell.waitForFinished());
+        QCOMPARE(shell.exitStatus(), QProcess::NormalExit);
+        const QByteArray output = shell.readAllStandardOutput();
+        QVERIFY2(output.contains("isUserIdAvailable(\"j\303\266rg\")"), output.constData());
+        const QByteArray asked =
+            QJsonDocument(mEmulator.requests().last().toObject()).toJson(QJsonDocument::Compact);
+        QVERIFY2(asked.contains("j%C3%B6rg"), asked.constData());
     }
 
 private:
