@@ -109,16 +109,48 @@ private Q_SLOTS:
             QVERIFY2(operations.contains(reader.key()), qPrintable(reader.key()));
     }
 
+    void aReaderLeavesEverythingForANullNode_data()
+    {
+        QTest::addColumn<QString>("refused");
+        QTest::newRow("no document") << QString();
+        QTest::newRow("not well-formed") << QStringLiteral("<profileQueryResponse>");
+        QTest::newRow("a document type") << QStringLiteral(
+            "<!DOCTYPE a><profileQueryResponse><profile><username>x</username></profile>"
+            "</profileQueryResponse>");
+        QTest::newRow("a document type and an error") << QStringLiteral(
+            "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>");
+        QTest::newRow("too deep") << nested(300);
+        QTest::newRow("an unknown root") << QStringLiteral("<html><body>none</body></html>");
+    }
+
     void aReaderLeavesEverythingForANullNode()
     {
+        QFETCH(QString, refused);
+        const Classified reply(refused);
+        QVERIFY(reply.root.isNull());
+        const QString anyCountry = QLocale::countryToString(QLocale::AnyCountry);
+        const QStringList beginnings = {
+            QString(),  QStringLiteral("no"),  QStringLiteral("0"),
+            anyCountry, QStringLiteral(", C"), QLatin1String(", ") + anyCountry};
         for (auto reader = replyreaders::all().cbegin(); reader != replyreaders::all().cend();
-             ++reader)
-            (*reader)(QDomNode());
-        RequestInfoData info;
-        MsgParser::parseErrorSubNode(info, QDomNode());
-        MsgParser::parseDetailedErrorCode(info, QDomNode());
-        QCOMPARE(info.statusCode, 0);
-        QCOMPARE(info.errorText, QString());
+             ++reader) {
+            if (reader.key() == QLatin1String("error"))
+                continue;
+            const QStringList lines = (*reader)(reply.root);
+            for (const QString& line : lines)
+                QVERIFY2(beginnings.contains(line.section(QLatin1Char(':'), 1).trimmed()),
+                         qPrintable(reader.key() + QLatin1String(": ") + line));
+        }
+        RequestInfoData info = reply.info;
+        info.errorText = QStringLiteral("before");
+        MsgParser::parseErrorxml(info, reply.root);
+        MsgParser::parseErrorSubNode(info, reply.root);
+        MsgParser::parseDetailedErrorCode(info, reply.root);
+        QCOMPARE(info.statusCode, undecided);
+        QCOMPARE(info.errorText, QStringLiteral("before"));
+        Contact contact;
+        MsgParser::parseMobileNumberOrEmailAddress(contact, reply.root);
+        QVERIFY(contact.value.isEmpty() && !contact.preferred && !contact.verified);
     }
 
     void everyResponseRootIsRecognised_data()
