@@ -31,8 +31,6 @@ public:
     /// How long to stay in every slot, in an event loop of its own, as an application does that
     /// shows a message box; 0 to return at once.
     void stayInSlots(int milliseconds) { mModalMs = milliseconds; }
-    /// Whether a slot has not returned yet.
-    bool isInSlot() const { return mInSlots > 0; }
 
     int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
 
@@ -41,7 +39,6 @@ private:
 
     QStringList mLines;
     int mModalMs = 0;
-    int mInSlots = 0;
     mutable std::function<void()> mOnLine; ///< for who waits
 };
 

@@ -57,7 +57,7 @@ void TestModalSlots::showBoxes()
 
 QStringList TestModalSlots::linesBehindTheBox() const
 {
-    waitUntil([this] { return !lines().isEmpty() && !mRecorder->isInSlot(); });
+    mRecorder->waitFor(1, 20000); // returns when the slot does
     letPass(boxMs - guardMs);
     return lines();
 }
@@ -128,7 +128,7 @@ void TestModalSlots::anOperationIsAnsweredOnce()
         operation.call(*mAccounts);
         operation.call(*mAccounts); // behind the first, and answered inside its box
     });
-    QVERIFY(waitUntil([this] { return lines().size() == 2 && !mRecorder->isInSlot(); }));
+    QVERIFY(mRecorder->waitFor(2, 20000));
     letPass(boxMs - guardMs);
     QCOMPARE(lines(), QStringList({line(operation.answer, 0), line(operation.answer, 0)}));
 }

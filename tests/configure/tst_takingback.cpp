@@ -26,6 +26,10 @@ private Q_SLOTS:
     void anUnknownIdentityKeepsNobodyWaiting();
     void aDaemonThatCannotBeStartedKeepsNobodyWaiting();
     void aHangingDaemonDoesNotKeepItsCallerWaiting();
+    void aDaemonThatEndsMeanwhileIsAskedAgain_data();
+    void aDaemonThatEndsMeanwhileIsAskedAgain();
+    void aStoreThatTheDaemonsEndCutsOffIsTakenBack_data();
+    void aStoreThatTheDaemonsEndCutsOffIsTakenBack();
     void nobodyGoesOnAfterItsEnd();
     void whatIsStoredTooLateIsRemoved();
     void whatIsStoredForNobodyIsRemoved();
@@ -35,6 +39,8 @@ private:
     int identities() const;
     bool identitiesBecome(int count) const;
     static void letPass(int turns, const QSignalSpy& stored);
+    static void endings();
+    static bool endStopped(pid_t daemon, int ending);
     void removeIfStored(const QSignalSpy& stored);
 
     static constexpr int moments = 12; // more turns of the event loop than storing takes
@@ -146,6 +152,74 @@ void TestTakingBack::aHangingDaemonDoesNotKeepItsCallerWaiting()
     QVERIFY(identitiesBecome(before - 1));
     waitUntil([] { return false; }, 50);
     QCOMPARE(calls, 1);
+}
+
+void TestTakingBack::endings()
+{
+    QTest::addColumn<int>("ending");
+    QTest::newRow("killed") << SIGKILL;
+    QTest::newRow("politely") << SIGTERM;
+}
+
+/// A daemon that has been stopped, so that what it was asked meanwhile is still before it.
+bool TestTakingBack::endStopped(pid_t daemon, int ending)
+{
+    return ::kill(daemon, ending) == 0 && ::kill(daemon, SIGCONT) == 0;
+}
+
+void TestTakingBack::aDaemonThatEndsMeanwhileIsAskedAgain_data()
+{
+    endings();
+}
+
+void TestTakingBack::aDaemonThatEndsMeanwhileIsAskedAgain()
+{
+    QFETCH(int, ending);
+    const quint32 id = store();
+    const int before = identities();
+    int calls = 0;
+    int left = -1;
+    const pid_t daemon = mSandbox.daemonProcessId();
+    QVERIFY(daemon > 1);
+    QCOMPARE(::kill(daemon, SIGSTOP), 0);
+    mConfigure->removeIdentity(id, [&] {
+        ++calls;
+        left = identities();
+    });
+    waitUntil([] { return false; }, 50); // until the daemon has been asked
+    QVERIFY(endStopped(daemon, ending));
+    // Before the patience is at its end.
+    QVERIFY(waitUntil([&] { return calls > 0; }, 8000));
+    QCOMPARE(left, before - 1);
+    QCOMPARE(calls, 1);
+}
+
+void TestTakingBack::aStoreThatTheDaemonsEndCutsOffIsTakenBack_data()
+{
+    endings();
+}
+
+void TestTakingBack::aStoreThatTheDaemonsEndCutsOffIsTakenBack()
+{
+    QFETCH(int, ending);
+    const int before = identities();
+    // The end comes at any moment of the storing.
+    for (int turns = 0; turns < moments; ++turns) {
+        QVERIFY(mSandbox.startDaemon());
+        const pid_t daemon = mSandbox.daemonProcessId();
+        QVERIFY(daemon > 1);
+        QSignalSpy stored(mConfigure.get(), &KelConfigure::storeUserCredentialsStatus);
+        QCOMPARE(mConfigure->storeUserCredentials(QStringLiteral("cut"), QStringLiteral("p")), 0);
+        letPass(turns, stored);
+        QCOMPARE(::kill(daemon, SIGSTOP), 0);
+        waitUntil([] { return false; }, 20);
+        QVERIFY(endStopped(daemon, ending));
+        // Before any guard has run out: the shortest is 10 s.
+        QVERIFY(waitUntil([&] { return !stored.isEmpty(); }, 8000));
+        QCOMPARE(stored.size(), 1);
+        removeIfStored(stored);
+        QVERIFY(identitiesBecome(before));
+    }
 }
 
 void TestTakingBack::nobodyGoesOnAfterItsEnd()
