@@ -11,6 +11,8 @@ namespace KelAccount {
 
 namespace {
 
+constexpr int staleMs = 10000;
+
 // Where the accounts framework has its database.
 QString accountsFolder()
 {
@@ -32,8 +34,9 @@ AccountsLock::Outcome AccountsLock::tryTake()
         return Taken;
     mFile =
         std::make_unique<QLockFile>(accountsFolder() + QLatin1String("/accounts.db.kelaccount"));
-    // Its age says nothing: who holds it may have been stopped, and go on.
-    mFile->setStaleLockTime(0);
+    // A file of that age counts for nothing unless somebody holds it open: the process that it
+    // names may be of the time before the device was started anew, and its number be another's now.
+    mFile->setStaleLockTime(staleMs);
     if (mFile->tryLock(0))
         return Taken;
     if (mFile->error() == QLockFile::LockFailedError)

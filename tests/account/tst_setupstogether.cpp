@@ -7,6 +7,8 @@
 
 #include <SignOn/Identity>
 
+#include <QDateTime>
+#include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
 
@@ -40,6 +42,8 @@ private Q_SLOTS:
     void twoProcessesMakeOneAccount_data() { setUpRows(); }
     void twoProcessesMakeOneAccount();
     void aLockThatSomebodyHoldsIsWaitedFor();
+    void anOldLockCountsAsLongAsSomebodyHoldsIt();
+    void aLockOfTheTimeBeforeTheDeviceWasStartedDoesNotCount();
     void whatAKilledProcessLockedDoesNotCount();
     void theAccountThatAnotherMadeAnewIsUsed();
     void whatASetUpReturnedIsValid_data() { setUpRows("configureOnDb", "", ", no device account"); }
@@ -50,6 +54,8 @@ private Q_SLOTS:
 private:
     /// The plugin answers so late that both set-ups are there before.
     void letThePluginTakeItsTime(const SetUp& setUp);
+    static QString lockFile();
+    static bool makeOld(const QString& file);
     bool removeIdentity(quint32 credentials);
     QString nextLine();
 };
@@ -115,6 +121,42 @@ void TestSetUpsTogether::aLockThatSomebodyHoldsIsWaitedFor()
     lock.release();
     QVERIFY(answersOnce());
     QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+}
+
+QString TestSetUpsTogether::lockFile()
+{
+    return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db.kelaccount");
+}
+
+bool TestSetUpsTogether::makeOld(const QString& file)
+{
+    QFile opened(file);
+    return opened.open(QIODevice::ReadWrite) &&
+           opened.setFileTime(QDateTime::currentDateTime().addDays(-1),
+                              QFileDevice::FileModificationTime);
+}
+
+void TestSetUpsTogether::anOldLockCountsAsLongAsSomebodyHoldsIt()
+{
+    AccountsLock holder;
+    QCOMPARE(holder.tryTake(), AccountsLock::Taken);
+    QVERIFY(makeOld(lockFile()));
+    AccountsLock lock;
+    QCOMPARE(lock.tryTake(), AccountsLock::Busy);
+    holder.release();
+    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+}
+
+void TestSetUpsTogether::aLockOfTheTimeBeforeTheDeviceWasStartedDoesNotCount()
+{
+    // It names a process that runs, and by chance is this one, but nobody holds it.
+    AccountsLock lock;
+    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+    QVERIFY(QFile::copy(lockFile(), lockFile() + QLatin1String(".copy")));
+    lock.release();
+    QVERIFY(QFile::rename(lockFile() + QLatin1String(".copy"), lockFile()));
+    QVERIFY(makeOld(lockFile()));
+    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
 }
 
 void TestSetUpsTogether::whatAKilledProcessLockedDoesNotCount()
