@@ -2,6 +2,7 @@
 // The operations through the sign-on session.
 #include "account/accountsetup.h"
 #include "account/kelaccountsprivate.h"
+#include "account/records/profileconversion.h"
 #include "account/tostatus.h"
 #include "common/logging.h"
 #include "signon/kelauthsessioninterface.h"
@@ -13,33 +14,9 @@
 
 #include <new>
 
-using KelRestHandler::ProfileInfoData;
 using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
 namespace KelAccount {
-
-namespace {
-
-void fillProfile(ProfileInfo* profile, const ProfileInfoData& data)
-{
-    profile->setCountryAsString(data.countryAsString);
-    profile->setLanguageAsString(data.languageAsString);
-    profile->setDateOfBirth(data.dateOfBirth);
-    profile->setEmailAddress(data.account.email);
-    profile->setEmailVerified(data.account.emailVerified);
-    profile->setFirstName(data.firstName);
-    profile->setLastName(data.lastName);
-    profile->setMarketingInfo(data.consent.email || data.consent.mobile);
-    profile->setMobilePhoneNumber(data.account.mobile);
-    profile->setMobilePhoneVerified(data.account.mobileVerified);
-    profile->setSecurityAnswer(data.securityAnswer);
-    profile->setSecurityQuestionId(data.securityQuestionId);
-    profile->setSecurityQuestion(data.securityQuestion);
-    profile->setServiceList(data.services);
-    profile->setUsername(data.userName);
-}
-
-} // namespace
 
 bool KelAccountsPrivate::isSessionRefused(ResponseType type)
 {

@@ -29,4 +29,15 @@ KelRestHandler::RegistrationInfoData toRegistrationInfoData(const RegistrationIn
     return data;
 }
 
+QString signInName(const RegistrationInfo& info)
+{
+    return info.emailAddress().isEmpty() ? info.userName() : info.emailAddress();
+}
+
+bool isComplete(const RegistrationInfo& info)
+{
+    const bool reachable = !info.emailAddress().isEmpty() || !info.mobilePhoneNumber().isEmpty();
+    return reachable && !signInName(info).isEmpty() && !info.password().isEmpty();
+}
+
 } // namespace KelAccount

@@ -13,4 +13,11 @@ KelRestHandler::RegistrationInfoData toRegistrationInfoData(const RegistrationIn
                                                             const QString& lastCaptchaId,
                                                             const QByteArray& serviceTag);
 
+/// The name to sign in with: the e-mail address, or else the user name.
+QString signInName(const RegistrationInfo& info);
+
+/// Whether a registration can be made of it. A user name alone does not reach anybody: it needs a
+/// mobile number beside it.
+bool isComplete(const RegistrationInfo& info);
+
 } // namespace KelAccount
