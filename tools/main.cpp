@@ -7,7 +7,6 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QLoggingCategory>
-#include <QTextCodec>
 #include <QTimer>
 
 #include <cstdio>
@@ -140,9 +139,6 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // Also where the locale is "C" or not installed: what scripts hand over and read does not
-    // depend on the user's language.
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const auto application = makeApplication(argc, argv);
     QString problem;
     ClientSettings settings = ClientSettings::read(QCoreApplication::arguments().mid(1), problem);
