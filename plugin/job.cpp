@@ -30,7 +30,9 @@ Job::Job(const QVariantMap& data, RESTRequestHandler& service, int& wrongPasswor
       mServer(data.value(QStringLiteral("ServerUrlValue")).toInt()),
       mBaseAddress(serverBaseAddress(mServer)), mWrongPasswords(wrongPasswords)
 {
-    auto kept = Kept::fromData(data, mConsumerKey, consumer());
+    QByteArray own = consumer();
+    auto kept = Kept::fromData(data, mConsumerKey, own);
+    KelAccount::wipe(own);
     mIsForged = !kept;
     mKept = std::move(kept).value_or(Kept());
     mStored = mKept.toMap();
@@ -73,8 +75,12 @@ QString Job::getToken(QString const& /*consumerKey*/)
 QString Job::createSignature(QString const& /*consumerKey*/, QString const& baseString,
                              bool /*useToken*/)
 {
-    return CryptographicUtils::HMACSHA1(baseString, OAuthRequest::urlEncode(mConsumerSecret) +
-                                                        QLatin1Char('&'));
+    QString encoded = OAuthRequest::urlEncode(mConsumerSecret);
+    QString key = encoded + QLatin1Char('&');
+    const QString signature = CryptographicUtils::HMACSHA1(baseString, key);
+    KelAccount::wipe(encoded);
+    KelAccount::wipe(key);
+    return signature;
 }
 
 QString Job::getTimeStamp()
@@ -173,7 +179,9 @@ bool Job::keepToken(const TokenResponse& reply)
 // A refresh need not repeat whose token it is.
 void Job::keep(const TokenInfoData& token, const AccountInfoData& account, const QString& userName)
 {
-    mKept.session.bindTo(consumer());
+    QByteArray own = consumer();
+    mKept.session.bindTo(own);
+    KelAccount::wipe(own);
     if (!token.token.isEmpty()) {
         mKept.session.token = token.token;
         mKept.session.tokenSecret = token.tokenSecret;

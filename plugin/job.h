@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "kept.h"
 
 #include "rest/isignatureprovider.h"
@@ -118,7 +119,7 @@ private:
     QVariantMap mData;
     KelRestHandler::RESTRequestHandler& mService;
     QString mConsumerKey;
-    QString mConsumerSecret;
+    KelAccount::SecretText mConsumerSecret;
     int mServer;
     QString mBaseAddress;
     bool mIsForged = false;

@@ -25,7 +25,10 @@ constexpr int mostBytesWithOthers = 2048;
 int storedSize(const QString& key, const QVariant& value)
 {
     QByteArray bytes;
+    bytes.reserve(2 * mostBytes); // growing would leave what it held behind
     QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setByteOrder(
+        QDataStream::LittleEndian); // turning texts round takes another copy of them
     stream << key << value;
     const int size = bytes.size();
     KelAccount::wipe(bytes);

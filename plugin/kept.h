@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "mark.h"
 #include "storedsession.h"
 
@@ -47,7 +48,8 @@ private:
     QString mConsumerKey;
     QVariantMap mSessions; // all consumers', as they were read
     Mark mSecret;          // the identity's
-    QString mNewPassword;  // takes that secret's place; empty when there was no change
+    KelAccount::SecretText
+        mNewPassword; // takes that secret's place; empty when there was no change
 };
 
 } // namespace ZorAuth

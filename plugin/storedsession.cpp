@@ -28,7 +28,10 @@ bool isTooLarge(const QVariantMap& map)
 {
     constexpr int mostBytes = 4095;
     QByteArray bytes;
+    bytes.reserve(2 * mostBytes); // growing would leave what it held behind
     QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setByteOrder(
+        QDataStream::LittleEndian); // turning texts round takes another copy of them
     stream << map;
     const bool is = bytes.size() > mostBytes;
     KelAccount::wipe(bytes);
@@ -58,7 +61,10 @@ QDateTime timeIn(const QVariantMap& map, QLatin1String name)
 QByteArray consumerIdentity(const QString& key, const QString& secret, const QString& server)
 {
     QByteArray bytes;
+    bytes.reserve(2 * (key.size() + secret.size() + server.size()) + 16); // and three lengths
     QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setByteOrder(
+        QDataStream::LittleEndian); // turning texts round takes another copy of them
     stream << key << secret << server;
     return bytes;
 }

@@ -10,6 +10,7 @@
 namespace ZorAuth {
 
 /// What a session is bound to: the address of the server is the one that gave the token.
+/// Whoever gets it wipes it.
 QByteArray consumerIdentity(const QString& key, const QString& secret, const QString& server);
 
 /// What the plugin knows of the user of one consumer: the token and whose it is.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "account/setuptable.h"
+#include "common/wipe.h"
 #include "configure/accountslock.h"
 
 #include <SignOn/SessionData>
@@ -97,7 +98,7 @@ private:
     int mKind = None;
     bool mWantsAccount = false;
     QString mName;
-    QString mPassword; // no longer than until the store is asked
+    SecretText mPassword; // no longer than until the store is asked
     quint32 mCredentialsId = 0;
     SignOn::SessionData mAnswer; // of the plugin
     int mStatus = 0;             // the answer to come

@@ -2,6 +2,7 @@
 #include "account/kelaccountsprivate.h"
 
 #include "common/typename.h"
+#include "common/wipe.h"
 #include "configure/kelconfigure.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
@@ -122,8 +123,12 @@ QString KelAccountsPrivate::getToken(const QString& /*consumerKey*/)
 QString KelAccountsPrivate::createSignature(const QString& /*consumerKey*/,
                                             const QString& baseString, bool /*useToken*/)
 {
-    return CryptographicUtils::HMACSHA1(baseString, OAuthRequest::urlEncode(mConsumerSecret) +
-                                                        QLatin1Char('&'));
+    QString encoded = OAuthRequest::urlEncode(mConsumerSecret);
+    QString key = encoded + QLatin1Char('&');
+    const QString signature = CryptographicUtils::HMACSHA1(baseString, key);
+    wipe(encoded);
+    wipe(key);
+    return signature;
 }
 
 QString KelAccountsPrivate::getTimeStamp()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "device/obcmgrwrapper.h"
 #include "rest/isignatureprovider.h"
 #include "rest/oauthrequest.h"
@@ -214,7 +215,7 @@ private:
 
     KelRestHandler::RESTRequestHandler mRestHandler;
     QString mConsumerKey;
-    QString mConsumerSecret;
+    SecretText mConsumerSecret;
     QString mServerUrl;
     int mServerIndex = 0;
     QString mZorService;

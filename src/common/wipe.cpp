@@ -26,6 +26,19 @@ void wipe(QString& text)
     text = QString();
 }
 
+SecretText& SecretText::operator=(const QString& text)
+{
+    const QString taken = text; // it may be this one
+    wipe(*this);
+    QString::operator=(taken);
+    return *this;
+}
+
+SecretText& SecretText::operator=(const SecretText& other)
+{
+    return *this = static_cast<const QString&>(other);
+}
+
 void wipe(QByteArray& bytes)
 {
     if (bytes.isDetached())
@@ -68,6 +81,13 @@ void wipe(QVariantMap& map)
     if (map.isDetached())
         std::for_each(map.begin(), map.end(), [](QVariant& entry) { wipe(entry); });
     map = QVariantMap();
+}
+
+void wipe(QMap<QString, QString>& map)
+{
+    if (map.isDetached())
+        std::for_each(map.begin(), map.end(), [](QString& entry) { wipe(entry); });
+    map = QMap<QString, QString>();
 }
 
 } // namespace KelAccount

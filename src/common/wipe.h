@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QVariant>
 
@@ -14,5 +15,18 @@ void wipe(QByteArray& bytes);
 /// Every text and all bytes in it, however deep.
 void wipe(QVariant& value);
 void wipe(QVariantMap& map);
+void wipe(QMap<QString, QString>& map);
+
+/// A text whose last owner wipes it.
+class SecretText : public QString
+{
+public:
+    SecretText() = default;
+    SecretText(const QString& text) : QString(text) {}
+    SecretText(const SecretText& other) = default;
+    SecretText& operator=(const QString& text);
+    SecretText& operator=(const SecretText& other);
+    ~SecretText() { wipe(*this); }
+};
 
 } // namespace KelAccount

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/cryptographicutils.h"
 
+#include "common/wipe.h"
+
 #include <QByteArray>
 #include <QUuid>
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <sys/random.h>
 
@@ -84,17 +87,25 @@ QString CryptographicUtils::getNOnce()
 
 QString CryptographicUtils::getValidator(QString const& a, QString const& b)
 {
-    return base64(sha1({view(a.toUtf8()), view(b.toUtf8())}));
+    QByteArray first = a.toUtf8();
+    QByteArray second = b.toUtf8();
+    const auto digest = sha1({view(first), view(second)});
+    KelAccount::wipe(first);
+    KelAccount::wipe(second);
+    return base64(digest);
 }
 
 QString CryptographicUtils::getDigest(QString const& a, QString const& b, QString const& c)
 {
-    return base64(sha1({view(c.toUtf8()), view(b.toUtf8()), view(a.toUtf8())}));
+    QByteArray password = a.toUtf8();
+    const auto digest = sha1({view(c.toUtf8()), view(b.toUtf8()), view(password)});
+    KelAccount::wipe(password);
+    return base64(digest);
 }
 
 QString CryptographicUtils::HMACSHA1(QString const& message, QString const& key)
 {
-    const QByteArray keyBytes = key.toLatin1();
+    QByteArray keyBytes = key.toLatin1();
     std::array<unsigned char, blockLength> innerPad{};
     if (keyBytes.size() > blockLength) {
         const auto shortened = sha1({view(keyBytes)});
@@ -104,14 +115,21 @@ QString CryptographicUtils::HMACSHA1(QString const& message, QString const& key)
     } else {
         std::copy(keyBytes.begin(), keyBytes.end(), innerPad.begin());
     }
+    KelAccount::wipe(keyBytes);
     std::array<unsigned char, blockLength> outerPad = innerPad;
     for (auto& byte : innerPad)
         byte ^= 0x36;
     for (auto& byte : outerPad)
         byte ^= 0x5C;
 
-    const auto inner = sha1({{innerPad.data(), blockLength}, view(message.toLatin1())});
+    // The document is part of the message, with the passwords that are in it.
+    QByteArray messageBytes = message.toLatin1();
+    const auto inner = sha1({{innerPad.data(), blockLength}, view(messageBytes)});
+    KelAccount::wipe(messageBytes);
+    OPENSSL_cleanse(innerPad.data(), innerPad.size());
     if (!inner)
         return {};
-    return base64(sha1({{outerPad.data(), blockLength}, {inner->data(), inner->size()}}));
+    const auto outer = sha1({{outerPad.data(), blockLength}, {inner->data(), inner->size()}});
+    OPENSSL_cleanse(outerPad.data(), outerPad.size());
+    return base64(outer);
 }

@@ -2,6 +2,7 @@
 #include "rest/msgcreator.h"
 
 #include "common/logging.h"
+#include "common/wipe.h"
 #include "device/localeutils.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
@@ -31,9 +32,16 @@ QString startDocument(const char* root)
     return xml;
 }
 
-QString base64OfUtf8(const QString& text)
+/// As base64 of its UTF-8, leaving none of the forms on the way behind.
+void appendPassword(QString& xml, const char* name, const QString& password)
 {
-    return QString::fromLatin1(text.toUtf8().toBase64());
+    QByteArray utf8 = password.toUtf8();
+    QByteArray base64 = utf8.toBase64();
+    QString value = QString::fromLatin1(base64);
+    appendElement(xml, name, value);
+    KelAccount::wipe(utf8);
+    KelAccount::wipe(base64);
+    KelAccount::wipe(value);
 }
 
 void appendDeviceInfo(QString& xml, const QString& imei, const QString& mcc, const QString& mnc,
@@ -230,7 +238,7 @@ QString MsgCreator::xmlChangePassword(const QString& newPassword)
         return {};
     QString xml = startDocument("profileUpdateRequest");
     appendStartTag(xml, "userData");
-    appendElement(xml, "password", base64OfUtf8(newPassword));
+    appendPassword(xml, "password", newPassword);
     appendEndTag(xml, "userData");
     appendEndTag(xml, "profileUpdateRequest");
     return xml;
@@ -242,7 +250,8 @@ QString MsgCreator::xmlChangePasswordRequest(const QString& securityToken,
 {
     QString xml = startDocument("simplifiedChangePasswordRequest");
     appendIfNonEmpty(xml, "securityToken", securityToken);
-    appendIfNonEmpty(xml, "newPassword", base64OfUtf8(newPassword));
+    if (!newPassword.isEmpty())
+        appendPassword(xml, "newPassword", newPassword);
     appendIfNonEmpty(xml, "passwordQuestionAnswer", securityAnswer);
     appendEndTag(xml, "simplifiedChangePasswordRequest");
     return xml;
@@ -345,7 +354,7 @@ void MsgCreator::fillUserInfoForRegistration(QString& xml, const RegistrationInf
     appendStartTag(xml, "userData");
     appendIfNonEmpty(xml, "mobile", registration.mobilePhoneNumber);
     appendIfNonEmpty(xml, "email", getAsPunycode(registration.emailAddress));
-    appendElement(xml, "password", base64OfUtf8(registration.password));
+    appendPassword(xml, "password", registration.password);
     appendIfNonEmpty(xml, "passwordQuestion", registration.securityQuestion);
     appendIfNonEmpty(xml, "passwordAnswer", registration.securityAnswer);
     appendLanguage(xml, registration.languageAsString, registration.language);

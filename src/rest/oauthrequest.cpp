@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/oauthrequest.h"
 
+#include "common/wipe.h"
 #include "rest/addressvalue.h"
 #include "rest/clientidentification.h"
 #include "rest/cryptographicutils.h"
@@ -71,7 +72,7 @@ void OAuthRequest::createOAuthRequest()
     setUrl(address);
     mWellAddressed = mWellAddressed && survivesSending(address);
 
-    const QString document = createXMLMessage();
+    QString document = createXMLMessage();
     if (!document.isEmpty())
         setHttpBody(formBody(document));
 
@@ -84,6 +85,7 @@ void OAuthRequest::createOAuthRequest()
     headers.insert(QStringLiteral("Content-Type"),
                    QStringLiteral("application/x-www-form-urlencoded"));
     setHeaders(headers);
+    KelAccount::wipe(document);
 }
 
 QString OAuthRequest::createOAuthHeader(QString const& url, QString const& body,
@@ -92,8 +94,9 @@ QString OAuthRequest::createOAuthHeader(QString const& url, QString const& body,
     const QString timeStamp = getTimeStamp();
     const QString nonce = getNOnce();
     const bool tokenRequired = isTokenRequired();
-    const QString base = createSignatureBase(nonce, timeStamp, url, body, verb, tokenRequired);
+    QString base = createSignatureBase(nonce, timeStamp, url, body, verb, tokenRequired);
     const QString signature = mProvider.createSignature(mConsumerKey, base, tokenRequired);
+    KelAccount::wipe(base); // the document is in it
 
     QString header;
     header.reserve(headerLength);

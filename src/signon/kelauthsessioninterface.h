@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "signon/requestdata.h"
 
 #include <SignOn/AuthSession>
@@ -132,7 +133,7 @@ private:
     void addCommonKeys(ZorKeLSignOn::ZorAuthSessionData& record) const;
 
     QString mConsumerKey;
-    QString mConsumerSecret;
+    SecretText mConsumerSecret;
     QString mServiceName;
     int mServerUrlValue = 0;
     quint32 mCredentialsId = 0;

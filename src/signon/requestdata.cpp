@@ -27,6 +27,9 @@ RequestData& RequestData::operator=(const RequestData& other)
     return *this;
 }
 
-RequestData::~RequestData() = default;
+RequestData::~RequestData()
+{
+    sessionData.wipe();
+}
 
 } // namespace KelAccount

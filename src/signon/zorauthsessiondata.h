@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
+
 #include <SignOn/SessionData>
 
 #include <QByteArray>
@@ -30,6 +32,9 @@ public:
 
     // When the plugin is initialised.
     SIGNON_SESSION_DECLARE_PROPERTY(QString, ZorService)
+
+    /// Of what nobody else has; a request that was sent is the sign-on library's, too.
+    void wipe() { KelAccount::wipe(m_data); }
 
     // In the answer to "token".
     SIGNON_SESSION_DECLARE_PROPERTY(QString, Token)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "rest/oauthrequest.h"
 
 namespace KelRestHandler {
@@ -20,7 +21,7 @@ public:
 
 private:
     QString mAccountId;
-    QString mNewPassword;
+    KelAccount::SecretText mNewPassword;
 };
 
 } // namespace KelRestHandler

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
 #include "rest/oauthrequest.h"
 
 namespace KelRestHandler {
@@ -22,9 +23,9 @@ public:
 
 private:
     QString mUserId;
-    QString mSecurityToken;
-    QString mNewPassword;
-    QString mSecurityAnswer;
+    KelAccount::SecretText mSecurityToken;
+    KelAccount::SecretText mNewPassword;
+    KelAccount::SecretText mSecurityAnswer;
 };
 
 } // namespace KelRestHandler

@@ -3,11 +3,20 @@
 
 #include "rest/records/datablock.h"
 
+#include <initializer_list>
+
 namespace KelRestHandler {
+
+namespace {
+
+constexpr int usualLength = 2048;
+
+} // namespace
 
 QByteArray serializeRegistration(const RegistrationInfoData& registration)
 {
     QByteArray bytes;
+    bytes.reserve(usualLength); // growing would leave the password behind
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream << registration.userName << registration.captchaText << registration.password
            << registration.mobilePhoneNumber << registration.emailAddress
@@ -27,9 +36,10 @@ RegistrationInfoData readRegistration(const QByteArray& bytes)
 {
     RegistrationInfoData registration;
     QDataStream stream(bytes);
-    for (QString* text : {&registration.userName, &registration.captchaText, &registration.password,
-                          &registration.mobilePhoneNumber, &registration.emailAddress,
-                          &registration.securityQuestion, &registration.securityAnswer})
+    for (QString* text : std::initializer_list<QString*>{
+             &registration.userName, &registration.captchaText, &registration.password,
+             &registration.mobilePhoneNumber, &registration.emailAddress,
+             &registration.securityQuestion, &registration.securityAnswer})
         readValue(stream, *text);
     readDate(stream, registration.dateOfBirth);
     for (QString* text :

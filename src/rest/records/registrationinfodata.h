@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/wipe.h"
+
 #include <QByteArray>
 #include <QDate>
 #include <QLocale>
@@ -14,11 +16,11 @@ struct RegistrationInfoData
 {
     QString userName;
     QString captchaText;
-    QString password; ///< a secret
+    KelAccount::SecretText password; ///< a secret
     QString mobilePhoneNumber;
     QString emailAddress;
-    QString securityQuestion; ///< identifier of the chosen question
-    QString securityAnswer;   ///< a secret
+    QString securityQuestion;              ///< identifier of the chosen question
+    KelAccount::SecretText securityAnswer; ///< a secret
     QDate dateOfBirth;
     QString firstName;
     QString lastName;
