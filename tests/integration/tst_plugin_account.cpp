@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Registration and work with the account, through the real daemon.
+#include "integration/keptdata.h"
 #include "integration/pluginfixture.h"
 #include "rest/records/profileinfodata.h"
 #include "rest/records/registrationinfodata.h"
+#include "support/sessionsandbox.h"
 
 #include <QDataStream>
 
@@ -66,6 +68,7 @@ private Q_SLOTS:
     void aQuestionThatCannotBeReadIsNotSent();
     void theServicesRefusalOfAQuestionIsPassedOn();
     void theOldPasswordMustBeTheIdentitys();
+    void anOldPasswordIsCountedThoughNobodyWaitsForItsAnswer();
     void afterAChangeTheNewPasswordIsUsed();
     void anIdentityThatIsGivenAnotherSecretIsBelieved();
     void theServicesRefusalOfAPasswordIsPassedOn();
@@ -299,6 +302,25 @@ void TestPluginAccount::theOldPasswordMustBeTheIdentitys()
     QVariantMap noSecret = passwords(QString(QLatin1String("")), other);
     noSecret.insert(QStringLiteral("Secret"), QString(QLatin1String("")));
     QCOMPARE(process(mechanism, noSecret).error, 615);
+    QCOMPARE(operations(), QList<int>());
+}
+
+// The daemon stores it while the request is under way.
+void TestPluginAccount::anOldPasswordIsCountedThoughNobodyWaitsForItsAnswer()
+{
+    const char* const mechanism = "privateMechanism_changepassword";
+    const QVariantMap guess = passwords(QStringLiteral("a guess"), QStringLiteral("another one"));
+    const auto counted = [this] {
+        return KelTest::KeptData::mapIn(stored()).value(QStringLiteral("WrongPasswords")).toInt();
+    };
+    QVERIFY(openSignedOut(mUser, mPassword));
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(process(mechanism, guess).error, 614);
+    send(mechanism, guess);
+    QVERIFY(KelTest::waitUntil([&] { return counted() == 4; }));
+    session()->cancel();
+    QCOMPARE(wait().error, int(SignOn::Error::SessionCanceled));
+    QCOMPARE(counted(), 4);
     QCOMPARE(operations(), QList<int>());
 }
 
