@@ -91,11 +91,13 @@ private:
 
     SessionSandbox& mSandbox;
     std::unique_ptr<KelConfigure> mConfigure;
+    QObjectList mOwnChildren; // before anything was asked of it
 };
 
 void TestDeviceAccount::init()
 {
     mConfigure = std::make_unique<KelConfigure>();
+    mOwnChildren = mConfigure->findChildren<QObject*>();
     Accounts::Manager manager;
     const Accounts::AccountIdList ids = manager.accountList();
     for (const Accounts::AccountId id : ids) {
@@ -243,7 +245,7 @@ void TestDeviceAccount::nothingIsLeftOfTheCreation()
 {
     for (int i = 0; i < 3; ++i)
         QCOMPARE(mConfigure->configureAccount(QStringLiteral("n"), 1), 0);
-    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
+    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>() == mOwnChildren; }));
     QCOMPARE(mSandbox.accounts(QStringLiteral("select count(*) from accounts")),
              QList<QVariantList>({{3LL}}));
 }
@@ -315,7 +317,7 @@ void TestDeviceAccount::aDatabaseThatStaysLockedIsReported()
     QVERIFY(waitUntil([&] { return !reports.isEmpty(); }));
     otherProgram.reset();
     QVERIFY(log.hasCritical("The accounts database did not take the account in time"));
-    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
+    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>() == mOwnChildren; }));
     waitUntil([] { return false; }, 200);
     QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
     QCOMPARE(mSandbox.accounts(QStringLiteral("select * from accounts")), QList<QVariantList>());
@@ -334,7 +336,7 @@ void TestDeviceAccount::anAccountThatCannotBeWrittenIsReported()
     QVERIFY(reported);
     QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
     QCOMPARE(mSandbox.accounts(QStringLiteral("select * from accounts")), QList<QVariantList>());
-    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>().isEmpty(); }));
+    QVERIFY(waitUntil([this] { return mConfigure->findChildren<QObject*>() == mOwnChildren; }));
 }
 
 void TestDeviceAccount::aBrokenDatabaseIsReported()
@@ -349,7 +351,7 @@ void TestDeviceAccount::aBrokenDatabaseIsReported()
     QCOMPARE(created, -1);
     QVERIFY(log.hasCritical("Failed to get manager"));
     QVERIFY(log.hasCritical("Failed to get account manager instance"));
-    QVERIFY(mConfigure->findChildren<QObject*>().isEmpty());
+    QVERIFY(mConfigure->findChildren<QObject*>() == mOwnChildren);
 }
 
 void TestDeviceAccount::theSetUpContextHasNoUserInterface()
