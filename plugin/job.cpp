@@ -116,20 +116,21 @@ void Job::ensureToken(const Next& next)
         next();
 }
 
-// Refreshing needs no password; when the service will not, the password signs in again.
+// Refreshing needs no password; when the service will not, or the token can stand in no address,
+// the password signs in again.
 void Job::renewToken(const Next& next)
 {
-    exchange<TokenRefreshResponse>(
-        &ServiceSignals::tokenRefreshResponse,
-        [this](OAuthRequest** request) {
-            return mService.sendTokenRefreshRequest(*this, mConsumerKey, mBaseAddress, request);
-        },
-        [this, next](const TokenRefreshResponse& reply) {
-            if (isRefusal(reply.status))
-                return createToken(next);
-            if (keepToken(reply))
-                next();
-        });
+    OAuthRequest* request = nullptr;
+    if (mService.sendTokenRefreshRequest(*this, mConsumerKey, mBaseAddress, &request) != 0)
+        return createToken(next);
+    await<TokenRefreshResponse>(&ServiceSignals::tokenRefreshResponse,
+                                std::shared_ptr<OAuthRequest>(request),
+                                [this, next](const TokenRefreshResponse& reply) {
+                                    if (isRefusal(reply.status))
+                                        return createToken(next);
+                                    if (keepToken(reply))
+                                        next();
+                                });
 }
 
 void Job::createToken(const Next& next)

@@ -204,6 +204,8 @@ private Q_SLOTS:
         RESTRequestHandler handler;
         const RecordedAnswers answers(handler);
         for (const auto field : fieldsInAddress(row)) {
+            if (field == &operationtable::Values::token)
+                continue; // the service's own, and no user's
             const bool inQuery = field == &operationtable::Values::language ||
                                  field == &operationtable::Values::country;
             for (const QString& value : inQuery ? breakingPaths + breakingQueries : breakingPaths) {
@@ -259,6 +261,28 @@ private Q_SLOTS:
                          value.second.constData());
             }
         }
+    }
+
+    void aTokenIsSentAsTheServiceMadeIt()
+    {
+        ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        RESTRequestHandler handler;
+        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        int sent = 0;
+        for (const SendOperation& row : sendoperations::all()) {
+            if (!fieldsInAddress(row).contains(&operationtable::Values::token))
+                continue;
+            OAuthRequest* request = nullptr;
+            QCOMPARE(sendWith(row, &operationtable::Values::token, QStringLiteral("ab/cd+ef=="),
+                              handler, server, &request),
+                     0);
+            handedOut.emplace_back(request);
+            ++sent;
+            QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, patience);
+            QVERIFY(server.requests().last().target.endsWith("/tokens/ab/cd+ef=="));
+        }
+        QVERIFY(sent > 0);
     }
 
     void aPathKeepsWhatOnlyAQueryMustNotHave()

@@ -20,7 +20,7 @@ QString DeleteTokenRequest::createXMLMessage()
 
 QString DeleteTokenRequest::getRestURL()
 {
-    return RestUrlHelper::tokenUrl(baseAddress()) + inPath(provider().getToken(getConsumerKey()));
+    return RestUrlHelper::tokenUrl(baseAddress()) + provider().getToken(getConsumerKey());
 }
 
 QString DeleteTokenRequest::getHttpRequestType()

@@ -20,7 +20,7 @@ QString RefreshTokenRequest::createXMLMessage()
 
 QString RefreshTokenRequest::getRestURL()
 {
-    return RestUrlHelper::tokenUrl(baseAddress()) + inPath(provider().getToken(getConsumerKey()));
+    return RestUrlHelper::tokenUrl(baseAddress()) + provider().getToken(getConsumerKey());
 }
 
 QString RefreshTokenRequest::getHttpRequestType()
