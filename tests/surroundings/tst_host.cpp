@@ -12,11 +12,25 @@
 
 #include <QAbstractEventDispatcher>
 #include <QGuiApplication>
+#include <QSignalSpy>
 
 #include <cstdio>
 
 using KelAccount::RegistrationInfo;
 using namespace KelTest;
+
+/// Of the application. The library has types of these names, too, of another size.
+struct ResponseType
+{
+    QString text;
+    double numbers[8] = {};
+};
+struct RequestData
+{
+    QByteArray bytes;
+};
+Q_DECLARE_METATYPE(ResponseType)
+Q_DECLARE_METATYPE(RequestData)
 
 namespace {
 
@@ -33,6 +47,8 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void theLoopIsTheApplications();
+    void itsTypesAreItsOwn();
+    void aStatusInAVariantIsANumber();
     void theDeviceIsInACountry();
     void anAccountIsRegistered();
     void theProfileIsFetched();
@@ -42,8 +58,18 @@ private Q_SLOTS:
     void itsHandlerGetsTheMessages();
     void theApplicationIsAsItWas();
 
+Q_SIGNALS:
+    void responded(ResponseType response);
+    void requested(RequestData request);
+
 private:
+    /// By their names, and through the event loop.
+    void expectTypesToArrive();
+
     HostProcess mHost;
+    int mResponseType = 0;
+    int mRequestData = 0;
+    QVariant mStatusBefore;
 };
 
 void TestHost::initTestCase()
@@ -51,6 +77,10 @@ void TestHost::initTestCase()
     QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
     // The test library has just put its own handler there.
     QVERIFY(mHost.settle());
+    // Before the library has a chance to.
+    mResponseType = qRegisterMetaType<ResponseType>("ResponseType");
+    mRequestData = qRegisterMetaType<RequestData>("RequestData");
+    mStatusBefore = QVariant::fromValue(KelAccount::ErrorAccountAlreadyPresent);
     openFacade();
     QCOMPARE(recorder().lines(), QStringList(text("initializeResponse(0)")));
 }
@@ -76,6 +106,42 @@ void TestHost::theLoopIsTheApplications()
         QCOMPARE(name, QByteArray("KelTest::PollDispatcher"));
         break;
     }
+}
+
+void TestHost::expectTypesToArrive()
+{
+    QCOMPARE(QMetaType::type("ResponseType"), mResponseType);
+    QCOMPARE(QMetaType::type("RequestData"), mRequestData);
+    QSignalSpy responses(this, &TestHost::responded);
+    QSignalSpy requests(this, &TestHost::requested);
+    QMetaObject::invokeMethod(this, "responded", Qt::QueuedConnection,
+                              Q_ARG(ResponseType, {text("a text")}));
+    QMetaObject::invokeMethod(this, "requested", Qt::QueuedConnection,
+                              Q_ARG(RequestData, {QByteArray("bytes")}));
+    QTRY_COMPARE(responses.size() + requests.size(), 2);
+    QCOMPARE(responses.at(0).at(0).value<ResponseType>().text, text("a text"));
+    QCOMPARE(requests.at(0).at(0).value<RequestData>().bytes, QByteArray("bytes"));
+}
+
+void TestHost::itsTypesAreItsOwn()
+{
+    expectTypesToArrive();
+    // The library's own go through the event loop as well.
+    QCOMPARE(answers([this] { facade().isUserIdAvailable(QString()); }),
+             QStringList(text("isUserIdAvailableResponse(1001, false, [])")));
+    expectTypesToArrive();
+}
+
+void TestHost::aStatusInAVariantIsANumber()
+{
+    const QVariant after = QVariant::fromValue(KelAccount::ErrorAccountAlreadyPresent);
+    QCOMPARE(mStatusBefore.toInt(), 803);
+    QCOMPARE(after.toInt(), 803);
+    QCOMPARE(after.userType(), mStatusBefore.userType());
+    QSignalSpy spy(&facade(), &KelAccounts::closeResponse);
+    facade().close();
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(spy.at(0).at(0).toInt(), 0);
 }
 
 void TestHost::theDeviceIsInACountry()
