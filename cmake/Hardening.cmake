@@ -12,14 +12,13 @@ function(kelaccount_result_variable result flag)
   set(${result} ${name} PARENT_SCOPE)
 endfunction()
 
-# In builds that are meant to be used, not to be looked into. -mbranch-protection is for 64-bit ARM what
-# -fcf-protection is for x86.
+# -mbranch-protection is for 64-bit ARM what -fcf-protection is for x86.
 foreach(kel_flag -fstack-protector-strong -fstack-clash-protection -fcf-protection
     -mbranch-protection=standard)
   kelaccount_result_variable(kel_has ${kel_flag})
   check_cxx_compiler_flag(${kel_flag} ${kel_has})
   if(${kel_has})
-    add_compile_options($<$<NOT:$<CONFIG:Debug>>:${kel_flag}>)
+    add_compile_options(${kel_flag})
   endif()
 endforeach()
 

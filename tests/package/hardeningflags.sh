@@ -44,7 +44,7 @@ is() { # WHAT GOT WANTED
 made presets -G "Ninja Multi-Config" -DCMAKE_CONFIGURATION_TYPES="Debug;Release"
 built presets --config Debug
 built presets --config Release
-is "a debug build" "$(checks "$work/presets/Debug/program")" ""
+is "a debug build" "$(checks "$work/presets/Debug/program")" "__stack_chk_fail "
 is "an optimised build" "$(checks "$work/presets/Release/program")" "__stack_chk_fail __strcpy_chk "
 if [ "$(uname -m)" = x86_64 ]; then
     object=$(find "$work/presets" -path '*Release*' -name program.cpp.o)
@@ -54,8 +54,7 @@ if [ "$(uname -m)" = x86_64 ]; then
     code=$(objdump --disassemble "$object")
     grep -qE '\bor[lq]? +\$0x0,.*\(%[re]sp' <<<"$code" || fail "a large frame can jump over the guard page"
 fi
-"$folder/hardened.sh" <(echo "$work/presets/Release/program") stack-protector
-"$folder/hardened.sh" <(echo "$work/presets/Debug/program")
+"$folder/hardened.sh" <(printf '%s\n' "$work"/presets/{Debug,Release}/program) stack-protector
 
 made packager -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="-O2 -D_FORTIFY_SOURCE=3"
 built packager

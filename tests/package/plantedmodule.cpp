@@ -7,11 +7,15 @@
 
 namespace {
 
-[[gnu::constructor]] void sayThatItWasLoaded()
+const char* ownFile()
 {
     Dl_info self = {};
-    if (dladdr(reinterpret_cast<const void*>(&sayThatItWasLoaded), &self) != 0)
-        std::fprintf(stderr, "%s was loaded\n", self.dli_fname);
+    return dladdr(reinterpret_cast<const void*>(&ownFile), &self) != 0 ? self.dli_fname : "?";
+}
+
+[[gnu::constructor]] void sayThatItWasLoaded()
+{
+    std::fprintf(stderr, "%s was loaded\n", ownFile());
     _exit(99);
 }
 
