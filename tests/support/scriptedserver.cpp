@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/scriptedserver.h"
 
+#include <QSslCertificate>
+#include <QSslSocket>
 #include <QTimer>
+
+#include <sys/socket.h>
 
 namespace {
 
@@ -44,13 +48,25 @@ int WireRequest::headerCount(const QByteArray& name) const
 Reaction Reaction::reply(int status, const QByteArray& body, const QByteArray& extraHeaders)
 {
     Reaction reaction;
-    reaction.bytes = "HTTP/1.1 " + QByteArray::number(status) + " Scripted\r\n" + extraHeaders
-                     + "Content-Length: " + QByteArray::number(body.size()) + headEnd + body;
+    reaction.bytes = "HTTP/1.1 " + QByteArray::number(status) + " Scripted\r\n" + extraHeaders +
+                     "Content-Length: " + QByteArray::number(body.size()) + headEnd + body;
     return reaction;
 }
 
-ScriptedServer::ScriptedServer()
+void ScriptedServer::Listener::incomingConnection(qintptr descriptor)
 {
+    if (tls.localCertificate().isNull())
+        return QTcpServer::incomingConnection(descriptor);
+    auto* const socket = new QSslSocket(this);
+    socket->setSslConfiguration(tls);
+    socket->setSocketDescriptor(descriptor);
+    socket->startServerEncryption();
+    addPendingConnection(socket);
+}
+
+ScriptedServer::ScriptedServer(const QSslConfiguration& tls)
+{
+    mServer.tls = tls;
     connect(&mServer, &QTcpServer::newConnection, this, &ScriptedServer::onConnection);
     if (!mServer.listen(QHostAddress::LocalHost))
         mProblems.append(QStringLiteral("cannot listen: ") + mServer.errorString());
@@ -58,14 +74,24 @@ ScriptedServer::ScriptedServer()
 
 QString ScriptedServer::base() const
 {
-    return QStringLiteral("http://127.0.0.1:%1/rest/1.0/").arg(port());
+    const QString scheme =
+        mServer.tls.localCertificate().isNull() ? QStringLiteral("http") : QStringLiteral("https");
+    return QStringLiteral("%1://127.0.0.1:%2/rest/1.0/").arg(scheme).arg(port());
+}
+
+void ScriptedServer::closeConnections()
+{
+    const auto sockets = mServer.findChildren<QTcpSocket*>();
+    for (QTcpSocket* const socket : sockets)
+        socket->disconnectFromHost();
 }
 
 QStringList ScriptedServer::problems() const
 {
     QStringList result = mProblems;
     if (!mReactions.isEmpty())
-        result.append(QStringLiteral("%1 ordered reactions were never used").arg(mReactions.size()));
+        result.append(
+            QStringLiteral("%1 ordered reactions were never used").arg(mReactions.size()));
     return result;
 }
 
@@ -84,7 +110,9 @@ void ScriptedServer::onConnection()
 void ScriptedServer::onData(QTcpSocket* socket)
 {
     QByteArray& received = mReceived[socket];
-    received += socket->readAll();
+    const QByteArray more = socket->readAll();
+    mBytesFromClients += more.size();
+    received += more;
     const int end = received.indexOf(headEnd);
     if (end < 0)
         return;
@@ -96,14 +124,17 @@ void ScriptedServer::onData(QTcpSocket* socket)
     request.body = received.mid(bodyStart, length);
     received.remove(0, bodyStart + length);
     mRequests.append(request);
+    if (!socket->property("used").toBool())
+        ++mUsedConnections;
+    socket->setProperty("used", true);
     react(socket);
 }
 
 void ScriptedServer::react(QTcpSocket* socket)
 {
     if (mReactions.isEmpty() && !mAnswer) {
-        mProblems.append(QStringLiteral("unexpected request for ")
-                         + QString::fromLatin1(mRequests.last().target));
+        mProblems.append(QStringLiteral("unexpected request for ") +
+                         QString::fromLatin1(mRequests.last().target));
         socket->abort();
         return;
     }
@@ -117,6 +148,13 @@ void ScriptedServer::react(QTcpSocket* socket)
         target->flush();
         if (reaction.end == Reaction::End::Close)
             target->disconnectFromHost();
+        if (reaction.end == Reaction::End::Reset) {
+            // Unsent data and the orderly end are given up: the peer sees a reset.
+            const linger none{1, 0};
+            ::setsockopt(static_cast<int>(target->socketDescriptor()), SOL_SOCKET, SO_LINGER, &none,
+                         sizeof none);
+            target->abort();
+        }
         if (reaction.afterwards)
             reaction.afterwards();
     };

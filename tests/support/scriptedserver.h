@@ -6,6 +6,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QSslConfiguration>
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -27,10 +28,10 @@ struct WireRequest
 /// What the server does with one connection's request.
 struct Reaction
 {
-    enum class End { KeepOpen, Close, Hang };
+    enum class End { KeepOpen, Close, Reset, Hang };
 
-    QByteArray bytes;         ///< written as they stand
-    End end = End::KeepOpen;  ///< Hang: nothing is written at all
+    QByteArray bytes;        ///< written as they stand
+    End end = End::KeepOpen; ///< Hang: nothing is written at all
     int delayMilliseconds = 0;
     std::function<void()> afterwards; ///< called when the bytes were written
 
@@ -46,22 +47,43 @@ class ScriptedServer : public QObject
     Q_OBJECT
 
 public:
-    ScriptedServer();
+    /// Over TLS with a configuration that has a certificate and its key, else without.
+    explicit ScriptedServer(const QSslConfiguration& tls = QSslConfiguration());
 
     quint16 port() const { return mServer.serverPort(); }
-    QString base() const; ///< "http://127.0.0.1:PORT/rest/1.0/"
+    QString base() const; ///< "http://127.0.0.1:PORT/rest/1.0/", or https
 
     void expect(const Reaction& reaction) { mReactions.append(reaction); }
     /// Instead of orders: decides about every request for itself.
-    void answerBy(std::function<Reaction(const WireRequest&)> answer) { mAnswer = std::move(answer); }
+    void answerBy(std::function<Reaction(const WireRequest&)> answer)
+    {
+        mAnswer = std::move(answer);
+    }
 
     const QList<WireRequest>& requests() const { return mRequests; }
     int connections() const { return mConnections; }
+    /// How many of them have brought a request.
+    int usedConnections() const { return mUsedConnections; }
+    int openConnections() const { return mServer.findChildren<QTcpSocket*>().size(); }
+    /// What clients have sent in all, complete requests or not; over TLS what was inside.
+    qint64 bytesFromClients() const { return mBytesFromClients; }
+    /// Closes every connection, as a service does with those that were idle too long.
+    void closeConnections();
 
     /// Empty when every request was ordered and every order used.
     QStringList problems() const;
 
 private:
+    /// Hands out its connections as they are, or after having begun the handshake.
+    class Listener : public QTcpServer
+    {
+    public:
+        QSslConfiguration tls;
+
+    protected:
+        void incomingConnection(qintptr descriptor) override;
+    };
+
     void onConnection();
     void onData(QTcpSocket* socket);
     void react(QTcpSocket* socket);
@@ -72,5 +94,7 @@ private:
     QHash<QTcpSocket*, QByteArray> mReceived;
     QStringList mProblems;
     int mConnections = 0;
-    QTcpServer mServer; // ends first: its sockets still report to the others
+    int mUsedConnections = 0;
+    qint64 mBytesFromClients = 0;
+    Listener mServer; // ends first: its sockets still report to the others
 };
