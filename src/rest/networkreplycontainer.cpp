@@ -13,12 +13,14 @@ namespace {
 std::atomic<int> guardTime{60000};
 } // namespace
 
-NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply) : QObject(reply), mReply(reply)
+NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
+    : QObject(reply), mReply(reply), mGuardMilliseconds(guardTime)
 {
     connect(reply, &QNetworkReply::metaDataChanged, this,
             &NetworkReplyContainer::endOversizedReply);
     connect(reply, &QNetworkReply::readyRead, this, &NetworkReplyContainer::endOversizedReply);
-    startTimer(guardTime);
+    mSincePosted.start();
+    startTimer(mGuardMilliseconds, Qt::PreciseTimer);
 }
 
 void NetworkReplyContainer::setGuardMilliseconds(int milliseconds)
@@ -34,8 +36,14 @@ int NetworkReplyContainer::guardMilliseconds()
 void NetworkReplyContainer::timerEvent(QTimerEvent* event)
 {
     killTimer(event->timerId());
-    // A reply that has ended is answered by that, and its answer may still be on its way: it outlives
-    // a receiver that runs an event loop of its own.
+    // Timers count whole milliseconds from when the event loop last looked at its clock.
+    const qint64 left = mGuardMilliseconds - mSincePosted.elapsed();
+    if (left > 0) {
+        startTimer(static_cast<int>(left), Qt::PreciseTimer);
+        return;
+    }
+    // A reply that has ended is answered by that, and its answer may still be on its way: it
+    // outlives a receiver that runs an event loop of its own.
     if (mReply->isFinished())
         return;
     mReply->setProperty(ReplyProperty::timedOut, 1);

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QElapsedTimer>
 #include <QNetworkReply>
 #include <QObject>
 
 namespace KelRestHandler {
 
-/// Guards one reply: reports when no answer came in time, and ends a reply that grows past all
-/// measure. It is a child of the reply and dies with it.
+/// Guards one reply: reports when no answer came in time, never before it, and ends a reply that
+/// grows past all measure. It is a child of the reply and dies with it.
 class NetworkReplyContainer : public QObject
 {
     Q_OBJECT
@@ -32,6 +33,8 @@ private:
     void endOversizedReply();
 
     QNetworkReply* mReply;
+    int mGuardMilliseconds;
+    QElapsedTimer mSincePosted;
 };
 
 } // namespace KelRestHandler

@@ -8,6 +8,7 @@
 #include "support/messagelog.h"
 #include "support/scriptedserver.h"
 
+#include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QSignalSpy>
@@ -230,6 +231,43 @@ private Q_SLOTS:
         QCOMPARE(answerIn(spy).consumerKey, consumerKey);
         QTest::qWait(500);
         QCOMPARE(spy.count(), 1);
+    }
+
+    void theGuardIsNeverEarly_data()
+    {
+        QTest::addColumn<int>("milliseconds");
+        // A coarse timer of these would be early or late by up to a twentieth.
+        for (const int milliseconds : {40, 110, 210, 310, 410, 1010})
+            QTest::addRow("%d ms", milliseconds) << milliseconds;
+    }
+
+    void theGuardIsNeverEarly()
+    {
+        QFETCH(int, milliseconds);
+        NetworkReplyContainer::setGuardMilliseconds(milliseconds);
+        ScriptedServer server;
+        Reaction silence;
+        silence.end = Reaction::End::Hang;
+        for (int i = 0; i < 5; ++i)
+            server.expect(silence);
+        NetworkHandler handler(nullptr);
+        VerbRequest request(mSigner, QStringLiteral("GET"), server.base());
+        QElapsedTimer clock;
+        QVector<qint64> ends;
+        connect(&handler, &NetworkHandler::userNameAvailabilityResponse, this,
+                [&] { ends.append(clock.nsecsElapsed()); });
+        // Timers that are due together end together: one after the other, between two milliseconds.
+        clock.start();
+        QVector<qint64> starts;
+        for (int i = 0; i < 5; ++i) {
+            starts.append(clock.nsecsElapsed());
+            QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
+            QTest::qWait(3);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(ends.size(), starts.size(), patience);
+        for (int i = 0; i < ends.size(); ++i)
+            QVERIFY2(ends.at(i) - starts.at(i) >= milliseconds * Q_INT64_C(1000000),
+                     qPrintable(QString::number(ends.at(i) - starts.at(i))));
     }
 
     void transportFailuresGetTheirStatus_data()
