@@ -2,10 +2,12 @@
 #include "rest/networkhandler.h"
 
 #include "common/logging.h"
+#include "rest/connectionlatency.h"
 #include "rest/httpresponse.h"
 #include "rest/networkreplycontainer.h"
 #include "rest/receivedreply.h"
 #include "rest/replyproperties.h"
+#include "rest/transporterror.h"
 
 #include <QNetworkRequest>
 #include <QPointer>
@@ -71,16 +73,23 @@ QString replyText(QNetworkReply* reply)
 
 NetworkHandler::NetworkHandler(QObject* parent)
     // Children, so that they come along to another thread.
-    : ServiceSignals(parent), mManager(this), mProcessor(this), mLatency(&mManager, this)
+    : ServiceSignals(parent), mManager(this), mProcessor(this),
+      mConnections(
+          &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this)
 {
-    connect(&mManager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
-    connect(&mManager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
-    connect(&mManager, &QNetworkAccessManager::authenticationRequired, this,
-            &NetworkHandler::onAuthenticationRequired);
-    connect(&mManager, &QNetworkAccessManager::proxyAuthenticationRequired, this,
-            &NetworkHandler::onProxyAuthenticationRequired);
     installProxyFromEnvironment();
     relay(&mProcessor, this);
+}
+
+void NetworkHandler::listenTo(QNetworkAccessManager* manager)
+{
+    connect(manager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
+    connect(manager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
+    connect(manager, &QNetworkAccessManager::authenticationRequired, this,
+            &NetworkHandler::onAuthenticationRequired);
+    connect(manager, &QNetworkAccessManager::proxyAuthenticationRequired, this,
+            &NetworkHandler::onProxyAuthenticationRequired);
+    new ConnectionLatency(manager, manager);
 }
 
 int NetworkHandler::sendNetWorkRequest(HttpRequest* request, NetRequestType type)
@@ -100,7 +109,7 @@ int NetworkHandler::sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRe
 
 QNetworkReply* NetworkHandler::post(const QNetworkRequest& request, const QByteArray& body)
 {
-    return mManager.post(request, body);
+    return mConnections.post(request, body);
 }
 
 NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, NetRequestType type)
@@ -115,6 +124,10 @@ NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, N
     for (auto it = headers.cbegin(); it != headers.cend(); ++it)
         message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
     message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
+    message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
+    // signature.
+    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
 
     QNetworkReply* const reply = post(message, request.getHttpBody().toUtf8());
     if (!reply) {
@@ -148,12 +161,13 @@ void NetworkHandler::onFinished(QNetworkReply* reply)
     const QVariant timedOut = reply->property(ReplyProperty::timedOut);
     if (!timedOut.isValid() || timedOut.toInt() != 0)
         return;
-    if (reply->property(ReplyProperty::oversized).toBool()) {
-        process(reply, QNetworkReply::ProtocolFailure, QString());
+    if (wasRefused(*reply)) {
+        process(reply, transportErrorOf(*reply), QString());
         return;
     }
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const ReceivedReply received = receivedReply(reply->error(), status, replyText(reply));
+    const ReceivedReply received =
+        receivedReply(transportErrorOf(*reply), status, replyText(reply));
     process(reply, received.error, received.text);
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/connectionlatency.h"
 #include "rest/httprequest.h"
 #include "rest/networkresponseprocessor.h"
+#include "rest/serviceconnections.h"
 #include "rest/servicesignals.h"
 
 #include <QAuthenticator>
@@ -63,13 +63,14 @@ private:
         int result;
         QNetworkReply* reply;
     };
+    void listenTo(QNetworkAccessManager* manager);
     void queueFinished(QNetworkReply* reply);
     Posted postRequest(const HttpRequest& request, NetRequestType type);
     void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
 
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;
-    ConnectionLatency mLatency;
+    ServiceConnections mConnections;
 };
 
 } // namespace KelRestHandler

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/serviceconnections.h"
+
+#include "rest/onetimebody.h"
+
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+#include <algorithm>
+#include <atomic>
+#include <ctime>
+#include <utility>
+
+namespace KelRestHandler {
+
+namespace {
+
+std::atomic<int> idleLimit{ServiceConnections::idleMilliseconds};
+
+// Goes on while the device sleeps, as the service's clock does.
+qint64 nowMilliseconds()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    return qint64{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+bool isIdle(int inFlight)
+{
+    return inFlight == 0;
+}
+
+} // namespace
+
+ServiceConnections::ServiceConnections(QNetworkAccessManager* first, SetUp setUp, QObject* parent)
+    : QObject(parent), mSetUp(std::move(setUp))
+{
+    makeLine(first);
+}
+
+ServiceConnections::~ServiceConnections() = default;
+
+void ServiceConnections::setIdleMilliseconds(int milliseconds)
+{
+    idleLimit = milliseconds;
+}
+
+bool ServiceConnections::mustReconnect(const Line& line)
+{
+    return line.shared || line.retired || nowMilliseconds() - line.idleSince > idleLimit;
+}
+
+QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
+{
+    dropIdleManagers();
+    Line& line = lineForPost();
+    if (isIdle(line.inFlight) && mustReconnect(line)) {
+        line.manager->clearConnectionCache();
+        line.shared = false;
+        line.retired = false;
+    }
+    auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
+    QNetworkReply* const reply = line.manager->post(request, onceOnly.get());
+    onceOnly.release()->setParent(reply);
+    ++line.inFlight;
+    line.shared = line.shared || line.inFlight > 1;
+    connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
+    return reply;
+}
+
+ServiceConnections::Line& ServiceConnections::makeLine(QNetworkAccessManager* manager)
+{
+    mLines.push_back(std::make_unique<Line>());
+    Line& line = *mLines.back();
+    line.manager = manager;
+    line.idleSince = nowMilliseconds();
+    mSetUp(manager);
+    return line;
+}
+
+ServiceConnections::Line& ServiceConnections::lineForPost()
+{
+    const auto idle = std::find_if(mLines.begin(), mLines.end(),
+                                   [](const auto& line) { return isIdle(line->inFlight); });
+    if (idle != mLines.end())
+        return **idle;
+    const auto leastBusy =
+        std::min_element(mLines.begin(), mLines.end(), [](const auto& a, const auto& b) {
+            return std::make_pair(a->retired, a->inFlight) <
+                   std::make_pair(b->retired, b->inFlight);
+        });
+    if (mLines.size() >= size_t{maximumManagers} && !(*leastBusy)->retired)
+        return **leastBusy;
+    auto manager = std::make_unique<QNetworkAccessManager>();
+    manager->setParent(this);
+    Line& line = makeLine(manager.get());
+    line.owned = std::move(manager);
+    return line;
+}
+
+// A manager with a reply is kept: the reply may still have to be read.
+void ServiceConnections::dropIdleManagers()
+{
+    const auto isDue = [](const std::unique_ptr<Line>& line) {
+        return line->owned && isIdle(line->inFlight) && mustReconnect(*line) &&
+               line->owned->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly)
+                   .isEmpty();
+    };
+    mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
+}
+
+void ServiceConnections::onFinished(QNetworkReply* reply)
+{
+    const auto line = std::find_if(mLines.begin(), mLines.end(), [reply](const auto& candidate) {
+        return candidate->manager == reply->manager();
+    });
+    if (line == mLines.end())
+        return;
+    --(*line)->inFlight;
+    (*line)->idleSince = nowMilliseconds();
+    const bool hasReply = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    (*line)->retired = (*line)->retired || (*line)->shared || !hasReply;
+}
+
+} // namespace KelRestHandler

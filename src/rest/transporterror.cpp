@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/transporterror.h"
+
+#include "rest/replyproperties.h"
+
+namespace KelRestHandler {
+
+namespace {
+
+bool isMarked(const QNetworkReply& reply, const char* property)
+{
+    return reply.property(property).toBool();
+}
+
+// The network library wanted to send the request again, and could not. It wants to when the
+// connection ended before the reply did, and when a redirect arrives, though none is followed.
+QNetworkReply::NetworkError withoutSendingAgain(const QNetworkReply& reply)
+{
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const bool isRedirect = status / 100 == 3;
+    return isRedirect ? QNetworkReply::NoError : QNetworkReply::RemoteHostClosedError;
+}
+
+} // namespace
+
+bool wasRefused(const QNetworkReply& reply)
+{
+    return isMarked(reply, ReplyProperty::oversized);
+}
+
+QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply)
+{
+    if (wasRefused(reply))
+        return QNetworkReply::ProtocolFailure;
+    return reply.error() == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply)
+                                                              : reply.error();
+}
+
+} // namespace KelRestHandler

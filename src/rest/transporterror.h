@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QNetworkReply>
+
+namespace KelRestHandler {
+
+/// Whether nothing in the reply is read: it was ended for its length.
+bool wasRefused(const QNetworkReply& reply);
+
+/// What happened to the completed reply: the network library's error, but for what only this
+/// library knows or wants.
+QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply);
+
+} // namespace KelRestHandler

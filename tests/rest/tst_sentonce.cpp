@@ -1,0 +1,422 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Counts requests on the wire when the service ends the connection instead of answering.
+#include "devicesetup.h"
+#include "recordedanswers.h"
+#include "rest/serviceconnections.h"
+#include "sendoperations.h"
+#include "signedrequests.h"
+#include "support/messagelog.h"
+#include "support/scriptedserver.h"
+#include "support/testauthority.h"
+#include "support/tunnelproxy.h"
+
+#include <QNetworkProxy>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace KelRestHandler;
+using sendoperations::SendOperation;
+
+namespace {
+
+constexpr int patience = 10000;
+
+const char* const silentOperation =
+    "NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning";
+
+Reaction ending(const QByteArray& bytes, Reaction::End end)
+{
+    Reaction reaction;
+    reaction.bytes = bytes;
+    reaction.end = end;
+    return reaction;
+}
+
+// How the service ends a connection with a request in it.
+struct Ending
+{
+    const char* name;
+    Reaction reaction;
+};
+
+QVector<Ending> endings()
+{
+    const QByteArray head = "HTTP/1.1 200 OK\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n";
+    const QByteArray length = "Content-Length: 80\r\n\r\n";
+    return {
+        {"closed before the head", ending("", Reaction::End::Close)},
+        {"reset before the head", ending("", Reaction::End::Reset)},
+        {"closed within the head", ending(head, Reaction::End::Close)},
+        {"reset within the head", ending(head, Reaction::End::Reset)},
+        {"closed after the head", ending(head + length, Reaction::End::Close)},
+        {"reset after the head", ending(head + length, Reaction::End::Reset)},
+        {"closed within the body", ending(head + length + "<?xml", Reaction::End::Close)},
+    };
+}
+
+// The service, without TLS or behind it and a proxy.
+struct Service
+{
+    explicit Service(bool tunnelled)
+        : authority(tunnelled ? std::make_unique<TestAuthority>() : nullptr),
+          server(tunnelled ? authority->serverFor("service.example", "DNS:service.example")
+                           : QSslConfiguration()),
+          proxy(tunnelled ? std::make_unique<TunnelProxy>(server.port()) : nullptr)
+    {
+        if (proxy) {
+            QNetworkProxy::setApplicationProxy(QNetworkProxy(
+                QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), proxy->port()));
+        }
+    }
+    ~Service() { QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy)); }
+
+    QString base() const
+    {
+        return proxy ? QStringLiteral("https://service.example/rest/1.0/") : server.base();
+    }
+
+    std::unique_ptr<TestAuthority> authority;
+    ScriptedServer server;
+    std::unique_ptr<TunnelProxy> proxy;
+};
+
+} // namespace
+
+class TestSentOnce : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        mValues = {};
+        devicesetup::withoutModem(mValues);
+        mProvider = {};
+        mProvider.token = mValues.token;
+        ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds);
+    }
+
+    void everyEndingIsOneRequestAndOneAnswer_data()
+    {
+        QTest::addColumn<bool>("tunnelled");
+        QTest::addColumn<bool>("kept");
+        QTest::addColumn<bool>("withBody");
+        QTest::addColumn<int>("index");
+        const auto all = endings();
+        for (int i = 0; i < all.size(); ++i) {
+            for (int way = 0; way < 8; ++way) {
+                const bool tunnelled = (way & 4) != 0;
+                const bool kept = (way & 2) != 0;
+                const bool withBody = (way & 1) != 0;
+                QTest::addRow("%s, %s, %s, %s", all.at(i).name, tunnelled ? "tunnelled" : "plain",
+                              kept ? "kept" : "fresh", withBody ? "with a body" : "empty")
+                    << tunnelled << kept << withBody << i;
+            }
+        }
+    }
+
+    void everyEndingIsOneRequestAndOneAnswer()
+    {
+        QFETCH(bool, tunnelled);
+        QFETCH(bool, kept);
+        QFETCH(bool, withBody);
+        QFETCH(int, index);
+        Service service(tunnelled);
+        RESTRequestHandler handler;
+        QVERIFY(!kept || prepareConnection(handler, service));
+        service.server.expect(endings().at(index).reaction);
+
+        const int status =
+            withBody ? askForEmail(handler, service.base()) : askForName(handler, service.base());
+        QCOMPARE(status, 402);
+        QCOMPARE(service.server.problems(), QStringList());
+        QCOMPARE(service.server.requests().size(), kept ? 2 : 1);
+        QCOMPARE(service.server.requests().last().body.isEmpty(), !withBody);
+        QCOMPARE(service.server.requests().last().header("Content-Length"),
+                 QByteArray::number(service.server.requests().last().body.size()));
+        QCOMPARE(service.server.connections(), 1);
+    }
+
+    void everyOperationGoesOutOnce_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<bool>("tunnelled");
+        QTest::addColumn<bool>("kept");
+        QSet<int> types;
+        for (int i = 0; i < sendoperations::all().size(); ++i) {
+            const SendOperation& row = sendoperations::all().at(i);
+            types.insert(row.type);
+            for (const bool tunnelled : {false, true}) {
+                for (const bool kept : {false, true}) {
+                    QTest::addRow("%s, %s, %s", row.name, tunnelled ? "tunnelled" : "plain",
+                                  kept ? "kept" : "fresh")
+                        << i << tunnelled << kept;
+                }
+            }
+        }
+        QCOMPARE(types.size(), lastNetRequestType - firstNetRequestType + 1);
+    }
+
+    void everyOperationGoesOutOnce()
+    {
+        QFETCH(int, index);
+        QFETCH(bool, tunnelled);
+        QFETCH(bool, kept);
+        const SendOperation& row = sendoperations::all().at(index);
+        Service service(tunnelled);
+        RESTRequestHandler handler;
+        QVERIFY(!kept || prepareConnection(handler, service));
+        service.server.expect(ending("", Reaction::End::Close));
+
+        const RecordedAnswers answers(handler);
+        const MessageLog log;
+        OAuthRequest* request = nullptr;
+        QCOMPARE(row.send({handler, mProvider, mValues, service.base(), &request}), 0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        // The five without a signal are at an end when their reply was rejected.
+        QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty() || log.hasCritical(silentOperation),
+                                 patience);
+        QCOMPARE(service.server.problems(), QStringList());
+        QCOMPARE(service.server.requests().size(), kept ? 2 : 1);
+    }
+
+    void aNextCallWorks()
+    {
+        Service service(true);
+        RESTRequestHandler handler;
+        service.server.expect(ending("", Reaction::End::Close));
+        service.server.expect(Reaction::reply(200, ""));
+        QCOMPARE(askForName(handler, service.base()), 402);
+        QCOMPARE(askForName(handler, service.base()), 0);
+        QCOMPARE(service.server.problems(), QStringList());
+    }
+
+    void aRedirectIsNotTakenForALostConnection_data()
+    {
+        QTest::addColumn<int>("httpStatus");
+        for (const int status : {301, 302, 303, 305, 307, 308})
+            QTest::addRow("%d", status) << status;
+    }
+
+    void aRedirectIsNotTakenForALostConnection()
+    {
+        QFETCH(int, httpStatus);
+        Service service(false);
+        RESTRequestHandler handler;
+        service.server.expect(Reaction::reply(
+            httpStatus, "", "Location: " + service.base().toLatin1() + "elsewhere\r\n"));
+        constexpr int connectionLost = 402;
+        QVERIFY(askForName(handler, service.base()) != connectionLost);
+        QCOMPARE(service.server.problems(), QStringList());
+        QCOMPARE(service.server.requests().size(), 1);
+    }
+
+    void noOtherAuthenticationIsTried_data()
+    {
+        QTest::addColumn<int>("httpStatus");
+        QTest::addColumn<QByteArray>("challenge");
+        QTest::addColumn<bool>("tunnelled");
+        for (const char* challenge :
+             {"NTLM", "Negotiate", "Negotiate\r\nWWW-Authenticate: NTLM", "Basic realm=\"a\"",
+              "Digest realm=\"a\", nonce=\"b\", qop=\"auth\"", "OAuth realm=\"a\"", "Unheard of"}) {
+            for (const int status : {401, 407}) {
+                for (const bool tunnelled : {false, true}) {
+                    const QByteArray name = QByteArray(challenge).replace("\r\n", ", ");
+                    QTest::addRow("%d %s%s", status, name.constData(),
+                                  tunnelled ? ", tunnelled" : "")
+                        << status << QByteArray(challenge) << tunnelled;
+                }
+            }
+        }
+    }
+
+    void noOtherAuthenticationIsTried()
+    {
+        QFETCH(int, httpStatus);
+        QFETCH(QByteArray, challenge);
+        QFETCH(bool, tunnelled);
+        if (httpStatus == 407)
+            challenge.replace("WWW-", "Proxy-");
+        const QByteArray header = httpStatus == 407 ? "Proxy-Authenticate: " : "WWW-Authenticate: ";
+        Service service(tunnelled);
+        RESTRequestHandler handler;
+        service.server.expect(Reaction::reply(httpStatus, "", header + challenge + "\r\n"));
+        QCOMPARE(askForName(handler, service.base()), httpStatus == 401 ? 504 : 412);
+        QCOMPARE(service.server.problems(), QStringList());
+        QCOMPARE(service.server.requests().size(), 1);
+        QVERIFY(
+            service.server.requests().first().header("Authorization").startsWith("OAuth realm="));
+
+        // Nor does the next request come without its signature.
+        service.server.expect(Reaction::reply(200, ""));
+        QCOMPARE(askForName(handler, service.base()), 0);
+        QVERIFY(
+            service.server.requests().last().header("Authorization").startsWith("OAuth realm="));
+    }
+
+    void anUnauthorizedRepliesDocumentDecides()
+    {
+        Service service(false);
+        RESTRequestHandler handler;
+        service.server.expect(Reaction::reply(
+            401,
+            "<?xml version=\"1.0\"?><errorResponse><errorCode>accountLocked</errorCode>"
+            "</errorResponse>",
+            "WWW-Authenticate: NTLM\r\n"));
+        QCOMPARE(askForName(handler, service.base()), 510);
+    }
+
+    void theProxysCredentialsAreUsedStill()
+    {
+        Service service(true);
+        const QByteArray credentials = QByteArray("user:pass").toBase64();
+        service.proxy->demand("Basic " + credentials);
+        RESTRequestHandler handler;
+        QCOMPARE(askForName(handler, service.base()), 412);
+        QCOMPARE(service.server.requests().size(), 0);
+
+        QNetworkProxy proxy = QNetworkProxy::applicationProxy();
+        proxy.setUser(QStringLiteral("user"));
+        proxy.setPassword(QStringLiteral("pass"));
+        QNetworkProxy::setApplicationProxy(proxy);
+        service.server.expect(Reaction::reply(200, ""));
+        QCOMPARE(askForName(handler, service.base()), 0);
+        QCOMPARE(service.server.problems(), QStringList());
+        QCOMPARE(service.server.requests().first().headerCount("Proxy-Authorization"), 0);
+    }
+
+    void aConnectionIsKeptForTheNextRequest_data() { addWays(); }
+
+    void aConnectionIsKeptForTheNextRequest()
+    {
+        QFETCH(bool, tunnelled);
+        Service service(tunnelled);
+        RESTRequestHandler handler;
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(prepareConnection(handler, service));
+        QCOMPARE(service.server.connections(), 1);
+    }
+
+    void aConnectionThatWasIdleTooLongIsNotUsedAgain_data() { addWays(); }
+
+    void aConnectionThatWasIdleTooLongIsNotUsedAgain()
+    {
+        QFETCH(bool, tunnelled);
+        constexpr int limit = 100;
+        ServiceConnections::setIdleMilliseconds(limit);
+        Service service(tunnelled);
+        RESTRequestHandler handler;
+        QVERIFY(prepareConnection(handler, service));
+        QTest::qWait(limit + 50);
+        QVERIFY(prepareConnection(handler, service));
+        QCOMPARE(service.server.connections(), 2);
+        QCOMPARE(service.server.usedConnections(), 2);
+    }
+
+    // Two at once make a second connection; it is idle while the first is used.
+    void anIdleConnectionBesideABusyOneIsNotUsedEither()
+    {
+        constexpr int limit = 100;
+        ServiceConnections::setIdleMilliseconds(limit);
+        Service service(true);
+        RESTRequestHandler handler;
+        service.server.answerBy([](const WireRequest&) {
+            Reaction reaction = Reaction::reply(200, "");
+            reaction.delayMilliseconds = 60;
+            return reaction;
+        });
+        QVERIFY(askAtOnce(handler, service.base(), 2));
+        QCOMPARE(service.server.connections(), 2);
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(askAtOnce(handler, service.base(), 1));
+        QCOMPARE(service.server.connections(), 2);
+        QVERIFY(askAtOnce(handler, service.base(), 2));
+        QCOMPARE(service.server.connections(), 3);
+    }
+
+    void noConnectionIsMadeWithoutARequestForIt_data()
+    {
+        QTest::addColumn<int>("atOnce");
+        for (const int count : {1, 2, 6})
+            QTest::addRow("%d at once", count) << count;
+    }
+
+    void noConnectionIsMadeWithoutARequestForIt()
+    {
+        QFETCH(int, atOnce);
+        Service service(true);
+        RESTRequestHandler handler;
+        service.server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        for (int round = 0; round < 5; ++round)
+            QVERIFY(askAtOnce(handler, service.base(), atOnce));
+        QCOMPARE(service.server.connections(), atOnce);
+        QCOMPARE(service.server.usedConnections(), atOnce);
+    }
+
+    void manyAtOnceAreAllAnswered()
+    {
+        Service service(true);
+        RESTRequestHandler handler;
+        service.server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        for (int round = 0; round < 3; ++round)
+            QVERIFY(askAtOnce(handler, service.base(), 20));
+        QCOMPARE(service.server.requests().size(), 60);
+    }
+
+private:
+    static void addWays()
+    {
+        QTest::addColumn<bool>("tunnelled");
+        QTest::newRow("plain") << false;
+        QTest::newRow("tunnelled") << true;
+    }
+
+    bool askAtOnce(RESTRequestHandler& handler, const QString& base, int count)
+    {
+        QSignalSpy spy(&handler, &RESTRequestHandler::emailIdAvailabilityResponse);
+        for (int i = 0; i < count; ++i) {
+            handler.sendisEmailAddAvailableRequest(mProvider, mValues.emailAddress,
+                                                   mValues.serviceTag, operationtable::consumerKey,
+                                                   base);
+        }
+        if (!QTest::qWaitFor([&] { return spy.count() == count; }, patience))
+            return false;
+        return std::all_of(spy.begin(), spy.end(),
+                           [](const auto& answer) { return answer.at(0).toInt() == 0; });
+    }
+
+    int askForName(RESTRequestHandler& handler, const QString& base)
+    {
+        QSignalSpy spy(&handler, &RESTRequestHandler::userNameAvailabilityResponse);
+        OAuthRequest* request = nullptr;
+        if (handler.sendisUserIdAvailRequest(mProvider, mValues.userName,
+                                             operationtable::consumerKey, base, &request) != 0)
+            return -1;
+        const std::unique_ptr<OAuthRequest> owner(request);
+        if (!spy.wait(patience) || spy.count() != 1)
+            return -2;
+        return spy.first().at(0).value<UserNameAvailabilityResponse>().status;
+    }
+
+    int askForEmail(RESTRequestHandler& handler, const QString& base)
+    {
+        QSignalSpy spy(&handler, &RESTRequestHandler::emailIdAvailabilityResponse);
+        if (handler.sendisEmailAddAvailableRequest(mProvider, mValues.emailAddress,
+                                                   mValues.serviceTag, operationtable::consumerKey,
+                                                   base) != 0)
+            return -1;
+        return spy.wait(patience) && spy.count() == 1 ? spy.first().at(0).toInt() : -2;
+    }
+
+    bool prepareConnection(RESTRequestHandler& handler, Service& service)
+    {
+        service.server.expect(Reaction::reply(200, ""));
+        return askForName(handler, service.base()) == 0;
+    }
+
+    RecordingProvider mProvider;
+    operationtable::Values mValues;
+};
+
+QTEST_GUILESS_MAIN(TestSentOnce)
+#include "tst_sentonce.moc"
