@@ -7,6 +7,7 @@
 #include "rest/networkreplycontainer.h"
 #include "rest/receivedreply.h"
 #include "rest/replyproperties.h"
+#include "rest/servernames.h"
 #include "rest/transporterror.h"
 
 #include <QNetworkRequest>
@@ -84,6 +85,7 @@ NetworkHandler::NetworkHandler(QObject* parent)
 void NetworkHandler::listenTo(QNetworkAccessManager* manager)
 {
     connect(manager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
+    connect(manager, &QNetworkAccessManager::encrypted, this, &NetworkHandler::checkServer);
     connect(manager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
     connect(manager, &QNetworkAccessManager::authenticationRequired, this,
             &NetworkHandler::onAuthenticationRequired);
@@ -197,6 +199,16 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
     // A receiver may delete this object: nothing of it is used afterwards.
     mProcessor.processResponseFromServer(type.toInt(), response);
     response->deleteLater();
+}
+
+// Nothing of the request has left when this is called, and nothing leaves after it has been
+// aborted.
+void NetworkHandler::checkServer(QNetworkReply* reply)
+{
+    if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host()))
+        return;
+    reply->setProperty(ReplyProperty::wrongServer, true);
+    reply->abort();
 }
 
 // TLS errors are never ignored: the reply ends with the handshake's error.

@@ -64,6 +64,7 @@ private:
         QNetworkReply* reply;
     };
     void listenTo(QNetworkAccessManager* manager);
+    void checkServer(QNetworkReply* reply);
     void queueFinished(QNetworkReply* reply);
     Posted postRequest(const HttpRequest& request, NetRequestType type);
     void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);

@@ -8,4 +8,6 @@ constexpr char consumerKey[] = "clientConsumerKey";
 constexpr char requestId[] = "requestIdentifier";
 constexpr char timedOut[] = "timeoutRequest";
 constexpr char oversized[] = "oversizedReply";
+/// The server's certificate is not for the host that was asked.
+constexpr char wrongServer[] = "wrongServer";
 } // namespace KelRestHandler::ReplyProperty

@@ -25,11 +25,13 @@ QNetworkReply::NetworkError withoutSendingAgain(const QNetworkReply& reply)
 
 bool wasRefused(const QNetworkReply& reply)
 {
-    return isMarked(reply, ReplyProperty::oversized);
+    return isMarked(reply, ReplyProperty::oversized) || isMarked(reply, ReplyProperty::wrongServer);
 }
 
 QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply)
 {
+    if (isMarked(reply, ReplyProperty::wrongServer))
+        return QNetworkReply::SslHandshakeFailedError;
     if (wasRefused(reply))
         return QNetworkReply::ProtocolFailure;
     return reply.error() == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply)
