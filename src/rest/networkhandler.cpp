@@ -126,6 +126,8 @@ NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, N
     for (auto it = headers.cbegin(); it != headers.cend(); ++it)
         message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
     message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
+    // What is compressed may be a thousand times as long as what was received.
+    message.setRawHeader("Accept-Encoding", "identity");
     message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
     // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
     // signature.

@@ -65,6 +65,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     ++line.inFlight;
     line.shared = line.shared || line.inFlight > 1;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
+    new ReceiveWatch(reply, line.sockets); // the reply's child
     return reply;
 }
 

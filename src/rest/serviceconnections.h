@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "rest/receivewatch.h"
+
 #include <QNetworkAccessManager>
 #include <QObject>
 
@@ -53,6 +55,7 @@ private:
         qint64 idleSince = 0;
         bool shared = false;  ///< had two requests at once since its connections were closed
         bool retired = false; ///< may have a connection that nobody has checked
+        std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
     };
 
     Line& lineForPost();

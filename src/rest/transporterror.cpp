@@ -21,11 +21,19 @@ QNetworkReply::NetworkError withoutSendingAgain(const QNetworkReply& reply)
     return isRedirect ? QNetworkReply::NoError : QNetworkReply::RemoteHostClosedError;
 }
 
+// No encoding was offered, since what it hides may be a thousand times as long.
+bool isEncoded(const QNetworkReply& reply)
+{
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    return !encoding.isEmpty() && encoding != "identity";
+}
+
 } // namespace
 
 bool wasRefused(const QNetworkReply& reply)
 {
-    return isMarked(reply, ReplyProperty::oversized) || isMarked(reply, ReplyProperty::wrongServer);
+    return isMarked(reply, ReplyProperty::oversized) ||
+           isMarked(reply, ReplyProperty::wrongServer) || isEncoded(reply);
 }
 
 QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply)

@@ -5,7 +5,7 @@
 
 namespace KelRestHandler {
 
-/// Whether nothing in the reply is read: it was ended for its length or its server.
+/// Whether nothing in the reply is read: it was ended for its length or its server, or is encoded.
 bool wasRefused(const QNetworkReply& reply);
 
 /// What happened to the completed reply: the network library's error, but for what only this

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QtGlobal>
+
+#include <vector>
+
+namespace KelRestHandler {
+
+/// A connected TCP socket of this process.
+struct ConnectedSocket
+{
+    int descriptor;
+    quint64 identity; ///< the socket's inode: a descriptor's number is soon used again
+};
+
+/// Every connected TCP socket of this process whose peer has this port.
+std::vector<ConnectedSocket> connectedSockets(quint16 peerPort);
+
+/// What has arrived at the socket since it was made; 0 where the kernel does not tell.
+quint64 bytesReceived(int descriptor);
+
+/// Ends both directions of the socket, unless its descriptor belongs to another by now.
+void shutDown(const ConnectedSocket& socket);
+
+} // namespace KelRestHandler
