@@ -85,7 +85,14 @@ QString Job::createSignature(QString const& /*consumerKey*/, QString const& base
 
 QString Job::getTimeStamp()
 {
-    return TimeStampManager::getTimeStampManager()->timeStamp();
+    return clock().timeStamp();
+}
+
+TimeStampManager& Job::clock() const
+{
+    auto* const clock = TimeStampManager::getTimeStampManager();
+    clock->selectServer(TimeStampManager::serverOf(QUrl(mBaseAddress)));
+    return *clock;
 }
 
 std::shared_ptr<OAuthRequest> Job::made(const Send& send)

@@ -7,6 +7,7 @@
 #include "rest/isignatureprovider.h"
 #include "rest/oauthrequest.h"
 #include "rest/restrequesthandler.h"
+#include "rest/timestampmanager.h"
 
 #include <QObject>
 #include <QVariantMap>
@@ -64,6 +65,8 @@ private:
     QString createSignature(QString const& consumerKey, QString const& baseString,
                             bool useToken) override;
     QString getTimeStamp() override;
+    /// That of the session's server, whichever the job before was about.
+    KelRestHandler::TimeStampManager& clock() const;
 
     // The mechanisms.
     void initialise();

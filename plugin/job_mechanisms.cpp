@@ -341,8 +341,7 @@ void Job::tellEmailAddress()
 
 void Job::tellServerTime()
 {
-    answer({{QStringLiteral("ServerUTCTime"),
-             TimeStampManager::getTimeStampManager()->currentServerTime().toSecsSinceEpoch()}});
+    answer({{QStringLiteral("ServerUTCTime"), clock().currentServerTime().toSecsSinceEpoch()}});
 }
 
 void Job::answerStatus(int status)

@@ -4,8 +4,6 @@
 
 #include "job.h"
 
-#include "rest/timestampmanager.h"
-
 #include <kelaccount/errorstatus.h>
 
 #include <cstdlib>
@@ -28,20 +26,19 @@ void Job::await(Signal<Answer> signal, const std::shared_ptr<KelRestHandler::OAu
                 const Done<Answer>& done)
 {
     constexpr int bigDifference = 60;
-    const auto* const clock = KelRestHandler::TimeStampManager::getTimeStampManager();
-    const qint64 difference = clock->serverTimeDifference();
-    mAwaited = connect(&mService, signal, this,
-                       [this, signal, request, done, clock, difference](const Answer& answer) {
-                           if (answer.requestId != request->getRequestId())
-                               return;
-                           disconnect(mAwaited);
-                           const bool clockMoved = std::llabs(clock->serverTimeDifference() -
-                                                              difference) > bigDifference;
-                           if (answer.status == KelAccount::ErrorNotAuthorized && clockMoved &&
-                               request->RetryCount() == 0 && resend(*request))
-                               return await(signal, request, done);
-                           done(answer);
-                       });
+    const qint64 difference = clock().serverTimeDifference();
+    mAwaited = connect(
+        &mService, signal, this, [this, signal, request, done, difference](const Answer& answer) {
+            if (answer.requestId != request->getRequestId())
+                return;
+            disconnect(mAwaited);
+            const bool clockMoved =
+                std::llabs(clock().serverTimeDifference() - difference) > bigDifference;
+            if (answer.status == KelAccount::ErrorNotAuthorized && clockMoved &&
+                request->RetryCount() == 0 && resend(*request))
+                return await(signal, request, done);
+            done(answer);
+        });
 }
 
 /// For an operation that the access token signs: gets one first when there is none.

@@ -6,7 +6,6 @@
 #include "configure/kelconfigure.h"
 #include "rest/cryptographicutils.h"
 #include "rest/serviceaddress.h"
-#include "rest/timestampmanager.h"
 #include "signon/kelauthsessioninterface.h"
 
 #include <new>
@@ -107,7 +106,7 @@ void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*s
 
 bool KelAccountsPrivate::isCaptchaRequired()
 {
-    return !mObcMgrWrapper.isServiceTagAvailable();
+    return !serviceTags().isServiceTagAvailable();
 }
 
 bool KelAccountsPrivate::isKeLAccountConfigured()
@@ -133,8 +132,24 @@ QString KelAccountsPrivate::createSignature(const QString& /*consumerKey*/,
 
 QString KelAccountsPrivate::getTimeStamp()
 {
-    const TimeStampManager* clock = TimeStampManager::getTimeStampManager();
-    return clock ? clock->timeStamp() : QString();
+    return clockOfServer().timeStamp();
+}
+
+// Before a server was named, whichever clock was read last.
+TimeStampManager& KelAccountsPrivate::clockOfServer() const
+{
+    auto* const clock = TimeStampManager::getTimeStampManager();
+    const QString server = TimeStampManager::serverOf(QUrl(mServerUrl));
+    if (!server.isEmpty())
+        clock->selectServer(server);
+    return *clock;
+}
+
+// A tag is bound to a time, which is the server's.
+ObcMgrWrapper& KelAccountsPrivate::serviceTags()
+{
+    clockOfServer();
+    return mObcMgrWrapper;
 }
 
 } // namespace KelAccount

@@ -7,6 +7,7 @@
 #include "rest/oauthrequest.h"
 #include "rest/records/registrationinfodata.h"
 #include "rest/restrequesthandler.h"
+#include "rest/timestampmanager.h"
 
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/errorstatus.h>
@@ -181,6 +182,9 @@ private Q_SLOTS:
 
 private:
     class Steps;
+
+    KelRestHandler::TimeStampManager& clockOfServer() const;
+    KelRestHandler::ObcMgrWrapper& serviceTags();
 
     void connectRestHandler();
     void connectSession();

@@ -110,7 +110,7 @@ void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
 {
     if (isRefused(ResponseIsEmailIdAvailable, !email.isEmpty()))
         return;
-    mObcMgrWrapper.loadServiceTag(mServiceTag, ServiceTagOperation::emailAvailabilityCheck);
+    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::emailAvailabilityCheck);
     checkSent(mRestHandler.sendisEmailAddAvailableRequest(*this, email, mServiceTag, mConsumerKey,
                                                           mServerUrl),
               ResponseIsEmailIdAvailable, "Failed to send isEmailIdAvailable Request");
@@ -129,7 +129,7 @@ void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QStri
 {
     if (isRefused(ResponseRequestPasswordReset, true))
         return;
-    mObcMgrWrapper.loadServiceTag(mServiceTag, ServiceTagOperation::passwordRecovery);
+    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::passwordRecovery);
     checkSent(mRestHandler.sendresetPasswordRequest(*this, userId, mCaptchaId, captchaText,
                                                     sendMessage, messageBody, mServiceTag,
                                                     mConsumerKey, mServerUrl),

@@ -46,7 +46,7 @@ void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool conf
 {
     if (isSetUpRefused(ResponseRegisterAccount, isComplete(info)))
         return;
-    mObcMgrWrapper.loadServiceTag(mServiceTag, ServiceTagOperation::registration);
+    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::registration);
     updateRegisterInfoData(info, &mRegistrationInfoData);
     mSetUp->begin(AccountSetUp::Registration, signInName(info), info.password(), configureOnDb);
 }

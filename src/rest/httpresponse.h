@@ -14,7 +14,8 @@ class HttpResponse : public QObject
     Q_OBJECT
 
 public:
-    /// `serverTime` starts as the device's UTC clock, so it is valid also when the server sent none.
+    /// `serverTime` starts as the device's UTC clock, so it is valid also when the server sent
+    /// none.
     HttpResponse(QNetworkReply::NetworkError error, QString const& data, QString const& consumerKey,
                  int requestId);
     HttpResponse(HttpResponse const& other);
@@ -28,12 +29,22 @@ public:
     QDateTime getServerTime() const { return mServerTime; }
     void setServerTime(QDateTime time) { mServerTime = std::move(time); }
 
+    /// Whose clock a "Date:" in the text is. At first that is left open, so it is every server's.
+    enum class Clock { Anybodys, Servers, Nobodys };
+    Clock clock() const { return mClock; }
+    QString server() const { return mServer; } ///< as TimeStampManager names it
+    void setClockOf(QString server);
+    /// Nobody vouches for the reply: it came without TLS, or from in front of it.
+    void setClockOfNobody() { mClock = Clock::Nobodys; }
+
 private:
     QString mData;
     QNetworkReply::NetworkError mErrorCode;
     QString mConsumerKey;
     QDateTime mServerTime;
     qint32 mRequestId;
+    Clock mClock = Clock::Anybodys;
+    QString mServer;
 };
 
 } // namespace KelRestHandler

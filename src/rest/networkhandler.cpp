@@ -197,6 +197,10 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
         return;
 
     auto* const response = new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
+    if (cameInsideTls(*reply))
+        response->setClockOf(TimeStampManager::serverOf(reply->url()));
+    else
+        response->setClockOfNobody();
     reply->deleteLater();
     // A receiver may delete this object: nothing of it is used afterwards.
     mProcessor.processResponseFromServer(type.toInt(), response);

@@ -145,7 +145,10 @@ void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* resp
 
     const QDateTime time = headerTimeOnWire(text);
     response->setServerTime(time);
-    mTimeStampManager->syncToTime(time);
+    if (response->clock() == HttpResponse::Clock::Anybodys)
+        mTimeStampManager->syncToTime(time);
+    else if (response->clock() == HttpResponse::Clock::Servers)
+        mTimeStampManager->syncToTime(time, response->server());
 }
 
 void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,

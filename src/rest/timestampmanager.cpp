@@ -6,6 +6,20 @@
 
 namespace KelRestHandler {
 
+namespace {
+
+// Seconds from the device's clock to the server's. A hostile "Date:" header may name any year; the
+// difference must not wrap around. Taken directly rather than from the current offset, it is right
+// also where currentServerTime() stops at 1970.
+qint32 differenceTo(QDateTime const& serverTime)
+{
+    const qint64 difference = serverTime.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
+    return static_cast<qint32>(qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
+                                              std::numeric_limits<qint32>::max()));
+}
+
+} // namespace
+
 TimeStampManager* TimeStampManager::getTimeStampManager()
 {
     // Leaked on purpose: replies may still be read while static objects are being destroyed.
@@ -13,9 +27,25 @@ TimeStampManager* TimeStampManager::getTimeStampManager()
     return instance;
 }
 
+QString TimeStampManager::serverOf(QUrl const& address)
+{
+    return address.authority(QUrl::FullyEncoded).section(QLatin1Char('@'), -1);
+}
+
+void TimeStampManager::setServerTimeDifference(int seconds)
+{
+    mDifferences.clear();
+    mDifferenceOfOthers = seconds;
+}
+
+int TimeStampManager::serverTimeDifference() const
+{
+    return mDifferences.value(mServer, mDifferenceOfOthers);
+}
+
 qint64 TimeStampManager::toTime_t() const
 {
-    return std::max<qint64>(0, QDateTime::currentSecsSinceEpoch() + mServerTimeDifference);
+    return std::max<qint64>(0, QDateTime::currentSecsSinceEpoch() + serverTimeDifference());
 }
 
 QString TimeStampManager::timeStamp() const
@@ -35,16 +65,14 @@ qint64 TimeStampManager::secsTo(QDateTime const& time) const
 
 void TimeStampManager::syncToTime(QDateTime const& serverTime)
 {
-    if (!serverTime.isValid())
-        return;
-    // The offset plus what is left to the server's time is the distance from the device's clock;
-    // taken directly, it is right also where currentServerTime() stops at 1970. A hostile "Date:"
-    // header may name any year; the difference must not wrap around.
-    const qint64 difference =
-        serverTime.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
-    mServerTimeDifference =
-        static_cast<qint32>(qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
-                                           std::numeric_limits<qint32>::max()));
+    if (serverTime.isValid())
+        setServerTimeDifference(differenceTo(serverTime));
+}
+
+void TimeStampManager::syncToTime(QDateTime const& serverTime, QString const& server)
+{
+    if (serverTime.isValid())
+        mDifferences.insert(server, differenceTo(serverTime));
 }
 
 } // namespace KelRestHandler

@@ -3,6 +3,10 @@
 
 #include "rest/replyproperties.h"
 
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QUrl>
+
 namespace KelRestHandler {
 
 namespace {
@@ -44,6 +48,12 @@ QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply)
         return QNetworkReply::ProtocolFailure;
     return reply.error() == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply)
                                                               : reply.error();
+}
+
+bool cameInsideTls(const QNetworkReply& reply)
+{
+    return reply.url().scheme() == QLatin1String("https") && !wasRefused(reply) &&
+           !reply.sslConfiguration().peerCertificate().isNull();
 }
 
 } // namespace KelRestHandler

@@ -12,4 +12,8 @@ bool wasRefused(const QNetworkReply& reply);
 /// library knows or wants.
 QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply);
 
+/// Whether what the reply says was said by the server itself: it came over https, and its
+/// certificate was found good.
+bool cameInsideTls(const QNetworkReply& reply);
+
 } // namespace KelRestHandler

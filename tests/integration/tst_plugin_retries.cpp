@@ -7,6 +7,7 @@
 #include "rest/serviceaddress.h"
 #include "rest/timestampmanager.h"
 #include "support/scriptedserver.h"
+#include "support/testauthority.h"
 
 #include <QDateTime>
 #include <QLocale>
@@ -137,6 +138,7 @@ private:
     QList<QByteArray> tokens() const;
     QVariant storedToken() const;
 
+    TestAuthority mAuthority;
     std::unique_ptr<ScriptedServer> mServer;
 };
 
@@ -146,7 +148,8 @@ void TestPluginRetries::init()
         qunsetenv(name);
     QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
     TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
-    mServer = std::make_unique<ScriptedServer>();
+    // Over TLS: only then is the service's clock believed.
+    mServer = std::make_unique<ScriptedServer>(mAuthority.serverFor("x", "IP:127.0.0.1"));
     scriptedBase = mServer->base();
     makePlugin();
 }

@@ -13,9 +13,9 @@ const auto declaration = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\
 
 QString document(const QString& root, const QString& content = QString())
 {
-    return declaration + QStringLiteral("<%1 xmlns=\"https://account.example/schemas/rest/v1_0\">")
-                             .arg(root)
-           + content + QStringLiteral("</%1>").arg(root);
+    return declaration +
+           QStringLiteral("<%1 xmlns=\"https://account.example/schemas/rest/v1_0\">").arg(root) +
+           content + QStringLiteral("</%1>").arg(root);
 }
 
 } // namespace
@@ -32,13 +32,40 @@ private Q_SLOTS:
         QTest::addColumn<int>("error");
         QTest::addColumn<int>("status");
         const QList<QPair<int, int>> rows = {
-            {1, 401},   {2, 402},   {3, 403},   {4, 404},   {5, 405},   {6, 406},   {7, 407},
-            {99, 420},  {101, 408}, {102, 409}, {103, 410}, {104, 411}, {105, 412}, {199, 421},
-            {201, 413}, {202, 414}, {203, 415}, {204, 504}, {205, 417}, {299, 422}, {301, 418},
-            {302, 419}, {399, 423},
+            {1, 401},
+            {2, 402},
+            {3, 403},
+            {4, 404},
+            {5, 405},
+            {6, 406},
+            {7, 407},
+            {99, 420},
+            {101, 408},
+            {102, 409},
+            {103, 410},
+            {104, 411},
+            {105, 412},
+            {199, 421},
+            {201, 413},
+            {202, 414},
+            {203, 415},
+            {204, 504},
+            {205, 417},
+            {299, 422},
+            {301, 418},
+            {302, 419},
+            {399, 423},
             // no row of their own
-            {8, 1004},  {9, 1004},  {10, 1004}, {206, 1004}, {207, 1004}, {401, 1004}, {402, 1004},
-            {403, 1004}, {499, 1004}, {511, 1004},
+            {8, 1004},
+            {9, 1004},
+            {10, 1004},
+            {206, 1004},
+            {207, 1004},
+            {401, 1004},
+            {402, 1004},
+            {403, 1004},
+            {499, 1004},
+            {511, 1004},
         };
         for (const auto& row : rows)
             QTest::addRow("%d", row.first) << row.first << row.second;
@@ -54,8 +81,8 @@ private Q_SLOTS:
 
     void aFreeNameIsAvailable()
     {
-        const auto answer = process(
-            QNetworkReply::NoError, document(QStringLiteral("userNameAvailabilityResponse")));
+        const auto answer = process(QNetworkReply::NoError,
+                                    document(QStringLiteral("userNameAvailabilityResponse")));
         QCOMPARE(answer.status, 0);
         QVERIFY(answer.available);
         QCOMPARE(answer.suggestions, QStringList());
@@ -65,13 +92,13 @@ private Q_SLOTS:
 
     void aTakenNameComesWithSuggestionsInTheirOrder()
     {
-        const auto answer = process(
-            QNetworkReply::UnknownContentError,
-            document(QStringLiteral("userNameAvailabilityResponse"),
-                     QStringLiteral("<userNameSuggestions>"
-                                    "<userNameSuggestion>zoe1</userNameSuggestion>"
-                                    "<userNameSuggestion>anna</userNameSuggestion>"
-                                    "</userNameSuggestions>")));
+        const auto answer =
+            process(QNetworkReply::UnknownContentError,
+                    document(QStringLiteral("userNameAvailabilityResponse"),
+                             QStringLiteral("<userNameSuggestions>"
+                                            "<userNameSuggestion>zoe1</userNameSuggestion>"
+                                            "<userNameSuggestion>anna</userNameSuggestion>"
+                                            "</userNameSuggestions>")));
         QCOMPARE(answer.status, 0);
         QVERIFY(!answer.available);
         QCOMPARE(answer.suggestions, QStringList({QStringLiteral("zoe1"), QStringLiteral("anna")}));
@@ -115,8 +142,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, content);
         for (const auto error : {QNetworkReply::NoError, QNetworkReply::ContentNotFoundError}) {
-            const auto answer =
-                process(error, document(QStringLiteral("errorResponse"), content));
+            const auto answer = process(error, document(QStringLiteral("errorResponse"), content));
             QTEST(answer.status, "status");
             QVERIFY(!answer.available);
         }
@@ -126,9 +152,9 @@ private Q_SLOTS:
     {
         const auto answer =
             process(QNetworkReply::NoError,
-                    QStringLiteral("200 OK\r\nServer: x\r\n\r\n")
-                        + document(QStringLiteral("errorResponse"),
-                                   QStringLiteral("<errorCode>accountLocked</errorCode>")));
+                    QStringLiteral("200 OK\r\nServer: x\r\n\r\n") +
+                        document(QStringLiteral("errorResponse"),
+                                 QStringLiteral("<errorCode>accountLocked</errorCode>")));
         QCOMPARE(answer.status, 510);
     }
 
@@ -151,10 +177,9 @@ private Q_SLOTS:
 
     void aDateAtTheVeryEndIsReadToo()
     {
-        const auto answer = process(QNetworkReply::NoError,
-                                    QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT"));
-        QCOMPARE(answer.serverTime,
-                 QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
+        const auto answer =
+            process(QNetworkReply::NoError, QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT"));
+        QCOMPARE(answer.serverTime, QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
     }
 
     void withoutADateTheClockStays()
@@ -174,6 +199,35 @@ private Q_SLOTS:
             process(QNetworkReply::NoError, QStringLiteral("200 OK\r\nDate: tomorrow\r\n\r\n"));
         QCOMPARE(clock->serverTimeDifference(), 42);
         QVERIFY(!answer.serverTime.isValid());
+    }
+
+    void aReplyOfAServerSetsThatServersClockAlone()
+    {
+        auto* const clock = TimeStampManager::getTimeStampManager();
+        HttpResponse response(QNetworkReply::NoError,
+                              QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"),
+                              QStringLiteral("key"), 17);
+        response.setClockOf(QStringLiteral("a.example"));
+        NetworkResponseProcessor processor(nullptr);
+        QCOMPARE(processor.processResponseFromServer(3, &response), 0);
+        QCOMPARE(clock->serverTimeDifference(), 0);
+        clock->selectServer(QStringLiteral("a.example"));
+        const int offset = clock->serverTimeDifference();
+        clock->selectServer(QString());
+        QVERIFY(offset < -100000000);
+    }
+
+    void aReplyOfNobodySetsNoClock()
+    {
+        HttpResponse response(QNetworkReply::NoError,
+                              QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"),
+                              QStringLiteral("key"), 17);
+        response.setClockOfNobody();
+        NetworkResponseProcessor processor(nullptr);
+        QCOMPARE(processor.processResponseFromServer(3, &response), 0);
+        QCOMPARE(response.getServerTime(),
+                 QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
+        QCOMPARE(TimeStampManager::getTimeStampManager()->serverTimeDifference(), 0);
     }
 
     void aFailedReplySetsTheClockToo()
