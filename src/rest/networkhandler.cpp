@@ -54,6 +54,23 @@ QByteArray headerBytes(const QString& text)
     return bytes;
 }
 
+// The request as the network library takes it.
+QNetworkRequest messageFor(const HttpRequest& request)
+{
+    QNetworkRequest message(request.getUrl());
+    const auto headers = request.getHeaders();
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
+        message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
+    message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
+    // What is compressed may be a thousand times as long as what was received.
+    message.setRawHeader("Accept-Encoding", "identity");
+    message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
+    // signature.
+    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    return message;
+}
+
 // Status line, header lines, an empty line, body: what the processor searches for date and
 // document.
 QString replyText(QNetworkReply* reply)
@@ -79,6 +96,9 @@ NetworkHandler::NetworkHandler(QObject* parent)
           &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this)
 {
     installProxyFromEnvironment();
+    // Not at once: a reply may end while the network library's thread waits for this one.
+    connect(&mConnections, &ServiceConnections::freed, this, &NetworkHandler::postWaiting,
+            Qt::QueuedConnection);
     relay(&mProcessor, this);
 }
 
@@ -96,17 +116,15 @@ void NetworkHandler::listenTo(QNetworkAccessManager* manager)
 
 int NetworkHandler::sendNetWorkRequest(HttpRequest* request, NetRequestType type)
 {
-    return request ? postRequest(*request, type).result : -1;
+    return request ? send(*request, nullptr, type) : -1;
 }
 
 int NetworkHandler::sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRequestType type)
 {
     if (!request)
         return -1;
-    const Posted posted = postRequest(*request, type);
-    if (posted.reply)
-        request.release()->setParent(posted.reply);
-    return posted.result;
+    const HttpRequest& kept = *request;
+    return send(kept, std::move(request), type);
 }
 
 QNetworkReply* NetworkHandler::post(const QNetworkRequest& request, const QByteArray& body)
@@ -114,39 +132,76 @@ QNetworkReply* NetworkHandler::post(const QNetworkRequest& request, const QByteA
     return mConnections.post(request, body);
 }
 
-NetworkHandler::Posted NetworkHandler::postRequest(const HttpRequest& request, NetRequestType type)
+int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest> owned,
+                         NetRequestType type)
 {
     if (type < firstNetRequestType || type > lastNetRequestType) {
         qCCritical(logRest, "sendNetWorkRequest: invalid request type");
-        return {-1, nullptr};
+        return -1;
     }
+    auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
+    if (!mWaiting.empty() || !mConnections.isFree()) {
+        if (owned)
+            owned.release()->setParent(waiting.get());
+        letWait(std::move(waiting));
+        return 0;
+    }
+    QNetworkReply* const reply = postNow(*waiting);
+    if (reply && owned)
+        owned.release()->setParent(reply);
+    return 0;
+}
 
-    QNetworkRequest message(request.getUrl());
-    const auto headers = request.getHeaders();
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
-        message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
-    message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
-    // What is compressed may be a thousand times as long as what was received.
-    message.setRawHeader("Accept-Encoding", "identity");
-    message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
-    // signature.
-    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
+{
+    connect(request.get(), &WaitingRequest::timedOut, this,
+            [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
+    request->wait();
+    mWaiting.push_back(std::move(request));
+}
 
-    QNetworkReply* const reply = post(message, request.getHttpBody().toUtf8());
+void NetworkHandler::postWaiting()
+{
+    while (!mWaiting.empty() && mConnections.isFree()) {
+        const std::unique_ptr<WaitingRequest> next = std::move(mWaiting.front());
+        mWaiting.pop_front();
+        QNetworkReply* const reply = postNow(*next);
+        auto* const owned = next->findChild<HttpRequest*>();
+        if (reply && owned)
+            owned->setParent(reply);
+    }
+}
+
+QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
+{
+    QNetworkReply* const reply = post(request.message(), request.body());
     if (!reply) {
         qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
-        return {0, nullptr};
+        return nullptr;
     }
-    reply->setProperty(ReplyProperty::requestType, static_cast<int>(type));
-    reply->setProperty(ReplyProperty::consumerKey, request.getConsumerKey());
-    reply->setProperty(ReplyProperty::requestId, request.getRequestId());
+    reply->setProperty(ReplyProperty::requestType, request.type());
+    reply->setProperty(ReplyProperty::consumerKey, request.consumerKey());
+    reply->setProperty(ReplyProperty::requestId, request.requestId());
     reply->setProperty(ReplyProperty::timedOut, 0);
 
-    auto* const guard = new NetworkReplyContainer(reply);
+    auto* const guard = new NetworkReplyContainer(reply, request.millisecondsLeft());
     connect(guard, &NetworkReplyContainer::requestTimedOut, this,
             &NetworkHandler::onNetworkRequestTimedOut);
-    return {0, reply};
+    return reply;
+}
+
+void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
+{
+    const auto position =
+        std::find_if(mWaiting.begin(), mWaiting.end(),
+                     [request](const auto& candidate) { return candidate.get() == request; });
+    if (position == mWaiting.end())
+        return;
+    // It is on the stack, and dies when the event loop is back.
+    position->release()->deleteLater();
+    mWaiting.erase(position);
+    answer(request->type(), new HttpResponse(QNetworkReply::TimeoutError, QString(),
+                                             request->consumerKey(), request->requestId()));
 }
 
 // A time-out ends its reply, too: the reply may be deleted before the queued call comes.
@@ -202,8 +257,13 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
     else
         response->setClockOfNobody();
     reply->deleteLater();
-    // A receiver may delete this object: nothing of it is used afterwards.
-    mProcessor.processResponseFromServer(type.toInt(), response);
+    answer(type.toInt(), response);
+}
+
+// A receiver may delete this object: nothing of it is used afterwards.
+void NetworkHandler::answer(int type, HttpResponse* response)
+{
+    mProcessor.processResponseFromServer(type, response);
     response->deleteLater();
 }
 

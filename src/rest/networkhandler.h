@@ -5,6 +5,7 @@
 #include "rest/networkresponseprocessor.h"
 #include "rest/serviceconnections.h"
 #include "rest/servicesignals.h"
+#include "rest/waitingrequest.h"
 
 #include <QAuthenticator>
 #include <QNetworkAccessManager>
@@ -12,6 +13,7 @@
 #include <QNetworkReply>
 #include <QSslError>
 
+#include <deque>
 #include <memory>
 
 namespace KelRestHandler {
@@ -58,20 +60,21 @@ protected:
 #endif
 
 private:
-    struct Posted
-    {
-        int result;
-        QNetworkReply* reply;
-    };
     void listenTo(QNetworkAccessManager* manager);
     void checkServer(QNetworkReply* reply);
     void queueFinished(QNetworkReply* reply);
-    Posted postRequest(const HttpRequest& request, NetRequestType type);
+    int send(const HttpRequest& request, std::unique_ptr<HttpRequest> owned, NetRequestType type);
+    void letWait(std::unique_ptr<WaitingRequest> request);
+    void postWaiting();
+    QNetworkReply* postNow(const WaitingRequest& request);
+    void onWaitingTimedOut(WaitingRequest* request);
     void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
+    void answer(int type, HttpResponse* response);
 
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;
     ServiceConnections mConnections;
+    std::deque<std::unique_ptr<WaitingRequest>> mWaiting;
 };
 
 } // namespace KelRestHandler

@@ -14,7 +14,12 @@ std::atomic<int> guardTime{60000};
 } // namespace
 
 NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
-    : QObject(reply), mReply(reply), mGuardMilliseconds(guardTime)
+    : NetworkReplyContainer(reply, guardTime)
+{
+}
+
+NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply, int milliseconds)
+    : QObject(reply), mReply(reply), mGuardMilliseconds(milliseconds)
 {
     connect(reply, &QNetworkReply::metaDataChanged, this,
             &NetworkReplyContainer::endOversizedReply);

@@ -18,6 +18,8 @@ public:
     static constexpr qint64 maximumReplyBytes = qint64{8} * 1024 * 1024;
 
     explicit NetworkReplyContainer(QNetworkReply* reply);
+    /// For a request that has waited before it was posted.
+    NetworkReplyContainer(QNetworkReply* reply, int milliseconds);
 
     /// Shortens the guard of replies made from now on, for tests. Applications always get 60 s.
     static void setGuardMilliseconds(int milliseconds);

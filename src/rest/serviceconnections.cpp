@@ -25,11 +25,6 @@ qint64 nowMilliseconds()
     return qint64{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-bool isIdle(int inFlight)
-{
-    return inFlight == 0;
-}
-
 } // namespace
 
 ServiceConnections::ServiceConnections(QNetworkAccessManager* first, SetUp setUp, QObject* parent)
@@ -47,25 +42,25 @@ void ServiceConnections::setIdleMilliseconds(int milliseconds)
 
 bool ServiceConnections::mustReconnect(const Line& line)
 {
-    return line.shared || line.retired || nowMilliseconds() - line.idleSince > idleLimit;
+    return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit;
 }
 
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
 {
     dropIdleManagers();
-    Line& line = lineForPost();
-    if (isIdle(line.inFlight) && mustReconnect(line)) {
-        line.manager->clearConnectionCache();
-        line.shared = false;
-        line.retired = false;
+    Line* const line = lineForPost();
+    if (!line)
+        return nullptr;
+    if (mustReconnect(*line)) {
+        line->manager->clearConnectionCache();
+        line->isUnsure = false;
     }
     auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
-    QNetworkReply* const reply = line.manager->post(request, onceOnly.get());
+    QNetworkReply* const reply = line->manager->post(request, onceOnly.get());
     onceOnly.release()->setParent(reply);
-    ++line.inFlight;
-    line.shared = line.shared || line.inFlight > 1;
+    line->isBusy = true;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
-    new ReceiveWatch(reply, line.sockets); // the reply's child
+    new ReceiveWatch(reply, line->sockets); // the reply's child
     return reply;
 }
 
@@ -79,31 +74,33 @@ ServiceConnections::Line& ServiceConnections::makeLine(QNetworkAccessManager* ma
     return line;
 }
 
-ServiceConnections::Line& ServiceConnections::lineForPost()
+bool ServiceConnections::isFree() const
 {
-    const auto idle = std::find_if(mLines.begin(), mLines.end(),
-                                   [](const auto& line) { return isIdle(line->inFlight); });
+    return mLines.size() < size_t{maximumManagers} ||
+           std::any_of(mLines.begin(), mLines.end(),
+                       [](const auto& line) { return !line->isBusy; });
+}
+
+ServiceConnections::Line* ServiceConnections::lineForPost()
+{
+    const auto idle =
+        std::find_if(mLines.begin(), mLines.end(), [](const auto& line) { return !line->isBusy; });
     if (idle != mLines.end())
-        return **idle;
-    const auto leastBusy =
-        std::min_element(mLines.begin(), mLines.end(), [](const auto& a, const auto& b) {
-            return std::make_pair(a->retired, a->inFlight) <
-                   std::make_pair(b->retired, b->inFlight);
-        });
-    if (mLines.size() >= size_t{maximumManagers} && !(*leastBusy)->retired)
-        return **leastBusy;
+        return idle->get();
+    if (mLines.size() >= size_t{maximumManagers})
+        return nullptr;
     auto manager = std::make_unique<QNetworkAccessManager>();
     manager->setParent(this);
     Line& line = makeLine(manager.get());
     line.owned = std::move(manager);
-    return line;
+    return &line;
 }
 
 // A manager with a reply is kept: the reply may still have to be read.
 void ServiceConnections::dropIdleManagers()
 {
     const auto isDue = [](const std::unique_ptr<Line>& line) {
-        return line->owned && isIdle(line->inFlight) && mustReconnect(*line) &&
+        return line->owned && !line->isBusy && mustReconnect(*line) &&
                line->owned->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly)
                    .isEmpty();
     };
@@ -117,10 +114,10 @@ void ServiceConnections::onFinished(QNetworkReply* reply)
     });
     if (line == mLines.end())
         return;
-    --(*line)->inFlight;
+    (*line)->isBusy = false;
     (*line)->idleSince = nowMilliseconds();
-    const bool hasReply = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
-    (*line)->retired = (*line)->retired || (*line)->shared || !hasReply;
+    (*line)->isUnsure = !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    Q_EMIT freed();
 }
 
 } // namespace KelRestHandler

@@ -18,9 +18,9 @@ namespace KelRestHandler {
 /// waits for it. So no connection may come about for which no request waits: a later request would
 /// leave on it unchecked. With one request at a time a manager opens none; with more it opens
 /// connections before it knows which it will need. Requests at the same time therefore get managers
-/// of their own, and from the seventh on share them; once a request of a shared manager has ended,
-/// it gets no further one until all have and its connections were closed. The same goes for a
-/// manager whose request ended without a reply, since its connection may still be on its way.
+/// of their own, up to as many as the network library has connections to a host; further ones have
+/// to wait. A manager whose request ended without a reply makes a new connection, since the one
+/// that it was making may be completed all the same.
 ///
 /// A connection that was idle for longer than services keep them is not used again, either. Were
 /// it, the service might close it while the request is on its way, and the request, which goes out
@@ -41,24 +41,31 @@ public:
     ServiceConnections(QNetworkAccessManager* first, SetUp setUp, QObject* parent);
     ~ServiceConnections() override;
 
+    /// Whether a request can be posted now.
+    bool isFree() const;
+
+    /// Null when none can be.
     QNetworkReply* post(const QNetworkRequest& request, const QByteArray& body);
 
     /// Changes the limit for posts from now on, for tests.
     static void setIdleMilliseconds(int milliseconds);
+
+Q_SIGNALS:
+    /// A request has ended.
+    void freed();
 
 private:
     struct Line
     {
         QNetworkAccessManager* manager;
         std::unique_ptr<QNetworkAccessManager> owned; ///< null for the first
-        int inFlight = 0;
+        bool isBusy = false;
+        bool isUnsure = false; ///< may have a connection that nobody has checked
         qint64 idleSince = 0;
-        bool shared = false;  ///< had two requests at once since its connections were closed
-        bool retired = false; ///< may have a connection that nobody has checked
         std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
     };
 
-    Line& lineForPost();
+    Line* lineForPost();
     void dropIdleManagers();
     void onFinished(QNetworkReply* reply);
     Line& makeLine(QNetworkAccessManager* manager);

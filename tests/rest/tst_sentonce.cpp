@@ -2,6 +2,7 @@
 // Counts requests on the wire when the service ends the connection instead of answering.
 #include "devicesetup.h"
 #include "recordedanswers.h"
+#include "rest/networkreplycontainer.h"
 #include "rest/serviceconnections.h"
 #include "sendoperations.h"
 #include "signedrequests.h"
@@ -10,6 +11,7 @@
 #include "support/testauthority.h"
 #include "support/tunnelproxy.h"
 
+#include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QSignalSpy>
 #include <QTest>
@@ -361,6 +363,55 @@ private Q_SLOTS:
         for (int round = 0; round < 3; ++round)
             QVERIFY(askAtOnce(handler, service.base(), 20));
         QCOMPARE(service.server.requests().size(), 60);
+        QCOMPARE(service.server.connections(), ServiceConnections::maximumManagers);
+        QCOMPARE(service.server.usedConnections(), service.server.connections());
+    }
+
+    // What waits for the six before it has the same guard.
+    void whatWaitsIsAnsweredInTime()
+    {
+        constexpr int guard = 300;
+        NetworkReplyContainer::setGuardMilliseconds(guard);
+        Service service(false);
+        RESTRequestHandler handler;
+        service.server.answerBy([](const WireRequest&) { return ending("", Reaction::End::Hang); });
+        QSignalSpy spy(&handler, &RESTRequestHandler::emailIdAvailabilityResponse);
+        QElapsedTimer clock;
+        clock.start();
+        const int count = 2 * ServiceConnections::maximumManagers;
+        for (int i = 0; i < count; ++i) {
+            QCOMPARE(handler.sendisEmailAddAvailableRequest(
+                         mProvider, mValues.emailAddress, mValues.serviceTag,
+                         operationtable::consumerKey, service.base()),
+                     0);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(service.server.requests().size(),
+                                  ServiceConnections::maximumManagers, patience);
+        QVERIFY(spy.isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(spy.count(), count, patience);
+        QVERIFY(clock.elapsed() >= guard);
+        for (const auto& answer : qAsConst(spy))
+            QCOMPARE(answer.at(0).toInt(), 404);
+        QCOMPARE(spy.count(), count);
+        NetworkReplyContainer::setGuardMilliseconds(60000);
+    }
+
+    void whatWaitsDiesWithTheHandler()
+    {
+        Service service(false);
+        service.server.answerBy([](const WireRequest&) { return ending("", Reaction::End::Hang); });
+        {
+            RESTRequestHandler handler;
+            for (int i = 0; i < 3 * ServiceConnections::maximumManagers; ++i) {
+                QCOMPARE(handler.sendisEmailAddAvailableRequest(
+                             mProvider, mValues.emailAddress, mValues.serviceTag,
+                             operationtable::consumerKey, service.base()),
+                         0);
+            }
+            QTRY_COMPARE_WITH_TIMEOUT(service.server.requests().size(),
+                                      ServiceConnections::maximumManagers, patience);
+        }
+        QCOMPARE(service.server.requests().size(), ServiceConnections::maximumManagers);
     }
 
 private:
