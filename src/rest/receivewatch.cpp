@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <iterator>
 
 #include <sys/stat.h>
 
@@ -49,20 +50,28 @@ bool isStillOpen(const ConnectedSocket& socket)
 
 } // namespace
 
-ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known)
+ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known,
+                           bool isLikelyToReconnect)
     : QObject(reply), mReply(reply), mKnown(std::move(known)), mPort(peerPortFor(reply->url()))
 {
     ++awaited()[mPort];
     mKnown->erase(std::remove_if(mKnown->begin(), mKnown->end(),
                                  [](const auto& socket) { return !isStillOpen(socket); }),
                   mKnown->end());
-    if (mKnown->empty()) {
+    mIsSearching = mKnown->empty() || isLikelyToReconnect;
+    if (mIsSearching) {
         for (const ConnectedSocket& socket : connectedSockets(mPort))
             mOfOthers.insert(socket.identity);
     }
-    for (const ConnectedSocket& socket : *mKnown)
+    for (const ConnectedSocket& socket : *mKnown) {
+        mOfOthers.remove(socket.identity);
         mReceivedBefore.insert(socket.identity, bytesReceived(socket.descriptor));
-    connect(reply, &QNetworkReply::encrypted, this, &ReceiveWatch::look);
+    }
+    connect(reply, &QNetworkReply::encrypted, this, [this] {
+        mIsSearching = true;
+        look();
+    });
+    connect(reply, &QNetworkReply::finished, this, &ReceiveWatch::endOversizedConnection);
     startTimer(lookMilliseconds);
 }
 
@@ -80,28 +89,62 @@ void ReceiveWatch::timerEvent(QTimerEvent* event)
         look();
 }
 
+void ReceiveWatch::search()
+{
+    if (!mIsSearching)
+        return;
+    *mKnown = connectedSockets(mPort);
+    mKnown->erase(
+        std::remove_if(mKnown->begin(), mKnown->end(),
+                       [this](const auto& socket) { return mOfOthers.contains(socket.identity); }),
+        mKnown->end());
+}
+
+KnownSockets ReceiveWatch::socketsBeyond(quint64 bytes) const
+{
+    KnownSockets beyond;
+    std::copy_if(mKnown->begin(), mKnown->end(), std::back_inserter(beyond),
+                 [this, bytes](const auto& socket) {
+                     return isStillOpen(socket) && bytesReceived(socket.descriptor) -
+                                                           mReceivedBefore.value(socket.identity) >
+                                                       bytes;
+                 });
+    return beyond;
+}
+
+// Of the sockets that replies before have used, only those count at which something has arrived:
+// the others are those of requests at that time.
+int ReceiveWatch::strangers() const
+{
+    const auto counts = [this](const ConnectedSocket& socket) {
+        const auto before = mReceivedBefore.find(socket.identity);
+        return before == mReceivedBefore.end() || bytesReceived(socket.descriptor) > *before;
+    };
+    const auto count = std::count_if(mKnown->begin(), mKnown->end(), counts);
+    return qMax(0, static_cast<int>(count) - awaited().value(mPort));
+}
+
 void ReceiveWatch::look()
 {
-    mKnown->clear();
-    KnownSockets tooMuch;
-    for (const ConnectedSocket& socket : connectedSockets(mPort)) {
-        if (mOfOthers.contains(socket.identity))
-            continue;
-        mKnown->push_back(socket);
-        const quint64 received = bytesReceived(socket.descriptor);
-        if (received - mReceivedBefore.value(socket.identity) > maximumOnTheWire)
-            tooMuch.push_back(socket);
-    }
+    search();
     // With more sockets than awaited replies it takes so many that one of ours is among them.
-    const int strangers = static_cast<int>(mKnown->size()) - awaited().value(mPort);
-    const int found = static_cast<int>(tooMuch.size());
-    if (found == 0 || found <= strangers || mReply->isFinished())
+    if (static_cast<int>(socketsBeyond(maximumOnTheWire).size()) <= strangers() ||
+        mReply->isFinished())
         return;
-    // The network library would not look up before it has read what is there.
-    if (strangers <= 0)
-        std::for_each(tooMuch.begin(), tooMuch.end(), &shutDown);
     mReply->setProperty(ReplyProperty::oversized, true);
     mReply->abort();
+}
+
+// The network library would not look up before it has read what is there, and a service that sends
+// faster than it reads keeps it there.
+void ReceiveWatch::endOversizedConnection()
+{
+    if (!mReply->property(ReplyProperty::oversized).toBool())
+        return;
+    search();
+    const KnownSockets beyond = socketsBeyond(NetworkReplyContainer::maximumReplyBytes);
+    if (strangers() == 0)
+        std::for_each(beyond.begin(), beyond.end(), &shutDown);
 }
 
 } // namespace KelRestHandler

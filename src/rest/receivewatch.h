@@ -31,7 +31,9 @@ class ReceiveWatch : public QObject
     Q_OBJECT
 
 public:
-    ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known);
+    /// When the connection of the replies before may be gone, sockets are looked for anew.
+    ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known,
+                 bool isLikelyToReconnect);
     ~ReceiveWatch() override;
 
 protected:
@@ -39,12 +41,17 @@ protected:
 
 private:
     void look();
+    void search();
+    KnownSockets socketsBeyond(quint64 bytes) const;
+    int strangers() const;
+    void endOversizedConnection();
 
     QNetworkReply* mReply;
     std::shared_ptr<KnownSockets> mKnown;
     quint16 mPort;
     QHash<quint64, quint64> mReceivedBefore; ///< by the socket's identity
     QSet<quint64> mOfOthers;
+    bool mIsSearching;
 };
 
 } // namespace KelRestHandler

@@ -51,6 +51,9 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     Line* const line = lineForPost();
     if (!line)
         return nullptr;
+    // Looking for sockets takes a tenth of a quick call: not between two of them.
+    constexpr int quickSuccession = 50;
+    const bool isLikelyToReconnect = nowMilliseconds() - line->idleSince > quickSuccession;
     if (mustReconnect(*line)) {
         line->manager->clearConnectionCache();
         line->isUnsure = false;
@@ -60,7 +63,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     onceOnly.release()->setParent(reply);
     line->isBusy = true;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
-    new ReceiveWatch(reply, line->sockets); // the reply's child
+    new ReceiveWatch(reply, line->sockets, isLikelyToReconnect); // the reply's child
     return reply;
 }
 

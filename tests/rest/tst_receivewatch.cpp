@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Which connection too much arrived at.
+#include "rest/networkhandler.h"
+#include "rest/networkreplycontainer.h"
+#include "rest/operations/retrieveemailidavailabilityrequest.h"
+#include "support/fixedsigner.h"
+#include "support/scriptedserver.h"
+#include "support/testauthority.h"
+
+#include <QNetworkProxy>
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QTest>
+
+using namespace KelRestHandler;
+
+namespace {
+
+constexpr int patience = 10000;
+
+// A refusal whose body the network library keeps to itself.
+Reaction flood()
+{
+    Reaction reaction;
+    reaction.bytes =
+        "HTTP/1.1 401 No\r\nContent-Length: 2147483647\r\n\r\n" + QByteArray(12 * 1024 * 1024, 'x');
+    return reaction;
+}
+
+} // namespace
+
+class TestReceiveWatch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+    }
+
+    void aFloodIsSeenBesideOwnConnections_data()
+    {
+        QTest::addColumn<int>("others");
+        QTest::addColumn<int>("pause");
+        for (const int others : {0, 1, 5}) {
+            QTest::addRow("%d others, at once", others) << others << 0;
+            QTest::addRow("%d others, later", others) << others << 100;
+        }
+    }
+
+    void aFloodIsSeenBesideOwnConnections()
+    {
+        QFETCH(int, others);
+        QFETCH(int, pause);
+        ScriptedServer server(mAuthority.serverFor("x", "IP:127.0.0.1"));
+        NetworkHandler handler(nullptr);
+        for (int i = 0; i <= others; ++i)
+            server.expect(Reaction::reply(200, ""));
+        QCOMPARE(ask(handler, server, others + 1), QVector<int>(others + 1, 0).toList());
+        QCOMPARE(server.connections(), others + 1);
+        QTest::qWait(pause);
+        server.expect(flood());
+        QCOMPARE(ask(handler, server, 1), QList<int>{423});
+    }
+
+    void aFloodIsSeenBesideTheApplicationsConnection()
+    {
+        ScriptedServer server(mAuthority.serverFor("x", "IP:127.0.0.1"));
+        QTcpSocket applications;
+        applications.connectToHost(QHostAddress::LocalHost, server.port());
+        QVERIFY(applications.waitForConnected(patience));
+        NetworkHandler handler(nullptr);
+        server.expect(flood());
+        QCOMPARE(ask(handler, server, 1), QList<int>{423});
+    }
+
+    void whatTheApplicationReceivesIsNotCounted_data()
+    {
+        QTest::addColumn<bool>("during");
+        QTest::newRow("connected before the request") << false;
+        QTest::newRow("connected during the request") << true;
+    }
+
+    void whatTheApplicationReceivesIsNotCounted()
+    {
+        QFETCH(bool, during);
+        ScriptedServer server;
+        QTcpSocket applications;
+        qint64 received = 0;
+        connect(&applications, &QTcpSocket::readyRead, this,
+                [&] { received += applications.readAll().size(); });
+        const auto download = [&] { applications.write("GET / HTTP/1.1\r\n\r\n"); };
+        server.answerBy([&](const WireRequest& request) {
+            if (request.method == "GET")
+                return flood();
+            Reaction late = Reaction::reply(200, "");
+            late.delayMilliseconds = 500;
+            return late;
+        });
+        connect(&applications, &QTcpSocket::connected, this, download);
+        if (!during) {
+            applications.connectToHost(QHostAddress::LocalHost, server.port());
+            QVERIFY(applications.waitForConnected(patience));
+        }
+        NetworkHandler handler(nullptr);
+        QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
+        QCOMPARE(handler.sendOwnedRequest(request(server), RetrieveEmailIdAvailability), 0);
+        if (during)
+            applications.connectToHost(QHostAddress::LocalHost, server.port());
+        QTRY_VERIFY_WITH_TIMEOUT(received > NetworkReplyContainer::maximumReplyBytes, patience);
+        QVERIFY(spy.count() == 1 || spy.wait(patience));
+        QCOMPARE(spy.first().at(0).toInt(), 0);
+        QCOMPARE(applications.state(), QAbstractSocket::ConnectedState);
+    }
+
+private:
+    std::unique_ptr<OAuthRequest> request(const ScriptedServer& server)
+    {
+        return std::make_unique<RetrieveEmailIdAvailabilityRequest>(
+            mSigner, QStringLiteral("bob@mail.example"), QByteArray("tag"), QStringLiteral("key"),
+            server.base(), RetrieveEmailIdAvailability);
+    }
+
+    QList<int> ask(NetworkHandler& handler, const ScriptedServer& server, int count)
+    {
+        QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
+        for (int i = 0; i < count; ++i)
+            handler.sendOwnedRequest(request(server), RetrieveEmailIdAvailability);
+        if (!QTest::qWaitFor([&] { return spy.count() == count; }, patience))
+            qWarning("not all were answered");
+        QList<int> statuses;
+        for (const auto& answer : qAsConst(spy))
+            statuses.append(answer.at(0).toInt());
+        return statuses;
+    }
+
+    TestAuthority mAuthority;
+    FixedSigner mSigner;
+};
+
+QTEST_GUILESS_MAIN(TestReceiveWatch)
+#include "tst_receivewatch.moc"
