@@ -42,6 +42,15 @@ bool isStream(int descriptor)
            type == SOCK_STREAM;
 }
 
+// TCP_ESTABLISHED: the header that has it excludes the one with the structure.
+constexpr int established = 1;
+
+bool readInfo(int descriptor, tcp_info& info, socklen_t& length)
+{
+    length = sizeof info;
+    return ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &length) == 0;
+}
+
 } // namespace
 
 std::vector<ConnectedSocket> connectedSockets(quint16 peerPort)
@@ -65,11 +74,19 @@ std::vector<ConnectedSocket> connectedSockets(quint16 peerPort)
 quint64 bytesReceived(int descriptor)
 {
     tcp_info info = {};
-    socklen_t length = sizeof info;
-    if (::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &length) != 0 ||
-        length < offsetof(tcp_info, tcpi_bytes_received) + sizeof info.tcpi_bytes_received)
-        return 0;
-    return info.tcpi_bytes_received;
+    socklen_t length = 0;
+    constexpr auto needed =
+        offsetof(tcp_info, tcpi_bytes_received) + sizeof info.tcpi_bytes_received;
+    return readInfo(descriptor, info, length) && length >= needed ? info.tcpi_bytes_received : 0;
+}
+
+bool wasEndedByPeer(const ConnectedSocket& socket)
+{
+    struct stat status = {};
+    tcp_info info = {};
+    socklen_t length = 0;
+    return ::fstat(socket.descriptor, &status) == 0 && status.st_ino == socket.identity &&
+           readInfo(socket.descriptor, info, length) && info.tcpi_state != established;
 }
 
 void shutDown(const ConnectedSocket& socket)

@@ -20,6 +20,10 @@ std::vector<ConnectedSocket> connectedSockets(quint16 peerPort);
 /// What has arrived at the socket since it was made; 0 where the kernel does not tell.
 quint64 bytesReceived(int descriptor);
 
+/// Whether this is the socket still and the peer has ended it, which its owner may not have
+/// noticed.
+bool wasEndedByPeer(const ConnectedSocket& socket);
+
 /// Ends both directions of the socket, unless its descriptor belongs to another by now.
 void shutDown(const ConnectedSocket& socket);
 

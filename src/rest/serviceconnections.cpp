@@ -42,7 +42,8 @@ void ServiceConnections::setIdleMilliseconds(int milliseconds)
 
 bool ServiceConnections::mustReconnect(const Line& line)
 {
-    return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit;
+    return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit ||
+           std::any_of(line.sockets->begin(), line.sockets->end(), &wasEndedByPeer);
 }
 
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)

