@@ -157,6 +157,7 @@ void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
     connect(request.get(), &WaitingRequest::timedOut, this,
             [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
     request->wait();
+    request->setParent(this); // comes along to another thread
     mWaiting.push_back(std::move(request));
 }
 

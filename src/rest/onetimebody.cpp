@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/onetimebody.h"
 
+#include "common/wipe.h"
+
 #include <cstring>
 
 namespace KelRestHandler {
@@ -10,6 +12,11 @@ OneTimeBody::OneTimeBody(const QByteArray& bytes, QObject* parent)
     : QIODevice(parent), mBytes(bytes)
 {
     open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+}
+
+OneTimeBody::~OneTimeBody()
+{
+    KelAccount::wipe(mBytes);
 }
 
 qint64 OneTimeBody::readData(char* data, qint64 maximum)

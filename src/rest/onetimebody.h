@@ -17,6 +17,7 @@ class OneTimeBody : public QIODevice
 
 public:
     OneTimeBody(const QByteArray& bytes, QObject* parent);
+    ~OneTimeBody() override; ///< wipes it: it may hold a password
 
     bool reset() override { return false; }
     qint64 size() const override { return mBytes.size(); }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/waitingrequest.h"
 
+#include "common/wipe.h"
 #include "rest/networkreplycontainer.h"
 
 namespace KelRestHandler {
@@ -11,6 +12,11 @@ WaitingRequest::WaitingRequest(const QNetworkRequest& message, const HttpRequest
       mGuardMilliseconds(NetworkReplyContainer::guardMilliseconds())
 {
     mSinceMade.start();
+}
+
+WaitingRequest::~WaitingRequest()
+{
+    KelAccount::wipe(mBody);
 }
 
 int WaitingRequest::millisecondsLeft() const

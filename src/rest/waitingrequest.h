@@ -20,6 +20,7 @@ class WaitingRequest : public QObject
 
 public:
     WaitingRequest(const QNetworkRequest& message, const HttpRequest& request, int type);
+    ~WaitingRequest() override; ///< wipes the body
 
     QNetworkRequest message() const { return mMessage; }
     QByteArray body() const { return mBody; }
@@ -46,7 +47,7 @@ private:
     int mRequestId;
     int mGuardMilliseconds;
     QElapsedTimer mSinceMade;
-    QTimer mTimer;
+    QTimer mTimer{this}; // a child, so that it comes along to another thread
 };
 
 } // namespace KelRestHandler

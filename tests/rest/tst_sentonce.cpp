@@ -2,6 +2,7 @@
 // Counts requests on the wire when the service ends the connection instead of answering.
 #include "devicesetup.h"
 #include "recordedanswers.h"
+#include "rest/networkhandler.h"
 #include "rest/networkreplycontainer.h"
 #include "rest/serviceconnections.h"
 #include "sendoperations.h"
@@ -15,6 +16,7 @@
 #include <QNetworkProxy>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 using namespace KelRestHandler;
 using sendoperations::SendOperation;
@@ -408,6 +410,35 @@ private Q_SLOTS:
             QCOMPARE(answer.at(0).toInt(), 404);
         QCOMPARE(spy.count(), count);
         NetworkReplyContainer::setGuardMilliseconds(60000);
+    }
+
+    void whatWaitsComesAlongToAnotherThread()
+    {
+        Service service(false);
+        service.server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        QThread thread;
+        auto* const handler = new NetworkHandler(nullptr);
+        QList<int> answers;
+        connect(handler, &NetworkHandler::emailIdAvailabilityResponse, this,
+                [&answers](int status) { answers.append(status); });
+        handler->moveToThread(&thread);
+        thread.start();
+        constexpr int count = 3 * ServiceConnections::maximumManagers;
+        const auto sendAll = [&] {
+            for (int i = 0; i < count; ++i) {
+                handler->sendOwnedRequest(std::make_unique<RetrieveEmailIdAvailabilityRequest>(
+                                              mProvider, mValues.emailAddress, mValues.serviceTag,
+                                              operationtable::consumerKey, service.base(),
+                                              RetrieveEmailIdAvailability),
+                                          RetrieveEmailIdAvailability);
+            }
+        };
+        QMetaObject::invokeMethod(handler, sendAll, Qt::QueuedConnection);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.size(), count, patience);
+        connect(&thread, &QThread::finished, handler, &QObject::deleteLater);
+        thread.quit();
+        QVERIFY(thread.wait(patience));
+        QCOMPARE(answers.count(0), count);
     }
 
     void whatWaitsDiesWithTheHandler()
