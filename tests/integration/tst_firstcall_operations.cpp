@@ -107,8 +107,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("faults");
         QTest::addColumn<QString>("status");
         const QList<QPair<QByteArray, QString>> faults = {
-            {"2*close-before-headers", text("402")},
-            {"4*close-in-headers", text("402")},
+            {"close-before-headers", text("402")},
+            {"close-in-headers", text("402")},
             {"cut-body", text("402")},
             {"status=500", text("1004")},
             {"status=403", text("413")},

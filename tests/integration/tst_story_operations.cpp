@@ -132,7 +132,7 @@ void TestStoryOperations::aFailingServiceIsOneAnswerAndTheNextCallSucceeds_data(
         int status;
         bool isDone;
     } cases[] = {
-        {"2*close-before-headers", 402, false},
+        {"close-before-headers", 402, false},
         {"close-after-headers", 402, true},
         {"cut-body", 402, true},
         {"status=500", 1004, true},

@@ -26,8 +26,8 @@ private Q_SLOTS:
 
     void aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds_data();
     void aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds();
-    void aRequestThatQtSendsAgainIsNoFailure_data();
-    void aRequestThatQtSendsAgainIsNoFailure();
+    void aSlowOrLongReplyIsNoFailure_data();
+    void aSlowOrLongReplyIsNoFailure();
     void aServiceThatIsAwayLeavesNothing_data() { bothSetUps(); }
     void aServiceThatIsAwayLeavesNothing();
     void aWrongPasswordLeavesNothing();
@@ -47,10 +47,9 @@ void TestStoryService::aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds_d
         QTest::addRow("registration, %s", faults)
             << Registration << QByteArray(faults) << status << isRegistered;
     };
-    rows("2*close-before-headers", 402, notRegistered);
-    // Qt sends the request again, and the service takes no nonce twice.
-    rows("close-in-headers", 504, registeredNevertheless);
-    rows("4*close-in-headers", 402, registeredNevertheless);
+    // Each goes out once.
+    rows("close-before-headers", 402, notRegistered);
+    rows("close-in-headers", 402, registeredNevertheless);
     rows("close-after-headers", 402, registeredNevertheless);
     rows("cut-body", 402, registeredNevertheless);
     rows("short-length", 423, registeredNevertheless);
@@ -74,17 +73,17 @@ void TestStoryService::aFaultIsOneAnswerLeavesNothingAndTheNextAttemptSucceeds()
     expectNothingIsLeft(setUp);
 }
 
-void TestStoryService::aRequestThatQtSendsAgainIsNoFailure_data()
+void TestStoryService::aSlowOrLongReplyIsNoFailure_data()
 {
     QTest::addColumn<SetUp>("setUp");
     QTest::addColumn<QByteArray>("faults");
-    for (const char* faults : {"close-before-headers", "delay=50", "huge-body=1000000"}) {
+    for (const char* faults : {"delay=50", "huge-body=1000000"}) {
         QTest::addRow("sign-in, %s", faults) << SignIn << QByteArray(faults);
         QTest::addRow("registration, %s", faults) << Registration << QByteArray(faults);
     }
 }
 
-void TestStoryService::aRequestThatQtSendsAgainIsNoFailure()
+void TestStoryService::aSlowOrLongReplyIsNoFailure()
 {
     QFETCH(SetUp, setUp);
     QFETCH(QByteArray, faults);

@@ -341,15 +341,17 @@ private Q_SLOTS:
     // The end has arrived at this machine, whether the network library has noticed or not.
     void aConnectionThatTheServiceHasEndedIsNotUsedAgain()
     {
-        Service service(true);
+        const TestAuthority authority;
+        ScriptedServer server(authority.serverFor("x", "IP:127.0.0.1"));
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
         RESTRequestHandler handler;
         constexpr int rounds = 20;
         for (int i = 0; i < rounds; ++i) {
-            QVERIFY(prepareConnection(handler, service));
-            service.server.closeConnections();
-            QTRY_COMPARE_WITH_TIMEOUT(service.server.openConnections(), 0, patience);
+            QCOMPARE(askForName(handler, server.base()), 0);
+            server.closeConnections();
+            QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 0, patience);
         }
-        QCOMPARE(service.server.requests().size(), rounds);
+        QCOMPARE(server.requests().size(), rounds);
     }
 
     void noConnectionIsMadeWithoutARequestForIt_data()
