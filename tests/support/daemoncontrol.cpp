@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/daemoncontrol.h"
 
+#include "support/sqlitereader.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QElapsedTimer>
@@ -36,6 +38,28 @@ QDBusMessage askBus(const QString& method, const QVariantList& arguments)
     return answer;
 }
 
+/// The daemon gives a database its version after everything else.
+bool isMade(const char* database)
+{
+    const QString file =
+        qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1Char('/') + QLatin1String(database);
+    return QFile::exists(file) &&
+           sqliteRows(file, QStringLiteral("PRAGMA user_version")).value(0).value(0).toInt() > 0;
+}
+
+/// Not by QTest::qWaitFor(): no event is to be seen.
+bool waitForDatabases()
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!isMade("signon.db") || !isMade("signon-secrets.db")) {
+        if (timer.hasExpired(busTimeoutMs))
+            return false;
+        QTest::qSleep(2);
+    }
+    return true;
+}
+
 } // namespace
 
 pid_t processId()
@@ -66,7 +90,7 @@ bool kill()
 bool start()
 {
     askBus(QStringLiteral("StartServiceByName"), {QString(daemonName), 0U});
-    return processId() > 1;
+    return processId() > 1 && waitForDatabases();
 }
 
 void setInstalled(const QString& sessionFolder, bool installed)
