@@ -83,9 +83,6 @@ void TestStoryMoments::aDaemonThatLeavesIsOneAnswer_data()
     const QStringList sweep =
         qEnvironmentVariable(sweepVariable).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (sweep.isEmpty()) {
-        // First: the first daemon of a process that ends while it is asked is the library's weak
-        // spot.
-        rows(Kill, 4, 4);
         rows(Term, 70);
         rows(Kill, 110, 330);
         rows(Stop, 150, 150);
