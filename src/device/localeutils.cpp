@@ -3,6 +3,8 @@
 
 #include <QHash>
 
+#include <cstring>
+
 namespace {
 
 constexpr int codeLength = 2;
@@ -74,11 +76,23 @@ const Codes& codes()
     return all;
 }
 
+// An application may have cast any number to the enumeration: one that is none of its values must
+// not be read as one.
+template <class Enumeration>
+int numberOf(const Enumeration& value)
+{
+    int number = 0;
+    static_assert(sizeof number == sizeof value);
+    std::memcpy(&number, &value, sizeof number);
+    return number;
+}
+
 } // namespace
 
 QString LocaleUtils::countryToCode(QLocale::Country country)
 {
-    if (country <= QLocale::AnyCountry || country > QLocale::LastCountry)
+    const int number = numberOf(country);
+    if (number <= QLocale::AnyCountry || number > QLocale::LastCountry)
         return {};
     const QLocale english(QLocale::English, country);
     return english.country() == country ? codeOf(english) : codes().ofCountries.value(country);
@@ -86,7 +100,8 @@ QString LocaleUtils::countryToCode(QLocale::Country country)
 
 QString LocaleUtils::languageToCode(QLocale::Language language)
 {
-    if (language <= QLocale::C || language > QLocale::LastLanguage)
+    const int number = numberOf(language);
+    if (number <= QLocale::C || number > QLocale::LastLanguage)
         return QStringLiteral("C");
     const QLocale locale(language, QLocale::AnyCountry);
     // Of a language without data Qt makes the user's locale.
