@@ -25,17 +25,17 @@ enum ErrorStatus : int {
     ErrorHostNotFound = 403,      ///< The server's host name was not found.
     ErrorTimeout = 404, ///< No answer came within 60 seconds, or the connection timed out.
     ErrorOperationCanceled = 405, ///< The request was cancelled.
-    ErrorSslHandshakeFailed =
-        406, ///< TLS could not be established, for instance because the certificate is not trusted.
+    /// TLS could not be established, for instance because the certificate is not trusted.
+    ErrorSslHandshakeFailed = 406,
     ErrorTemporaryNetworkFailure = 407,     ///< The network went away for a moment.
     ErrorProxyConnectionRefused = 408,      ///< The proxy refused the connection.
     ErrorProxyConnectionClosed = 409,       ///< The proxy closed the connection early.
     ErrorProxyNotFound = 410,               ///< The proxy's host name was not found.
     ErrorProxyTimeout = 411,                ///< The proxy did not answer in time.
     ErrorProxyAuthenticationRequired = 412, ///< The proxy wants credentials.
-    ErrorContentOperationNotPermitted =
-        414,                    ///< HTTP 405: the server does not allow this on the resource.
-    ErrorContentNotFound = 415, ///< HTTP 404: there is no such resource.
+    /// HTTP 405: the server does not allow this on the resource.
+    ErrorContentOperationNotPermitted = 414,
+    ErrorContentNotFound = 415,        ///< HTTP 404: there is no such resource.
     ErrorAuthenticationRequired = 416, ///< Reserved; an HTTP 401 is reported as ErrorNotAuthorized.
     ErrorContentReSend = 417,          ///< The request would have to be sent again.
     ErrorProtocolUnknown = 418,        ///< The address's protocol is unknown.
@@ -68,8 +68,8 @@ enum ErrorStatus : int {
     ErrorEmailSendingFailed = 520,   ///< The e-mail could not be sent.
     ErrorSMSendingFailed = 521,      ///< The text message could not be sent.
     ErrorAttributeSyntaxError = 522, ///< A value does not have the form that the service wants.
-    ErrorAgeVerificationSimpleConsent =
-        523, ///< A parent's consent is needed because of the user's age.
+    /// A parent's consent is needed because of the user's age.
+    ErrorAgeVerificationSimpleConsent = 523,
     ErrorAgeVerificationDisallowed = 524, ///< The user's age does not allow it.
     ErrorTooYoung = 525,                  ///< The user is too young.
     ErrorIllegalUpdate = 526,             ///< The service does not allow this change.
@@ -97,8 +97,8 @@ enum ErrorStatus : int {
     ErrorAuthSessionBusy = 701,                ///< The authentication session is busy.
     ErrorNotInitialized = 702,                 ///< The plugin was not initialised.
     ErrorAccountConfigurationIncomplete = 703, ///< The account is only partly set up.
-    ErrorAuthSessionInitializationFailed =
-        704,                          ///< The authentication session could not be started.
+    /// The authentication session could not be started.
+    ErrorAuthSessionInitializationFailed = 704,
     ErrorSetUsernameIncomplete = 705, ///< Setting the user name was not finished.
     ErrorAccountDisabled = 710,       ///< The account on the device is disabled.
 
@@ -108,13 +108,13 @@ enum ErrorStatus : int {
     ErrorInitializationPending = 802,          ///< `initialize` has not been called successfully.
     ErrorAccountAlreadyPresent = 803,          ///< An account is on the device already.
     ErrorAccountConfigurationInProgress = 804, ///< An account set-up is in progress.
-    ErrorFailedToConfigureAccount =
-        805, ///< The service accepted, but the account could not be created on the device.
+    /// The service accepted, but the account could not be created on the device.
+    ErrorFailedToConfigureAccount = 805,
     ErrorFailedToEstablishZorAuthSession = 806, ///< No authentication session could be opened.
 
     // Generic.
-    ErrorInvalidRequest =
-        1000, ///< The request makes no sense now, for instance a second `initialize`.
+    /// The request makes no sense now, for instance a second `initialize`.
+    ErrorInvalidRequest = 1000,
     ErrorInvalidParameter = 1001,    ///< A required argument is missing or invalid.
     ErrorUnabletoSendRequest = 1002, ///< The request could not be sent.
     ErrorUnknown = 1003,             ///< Something unexpected happened.

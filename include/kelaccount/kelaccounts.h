@@ -65,10 +65,9 @@ class RegistrationInfo;
 /// resetPasswordUsingSecurityQuestion() and retrieveTermsOfService() put the user's name or the
 /// service id, and the terms' language and country, into the address of their request as they are.
 /// One that would make another address of it counts as one that is missing, and nothing is sent:
-/// with
-/// "/", "?", "#", "%" or a control character, or being "." or ".."; a language or country, wherever
-/// one is asked for, also with "&" or "=". That is ErrorInvalidParameter (1001) where the operation
-/// checks its arguments, also for a language or country that may be empty, and
+/// with "/", "?", "#", "%" or a control character, or being "." or ".."; a language or country,
+/// wherever one is asked for, also with "&" or "=". That is ErrorInvalidParameter (1001) where the
+/// operation checks its arguments, also for a language or country that may be empty, and
 /// ErrorUnabletoSendRequest (1002) for requestPasswordReset() and retrieveSecurityQuestionList(),
 /// which check none. All other characters are sent; but a user's name of a dot and one character
 /// more, such as ".a", cannot be by the operations about a forgotten password (1002).
@@ -112,7 +111,7 @@ public Q_SLOTS:
     /// a reserved name.
     void isUserIdAvailable(const QString& userId);
 
-    /// Fetches a picture with a text that a person can read and a program cannot.
+    /// Fetches a picture with a text that persons are meant to read, and programs are not.
     ///
     /// @param width, height  wanted size in pixels; the service may round it
     ///
@@ -215,8 +214,7 @@ public Q_SLOTS:
     ///
     /// @param userId       user name, e-mail address or mobile number
     /// @param captchaText  what the user read from the captcha fetched last, or empty where a
-    /// service
-    ///                     tag stands in for it
+    ///                     service tag stands in for it
     /// @param sendMessage  true: a message with the given body; false: the plain recovery token
     /// @param messageBody  the message's text, or empty for the service's own
     ///
@@ -249,9 +247,8 @@ public Q_SLOTS:
     /// Makes sure that there is an access token.
     ///
     /// @param credentialsId  the credentials of the device's enabled account, or the "IdentityId"
-    /// that a
-    ///                       set-up of this object returned; 0 for the account's, or without an
-    ///                       account those of the last set-up that made none
+    ///                       that a set-up of this object returned; 0 for the account's, or without
+    ///                       an account those of the last set-up that made none
     ///
     /// Answered by ensureTokenAvailableResponse(): 0, 802, 804, ErrorInvalidParameter (1001) for
     /// other credentials, 806 also when somebody has removed them, or what the plugin or the

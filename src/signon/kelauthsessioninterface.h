@@ -32,9 +32,9 @@ namespace KelAccount {
 /// credentials and runs requests through it, one at a time, in the order in which they were made.
 ///
 /// Each operation is answered exactly once, by its own signal and never before the call has
-/// returned
-/// (`close()` alone answers at once). The signals' int is 0, or the sign-on error code that the
-/// plugin or the daemon reported, or one of the codes below when the request never got an answer:
+/// returned (`close()` alone answers at once). The signals' int is 0, or the sign-on error code
+/// that the plugin or the daemon reported, or one of the codes below when the request never got an
+/// answer:
 /// - 704 (ErrorAuthSessionInitializationFailed): there was no session, or it could not be opened;
 /// - 405 (ErrorOperationCanceled): the session was closed with the request in flight or waiting;
 /// - 3 (SignOn::Error::InternalCommunication): the daemon or the bus went away;
