@@ -3,11 +3,11 @@
 // at all, and with the most expensive documents within ReplyBounds and just beyond. First comes a
 // list as the service sends it.
 
-#include "rest/netrequesttype.h"
-#include "rest/networkreplycontainer.h"
-#include "rest/networkresponseprocessor.h"
-#include "rest/receivedreply.h"
-#include "rest/replydocument.h"
+#include "rest/reply/networkresponseprocessor.h"
+#include "rest/reply/receivedreply.h"
+#include "rest/reply/replydocument.h"
+#include "rest/request/netrequesttype.h"
+#include "rest/transport/networkreplycontainer.h"
 
 #include <benchmark/benchmark.h>
 

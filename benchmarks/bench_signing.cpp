@@ -6,12 +6,12 @@
 // The floor takes the shortest way to SHA-1 there is, which OpenSSL 3 keeps but does not like.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
-#include "rest/clientidentification.h"
-#include "rest/cryptographicutils.h"
-#include "rest/oauthrequest.h"
-#include "rest/resturlhelper.h"
-#include "rest/serviceaddress.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/clientidentification.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/request/resturlhelper.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/timestampmanager.h"
 
 #include <QOAuth1Signature>
 #include <QUrl>

@@ -2,9 +2,9 @@
 // Reading replies beside QDomDocument::setContent alone on the same text, and writing a full
 // registration beside QXmlStreamWriter writing the same document from values that are ready.
 
-#include "rest/msgcreator.h"
-#include "rest/msgparser.h"
-#include "rest/serviceaddress.h"
+#include "rest/reply/msgparser.h"
+#include "rest/request/msgcreator.h"
+#include "rest/request/serviceaddress.h"
 
 #include <QDomDocument>
 #include <QXmlStreamWriter>

@@ -2,12 +2,12 @@
 // Round trips to the emulator over TLS and its tunnel: this library's transport beside a bare
 // QNetworkAccessManager that posts the very same requests, in turns, in one process.
 // Run it as: kelaccount-emulator run -- roundtrip
-#include "rest/cryptographicutils.h"
-#include "rest/networkhandler.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
-#include "rest/serviceaddress.h"
-#include "rest/serviceconnections.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/timestampmanager.h"
+#include "rest/transport/networkhandler.h"
+#include "rest/transport/serviceconnections.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,8 +2,8 @@
 // A text that a user typed where an e-mail address or a user name is asked for.
 #include "require.h"
 
-#include "rest/addressvalue.h"
-#include "rest/msgcreator.h"
+#include "rest/request/addressvalue.h"
+#include "rest/request/msgcreator.h"
 
 #include <QUrl>
 

@@ -2,7 +2,7 @@
 // A serialised registration, as another process may hand it over, and the body made of it.
 #include "require.h"
 
-#include "rest/msgcreator.h"
+#include "rest/request/msgcreator.h"
 
 #include <QXmlStreamReader>
 

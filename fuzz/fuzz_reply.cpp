@@ -2,9 +2,9 @@
 // A reply of the service, classified and then read by every parse function there is.
 #include "require.h"
 
-#include "rest/msgparser.h"
-#include "rest/receivedreply.h"
-#include "rest/replydocument.h"
+#include "rest/reply/msgparser.h"
+#include "rest/reply/receivedreply.h"
+#include "rest/reply/replydocument.h"
 
 #include <algorithm>
 

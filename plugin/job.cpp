@@ -4,8 +4,8 @@
 
 #include "common/wipe.h"
 #include "jobexchange.h"
-#include "rest/cryptographicutils.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/serviceaddress.h"
 
 #include <utility>
 

@@ -4,10 +4,10 @@
 #include "common/wipe.h"
 #include "kept.h"
 
-#include "rest/isignatureprovider.h"
-#include "rest/oauthrequest.h"
+#include "rest/request/isignatureprovider.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
-#include "rest/timestampmanager.h"
 
 #include <QObject>
 #include <QVariantMap>

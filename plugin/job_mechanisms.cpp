@@ -6,7 +6,7 @@
 #include "jobexchange.h"
 #include "oldpasswords.h"
 #include "rest/records/datablock.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/serviceaddress.h"
 
 #include <SignOn/sessiondata.h>
 

@@ -2,7 +2,7 @@
 #include "emulator/common/percentencoding.h"
 #include "emulator/operations/operations.h"
 #include "emulator/service/replies.h"
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 namespace KelEmulator {
 

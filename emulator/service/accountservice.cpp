@@ -3,7 +3,7 @@
 
 #include "emulator/common/log.h"
 #include "emulator/service/operation.h"
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 namespace KelEmulator {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/reply.h"
 
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 namespace KelEmulator {
 

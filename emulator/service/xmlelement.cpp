@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/xmlelement.h"
 
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QXmlStreamReader>
 

@@ -4,8 +4,8 @@
 #include "common/typename.h"
 #include "common/wipe.h"
 #include "configure/kelconfigure.h"
-#include "rest/cryptographicutils.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/serviceaddress.h"
 #include "signon/kelauthsessioninterface.h"
 
 #include <new>

@@ -3,11 +3,11 @@
 
 #include "common/wipe.h"
 #include "device/obcmgrwrapper.h"
-#include "rest/isignatureprovider.h"
-#include "rest/oauthrequest.h"
 #include "rest/records/registrationinfodata.h"
+#include "rest/request/isignatureprovider.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
-#include "rest/timestampmanager.h"
 
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/errorstatus.h>

@@ -5,7 +5,7 @@
 #include "account/tostatus.h"
 #include "common/logging.h"
 #include "device/devicecountrypicker.h"
-#include "rest/addressvalue.h"
+#include "rest/request/addressvalue.h"
 
 #include <QPointer>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/clientidentification.h"
+#include "rest/request/clientidentification.h"
 
 namespace KelRestHandler {
 

@@ -2,7 +2,7 @@
 #include "device/obcmgrwrapper.h"
 
 #include "device/obcservicetag.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
 
 #include <array>
 

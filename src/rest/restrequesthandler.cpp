@@ -3,9 +3,6 @@
 
 #include "common/logging.h"
 #include "device/devicedescription.h"
-#include "rest/clientidentification.h"
-#include "rest/cryptographicutils.h"
-#include "rest/networkhandler.h"
 #include "rest/operations/changepasswordrequest.h"
 #include "rest/operations/consentqueryvariantrequest.h"
 #include "rest/operations/deletetokenrequest.h"
@@ -33,6 +30,9 @@
 #include "rest/operations/updatesecurityquestion.h"
 #include "rest/operations/updatetermsacceptancerequest.h"
 #include "rest/picture/captchapicture.h"
+#include "rest/request/clientidentification.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/transport/networkhandler.h"
 
 #include <QEvent>
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/isignatureprovider.h"
-#include "rest/netrequesttype.h"
 #include "rest/operations/retrievetermsofservicerequest.h"
 #include "rest/records/contactsinfo.h"
 #include "rest/records/plainrecords.h"
 #include "rest/records/profileinfo.h"
 #include "rest/records/registrationinfodata.h"
-#include "rest/servicesignals.h"
+#include "rest/reply/servicesignals.h"
+#include "rest/request/isignatureprovider.h"
+#include "rest/request/netrequesttype.h"
 
 #include <memory>
 

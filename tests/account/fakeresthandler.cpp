@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/fakeresthandler.h"
 
-#include "rest/networkhandler.h"
-#include "rest/oauthrequest.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/transport/networkhandler.h"
 
 #include <QDebug>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A broken installation: the module with captcha pictures is not beside the program. Once with Qt
 // Gui in the process (KELACCOUNT_TEST_PICTURES), once without.
-#include "rest/netrequesttype.h"
-#include "rest/networkresponseprocessor.h"
 #include "rest/picture/captchapicture.h"
+#include "rest/reply/networkresponseprocessor.h"
+#include "rest/request/netrequesttype.h"
 #include "support/messagelog.h"
 
 #include <kelaccount/kelaccounts.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
 #include "support/messagelog.h"
 
 #include <kelaccount/kelaccounts.h>

@@ -4,7 +4,7 @@
 #include "account/serviceoperations.h"
 #include "device/testtagserver.h"
 #include "platform/fakemodem.h"
-#include "rest/cryptographicutils.h"
+#include "rest/request/cryptographicutils.h"
 #include "support/messagelog.h"
 
 #include <QTemporaryFile>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcmgrwrapper.h"
 #include "device/testtagserver.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
 
 #include <QDateTime>
 #include <QTest>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Posts one request to the service through the proxy of the environment, as any Qt program would,
 // and prints the reply's network error and HTTP status.
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>

@@ -2,7 +2,7 @@
 #include "emulator/emulatorprocess.h"
 #include "emulator/signedrequest.h"
 #include "emulator/wireclient.h"
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QDateTime>
 #include <QJsonObject>

@@ -2,7 +2,7 @@
 #include "emulator/operationcases.h"
 #include "emulator/service/layout.h"
 #include "emulator/service/operation.h"
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QDirIterator>
 #include <QDomDocument>

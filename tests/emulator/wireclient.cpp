@@ -2,7 +2,7 @@
 #include "emulator/wireclient.h"
 
 #include "emulator/emulatorprocess.h"
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QDeadlineTimer>
 #include <QNetworkProxy>

@@ -3,10 +3,10 @@
 
 #include "configure/kelconfigure.h"
 #include "integration/keptdata.h"
-#include "rest/cryptographicutils.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
-#include "rest/serviceaddress.h"
-#include "rest/timestampmanager.h"
 #include "support/sessionsandbox.h"
 
 #include <SignOn/IdentityInfo>

@@ -2,7 +2,7 @@
 #include "integration/standinservice.h"
 
 #include "rest/dispatchcases.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/serviceaddress.h"
 
 using KelAccount::KelAccounts;
 

@@ -2,11 +2,11 @@
 // Runs inside the emulator: every operation of the request handler once, over TLS, in an order in
 // which each finds what it needs.
 #include "emulatedservice.h"
-#include "rest/cryptographicutils.h"
-#include "rest/oauthrequest.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
-#include "rest/serviceaddress.h"
-#include "rest/timestampmanager.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

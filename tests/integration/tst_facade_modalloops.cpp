@@ -5,7 +5,7 @@
 #include "device/testtagserver.h"
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
-#include "rest/networkreplycontainer.h"
+#include "rest/transport/networkreplycontainer.h"
 
 #include <QEventLoop>
 #include <QNetworkProxy>

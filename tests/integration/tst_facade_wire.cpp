@@ -4,7 +4,7 @@
 #include "device/testtagserver.h"
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
-#include "rest/networkreplycontainer.h"
+#include "rest/transport/networkreplycontainer.h"
 #include "support/messagelog.h"
 
 #include <QLoggingCategory>

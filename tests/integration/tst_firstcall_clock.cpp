@@ -2,7 +2,7 @@
 // Runs inside an emulator whose clock differs from the device's by KELACCOUNT_TEST_SKEW seconds.
 #include "account/facaderecorder.h"
 #include "integration/emulatedservice.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
 
 #include <kelaccount/kelaccounts.h>
 

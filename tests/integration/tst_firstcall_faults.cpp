@@ -2,7 +2,7 @@
 // Runs inside the emulator: a call over TLS in which something goes wrong, and the call after it.
 #include "account/facaderecorder.h"
 #include "integration/emulatedservice.h"
-#include "rest/networkreplycontainer.h"
+#include "rest/transport/networkreplycontainer.h"
 
 #include <kelaccount/kelaccounts.h>
 

@@ -5,7 +5,7 @@
 #include "integration/pluginobject.h"
 #include "integration/scriptedservice.h"
 #include "rest/records/registrationinfodata.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/serviceaddress.h"
 
 #include <QNetworkProxy>
 #include <QTest>

@@ -3,7 +3,7 @@
 #include "integration/emulatedservice.h"
 #include "integration/keptdata.h"
 #include "integration/pluginobject.h"
-#include "rest/networkreplycontainer.h"
+#include "rest/transport/networkreplycontainer.h"
 #include "support/sessionsandbox.h"
 
 #include <QElapsedTimer>

@@ -4,7 +4,7 @@
 #include "integration/pluginobject.h"
 #include "integration/scriptedservice.h"
 #include "plugin/oldpasswords.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/serviceaddress.h"
 
 #include <SignOn/Error>
 

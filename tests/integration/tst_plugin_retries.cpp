@@ -4,8 +4,8 @@
 #include "integration/keptdata.h"
 #include "integration/pluginobject.h"
 #include "plugin/storedsession.h"
-#include "rest/serviceaddress.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/timestampmanager.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "replyreaders.h"
-#include "rest/servicesignals.h"
+#include "rest/reply/servicesignals.h"
 
 #include <QPixmap>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/msgparser.h"
+#include "rest/reply/msgparser.h"
 
 #include <kelaccount/errorstatus.h>
 

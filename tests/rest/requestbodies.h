@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/msgcreator.h"
+#include "rest/request/msgcreator.h"
 
 /// The bodies whose written form stands in data/, each with the values that it is made of.
 namespace requestbodies {

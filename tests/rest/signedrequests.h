@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/cryptographicutils.h"
-#include "rest/oauthrequest.h"
+#include "rest/request/cryptographicutils.h"
+#include "rest/request/oauthrequest.h"
 
 #include <QStringList>
 

@@ -2,7 +2,7 @@
 // What a program without a QGuiApplication gets of a captcha; so it is a program of its own.
 #include "dispatchcases.h"
 #include "recordedanswers.h"
-#include "rest/networkresponseprocessor.h"
+#include "rest/reply/networkresponseprocessor.h"
 #include "support/messagelog.h"
 
 #include <QTest>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/clientidentification.h"
+#include "rest/request/clientidentification.h"
 
 #include <QNetworkInterface>
 #include <QTest>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/connectionlatency.h"
+#include "rest/transport/connectionlatency.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>

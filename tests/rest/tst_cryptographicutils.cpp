@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/cryptographicutils.h"
+#include "rest/request/cryptographicutils.h"
 
 #include <QRegularExpression>
 #include <QSet>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "dispatchcases.h"
 #include "recordedanswers.h"
-#include "rest/networkresponseprocessor.h"
+#include "rest/reply/networkresponseprocessor.h"
 #include "support/messagelog.h"
 
 #include <QImage>

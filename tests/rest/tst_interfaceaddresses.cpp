@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Whether changes of the kernel's addresses are noticed. The test changes addresses, so it starts
 // itself once more in a network namespace of its own, where nobody minds.
-#include "rest/clientidentification.h"
-#include "rest/interfaceaddresses.h"
+#include "rest/request/clientidentification.h"
+#include "rest/request/interfaceaddresses.h"
 
 #include <QNetworkInterface>
 #include <QProcess>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/localeutils.h"
 #include "replyreaders.h"
-#include "rest/replydocument.h"
+#include "rest/reply/replydocument.h"
 #include "wiredata.h"
 
 #include <kelaccount/errorstatus.h>

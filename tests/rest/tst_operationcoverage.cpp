@@ -4,7 +4,7 @@
 #include "dispatchcases.h"
 #include "operationtable.h"
 #include "recordedanswers.h"
-#include "rest/networkresponseprocessor.h"
+#include "rest/reply/networkresponseprocessor.h"
 #include "sendoperations.h"
 #include "support/fixedsigner.h"
 #include "support/messagelog.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/oauthrequest.h"
-#include "rest/percentencoding.h"
+#include "rest/request/oauthrequest.h"
+#include "rest/request/percentencoding.h"
 #include "support/oauthoracle.h"
 
 #include <QTest>

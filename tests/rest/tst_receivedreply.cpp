@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/receivedreply.h"
+#include "rest/reply/receivedreply.h"
 
 #include <QTest>
 

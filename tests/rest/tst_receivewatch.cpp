@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Which connection too much arrived at.
-#include "rest/networkhandler.h"
-#include "rest/networkreplycontainer.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
+#include "rest/transport/networkhandler.h"
+#include "rest/transport/networkreplycontainer.h"
 #include "support/fixedsigner.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"

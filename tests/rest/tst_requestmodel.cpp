@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/clientidentification.h"
-#include "rest/httpresponse.h"
+#include "rest/reply/httpresponse.h"
+#include "rest/request/clientidentification.h"
 #include "signedrequests.h"
 
 #include <QTest>

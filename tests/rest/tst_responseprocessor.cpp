@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/networkresponseprocessor.h"
+#include "rest/reply/networkresponseprocessor.h"
 #include "support/messagelog.h"
 
 #include <QSignalSpy>

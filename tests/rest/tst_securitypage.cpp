@@ -2,8 +2,8 @@
 // Holds what docs/security.md says that leaves the device against what does.
 #include "operationtable.h"
 #include "platform/fakemodem.h"
-#include "rest/clientidentification.h"
-#include "rest/networkhandler.h"
+#include "rest/request/clientidentification.h"
+#include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
 #include "support/scriptedserver.h"
 

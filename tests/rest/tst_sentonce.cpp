@@ -2,9 +2,9 @@
 // Counts requests on the wire when the service ends the connection instead of answering.
 #include "devicesetup.h"
 #include "recordedanswers.h"
-#include "rest/networkhandler.h"
-#include "rest/networkreplycontainer.h"
-#include "rest/serviceconnections.h"
+#include "rest/transport/networkhandler.h"
+#include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/serviceconnections.h"
 #include "sendoperations.h"
 #include "signedrequests.h"
 #include "support/messagelog.h"

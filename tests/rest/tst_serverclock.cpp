@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Whose word on the time is taken.
-#include "rest/networkhandler.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
+#include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/networkhandler.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
-#include "rest/servernames.h"
+#include "rest/transport/networkhandler.h"
+#include "rest/transport/servernames.h"
 #include "support/fixedsigner.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"

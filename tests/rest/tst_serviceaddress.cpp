@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/resturlhelper.h"
-#include "rest/serviceaddress.h"
+#include "rest/request/resturlhelper.h"
+#include "rest/request/serviceaddress.h"
 
 #include <QTest>
 #include <QUrl>

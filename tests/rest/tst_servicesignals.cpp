@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "dispatchcases.h"
 #include "recordedanswers.h"
-#include "rest/networkhandler.h"
 #include "rest/restrequesthandler.h"
+#include "rest/transport/networkhandler.h"
 #include "support/messagelog.h"
 
 #include <QTest>

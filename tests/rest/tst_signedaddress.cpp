@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/resturlhelper.h"
-#include "rest/serviceaddress.h"
-#include "rest/signedaddress.h"
+#include "rest/request/resturlhelper.h"
+#include "rest/request/serviceaddress.h"
+#include "rest/request/signedaddress.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/serviceaddress.h"
+#include "rest/request/serviceaddress.h"
 #include "signedrequests.h"
 #include "support/oauthoracle.h"
 

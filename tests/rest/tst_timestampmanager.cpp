@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/timestampmanager.h"
+#include "rest/request/timestampmanager.h"
 
 #include <QTest>
 

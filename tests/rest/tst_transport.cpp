@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/clientidentification.h"
-#include "rest/networkhandler.h"
-#include "rest/networkreplycontainer.h"
 #include "rest/operations/retrieveusernameavailabilityrequest.h"
+#include "rest/request/clientidentification.h"
 #include "rest/restrequesthandler.h"
+#include "rest/transport/networkhandler.h"
+#include "rest/transport/networkreplycontainer.h"
 #include "support/fixedsigner.h"
 #include "support/messagelog.h"
 #include "support/scriptedserver.h"

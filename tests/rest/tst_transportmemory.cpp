@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What this process's memory grows by when a service or a proxy sends without end.
-#include "rest/networkhandler.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
+#include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
 #include "support/testauthority.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "rest/wiretime.h"
+#include "rest/request/wiretime.h"
 
 #include <QLocale>
 #include <QTest>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/servicehosts.h"
+#include "rest/request/servicehosts.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -16,11 +16,11 @@ allowed='src/platform/qsysteminfo\.cpp'
 # Three lines for each kind: what to look for, what to do instead, and a use that must be found.
 kinds=(
     '\b(QDate|QTime|QDateTime)::fromString\((?!.*Qt::(ISODate|RFC2822Date))'
-    'reads what the locale writes: use src/rest/wiretime.h, or QLocale::c()'
+    'reads what the locale writes: use src/rest/request/wiretime.h, or QLocale::c()'
     'QDate::fromString(text, QStringLiteral("yyyy-MM-dd"))'
 
     '\.toString\((QStringLiteral|QLatin1String)?\(?u?"[^"]*(y|M|d|h|H|m|s|z)'
-    'writes digits of the locale: use src/rest/wiretime.h, or QLocale::c()'
+    'writes digits of the locale: use src/rest/request/wiretime.h, or QLocale::c()'
     'date.toString(QStringLiteral("yyyy-MM-dd"))'
 
     '\.to(Date|Time|DateTime)\((?=.*HH?:?mm.*yy|.*yy.*HH?:?mm|.*yy.*hh?:?mm)'
@@ -28,7 +28,7 @@ kinds=(
     'QLocale::c().toDateTime(text, QStringLiteral("yyyy-MM-ddTHH:mm:ss"))'
 
     '\bsetTimeSpec\('
-    'makes UTC of a local time, which is none when the zone leaves it out: see src/rest/wiretime.h'
+    'makes UTC of a local time, which is none when the zone leaves it out: see src/rest/request/wiretime.h'
     'time.setTimeSpec(Qt::UTC)'
 
     '\bQLocale(\(\)|::system\(\)|\{\})'

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/isignatureprovider.h"
+#include "rest/request/isignatureprovider.h"
 
 /// A signature provider whose answers are given by the test.
 class FixedSigner : public KelRestHandler::ISignatureProvider

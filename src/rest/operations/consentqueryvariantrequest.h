@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/oauthrequest.h"
 #include "rest/operations/devicefacts.h"
+#include "rest/request/oauthrequest.h"
 
 namespace KelRestHandler {
 

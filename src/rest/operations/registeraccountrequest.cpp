@@ -2,9 +2,9 @@
 #include "rest/operations/registeraccountrequest.h"
 
 #include "device/deviceinfoutil.h"
-#include "rest/msgcreator.h"
 #include "rest/operations/defaultlanguage.h"
-#include "rest/resturlhelper.h"
+#include "rest/request/msgcreator.h"
+#include "rest/request/resturlhelper.h"
 
 namespace KelRestHandler {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/oauthrequest.h"
 #include "rest/operations/devicefacts.h"
 #include "rest/records/registrationinfodata.h"
+#include "rest/request/oauthrequest.h"
 
 #include <QByteArray>
 

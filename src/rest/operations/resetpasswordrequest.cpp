@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/operations/resetpasswordrequest.h"
 
-#include "rest/msgcreator.h"
-#include "rest/resturlhelper.h"
+#include "rest/request/msgcreator.h"
+#include "rest/request/resturlhelper.h"
 
 namespace KelRestHandler {
 

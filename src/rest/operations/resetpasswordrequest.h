@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/wipe.h"
-#include "rest/oauthrequest.h"
+#include "rest/request/oauthrequest.h"
 
 namespace KelRestHandler {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/oauthrequest.h"
+#include "rest/request/oauthrequest.h"
 
 #include <QByteArray>
 

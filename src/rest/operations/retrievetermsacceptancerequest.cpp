@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/operations/retrievetermsacceptancerequest.h"
 
-#include "rest/resturlhelper.h"
+#include "rest/request/resturlhelper.h"
 
 namespace KelRestHandler {
 

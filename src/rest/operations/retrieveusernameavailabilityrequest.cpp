@@ -2,7 +2,7 @@
 #include "rest/operations/retrieveusernameavailabilityrequest.h"
 
 #include "rest/operations/defaultlanguage.h"
-#include "rest/resturlhelper.h"
+#include "rest/request/resturlhelper.h"
 
 namespace KelRestHandler {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/operations/updatecontactsinforequest.h"
 
-#include "rest/msgcreator.h"
 #include "rest/operations/defaultlanguage.h"
-#include "rest/resturlhelper.h"
+#include "rest/request/msgcreator.h"
+#include "rest/request/resturlhelper.h"
 
 namespace KelRestHandler {
 

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/reply/httpresponse.h"
+
+namespace KelRestHandler {
+
+HttpResponse::HttpResponse(QNetworkReply::NetworkError error, QString const& data,
+                           QString const& consumerKey, int requestId)
+    : mData(data), mErrorCode(error), mConsumerKey(consumerKey),
+      mServerTime(QDateTime::currentDateTimeUtc()), mRequestId(requestId)
+{
+}
+
+HttpResponse::HttpResponse(HttpResponse const& other)
+    : QObject(other.parent()), mData(other.mData), mErrorCode(other.mErrorCode),
+      mConsumerKey(other.mConsumerKey), mServerTime(other.mServerTime),
+      mRequestId(other.mRequestId), mClock(other.mClock), mServer(other.mServer)
+{
+}
+
+void HttpResponse::setClockOf(QString server)
+{
+    mClock = Clock::Servers;
+    mServer = std::move(server);
+}
+
+HttpResponse::~HttpResponse() = default;
+
+} // namespace KelRestHandler

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/reply/networkresponseprocessor.h"
+
+#include "common/logging.h"
+#include "rest/reply/msgparser.h"
+#include "rest/reply/replydocument.h"
+#include "rest/request/netrequesttype.h"
+#include "rest/request/wiretime.h"
+
+#include <kelaccount/errorstatus.h>
+
+#include <algorithm>
+#include <iterator>
+
+using namespace KelAccount;
+
+namespace KelRestHandler {
+
+namespace {
+
+struct TransportStatus
+{
+    QNetworkReply::NetworkError error;
+    int status;
+};
+
+// HTTP 403 has a status without a member.
+constexpr int contentAccessDenied = 413;
+
+constexpr TransportStatus transportStatuses[] = {
+    {QNetworkReply::ConnectionRefusedError, ErrorConnectionRefused},
+    {QNetworkReply::RemoteHostClosedError, ErrorRemoteHostClosed},
+    {QNetworkReply::HostNotFoundError, ErrorHostNotFound},
+    {QNetworkReply::TimeoutError, ErrorTimeout},
+    {QNetworkReply::OperationCanceledError, ErrorOperationCanceled},
+    {QNetworkReply::SslHandshakeFailedError, ErrorSslHandshakeFailed},
+    {QNetworkReply::TemporaryNetworkFailureError, ErrorTemporaryNetworkFailure},
+    {QNetworkReply::UnknownNetworkError, ErrorUnknownNetwork},
+    {QNetworkReply::ProxyConnectionRefusedError, ErrorProxyConnectionRefused},
+    {QNetworkReply::ProxyConnectionClosedError, ErrorProxyConnectionClosed},
+    {QNetworkReply::ProxyNotFoundError, ErrorProxyNotFound},
+    {QNetworkReply::ProxyTimeoutError, ErrorProxyTimeout},
+    {QNetworkReply::ProxyAuthenticationRequiredError, ErrorProxyAuthenticationRequired},
+    {QNetworkReply::UnknownProxyError, ErrorUnknownProxy},
+    {QNetworkReply::ContentAccessDenied, contentAccessDenied},
+    {QNetworkReply::ContentOperationNotPermittedError, ErrorContentOperationNotPermitted},
+    {QNetworkReply::ContentNotFoundError, ErrorContentNotFound},
+    // A missing authentication is the service's refusal, not the network's.
+    {QNetworkReply::AuthenticationRequiredError, ErrorNotAuthorized},
+    {QNetworkReply::ContentReSendError, ErrorContentReSend},
+    {QNetworkReply::UnknownContentError, ErrorUnknownContent},
+    {QNetworkReply::ProtocolUnknownError, ErrorProtocolUnknown},
+    {QNetworkReply::ProtocolInvalidOperationError, ErrorProtocolInvalidOperation},
+    {QNetworkReply::ProtocolFailure, ErrorProtocolFailure},
+};
+
+const auto dateHeader = QLatin1String("Date:");
+const auto lineEnd = QLatin1String("\r\n");
+// A date of the service has 29 characters.
+constexpr int longestDate = 256;
+
+} // namespace
+
+NetworkResponseProcessor::NetworkResponseProcessor(QObject* parent)
+    : ServiceSignals(parent), mTimeStampManager(TimeStampManager::getTimeStampManager())
+{
+    if (!mTimeStampManager)
+        qFatal("Unable to retrieve the timestam manager object");
+}
+
+int NetworkResponseProcessor::processResponseFromServer(int requestType, HttpResponse* response)
+{
+    if (!response)
+        return -1;
+    retrieveServerTimeFromResponse(response);
+    const Processor process = processorFor(requestType);
+    if (!process) {
+        qCCritical(logRest,
+                   "NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning");
+        return -1;
+    }
+    (this->*process)(response);
+    return 0;
+}
+
+int NetworkResponseProcessor::convertNetworkErrorCodeToEnablerErrorCode(
+    QNetworkReply::NetworkError error)
+{
+    const auto row = std::find_if(std::begin(transportStatuses), std::end(transportStatuses),
+                                  [error](const TransportStatus& r) { return r.error == error; });
+    return row != std::end(transportStatuses) ? row->status : ErrorUndefined;
+}
+
+NetworkResponseProcessor::Processor NetworkResponseProcessor::processorFor(int requestType)
+{
+    struct Row
+    {
+        NetRequestType type;
+        Processor process;
+    };
+    using P = NetworkResponseProcessor;
+    static constexpr Row rows[] = {
+        {SignIn, &P::processSignInResponse},
+        {RefreshToken, &P::processTokenResponse},
+        {RetrieveUserNameAvailability, &P::processUsernameAvailabilityResponse},
+        {RetrieveCaptchaImage, &P::processRetrieveCaptchaResponse},
+        {RegisterAccount, &P::processRegisterAccountResponse},
+        {RetrieveSecurityQuestionList, &P::processRetrieveSecQueListResponse},
+        {RetrievePreAccountInfo, &P::processDetectPreAccountResponse},
+        {RetrieveTermsOfService, &P::processretrieveTOSResponse},
+        {DeleteToken, &P::processDeleteTokenResponse},
+        {SendResetMessage, &P::processrequestPasswordResetResponse},
+        {RetrieveEmailIdAvailability, &P::processEmailAvailabilityResponse},
+        {QueryConsentVariant, &P::processQueryVariantResponse},
+        {ResetPassword, &P::processResetPasswordUsingSecurityQuestionResponse},
+        {RetrieveSecurityQuestion, &P::processRetrieveSecuirtyQuestonResponse},
+        {ChangePassword, &P::processChangePasswordResponse},
+        {RetrieveTermsAcceptance, &P::processRetrieveTermsAcceptanceResponse},
+        {UpdateTermsAcceptance, &P::processUpdateTermsAcceptanceResponse},
+        {DownloadProfile, &P::processDownloadProfileResponse},
+        {UpdateSecurityQuestionType, &P::processUpdateSecurityQuestionResponse},
+        {SetUserName, &P::processSetUserNameResponse},
+        {UpdateDeviceInfo, &P::processUpdateDeviceInfoResponse},
+    };
+    const auto row = std::find_if(std::begin(rows), std::end(rows),
+                                  [requestType](const Row& r) { return r.type == requestType; });
+    return row != std::end(rows) ? row->process : nullptr;
+}
+
+void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* response)
+{
+    const QString data = response->getData();
+    const int header = data.indexOf(dateHeader);
+    if (header < 0) {
+        response->setServerTime(QDateTime::currentDateTime());
+        return;
+    }
+    const int begin = header + dateHeader.size();
+    const int end = data.indexOf(lineEnd, begin);
+    QString text = data.mid(begin, end < 0 ? -1 : end - begin);
+    // Nothing longer is a date, and looking for one in megabytes holds the event loop up.
+    if (text.size() > longestDate)
+        text.clear();
+    text = text.remove(QLatin1String(" GMT")).trimmed();
+
+    const QDateTime time = headerTimeOnWire(text);
+    response->setServerTime(time);
+    if (response->clock() == HttpResponse::Clock::Anybodys)
+        mTimeStampManager->syncToTime(time);
+    else if (response->clock() == HttpResponse::Clock::Servers)
+        mTimeStampManager->syncToTime(time, response->server());
+}
+
+void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,
+                                                      QDomNode& responseElement,
+                                                      RequestInfoData& info)
+{
+    parseErrorResponseXml(info, response->getData(), responseElement);
+    // Undecided: there was no document, or one that reports no error.
+    if (info.statusCode == ErrorMax) {
+        info.statusCode = response->errorCode() == QNetworkReply::NoError
+                              ? ErrorNone
+                              : convertNetworkErrorCodeToEnablerErrorCode(response->errorCode());
+    }
+}
+
+void NetworkResponseProcessor::parseErrorResponseXml(RequestInfoData& info, const QString& data,
+                                                     QDomNode& responseElement)
+{
+    const QStringView document = documentIn(data);
+    if (document.isNull())
+        return;
+    info.statusCode = ErrorMax;
+    responseElement = MsgParser::processXml(info, document.toString());
+    if (info.statusCode == ErrorUndefined)
+        MsgParser::parseErrorxml(info, responseElement);
+}
+
+int NetworkResponseProcessor::updateResponseWithBasicData(HttpResponse* response,
+                                                          RESTResponseBase& base,
+                                                          const RequestInfoData& info)
+{
+    if (!response)
+        return -1;
+    base.consumerKey = response->getConsumerKey();
+    base.serverTime = response->getServerTime();
+    base.status = info.statusCode;
+    base.requestId = response->getRequestId();
+    return 0;
+}
+
+NetworkResponseProcessor::Outcome NetworkResponseProcessor::decide(HttpResponse* response)
+{
+    Outcome outcome;
+    outcome.info.statusCode = ErrorMax;
+    checkForErrorResponses(response, outcome.document, outcome.info);
+    return outcome;
+}
+
+RESTResponseBase NetworkResponseProcessor::statusOf(HttpResponse* response)
+{
+    RESTResponseBase answer;
+    updateResponseWithBasicData(response, answer, decide(response).info);
+    return answer;
+}
+
+} // namespace KelRestHandler

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "rest/records/plainrecords.h"
+#include "rest/reply/httpresponse.h"
+#include "rest/reply/servicesignals.h"
+#include "rest/request/timestampmanager.h"
+
+#include <QDomNode>
+
+namespace KelRestHandler {
+
+/// Turns a finished reply into the answer of its operation: takes the server's clock from it,
+/// decides its status, has the document read and emits the operation's signal.
+///
+/// A receiver may delete this object from its slot.
+class NetworkResponseProcessor : public ServiceSignals
+{
+    Q_OBJECT
+
+public:
+    explicit NetworkResponseProcessor(QObject* parent);
+
+    /// Returns 0 when the operation's answer was emitted, -1 for an operation that is not processed
+    /// or a null reply. The reply stays the caller's.
+    int processResponseFromServer(int requestType, HttpResponse* response);
+
+    /// Status for a transport error; ErrorUndefined for one that has none.
+    static int convertNetworkErrorCodeToEnablerErrorCode(QNetworkReply::NetworkError error);
+
+private:
+    // What deciding the status of a reply yields; the document is null without one.
+    struct Outcome
+    {
+        RequestInfoData info;
+        QDomNode document;
+    };
+
+    void retrieveServerTimeFromResponse(HttpResponse* response);
+    static void checkForErrorResponses(HttpResponse* response, QDomNode& responseElement,
+                                       RequestInfoData& info);
+    static void parseErrorResponseXml(RequestInfoData& info, const QString& data,
+                                      QDomNode& responseElement);
+    static int updateResponseWithBasicData(HttpResponse* response, RESTResponseBase& base,
+                                           const RequestInfoData& info);
+    static Outcome decide(HttpResponse* response);
+    static RESTResponseBase statusOf(HttpResponse* response);
+    /// The operation's structure, filled by `parse` only when the status is 0.
+    template <class Answer, class Parse>
+    static Answer read(HttpResponse* response, Parse parse);
+    static void takeTimeOfSignIn(HttpResponse* response, const TokenInfoData& token);
+
+    void processSignInResponse(HttpResponse* response);
+    void processTokenResponse(HttpResponse* response);
+    void processUsernameAvailabilityResponse(HttpResponse* response);
+    void processRetrieveCaptchaResponse(HttpResponse* response);
+    void processRegisterAccountResponse(HttpResponse* response);
+    void processRetrieveSecQueListResponse(HttpResponse* response);
+    void processDetectPreAccountResponse(HttpResponse* response);
+    void processretrieveTOSResponse(HttpResponse* response);
+    void processDeleteTokenResponse(HttpResponse* response);
+    void processrequestPasswordResetResponse(HttpResponse* response);
+    void processEmailAvailabilityResponse(HttpResponse* response);
+    void processQueryVariantResponse(HttpResponse* response);
+    void processResetPasswordUsingSecurityQuestionResponse(HttpResponse* response);
+    // "Secuirty", "Queston": part of the name for good
+    void processRetrieveSecuirtyQuestonResponse(HttpResponse* response);
+    void processChangePasswordResponse(HttpResponse* response);
+    void processRetrieveTermsAcceptanceResponse(HttpResponse* response);
+    void processUpdateTermsAcceptanceResponse(HttpResponse* response);
+    void processDownloadProfileResponse(HttpResponse* response);
+    void processUpdateSecurityQuestionResponse(HttpResponse* response);
+    void processSetUserNameResponse(HttpResponse* response);
+    void processUpdateDeviceInfoResponse(HttpResponse* response);
+
+    using Processor = void (NetworkResponseProcessor::*)(HttpResponse*);
+    static Processor processorFor(int requestType);
+
+    TimeStampManager* mTimeStampManager;
+};
+
+} // namespace KelRestHandler

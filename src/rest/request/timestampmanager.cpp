@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/request/timestampmanager.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace KelRestHandler {
+
+namespace {
+
+// Seconds from the device's clock to the server's. A hostile "Date:" header may name any year; the
+// difference must not wrap around. Taken directly rather than from the current offset, it is right
+// also where currentServerTime() stops at 1970.
+qint32 differenceTo(QDateTime const& serverTime)
+{
+    const qint64 difference = serverTime.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
+    return static_cast<qint32>(qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
+                                              std::numeric_limits<qint32>::max()));
+}
+
+} // namespace
+
+TimeStampManager* TimeStampManager::getTimeStampManager()
+{
+    // Leaked on purpose: replies may still be read while static objects are being destroyed.
+    static auto* const instance = new TimeStampManager;
+    return instance;
+}
+
+QString TimeStampManager::serverOf(QUrl const& address)
+{
+    return address.authority(QUrl::FullyEncoded).section(QLatin1Char('@'), -1);
+}
+
+void TimeStampManager::setServerTimeDifference(int seconds)
+{
+    mDifferences.clear();
+    mDifferenceOfOthers = seconds;
+}
+
+int TimeStampManager::serverTimeDifference() const
+{
+    return mDifferences.value(mServer, mDifferenceOfOthers);
+}
+
+qint64 TimeStampManager::toTime_t() const
+{
+    return std::max<qint64>(0, QDateTime::currentSecsSinceEpoch() + serverTimeDifference());
+}
+
+QString TimeStampManager::timeStamp() const
+{
+    return QString::number(toTime_t());
+}
+
+QDateTime TimeStampManager::currentServerTime() const
+{
+    return QDateTime::fromSecsSinceEpoch(toTime_t());
+}
+
+qint64 TimeStampManager::secsTo(QDateTime const& time) const
+{
+    return currentServerTime().secsTo(time);
+}
+
+void TimeStampManager::syncToTime(QDateTime const& serverTime)
+{
+    if (serverTime.isValid())
+        setServerTimeDifference(differenceTo(serverTime));
+}
+
+void TimeStampManager::syncToTime(QDateTime const& serverTime, QString const& server)
+{
+    if (serverTime.isValid())
+        mDifferences.insert(server, differenceTo(serverTime));
+}
+
+} // namespace KelRestHandler

@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/transport/networkhandler.h"
+
+#include "common/logging.h"
+#include "rest/reply/httpresponse.h"
+#include "rest/reply/receivedreply.h"
+#include "rest/transport/connectionlatency.h"
+#include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/replyproperties.h"
+#include "rest/transport/servernames.h"
+#include "rest/transport/transporterror.h"
+
+#include <QNetworkRequest>
+#include <QPointer>
+#include <QSslConfiguration>
+
+#include <algorithm>
+
+namespace KelRestHandler {
+
+namespace {
+
+// "https_proxy" takes precedence and serves for plain and secure connections alike.
+void installProxyFromEnvironment()
+{
+    const QString plain = qEnvironmentVariable("http_proxy");
+    const QString secure = qEnvironmentVariable("https_proxy");
+    const QString& text = secure.isEmpty() ? plain : secure;
+    const QUrl address(text);
+    if (address.host().isEmpty()) {
+        // Never its value: that may hold a password.
+        if (!text.isEmpty())
+            qCWarning(
+                logRest,
+                "The proxy in the variable \"%s\" is not used, since no host can be read from "
+                "it; write it with its scheme: http://host:port",
+                secure.isEmpty() ? "http_proxy" : "https_proxy");
+        return;
+    }
+    constexpr int httpPort = 80;
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, address.host(),
+                                                     static_cast<quint16>(address.port(httpPort)),
+                                                     address.userName(), address.password()));
+}
+
+// A language comes from the application: a line break in it must not start a header of its own. An
+// empty value is sent as one; a null value would remove the header.
+QByteArray headerBytes(const QString& text)
+{
+    QByteArray bytes = text.isEmpty() ? QByteArray("") : text.toLatin1();
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    bytes.truncate(
+        static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl) - bytes.begin()));
+    return bytes;
+}
+
+// The request as the network library takes it.
+QNetworkRequest messageFor(const HttpRequest& request)
+{
+    QNetworkRequest message(request.getUrl());
+    const auto headers = request.getHeaders();
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
+        message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
+    message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
+    // What is compressed may be a thousand times as long as what was received.
+    message.setRawHeader("Accept-Encoding", "identity");
+    message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
+    // signature.
+    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    return message;
+}
+
+// Status line, header lines, an empty line, body: what the processor searches for date and
+// document.
+QString replyText(QNetworkReply* reply)
+{
+    QString text = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString() +
+                   QLatin1Char(' ') +
+                   reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString() +
+                   QLatin1String("\r\n");
+    const auto headers = reply->rawHeaderPairs();
+    for (const auto& header : headers) {
+        text += QString::fromLatin1(header.first) + QLatin1String(": ") +
+                QString::fromLatin1(header.second) + QLatin1String("\r\n");
+    }
+    return text + QLatin1String("\r\n") + QString::fromUtf8(reply->readAll());
+}
+
+} // namespace
+
+NetworkHandler::NetworkHandler(QObject* parent)
+    // Children, so that they come along to another thread.
+    : ServiceSignals(parent), mManager(this), mProcessor(this),
+      mConnections(
+          &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this)
+{
+    installProxyFromEnvironment();
+    // Not at once: a reply may end while the network library's thread waits for this one.
+    connect(&mConnections, &ServiceConnections::freed, this, &NetworkHandler::postWaiting,
+            Qt::QueuedConnection);
+    relay(&mProcessor, this);
+}
+
+void NetworkHandler::listenTo(QNetworkAccessManager* manager)
+{
+    connect(manager, &QNetworkAccessManager::finished, this, &NetworkHandler::queueFinished);
+    connect(manager, &QNetworkAccessManager::encrypted, this, &NetworkHandler::checkServer);
+    connect(manager, &QNetworkAccessManager::sslErrors, this, &NetworkHandler::onSslErrors);
+    connect(manager, &QNetworkAccessManager::authenticationRequired, this,
+            &NetworkHandler::onAuthenticationRequired);
+    connect(manager, &QNetworkAccessManager::proxyAuthenticationRequired, this,
+            &NetworkHandler::onProxyAuthenticationRequired);
+    new ConnectionLatency(manager, manager);
+}
+
+int NetworkHandler::sendNetWorkRequest(HttpRequest* request, NetRequestType type)
+{
+    return request ? send(*request, nullptr, type) : -1;
+}
+
+int NetworkHandler::sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRequestType type)
+{
+    if (!request)
+        return -1;
+    const HttpRequest& kept = *request;
+    return send(kept, std::move(request), type);
+}
+
+QNetworkReply* NetworkHandler::post(const QNetworkRequest& request, const QByteArray& body)
+{
+    return mConnections.post(request, body);
+}
+
+int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest> owned,
+                         NetRequestType type)
+{
+    if (type < firstNetRequestType || type > lastNetRequestType) {
+        qCCritical(logRest, "sendNetWorkRequest: invalid request type");
+        return -1;
+    }
+    auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
+    if (!mWaiting.empty() || !mConnections.isFree()) {
+        if (owned)
+            owned.release()->setParent(waiting.get());
+        letWait(std::move(waiting));
+        return 0;
+    }
+    QNetworkReply* const reply = postNow(*waiting);
+    if (reply && owned)
+        owned.release()->setParent(reply);
+    return 0;
+}
+
+void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
+{
+    connect(request.get(), &WaitingRequest::timedOut, this,
+            [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
+    request->wait();
+    request->setParent(this); // comes along to another thread
+    mWaiting.push_back(std::move(request));
+}
+
+void NetworkHandler::postWaiting()
+{
+    while (!mWaiting.empty() && mConnections.isFree()) {
+        const std::unique_ptr<WaitingRequest> next = std::move(mWaiting.front());
+        mWaiting.pop_front();
+        QNetworkReply* const reply = postNow(*next);
+        auto* const owned = next->findChild<HttpRequest*>();
+        if (reply && owned)
+            owned->setParent(reply);
+    }
+}
+
+QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
+{
+    QNetworkReply* const reply = post(request.message(), request.body());
+    if (!reply) {
+        qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
+        return nullptr;
+    }
+    reply->setProperty(ReplyProperty::requestType, request.type());
+    reply->setProperty(ReplyProperty::consumerKey, request.consumerKey());
+    reply->setProperty(ReplyProperty::requestId, request.requestId());
+    reply->setProperty(ReplyProperty::timedOut, 0);
+
+    auto* const guard = new NetworkReplyContainer(reply, request.millisecondsLeft());
+    connect(guard, &NetworkReplyContainer::requestTimedOut, this,
+            &NetworkHandler::onNetworkRequestTimedOut);
+    return reply;
+}
+
+void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
+{
+    const auto position =
+        std::find_if(mWaiting.begin(), mWaiting.end(),
+                     [request](const auto& candidate) { return candidate.get() == request; });
+    if (position == mWaiting.end())
+        return;
+    // It is on the stack, and dies when the event loop is back.
+    position->release()->deleteLater();
+    mWaiting.erase(position);
+    answer(request->type(), new HttpResponse(QNetworkReply::TimeoutError, QString(),
+                                             request->consumerKey(), request->requestId()));
+}
+
+// A time-out ends its reply, too: the reply may be deleted before the queued call comes.
+void NetworkHandler::queueFinished(QNetworkReply* reply)
+{
+    const auto deliver = [this, finished = QPointer<QNetworkReply>(reply)] {
+        if (finished)
+            onFinished(finished);
+    };
+    QMetaObject::invokeMethod(this, deliver, Qt::QueuedConnection);
+}
+
+void NetworkHandler::onFinished(QNetworkReply* reply)
+{
+    // A reply without the mark was not sent from here; one that timed out has been answered.
+    const QVariant timedOut = reply->property(ReplyProperty::timedOut);
+    if (!timedOut.isValid() || timedOut.toInt() != 0)
+        return;
+    if (wasRefused(*reply)) {
+        process(reply, transportErrorOf(*reply), QString());
+        return;
+    }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const ReceivedReply received =
+        receivedReply(transportErrorOf(*reply), status, replyText(reply));
+    process(reply, received.error, received.text);
+}
+
+void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
+{
+    if (!reply) {
+        qCCritical(logRest, "Empty pointer in NetworkHandler::onNetworkRequestTimedOut");
+        return;
+    }
+    if (reply->property(ReplyProperty::timedOut).toInt() == 0)
+        return;
+    reply->abort();
+    process(reply, QNetworkReply::TimeoutError, QString());
+}
+
+void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError error,
+                             const QString& text)
+{
+    const QVariant type = reply->property(ReplyProperty::requestType);
+    const QVariant consumerKey = reply->property(ReplyProperty::consumerKey);
+    const QVariant requestId = reply->property(ReplyProperty::requestId);
+    if (!type.isValid() || !consumerKey.isValid() || !requestId.isValid())
+        return;
+
+    auto* const response = new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
+    if (cameInsideTls(*reply))
+        response->setClockOf(TimeStampManager::serverOf(reply->url()));
+    else
+        response->setClockOfNobody();
+    reply->deleteLater();
+    answer(type.toInt(), response);
+}
+
+// A receiver may delete this object: nothing of it is used afterwards.
+void NetworkHandler::answer(int type, HttpResponse* response)
+{
+    mProcessor.processResponseFromServer(type, response);
+    response->deleteLater();
+}
+
+// Nothing of the request has left when this is called, and nothing leaves after it has been
+// aborted.
+void NetworkHandler::checkServer(QNetworkReply* reply)
+{
+    if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host()))
+        return;
+    reply->setProperty(ReplyProperty::wrongServer, true);
+    reply->abort();
+}
+
+// TLS errors are never ignored: the reply ends with the handshake's error.
+void NetworkHandler::onSslErrors(QNetworkReply* reply, QList<QSslError> const& /*errors*/)
+{
+    const QSslConfiguration configuration = reply->sslConfiguration();
+    Q_UNUSED(configuration)
+}
+
+// No credentials are offered: the reply ends with the error of the missing authentication.
+void NetworkHandler::onAuthenticationRequired(QNetworkReply* /*reply*/,
+                                              QAuthenticator* /*authenticator*/)
+{
+}
+
+void NetworkHandler::onProxyAuthenticationRequired(QNetworkProxy const& /*proxy*/,
+                                                   QAuthenticator* /*authenticator*/)
+{
+}
+
+// Qt gave this notification up; a network that is away shows in each reply.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+void NetworkHandler::onNetworkAccessibleChanged(
+    QNetworkAccessManager::NetworkAccessibility /*accessible*/)
+{
+}
+QT_WARNING_POP
+
+} // namespace KelRestHandler

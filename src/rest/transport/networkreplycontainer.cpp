@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/transport/networkreplycontainer.h"
+
+#include "rest/transport/replyproperties.h"
+
+#include <QTimerEvent>
+
+#include <atomic>
+
+namespace KelRestHandler {
+
+namespace {
+std::atomic<int> guardTime{60000};
+} // namespace
+
+NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
+    : NetworkReplyContainer(reply, guardTime)
+{
+}
+
+NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply, int milliseconds)
+    : QObject(reply), mReply(reply), mGuardMilliseconds(milliseconds)
+{
+    connect(reply, &QNetworkReply::metaDataChanged, this,
+            &NetworkReplyContainer::endOversizedReply);
+    connect(reply, &QNetworkReply::readyRead, this, &NetworkReplyContainer::endOversizedReply);
+    mSincePosted.start();
+    startTimer(mGuardMilliseconds, Qt::PreciseTimer);
+}
+
+void NetworkReplyContainer::setGuardMilliseconds(int milliseconds)
+{
+    guardTime = milliseconds;
+}
+
+int NetworkReplyContainer::guardMilliseconds()
+{
+    return guardTime;
+}
+
+void NetworkReplyContainer::timerEvent(QTimerEvent* event)
+{
+    killTimer(event->timerId());
+    // Timers count whole milliseconds from when the event loop last looked at its clock.
+    const qint64 left = mGuardMilliseconds - mSincePosted.elapsed();
+    if (left > 0) {
+        startTimer(static_cast<int>(left), Qt::PreciseTimer);
+        return;
+    }
+    // A reply that has ended is answered by that, and its answer may still be on its way: it
+    // outlives a receiver that runs an event loop of its own.
+    if (mReply->isFinished())
+        return;
+    mReply->setProperty(ReplyProperty::timedOut, 1);
+    Q_EMIT requestTimedOut(mReply);
+}
+
+void NetworkReplyContainer::endOversizedReply()
+{
+    const qint64 announced = mReply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    if (qMax(announced, mReply->bytesAvailable()) <= maximumReplyBytes || mReply->isFinished())
+        return;
+    mReply->setProperty(ReplyProperty::oversized, true);
+    mReply->abort();
+}
+
+} // namespace KelRestHandler

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/transport/receivedbytes.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/tcp.h> // the C library's own structure ends before the count of bytes
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+namespace KelRestHandler {
+
+namespace {
+
+struct CloseFolder
+{
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+bool hasPeerPort(int descriptor, quint16 port)
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return false;
+    if (address.ss_family == AF_INET)
+        return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port) == port;
+    return address.ss_family == AF_INET6 &&
+           ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port) == port;
+}
+
+bool isStream(int descriptor)
+{
+    int type = 0;
+    socklen_t length = sizeof type;
+    return ::getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 &&
+           type == SOCK_STREAM;
+}
+
+// TCP_ESTABLISHED: the header that has it excludes the one with the structure.
+constexpr int established = 1;
+
+bool readInfo(int descriptor, tcp_info& info, socklen_t& length)
+{
+    length = sizeof info;
+    return ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &length) == 0;
+}
+
+} // namespace
+
+std::vector<ConnectedSocket> connectedSockets(quint16 peerPort)
+{
+    std::vector<ConnectedSocket> sockets;
+    // opendir(3) opens close-on-exec.
+    const std::unique_ptr<DIR, CloseFolder> descriptors(::opendir("/proc/self/fd"));
+    if (!descriptors)
+        return sockets;
+    while (const dirent* entry = ::readdir(descriptors.get())) {
+        char* end = nullptr;
+        const auto descriptor = static_cast<int>(std::strtol(entry->d_name, &end, 10));
+        struct stat status = {};
+        if (end != entry->d_name && hasPeerPort(descriptor, peerPort) && isStream(descriptor) &&
+            ::fstat(descriptor, &status) == 0)
+            sockets.push_back({descriptor, status.st_ino});
+    }
+    return sockets;
+}
+
+quint64 bytesReceived(int descriptor)
+{
+    tcp_info info = {};
+    socklen_t length = 0;
+    constexpr auto needed =
+        offsetof(tcp_info, tcpi_bytes_received) + sizeof info.tcpi_bytes_received;
+    return readInfo(descriptor, info, length) && length >= needed ? info.tcpi_bytes_received : 0;
+}
+
+bool wasEndedByPeer(const ConnectedSocket& socket)
+{
+    struct stat status = {};
+    tcp_info info = {};
+    socklen_t length = 0;
+    return ::fstat(socket.descriptor, &status) == 0 && status.st_ino == socket.identity &&
+           readInfo(socket.descriptor, info, length) && info.tcpi_state != established;
+}
+
+void shutDown(const ConnectedSocket& socket)
+{
+    // Another thread may close the descriptor at any moment; what is held here stays what it is.
+    const int held = ::fcntl(socket.descriptor, F_DUPFD_CLOEXEC, 0);
+    if (held < 0)
+        return;
+    struct stat status = {};
+    if (::fstat(held, &status) == 0 && status.st_ino == socket.identity)
+        ::shutdown(held, SHUT_RDWR);
+    ::close(held);
+}
+
+} // namespace KelRestHandler

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "rest/transport/receivewatch.h"
+
+#include <QNetworkAccessManager>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace KelRestHandler {
+
+/// Chooses the manager that posts a request, so that its connection is a checked and a fresh one.
+///
+/// A server is checked when its connection reports `encrypted`, which it does for the request that
+/// waits for it. So no connection may come about for which no request waits: a later request would
+/// leave on it unchecked. With one request at a time a manager opens none; with more it opens
+/// connections before it knows which it will need. Requests at the same time therefore get managers
+/// of their own, up to as many as the network library has connections to a host; further ones have
+/// to wait. A manager whose request ended without a reply makes a new connection, since the one
+/// that it was making may be completed all the same.
+///
+/// A connection that was idle for longer than services keep them is not used again, either. Were
+/// it, the service might close it while the request is on its way, and the request, which goes out
+/// once, would be answered with an error.
+class ServiceConnections : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// 5 s is the shortest time for which common servers keep a connection; a request and what the
+    /// service said last may each take half a second on their way.
+    static constexpr int idleMilliseconds = 4000;
+    static constexpr int maximumManagers = 6;
+
+    using SetUp = std::function<void(QNetworkAccessManager*)>;
+
+    /// `first` stays the caller's; `setUp` is called for it and for every further manager.
+    ServiceConnections(QNetworkAccessManager* first, SetUp setUp, QObject* parent);
+    ~ServiceConnections() override;
+
+    /// Whether a request can be posted now.
+    bool isFree() const;
+
+    /// Null when none can be.
+    QNetworkReply* post(const QNetworkRequest& request, const QByteArray& body);
+
+    /// Changes the limit for posts from now on, for tests.
+    static void setIdleMilliseconds(int milliseconds);
+
+Q_SIGNALS:
+    /// A request has ended.
+    void freed();
+
+private:
+    struct Line
+    {
+        QNetworkAccessManager* manager;
+        std::unique_ptr<QNetworkAccessManager> owned; ///< null for the first
+        bool isBusy = false;
+        bool isUnsure = false; ///< may have a connection that nobody has checked
+        qint64 idleSince = 0;
+        std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
+    };
+
+    Line* lineForPost();
+    void dropIdleManagers();
+    void onFinished(QNetworkReply* reply);
+    Line& makeLine(QNetworkAccessManager* manager);
+    static bool mustReconnect(const Line& line);
+
+    SetUp mSetUp;
+    std::vector<std::unique_ptr<Line>> mLines;
+};
+
+} // namespace KelRestHandler

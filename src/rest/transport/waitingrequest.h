@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "rest/request/httprequest.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QNetworkRequest>
+#include <QObject>
+#include <QTimer>
+
+namespace KelRestHandler {
+
+/// A request as it is to be posted, and what its answer needs of it. While there are as many under
+/// way as may be it waits, within the same guard as a reply; a request that it was given dies with
+/// it.
+class WaitingRequest : public QObject
+{
+    Q_OBJECT
+
+public:
+    WaitingRequest(const QNetworkRequest& message, const HttpRequest& request, int type);
+    ~WaitingRequest() override; ///< wipes the body
+
+    QNetworkRequest message() const { return mMessage; }
+    QByteArray body() const { return mBody; }
+    int type() const { return mType; }
+    QString consumerKey() const { return mConsumerKey; }
+    int requestId() const { return mRequestId; }
+
+    /// What is left of the guard, at least 1.
+    int millisecondsLeft() const;
+
+    /// From now on timedOut() comes when the guard is over.
+    void wait();
+
+Q_SIGNALS:
+    void timedOut();
+
+private:
+    void onTimeout();
+
+    QNetworkRequest mMessage;
+    QByteArray mBody;
+    int mType;
+    QString mConsumerKey;
+    int mRequestId;
+    int mGuardMilliseconds;
+    QElapsedTimer mSinceMade;
+    QTimer mTimer{this}; // a child, so that it comes along to another thread
+};
+
+} // namespace KelRestHandler
