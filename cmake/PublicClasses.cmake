@@ -3,9 +3,11 @@
 # exports of it:
 #   object     its members, its virtual table and its type information
 #   functions  its members
+#   itself     it is a function
 #   nothing    the header is all there is
 # From these rows follow the linker's list of exports, the installed headers, those that bear the name
-# alone (<kelaccount/KelAccounts>) and what the tests of the package expect.
+# alone (<kelaccount/KelAccounts>) and what the tests of the package expect. A function's begins with a
+# capital (<kelaccount/StatusText>).
 set(KELACCOUNT_PUBLIC_CLASSES
   "KelAccount::KelAccounts          kelaccounts.h          object"
   "KelAccount::ProfileInfo          profileinfo.h          object"
@@ -13,7 +15,11 @@ set(KELACCOUNT_PUBLIC_CLASSES
   "CommonUtils                      commonutils.h          functions"
   "KelAccount::ConsentQueryVariant  consentqueryvariant.h  nothing"
   "KelAccount::ErrorStatus          errorstatus.h          nothing"
-  "KelAccount::PreAccountInfo       preaccountinfo.h       nothing")
+  "KelAccount::PreAccountInfo       preaccountinfo.h       nothing"
+  "KelAccount::isRetryable          statustext.h           itself"
+  "KelAccount::statusField          statustext.h           itself"
+  "KelAccount::statusName           statustext.h           itself"
+  "KelAccount::statusText           statustext.h           itself")
 # Headers that those include, with nothing in them for applications.
 set(KELACCOUNT_PUBLIC_HELPERS export.h)
 
@@ -36,12 +42,21 @@ function(kelaccount_public_headers result)
   set(${result} ${headers} PARENT_SCOPE)
 endfunction()
 
+# kelaccount_forwarding_name(CLASS RESULT): the header in the name of a class or a function.
+function(kelaccount_forwarding_name class result)
+  string(REGEX REPLACE "^.*::" "" name ${class})
+  string(SUBSTRING ${name} 0 1 first)
+  string(SUBSTRING ${name} 1 -1 rest)
+  string(TOUPPER ${first} first)
+  set(${result} ${first}${rest} PARENT_SCOPE)
+endfunction()
+
 # kelaccount_write_forwarding_headers(FOLDER RESULT): one for each row, in its name.
 function(kelaccount_write_forwarding_headers folder result)
   set(written)
   foreach(row IN LISTS KELACCOUNT_PUBLIC_CLASSES)
     kelaccount_read_public_class("${row}")
-    string(REGEX REPLACE "^.*::" "" name ${class})
+    kelaccount_forwarding_name(${class} name)
     file(CONFIGURE OUTPUT ${folder}/${name} CONTENT "#include <kelaccount/${header}>\n")
     list(APPEND written ${folder}/${name})
   endforeach()
@@ -54,7 +69,9 @@ function(kelaccount_write_exports path version)
   set(names)
   foreach(row IN LISTS KELACCOUNT_PUBLIC_CLASSES)
     kelaccount_read_public_class("${row}")
-    if(NOT exported STREQUAL nothing)
+    if(exported STREQUAL itself)
+      string(APPEND names "            ${class}*;\n")
+    elseif(NOT exported STREQUAL nothing)
       string(APPEND names "            ${class}::*;\n")
     endif()
     if(exported STREQUAL object)
@@ -80,7 +97,7 @@ function(kelaccount_check_public_classes folder)
   set(rows)
   foreach(row IN LISTS KELACCOUNT_PUBLIC_CLASSES)
     kelaccount_read_public_class("${row}")
-    if(NOT exported MATCHES "^(object|functions|nothing)$")
+    if(NOT exported MATCHES "^(object|functions|itself|nothing)$")
       message(FATAL_ERROR "cmake/PublicClasses.cmake: ${class} exports \"${exported}\"")
     endif()
     if(NOT exported STREQUAL nothing)
@@ -100,6 +117,11 @@ function(kelaccount_check_public_classes folder)
       string(REGEX REPLACE "^(class|struct) +KELACCOUNT_EXPORT +([A-Za-z0-9_]+).*" "\\2" class "${line}")
       list(APPEND declared "${name}: ${class}")
     endforeach()
+    file(STRINGS ${header} lines REGEX "^KELACCOUNT_EXPORT ")
+    foreach(line IN LISTS lines)
+      string(REGEX REPLACE "^KELACCOUNT_EXPORT +[^(]* ([A-Za-z0-9_]+)\\(.*" "\\1" function "${line}")
+      list(APPEND declared "${name}: ${function}")
+    endforeach()
   endforeach()
   kelaccount_public_headers(listed)
   foreach(pair rows:declared listed:names)
@@ -108,6 +130,7 @@ function(kelaccount_check_public_classes folder)
     list(GET pair 1 theirs)
     list(SORT ${ours})
     list(SORT ${theirs})
+    list(REMOVE_DUPLICATES ${theirs})
     if(NOT "${${ours}}" STREQUAL "${${theirs}}")
       message(FATAL_ERROR "cmake/PublicClasses.cmake lists \"${${ours}}\", but under ${folder} there "
                           "are \"${${theirs}}\". Bring the rows and the headers together.")

@@ -21,9 +21,9 @@ struct Close
     void operator()(void* module) const { ::dlclose(module); }
 };
 
-// The folder stands beside the library that this code is part of. Empty when that is not to be
-// found: a path that the loader would have to search for could be anybody's.
-QByteArray pathOf(const char* moduleName)
+} // namespace
+
+QString moduleFolder()
 {
     Dl_info self{};
     if (::dladdr(reinterpret_cast<const void*>(&demandedFunction), &self) == 0)
@@ -39,20 +39,18 @@ QByteArray pathOf(const char* moduleName)
         QFileInfo(QFile::decodeName(folder.data()) + QLatin1Char('/') + name).canonicalFilePath();
     if (!QDir::isAbsolutePath(real))
         return {};
-    return QFile::encodeName(QFileInfo(real).path() +
-                             QLatin1String("/" KELACCOUNT_MODULE_FOLDER "/") +
-                             QLatin1String(moduleName) + QLatin1String(".so"));
+    return QFileInfo(real).path() + QLatin1String("/" KELACCOUNT_MODULE_FOLDER);
 }
-
-} // namespace
 
 void* demandedFunction(const char* moduleName, const char* functionName)
 {
-    const QByteArray path = pathOf(moduleName);
-    if (path.isEmpty()) {
+    const QString folder = moduleFolder();
+    if (folder.isEmpty()) {
         qCCritical(logAccount, "The folder of the library is not to be found");
         return nullptr;
     }
+    const QByteArray path = QFile::encodeName(folder + QLatin1Char('/') +
+                                              QLatin1String(moduleName) + QLatin1String(".so"));
     void* const module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
     void* const function = module ? ::dlsym(module, functionName) : nullptr;
     if (!function)

@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QString>
+
 namespace KelAccount {
+
+/// The folder beside the library that this code is part of, where its modules and catalogues are
+/// installed. Absolute. Empty when that is not to be found: a path that would have to be searched
+/// for could be anybody's.
+QString moduleFolder();
 
 /// A function of one of the modules that are installed in a folder beside the library. They hold
 /// what few processes use and every process would pay for: a platform library of several megabytes

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# usage: symbols.sh LIBRARY CLASS=object|functions...
-# Every symbol that the shared library defines belongs to one of these classes, and each of them is
-# there.
+# usage: symbols.sh LIBRARY CLASS=object|functions... FUNCTION=itself...
+# Every symbol that the shared library defines belongs to one of these classes or is one of these
+# functions, and each of them is there.
 set -euo pipefail
 library=$1
 shift
@@ -13,12 +13,15 @@ defined=$(nm --dynamic --defined-only --demangle --without-symbol-versions "$lib
 members= objects=
 for row in "$@"; do
     class=${row%%=*}
-    members+="${members:+|}$class"
-    [ "${row##*=}" = functions ] || objects+="${objects:+|}$class"
+    case ${row##*=} in
+    itself) members+="${members:+|}$class\\(" ;;
+    *) members+="${members:+|}${class}::" ;;
+    esac
+    [ "${row##*=}" != object ] || objects+="${objects:+|}$class"
 done
 # virtual tables, type information and the like name the class behind them
 about='(vtable|typeinfo|typeinfo name) for'
-allowed="^(non-virtual thunk to )?($members)::|^$about ($objects)\$"
+allowed="^(non-virtual thunk to )?($members)|^$about ($objects)\$"
 # The undefined behaviour sanitizer has the type information of Qt's classes at hand everywhere.
 wanted=$(nm --dynamic --undefined-only "$library")
 if grep -q ' __ubsan_' <<<"$wanted"; then
@@ -35,6 +38,8 @@ for row in "$@"; do
         done ;;
     functions)
         grep -q "^${class}::[A-Za-z]*(" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
+    itself)
+        grep -q "^${class}(" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
     *)
         echo "\"$row\": say what is exported"; exit 1 ;;
     esac

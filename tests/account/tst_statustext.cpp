@@ -1,0 +1,369 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include <kelaccount/commonutils.h>
+#include <kelaccount/errorstatus.h>
+#include <kelaccount/registrationinfo.h>
+#include <kelaccount/statustext.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QLocale>
+#include <QMap>
+#include <QMetaProperty>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTest>
+#include <QThread>
+#include <QXmlStreamReader>
+
+#include <limits>
+#include <memory>
+#include <vector>
+
+using namespace KelAccount;
+
+namespace {
+
+// What the library reports without a member of the enumeration.
+constexpr int memberless[] = {413, 512, 807};
+
+using Statuses = QMap<int, QString>;
+using Translations = QMap<QString, QString>;
+
+QString readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// The enumeration as its header has it.
+Statuses readMembers()
+{
+    Statuses members;
+    const QRegularExpression member(QStringLiteral("^    (Error\\w+) = (\\d+),"),
+                                    QRegularExpression::MultilineOption);
+    auto each = member.globalMatch(readAll(QStringLiteral(KELACCOUNT_ERRORSTATUS)));
+    while (each.hasNext()) {
+        const QRegularExpressionMatch match = each.next();
+        members.insert(match.captured(2).toInt(), match.captured(1));
+    }
+    return members;
+}
+
+QList<int> everyStatus()
+{
+    QList<int> statuses = readMembers().keys();
+    for (const int status : memberless)
+        statuses.append(status);
+    return statuses;
+}
+
+QStringList languages()
+{
+    const QStringList files =
+        QDir(QStringLiteral(KELACCOUNT_CATALOGUES)).entryList({QStringLiteral("*.ts")});
+    QStringList names;
+    for (const QString& file : files)
+        names.append(
+            QString(file).remove(QStringLiteral("statustext_")).remove(QStringLiteral(".ts")));
+    return names;
+}
+
+// The catalogue as its translator left it; an unfinished one has no entry.
+Translations readCatalogue(const QString& language)
+{
+    QFile file(QStringLiteral(KELACCOUNT_CATALOGUES "/statustext_%1.ts").arg(language));
+    Translations translations;
+    if (!file.open(QFile::ReadOnly))
+        return translations;
+    QXmlStreamReader reader(&file);
+    QString source;
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (reader.name() == QLatin1String("source"))
+            source = reader.readElementText();
+        else if (reader.name() == QLatin1String("translation") &&
+                 !reader.attributes().hasAttribute(QLatin1String("type")))
+            translations.insert(source, reader.readElementText());
+    }
+    return translations;
+}
+
+// Empty when the text is one or two good sentences, else what is wrong with it.
+QString fault(const QString& text)
+{
+    if (text.isEmpty() || !text.at(0).isUpper())
+        return QStringLiteral("begins with no capital");
+    if (!text.endsWith(QLatin1Char('.')) || text.contains(QLatin1String("..")))
+        return QStringLiteral("does not end as a sentence");
+    if (text.contains(QRegularExpression(QStringLiteral("[%&<>{}_\\d\\n\\t]|::|  |Zor|^\\s|\\s$"))))
+        return QStringLiteral("has a placeholder, markup, a number or a name in it");
+    // A name is one word of several capitals.
+    if (text.contains(QRegularExpression(QStringLiteral("[a-z][A-Z]"))))
+        return QStringLiteral("has a program's name in it");
+    return {};
+}
+
+} // namespace
+
+class TestStatusText : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // First, so that the catalogues are read by all of them at once.
+    void textsAreReadOnAnyThread()
+    {
+        constexpr int threadCount = 8;
+        const QList<int> statuses = everyStatus();
+        const QStringList names = languages();
+        std::vector<Translations> read(threadCount);
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (Translations& texts : read) {
+            threads.emplace_back(QThread::create([&texts, statuses, names] {
+                for (const int status : statuses) {
+                    for (const QString& name : names)
+                        texts.insert(name + QString::number(status),
+                                     statusText(status, QLocale(name)));
+                }
+            }));
+            threads.back()->start();
+        }
+        for (const auto& thread : threads)
+            QVERIFY(thread->wait());
+        QCOMPARE(read.front().size(), statuses.size() * names.size());
+        for (const int status : statuses) {
+            for (const QString& name : names) {
+                const QString text = statusText(status, QLocale(name));
+                for (const Translations& texts : read)
+                    QCOMPARE(texts.value(name + QString::number(status)), text);
+            }
+        }
+    }
+
+    void theEnumerationIsReadWhole()
+    {
+        const Statuses members = readMembers();
+        const QString header = readAll(QStringLiteral(KELACCOUNT_ERRORSTATUS));
+        QCOMPARE(members.size(),
+                 header.count(QRegularExpression(QStringLiteral("\\bError\\w+ ="))));
+        for (auto member = members.begin(); member != members.end(); ++member)
+            QCOMPARE(statusName(member.key()), QStringLiteral("ZorKeLDefs::") + member.value());
+        QCOMPARE(members.value(ErrorMax), QStringLiteral("ErrorMax"));
+    }
+
+    void everyLanguageHasAGoodSentenceForEveryStatus()
+    {
+        const QStringList names = languages();
+        for (const char* const wanted : {"en", "de", "fr", "fi"})
+            QVERIFY2(names.contains(QLatin1String(wanted)), wanted);
+        for (const int status : everyStatus()) {
+            QSet<QString> texts;
+            for (const QString& name : names) {
+                const QString text = statusText(status, QLocale(name));
+                QVERIFY2(fault(text).isEmpty(), qPrintable(QStringLiteral("%1 in %2: \"%3\" %4")
+                                                               .arg(status)
+                                                               .arg(name, text, fault(text))));
+                texts.insert(text);
+            }
+            QVERIFY2(texts.size() == names.size(),
+                     qPrintable(QStringLiteral("%1 is the same in two languages: %2")
+                                    .arg(status)
+                                    .arg(QStringList(texts.values()).join(QLatin1String(" | ")))));
+        }
+    }
+
+    void everyStatusHasATextOfItsOwnKind()
+    {
+        const QString fallback = statusText(9999);
+        for (const int status : everyStatus()) {
+            const bool saysNothing =
+                status == ErrorUnknown || status == ErrorUndefined || status == ErrorMax;
+            QVERIFY2((statusText(status) == fallback) == saysNothing,
+                     qPrintable(QString::number(status)));
+        }
+    }
+
+    void theCataloguesHaveTheTextsOfTheCodeAndNoOthers()
+    {
+        QSet<QString> used;
+        for (const int status : everyStatus())
+            used.insert(statusText(status, QLocale::c()));
+        used.insert(statusText(1, QLocale::c())); // the daemon's
+        for (const QString& name : languages()) {
+            const Translations catalogue = readCatalogue(name);
+            const QStringList sources = catalogue.keys();
+            QCOMPARE(QSet<QString>(sources.begin(), sources.end()), used);
+            for (const int status : everyStatus())
+                QCOMPARE(statusText(status, QLocale(name)),
+                         catalogue.value(statusText(status, QLocale::c())));
+        }
+        const Translations english = readCatalogue(QStringLiteral("en"));
+        for (auto text = english.begin(); text != english.end(); ++text)
+            QCOMPARE(text.value(), text.key());
+    }
+
+    void statusesWithoutARowHaveATextToo()
+    {
+        for (const int status :
+             {1, 3, 310, 311, 399, 400, 706, 9999, -1, std::numeric_limits<int>::min(),
+              std::numeric_limits<int>::max()}) {
+            for (const QString& name : languages())
+                QVERIFY2(fault(statusText(status, QLocale(name))).isEmpty(), qPrintable(name));
+        }
+        QVERIFY(statusText(3) != statusText(9999));
+    }
+
+    void theLanguageIsTheLocales_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("text");
+        const QString german = QStringLiteral("Dieses Konto ist gesperrt.");
+        const QString french = QStringLiteral("Ce compte est bloqué.");
+        const QString finnish = QStringLiteral("Tämä tili on lukittu.");
+        const QString english = QStringLiteral("This account is locked.");
+        QTest::newRow("German") << QStringLiteral("de_DE") << german;
+        QTest::newRow("Swiss German") << QStringLiteral("de_CH") << german;
+        QTest::newRow("Canadian French") << QStringLiteral("fr_CA") << french;
+        QTest::newRow("Finnish") << QStringLiteral("fi_FI") << finnish;
+        QTest::newRow("English") << QStringLiteral("en_GB") << english;
+        QTest::newRow("Filipino") << QStringLiteral("fil_PH") << english;
+        QTest::newRow("Frisian") << QStringLiteral("fy_NL") << english;
+        QTest::newRow("Chinese") << QStringLiteral("zh_Hant_TW") << english;
+        QTest::newRow("C") << QStringLiteral("C") << english;
+    }
+
+    void theLanguageIsTheLocales()
+    {
+        QFETCH(QString, locale);
+        QTEST(statusText(ErrorAccountLocked, QLocale(locale)), "text");
+    }
+
+    // The run's environment says Dutch, which there is not, then German, then French.
+    void theFirstOfTheUsersLanguagesThatThereIsIsTaken()
+    {
+        QCOMPARE(QLocale::system().language(), QLocale::Dutch);
+        QCOMPARE(statusText(ErrorAccountLocked), QStringLiteral("Dieses Konto ist gesperrt."));
+    }
+
+    void theApplicationsLocaleIsTheDefault()
+    {
+        const QLocale before;
+        QLocale::setDefault(QLocale(QStringLiteral("fi_FI")));
+        const QString text = statusText(ErrorAccountLocked);
+        QLocale::setDefault(before);
+        QCOMPARE(text, QStringLiteral("Tämä tili on lukittu."));
+    }
+
+    void noTranslatorIsInstalledInTheApplication()
+    {
+        int count = 1;
+        char name[] = "test";
+        char* arguments[] = {name, nullptr};
+        const QCoreApplication application(count, arguments);
+        QCOMPARE(statusText(ErrorAccountLocked, QLocale(QStringLiteral("de"))),
+                 QStringLiteral("Dieses Konto ist gesperrt."));
+        const char text[] = "This account is locked.";
+        QCOMPARE(QCoreApplication::translate("KelAccount::StatusText", text),
+                 QString::fromLatin1(text));
+    }
+
+    void theFieldIsTheArgumentThatWasRefused_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("field");
+        QTest::newRow("reserved name") << 512 << "userName";
+        QTest::newRow("no such user") << int(ErrorUserNotFound) << "userName";
+        QTest::newRow("captcha, registering") << int(ErrorCaptchaError) << "captchaText";
+        QTest::newRow("captcha, recovering") << int(ErrorInvalidCaptcha) << "captchaText";
+        QTest::newRow("no captcha") << int(ErrorServiceTagAndCaptchaMissing) << "captchaText";
+        QTest::newRow("address") << int(ErrorEmailAddressReserved) << "emailAddress";
+        QTest::newRow("too young") << int(ErrorTooYoung) << "dateOfBirth";
+        QTest::newRow("consent") << int(ErrorAgeVerificationSimpleConsent) << "dateOfBirth";
+        QTest::newRow("age") << int(ErrorAgeVerificationDisallowed) << "dateOfBirth";
+        QTest::newRow("old password") << int(ErrorOldPasswordMismatch) << "oldPassword";
+        QTest::newRow("no password") << int(ErrorSignInPasswordEmpty) << "password";
+        QTest::newRow("no key") << int(ErrorConsumerKeyMissing) << "consumerKey";
+        QTest::newRow("no secret") << int(ErrorConsumerSecretMissing) << "consumerSecret";
+        QTest::newRow("success") << int(ErrorNone) << "";
+        QTest::newRow("name or password") << int(ErrorNotAuthorized) << "";
+        QTest::newRow("address or number") << int(ErrorInvalidContact) << "";
+        QTest::newRow("any value") << int(ErrorInvalidParameter) << "";
+        QTest::newRow("the device") << int(ErrorInvalidServiceTag) << "";
+        QTest::newRow("network") << int(ErrorTimeout) << "";
+        QTest::newRow("daemon") << 3 << "";
+        QTest::newRow("unknown") << 9999 << "";
+    }
+
+    void theFieldIsTheArgumentThatWasRefused()
+    {
+        QFETCH(int, status);
+        QTEST(statusField(status), "field");
+    }
+
+    void aFieldIsAPropertyOfTheRegistrationOrAnArgument()
+    {
+        const QStringList arguments = {QStringLiteral("consumerKey"),
+                                       QStringLiteral("consumerSecret"),
+                                       QStringLiteral("oldPassword")};
+        for (const int status : everyStatus()) {
+            const QString field = statusField(status);
+            QVERIFY2(field.isEmpty() || arguments.contains(field) ||
+                         RegistrationInfo::staticMetaObject.indexOfProperty(qPrintable(field)) >= 0,
+                     qPrintable(field));
+            // What was refused once is refused again.
+            QVERIFY2(field.isEmpty() || !isRetryable(status), qPrintable(field));
+        }
+    }
+
+    void onlyWhatTimeCanMendIsRetryable_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("retryable");
+        QTest::newRow("success") << int(ErrorNone) << false;
+        QTest::newRow("refused") << int(ErrorConnectionRefused) << true;
+        QTest::newRow("closed") << int(ErrorRemoteHostClosed) << true;
+        QTest::newRow("no such host") << int(ErrorHostNotFound) << true;
+        QTest::newRow("time-out") << int(ErrorTimeout) << true;
+        QTest::newRow("cancelled") << int(ErrorOperationCanceled) << true;
+        QTest::newRow("certificate") << int(ErrorSslHandshakeFailed) << false;
+        QTest::newRow("network away") << int(ErrorTemporaryNetworkFailure) << true;
+        QTest::newRow("proxy wants credentials") << int(ErrorProxyAuthenticationRequired) << false;
+        QTest::newRow("denied") << 413 << false;
+        QTest::newRow("not found") << int(ErrorContentNotFound) << false;
+        QTest::newRow("asked too often") << int(ErrorUnknownContent) << true;
+        QTest::newRow("cut reply") << int(ErrorProtocolFailure) << true;
+        QTest::newRow("service out of order") << int(ErrorGeneralError) << true;
+        QTest::newRow("wrong password") << int(ErrorNotAuthorized) << false;
+        QTest::newRow("locked") << int(ErrorAccountLocked) << false;
+        QTest::newRow("name taken") << 512 << false;
+        QTest::newRow("wrong captcha") << int(ErrorCaptchaError) << false;
+        QTest::newRow("mail server away") << int(ErrorEmailSendingFailed) << true;
+        QTest::newRow("foreign client") << int(ErrorUntrustedClient) << false;
+        QTest::newRow("busy") << int(ErrorAuthSessionBusy) << true;
+        QTest::newRow("disabled") << int(ErrorAccountDisabled) << false;
+        QTest::newRow("before initialize") << int(ErrorInitializationPending) << false;
+        QTest::newRow("account there") << int(ErrorAccountAlreadyPresent) << false;
+        QTest::newRow("set-up running") << int(ErrorAccountConfigurationInProgress) << true;
+        QTest::newRow("daemon away") << int(ErrorFailedToEstablishZorAuthSession) << true;
+        QTest::newRow("modem not yet there") << 807 << true;
+        QTest::newRow("bad argument") << int(ErrorInvalidParameter) << false;
+        QTest::newRow("daemon gone meanwhile") << 3 << true;
+    }
+
+    void onlyWhatTimeCanMendIsRetryable()
+    {
+        QFETCH(int, status);
+        QTEST(isRetryable(status), "retryable");
+    }
+
+    void theNameIsTheOneOfTheLogs()
+    {
+        for (int status = -10; status < 1100; ++status)
+            QCOMPARE(statusName(status), CommonUtils::ConvertErrorCodeToString(status));
+    }
+};
+
+QTEST_APPLESS_MAIN(TestStatusText)
+#include "tst_statustext.moc"
