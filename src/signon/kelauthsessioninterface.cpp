@@ -40,18 +40,15 @@ bool saysPluginEnded(int error)
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
-    // Children, so that they come along to another thread.
-    : QObject(parent), mOpeningGuard(this),
-      mDaemonWatcher(signOnDaemonName, QDBusConnection::sessionBus(),
-                     QDBusServiceWatcher::WatchForUnregistration, this)
+    // A child, so that it comes along to another thread.
+    : QObject(parent), mOpeningGuard(this)
 {
     registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);
     mOpeningGuard.setInterval(openingTimeoutMs);
     connect(&mOpeningGuard, &QTimer::timeout, this,
             &KelAuthSessionInterface::processOpeningTimeout);
-    connect(&mDaemonWatcher, &QDBusServiceWatcher::serviceUnregistered, this,
-            &KelAuthSessionInterface::processDaemonLoss);
+    whenSignOnDaemonIsLost(this, [this] { processDaemonLoss(); });
 
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())

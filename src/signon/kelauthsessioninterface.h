@@ -8,7 +8,6 @@
 #include <SignOn/Error>
 #include <SignOn/SessionData>
 
-#include <QDBusServiceWatcher>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
@@ -150,7 +149,6 @@ private:
 
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;
-    QDBusServiceWatcher mDaemonWatcher;
     bool mInitialiseRepeated = false; // for this session
     bool mDaemonConfirmed = false; // runs for this session; a loss before is that of an earlier one
 };
