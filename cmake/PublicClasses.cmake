@@ -3,6 +3,7 @@
 # exports of it:
 #   object     its members, its virtual table and its type information
 #   functions  its members
+#   gadget     its members, which are its meta-object
 #   itself     it is a function
 #   nothing    the header is all there is
 # From these rows follow the linker's list of exports, the installed headers, those that bear the name
@@ -15,7 +16,8 @@ set(KELACCOUNT_PUBLIC_CLASSES
   "CommonUtils                      commonutils.h          functions"
   "KelAccount::ConsentQueryVariant  consentqueryvariant.h  nothing"
   "KelAccount::ErrorStatus          errorstatus.h          nothing"
-  "KelAccount::PreAccountInfo       preaccountinfo.h       nothing"
+  "KelAccount::PreAccountInfo       preaccountinfo.h       gadget"
+  "KelAccount::ResultKey            resultkeys.h           nothing"
   "KelAccount::isRetryable          statustext.h           itself"
   "KelAccount::statusField          statustext.h           itself"
   "KelAccount::statusName           statustext.h           itself"
@@ -97,7 +99,7 @@ function(kelaccount_check_public_classes folder)
   set(rows)
   foreach(row IN LISTS KELACCOUNT_PUBLIC_CLASSES)
     kelaccount_read_public_class("${row}")
-    if(NOT exported MATCHES "^(object|functions|itself|nothing)$")
+    if(NOT exported MATCHES "^(object|functions|gadget|itself|nothing)$")
       message(FATAL_ERROR "cmake/PublicClasses.cmake: ${class} exports \"${exported}\"")
     endif()
     if(NOT exported STREQUAL nothing)

@@ -5,6 +5,7 @@
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/export.h>
 #include <kelaccount/preaccountinfo.h>
+#include <kelaccount/profileinfo.h>
 
 #include <QObject>
 #include <QString>
@@ -16,7 +17,6 @@ class QPixmap;
 namespace KelAccount {
 
 class KelAccountsPrivate;
-class ProfileInfo;
 class RegistrationInfo;
 
 /// One asynchronous interface to the online account service.
@@ -31,6 +31,10 @@ class RegistrationInfo;
 /// process on one thread that runs an event loop: they share the server's clock and more, and
 /// nothing is locked. Deleting one, also from a slot connected to it, drops the answers still to
 /// come.
+///
+/// This header alone suffices to connect to every signal. The keys of the maps that some carry, and
+/// the types of their values, are in <kelaccount/resultkeys.h>; sentences to show for a status are
+/// in <kelaccount/statustext.h>.
 ///
 /// An object without a parent may be made on one thread and then be sent to another, with
 /// QObject::moveToThread(), before its first call; everything that belongs to it goes along. Call

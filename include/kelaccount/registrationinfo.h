@@ -44,6 +44,8 @@ class KELACCOUNT_EXPORT RegistrationInfo : public QObject
     Q_PROPERTY(bool marketingInfo READ marketingInfo WRITE setMarketingInfo)
     Q_PROPERTY(bool marketingInfoOnMobile READ marketingInfoOnMobile WRITE setMarketingInfoOnMobile)
     Q_PROPERTY(bool marketingInfoOnEmail READ marketingInfoOnEmail WRITE setMarketingInfoOnEmail)
+    Q_PROPERTY(QString securityQuestion READ securityQuestion WRITE setSecurityQuestion)
+    Q_PROPERTY(QString securityAnswer READ securityAnswer WRITE setSecurityAnswer)
 
 public:
     /// An empty record, owned by `parent` if there is one.

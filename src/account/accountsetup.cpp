@@ -4,6 +4,7 @@
 #include "common/logging.h"
 
 #include <kelaccount/errorstatus.h>
+#include <kelaccount/resultkeys.h>
 
 #include <QPointer>
 
@@ -220,11 +221,11 @@ QVariantMap AccountSetUp::result() const
         return mAnswer.getProperty(QString::fromLatin1(key));
     };
     return {
-        {QStringLiteral("IdentityId"), mCredentialsId},
-        {QStringLiteral("AccountId"), value("KelAccountId")},
-        {QStringLiteral("LoginId"), value("LoginId")},
-        {QStringLiteral("UserId"), value("UserId")},
-        {QStringLiteral("EmailAddress"), value("EmailAddress")},
+        {ResultKey::identityId, mCredentialsId},
+        {ResultKey::accountId, value("KelAccountId")},
+        {ResultKey::loginId, value("LoginId")},
+        {ResultKey::userId, value("UserId")},
+        {ResultKey::emailAddress, value("EmailAddress")},
     };
 }
 

@@ -7,6 +7,8 @@
 #include "device/devicecountrypicker.h"
 #include "rest/request/addressvalue.h"
 
+#include <kelaccount/resultkeys.h>
+
 #include <QPointer>
 
 using namespace KelRestHandler;
@@ -235,9 +237,9 @@ void KelAccountsPrivate::processRetrieveSecurityQuestionResponse(SecurityQuestio
 {
     const SecurityQuestionData& question = response.securityQuestion;
     const QVariantMap map = {
-        {QStringLiteral("userId"), question.username},
-        {QStringLiteral("securityQuestionId"), question.passwordQuestionId},
-        {QStringLiteral("securityQuestionText"), question.passwordQuestionText},
+        {ResultKey::recoveryUserId, question.username},
+        {ResultKey::securityQuestionId, question.passwordQuestionId},
+        {ResultKey::securityQuestionText, question.passwordQuestionText},
     };
     Q_EMIT retrievePasswordResetSecQuestionResponse(toStatus(response.status), map);
 }

@@ -59,8 +59,6 @@ RegistrationInfo filledRegistration()
 {
     RegistrationInfo info;
     fillProperties(info);
-    info.setSecurityQuestion(QStringLiteral("3"));
-    info.setSecurityAnswer(QStringLiteral("Rex"));
     info.setLanguage(QLocale::Finnish);
     info.setCountry(QLocale::Finland);
     info.setGender(GenderFemale);
@@ -91,7 +89,8 @@ private Q_SLOTS:
             "userName QString|captchaText QString|captchaId QString|password QString|"
             "mobilePhoneNumber QString|emailAddress QString|languageAsString QString|"
             "countryAsString QString|dateOfBirth QDate|firstName QString|lastName QString|"
-            "marketingInfo bool|marketingInfoOnMobile bool|marketingInfoOnEmail bool");
+            "marketingInfo bool|marketingInfoOnMobile bool|marketingInfoOnEmail bool|"
+            "securityQuestion QString|securityAnswer QString");
         QCOMPARE(propertiesOf(RegistrationInfo::staticMetaObject),
                  expected.split(QLatin1Char('|')));
     }
@@ -151,8 +150,6 @@ private Q_SLOTS:
         for (const RegistrationInfo* info :
              {&copy, &const_cast<const RegistrationInfo&>(assigned)}) {
             checkProperties(*info);
-            QCOMPARE(info->securityQuestion(), QStringLiteral("3"));
-            QCOMPARE(info->securityAnswer(), QStringLiteral("Rex"));
             QCOMPARE(info->language(), QLocale::Finnish);
             QCOMPARE(info->country(), QLocale::Finland);
             QCOMPARE(info->gender(), GenderFemale);
@@ -205,8 +202,6 @@ private Q_SLOTS:
                     QVERIFY2(!value.toBool(), meta->property(i).name());
             }
             QVERIFY(info->dateOfBirth().isNull());
-            QVERIFY(info->securityQuestion().isEmpty());
-            QVERIFY(info->securityAnswer().isEmpty());
             QCOMPARE(int(info->language()), 1);
             QCOMPARE(int(info->country()), 0);
             QCOMPARE(int(info->gender()), 0);
@@ -242,8 +237,8 @@ private Q_SLOTS:
         QCOMPARE(data.password, QStringLiteral("password's value"));
         QCOMPARE(data.mobilePhoneNumber, QStringLiteral("mobilePhoneNumber's value"));
         QCOMPARE(data.emailAddress, QStringLiteral("emailAddress's value"));
-        QCOMPARE(data.securityQuestion, QStringLiteral("3"));
-        QCOMPARE(data.securityAnswer, QStringLiteral("Rex"));
+        QCOMPARE(data.securityQuestion, QStringLiteral("securityQuestion's value"));
+        QCOMPARE(data.securityAnswer, QStringLiteral("securityAnswer's value"));
         QCOMPARE(data.dateOfBirth, QDate(1980, 2, 9));
         QCOMPARE(data.firstName, QStringLiteral("firstName's value"));
         QCOMPARE(data.lastName, QStringLiteral("lastName's value"));
@@ -313,6 +308,27 @@ private Q_SLOTS:
         QCOMPARE(variant.typeName(), "KelAccount::PreAccountInfo");
         QCOMPARE(variant.value<PreAccountInfo>().preAccountId, QStringLiteral("pre-17"));
         QCOMPARE(variant.value<PreAccountInfo>().country, QLocale::Finland);
+    }
+
+    void aPreAccountHasAPropertyForEachField()
+    {
+        const QMetaObject& meta = PreAccountInfo::staticMetaObject;
+        QCOMPARE(propertiesOf(meta),
+                 QStringList({QStringLiteral("preAccountId QString"),
+                              QStringLiteral("username QString"), QStringLiteral("mobile QString"),
+                              QStringLiteral("country QLocale::Country")}));
+        PreAccountInfo info;
+        const QList<QVariant> values = {QStringLiteral("pre-17"), QStringLiteral("somebody"),
+                                        QStringLiteral("+358401234567"),
+                                        QVariant::fromValue(QLocale::Finland)};
+        for (int i = 0; i < values.size(); ++i) {
+            QVERIFY(meta.property(i).writeOnGadget(&info, values.at(i)));
+            QCOMPARE(meta.property(i).readOnGadget(&info), values.at(i));
+        }
+        QCOMPARE(info.preAccountId, QStringLiteral("pre-17"));
+        QCOMPARE(info.username, QStringLiteral("somebody"));
+        QCOMPARE(info.mobile, QStringLiteral("+358401234567"));
+        QCOMPARE(info.country, QLocale::Finland);
     }
 
     void consentVariantsHaveTheirNumbers()

@@ -5,6 +5,7 @@
 set -euo pipefail
 source=$1
 build=$2
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -23,10 +24,14 @@ cmake --build "$work/cmake"
 
 libdir=$(dirname "$(find "$work/prefix" -name libaccounts-kel.so)")
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
-# shellcheck disable=SC2046
-g++ -std=c++17 -fPIC $flags -o "$work/by-pkg-config" "$source/examples/is-user-free.cpp" \
-    $(pkg-config --cflags --libs accounts-kel) \
-    -Wl,-rpath,"$libdir"
+# shellcheck disable=SC2046,SC2086
+by_pkg_config() { # PROGRAM SOURCE
+    g++ -std=c++17 -fPIC $flags -o "$work/$1" "$2" $(pkg-config --cflags --libs accounts-kel) \
+        -Wl,-rpath,"$libdir"
+}
+by_pkg_config by-pkg-config "$source/examples/is-user-free.cpp"
+by_pkg_config every-signal "$here/consumer/everysignal.cpp"
+by_pkg_config edges "$here/consumer/edges.cpp"
 
 # Without an argument it says how it is used; with one and no key, initialize refuses and so does
 # the call.
@@ -40,3 +45,18 @@ done
 for language in en de fr fi; do
     [ -s "$libdir/libaccounts-kel/statustext_$language.qm" ] || { echo "no texts in $language"; exit 1; }
 done
+
+"$work/every-signal"
+
+# An installation can be moved; its texts go along.
+mv "$work/prefix" "$work/moved"
+found=$(LD_LIBRARY_PATH=$work/moved${libdir#"$work/prefix"} "$work/edges")
+expected='preAccountId username mobile country prepared
+Rex
+17
+This account is locked.
+Dieses Konto ist gesperrt.
+Ce compte est bloqué.
+Tämä tili on lukittu.
+ZorKelDefs::Error512 userName 1'
+[ "$found" = "$expected" ] || { echo "the edges of the headers:"; diff <(echo "$expected") - <<<"$found"; exit 1; }

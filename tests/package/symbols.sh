@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: LGPL-2.1-or-later
-# usage: symbols.sh LIBRARY CLASS=object|functions... FUNCTION=itself...
+# usage: symbols.sh LIBRARY CLASS=object|functions|gadget... FUNCTION=itself...
 # Every symbol that the shared library defines belongs to one of these classes or is one of these
 # functions, and each of them is there.
 set -euo pipefail
@@ -38,6 +38,8 @@ for row in "$@"; do
         done ;;
     functions)
         grep -q "^${class}::[A-Za-z]*(" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
+    gadget)
+        grep -qxF "${class}::staticMetaObject" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
     itself)
         grep -q "^${class}(" <<<"$defined" || { echo "$class is not exported"; exit 1; } ;;
     *)

@@ -45,6 +45,10 @@ struct ChildReader
         : tag(name), tagLength(static_cast<int>(size) - 1), read(readChild)
     {
     }
+    constexpr ChildReader(QLatin1String name, Read readChild)
+        : tag(name.data()), tagLength(name.size()), read(readChild)
+    {
+    }
 
     const char* tag;
     int tagLength;

@@ -4,11 +4,15 @@
 #include "rest/reply/elementreading.h"
 #include "rest/reply/elementvalues.h"
 
+#include <kelaccount/resultkeys.h>
+
 #include <iterator>
 
 // The half of the parser that fills records: a table of child elements for each of them.
 
 namespace KelRestHandler {
+
+using KelAccount::ResultKey;
 
 namespace {
 
@@ -210,13 +214,13 @@ void insertText(QVariantMap& to, Node child)
 }
 
 constexpr ChildReader<QVariantMap> serviceQuery[] = {
-    {"serviceUrl", insertText},
-    {"tosUrl", insertText},
-    {"privacyPolicyUrl", insertText},
-    {"serviceSpecificTosUrl", insertText},
-    {"emailVerified",
+    {ResultKey::serviceUrl, insertText},
+    {ResultKey::tosUrl, insertText},
+    {ResultKey::privacyPolicyUrl, insertText},
+    {ResultKey::serviceSpecificTosUrl, insertText},
+    {ResultKey::emailVerified,
      [](QVariantMap& to, Node child) { to.insert(child.nodeName(), elementBool(child)); }},
-    {"extensions",
+    {ResultKey::extensions,
      [](QVariantMap& to, Node child) {
          QVariantMap extensions;
          forEachChild(child,
