@@ -2,6 +2,7 @@
 #include "device/recordedcalls.h"
 
 #include "device/processcalls.h"
+#include "support/literals.h"
 
 #include <cerrno>
 
@@ -12,13 +13,13 @@ QStringList calls;
 
 int recordKill(pid_t process, int signal)
 {
-    calls.append(QStringLiteral("kill %1 %2").arg(process).arg(signal));
+    calls.append("kill %1 %2"_s.arg(process).arg(signal));
     return 0;
 }
 
 pid_t recordWaitpid(pid_t process, int* /*status*/, int options)
 {
-    calls.append(QStringLiteral("waitpid %1 %2").arg(process).arg(options));
+    calls.append("waitpid %1 %2"_s.arg(process).arg(options));
     const auto answer =
         answers.isEmpty() ? KelTest::RecordedCalls::Answer{-1, ECHILD} : answers.takeFirst();
     errno = answer.error;

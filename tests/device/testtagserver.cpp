@@ -4,6 +4,7 @@
 #include "device/obcservicetag.h"
 #include "device/peercalls.h"
 #include "device/tagserveraddress.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -123,7 +124,7 @@ void setStartedServerOptions(const QByteArray& options)
 RunningTagServer::RunningTagServer(const QStringList& options)
 {
     mProcess.setProgram(QStringLiteral(KELACCOUNT_TAG_SERVER_PROGRAM));
-    mProcess.setArguments(QStringList{QStringLiteral("--die-with-parent"), QStringLiteral("--name"),
+    mProcess.setArguments(QStringList{"--die-with-parent"_s, "--name"_s,
                                       QString::fromLatin1(TagServerAddress::socketName())} +
                           options);
     mProcess.start();
@@ -226,7 +227,7 @@ QByteArrayList ThreadTagServer::frames() const
 
 int openDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    return QDir("/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
 }
 
 bool hasChildren()

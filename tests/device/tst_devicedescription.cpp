@@ -2,6 +2,8 @@
 #include "device/devicedescription.h"
 #include "platform/fakemodem.h"
 #include "platform/testroot.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -14,74 +16,65 @@ class TestDeviceDescription : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        TestRoot::clear();
+        KelTest::FakeModem::reset();
+    }
 
-    void theDeviceIsDescribed();
-    void anUnknownDeviceHasNoDescription();
-    void hostileTextsAreMadeHarmless();
-    void headerTextsArePrintableLatin1_data();
-    void headerTextsArePrintableLatin1();
+    void theDeviceIsDescribed()
+    {
+        TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker\n");
+        TestRoot::write("sys/class/dmi/id/product_name", "Phone 5\n");
+        TestRoot::write("etc/os-release", "VERSION_ID=\"12.5\"\n");
+        const DeviceDescription description = KelRestHandler::readDeviceDescription();
+        QCOMPARE(description.manufacturer, "Maker"_s);
+        QCOMPARE(description.model, "Phone 5"_s);
+        QCOMPARE(description.firmwareVersion, "12.5"_s);
+    }
+
+    void anUnknownDeviceHasNoDescription()
+    {
+        const DeviceDescription description = KelRestHandler::readDeviceDescription();
+        QCOMPARE(description.manufacturer, QString());
+        QCOMPARE(description.model, QString());
+        QCOMPARE(description.firmwareVersion, QString());
+    }
+
+    void hostileTextsAreMadeHarmless()
+    {
+        TestRoot::write("sys/class/dmi/id/sys_vendor", "Ma\r\nrest-verb: DELETE");
+        TestRoot::write("sys/class/dmi/id/product_name", QByteArray(100000, 'p'));
+        TestRoot::write("etc/os-release", "VERSION_ID=\"1\x1b[2J\x7f\"\n");
+        const DeviceDescription description = KelRestHandler::readDeviceDescription();
+        QCOMPARE(description.manufacturer, "Ma rest-verb: DELETE"_s);
+        QCOMPARE(description.model, QString(64, QLatin1Char('p')));
+        QCOMPARE(description.firmwareVersion, "1[2J"_s);
+    }
+
+    void headerTextsArePrintableLatin1_data()
+    {
+        columns<QString, QString>("text", "header");
+        const auto utf8 = [](const char* text) { return QString::fromUtf8(text); };
+        QTest::newRow("plain") << utf8("Phone (1.2)") << utf8("Phone (1.2)");
+        QTest::newRow("blanks") << utf8("  a \t b\n\nc ") << utf8("a b c");
+        QTest::newRow("Latin-1") << utf8("M\xC3\xBCller") << utf8("M\xC3\xBCller");
+        QTest::newRow("beyond Latin-1") << utf8("a \xE2\x82\xAC b\xF0\x9F\x93\xB1") << utf8("a b");
+        QTest::newRow("controls") << utf8("a\x01\x7F\xC2\x85"
+                                          "b")
+                                  << utf8("a b");
+        QTest::newRow("null") << QString(QChar(0)) + QLatin1Char('a') << utf8("a");
+        QTest::newRow("64") << QString(64, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
+        QTest::newRow("65") << QString(65, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
+        QTest::newRow("empty") << QString() << QString();
+    }
+
+    void headerTextsArePrintableLatin1()
+    {
+        QFETCH(QString, text);
+        QTEST(headerText(text), "header");
+    }
 };
-
-void TestDeviceDescription::init()
-{
-    TestRoot::clear();
-    KelTest::FakeModem::reset();
-}
-
-void TestDeviceDescription::theDeviceIsDescribed()
-{
-    TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker\n");
-    TestRoot::write("sys/class/dmi/id/product_name", "Phone 5\n");
-    TestRoot::write("etc/os-release", "VERSION_ID=\"12.5\"\n");
-    const DeviceDescription description = KelRestHandler::readDeviceDescription();
-    QCOMPARE(description.manufacturer, QStringLiteral("Maker"));
-    QCOMPARE(description.model, QStringLiteral("Phone 5"));
-    QCOMPARE(description.firmwareVersion, QStringLiteral("12.5"));
-}
-
-void TestDeviceDescription::anUnknownDeviceHasNoDescription()
-{
-    const DeviceDescription description = KelRestHandler::readDeviceDescription();
-    QCOMPARE(description.manufacturer, QString());
-    QCOMPARE(description.model, QString());
-    QCOMPARE(description.firmwareVersion, QString());
-}
-
-void TestDeviceDescription::hostileTextsAreMadeHarmless()
-{
-    TestRoot::write("sys/class/dmi/id/sys_vendor", "Ma\r\nrest-verb: DELETE");
-    TestRoot::write("sys/class/dmi/id/product_name", QByteArray(100000, 'p'));
-    TestRoot::write("etc/os-release", "VERSION_ID=\"1\x1b[2J\x7f\"\n");
-    const DeviceDescription description = KelRestHandler::readDeviceDescription();
-    QCOMPARE(description.manufacturer, QStringLiteral("Ma rest-verb: DELETE"));
-    QCOMPARE(description.model, QString(64, QLatin1Char('p')));
-    QCOMPARE(description.firmwareVersion, QStringLiteral("1[2J"));
-}
-
-void TestDeviceDescription::headerTextsArePrintableLatin1_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("header");
-    const auto utf8 = [](const char* text) { return QString::fromUtf8(text); };
-    QTest::newRow("plain") << utf8("Phone (1.2)") << utf8("Phone (1.2)");
-    QTest::newRow("blanks") << utf8("  a \t b\n\nc ") << utf8("a b c");
-    QTest::newRow("Latin-1") << utf8("M\xC3\xBCller") << utf8("M\xC3\xBCller");
-    QTest::newRow("beyond Latin-1") << utf8("a \xE2\x82\xAC b\xF0\x9F\x93\xB1") << utf8("a b");
-    QTest::newRow("controls") << utf8("a\x01\x7F\xC2\x85"
-                                      "b")
-                              << utf8("a b");
-    QTest::newRow("null") << QString(QChar(0)) + QLatin1Char('a') << utf8("a");
-    QTest::newRow("64") << QString(64, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
-    QTest::newRow("65") << QString(65, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
-    QTest::newRow("empty") << QString() << QString();
-}
-
-void TestDeviceDescription::headerTextsArePrintableLatin1()
-{
-    QFETCH(QString, text);
-    QTEST(headerText(text), "header");
-}
 
 QTEST_GUILESS_MAIN(TestDeviceDescription)
 #include "tst_devicedescription.moc"

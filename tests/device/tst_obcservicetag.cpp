@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcservicetag.h"
 #include "device/testtagserver.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -37,227 +39,196 @@ class TestObcServiceTag : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        TagServerAddress::setProgram({});
+        setStartedServerOptions({});
+    }
 
-    void anErrorOnEntryTouchesNothing();
-    void aNullErrorIsRefused();
-    void aNullArgumentIsReported_data();
-    void aNullArgumentIsReported();
-    void aKeyOf501BytesFailsBeforeAnySocketIsMade();
-    void aMissingSocketIsReported();
+    void cleanup()
+    {
+        // Whatever a test started is gone after it.
+        QVERIFY(!hasChildren());
+    }
 
-    void theFrameIsWrittenAsOnTheWire_data();
-    void theFrameIsWrittenAsOnTheWire();
-    void theReplyIsReadAsOnTheWire_data();
-    void theReplyIsReadAsOnTheWire();
-    void aReplyOfAnySizeFitsOrIsDropped_data();
-    void aReplyOfAnySizeFitsOrIsDropped();
-    void aTagAsLongAsTheBufferIsDropped_data();
-    void aTagAsLongAsTheBufferIsDropped();
+    void anErrorOnEntryTouchesNothing()
+    {
+        char tag[8] = "before";
+        unsigned length = 77;
+        unsigned error = 1;
+        QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error), 0);
+        QCOMPARE(error, 1U);
+        QCOMPARE(length, 77U);
+        QCOMPARE(tag, "before");
+    }
+
+    void aNullErrorIsRefused()
+    {
+        char tag[8] = "before";
+        unsigned length = 77;
+        QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, nullptr), 0);
+        QCOMPARE(length, 77U);
+    }
+
+    void aNullArgumentIsReported_data()
+    {
+        columns<bool, bool, bool>("withKey", "withTag", "withLength");
+        QTest::newRow("no key") << false << true << true;
+        QTest::newRow("no tag buffer") << true << false << true;
+        QTest::newRow("no tag length") << true << true << false;
+        QTest::newRow("nothing") << false << false << false;
+    }
+
+    void aNullArgumentIsReported()
+    {
+        const auto [withKey, withTag, withLength] =
+            fetch<bool, bool, bool>("withKey", "withTag", "withLength");
+        ThreadTagServer server("\x01tag"_ba);
+        QVERIFY(server.isReady());
+        char tag[8];
+        unsigned length = 77;
+        unsigned error = 0;
+        // A length that is too long as well: a null pointer is the first thing looked for.
+        QCOMPARE(ObC_ServiceTag(withKey ? "key" : nullptr, 501, withTag ? tag : nullptr,
+                                withLength ? &length : nullptr, sizeof tag, &error),
+                 0);
+        QCOMPARE(error, 0x2001U);
+        QCOMPARE(length, withLength ? 0U : 77U);
+        QCOMPARE(server.connections(), 0);
+    }
+
+    void aKeyOf501BytesFailsBeforeAnySocketIsMade()
+    {
+        const QByteArray key(501, 'k');
+        char tag[8];
+        unsigned length = 77;
+        unsigned error = 0;
+        int result = -1;
+        {
+            const NoDescriptors none;
+            result = ObC_ServiceTag(key.constData(), 501, tag, &length, sizeof tag, &error);
+        }
+        QCOMPARE(result, 0);
+        QCOMPARE(error, 0x2002U);
+        QCOMPARE(length, 0U);
+    }
+
+    void aMissingSocketIsReported()
+    {
+        char tag[8];
+        unsigned length = 77;
+        unsigned error = 0;
+        int result = -1;
+        {
+            const NoDescriptors none;
+            result = ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error);
+        }
+        QCOMPARE(result, 0);
+        QCOMPARE(error, 0x2003U);
+        QCOMPARE(length, 0U);
+    }
+
+    void theFrameIsWrittenAsOnTheWire_data()
+    {
+        columns<QByteArray, QByteArray>("key", "head");
+        QTest::newRow("10 bytes") << "0123456789"_ba << QByteArray::fromHex("00C3000D30000A");
+        QTest::newRow("no byte") << ""_ba << QByteArray::fromHex("00C30003300000");
+        QTest::newRow("253 bytes") << QByteArray(253, 'a') << QByteArray::fromHex("00C301003000FD");
+        QTest::newRow("500 bytes") << QByteArray(500, 'z') << QByteArray::fromHex("00C301F73001F4");
+    }
+
+    void theFrameIsWrittenAsOnTheWire()
+    {
+        const auto [key, head] = fetch<QByteArray, QByteArray>("key", "head");
+        ThreadTagServer server("\x01tag"_ba);
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag(key);
+        QCOMPARE(outcome.result, 1);
+        QCOMPARE(outcome.error, 0U);
+        QCOMPARE(outcome.tag, "tag"_ba);
+        QCOMPARE(server.frames(), QByteArrayList{head + key});
+    }
+
+    void theReplyIsReadAsOnTheWire_data()
+    {
+        columns<QByteArray, int, unsigned, QByteArray>("reply", "result", "error", "tag");
+        const auto hex = [](const char* digits) { return QByteArray::fromHex(digits); };
+        QTest::newRow("failure like a client's")
+            << hex("0000002001") << 0 << 0x2001U << QByteArray();
+        QTest::newRow("big-endian failure")
+            << hex("0001020304") << 0 << 0x01020304U << QByteArray();
+        QTest::newRow("largest failure") << hex("00FFFFFFFF") << 0 << 0xFFFFFFFFU << QByteArray();
+        QTest::newRow("failure and more") << hex("00000000070908") << 0 << 7U << QByteArray();
+        QTest::newRow("failure without number") << hex("00") << 0 << 0U << QByteArray();
+        QTest::newRow("failure with half a number")
+            << hex("000102") << 0 << 0x01020000U << QByteArray();
+        QTest::newRow("status 1 alone") << hex("01") << 1 << 0U << QByteArray();
+        QTest::newRow("status 255 alone") << hex("FF") << 1 << 0U << QByteArray();
+        QTest::newRow("status 128 and tag") << hex("80616200FF") << 1 << 0U << hex("616200FF");
+        QTest::newRow("closed without reply") << QByteArray() << 0 << 0x2005U << QByteArray();
+    }
+
+    void theReplyIsReadAsOnTheWire()
+    {
+        const auto [reply, result, error, tag] =
+            fetch<QByteArray, int, unsigned, QByteArray>("reply", "result", "error", "tag");
+        ThreadTagServer server(reply);
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, result);
+        QCOMPARE(outcome.error, error);
+        QCOMPARE(outcome.length, static_cast<unsigned>(tag.size()));
+        QCOMPARE(outcome.tag, tag);
+    }
+
+    void aReplyOfAnySizeFitsOrIsDropped_data()
+    {
+        columns<int, int>("replyBytes", "tagBytes");
+        QTest::newRow("1") << 1 << 0;
+        QTest::newRow("2") << 2 << 1;
+        QTest::newRow("2999") << 2999 << 2998;
+        QTest::newRow("3000") << 3000 << 2999;
+        QTest::newRow("3001") << 3001 << 0;
+        QTest::newRow("4095") << 4095 << 0;
+        QTest::newRow("4096") << 4096 << 0;
+        // One read takes 4096 of them, which is too much already.
+        QTest::newRow("60000") << 60000 << 0;
+    }
+
+    void aReplyOfAnySizeFitsOrIsDropped()
+    {
+        const auto [replyBytes, tagBytes] = fetch<int, int>("replyBytes", "tagBytes");
+        RunningTagServer server({"--reply-bytes"_s, QString::number(replyBytes)});
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 1);
+        QCOMPARE(outcome.error, 0U);
+        QCOMPARE(outcome.length, static_cast<unsigned>(tagBytes));
+        QCOMPARE(outcome.tag, QByteArray(tagBytes, 'T'));
+    }
+
+    void aTagAsLongAsTheBufferIsDropped_data()
+    {
+        columns<int, QByteArray>("capacity", "tag");
+        QTest::newRow("one byte to spare") << 4 << "tag"_ba;
+        QTest::newRow("just as long") << 3 << QByteArray();
+        QTest::newRow("none") << 0 << QByteArray();
+        QTest::newRow("negative") << -1 << QByteArray();
+    }
+
+    void aTagAsLongAsTheBufferIsDropped()
+    {
+        const auto [capacity, tag] = fetch<int, QByteArray>("capacity", "tag");
+        ThreadTagServer server("\x01tag"_ba);
+        QVERIFY(server.isReady());
+        QByteArray buffer(8, '\x5A');
+        unsigned length = 77;
+        unsigned error = 0;
+        QCOMPARE(ObC_ServiceTag("key", 3, buffer.data(), &length, capacity, &error), 1);
+        QCOMPARE(length, static_cast<unsigned>(tag.size()));
+        QCOMPARE(buffer, tag + QByteArray(8 - tag.size(), '\x5A'));
+    }
 };
-
-void TestObcServiceTag::init()
-{
-    TagServerAddress::setProgram({});
-    setStartedServerOptions({});
-}
-
-void TestObcServiceTag::cleanup()
-{
-    // Whatever a test started is gone after it.
-    QVERIFY(!hasChildren());
-}
-
-void TestObcServiceTag::anErrorOnEntryTouchesNothing()
-{
-    char tag[8] = "before";
-    unsigned length = 77;
-    unsigned error = 1;
-    QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error), 0);
-    QCOMPARE(error, 1U);
-    QCOMPARE(length, 77U);
-    QCOMPARE(tag, "before");
-}
-
-void TestObcServiceTag::aNullErrorIsRefused()
-{
-    char tag[8] = "before";
-    unsigned length = 77;
-    QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, nullptr), 0);
-    QCOMPARE(length, 77U);
-}
-
-void TestObcServiceTag::aNullArgumentIsReported_data()
-{
-    QTest::addColumn<bool>("withKey");
-    QTest::addColumn<bool>("withTag");
-    QTest::addColumn<bool>("withLength");
-    QTest::newRow("no key") << false << true << true;
-    QTest::newRow("no tag buffer") << true << false << true;
-    QTest::newRow("no tag length") << true << true << false;
-    QTest::newRow("nothing") << false << false << false;
-}
-
-void TestObcServiceTag::aNullArgumentIsReported()
-{
-    QFETCH(bool, withKey);
-    QFETCH(bool, withTag);
-    QFETCH(bool, withLength);
-    ThreadTagServer server(QByteArray("\x01tag"));
-    QVERIFY(server.isReady());
-    char tag[8];
-    unsigned length = 77;
-    unsigned error = 0;
-    // A length that is too long as well: a null pointer is the first thing looked for.
-    QCOMPARE(ObC_ServiceTag(withKey ? "key" : nullptr, 501, withTag ? tag : nullptr,
-                            withLength ? &length : nullptr, sizeof tag, &error),
-             0);
-    QCOMPARE(error, 0x2001U);
-    QCOMPARE(length, withLength ? 0U : 77U);
-    QCOMPARE(server.connections(), 0);
-}
-
-void TestObcServiceTag::aKeyOf501BytesFailsBeforeAnySocketIsMade()
-{
-    const QByteArray key(501, 'k');
-    char tag[8];
-    unsigned length = 77;
-    unsigned error = 0;
-    int result = -1;
-    {
-        const NoDescriptors none;
-        result = ObC_ServiceTag(key.constData(), 501, tag, &length, sizeof tag, &error);
-    }
-    QCOMPARE(result, 0);
-    QCOMPARE(error, 0x2002U);
-    QCOMPARE(length, 0U);
-}
-
-void TestObcServiceTag::aMissingSocketIsReported()
-{
-    char tag[8];
-    unsigned length = 77;
-    unsigned error = 0;
-    int result = -1;
-    {
-        const NoDescriptors none;
-        result = ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error);
-    }
-    QCOMPARE(result, 0);
-    QCOMPARE(error, 0x2003U);
-    QCOMPARE(length, 0U);
-}
-
-void TestObcServiceTag::theFrameIsWrittenAsOnTheWire_data()
-{
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QByteArray>("head");
-    QTest::newRow("10 bytes") << QByteArray("0123456789") << QByteArray::fromHex("00C3000D30000A");
-    QTest::newRow("no byte") << QByteArray("") << QByteArray::fromHex("00C30003300000");
-    QTest::newRow("253 bytes") << QByteArray(253, 'a') << QByteArray::fromHex("00C301003000FD");
-    QTest::newRow("500 bytes") << QByteArray(500, 'z') << QByteArray::fromHex("00C301F73001F4");
-}
-
-void TestObcServiceTag::theFrameIsWrittenAsOnTheWire()
-{
-    QFETCH(QByteArray, key);
-    QFETCH(QByteArray, head);
-    ThreadTagServer server(QByteArray("\x01tag"));
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag(key);
-    QCOMPARE(outcome.result, 1);
-    QCOMPARE(outcome.error, 0U);
-    QCOMPARE(outcome.tag, QByteArray("tag"));
-    QCOMPARE(server.frames(), QByteArrayList{head + key});
-}
-
-void TestObcServiceTag::theReplyIsReadAsOnTheWire_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<int>("result");
-    QTest::addColumn<unsigned>("error");
-    QTest::addColumn<QByteArray>("tag");
-    const auto hex = [](const char* digits) { return QByteArray::fromHex(digits); };
-    QTest::newRow("failure like a client's") << hex("0000002001") << 0 << 0x2001U << QByteArray();
-    QTest::newRow("big-endian failure") << hex("0001020304") << 0 << 0x01020304U << QByteArray();
-    QTest::newRow("largest failure") << hex("00FFFFFFFF") << 0 << 0xFFFFFFFFU << QByteArray();
-    QTest::newRow("failure and more") << hex("00000000070908") << 0 << 7U << QByteArray();
-    QTest::newRow("failure without number") << hex("00") << 0 << 0U << QByteArray();
-    QTest::newRow("failure with half a number")
-        << hex("000102") << 0 << 0x01020000U << QByteArray();
-    QTest::newRow("status 1 alone") << hex("01") << 1 << 0U << QByteArray();
-    QTest::newRow("status 255 alone") << hex("FF") << 1 << 0U << QByteArray();
-    QTest::newRow("status 128 and tag") << hex("80616200FF") << 1 << 0U << hex("616200FF");
-    QTest::newRow("closed without reply") << QByteArray() << 0 << 0x2005U << QByteArray();
-}
-
-void TestObcServiceTag::theReplyIsReadAsOnTheWire()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(int, result);
-    QFETCH(unsigned, error);
-    QFETCH(QByteArray, tag);
-    ThreadTagServer server(reply);
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, result);
-    QCOMPARE(outcome.error, error);
-    QCOMPARE(outcome.length, static_cast<unsigned>(tag.size()));
-    QCOMPARE(outcome.tag, tag);
-}
-
-void TestObcServiceTag::aReplyOfAnySizeFitsOrIsDropped_data()
-{
-    QTest::addColumn<int>("replyBytes");
-    QTest::addColumn<int>("tagBytes");
-    QTest::newRow("1") << 1 << 0;
-    QTest::newRow("2") << 2 << 1;
-    QTest::newRow("2999") << 2999 << 2998;
-    QTest::newRow("3000") << 3000 << 2999;
-    QTest::newRow("3001") << 3001 << 0;
-    QTest::newRow("4095") << 4095 << 0;
-    QTest::newRow("4096") << 4096 << 0;
-    // One read takes 4096 of them, which is too much already.
-    QTest::newRow("60000") << 60000 << 0;
-}
-
-void TestObcServiceTag::aReplyOfAnySizeFitsOrIsDropped()
-{
-    QFETCH(int, replyBytes);
-    QFETCH(int, tagBytes);
-    RunningTagServer server({QStringLiteral("--reply-bytes"), QString::number(replyBytes)});
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 1);
-    QCOMPARE(outcome.error, 0U);
-    QCOMPARE(outcome.length, static_cast<unsigned>(tagBytes));
-    QCOMPARE(outcome.tag, QByteArray(tagBytes, 'T'));
-}
-
-void TestObcServiceTag::aTagAsLongAsTheBufferIsDropped_data()
-{
-    QTest::addColumn<int>("capacity");
-    QTest::addColumn<QByteArray>("tag");
-    QTest::newRow("one byte to spare") << 4 << QByteArray("tag");
-    QTest::newRow("just as long") << 3 << QByteArray();
-    QTest::newRow("none") << 0 << QByteArray();
-    QTest::newRow("negative") << -1 << QByteArray();
-}
-
-void TestObcServiceTag::aTagAsLongAsTheBufferIsDropped()
-{
-    QFETCH(int, capacity);
-    QFETCH(QByteArray, tag);
-    ThreadTagServer server(QByteArray("\x01tag"));
-    QVERIFY(server.isReady());
-    QByteArray buffer(8, '\x5A');
-    unsigned length = 77;
-    unsigned error = 0;
-    QCOMPARE(ObC_ServiceTag("key", 3, buffer.data(), &length, capacity, &error), 1);
-    QCOMPARE(length, static_cast<unsigned>(tag.size()));
-    QCOMPARE(buffer, tag + QByteArray(8 - tag.size(), '\x5A'));
-}
 
 QTEST_GUILESS_MAIN(TestObcServiceTag)
 #include "tst_obcservicetag.moc"

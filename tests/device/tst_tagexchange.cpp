@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/testtagserver.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -58,279 +59,260 @@ class TestTagExchange : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        TagServerAddress::setProgram({});
+        setStartedServerOptions({});
+        PretendedPeer::reset();
+    }
 
-    void aServerIsStartedOnDemandAndEnded();
-    void aServerThatCannotBeExecutedIsReported();
-    void aServerThatDoesNotListenIsEnded();
-    void aStartedServerThatRefusesIsEnded();
-    void aStartedServerThatHangsIsEnded();
-    void aStartedServerThatDiesIsReaped();
-    void aRunningServerStaysAlive();
-    void aSlowServerIsWaitedFor();
-    void aRunningServerThatHangsIsGivenUp();
-    void aRunningServerThatDiesIsReported();
-    void aServerThatDribblesIsReadOnce();
-    void aServerWithAFullQueueIsGivenUp();
-    void aServerThatHangsUpAtOnceRaisesNoSignal();
-    void signalsNeitherShortenNorLengthenAnExchange();
-    void childrenOfTheApplicationAreLeftAlone();
-    void aThousandExchangesLeaveNothingBehind();
-};
+    void cleanup()
+    {
+        // Whatever a test started is gone after it.
+        QVERIFY(!hasChildren());
+    }
 
-void TestTagExchange::init()
-{
-    TagServerAddress::setProgram({});
-    setStartedServerOptions({});
-    PretendedPeer::reset();
-}
-
-void TestTagExchange::cleanup()
-{
-    // Whatever a test started is gone after it.
-    QVERIFY(!hasChildren());
-}
-
-void TestTagExchange::aServerIsStartedOnDemandAndEnded()
-{
-    setStartedServerOptions("--tag on-demand");
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 1);
-    QCOMPARE(outcome.tag, QByteArray("on-demand"));
-    QVERIFY(outcome.elapsedMs >= serverStartMs);
-    QVERIFY(!hasChildren());
-    // Its name is free again.
-    const int listener = listenAsTagServer(1);
-    QVERIFY(listener != -1);
-    close(listener);
-}
-
-void TestTagExchange::aServerThatCannotBeExecutedIsReported()
-{
-    TagServerAddress::setProgram("/nonexistent/tag-server");
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2006U);
-    QVERIFY(outcome.elapsedMs >= serverStartMs);
-}
-
-void TestTagExchange::aServerThatDoesNotListenIsEnded()
-{
-    // Listens, but not where it is looked for.
-    qputenv("KELACCOUNT_TAG_SERVER_OPTIONS",
-            "--die-with-parent --name elsewhere-" + TagServerAddress::socketName());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2006U);
-    QCOMPARE(outcome.length, 0U);
-}
-
-void TestTagExchange::aStartedServerThatRefusesIsEnded()
-{
-    setStartedServerOptions("--refuse 0x89ABCDEF");
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x89ABCDEFU);
-}
-
-void TestTagExchange::aStartedServerThatHangsIsEnded()
-{
-    setStartedServerOptions("--hang");
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2005U);
-    // The half second of its start is part of the time that it has.
-    QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
-             QByteArray::number(outcome.elapsedMs));
-}
-
-void TestTagExchange::aStartedServerThatDiesIsReaped()
-{
-    setStartedServerOptions("--die-after-accept");
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2005U);
-}
-
-void TestTagExchange::aRunningServerStaysAlive()
-{
-    RunningTagServer server({QStringLiteral("--tag"), QStringLiteral("running")});
-    QVERIFY(server.isReady());
-    for (int i = 0; i < 3; ++i) {
+    void aServerIsStartedOnDemandAndEnded()
+    {
+        setStartedServerOptions("--tag on-demand");
         const TagOutcome outcome = askForTag();
         QCOMPARE(outcome.result, 1);
-        QCOMPARE(outcome.tag, QByteArray("running"));
-        QVERIFY(outcome.elapsedMs < serverStartMs);
-        QVERIFY(server.isAlive());
+        QCOMPARE(outcome.tag, "on-demand"_ba);
+        QVERIFY(outcome.elapsedMs >= serverStartMs);
+        QVERIFY(!hasChildren());
+        // Its name is free again.
+        const int listener = listenAsTagServer(1);
+        QVERIFY(listener != -1);
+        close(listener);
     }
-}
 
-void TestTagExchange::aSlowServerIsWaitedFor()
-{
-    RunningTagServer server({QStringLiteral("--slow"), QStringLiteral("300")});
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 1);
-    QCOMPARE(outcome.tag, QByteArray("emulated service tag"));
-    QVERIFY(outcome.elapsedMs >= 300);
-}
-
-void TestTagExchange::aRunningServerThatHangsIsGivenUp()
-{
-    RunningTagServer server({QStringLiteral("--hang")});
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2005U);
-    QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
-             QByteArray::number(outcome.elapsedMs));
-    QVERIFY(server.isAlive());
-}
-
-void TestTagExchange::aRunningServerThatDiesIsReported()
-{
-    RunningTagServer server({QStringLiteral("--die-after-accept")});
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2005U);
-}
-
-void TestTagExchange::aServerThatDribblesIsReadOnce()
-{
-    ThreadTagServer server([](int connection) {
-        // The rest comes too late for the one read.
-        for (const char* byte = "\x01slowly"; *byte; ++byte) {
-            if (send(connection, byte, 1, MSG_NOSIGNAL) != 1)
-                return;
-            QTest::qSleep(150);
-        }
-    });
-    QVERIFY(server.isReady());
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 1);
-    QCOMPARE(outcome.length, 0U);
-    QVERIFY(outcome.elapsedMs < 600);
-}
-
-void TestTagExchange::aServerWithAFullQueueIsGivenUp()
-{
-    const int listener = listenAsTagServer(0);
-    QVERIFY(listener != -1);
-    // Nobody accepts these.
-    QByteArray name = TagServerAddress::socketName();
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name.constData(), static_cast<size_t>(name.size()));
-    const auto size =
-        static_cast<socklen_t>(sizeof address.sun_family + 1U + static_cast<unsigned>(name.size()));
-    QVector<int> waiting;
-    for (;;) {
-        waiting.append(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-        if (::connect(waiting.last(), reinterpret_cast<sockaddr*>(&address), size) == -1)
-            break;
-    }
-    QCOMPARE(errno, EAGAIN);
-
-    const TagOutcome outcome = askForTag();
-    QCOMPARE(outcome.result, 0);
-    QCOMPARE(outcome.error, 0x2005U);
-    QVERIFY2(outcome.elapsedMs >= queueLimitMs - 50 && outcome.elapsedMs < limitMs,
-             QByteArray::number(outcome.elapsedMs));
-    // The next one is not held up again.
-    QVERIFY(askForTag().elapsedMs < queueLimitMs - 50);
-    for (const int descriptor : qAsConst(waiting))
-        close(descriptor);
-    close(listener);
-}
-
-void TestTagExchange::aServerThatHangsUpAtOnceRaisesNoSignal()
-{
-    // Reading of the connection is over before it has begun, so the request may meet a dead end.
-    ThreadTagServer server([](int) {});
-    QVERIFY(server.isReady());
-    static volatile std::sig_atomic_t signalsRaised = 0;
-    struct sigaction action = {};
-    struct sigaction before = {};
-    action.sa_handler = [](int) { signalsRaised = signalsRaised + 1; };
-    sigaction(SIGPIPE, &action, &before);
-    int reported = 0;
-    for (int i = 0; i < 500; ++i)
-        reported += askForTag().error == 0x2005U ? 1 : 0;
-    sigaction(SIGPIPE, &before, nullptr);
-    QCOMPARE(reported, 500);
-    QCOMPARE(static_cast<int>(signalsRaised), 0);
-}
-
-void TestTagExchange::signalsNeitherShortenNorLengthenAnExchange()
-{
-    Interruptions::count = 0;
+    void aServerThatCannotBeExecutedIsReported()
     {
-        const Interruptions interruptions;
-        const TagOutcome started = askForTag();
-        QCOMPARE(started.result, 1);
-        QVERIFY2(started.elapsedMs >= serverStartMs, QByteArray::number(started.elapsedMs));
-        QVERIFY(started.elapsedMs < serverStartMs + slackMs);
+        TagServerAddress::setProgram("/nonexistent/tag-server");
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2006U);
+        QVERIFY(outcome.elapsedMs >= serverStartMs);
     }
-    QVERIFY(Interruptions::count > 10);
 
-    RunningTagServer server({QStringLiteral("--hang")});
-    QVERIFY(server.isReady());
-    const Interruptions interruptions;
-    const TagOutcome hanging = askForTag();
-    QCOMPARE(hanging.error, 0x2005U);
-    QVERIFY2(hanging.elapsedMs >= limitMs - 50 && hanging.elapsedMs < limitMs + slackMs,
-             QByteArray::number(hanging.elapsedMs));
-}
-
-void TestTagExchange::childrenOfTheApplicationAreLeftAlone()
-{
-    const pid_t ended = fork();
-    if (ended == 0)
-        _exit(7);
-    const pid_t running = fork();
-    if (running == 0) {
-        pause();
-        _exit(0);
-    }
-    siginfo_t info;
-    QCOMPARE(waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT), 0);
-
-    QCOMPARE(askForTag().result, 1);
-    setStartedServerOptions("--refuse 5");
-    QCOMPARE(askForTag().error, 5U);
-
-    int status = 0;
-    QCOMPARE(waitpid(running, &status, WNOHANG), 0);
-    QCOMPARE(waitpid(ended, &status, WNOHANG), ended);
-    QVERIFY(WIFEXITED(status));
-    QCOMPARE(WEXITSTATUS(status), 7);
-    QVERIFY(running > 0);
-    QCOMPARE(kill(running, SIGKILL), 0);
-    QCOMPARE(waitpid(running, &status, 0), running);
-    QCOMPARE(WTERMSIG(status), SIGKILL);
-}
-
-void TestTagExchange::aThousandExchangesLeaveNothingBehind()
-{
+    void aServerThatDoesNotListenIsEnded()
     {
-        RunningTagServer server;
+        // Listens, but not where it is looked for.
+        qputenv("KELACCOUNT_TAG_SERVER_OPTIONS",
+                "--die-with-parent --name elsewhere-" + TagServerAddress::socketName());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2006U);
+        QCOMPARE(outcome.length, 0U);
+    }
+
+    void aStartedServerThatRefusesIsEnded()
+    {
+        setStartedServerOptions("--refuse 0x89ABCDEF");
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x89ABCDEFU);
+    }
+
+    void aStartedServerThatHangsIsEnded()
+    {
+        setStartedServerOptions("--hang");
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2005U);
+        // The half second of its start is part of the time that it has.
+        QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
+                 QByteArray::number(outcome.elapsedMs));
+    }
+
+    void aStartedServerThatDiesIsReaped()
+    {
+        setStartedServerOptions("--die-after-accept");
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2005U);
+    }
+
+    void aRunningServerStaysAlive()
+    {
+        RunningTagServer server({"--tag"_s, "running"_s});
         QVERIFY(server.isReady());
-        const int before = openDescriptors();
-        for (int i = 0; i < 1000; ++i)
-            QCOMPARE(askForTag().result, 1);
-        QCOMPARE(openDescriptors(), before);
+        for (int i = 0; i < 3; ++i) {
+            const TagOutcome outcome = askForTag();
+            QCOMPARE(outcome.result, 1);
+            QCOMPARE(outcome.tag, "running"_ba);
+            QVERIFY(outcome.elapsedMs < serverStartMs);
+            QVERIFY(server.isAlive());
+        }
+    }
+
+    void aSlowServerIsWaitedFor()
+    {
+        RunningTagServer server({"--slow"_s, "300"_s});
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 1);
+        QCOMPARE(outcome.tag, "emulated service tag"_ba);
+        QVERIFY(outcome.elapsedMs >= 300);
+    }
+
+    void aRunningServerThatHangsIsGivenUp()
+    {
+        RunningTagServer server({"--hang"_s});
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2005U);
+        QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
+                 QByteArray::number(outcome.elapsedMs));
         QVERIFY(server.isAlive());
     }
-    QVERIFY(!hasChildren());
 
-    const int before = openDescriptors();
-    QCOMPARE(askForTag().result, 1);
-    setStartedServerOptions("--die-after-accept");
-    QCOMPARE(askForTag().error, 0x2005U);
-    QCOMPARE(openDescriptors(), before);
-}
+    void aRunningServerThatDiesIsReported()
+    {
+        RunningTagServer server({"--die-after-accept"_s});
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2005U);
+    }
+
+    void aServerThatDribblesIsReadOnce()
+    {
+        ThreadTagServer server([](int connection) {
+            // The rest comes too late for the one read.
+            for (const char* byte = "\x01slowly"; *byte; ++byte) {
+                if (send(connection, byte, 1, MSG_NOSIGNAL) != 1)
+                    return;
+                QTest::qSleep(150);
+            }
+        });
+        QVERIFY(server.isReady());
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 1);
+        QCOMPARE(outcome.length, 0U);
+        QVERIFY(outcome.elapsedMs < 600);
+    }
+
+    void aServerWithAFullQueueIsGivenUp()
+    {
+        const int listener = listenAsTagServer(0);
+        QVERIFY(listener != -1);
+        // Nobody accepts these.
+        QByteArray name = TagServerAddress::socketName();
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path + 1, name.constData(), static_cast<size_t>(name.size()));
+        const auto size = static_cast<socklen_t>(sizeof address.sun_family + 1U +
+                                                 static_cast<unsigned>(name.size()));
+        QVector<int> waiting;
+        for (;;) {
+            waiting.append(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+            if (::connect(waiting.last(), reinterpret_cast<sockaddr*>(&address), size) == -1)
+                break;
+        }
+        QCOMPARE(errno, EAGAIN);
+
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QCOMPARE(outcome.error, 0x2005U);
+        QVERIFY2(outcome.elapsedMs >= queueLimitMs - 50 && outcome.elapsedMs < limitMs,
+                 QByteArray::number(outcome.elapsedMs));
+        // The next one is not held up again.
+        QVERIFY(askForTag().elapsedMs < queueLimitMs - 50);
+        for (const int descriptor : qAsConst(waiting))
+            close(descriptor);
+        close(listener);
+    }
+
+    void aServerThatHangsUpAtOnceRaisesNoSignal()
+    {
+        // Reading of the connection is over before it has begun, so the request may meet a dead
+        // end.
+        ThreadTagServer server([](int) {});
+        QVERIFY(server.isReady());
+        static volatile std::sig_atomic_t signalsRaised = 0;
+        struct sigaction action = {};
+        struct sigaction before = {};
+        action.sa_handler = [](int) { signalsRaised = signalsRaised + 1; };
+        sigaction(SIGPIPE, &action, &before);
+        int reported = 0;
+        for (int i = 0; i < 500; ++i)
+            reported += askForTag().error == 0x2005U ? 1 : 0;
+        sigaction(SIGPIPE, &before, nullptr);
+        QCOMPARE(reported, 500);
+        QCOMPARE(static_cast<int>(signalsRaised), 0);
+    }
+
+    void signalsNeitherShortenNorLengthenAnExchange()
+    {
+        Interruptions::count = 0;
+        {
+            const Interruptions interruptions;
+            const TagOutcome started = askForTag();
+            QCOMPARE(started.result, 1);
+            QVERIFY2(started.elapsedMs >= serverStartMs, QByteArray::number(started.elapsedMs));
+            QVERIFY(started.elapsedMs < serverStartMs + slackMs);
+        }
+        QVERIFY(Interruptions::count > 10);
+
+        RunningTagServer server({"--hang"_s});
+        QVERIFY(server.isReady());
+        const Interruptions interruptions;
+        const TagOutcome hanging = askForTag();
+        QCOMPARE(hanging.error, 0x2005U);
+        QVERIFY2(hanging.elapsedMs >= limitMs - 50 && hanging.elapsedMs < limitMs + slackMs,
+                 QByteArray::number(hanging.elapsedMs));
+    }
+
+    void childrenOfTheApplicationAreLeftAlone()
+    {
+        const pid_t ended = fork();
+        if (ended == 0)
+            _exit(7);
+        const pid_t running = fork();
+        if (running == 0) {
+            pause();
+            _exit(0);
+        }
+        siginfo_t info;
+        QCOMPARE(waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT), 0);
+
+        QCOMPARE(askForTag().result, 1);
+        setStartedServerOptions("--refuse 5");
+        QCOMPARE(askForTag().error, 5U);
+
+        int status = 0;
+        QCOMPARE(waitpid(running, &status, WNOHANG), 0);
+        QCOMPARE(waitpid(ended, &status, WNOHANG), ended);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 7);
+        QVERIFY(running > 0);
+        QCOMPARE(kill(running, SIGKILL), 0);
+        QCOMPARE(waitpid(running, &status, 0), running);
+        QCOMPARE(WTERMSIG(status), SIGKILL);
+    }
+
+    void aThousandExchangesLeaveNothingBehind()
+    {
+        {
+            RunningTagServer server;
+            QVERIFY(server.isReady());
+            const int before = openDescriptors();
+            for (int i = 0; i < 1000; ++i)
+                QCOMPARE(askForTag().result, 1);
+            QCOMPARE(openDescriptors(), before);
+            QVERIFY(server.isAlive());
+        }
+        QVERIFY(!hasChildren());
+
+        const int before = openDescriptors();
+        QCOMPARE(askForTag().result, 1);
+        setStartedServerOptions("--die-after-accept");
+        QCOMPARE(askForTag().error, 0x2005U);
+        QCOMPARE(openDescriptors(), before);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestTagExchange)
 #include "tst_tagexchange.moc"

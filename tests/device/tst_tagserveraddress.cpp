@@ -12,17 +12,15 @@ class TestTagServerAddress : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theAddressIsTheDevices();
+    void theAddressIsTheDevices()
+    {
+        QCOMPARE(TagServer::path, "/usr/sbin/obcmngrlite-server");
+        QCOMPARE(TagServer::argument0, "obcmngrlite-server");
+        QCOMPARE(TagServer::socketName, "obc");
+        QCOMPARE(TagServer::longestExchangeMs, 10000);
+        QCOMPARE(TagServer::longestQueueMs, 1000);
+    }
 };
-
-void TestTagServerAddress::theAddressIsTheDevices()
-{
-    QCOMPARE(TagServer::path, "/usr/sbin/obcmngrlite-server");
-    QCOMPARE(TagServer::argument0, "obcmngrlite-server");
-    QCOMPARE(TagServer::socketName, "obc");
-    QCOMPARE(TagServer::longestExchangeMs, 10000);
-    QCOMPARE(TagServer::longestQueueMs, 1000);
-}
 
 QTEST_GUILESS_MAIN(TestTagServerAddress)
 #include "tst_tagserveraddress.moc"

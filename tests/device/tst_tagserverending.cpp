@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/recordedcalls.h"
 #include "device/tagserverending.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -15,48 +16,43 @@ class TestTagServerEnding : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void onlyOwnLivingServersAreSignalled_data();
-    void onlyOwnLivingServersAreSignalled();
+    void onlyOwnLivingServersAreSignalled_data()
+    {
+        columns<int, QVector<Answer>, QStringList>("started", "answers", "calls");
+        const auto list = [](std::initializer_list<const char*> texts) {
+            QStringList strings;
+            for (const char* text : texts)
+                strings.append(QLatin1String(text));
+            return strings;
+        };
+        // WNOHANG is 1, SIGKILL is 9.
+        QTest::newRow("none was started") << -1 << QVector<Answer>{{0}, {0}} << QStringList();
+        QTest::newRow("zero means one's own group")
+            << 0 << QVector<Answer>{{0}, {0}} << QStringList();
+        QTest::newRow("another group") << -4711 << QVector<Answer>{{0}, {0}} << QStringList();
+        QTest::newRow("running") << 4711 << QVector<Answer>{{0}, {4711}}
+                                 << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
+        QTest::newRow("interrupted while it ends")
+            << 4711 << QVector<Answer>{{0}, {-1, EINTR}, {-1, EINTR}, {4711}}
+            << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0", "waitpid 4711 0",
+                     "waitpid 4711 0"});
+        QTest::newRow("reaped by the application while it ends")
+            << 4711 << QVector<Answer>{{0}, {-1, ECHILD}}
+            << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
+        QTest::newRow("has ended") << 4711 << QVector<Answer>{{4711}} << list({"waitpid 4711 1"});
+        QTest::newRow("reaped by the application before")
+            << 4711 << QVector<Answer>{{-1, ECHILD}} << list({"waitpid 4711 1"});
+    }
+
+    void onlyOwnLivingServersAreSignalled()
+    {
+        const auto [started, answers, calls] =
+            fetch<int, QVector<Answer>, QStringList>("started", "answers", "calls");
+        KelTest::RecordedCalls::start(answers);
+        KelRestHandler::endTagServer(started);
+        QCOMPARE(KelTest::RecordedCalls::made(), calls);
+    }
 };
-
-void TestTagServerEnding::onlyOwnLivingServersAreSignalled_data()
-{
-    QTest::addColumn<int>("started");
-    QTest::addColumn<QVector<Answer>>("answers");
-    QTest::addColumn<QStringList>("calls");
-    const auto list = [](std::initializer_list<const char*> texts) {
-        QStringList strings;
-        for (const char* text : texts)
-            strings.append(QLatin1String(text));
-        return strings;
-    };
-    // WNOHANG is 1, SIGKILL is 9.
-    QTest::newRow("none was started") << -1 << QVector<Answer>{{0}, {0}} << QStringList();
-    QTest::newRow("zero means one's own group") << 0 << QVector<Answer>{{0}, {0}} << QStringList();
-    QTest::newRow("another group") << -4711 << QVector<Answer>{{0}, {0}} << QStringList();
-    QTest::newRow("running") << 4711 << QVector<Answer>{{0}, {4711}}
-                             << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
-    QTest::newRow("interrupted while it ends")
-        << 4711 << QVector<Answer>{{0}, {-1, EINTR}, {-1, EINTR}, {4711}}
-        << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0", "waitpid 4711 0",
-                 "waitpid 4711 0"});
-    QTest::newRow("reaped by the application while it ends")
-        << 4711 << QVector<Answer>{{0}, {-1, ECHILD}}
-        << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
-    QTest::newRow("has ended") << 4711 << QVector<Answer>{{4711}} << list({"waitpid 4711 1"});
-    QTest::newRow("reaped by the application before")
-        << 4711 << QVector<Answer>{{-1, ECHILD}} << list({"waitpid 4711 1"});
-}
-
-void TestTagServerEnding::onlyOwnLivingServersAreSignalled()
-{
-    QFETCH(int, started);
-    QFETCH(QVector<Answer>, answers);
-    QFETCH(QStringList, calls);
-    KelTest::RecordedCalls::start(answers);
-    KelRestHandler::endTagServer(started);
-    QCOMPARE(KelTest::RecordedCalls::made(), calls);
-}
 
 QTEST_GUILESS_MAIN(TestTagServerEnding)
 #include "tst_tagserverending.moc"

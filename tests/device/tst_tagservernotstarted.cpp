@@ -22,21 +22,19 @@ class TestTagServerNotStarted : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aFailedStartIsReportedOnce();
+    void aFailedStartIsReportedOnce()
+    {
+        char tag[100];
+        unsigned length = 77;
+        unsigned error = 0;
+        const int before = KelTest::openDescriptors();
+        QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error), 0);
+        QCOMPARE(error, 0x2004U);
+        QCOMPARE(length, 0U);
+        QCOMPARE(starts, 1);
+        QCOMPARE(KelTest::openDescriptors(), before);
+    }
 };
-
-void TestTagServerNotStarted::aFailedStartIsReportedOnce()
-{
-    char tag[100];
-    unsigned length = 77;
-    unsigned error = 0;
-    const int before = KelTest::openDescriptors();
-    QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error), 0);
-    QCOMPARE(error, 0x2004U);
-    QCOMPARE(length, 0U);
-    QCOMPARE(starts, 1);
-    QCOMPARE(KelTest::openDescriptors(), before);
-}
 
 QTEST_GUILESS_MAIN(TestTagServerNotStarted)
 #include "tst_tagservernotstarted.moc"

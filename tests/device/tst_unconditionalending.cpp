@@ -6,6 +6,7 @@
 #include "device/recordedcalls.h"
 #include "device/tagserverending.h"
 #include "device/testtagserver.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -35,7 +36,7 @@ unsigned ask()
 
 QStringList signalled(const char* kill)
 {
-    return {QLatin1String(kill), QStringLiteral("waitpid -1 0")};
+    return {QLatin1String(kill), "waitpid -1 0"_s};
 }
 
 } // namespace
@@ -60,79 +61,70 @@ private Q_SLOTS:
         PretendedPeer::reset();
     }
 
-    void anyIdIsSignalledAndAnyChildReaped();
-    void aRunningServersSuccessSignalsEveryone();
-    void aRunningServersRefusalSignalsEveryone();
-    void aRunningServersSilenceSignalsEveryone();
-    void aStrangersServerSignalsNobody();
-    void aServerThatStaysAwayIsSignalled();
-    void aServerThatWasNotStartedIsNot();
-    void argumentErrorsSignalNobody();
+    void anyIdIsSignalledAndAnyChildReaped()
+    {
+        KelRestHandler::endTagServer(4711);
+        QCOMPARE(RecordedCalls::made(), signalled("kill 4711 9"));
+    }
+
+    void aRunningServersSuccessSignalsEveryone()
+    {
+        ThreadTagServer server("\x01tag"_ba);
+        QCOMPARE(ask(), 0U);
+        QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
+        QCOMPARE(starts, 0);
+    }
+
+    void aRunningServersRefusalSignalsEveryone()
+    {
+        ThreadTagServer server(QByteArray("\0\0\0\0\x05", 5));
+        QCOMPARE(ask(), 5U);
+        QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
+    }
+
+    void aRunningServersSilenceSignalsEveryone()
+    {
+        ThreadTagServer server(QByteArray{});
+        QCOMPARE(ask(), 0x2005U);
+        QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
+    }
+
+    void aStrangersServerSignalsNobody()
+    {
+        ThreadTagServer server("\x01tag"_ba);
+        PretendedPeer::setPeerUser(geteuid() + 1);
+        QCOMPARE(ask(), 0x2005U);
+        QCOMPARE(RecordedCalls::made(), QStringList());
+        QCOMPARE(starts, 0);
+    }
+
+    void aServerThatStaysAwayIsSignalled()
+    {
+        startResult = 4711;
+        QCOMPARE(ask(), 0x2006U);
+        QCOMPARE(starts, 1);
+        QCOMPARE(RecordedCalls::made(), signalled("kill 4711 9"));
+    }
+
+    void aServerThatWasNotStartedIsNot()
+    {
+        QCOMPARE(ask(), 0x2004U);
+        QCOMPARE(starts, 1);
+        QCOMPARE(RecordedCalls::made(), QStringList());
+    }
+
+    void argumentErrorsSignalNobody()
+    {
+        char tag[8];
+        unsigned length = 0;
+        unsigned error = 0;
+        QCOMPARE(ObC_ServiceTag(nullptr, 3, tag, &length, sizeof tag, &error), 0);
+        error = 0;
+        QCOMPARE(ObC_ServiceTag("key", 501, tag, &length, sizeof tag, &error), 0);
+        QCOMPARE(RecordedCalls::made(), QStringList());
+        QCOMPARE(starts, 0);
+    }
 };
-
-void TestUnconditionalEnding::anyIdIsSignalledAndAnyChildReaped()
-{
-    KelRestHandler::endTagServer(4711);
-    QCOMPARE(RecordedCalls::made(), signalled("kill 4711 9"));
-}
-
-void TestUnconditionalEnding::aRunningServersSuccessSignalsEveryone()
-{
-    ThreadTagServer server(QByteArray("\x01tag"));
-    QCOMPARE(ask(), 0U);
-    QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
-    QCOMPARE(starts, 0);
-}
-
-void TestUnconditionalEnding::aRunningServersRefusalSignalsEveryone()
-{
-    ThreadTagServer server(QByteArray("\0\0\0\0\x05", 5));
-    QCOMPARE(ask(), 5U);
-    QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
-}
-
-void TestUnconditionalEnding::aRunningServersSilenceSignalsEveryone()
-{
-    ThreadTagServer server(QByteArray{});
-    QCOMPARE(ask(), 0x2005U);
-    QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
-}
-
-void TestUnconditionalEnding::aStrangersServerSignalsNobody()
-{
-    ThreadTagServer server(QByteArray("\x01tag"));
-    PretendedPeer::setPeerUser(geteuid() + 1);
-    QCOMPARE(ask(), 0x2005U);
-    QCOMPARE(RecordedCalls::made(), QStringList());
-    QCOMPARE(starts, 0);
-}
-
-void TestUnconditionalEnding::aServerThatStaysAwayIsSignalled()
-{
-    startResult = 4711;
-    QCOMPARE(ask(), 0x2006U);
-    QCOMPARE(starts, 1);
-    QCOMPARE(RecordedCalls::made(), signalled("kill 4711 9"));
-}
-
-void TestUnconditionalEnding::aServerThatWasNotStartedIsNot()
-{
-    QCOMPARE(ask(), 0x2004U);
-    QCOMPARE(starts, 1);
-    QCOMPARE(RecordedCalls::made(), QStringList());
-}
-
-void TestUnconditionalEnding::argumentErrorsSignalNobody()
-{
-    char tag[8];
-    unsigned length = 0;
-    unsigned error = 0;
-    QCOMPARE(ObC_ServiceTag(nullptr, 3, tag, &length, sizeof tag, &error), 0);
-    error = 0;
-    QCOMPARE(ObC_ServiceTag("key", 501, tag, &length, sizeof tag, &error), 0);
-    QCOMPARE(RecordedCalls::made(), QStringList());
-    QCOMPARE(starts, 0);
-}
 
 QTEST_GUILESS_MAIN(TestUnconditionalEnding)
 #include "tst_unconditionalending.moc"

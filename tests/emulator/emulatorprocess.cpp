@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/emulatorprocess.h"
+#include "support/literals.h"
 
 #include <QDeadlineTimer>
 #include <QJsonDocument>
@@ -55,7 +56,7 @@ QString EmulatorProcess::program()
 
 bool EmulatorProcess::start(const QStringList& options)
 {
-    mProcess.start(program(), QStringList{QStringLiteral("serve")} + options);
+    mProcess.start(program(), QStringList{"serve"_s} + options);
     // The preload line comes last but for a sanitizer's.
     QByteArray output;
     const QDeadlineTimer deadline(patience);
@@ -64,7 +65,7 @@ bool EmulatorProcess::start(const QStringList& options)
         mProcess.waitForReadyRead(100);
         output += mProcess.readAllStandardOutput();
     }
-    static const QRegularExpression line(QStringLiteral("^export (\\w+)='(.*)'$"),
+    static const QRegularExpression line("^export (\\w+)='(.*)'$"_s,
                                          QRegularExpression::MultilineOption);
     auto matches = line.globalMatch(QString::fromLocal8Bit(output));
     while (matches.hasNext()) {
@@ -100,25 +101,24 @@ int EmulatorProcess::stop()
 
 quint16 EmulatorProcess::proxyPort() const
 {
-    const QUrl proxy(mEnvironment.value(QStringLiteral("https_proxy")));
+    const QUrl proxy(mEnvironment.value("https_proxy"_s));
     return static_cast<quint16>(qMax(0, proxy.port(0)));
 }
 
 AdminReply EmulatorProcess::admin(const char* method, const QString& path,
                                   const QByteArray& body) const
 {
-    return askAdministration(mEnvironment.value(QStringLiteral("KELACCOUNT_EMULATOR_ADMIN")),
-                             method, path, body);
+    return askAdministration(mEnvironment.value("KELACCOUNT_EMULATOR_ADMIN"_s), method, path, body);
 }
 
 bool EmulatorProcess::orderFaults(const QByteArray& lines) const
 {
-    return admin("POST", QStringLiteral("/faults"), lines).status == 200;
+    return admin("POST", "/faults"_s, lines).status == 200;
 }
 
 QJsonArray EmulatorProcess::requests() const
 {
-    return QJsonDocument::fromJson(admin("GET", QStringLiteral("/requests")).body).array();
+    return QJsonDocument::fromJson(admin("GET", "/requests"_s).body).array();
 }
 
 QByteArray EmulatorProcess::log()

@@ -2,6 +2,7 @@
 #include "emulator/serviceclient.h"
 
 #include "rest/request/servicehosts.h"
+#include "support/literals.h"
 
 #include <QCryptographicHash>
 #include <QDomDocument>
@@ -22,7 +23,7 @@ QDomElement descend(QDomElement element, const char* path)
 QString Answer::at(const char* path) const
 {
     const QDomElement element = descend(root, path);
-    return element.isNull() ? QString() : element.text() + QLatin1String("");
+    return element.isNull() ? QString() : element.text() + ""_s;
 }
 
 QString Answer::leaves(const char* path) const
@@ -90,7 +91,7 @@ SignedIn ServiceClient::tokenOf(const QByteArray& user, const QByteArray& passwo
 
 bool ServiceClient::addAccount(const QByteArray& json)
 {
-    return mEmulator.admin("POST", QStringLiteral("/accounts"), json).status == 200;
+    return mEmulator.admin("POST", "/accounts"_s, json).status == 200;
 }
 
 QPair<QByteArray, QByteArray> ServiceClient::captcha()
@@ -99,16 +100,16 @@ QPair<QByteArray, QByteArray> ServiceClient::captcha()
         ask("POST", "captchas",
             document("captchaCreationRequest", "<width>200</width><height>60</height>"));
     const QString id = answer.at("captchaId");
-    const AdminReply text = mEmulator.admin("GET", QLatin1String("/captchas/") + id);
+    const AdminReply text = mEmulator.admin("GET", "/captchas/"_s + id);
     return {id.toLatin1(), text.body.trimmed()};
 }
 
 int ServiceClient::latestOperation() const
 {
-    return mEmulator.requests().last().toObject().value(QStringLiteral("operation")).toInt(-1);
+    return mEmulator.requests().last().toObject().value("operation"_s).toInt(-1);
 }
 
 QString ServiceClient::latestProblem() const
 {
-    return mEmulator.requests().last().toObject().value(QStringLiteral("problem")).toString();
+    return mEmulator.requests().last().toObject().value("problem"_s).toString();
 }

@@ -2,6 +2,7 @@
 // The programs beside the emulator: the tag server of "--tag-server", and that no program outlives
 // it.
 #include "emulator/emulatorprocess.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -22,7 +23,7 @@ namespace {
 
 constexpr int patience = 30000;
 constexpr const char* optionsVariable = "KELACCOUNT_TAG_SERVER_OPTIONS";
-const auto tagServerOption = QStringLiteral("--tag-server");
+const auto tagServerOption = "--tag-server"_s;
 
 /// An abstract name of this test's own: the device's is everybody's on this machine.
 QByteArray socketName()
@@ -71,9 +72,9 @@ QMap<QString, QByteArray> childrenOf(qint64 parent)
 {
     QMap<QString, QByteArray> children;
     const QByteArray line = "\nPPid:\t" + QByteArray::number(parent) + '\n';
-    for (const QString& id : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        QFile status(QStringLiteral("/proc/%1/status").arg(id));
-        QFile name(QStringLiteral("/proc/%1/comm").arg(id));
+    for (const QString& id : QDir("/proc"_s).entryList(QDir::Dirs)) {
+        QFile status("/proc/%1/status"_s.arg(id));
+        QFile name("/proc/%1/comm"_s.arg(id));
         if (id.toInt() > 1 && status.open(QIODevice::ReadOnly) && status.readAll().contains(line) &&
             name.open(QIODevice::ReadOnly))
             children.insert(id, name.readAll().trimmed());
@@ -88,121 +89,102 @@ class TestEmulatorCompanions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { qputenv(optionsVariable, "--tag hello --name " + socketName()); }
 
-    void theTagServerAnswersAsLongAsTheEmulatorRuns();
-    void theTagServerIsThereWithoutASessionToo();
-    void somebodyElsesTagServerIsNamedAndLeftAlone();
-    void aMissingTagServerIsNamedAndTheCommandRuns();
-    void nobodyOutlivesTheEmulator_data();
-    void nobodyOutlivesTheEmulator();
+    void cleanup() { qunsetenv(optionsVariable); }
+
+    void theTagServerAnswersAsLongAsTheEmulatorRuns()
+    {
+        QCOMPARE(askTagServer(), QByteArray());
+        EmulatorProcess emulator;
+        QVERIFY2(emulator.start({tagServerOption}), emulator.log().constData());
+        QCOMPARE(askTagServer(), "\x01hello"_ba);
+        QCOMPARE(askTagServer(), "\x01hello"_ba);
+        QCOMPARE(emulator.stop(), 0);
+        QCOMPARE(emulator.log(), QByteArray());
+        QCOMPARE(askTagServer(), QByteArray());
+    }
+
+    void theTagServerIsThereWithoutASessionToo()
+    {
+        EmulatorProcess emulator;
+        QVERIFY2(emulator.start({tagServerOption, "--no-session"_s}), emulator.log().constData());
+        QCOMPARE(askTagServer(), "\x01hello"_ba);
+    }
+
+    void somebodyElsesTagServerIsNamedAndLeftAlone()
+    {
+        EmulatorProcess first;
+        QVERIFY2(first.start({tagServerOption}), first.log().constData());
+        EmulatorProcess second;
+        QVERIFY2(second.start({tagServerOption}), second.log().constData());
+        QCOMPARE(second.admin("GET", "/health"_s).status, 200);
+        QCOMPARE(second.stop(), 0);
+        const QByteArray said = second.log();
+        QVERIFY2(said.contains("somebody else listens on the abstract socket \"" + socketName() +
+                               "\" already"),
+                 said.constData());
+        QCOMPARE(said.count('\n'), 1);
+        QCOMPARE(askTagServer(), "\x01hello"_ba);
+    }
+
+    void aMissingTagServerIsNamedAndTheCommandRuns()
+    {
+        // The emulator alone, with the folder of its modules.
+        const QTemporaryDir folder;
+        const QFileInfo built(EmulatorProcess::program());
+        QVERIFY(QDir(folder.path()).mkdir("bin"_s));
+        const QString program = folder.filePath("bin/kelaccount-emulator"_s);
+        QVERIFY(QFile::copy(built.filePath(), program));
+        QVERIFY(QFile::link(built.dir().filePath("../lib"_s), folder.filePath("lib"_s)));
+        BoundProcess emulator;
+        emulator.start(program,
+                       {"run"_s, "--no-session"_s, tagServerOption, "--"_s, "echo"_s, "runs"_s});
+        QVERIFY(emulator.waitForFinished(patience));
+        QCOMPARE(emulator.exitCode(), 0);
+        QCOMPARE(emulator.readAllStandardOutput(), "runs\n"_ba);
+        const QByteArray said = emulator.readAllStandardError();
+        QVERIFY2(said.contains("kelaccount-tag-server is missing"), said.constData());
+        QCOMPARE(said.count('\n'), 1);
+    }
+
+    void nobodyOutlivesTheEmulator_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::newRow("asked to end") << SIGTERM;
+        QTest::newRow("killed") << SIGKILL;
+    }
+
+    void nobodyOutlivesTheEmulator()
+    {
+        QFETCH(int, number);
+        BoundProcess emulator;
+        emulator.start(EmulatorProcess::program(),
+                       {"serve"_s, "--sim"_s, "244-05-1234567890"_s, tagServerOption});
+        QByteArray output;
+        // Printed when all of them are there.
+        QVERIFY(waitUntil([&] {
+            emulator.waitForReadyRead(10);
+            output += emulator.readAllStandardOutput();
+            return output.contains("LD_PRELOAD=");
+        }));
+        const auto id = static_cast<pid_t>(emulator.processId());
+        const QMap<QString, QByteArray> children = childrenOf(id);
+        // As far as the kernel keeps a name.
+        for (const char* name : {"dbus-daemon", "kelaccount-mode", "kelaccount-tag-"})
+            QVERIFY2(children.values().contains(name), name);
+        // A key on the terminal reaches a whole group; it is for the command.
+        for (const QString& child : children.keys())
+            QVERIFY2(::getpgid(child.toInt()) != ::getpgid(id), children.value(child).constData());
+        QVERIFY(id > 1);
+        QCOMPARE(::kill(id, number), 0);
+        QVERIFY(emulator.waitForFinished(patience));
+        for (const QString& child : children.keys())
+            QVERIFY2(waitUntil([&] { return !QFile::exists("/proc/"_s + child); }),
+                     children.value(child).constData());
+        QCOMPARE(askTagServer(), QByteArray());
+    }
 };
-
-void TestEmulatorCompanions::init()
-{
-    qputenv(optionsVariable, "--tag hello --name " + socketName());
-}
-
-void TestEmulatorCompanions::cleanup()
-{
-    qunsetenv(optionsVariable);
-}
-
-void TestEmulatorCompanions::theTagServerAnswersAsLongAsTheEmulatorRuns()
-{
-    QCOMPARE(askTagServer(), QByteArray());
-    EmulatorProcess emulator;
-    QVERIFY2(emulator.start({tagServerOption}), emulator.log().constData());
-    QCOMPARE(askTagServer(), QByteArray("\x01hello"));
-    QCOMPARE(askTagServer(), QByteArray("\x01hello"));
-    QCOMPARE(emulator.stop(), 0);
-    QCOMPARE(emulator.log(), QByteArray());
-    QCOMPARE(askTagServer(), QByteArray());
-}
-
-void TestEmulatorCompanions::theTagServerIsThereWithoutASessionToo()
-{
-    EmulatorProcess emulator;
-    QVERIFY2(emulator.start({tagServerOption, QStringLiteral("--no-session")}),
-             emulator.log().constData());
-    QCOMPARE(askTagServer(), QByteArray("\x01hello"));
-}
-
-void TestEmulatorCompanions::somebodyElsesTagServerIsNamedAndLeftAlone()
-{
-    EmulatorProcess first;
-    QVERIFY2(first.start({tagServerOption}), first.log().constData());
-    EmulatorProcess second;
-    QVERIFY2(second.start({tagServerOption}), second.log().constData());
-    QCOMPARE(second.admin("GET", QStringLiteral("/health")).status, 200);
-    QCOMPARE(second.stop(), 0);
-    const QByteArray said = second.log();
-    QVERIFY2(said.contains("somebody else listens on the abstract socket \"" + socketName() +
-                           "\" already"),
-             said.constData());
-    QCOMPARE(said.count('\n'), 1);
-    QCOMPARE(askTagServer(), QByteArray("\x01hello"));
-}
-
-void TestEmulatorCompanions::aMissingTagServerIsNamedAndTheCommandRuns()
-{
-    // The emulator alone, with the folder of its modules.
-    const QTemporaryDir folder;
-    const QFileInfo built(EmulatorProcess::program());
-    QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("bin")));
-    const QString program = folder.filePath(QStringLiteral("bin/kelaccount-emulator"));
-    QVERIFY(QFile::copy(built.filePath(), program));
-    QVERIFY(QFile::link(built.dir().filePath(QStringLiteral("../lib")),
-                        folder.filePath(QStringLiteral("lib"))));
-    BoundProcess emulator;
-    emulator.start(program, {QStringLiteral("run"), QStringLiteral("--no-session"), tagServerOption,
-                             QStringLiteral("--"), QStringLiteral("echo"), QStringLiteral("runs")});
-    QVERIFY(emulator.waitForFinished(patience));
-    QCOMPARE(emulator.exitCode(), 0);
-    QCOMPARE(emulator.readAllStandardOutput(), QByteArray("runs\n"));
-    const QByteArray said = emulator.readAllStandardError();
-    QVERIFY2(said.contains("kelaccount-tag-server is missing"), said.constData());
-    QCOMPARE(said.count('\n'), 1);
-}
-
-void TestEmulatorCompanions::nobodyOutlivesTheEmulator_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::newRow("asked to end") << SIGTERM;
-    QTest::newRow("killed") << SIGKILL;
-}
-
-void TestEmulatorCompanions::nobodyOutlivesTheEmulator()
-{
-    QFETCH(int, number);
-    BoundProcess emulator;
-    emulator.start(EmulatorProcess::program(),
-                   {QStringLiteral("serve"), QStringLiteral("--sim"),
-                    QStringLiteral("244-05-1234567890"), tagServerOption});
-    QByteArray output;
-    // Printed when all of them are there.
-    QVERIFY(waitUntil([&] {
-        emulator.waitForReadyRead(10);
-        output += emulator.readAllStandardOutput();
-        return output.contains("LD_PRELOAD=");
-    }));
-    const auto id = static_cast<pid_t>(emulator.processId());
-    const QMap<QString, QByteArray> children = childrenOf(id);
-    // As far as the kernel keeps a name.
-    for (const char* name : {"dbus-daemon", "kelaccount-mode", "kelaccount-tag-"})
-        QVERIFY2(children.values().contains(name), name);
-    // A key on the terminal reaches a whole group; it is for the command.
-    for (const QString& child : children.keys())
-        QVERIFY2(::getpgid(child.toInt()) != ::getpgid(id), children.value(child).constData());
-    QVERIFY(id > 1);
-    QCOMPARE(::kill(id, number), 0);
-    QVERIFY(emulator.waitForFinished(patience));
-    for (const QString& child : children.keys())
-        QVERIFY2(waitUntil([&] { return !QFile::exists(QStringLiteral("/proc/") + child); }),
-                 children.value(child).constData());
-    QCOMPARE(askTagServer(), QByteArray());
-}
 
 QTEST_GUILESS_MAIN(TestEmulatorCompanions)
 

@@ -3,6 +3,8 @@
 #include "emulator/signedrequest.h"
 #include "emulator/wireclient.h"
 #include "rest/request/servicehosts.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDateTime>
 #include <QDomDocument>
@@ -32,8 +34,8 @@ QDomElement rootOf(const WireReply& reply)
 QStringList suggestionsOf(const WireReply& reply)
 {
     QStringList names;
-    const QDomElement list = rootOf(reply).firstChildElement(QStringLiteral("userNameSuggestions"));
-    const QString tag = QStringLiteral("userNameSuggestion");
+    const QDomElement list = rootOf(reply).firstChildElement("userNameSuggestions"_s);
+    const QString tag = "userNameSuggestion"_s;
     for (QDomElement name = list.firstChildElement(tag); !name.isNull();
          name = name.nextSiblingElement(tag))
         names.append(name.text());
@@ -47,414 +49,377 @@ class TestEmulatorReplies : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void answersAvailability_data();
-    void answersAvailability();
-    void suggestsNamesThatAreFree();
-    void suggestsNoNameThatClientsMisread();
-    void answersMalformedRequestsWithAnErrorDocument_data();
-    void answersMalformedRequestsWithAnErrorDocument();
-    void datesEveryReplyByItsClock_data();
-    void datesEveryReplyByItsClock();
-    void keepsAConnectionForManyRequests();
-    void answersRequestsThatComeTogether();
-    void closesWhenTheClientAsksForIt();
-    void givesLeaveToSendABody();
-    void servesManyConnectionsAtOnce();
-    void leadsEveryHostToTheService();
-    void refusesProxyRequestsOtherThanTunnels();
-    void keepsAccountsInAFile();
-    void takesAccountsFromOptionsAndEndpoint();
-    void listsRequestsWithoutBodies();
+    void initTestCase()
+    {
+        const QStringList options{"--account"_s, "terror"_s, "--account"_s, "bob1"_s,
+                                  "--account"_s, "bob"_s,    "--reserve"_s, "bob2"_s};
+        QVERIFY2(mEmulator.start(options), mEmulator.log().constData());
+    }
+
+    void answersAvailability_data()
+    {
+        columns<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
+        const QString response = "userNameAvailabilityResponse"_s;
+        const QString error = "errorResponse"_s;
+        const QString syntax = "attributeSyntaxError"_s;
+        QTest::newRow("free") << "carol"_ba << 200 << response << QString();
+        QTest::newRow("64 characters") << QByteArray(64, 'a') << 200 << response << QString();
+        QTest::newRow("every kind of character")
+            << "+35 8.a_b-C@d"_ba.replace(" ", "") << 200 << response << QString();
+        QTest::newRow("taken") << "alice"_ba << 422 << response << QString();
+        QTest::newRow("taken, other case") << "ALICE"_ba << 422 << response << QString();
+        QTest::newRow("reserved") << "admin"_ba << 409 << error << "usernameReserved"_s;
+        QTest::newRow("reserved, other case") << "Admin"_ba << 409 << error << "usernameReserved"_s;
+        QTest::newRow("65 characters") << QByteArray(65, 'a') << 400 << error << syntax;
+        QTest::newRow("none") << QByteArray() << 400 << error << syntax;
+        QTest::newRow("blank") << "a b"_ba << 400 << error << syntax;
+        QTest::newRow("not Latin") << "\xd0\xb0"_ba << 400 << error << syntax;
+        QTest::newRow("control character") << "a\x01"_ba << 400 << error << syntax;
+        QTest::newRow("percent") << "100%"_ba << 400 << error << syntax;
+        QTest::newRow("markup") << "<a>&\"'"_ba << 400 << error << syntax;
+        QTest::newRow("longer path") << "a/b"_ba << 404 << error << "resourceNotFound"_s;
+    }
+
+    void answersAvailability()
+    {
+        const auto [name, status, root, errorCode] =
+            fetch<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
+        const WireReply reply = ask(SignedRequest(pathOf(name)));
+        QCOMPARE(reply.status, status);
+        QVERIFY(reply.body.startsWith("<?xml "));
+        QCOMPARE(rootOf(reply).tagName(), root);
+        QCOMPARE(rootOf(reply).namespaceURI(), QLatin1String(schemaNamespace));
+        QCOMPARE(rootOf(reply).firstChildElement("errorCode"_s).text(), errorCode);
+        // Clients take any reply with this word in it for an error.
+        QCOMPARE(reply.body.contains("error") || reply.body.contains("Error"),
+                 !errorCode.isEmpty());
+        QCOMPARE(suggestionsOf(reply).isEmpty(), status != 422);
+    }
+
+    void suggestsNamesThatAreFree()
+    {
+        const QStringList names = suggestionsOf(ask(SignedRequest(pathOf("bob"))));
+        // bob1 has an account and bob2 is reserved.
+        QCOMPARE(names, QStringList({"bob3"_s, "bob4"_s, "bob5"_s}));
+        for (const QString& name : names)
+            QCOMPARE(ask(SignedRequest(pathOf(name.toLatin1()))).status, 200);
+        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "bob3\nbob5\n").status, 200);
+        QCOMPARE(suggestionsOf(ask(SignedRequest(pathOf("bob")))),
+                 QStringList({"bob4"_s, "bob6"_s, "bob7"_s}));
+    }
+
+    void suggestsNoNameThatClientsMisread()
+    {
+        const WireReply reply = ask(SignedRequest(pathOf("terror")));
+        QCOMPARE(reply.status, 422);
+        QVERIFY(!reply.body.contains("error"));
+        QVERIFY(!suggestionsOf(reply).isEmpty());
+    }
+
+    void answersMalformedRequestsWithAnErrorDocument_data()
+    {
+        columns<QByteArray, int, QString, QByteArray>("bytes", "status", "errorCode",
+                                                      "explanation");
+        const QString method = "illegalRequestMethod"_s;
+        const QString format = "invalidMessageFormat"_s;
+
+        SignedRequest request;
+        request.httpMethod = "GET";
+        QTest::newRow("GET on the wire")
+            << request.bytes() << 405 << method << "every request is an HTTP POST"_ba;
+        request = SignedRequest();
+        request.restVerb = "PUT";
+        QTest::newRow("another verb")
+            << request.bytes() << 405 << method << "no operation has this REST verb"_ba;
+        request.restVerb = "";
+        QTest::newRow("no verb") << request.bytes() << 405 << method << "\"rest-verb\" header"_ba;
+        request.restVerb = "PATCH";
+        QTest::newRow("no such verb")
+            << request.bytes() << 405 << method << "\"rest-verb\" header"_ba;
+        QTest::newRow("unknown operation")
+            << SignedRequest("/rest/1.0/nothing").bytes() << 404 << "resourceNotFound"_s
+            << "no operation has this address"_ba;
+        QTest::newRow("another base")
+            << SignedRequest("/rest/2.0/availability/bob").bytes() << 404 << "invalidUrl"_s
+            << "every address begins with /rest/1.0/"_ba;
+        request = SignedRequest();
+        request.contentType = "text/xml";
+        QTest::newRow("not a form") << request.bytes() << 415 << "unknownContentType"_s
+                                    << "application/x-www-form-urlencoded"_ba;
+
+        SignedRequest form;
+        form.document = "<a/>";
+        const auto formRow = [&](const char* name, const QByteArray& body,
+                                 const char* explanation) {
+            const QByteArray good = form.bytes();
+            QByteArray bytes = good.left(good.indexOf("Content-Length"));
+            bytes += "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+            QTest::newRow(name) << bytes << 400 << format << QByteArray(explanation);
+        };
+        formRow("bare document", "<a/>", "does not begin with the form field");
+        formRow("another field", "Document=%3Ca%2F%3E", "does not begin with the form field");
+        formRow("two fields", "XMLContent=%3Ca%2F%3E&a=b", "more than the one field");
+        formRow("empty field", "XMLContent=", "is empty");
+        formRow("not encoded", "XMLContent=<a/>", "not percent-encoded");
+        formRow("lower-case digits", "XMLContent=%3ca%2f%3e", "not percent-encoded");
+        formRow("plus", "XMLContent=%3Ca+b%2F%3E", "not percent-encoded");
+
+        QTest::newRow("no HTTP") << "Hello\r\n\r\n"_ba << 400 << format
+                                 << "refused a request: status 400"_ba;
+        QTest::newRow("no length") << "POST /rest/1.0/a HTTP/1.1\r\nHost: a\r\n\r\n"_ba << 411
+                                   << format << "Content-Length header is missing"_ba;
+        QTest::newRow("long address")
+            << SignedRequest(pathOf(QByteArray(20000, 'a'))).bytes() << 414 << "invalidUrl"_s
+            << "refused a request: status 414"_ba;
+        const auto headRow = [&](const char* name, const QByteArray& line, int status,
+                                 const char* explanation) {
+            const QByteArray head = SignedRequest().bytes();
+            QByteArray bytes = head.left(head.indexOf("Content-Length"));
+            bytes += line + "\r\n\r\n";
+            QTest::newRow(name) << bytes << status << format << QByteArray(explanation);
+        };
+        headRow("pieces", "Transfer-Encoding: chunked", 411, "Content-Length header is missing");
+        headRow("length and pieces", "Content-Length: 5\r\nTransfer-Encoding: chunked", 411,
+                "instead of the Transfer-Encoding header");
+        headRow("two lengths", "Content-Length: 5\r\nContent-Length: 5", 400, "status 400");
+        headRow("negative length", "Content-Length: -1", 400, "status 400");
+        headRow("length with a unit", "Content-Length: 5 bytes", 400, "status 400");
+        headRow("length past every number", "Content-Length: 99999999999999999999", 400,
+                "status 400");
+        headRow("empty length", "Content-Length: ", 400, "status 400");
+        headRow("long body", "Content-Length: 16777217", 413,
+                "the body is too long (16777217 bytes)");
+        headRow("header without a name", ": value", 400, "status 400");
+        headRow("line that is no header", "Hello", 400, "status 400");
+        headRow("many headers", "Content-Length: 0" + "\r\nName: value"_ba.repeated(6000), 400,
+                "status 400");
+        QTest::newRow("another protocol")
+            << SignedRequest().bytes().replace(" HTTP/1.1\r\n", " HTTP/2.0\r\n") << 400 << format
+            << "refused a request: status 400"_ba;
+        request = SignedRequest();
+        request.consumerKey = QByteArray(20000, 'k');
+        QTest::newRow("long header")
+            << request.bytes() << 400 << format << "refused a request: status 400"_ba;
+    }
+
+    void answersMalformedRequestsWithAnErrorDocument()
+    {
+        const auto [bytes, status, errorCode, explanation] =
+            fetch<QByteArray, int, QString, QByteArray>("bytes", "status", "errorCode",
+                                                        "explanation");
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        const WireReply reply = client.ask(bytes);
+        QCOMPARE(reply.status, status);
+        QVERIFY(!reply.header("Date").isEmpty());
+        QCOMPARE(rootOf(reply).firstChildElement("errorCode"_s).text(), errorCode);
+        QVERIFY2(mEmulator.logHas(explanation), mEmulator.log().constData());
+        QCOMPARE(ask(SignedRequest()).status, 422); // bob has an account here
+    }
+
+    void datesEveryReplyByItsClock_data()
+    {
+        QTest::addColumn<int>("skew");
+        QTest::newRow("true") << 0;
+        QTest::newRow("an hour ahead") << 3600;
+        QTest::newRow("ten days back") << -864000;
+    }
+
+    void datesEveryReplyByItsClock()
+    {
+        QFETCH(int, skew);
+        EmulatorProcess emulator;
+        QVERIFY(emulator.start({"--clock-skew=%1"_s.arg(skew)}));
+        WireClient client;
+        QVERIFY(client.open(emulator));
+        const qint64 before = QDateTime::currentSecsSinceEpoch() + skew;
+        // Refused or not, a reply has the date.
+        const WireReply reply = client.ask(SignedRequest().bytes());
+        const qint64 after = QDateTime::currentSecsSinceEpoch() + skew;
+        QCOMPARE(reply.headers.count("Date: "), 1);
+        const QString text = QString::fromLatin1(reply.header("Date"));
+        QVERIFY2(text.endsWith(" GMT"_s), qPrintable(text));
+        QDateTime date = QLocale(QLocale::English, QLocale::UnitedStates)
+                             .toDateTime(text.chopped(4), "ddd, dd MMM yyyy HH:mm:ss"_s);
+        date.setTimeSpec(Qt::UTC);
+        QVERIFY2(date.isValid(), qPrintable(text));
+        QVERIFY(date.toSecsSinceEpoch() >= before && date.toSecsSinceEpoch() <= after);
+    }
+
+    void keepsAConnectionForManyRequests()
+    {
+        constexpr int many = 500;
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        for (int number = 0; number < many; ++number) {
+            const QByteArray name = "user" + QByteArray::number(number);
+            QCOMPARE(client.ask(SignedRequest(pathOf(name)).bytes()).status, 200);
+        }
+    }
+
+    void answersRequestsThatComeTogether()
+    {
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        SignedRequest refused;
+        refused.document = "<a/>";
+        QByteArray last = SignedRequest(pathOf("carol")).bytes();
+        last.replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n");
+        QVERIFY(client.send(refused.bytes() + SignedRequest().bytes() + last));
+        const WireReply replies = client.receiveToEnd();
+        QVERIFY(replies.closed);
+        const int first = replies.raw.indexOf("HTTP/1.1 400 ");
+        const int second = replies.raw.indexOf("HTTP/1.1 422 ");
+        const int third = replies.raw.indexOf("HTTP/1.1 200 ");
+        QVERIFY2(first == 0 && second > first && third > second, replies.raw.constData());
+        QCOMPARE(replies.raw.count("HTTP/1.1 "), 3);
+    }
+
+    void closesWhenTheClientAsksForIt()
+    {
+        const QByteArray request = SignedRequest().bytes();
+        QByteArray closing = request;
+        closing.replace("\r\n\r\n", "\r\nconnection: Close\r\n\r\n");
+        QByteArray old = request;
+        old.replace(" HTTP/1.1\r\n", " HTTP/1.0\r\n");
+        for (const QByteArray& bytes : {closing, old}) {
+            WireClient client;
+            QVERIFY(client.open(mEmulator));
+            QVERIFY(client.send(bytes));
+            const WireReply reply = client.receiveToEnd();
+            QVERIFY(reply.closed);
+            QCOMPARE(reply.header("Connection"), "close"_ba);
+            QCOMPARE(reply.body.size(), reply.announcedLength());
+        }
+    }
+
+    void givesLeaveToSendABody()
+    {
+        SignedRequest request;
+        request.document = "<a/>";
+        QByteArray head = request.bytes();
+        const int bodyAt = head.indexOf("\r\n\r\n") + 4;
+        const QByteArray body = head.mid(bodyAt);
+        head = head.left(bodyAt - 2) + "Expect: 100-continue\r\n\r\n";
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        QVERIFY(client.send(head));
+        QVERIFY(client.somethingComes(30000));
+        QVERIFY(client.send(body));
+        QVERIFY(client.send(QByteArray(SignedRequest().bytes())
+                                .replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n")));
+        const WireReply replies = client.receiveToEnd();
+        QVERIFY2(replies.raw.startsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 400 "),
+                 replies.raw.constData());
+        QVERIFY(replies.raw.contains("HTTP/1.1 422 "));
+    }
+
+    void servesManyConnectionsAtOnce()
+    {
+        constexpr int connections = 64;
+        constexpr int requestsEach = 10;
+        std::atomic<int> open{0};
+        std::atomic<int> good{0};
+        std::vector<std::thread> threads;
+        for (int number = 0; number < connections; ++number) {
+            threads.emplace_back([&] {
+                WireClient client;
+                const bool connected = client.open(mEmulator);
+                ++open;
+                // Nobody asks before everybody is connected.
+                const QDeadlineTimer deadline(30000);
+                while (open < connections && !deadline.hasExpired())
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                for (int request = 0; connected && request < requestsEach; ++request)
+                    good += client.ask(SignedRequest(pathOf("carol")).bytes()).status == 200;
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        QCOMPARE(good.load(), connections * requestsEach);
+    }
+
+    void leadsEveryHostToTheService()
+    {
+        for (const char* host :
+             {KELACCOUNT_HOST_TEST_A, KELACCOUNT_HOST_TEST_B, KELACCOUNT_HOST_PRODUCTION,
+              KELACCOUNT_HOST_STAGING, KELACCOUNT_HOST_TEST_C, KELACCOUNT_HOST_TEST_D}) {
+            WireClient client;
+            QVERIFY2(client.open(mEmulator, QLatin1String(host)), host);
+            SignedRequest request(pathOf("carol"));
+            request.host = host;
+            QCOMPARE(client.ask(request.bytes()).status, 200);
+        }
+    }
+
+    void refusesProxyRequestsOtherThanTunnels()
+    {
+        QTcpSocket socket;
+        socket.connectToHost("127.0.0.1"_s, mEmulator.proxyPort());
+        QVERIFY(socket.waitForConnected());
+        socket.write("GET http://" KELACCOUNT_HOST_PRODUCTION "/ HTTP/1.1\r\n\r\n");
+        QVERIFY(socket.waitForDisconnected());
+        QVERIFY(socket.readAll().startsWith("HTTP/1.1 405 "));
+    }
+
+    void keepsAccountsInAFile()
+    {
+        QTemporaryDir folder;
+        const QStringList options{"--database"_s, folder.filePath("accounts.db"_s),
+                                  "--no-default-accounts"_s};
+        {
+            EmulatorProcess first;
+            QVERIFY(first.start(options));
+            QCOMPARE(first.admin("POST", "/accounts"_s, "dave\n").status, 200);
+            QCOMPARE(first.stop(), 0);
+        }
+        EmulatorProcess second;
+        QVERIFY(second.start(options));
+        WireClient client;
+        QVERIFY(client.open(second));
+        QCOMPARE(client.ask(SignedRequest(pathOf("dave")).bytes()).status, 422);
+        QCOMPARE(client.ask(SignedRequest(pathOf("alice")).bytes()).status, 200);
+        QCOMPARE(client.ask(SignedRequest(pathOf("admin")).bytes()).status, 200);
+    }
+
+    void takesAccountsFromOptionsAndEndpoint()
+    {
+        QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 200);
+        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "erin\r\nfrank\n").status, 200);
+        QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 422);
+        QCOMPARE(ask(SignedRequest(pathOf("frank"))).status, 422);
+        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "not a name\n").status, 400);
+        QCOMPARE(mEmulator.admin("POST", "/accounts"_s).status, 400);
+    }
+
+    void listsRequestsWithoutBodies()
+    {
+        QCOMPARE(mEmulator.admin("DELETE", "/requests"_s).status, 200);
+        QVERIFY(mEmulator.requests().isEmpty());
+        SignedRequest request(pathOf("carol"));
+        request.document = "<a/>";
+        QCOMPARE(ask(request).status, 400);
+        const QJsonArray requests = mEmulator.requests();
+        QCOMPARE(requests.size(), 1);
+        const QJsonObject entry = requests.first().toObject();
+        QCOMPARE(entry.value("verb"_s).toString(), "GET"_s);
+        QCOMPARE(entry.value("target"_s).toString(), "/rest/1.0/availability/carol"_s);
+        QCOMPARE(entry.value("host"_s).toString(), QStringLiteral(KELACCOUNT_HOST_PRODUCTION));
+        QCOMPARE(entry.value("status"_s).toInt(), 400);
+        QCOMPARE(entry.value("operation"_s).toInt(), 3);
+        QCOMPARE(entry.value("bodyBytes"_s).toInt(), 21); // XMLContent=%3Ca%2F%3E
+        QCOMPARE(entry.value("problem"_s).toString(), "this operation has no document"_s);
+    }
 
 private:
-    WireReply ask(const SignedRequest& request);
+    WireReply ask(const SignedRequest& request)
+    {
+        WireClient client;
+        return client.open(mEmulator) ? client.ask(request.bytes()) : WireReply();
+    }
 
     EmulatorProcess mEmulator;
 };
-
-void TestEmulatorReplies::initTestCase()
-{
-    const QStringList options{QStringLiteral("--account"), QStringLiteral("terror"),
-                              QStringLiteral("--account"), QStringLiteral("bob1"),
-                              QStringLiteral("--account"), QStringLiteral("bob"),
-                              QStringLiteral("--reserve"), QStringLiteral("bob2")};
-    QVERIFY2(mEmulator.start(options), mEmulator.log().constData());
-}
-
-WireReply TestEmulatorReplies::ask(const SignedRequest& request)
-{
-    WireClient client;
-    return client.open(mEmulator) ? client.ask(request.bytes()) : WireReply();
-}
-
-void TestEmulatorReplies::answersAvailability_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("root");
-    QTest::addColumn<QString>("errorCode");
-    const QString response = QStringLiteral("userNameAvailabilityResponse");
-    const QString error = QStringLiteral("errorResponse");
-    const QString syntax = QStringLiteral("attributeSyntaxError");
-    QTest::newRow("free") << QByteArray("carol") << 200 << response << QString();
-    QTest::newRow("64 characters") << QByteArray(64, 'a') << 200 << response << QString();
-    QTest::newRow("every kind of character")
-        << QByteArray("+35 8.a_b-C@d").replace(" ", "") << 200 << response << QString();
-    QTest::newRow("taken") << QByteArray("alice") << 422 << response << QString();
-    QTest::newRow("taken, other case") << QByteArray("ALICE") << 422 << response << QString();
-    QTest::newRow("reserved") << QByteArray("admin") << 409 << error
-                              << QStringLiteral("usernameReserved");
-    QTest::newRow("reserved, other case")
-        << QByteArray("Admin") << 409 << error << QStringLiteral("usernameReserved");
-    QTest::newRow("65 characters") << QByteArray(65, 'a') << 400 << error << syntax;
-    QTest::newRow("none") << QByteArray() << 400 << error << syntax;
-    QTest::newRow("blank") << QByteArray("a b") << 400 << error << syntax;
-    QTest::newRow("not Latin") << QByteArray("\xd0\xb0") << 400 << error << syntax;
-    QTest::newRow("control character") << QByteArray("a\x01") << 400 << error << syntax;
-    QTest::newRow("percent") << QByteArray("100%") << 400 << error << syntax;
-    QTest::newRow("markup") << QByteArray("<a>&\"'") << 400 << error << syntax;
-    QTest::newRow("longer path") << QByteArray("a/b") << 404 << error
-                                 << QStringLiteral("resourceNotFound");
-}
-
-void TestEmulatorReplies::answersAvailability()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(int, status);
-    QFETCH(QString, root);
-    QFETCH(QString, errorCode);
-    const WireReply reply = ask(SignedRequest(pathOf(name)));
-    QCOMPARE(reply.status, status);
-    QVERIFY(reply.body.startsWith("<?xml "));
-    QCOMPARE(rootOf(reply).tagName(), root);
-    QCOMPARE(rootOf(reply).namespaceURI(), QLatin1String(schemaNamespace));
-    QCOMPARE(rootOf(reply).firstChildElement(QStringLiteral("errorCode")).text(), errorCode);
-    // Clients take any reply with this word in it for an error.
-    QCOMPARE(reply.body.contains("error") || reply.body.contains("Error"), !errorCode.isEmpty());
-    QCOMPARE(suggestionsOf(reply).isEmpty(), status != 422);
-}
-
-void TestEmulatorReplies::suggestsNamesThatAreFree()
-{
-    const QStringList names = suggestionsOf(ask(SignedRequest(pathOf("bob"))));
-    // bob1 has an account and bob2 is reserved.
-    QCOMPARE(names,
-             QStringList({QStringLiteral("bob3"), QStringLiteral("bob4"), QStringLiteral("bob5")}));
-    for (const QString& name : names)
-        QCOMPARE(ask(SignedRequest(pathOf(name.toLatin1()))).status, 200);
-    QCOMPARE(mEmulator.admin("POST", QStringLiteral("/accounts"), "bob3\nbob5\n").status, 200);
-    QCOMPARE(suggestionsOf(ask(SignedRequest(pathOf("bob")))),
-             QStringList({QStringLiteral("bob4"), QStringLiteral("bob6"), QStringLiteral("bob7")}));
-}
-
-void TestEmulatorReplies::suggestsNoNameThatClientsMisread()
-{
-    const WireReply reply = ask(SignedRequest(pathOf("terror")));
-    QCOMPARE(reply.status, 422);
-    QVERIFY(!reply.body.contains("error"));
-    QVERIFY(!suggestionsOf(reply).isEmpty());
-}
-
-void TestEmulatorReplies::answersMalformedRequestsWithAnErrorDocument_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("errorCode");
-    QTest::addColumn<QByteArray>("explanation");
-    const QString method = QStringLiteral("illegalRequestMethod");
-    const QString format = QStringLiteral("invalidMessageFormat");
-
-    SignedRequest request;
-    request.httpMethod = "GET";
-    QTest::newRow("GET on the wire")
-        << request.bytes() << 405 << method << QByteArray("every request is an HTTP POST");
-    request = SignedRequest();
-    request.restVerb = "PUT";
-    QTest::newRow("another verb") << request.bytes() << 405 << method
-                                  << QByteArray("no operation has this REST verb");
-    request.restVerb = "";
-    QTest::newRow("no verb") << request.bytes() << 405 << method
-                             << QByteArray("\"rest-verb\" header");
-    request.restVerb = "PATCH";
-    QTest::newRow("no such verb") << request.bytes() << 405 << method
-                                  << QByteArray("\"rest-verb\" header");
-    QTest::newRow("unknown operation")
-        << SignedRequest("/rest/1.0/nothing").bytes() << 404 << QStringLiteral("resourceNotFound")
-        << QByteArray("no operation has this address");
-    QTest::newRow("another base") << SignedRequest("/rest/2.0/availability/bob").bytes() << 404
-                                  << QStringLiteral("invalidUrl")
-                                  << QByteArray("every address begins with /rest/1.0/");
-    request = SignedRequest();
-    request.contentType = "text/xml";
-    QTest::newRow("not a form") << request.bytes() << 415 << QStringLiteral("unknownContentType")
-                                << QByteArray("application/x-www-form-urlencoded");
-
-    SignedRequest form;
-    form.document = "<a/>";
-    const auto formRow = [&](const char* name, const QByteArray& body, const char* explanation) {
-        const QByteArray good = form.bytes();
-        QByteArray bytes = good.left(good.indexOf("Content-Length"));
-        bytes += "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
-        QTest::newRow(name) << bytes << 400 << format << QByteArray(explanation);
-    };
-    formRow("bare document", "<a/>", "does not begin with the form field");
-    formRow("another field", "Document=%3Ca%2F%3E", "does not begin with the form field");
-    formRow("two fields", "XMLContent=%3Ca%2F%3E&a=b", "more than the one field");
-    formRow("empty field", "XMLContent=", "is empty");
-    formRow("not encoded", "XMLContent=<a/>", "not percent-encoded");
-    formRow("lower-case digits", "XMLContent=%3ca%2f%3e", "not percent-encoded");
-    formRow("plus", "XMLContent=%3Ca+b%2F%3E", "not percent-encoded");
-
-    QTest::newRow("no HTTP") << QByteArray("Hello\r\n\r\n") << 400 << format
-                             << QByteArray("refused a request: status 400");
-    QTest::newRow("no length") << QByteArray("POST /rest/1.0/a HTTP/1.1\r\nHost: a\r\n\r\n") << 411
-                               << format << QByteArray("Content-Length header is missing");
-    QTest::newRow("long address") << SignedRequest(pathOf(QByteArray(20000, 'a'))).bytes() << 414
-                                  << QStringLiteral("invalidUrl")
-                                  << QByteArray("refused a request: status 414");
-    const auto headRow = [&](const char* name, const QByteArray& line, int status,
-                             const char* explanation) {
-        const QByteArray head = SignedRequest().bytes();
-        QByteArray bytes = head.left(head.indexOf("Content-Length"));
-        bytes += line + "\r\n\r\n";
-        QTest::newRow(name) << bytes << status << format << QByteArray(explanation);
-    };
-    headRow("pieces", "Transfer-Encoding: chunked", 411, "Content-Length header is missing");
-    headRow("length and pieces", "Content-Length: 5\r\nTransfer-Encoding: chunked", 411,
-            "instead of the Transfer-Encoding header");
-    headRow("two lengths", "Content-Length: 5\r\nContent-Length: 5", 400, "status 400");
-    headRow("negative length", "Content-Length: -1", 400, "status 400");
-    headRow("length with a unit", "Content-Length: 5 bytes", 400, "status 400");
-    headRow("length past every number", "Content-Length: 99999999999999999999", 400, "status 400");
-    headRow("empty length", "Content-Length: ", 400, "status 400");
-    headRow("long body", "Content-Length: 16777217", 413, "the body is too long (16777217 bytes)");
-    headRow("header without a name", ": value", 400, "status 400");
-    headRow("line that is no header", "Hello", 400, "status 400");
-    headRow("many headers", "Content-Length: 0" + QByteArray("\r\nName: value").repeated(6000), 400,
-            "status 400");
-    QTest::newRow("another protocol")
-        << SignedRequest().bytes().replace(" HTTP/1.1\r\n", " HTTP/2.0\r\n") << 400 << format
-        << QByteArray("refused a request: status 400");
-    request = SignedRequest();
-    request.consumerKey = QByteArray(20000, 'k');
-    QTest::newRow("long header") << request.bytes() << 400 << format
-                                 << QByteArray("refused a request: status 400");
-}
-
-void TestEmulatorReplies::answersMalformedRequestsWithAnErrorDocument()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, status);
-    QFETCH(QString, errorCode);
-    QFETCH(QByteArray, explanation);
-    WireClient client;
-    QVERIFY(client.open(mEmulator));
-    const WireReply reply = client.ask(bytes);
-    QCOMPARE(reply.status, status);
-    QVERIFY(!reply.header("Date").isEmpty());
-    QCOMPARE(rootOf(reply).firstChildElement(QStringLiteral("errorCode")).text(), errorCode);
-    QVERIFY2(mEmulator.logHas(explanation), mEmulator.log().constData());
-    QCOMPARE(ask(SignedRequest()).status, 422); // bob has an account here
-}
-
-void TestEmulatorReplies::datesEveryReplyByItsClock_data()
-{
-    QTest::addColumn<int>("skew");
-    QTest::newRow("true") << 0;
-    QTest::newRow("an hour ahead") << 3600;
-    QTest::newRow("ten days back") << -864000;
-}
-
-void TestEmulatorReplies::datesEveryReplyByItsClock()
-{
-    QFETCH(int, skew);
-    EmulatorProcess emulator;
-    QVERIFY(emulator.start({QStringLiteral("--clock-skew=%1").arg(skew)}));
-    WireClient client;
-    QVERIFY(client.open(emulator));
-    const qint64 before = QDateTime::currentSecsSinceEpoch() + skew;
-    // Refused or not, a reply has the date.
-    const WireReply reply = client.ask(SignedRequest().bytes());
-    const qint64 after = QDateTime::currentSecsSinceEpoch() + skew;
-    QCOMPARE(reply.headers.count("Date: "), 1);
-    const QString text = QString::fromLatin1(reply.header("Date"));
-    QVERIFY2(text.endsWith(QStringLiteral(" GMT")), qPrintable(text));
-    QDateTime date = QLocale(QLocale::English, QLocale::UnitedStates)
-                         .toDateTime(text.chopped(4), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
-    date.setTimeSpec(Qt::UTC);
-    QVERIFY2(date.isValid(), qPrintable(text));
-    QVERIFY(date.toSecsSinceEpoch() >= before && date.toSecsSinceEpoch() <= after);
-}
-
-void TestEmulatorReplies::keepsAConnectionForManyRequests()
-{
-    constexpr int many = 500;
-    WireClient client;
-    QVERIFY(client.open(mEmulator));
-    for (int number = 0; number < many; ++number) {
-        const QByteArray name = "user" + QByteArray::number(number);
-        QCOMPARE(client.ask(SignedRequest(pathOf(name)).bytes()).status, 200);
-    }
-}
-
-void TestEmulatorReplies::answersRequestsThatComeTogether()
-{
-    WireClient client;
-    QVERIFY(client.open(mEmulator));
-    SignedRequest refused;
-    refused.document = "<a/>";
-    QByteArray last = SignedRequest(pathOf("carol")).bytes();
-    last.replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n");
-    QVERIFY(client.send(refused.bytes() + SignedRequest().bytes() + last));
-    const WireReply replies = client.receiveToEnd();
-    QVERIFY(replies.closed);
-    const int first = replies.raw.indexOf("HTTP/1.1 400 ");
-    const int second = replies.raw.indexOf("HTTP/1.1 422 ");
-    const int third = replies.raw.indexOf("HTTP/1.1 200 ");
-    QVERIFY2(first == 0 && second > first && third > second, replies.raw.constData());
-    QCOMPARE(replies.raw.count("HTTP/1.1 "), 3);
-}
-
-void TestEmulatorReplies::closesWhenTheClientAsksForIt()
-{
-    const QByteArray request = SignedRequest().bytes();
-    QByteArray closing = request;
-    closing.replace("\r\n\r\n", "\r\nconnection: Close\r\n\r\n");
-    QByteArray old = request;
-    old.replace(" HTTP/1.1\r\n", " HTTP/1.0\r\n");
-    for (const QByteArray& bytes : {closing, old}) {
-        WireClient client;
-        QVERIFY(client.open(mEmulator));
-        QVERIFY(client.send(bytes));
-        const WireReply reply = client.receiveToEnd();
-        QVERIFY(reply.closed);
-        QCOMPARE(reply.header("Connection"), QByteArray("close"));
-        QCOMPARE(reply.body.size(), reply.announcedLength());
-    }
-}
-
-void TestEmulatorReplies::givesLeaveToSendABody()
-{
-    SignedRequest request;
-    request.document = "<a/>";
-    QByteArray head = request.bytes();
-    const int bodyAt = head.indexOf("\r\n\r\n") + 4;
-    const QByteArray body = head.mid(bodyAt);
-    head = head.left(bodyAt - 2) + "Expect: 100-continue\r\n\r\n";
-    WireClient client;
-    QVERIFY(client.open(mEmulator));
-    QVERIFY(client.send(head));
-    QVERIFY(client.somethingComes(30000));
-    QVERIFY(client.send(body));
-    QVERIFY(client.send(
-        QByteArray(SignedRequest().bytes()).replace("\r\n\r\n", "\r\nConnection: close\r\n\r\n")));
-    const WireReply replies = client.receiveToEnd();
-    QVERIFY2(replies.raw.startsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 400 "),
-             replies.raw.constData());
-    QVERIFY(replies.raw.contains("HTTP/1.1 422 "));
-}
-
-void TestEmulatorReplies::servesManyConnectionsAtOnce()
-{
-    constexpr int connections = 64;
-    constexpr int requestsEach = 10;
-    std::atomic<int> open{0};
-    std::atomic<int> good{0};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < connections; ++number) {
-        threads.emplace_back([&] {
-            WireClient client;
-            const bool connected = client.open(mEmulator);
-            ++open;
-            // Nobody asks before everybody is connected.
-            const QDeadlineTimer deadline(30000);
-            while (open < connections && !deadline.hasExpired())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            for (int request = 0; connected && request < requestsEach; ++request)
-                good += client.ask(SignedRequest(pathOf("carol")).bytes()).status == 200;
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    QCOMPARE(good.load(), connections * requestsEach);
-}
-
-void TestEmulatorReplies::leadsEveryHostToTheService()
-{
-    for (const char* host :
-         {KELACCOUNT_HOST_TEST_A, KELACCOUNT_HOST_TEST_B, KELACCOUNT_HOST_PRODUCTION,
-          KELACCOUNT_HOST_STAGING, KELACCOUNT_HOST_TEST_C, KELACCOUNT_HOST_TEST_D}) {
-        WireClient client;
-        QVERIFY2(client.open(mEmulator, QLatin1String(host)), host);
-        SignedRequest request(pathOf("carol"));
-        request.host = host;
-        QCOMPARE(client.ask(request.bytes()).status, 200);
-    }
-}
-
-void TestEmulatorReplies::refusesProxyRequestsOtherThanTunnels()
-{
-    QTcpSocket socket;
-    socket.connectToHost(QStringLiteral("127.0.0.1"), mEmulator.proxyPort());
-    QVERIFY(socket.waitForConnected());
-    socket.write("GET http://" KELACCOUNT_HOST_PRODUCTION "/ HTTP/1.1\r\n\r\n");
-    QVERIFY(socket.waitForDisconnected());
-    QVERIFY(socket.readAll().startsWith("HTTP/1.1 405 "));
-}
-
-void TestEmulatorReplies::keepsAccountsInAFile()
-{
-    QTemporaryDir folder;
-    const QStringList options{QStringLiteral("--database"),
-                              folder.filePath(QStringLiteral("accounts.db")),
-                              QStringLiteral("--no-default-accounts")};
-    {
-        EmulatorProcess first;
-        QVERIFY(first.start(options));
-        QCOMPARE(first.admin("POST", QStringLiteral("/accounts"), "dave\n").status, 200);
-        QCOMPARE(first.stop(), 0);
-    }
-    EmulatorProcess second;
-    QVERIFY(second.start(options));
-    WireClient client;
-    QVERIFY(client.open(second));
-    QCOMPARE(client.ask(SignedRequest(pathOf("dave")).bytes()).status, 422);
-    QCOMPARE(client.ask(SignedRequest(pathOf("alice")).bytes()).status, 200);
-    QCOMPARE(client.ask(SignedRequest(pathOf("admin")).bytes()).status, 200);
-}
-
-void TestEmulatorReplies::takesAccountsFromOptionsAndEndpoint()
-{
-    QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 200);
-    QCOMPARE(mEmulator.admin("POST", QStringLiteral("/accounts"), "erin\r\nfrank\n").status, 200);
-    QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 422);
-    QCOMPARE(ask(SignedRequest(pathOf("frank"))).status, 422);
-    QCOMPARE(mEmulator.admin("POST", QStringLiteral("/accounts"), "not a name\n").status, 400);
-    QCOMPARE(mEmulator.admin("POST", QStringLiteral("/accounts")).status, 400);
-}
-
-void TestEmulatorReplies::listsRequestsWithoutBodies()
-{
-    QCOMPARE(mEmulator.admin("DELETE", QStringLiteral("/requests")).status, 200);
-    QVERIFY(mEmulator.requests().isEmpty());
-    SignedRequest request(pathOf("carol"));
-    request.document = "<a/>";
-    QCOMPARE(ask(request).status, 400);
-    const QJsonArray requests = mEmulator.requests();
-    QCOMPARE(requests.size(), 1);
-    const QJsonObject entry = requests.first().toObject();
-    QCOMPARE(entry.value(QStringLiteral("verb")).toString(), QStringLiteral("GET"));
-    QCOMPARE(entry.value(QStringLiteral("target")).toString(),
-             QStringLiteral("/rest/1.0/availability/carol"));
-    QCOMPARE(entry.value(QStringLiteral("host")).toString(),
-             QStringLiteral(KELACCOUNT_HOST_PRODUCTION));
-    QCOMPARE(entry.value(QStringLiteral("status")).toInt(), 400);
-    QCOMPARE(entry.value(QStringLiteral("operation")).toInt(), 3);
-    QCOMPARE(entry.value(QStringLiteral("bodyBytes")).toInt(), 21); // XMLContent=%3Ca%2F%3E
-    QCOMPARE(entry.value(QStringLiteral("problem")).toString(),
-             QStringLiteral("this operation has no document"));
-}
 
 QTEST_GUILESS_MAIN(TestEmulatorReplies)
 #include "tst_emulator_replies.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What holds for every operation: one good request each, and the same mistakes with all of them.
 #include "emulator/serviceclient.h"
+#include "support/literals.h"
 
 #include <QCryptographicHash>
 #include <QJsonDocument>
@@ -31,12 +32,12 @@ constexpr const char* deviceFacts =
 const QVector<OperationCase>& operationCases()
 {
     static const QByteArray activation =
-        QByteArray("<serviceTag>dGFn</serviceTag>") + deviceFacts +
+        "<serviceTag>dGFn</serviceTag>"_ba + deviceFacts +
         "<userData><email>phone@mail.example</email><password>U2VjcmV0IDEh</password>"
         "<country>FI</country></userData><marketingConsent><email>true</email>"
         "<mobile>false</mobile><serviceId>OneConsent</serviceId></marketingConsent>";
     static const QByteArray device =
-        QByteArray("<deviceInformation>") + deviceFacts + "</deviceInformation>";
+        "<deviceInformation>"_ba + deviceFacts + "</deviceInformation>";
     static const QVector<OperationCase> cases = {
         {1, "token creation", "POST", "tokens", "tokenCreationRequest",
          "<digestAuth><username>alice</username><nonce>n</nonce><created>c</created>"
@@ -122,30 +123,207 @@ class TestOperationsContract : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void coversAll26Operations();
+    void initTestCase()
+    {
+        QVERIFY2(mService.start(), mService.emulator().log().constData());
+        QVERIFY(mService.addAccount(R"([{"userName": "asked", "securityQuestion": "3",
+                                         "securityAnswer": "Rex"},
+                                        {"email": "erin@mail.example"}])"));
+        QCOMPARE(mService.emulator()
+                     .admin("POST", "/pre-accounts"_s,
+                            R"({"hashedMsin": "AcOrfXKVzwdVPSFn7onbYjOWRP8="})")
+                     .status,
+                 200);
+    }
+
+    void init()
+    {
+        // A token that a row deleted or replaced is made anew.
+        mErin = mService.tokenOf("erin@mail.example");
+        QVERIFY(!mErin.token.isEmpty());
+    }
+
+    void coversAll26Operations()
+    {
+        QSet<int> numbers;
+        for (const OperationCase& row : operationCases())
+            numbers.insert(row.operation);
+        QSet<int> all;
+        for (int number = 1; number <= 26; ++number)
+            all.insert(number);
+        QCOMPARE(numbers, all);
+    }
+
     void answersAGoodRequest_data() { addCases(); }
-    void answersAGoodRequest();
+
+    void answersAGoodRequest()
+    {
+        QFETCH(const OperationCase*, row);
+        const Answer answer = mService.ask(requestOf(*row));
+        QVERIFY2(answer.status == row->status, answer.body.constData());
+        QCOMPARE(mService.latestOperation(), row->operation);
+        QCOMPARE(mService.latestProblem(), QString());
+        QCOMPARE(answer.tag(), QString::fromLatin1(row->replyRoot));
+        QCOMPARE(answer.body.isEmpty(), row->replyRoot == nullptr);
+        // Clients take any reply with this word in it for an error.
+        QVERIFY(!answer.body.contains("error"));
+        QVERIFY(!answer.body.contains("Error"));
+    }
+
     void refusesATokenThatIsNone_data() { addCases(true); }
-    void refusesATokenThatIsNone();
+
+    void refusesATokenThatIsNone()
+    {
+        QFETCH(const OperationCase*, row);
+        for (const QByteArray& token : {QByteArray(), "0123456789abcdef"_ba}) {
+            SignedRequest request = requestOf(*row);
+            request.token = token;
+            const Answer answer = mService.ask(request);
+            QCOMPARE(answer.status, 401);
+            QCOMPARE(answer.errorCode(), "invalidAccessToken"_s);
+            QCOMPARE(mService.latestProblem(), token.isNull()
+                                                   ? "oauth_token is missing from the header"_s
+                                                   : "oauth_token is unknown or has expired"_s);
+        }
+    }
+
     void refusesTheTokenOfAnotherAccount_data() { addCases(true); }
-    void refusesTheTokenOfAnotherAccount();
+
+    void refusesTheTokenOfAnotherAccount()
+    {
+        QFETCH(const OperationCase*, row);
+        SignedRequest request = requestOf(*row);
+        request.token = mService.tokenOf("alice").token;
+        QVERIFY(!request.token.isEmpty());
+        const Answer answer = mService.ask(request);
+        // Of the token operations the address is a token itself.
+        const bool isToken = QByteArray(row->path).startsWith("tokens/");
+        QCOMPARE(answer.status, isToken ? 401 : 403);
+        QCOMPARE(answer.errorCode(), isToken ? "invalidAccessToken"_s : "notAuthorized"_s);
+        QCOMPARE(mService.tokenOf("erin@mail.example").accountId, mErin.accountId);
+    }
+
     void refusesATokenWhereNoneBelongs_data() { addCases(false); }
-    void refusesATokenWhereNoneBelongs();
+
+    void refusesATokenWhereNoneBelongs()
+    {
+        QFETCH(const OperationCase*, row);
+        SignedRequest request = requestOf(*row);
+        request.token = mErin.token;
+        verifyMalformed(mService.ask(request),
+                        "oauth_token is sent with an operation that needs none");
+    }
+
     void refusesADocumentTooManyOrTooFew_data() { addCases(); }
-    void refusesADocumentTooManyOrTooFew();
-    void refusesADocumentOfAnotherForm_data();
-    void refusesADocumentOfAnotherForm();
+
+    void refusesADocumentTooManyOrTooFew()
+    {
+        QFETCH(const OperationCase*, row);
+        SignedRequest request = requestOf(*row);
+        if (!row->root) {
+            request.document = ServiceClient::document("someRequest", {});
+            verifyMalformed(mService.ask(request), "this operation has no document");
+            return;
+        }
+        request.document.clear();
+        const Answer answer = mService.ask(request);
+        verifyMalformed(answer, "the document " + QByteArray(row->root) + " is missing");
+        // Whoever looks at the reply alone learns it as well.
+        QVERIFY(answer.at("errorText").contains(QLatin1String(row->root)));
+    }
+
+    void refusesADocumentOfAnotherForm_data()
+    {
+        QTest::addColumn<const OperationCase*>("row");
+        for (const OperationCase& row : operationCases()) {
+            if (row.root)
+                QTest::newRow(row.name) << &row;
+        }
+    }
+
+    void refusesADocumentOfAnotherForm()
+    {
+        QFETCH(const OperationCase*, row);
+        SignedRequest request = requestOf(*row);
+        request.document.insert(request.document.lastIndexOf("</"), "<extra></extra>");
+        const Answer answer = mService.ask(request);
+        QCOMPARE(answer.status, 400);
+        QCOMPARE(answer.errorCode(), "invalidMessageFormat"_s);
+        QVERIFY2(mService.latestProblem().endsWith(", found extra"_s),
+                 qPrintable(mService.latestProblem()));
+        QCOMPARE(answer.at("errorText"), mService.latestProblem());
+    }
+
     void refusesOtherVerbs_data() { addCases(); }
-    void refusesOtherVerbs();
-    void refusesExpiredTokens();
+
+    void refusesOtherVerbs()
+    {
+        QFETCH(const OperationCase*, row);
+        for (const char* verb : {"GET", "POST", "PUT", "DELETE"}) {
+            bool hasOperation = false;
+            for (const OperationCase& other : operationCases()) {
+                hasOperation = hasOperation || (qstrcmp(other.path, row->path) == 0 &&
+                                                qstrcmp(other.verb, verb) == 0);
+            }
+            if (hasOperation)
+                continue;
+            SignedRequest request = requestOf(*row);
+            request.restVerb = verb;
+            const Answer answer = mService.ask(request);
+            QCOMPARE(answer.status, 405);
+            QCOMPARE(answer.errorCode(), "illegalRequestMethod"_s);
+        }
+    }
+
+    void refusesExpiredTokens()
+    {
+        SignedRequest request("/rest/1.0/accounts/" + mErin.accountId + "/profile");
+        request.token = mErin.token;
+        QCOMPARE(mService.ask(request).status, 200);
+        QCOMPARE(mService.emulator().admin("POST", "/tokens/expire"_s).status, 200);
+        SignedRequest again("/rest/1.0/accounts/" + mErin.accountId + "/profile");
+        again.token = mErin.token;
+        QCOMPARE(mService.ask(again).errorCode(), "invalidAccessToken"_s);
+    }
 
 private:
     static void addCases();
     static void addCases(bool needsToken);
-    SignedRequest requestOf(const OperationCase& row);
-    void verifyMalformed(const Answer& answer, const QByteArray& problem);
+
+    SignedRequest requestOf(const OperationCase& row)
+    {
+        QByteArray path = row.path;
+        path.replace("{id}", mErin.accountId).replace("{token}", mErin.token);
+        SignedRequest request("/rest/1.0/" + path);
+        request.restVerb = row.verb;
+        if (row.operation == 8)
+            request.query = {{"lang", "fi"}, {"country", "FI"}, {"format", "html"}};
+        if (row.needsToken)
+            request.token = mErin.token;
+        if (row.root) {
+            const QByteArray digest =
+                QCryptographicHash::hash("ncsecret", QCryptographicHash::Sha1).toBase64();
+            const QJsonArray inbox =
+                QJsonDocument::fromJson(
+                    mService.emulator().admin("GET", "/inbox?name=alice"_s).body)
+                    .array();
+            const QByteArray recovery =
+                inbox.last().toObject().value("token"_s).toString().toLatin1();
+            request.document =
+                ServiceClient::document(row.root, QByteArray(row.content)
+                                                      .replace("{digest}", digest)
+                                                      .replace("{recovery}", recovery));
+        }
+        return request;
+    }
+
+    void verifyMalformed(const Answer& answer, const QByteArray& problem)
+    {
+        QCOMPARE(answer.status, 400);
+        QCOMPARE(answer.errorCode(), "invalidMessageFormat"_s);
+        QCOMPARE(mService.latestProblem().toLatin1(), problem);
+        QVERIFY(mService.emulator().logHas(problem));
+    }
 
     ServiceClient mService;
     SignedIn mErin; ///< known by her address alone, for a user name to be given to
@@ -165,191 +343,6 @@ void TestOperationsContract::addCases(bool needsToken)
         if (row.needsToken == needsToken)
             QTest::newRow(row.name) << &row;
     }
-}
-
-void TestOperationsContract::initTestCase()
-{
-    QVERIFY2(mService.start(), mService.emulator().log().constData());
-    QVERIFY(mService.addAccount(R"([{"userName": "asked", "securityQuestion": "3",
-                                     "securityAnswer": "Rex"},
-                                    {"email": "erin@mail.example"}])"));
-    QCOMPARE(mService.emulator()
-                 .admin("POST", QStringLiteral("/pre-accounts"),
-                        R"({"hashedMsin": "AcOrfXKVzwdVPSFn7onbYjOWRP8="})")
-                 .status,
-             200);
-}
-
-void TestOperationsContract::init()
-{
-    // A token that a row deleted or replaced is made anew.
-    mErin = mService.tokenOf("erin@mail.example");
-    QVERIFY(!mErin.token.isEmpty());
-}
-
-SignedRequest TestOperationsContract::requestOf(const OperationCase& row)
-{
-    QByteArray path = row.path;
-    path.replace("{id}", mErin.accountId).replace("{token}", mErin.token);
-    SignedRequest request("/rest/1.0/" + path);
-    request.restVerb = row.verb;
-    if (row.operation == 8)
-        request.query = {{"lang", "fi"}, {"country", "FI"}, {"format", "html"}};
-    if (row.needsToken)
-        request.token = mErin.token;
-    if (row.root) {
-        const QByteArray digest =
-            QCryptographicHash::hash("ncsecret", QCryptographicHash::Sha1).toBase64();
-        const QJsonArray inbox =
-            QJsonDocument::fromJson(
-                mService.emulator().admin("GET", QStringLiteral("/inbox?name=alice")).body)
-                .array();
-        const QByteArray recovery =
-            inbox.last().toObject().value(QStringLiteral("token")).toString().toLatin1();
-        request.document = ServiceClient::document(
-            row.root,
-            QByteArray(row.content).replace("{digest}", digest).replace("{recovery}", recovery));
-    }
-    return request;
-}
-
-void TestOperationsContract::answersAGoodRequest()
-{
-    QFETCH(const OperationCase*, row);
-    const Answer answer = mService.ask(requestOf(*row));
-    QVERIFY2(answer.status == row->status, answer.body.constData());
-    QCOMPARE(mService.latestOperation(), row->operation);
-    QCOMPARE(mService.latestProblem(), QString());
-    QCOMPARE(answer.tag(), QString::fromLatin1(row->replyRoot));
-    QCOMPARE(answer.body.isEmpty(), row->replyRoot == nullptr);
-    // Clients take any reply with this word in it for an error.
-    QVERIFY(!answer.body.contains("error"));
-    QVERIFY(!answer.body.contains("Error"));
-}
-
-void TestOperationsContract::coversAll26Operations()
-{
-    QSet<int> numbers;
-    for (const OperationCase& row : operationCases())
-        numbers.insert(row.operation);
-    QSet<int> all;
-    for (int number = 1; number <= 26; ++number)
-        all.insert(number);
-    QCOMPARE(numbers, all);
-}
-
-void TestOperationsContract::refusesATokenThatIsNone()
-{
-    QFETCH(const OperationCase*, row);
-    for (const QByteArray& token : {QByteArray(), QByteArray("0123456789abcdef")}) {
-        SignedRequest request = requestOf(*row);
-        request.token = token;
-        const Answer answer = mService.ask(request);
-        QCOMPARE(answer.status, 401);
-        QCOMPARE(answer.errorCode(), QStringLiteral("invalidAccessToken"));
-        QCOMPARE(mService.latestProblem(),
-                 token.isNull() ? QStringLiteral("oauth_token is missing from the header")
-                                : QStringLiteral("oauth_token is unknown or has expired"));
-    }
-}
-
-void TestOperationsContract::refusesTheTokenOfAnotherAccount()
-{
-    QFETCH(const OperationCase*, row);
-    SignedRequest request = requestOf(*row);
-    request.token = mService.tokenOf("alice").token;
-    QVERIFY(!request.token.isEmpty());
-    const Answer answer = mService.ask(request);
-    // Of the token operations the address is a token itself.
-    const bool isToken = QByteArray(row->path).startsWith("tokens/");
-    QCOMPARE(answer.status, isToken ? 401 : 403);
-    QCOMPARE(answer.errorCode(),
-             isToken ? QStringLiteral("invalidAccessToken") : QStringLiteral("notAuthorized"));
-    QCOMPARE(mService.tokenOf("erin@mail.example").accountId, mErin.accountId);
-}
-
-void TestOperationsContract::verifyMalformed(const Answer& answer, const QByteArray& problem)
-{
-    QCOMPARE(answer.status, 400);
-    QCOMPARE(answer.errorCode(), QStringLiteral("invalidMessageFormat"));
-    QCOMPARE(mService.latestProblem().toLatin1(), problem);
-    QVERIFY(mService.emulator().logHas(problem));
-}
-
-void TestOperationsContract::refusesATokenWhereNoneBelongs()
-{
-    QFETCH(const OperationCase*, row);
-    SignedRequest request = requestOf(*row);
-    request.token = mErin.token;
-    verifyMalformed(mService.ask(request), "oauth_token is sent with an operation that needs none");
-}
-
-void TestOperationsContract::refusesADocumentTooManyOrTooFew()
-{
-    QFETCH(const OperationCase*, row);
-    SignedRequest request = requestOf(*row);
-    if (!row->root) {
-        request.document = ServiceClient::document("someRequest", {});
-        verifyMalformed(mService.ask(request), "this operation has no document");
-        return;
-    }
-    request.document.clear();
-    const Answer answer = mService.ask(request);
-    verifyMalformed(answer, "the document " + QByteArray(row->root) + " is missing");
-    // Whoever looks at the reply alone learns it as well.
-    QVERIFY(answer.at("errorText").contains(QLatin1String(row->root)));
-}
-
-void TestOperationsContract::refusesADocumentOfAnotherForm_data()
-{
-    QTest::addColumn<const OperationCase*>("row");
-    for (const OperationCase& row : operationCases()) {
-        if (row.root)
-            QTest::newRow(row.name) << &row;
-    }
-}
-
-void TestOperationsContract::refusesADocumentOfAnotherForm()
-{
-    QFETCH(const OperationCase*, row);
-    SignedRequest request = requestOf(*row);
-    request.document.insert(request.document.lastIndexOf("</"), "<extra></extra>");
-    const Answer answer = mService.ask(request);
-    QCOMPARE(answer.status, 400);
-    QCOMPARE(answer.errorCode(), QStringLiteral("invalidMessageFormat"));
-    QVERIFY2(mService.latestProblem().endsWith(QLatin1String(", found extra")),
-             qPrintable(mService.latestProblem()));
-    QCOMPARE(answer.at("errorText"), mService.latestProblem());
-}
-
-void TestOperationsContract::refusesOtherVerbs()
-{
-    QFETCH(const OperationCase*, row);
-    for (const char* verb : {"GET", "POST", "PUT", "DELETE"}) {
-        bool hasOperation = false;
-        for (const OperationCase& other : operationCases()) {
-            hasOperation = hasOperation ||
-                           (qstrcmp(other.path, row->path) == 0 && qstrcmp(other.verb, verb) == 0);
-        }
-        if (hasOperation)
-            continue;
-        SignedRequest request = requestOf(*row);
-        request.restVerb = verb;
-        const Answer answer = mService.ask(request);
-        QCOMPARE(answer.status, 405);
-        QCOMPARE(answer.errorCode(), QStringLiteral("illegalRequestMethod"));
-    }
-}
-
-void TestOperationsContract::refusesExpiredTokens()
-{
-    SignedRequest request("/rest/1.0/accounts/" + mErin.accountId + "/profile");
-    request.token = mErin.token;
-    QCOMPARE(mService.ask(request).status, 200);
-    QCOMPARE(mService.emulator().admin("POST", QStringLiteral("/tokens/expire")).status, 200);
-    SignedRequest again("/rest/1.0/accounts/" + mErin.accountId + "/profile");
-    again.token = mErin.token;
-    QCOMPARE(mService.ask(again).errorCode(), QStringLiteral("invalidAccessToken"));
 }
 
 QTEST_GUILESS_MAIN(TestOperationsContract)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/xmlelement.h"
 #include "rest/request/servicehosts.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -16,84 +18,77 @@ class TestOperationsXml : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsElementsAndTheirText();
-    void readsNothingButPlainElements_data();
-    void readsNothingButPlainElements();
+    void readsElementsAndTheirText()
+    {
+        const QByteArray document = declaration + "<a xmlns=\"" + schemaNamespace +
+                                    "\"><b>1 &lt; 2 &#228;</b><c/><b>second</b></a>";
+        KelEmulator::XmlElement root;
+        std::string problem;
+        QVERIFY2(KelEmulator::readXml(document.toStdString(), root, problem), problem.c_str());
+        QCOMPARE(root.name, std::string("a"));
+        QCOMPARE(root.children.size(), size_t(3));
+        QCOMPARE(root.textOf("b"), std::string("1 < 2 \xc3\xa4"));
+        QCOMPARE(root.textOf("none"), std::string());
+        QVERIFY(root.child("c"));
+        QVERIFY(!root.child("none"));
+    }
+
+    void readsNothingButPlainElements_data()
+    {
+        columns<QByteArray, QByteArray>("document", "problem");
+        const QByteArray start =
+            "<captchaCreationRequest xmlns=\"" + schemaNamespace + "\"><width>1</width>";
+        const QByteArray end = "<height>1</height></captchaCreationRequest>";
+        const auto row = [](const char* name, const QByteArray& document, const char* problem) {
+            QTest::newRow(name) << document << QByteArray(problem);
+        };
+        const auto inside = [&](const char* name, const QByteArray& content, const char* problem) {
+            row(name, declaration + start + content + end, problem);
+        };
+        row("no declaration", start + end, "the document does not begin with <?xml");
+        row("other quotes", "<?xml version='1.0' encoding='UTF-8'?>" + start + end,
+            "the document does not begin with <?xml");
+        row("line end after the declaration", declaration + '\n' + start + end,
+            "the root element does not follow the declaration at once");
+        row("line end after the root", declaration + start + end + '\n',
+            "the document does not end with the root element");
+        row("document type", declaration + "<!DOCTYPE a>" + start + end,
+            "there is a document type or an entity of its own");
+        row("entity", declaration + "<!DOCTYPE a [<!ENTITY e \"1\">]>" + start + "&e;" + end,
+            "there is a document type or an entity of its own");
+        inside("comment", "<!-- c -->", "there is a comment");
+        inside("CDATA section", "<![CDATA[1]]>", "there is a CDATA section");
+        inside("instruction", "<?do it?>", "there is a processing instruction");
+        inside("attribute", "<a b=\"c\"/>",
+               "element a has an attribute that does not belong there");
+        inside("declared again", "<a xmlns=\"" + schemaNamespace + "\"/>",
+               "element a has an attribute that does not belong there");
+        inside("other namespace", "<a xmlns=\"urn:b\"/>", "element a is not in the namespace");
+        inside("prefix", "<b:a xmlns:b=\"" + schemaNamespace + "\"/>",
+               "element b:a has a namespace prefix");
+        inside("not closed", "<a>", "the document is not well-formed XML");
+        inside("loose ampersand", "a & b", "the document is not well-formed XML");
+        inside("not UTF-8", "\xff", "the document is not well-formed XML");
+        inside("nested deep", "<a>"_ba.repeated(10000), "elements are nested more than 8 deep");
+        inside("many elements", "<a/>"_ba.repeated(20000), "there are more than 10000 elements");
+        inside("long", QByteArray(300000, ' '), "the document is longer than 262144 bytes");
+        row("no namespace", declaration + "<captchaCreationRequest/>",
+            "element captchaCreationRequest is not in the namespace https://");
+        row("cut", (declaration + start + end).chopped(25), "the document is not well-formed XML");
+        row("two roots", declaration + start + end + start + end,
+            "the document is not well-formed XML");
+        row("declaration alone", declaration, "the root element does not follow");
+    }
+
+    void readsNothingButPlainElements()
+    {
+        const auto [document, problem] = fetch<QByteArray, QByteArray>("document", "problem");
+        KelEmulator::XmlElement root;
+        std::string got;
+        QVERIFY(!KelEmulator::readXml(document.toStdString(), root, got));
+        QVERIFY2(QByteArray::fromStdString(got).startsWith(problem), got.c_str());
+    }
 };
-
-void TestOperationsXml::readsNothingButPlainElements_data()
-{
-    QTest::addColumn<QByteArray>("document");
-    QTest::addColumn<QByteArray>("problem");
-    const QByteArray start =
-        "<captchaCreationRequest xmlns=\"" + schemaNamespace + "\"><width>1</width>";
-    const QByteArray end = "<height>1</height></captchaCreationRequest>";
-    const auto row = [](const char* name, const QByteArray& document, const char* problem) {
-        QTest::newRow(name) << document << QByteArray(problem);
-    };
-    const auto inside = [&](const char* name, const QByteArray& content, const char* problem) {
-        row(name, declaration + start + content + end, problem);
-    };
-    row("no declaration", start + end, "the document does not begin with <?xml");
-    row("other quotes", "<?xml version='1.0' encoding='UTF-8'?>" + start + end,
-        "the document does not begin with <?xml");
-    row("line end after the declaration", declaration + '\n' + start + end,
-        "the root element does not follow the declaration at once");
-    row("line end after the root", declaration + start + end + '\n',
-        "the document does not end with the root element");
-    row("document type", declaration + "<!DOCTYPE a>" + start + end,
-        "there is a document type or an entity of its own");
-    row("entity", declaration + "<!DOCTYPE a [<!ENTITY e \"1\">]>" + start + "&e;" + end,
-        "there is a document type or an entity of its own");
-    inside("comment", "<!-- c -->", "there is a comment");
-    inside("CDATA section", "<![CDATA[1]]>", "there is a CDATA section");
-    inside("instruction", "<?do it?>", "there is a processing instruction");
-    inside("attribute", "<a b=\"c\"/>", "element a has an attribute that does not belong there");
-    inside("declared again", "<a xmlns=\"" + schemaNamespace + "\"/>",
-           "element a has an attribute that does not belong there");
-    inside("other namespace", "<a xmlns=\"urn:b\"/>", "element a is not in the namespace");
-    inside("prefix", "<b:a xmlns:b=\"" + schemaNamespace + "\"/>",
-           "element b:a has a namespace prefix");
-    inside("not closed", "<a>", "the document is not well-formed XML");
-    inside("loose ampersand", "a & b", "the document is not well-formed XML");
-    inside("not UTF-8", "\xff", "the document is not well-formed XML");
-    inside("nested deep", QByteArray("<a>").repeated(10000),
-           "elements are nested more than 8 deep");
-    inside("many elements", QByteArray("<a/>").repeated(20000),
-           "there are more than 10000 elements");
-    inside("long", QByteArray(300000, ' '), "the document is longer than 262144 bytes");
-    row("no namespace", declaration + "<captchaCreationRequest/>",
-        "element captchaCreationRequest is not in the namespace https://");
-    row("cut", (declaration + start + end).chopped(25), "the document is not well-formed XML");
-    row("two roots", declaration + start + end + start + end,
-        "the document is not well-formed XML");
-    row("declaration alone", declaration, "the root element does not follow");
-}
-
-void TestOperationsXml::readsNothingButPlainElements()
-{
-    QFETCH(QByteArray, document);
-    QFETCH(QByteArray, problem);
-    KelEmulator::XmlElement root;
-    std::string got;
-    QVERIFY(!KelEmulator::readXml(document.toStdString(), root, got));
-    QVERIFY2(QByteArray::fromStdString(got).startsWith(problem), got.c_str());
-}
-
-void TestOperationsXml::readsElementsAndTheirText()
-{
-    const QByteArray document = declaration + "<a xmlns=\"" + schemaNamespace +
-                                "\"><b>1 &lt; 2 &#228;</b><c/><b>second</b></a>";
-    KelEmulator::XmlElement root;
-    std::string problem;
-    QVERIFY2(KelEmulator::readXml(document.toStdString(), root, problem), problem.c_str());
-    QCOMPARE(root.name, std::string("a"));
-    QCOMPARE(root.children.size(), size_t(3));
-    QCOMPARE(root.textOf("b"), std::string("1 < 2 \xc3\xa4"));
-    QCOMPARE(root.textOf("none"), std::string());
-    QVERIFY(root.child("c"));
-    QVERIFY(!root.child("none"));
-}
 
 QTEST_GUILESS_MAIN(TestOperationsXml)
 #include "tst_operations_xml.moc"

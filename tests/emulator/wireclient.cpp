@@ -3,6 +3,7 @@
 
 #include "emulator/emulatorprocess.h"
 #include "rest/request/servicehosts.h"
+#include "support/literals.h"
 
 #include <QDeadlineTimer>
 #include <QNetworkProxy>
@@ -18,7 +19,7 @@ constexpr int patience = 30000;
 QByteArray WireReply::header(const QByteArray& name) const
 {
     const QRegularExpression line(
-        QStringLiteral("^%1: (.*)\\r$").arg(QRegularExpression::escape(QString::fromLatin1(name))),
+        "^%1: (.*)\\r$"_s.arg(QRegularExpression::escape(QString::fromLatin1(name))),
         QRegularExpression::MultilineOption | QRegularExpression::CaseInsensitiveOption);
     return line.match(QString::fromLatin1(headers)).captured(1).toLatin1();
 }
@@ -35,7 +36,7 @@ bool WireClient::open(const EmulatorProcess& emulator, const QString& wantedHost
     const QString host =
         wantedHost.isEmpty() ? QStringLiteral(KELACCOUNT_HOST_PRODUCTION) : wantedHost;
     mSocket.setProxy(QNetworkProxy::NoProxy);
-    mSocket.connectToHost(QStringLiteral("127.0.0.1"), emulator.proxyPort());
+    mSocket.connectToHost("127.0.0.1"_s, emulator.proxyPort());
     if (!mSocket.waitForConnected(patience))
         return false;
     mSocket.write("CONNECT " + host.toLatin1() + ":443 HTTP/1.1\r\nHost: " + host.toLatin1() +

@@ -2,6 +2,7 @@
 #include "integration/emulateddevice.h"
 
 #include "integration/emulatedservice.h"
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitechange.h"
 #include "support/sqlitereader.h"
@@ -40,8 +41,7 @@ QString EmulatedDevice::addAccount(const QJsonObject& account)
         return {};
     const QJsonArray all =
         QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
-    return all.isEmpty() ? QString()
-                         : all.last().toObject().value(QStringLiteral("accountId")).toString();
+    return all.isEmpty() ? QString() : all.last().toObject().value("accountId"_s).toString();
 }
 
 QJsonObject EmulatedDevice::accountAtService(const QString& number)
@@ -49,7 +49,7 @@ QJsonObject EmulatedDevice::accountAtService(const QString& number)
     const QJsonArray all =
         QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
     for (const QJsonValue& account : all) {
-        if (account.toObject().value(QStringLiteral("accountId")).toString() == number)
+        if (account.toObject().value("accountId"_s).toString() == number)
             return account.toObject();
     }
     return {};
@@ -62,7 +62,7 @@ QList<int> EmulatedDevice::operations()
     EmulatedService::ask("DELETE", "/requests");
     QList<int> numbers;
     for (const QJsonValue& request : requests)
-        numbers.append(request.toObject().value(QStringLiteral("operation")).toInt(-1));
+        numbers.append(request.toObject().value("operation"_s).toInt(-1));
     return numbers;
 }
 
@@ -79,9 +79,9 @@ QString EmulatedDevice::storeFile(const char* file)
 QVariantMap EmulatedDevice::storedFor(int identity)
 {
     QVariantMap map;
-    const QList<QVariantList> rows = sqliteRows(
-        storeFile("signon-secrets.db"),
-        QStringLiteral("SELECT key, value FROM STORE WHERE identity_id = %1").arg(identity));
+    const QList<QVariantList> rows =
+        sqliteRows(storeFile("signon-secrets.db"),
+                   "SELECT key, value FROM STORE WHERE identity_id = %1"_s.arg(identity));
     for (const QVariantList& row : rows)
         map.insert(row.value(0).toString(), fromStore(row.value(1).toByteArray()));
     return map;
@@ -92,22 +92,21 @@ bool EmulatedDevice::changeStored(int identity, const QString& name, const QVari
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream << value;
-    return sqliteChange(
-        storeFile("signon-secrets.db"),
-        QStringLiteral("UPDATE STORE SET value = X'%1' WHERE identity_id = %2 AND key = '%3'")
-            .arg(QString::fromLatin1(bytes.toHex()))
-            .arg(identity)
-            .arg(name));
+    return sqliteChange(storeFile("signon-secrets.db"),
+                        "UPDATE STORE SET value = X'%1' WHERE identity_id = %2 AND key = '%3'"_s
+                            .arg(QString::fromLatin1(bytes.toHex()))
+                            .arg(identity)
+                            .arg(name));
 }
 
 QList<pid_t> EmulatedDevice::pluginProcesses()
 {
     const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
     QList<pid_t> found;
-    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    const QStringList processes = QDir("/proc"_s).entryList(QDir::Dirs);
     for (const QString& process : processes) {
-        QFile commandName(QStringLiteral("/proc/%1/comm").arg(process));
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(process));
+        QFile commandName("/proc/%1/comm"_s.arg(process));
+        QFile environment("/proc/%1/environ"_s.arg(process));
         if (process.toInt() > 1 && commandName.open(QIODevice::ReadOnly) &&
             commandName.readAll().startsWith("signonplugin") &&
             environment.open(QIODevice::ReadOnly) &&
@@ -124,8 +123,7 @@ bool EmulatedDevice::killPluginProcesses()
         ::kill(id, SIGKILL);
     // Until the daemon has collected them: before, it takes the next request for theirs.
     return !found.isEmpty() && waitUntil([&] {
-        return std::none_of(found.cbegin(), found.cend(), [](pid_t id) {
-            return QFile::exists(QStringLiteral("/proc/%1").arg(id));
-        });
+        return std::none_of(found.cbegin(), found.cend(),
+                            [](pid_t id) { return QFile::exists("/proc/%1"_s.arg(id)); });
     });
 }

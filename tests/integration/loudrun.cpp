@@ -2,6 +2,7 @@
 #include "integration/loudrun.h"
 
 #include "emulator/emulatorprocess.h"
+#include "support/literals.h"
 #include "support/secretsearch.h"
 
 #include <QCoreApplication>
@@ -32,40 +33,38 @@ bool isInside()
 bool handOver(const QStringList& secrets)
 {
     const QString folder = qEnvironmentVariable(folderVariable);
-    return write(folder + QLatin1String("/secrets"), secrets.join(QLatin1Char('\n')).toUtf8()) &&
-           QFile::copy(qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1String("/../session.log"),
-                       folder + QLatin1String("/session.log"));
+    return write(folder + "/secrets"_s, secrets.join(QLatin1Char('\n')).toUtf8()) &&
+           QFile::copy(qEnvironmentVariable("SSO_STORAGE_PATH") + "/../session.log"_s,
+                       folder + "/session.log"_s);
 }
 
 Result run(const QString& consumerSecret, const QString& loggingRules)
 {
     Result result;
     const QTemporaryDir folder;
-    const QString secretFile = folder.filePath(QStringLiteral("consumer-secret"));
+    const QString secretFile = folder.filePath("consumer-secret"_s);
     if (!write(secretFile, consumerSecret.toUtf8() + '\n'))
         return result;
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QLatin1String(folderVariable), folder.path());
-    environment.insert(QStringLiteral("SSO_LOGGING_LEVEL"), QStringLiteral("2"));
-    environment.insert(QStringLiteral("QT_LOGGING_RULES"), loggingRules);
-    environment.insert(QStringLiteral("QT_ASSUME_STDERR_HAS_CONSOLE"), QStringLiteral("1"));
+    environment.insert("SSO_LOGGING_LEVEL"_s, "2"_s);
+    environment.insert("QT_LOGGING_RULES"_s, loggingRules);
+    environment.insert("QT_ASSUME_STDERR_HAS_CONSOLE"_s, "1"_s);
     BoundProcess emulator;
     emulator.setProcessEnvironment(environment);
     emulator.setProcessChannelMode(QProcess::MergedChannels);
     emulator.start(EmulatorProcess::program(),
-                   {QStringLiteral("run"), QStringLiteral("--verbose"),
-                    QStringLiteral("--consumer-secret-file"), secretFile, QStringLiteral("--"),
+                   {"run"_s, "--verbose"_s, "--consumer-secret-file"_s, secretFile, "--"_s,
                     QCoreApplication::applicationFilePath()});
     if (emulator.waitForFinished(patienceMs) && emulator.exitStatus() == QProcess::NormalExit)
         result.exitCode = emulator.exitCode();
     result.output = emulator.readAll();
     if (result.exitCode != 0) // whole: a test's message is cut short
         std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
-    result.sessionLog = SecretSearch::contentOf(folder.filePath(QStringLiteral("session.log")));
-    result.secrets =
-        QString::fromUtf8(SecretSearch::contentOf(folder.filePath(QStringLiteral("secrets"))))
-            .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    result.sessionLog = SecretSearch::contentOf(folder.filePath("session.log"_s));
+    result.secrets = QString::fromUtf8(SecretSearch::contentOf(folder.filePath("secrets"_s)))
+                         .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     return result;
 }
 

@@ -7,6 +7,7 @@
 #include "rest/request/serviceaddress.h"
 #include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 
 #include <SignOn/IdentityInfo>
@@ -24,7 +25,7 @@ public:
     QString getToken(QString const&) override { return {}; }
     QString createSignature(QString const&, QString const& base, bool) override
     {
-        return CryptographicUtils::HMACSHA1(base, QStringLiteral("demo-secret&"));
+        return CryptographicUtils::HMACSHA1(base, "demo-secret&"_s);
     }
     QString getTimeStamp() override
     {
@@ -66,7 +67,7 @@ bool PluginFixture::openSession(const QString& user, const QString& secret)
         return false;
     mIdentityId = stored.at(0).at(1).toUInt();
     mIdentity.reset(SignOn::Identity::existingIdentity(mIdentityId));
-    mSession = mIdentity ? mIdentity->createSession(QStringLiteral("zorauth")) : nullptr;
+    mSession = mIdentity ? mIdentity->createSession("zorauth"_s) : nullptr;
     if (!mSession)
         return false;
     connect(mSession, &SignOn::AuthSession::response, this,
@@ -134,10 +135,10 @@ bool PluginFixture::changeIdentity(const std::function<void(SignOn::IdentityInfo
 
 void PluginFixture::send(const char* mechanism, const QVariantMap& data)
 {
-    QVariantMap all = {{QStringLiteral("ConsumerKey"), key()},
-                       {QStringLiteral("ConsumerSecret"), QStringLiteral("demo-secret")},
-                       {QStringLiteral("ServerUrlValue"), server},
-                       {QStringLiteral("ManualSignIn"), typedNow(mechanism)}};
+    QVariantMap all = {{"ConsumerKey"_s, key()},
+                       {"ConsumerSecret"_s, "demo-secret"_s},
+                       {"ServerUrlValue"_s, server},
+                       {"ManualSignIn"_s, typedNow(mechanism)}};
     for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
         if (entry.value().isNull())
             all.remove(entry.key());
@@ -179,7 +180,7 @@ bool PluginFixture::changeStoredSession(const QVariant& session)
 bool PluginFixture::expire()
 {
     QVariantMap past = storedSession();
-    past.insert(QStringLiteral("ValidUntil"), QDateTime::currentSecsSinceEpoch() - 1);
+    past.insert("ValidUntil"_s, QDateTime::currentSecsSinceEpoch() - 1);
     return changeStoredSession(past);
 }
 
@@ -191,11 +192,9 @@ bool PluginFixture::startPluginAgain()
 bool PluginUserFixture::openNewUser()
 {
     ++mCount;
-    mUser = QStringLiteral("user%1").arg(mCount);
-    mEmail = QStringLiteral("user%1@example.org").arg(mCount);
-    mPassword = QString::fromUtf8("pässword %1").arg(mCount);
-    mNumber = addAccount({{QStringLiteral("userName"), mUser},
-                          {QStringLiteral("email"), mEmail},
-                          {QStringLiteral("password"), mPassword}});
+    mUser = "user%1"_s.arg(mCount);
+    mEmail = "user%1@example.org"_s.arg(mCount);
+    mPassword = "pässword %1"_s.arg(mCount);
+    mNumber = addAccount({{"userName"_s, mUser}, {"email"_s, mEmail}, {"password"_s, mPassword}});
     return !mNumber.isEmpty() && openSession(mUser, mPassword);
 }

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/pluginobject.h"
 
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 
 QVariantMap PluginObject::request(const QVariantMap& more)
 {
-    QVariantMap data = {{QStringLiteral("ConsumerKey"), QStringLiteral("demo-key")},
-                        {QStringLiteral("ConsumerSecret"), QStringLiteral("demo-secret")},
-                        {QStringLiteral("ServerUrlValue"), 2},
-                        {QStringLiteral("ManualSignIn"), true},
-                        {QStringLiteral("UserName"), QStringLiteral("alice")},
-                        {QStringLiteral("Secret"), QStringLiteral("secret")}};
+    QVariantMap data = {{"ConsumerKey"_s, "demo-key"_s}, {"ConsumerSecret"_s, "demo-secret"_s},
+                        {"ServerUrlValue"_s, 2},         {"ManualSignIn"_s, true},
+                        {"UserName"_s, "alice"_s},       {"Secret"_s, "secret"_s}};
     for (auto entry = more.cbegin(); entry != more.cend(); ++entry)
         data.insert(entry.key(), entry.value());
     return data;
@@ -25,12 +23,12 @@ void PluginObject::makePlugin()
     connect(mPlugin.get(), &AuthPluginInterface::result, this,
             [this](const SignOn::SessionData& data) {
                 mAnswer = data.toMap();
-                mEvents.append(QStringLiteral("result"));
+                mEvents.append("result"_s);
             });
     connect(mPlugin.get(), &AuthPluginInterface::store, this,
             [this](const SignOn::SessionData& data) {
                 mStored = data.toMap();
-                mEvents.append(QStringLiteral("store"));
+                mEvents.append("store"_s);
             });
     connect(mPlugin.get(), &AuthPluginInterface::error, this,
             [this](const SignOn::Error& error) { mEvents.append(QString::number(error.type())); });
@@ -43,6 +41,5 @@ void PluginObject::process(const char* mechanism, const QVariantMap& data)
 
 bool PluginObject::waitForEnd()
 {
-    return KelTest::waitUntil(
-        [this] { return !mEvents.isEmpty() && mEvents.last() != QLatin1String("store"); });
+    return KelTest::waitUntil([this] { return !mEvents.isEmpty() && mEvents.last() != "store"_s; });
 }

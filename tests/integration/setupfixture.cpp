@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/setupfixture.h"
 
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 
 #include <QJsonArray>
@@ -14,7 +15,7 @@ namespace {
 
 QString joined(const QStringList& lines)
 {
-    return lines.join(QLatin1String("; "));
+    return lines.join("; "_s);
 }
 
 } // namespace
@@ -33,13 +34,12 @@ bool SetUpFixture::isReady()
 
 void SetUpFixture::prepare(SetUp setUp)
 {
-    mUser = QStringLiteral("user%1@mail.example").arg(++mCount);
+    mUser = "user%1@mail.example"_s.arg(++mCount);
     openFacade();
     if (setUp == Registration)
         solveCaptcha();
     else
-        QVERIFY(
-            !addAccount({{text("email"), mUser}, {text("password"), text(password)}}).isEmpty());
+        QVERIFY(!addAccount({{"email"_s, mUser}, {"password"_s, text(password)}}).isEmpty());
     operations();
 }
 
@@ -90,8 +90,8 @@ void SetUpFixture::whenTheFaultIsTaken(const std::function<void()>& action)
 
 QStringList SetUpFixture::failed(SetUp setUp, int status)
 {
-    return QStringList((setUp == SignIn ? text("signInAndConfigureResponse(%1, {})")
-                                        : text("registerAccountResponse(%1, {})"))
+    return QStringList((setUp == SignIn ? "signInAndConfigureResponse(%1, {})"_s
+                                        : "registerAccountResponse(%1, {})"_s)
                            .arg(status));
 }
 
@@ -99,7 +99,7 @@ bool SetUpFixture::isAtService() const
 {
     const QJsonArray all =
         QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
-    return !all.isEmpty() && all.last().toObject().value(text("email")).toString() == mUser;
+    return !all.isEmpty() && all.last().toObject().value("email"_s).toString() == mUser;
 }
 
 QString SetUpFixture::isComplete(SetUp setUp, const QStringList& lines)
@@ -108,20 +108,20 @@ QString SetUpFixture::isComplete(SetUp setUp, const QStringList& lines)
         QJsonDocument::fromJson(EmulatedService::ask("GET", "/accounts").body).array();
     const QString line =
         setUpLine(setUp == SignIn ? "signInAndConfigureResponse" : "registerAccountResponse",
-                  {{text("AccountId"), all.last().toObject().value(text("accountId")).toString()},
-                   {text("EmailAddress"), mUser},
-                   {text("LoginId"), mUser},
-                   {text("UserId"), QString()}});
+                  {{"AccountId"_s, all.last().toObject().value("accountId"_s).toString()},
+                   {"EmailAddress"_s, mUser},
+                   {"LoginId"_s, mUser},
+                   {"UserId"_s, QString()}});
     if (lines != QStringList(line))
-        return text("answered: ") + joined(lines);
+        return "answered: "_s + joined(lines);
     if (identities().value(0).value(1).toString() != mUser)
-        return text("the daemon has other credentials");
-    const QVariantList account = {mUser, text("zor"), 1LL, QString::number(identityNumber())};
+        return "the daemon has other credentials"_s;
+    const QVariantList account = {mUser, "zor"_s, 1LL, QString::number(identityNumber())};
     if (deviceAccounts() != QList<QVariantList>({account}))
-        return text("the accounts database has another account, or none");
+        return "the accounts database has another account, or none"_s;
     const QStringList profile = answers([this] { facade().downloadProfile(); });
-    if (profile != QStringList(text("downloadProfileResponse(0, profile)")))
-        return text("not signed in: ") + joined(profile);
+    if (profile != QStringList("downloadProfileResponse(0, profile)"_s))
+        return "not signed in: "_s + joined(profile);
     return {};
 }
 
@@ -132,9 +132,9 @@ QString SetUpFixture::succeedsNow(SetUp setUp)
         if (isAtService()) {
             const QStringList refused = attempt(Registration);
             if (refused != failed(Registration, 515))
-                return text("registered again: ") + joined(refused);
+                return "registered again: "_s + joined(refused);
             if (!leftOnTheDevice().isEmpty())
-                return text("left when registered again: ") + leftOnTheDevice();
+                return "left when registered again: "_s + leftOnTheDevice();
             setUp = SignIn;
         }
     }

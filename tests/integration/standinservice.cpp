@@ -3,17 +3,13 @@
 
 #include "rest/dispatchcases.h"
 #include "rest/request/serviceaddress.h"
+#include "support/literals.h"
 
 using KelAccount::KelAccounts;
 
 namespace {
 
 QString standInBase;
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 QByteArray recorded(const char* name)
 {
@@ -31,7 +27,7 @@ QStringList lines(const char* first, const char* second = nullptr)
 QVector<KelTest::ServedOperation> readingOperations()
 {
     return {
-        {"isUserIdAvailable", [](KelAccounts& a) { a.isUserIdAvailable(text("bob")); },
+        {"isUserIdAvailable", [](KelAccounts& a) { a.isUserIdAvailable("bob"_s); },
          "availability/bob", recorded("usernameavailability/none"),
          lines("isUserIdAvailableResponse(0, true, [])")},
         {"retrieveCaptchaImage", [](KelAccounts& a) { a.retrieveCaptchaImage(120, 40); },
@@ -39,7 +35,7 @@ QVector<KelTest::ServedOperation> readingOperations()
          lines("captchaImageResponse(0, picture 3x2)",
                "retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')")},
         {"retrieveSecurityQuestionList",
-         [](KelAccounts& a) { a.retrieveSecurityQuestionList(text("de")); }, "securityquestions",
+         [](KelAccounts& a) { a.retrieveSecurityQuestionList("de"_s); }, "securityquestions",
          recorded("securityquestions/three-questions"),
          lines("securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was your "
                "first pet's name?})")},
@@ -48,7 +44,7 @@ QVector<KelTest::ServedOperation> readingOperations()
          // 73 is Finland's number in Qt's table.
          lines("detectPreAccountResponse(0, pre-account 'pre-17' 'somebody' '+358401234567' 73)")},
         {"retrieveTermsOfService",
-         [](KelAccounts& a) { a.retrieveTermsOfService(text("shop"), text("fi"), text("FI"), 0); },
+         [](KelAccounts& a) { a.retrieveTermsOfService("shop"_s, "fi"_s, "FI"_s, 0); },
          "services/shop?lang=fi&country=FI&format=text", recorded("termsurls/one-address"),
          lines("termsOfServiceResponse(0, {tosUrl: })")},
         {"queryMarketingVariant", [](KelAccounts& a) { a.queryMarketingVariant(); },
@@ -60,24 +56,21 @@ QVector<KelTest::ServedOperation> readingOperations()
 QVector<KelTest::ServedOperation> recoveryOperations()
 {
     return {
-        {"isEmailIdAvailable",
-         [](KelAccounts& a) { a.isEmailIdAvailable(text("bob@mail.example")); },
+        {"isEmailIdAvailable", [](KelAccounts& a) { a.isEmailIdAvailable("bob@mail.example"_s); },
          "emailavailability/", QByteArray(), lines("isEmailIdAvailableResponse(0, true)")},
         {"requestPasswordReset",
-         [](KelAccounts& a) {
-             a.requestPasswordReset(text("bob"), text("read-by-bob"), false, QString());
-         },
+         [](KelAccounts& a) { a.requestPasswordReset("bob"_s, "read-by-bob"_s, false, QString()); },
          "simplifiedpasswordrecovery/bob/send", QByteArray(),
          lines("requestPasswordResetResponse(0)")},
         {"retrievePasswordResetSecQuestion",
-         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion(text("bob"), text("de")); },
+         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion("bob"_s, "de"_s); },
          "simplifiedpasswordrecovery/bob/question", recorded("securityquestion/of-a-user"),
          lines("retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
                "securityQuestionText: What was your first pet's name?, userId: somebody})")},
         {"resetPasswordUsingSecurityQuestion",
          [](KelAccounts& a) {
-             a.resetPasswordUsingSecurityQuestion(text("bob"), text("planted-token"),
-                                                  text("planted-password"), text("planted-answer"));
+             a.resetPasswordUsingSecurityQuestion("bob"_s, "planted-token"_s, "planted-password"_s,
+                                                  "planted-answer"_s);
          },
          "simplifiedpasswordrecovery/bob/change", QByteArray(),
          lines("resetPasswordUsingSecurityQuestionResponse(0)")},
@@ -160,7 +153,7 @@ Reaction StandInService::answer(const WireRequest& request)
         return disturbed(disturb ? disturb(request) : Disturbance::None,
                          Reaction::reply(200, operation.reply));
     }
-    mProblems.append(QStringLiteral("nobody asks for ") + QString::fromLatin1(request.target));
+    mProblems.append("nobody asks for "_s + QString::fromLatin1(request.target));
     return Reaction::reply(notFound, QByteArray());
 }
 

@@ -2,6 +2,7 @@
 #include "integration/storyfixture.h"
 
 #include "support/daemoncontrol.h"
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 
@@ -23,7 +24,7 @@ constexpr int settleMs = 20;
 
 QString accountsFile()
 {
-    return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db");
+    return qEnvironmentVariable("ACCOUNTS") + "/accounts.db"_s;
 }
 
 /// The tables of a database that hold anything. Nothing has been written to one that is not there.
@@ -33,7 +34,7 @@ QStringList filledTables(const QString& file, const QStringList& tables)
     if (!QFile::exists(file))
         return filled;
     for (const QString& table : tables) {
-        const auto rows = sqliteRows(file, QLatin1String("SELECT count(*) FROM ") + table);
+        const auto rows = sqliteRows(file, "SELECT count(*) FROM "_s + table);
         if (rows != QList<QVariantList>({{0LL}}))
             filled.append(QFileInfo(file).baseName() + QLatin1Char('.') + table + QLatin1Char('=') +
                           rows.value(0).value(0).toString());
@@ -62,8 +63,7 @@ void StoryFixture::openFacade(const QString& consumerSecret)
     closeFacade();
     mAccounts = std::make_unique<KelAccounts>();
     mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
-    facade().initialize(QStringLiteral("demo-key"), consumerSecret, 2, QStringLiteral("service"),
-                        {});
+    facade().initialize("demo-key"_s, consumerSecret, 2, "service"_s, {});
 }
 
 void StoryFixture::closeFacade()
@@ -78,7 +78,7 @@ QStringList StoryFixture::answers(const Call& call)
     call();
     if (mRecorder->lines().isEmpty())
         return answersToCome();
-    return QStringList(QStringLiteral("inside the call:")) + answersToCome();
+    return QStringList("inside the call:"_s) + answersToCome();
 }
 
 QStringList StoryFixture::answersToCome()
@@ -92,7 +92,7 @@ QString StoryFixture::solvedCaptcha()
 {
     const QStringList lines = answers([this] { facade().retrieveCaptchaImage(200, 60); });
     static const QRegularExpression form(
-        QStringLiteral("^retrieveCaptchaImageResponse\\(0, .*, '([0-9a-f]+)'\\)$"));
+        "^retrieveCaptchaImageResponse\\(0, .*, '([0-9a-f]+)'\\)$"_s);
     const QByteArray id = form.match(lines.value(1)).captured(1).toLatin1();
     const AdminReply reply = EmulatedService::ask("GET", QByteArray("/captchas/" + id).constData());
     return reply.status == 200 ? QString::fromUtf8(reply.body).trimmed() : QString();
@@ -101,14 +101,13 @@ QString StoryFixture::solvedCaptcha()
 QString StoryFixture::setUpLine(const char* signal, const QVariantMap& values)
 {
     QVariantMap all = values;
-    all.insert(QStringLiteral("IdentityId"), identityNumber());
-    return QLatin1String(signal) + QLatin1String("(0, ") + mapText(all) + QLatin1Char(')');
+    all.insert("IdentityId"_s, identityNumber());
+    return QLatin1String(signal) + "(0, "_s + mapText(all) + QLatin1Char(')');
 }
 
 QList<QVariantList> StoryFixture::identities()
 {
-    return sqliteRows(storeFile("signon.db"),
-                      QStringLiteral("SELECT id, username FROM CREDENTIALS ORDER BY id"));
+    return sqliteRows(storeFile("signon.db"), "SELECT id, username FROM CREDENTIALS ORDER BY id"_s);
 }
 
 int StoryFixture::identityNumber()
@@ -120,19 +119,17 @@ int StoryFixture::identityNumber()
 QList<QVariantList> StoryFixture::deviceAccounts()
 {
     return sqliteRows(accountsFile(),
-                      QStringLiteral("SELECT name, provider, Accounts.enabled, value FROM Accounts "
-                                     "LEFT JOIN Settings ON account = Accounts.id AND service = 0 "
-                                     "AND key = 'CredentialsId'"));
+                      "SELECT name, provider, Accounts.enabled, value FROM Accounts "
+                      "LEFT JOIN Settings ON account = Accounts.id AND service = 0 "
+                      "AND key = 'CredentialsId'"_s);
 }
 
 QString StoryFixture::leftOnTheDevice()
 {
     const QStringList filled =
-        filledTables(storeFile("signon.db"), {QStringLiteral("CREDENTIALS"), QStringLiteral("ACL"),
-                                              QStringLiteral("REFS"), QStringLiteral("REALMS")}) +
-        filledTables(storeFile("signon-secrets.db"),
-                     {QStringLiteral("CREDENTIALS"), QStringLiteral("STORE")}) +
-        filledTables(accountsFile(), {QStringLiteral("Accounts"), QStringLiteral("Settings")});
+        filledTables(storeFile("signon.db"), {"CREDENTIALS"_s, "ACL"_s, "REFS"_s, "REALMS"_s}) +
+        filledTables(storeFile("signon-secrets.db"), {"CREDENTIALS"_s, "STORE"_s}) +
+        filledTables(accountsFile(), {"Accounts"_s, "Settings"_s});
     return filled.join(QLatin1Char(' '));
 }
 

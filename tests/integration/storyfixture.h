@@ -4,6 +4,7 @@
 #include "account/facaderecorder.h"
 #include "integration/emulateddevice.h"
 #include "integration/emulatedservice.h"
+#include "support/literals.h"
 
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/registrationinfo.h>
@@ -24,8 +25,6 @@ class StoryFixture : public EmulatedDevice
 protected:
     using KelAccounts = KelAccount::KelAccounts;
     using Call = std::function<void()>;
-
-    static QString text(const char* utf8) { return QString::fromUtf8(utf8); }
 
     /// A new facade, initialised.
     void openFacade(const QString& consumerSecret = QStringLiteral("demo-secret"));

@@ -7,6 +7,7 @@
 #include "rest/request/serviceaddress.h"
 #include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
+#include "support/literals.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,8 +23,8 @@ using namespace KelRestHandler;
 namespace {
 
 constexpr int patience = 10000;
-const auto key = QStringLiteral("demo-key");
-const QByteArray serviceTag = QByteArray("any tag").toBase64();
+const auto key = "demo-key"_s;
+const QByteArray serviceTag = "any tag"_ba.toBase64();
 
 // Signs with the emulator's consumer secret; the token is the test's.
 class Signer : public ISignatureProvider
@@ -35,7 +36,7 @@ public:
     QString createSignature(QString const& /*consumerKey*/, QString const& base,
                             bool /*useToken*/) override
     {
-        return CryptographicUtils::HMACSHA1(base, QStringLiteral("demo-secret&"));
+        return CryptographicUtils::HMACSHA1(base, "demo-secret&"_s);
     }
     QString getTimeStamp() override { return TimeStampManager::getTimeStampManager()->timeStamp(); }
 };
@@ -57,11 +58,10 @@ private Q_SLOTS:
     {
         const auto answer = handedOut<TokenCreationResponse>(
             &RESTRequestHandler::signInResponse, [this](OAuthRequest** out) {
-                return mHandler.sendSignInRequest(mSigner, QStringLiteral("alice"),
-                                                  QStringLiteral("secret"), key, base(), out);
+                return mHandler.sendSignInRequest(mSigner, "alice"_s, "secret"_s, key, base(), out);
             });
         QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.userName, QStringLiteral("alice"));
+        QCOMPARE(answer.userName, "alice"_s);
         QVERIFY(!answer.tokenInfo.token.isEmpty());
         QVERIFY(answer.tokenInfo.ttl > 0);
         mSigner.token = answer.tokenInfo.token;
@@ -84,8 +84,7 @@ private Q_SLOTS:
     {
         const auto answer = handedOut<UserNameAvailabilityResponse>(
             &RESTRequestHandler::userNameAvailabilityResponse, [this](OAuthRequest** out) {
-                return mHandler.sendisUserIdAvailRequest(mSigner, QStringLiteral("alice"), key,
-                                                         base(), out);
+                return mHandler.sendisUserIdAvailRequest(mSigner, "alice"_s, key, base(), out);
             });
         QCOMPARE(answer.status, 0);
         QVERIFY(!answer.available);
@@ -102,10 +101,10 @@ private Q_SLOTS:
         disconnect(&mHandler, &RESTRequestHandler::retrieveCaptchaImageResponse, this, nullptr);
 
         RegistrationInfoData registration;
-        registration.userName = QStringLiteral("carol");
-        registration.emailAddress = QStringLiteral("carol@example.org");
-        registration.password = QStringLiteral("carols-password");
-        registration.countryAsString = QStringLiteral("FI");
+        registration.userName = "carol"_s;
+        registration.emailAddress = "carol@example.org"_s;
+        registration.password = "carols-password"_s;
+        registration.countryAsString = "FI"_s;
         registration.captchaText = QString::fromLatin1(
             KelTest::EmulatedService::ask("GET", ("/captchas/" + captchaId.toLatin1()).constData())
                 .body.trimmed());
@@ -125,8 +124,7 @@ private Q_SLOTS:
     void asksForQuestionsTermsAndVariant() // 6, 7, 8, 11, 12
     {
         QSignalSpy questions(&mHandler, &RESTRequestHandler::retrieveSecQueListResponse);
-        QCOMPARE(mHandler.sendRetrieveSecQueListRequest(mSigner, QStringLiteral("en"), key, base()),
-                 0);
+        QCOMPARE(mHandler.sendRetrieveSecQueListRequest(mSigner, "en"_s, key, base()), 0);
         QVERIFY(questions.wait(patience));
         QCOMPARE(questions.first().at(0).toInt(), 0);
         QVERIFY(!questions.first().at(1).toMap().isEmpty());
@@ -138,18 +136,17 @@ private Q_SLOTS:
         QCOMPARE(preAccount.first().at(0).toInt(), 507);
 
         QSignalSpy terms(&mHandler, &RESTRequestHandler::retrieveTOSResponse);
-        QCOMPARE(mHandler.sendretrieveTOSRequest(mSigner, QStringLiteral("music"),
-                                                 QStringLiteral("fi"), QStringLiteral("FI"),
+        QCOMPARE(mHandler.sendretrieveTOSRequest(mSigner, "music"_s, "fi"_s, "FI"_s,
                                                  TermsFormatHtml, key, base()),
                  0);
         QVERIFY(terms.wait(patience));
         const auto urls = terms.first().at(0).value<TermsUrlsResponse>();
         QCOMPARE(urls.status, 0);
-        QVERIFY(urls.urls.contains(QStringLiteral("tosUrl")));
+        QVERIFY(urls.urls.contains("tosUrl"_s));
 
         QSignalSpy email(&mHandler, &RESTRequestHandler::emailIdAvailabilityResponse);
-        QCOMPARE(mHandler.sendisEmailAddAvailableRequest(
-                     mSigner, QStringLiteral("dave@example.org"), serviceTag, key, base()),
+        QCOMPARE(mHandler.sendisEmailAddAvailableRequest(mSigner, "dave@example.org"_s, serviceTag,
+                                                         key, base()),
                  0);
         QVERIFY(email.wait(patience));
         QCOMPARE(email.first().at(0).toInt(), 0);
@@ -163,8 +160,8 @@ private Q_SLOTS:
     void changesTheSecurityQuestionAndReadsIt() // 24 and 14
     {
         KelRestHandler::ProfileInfo profile;
-        profile.setSecurityQuestionId(QStringLiteral("1"));
-        profile.setSecurityAnswer(QStringLiteral("Rex"));
+        profile.setSecurityQuestionId("1"_s);
+        profile.setSecurityAnswer("Rex"_s);
         const auto changed = handedOut<RESTResponseBase>(
             &RESTRequestHandler::updateSecurityQuestionResponse, [&](OAuthRequest** out) {
                 return mHandler.sendUpdateSecurityQuestionRequest(mSigner, profile, mAccountId, key,
@@ -173,21 +170,21 @@ private Q_SLOTS:
         QCOMPARE(changed.status, 0);
 
         QSignalSpy question(&mHandler, &RESTRequestHandler::retrieveSecurityQuestionResponse);
-        QCOMPARE(mHandler.sendRetrieveSecurityQuestionRequest(mSigner, QStringLiteral("alice"),
-                                                              QStringLiteral("en"), key, base()),
-                 0);
+        QCOMPARE(
+            mHandler.sendRetrieveSecurityQuestionRequest(mSigner, "alice"_s, "en"_s, key, base()),
+            0);
         QVERIFY(question.wait(patience));
         const auto answer = question.first().at(0).value<SecurityQuestionResponse>();
         QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.securityQuestion.passwordQuestionId, QStringLiteral("1"));
+        QCOMPARE(answer.securityQuestion.passwordQuestionId, "1"_s);
     }
 
     void givesAUserName() // 25: alice has one already
     {
         const auto answer = handedOut<DownloadProfileResponse>(
             &RESTRequestHandler::setUserIdResponse, [this](OAuthRequest** out) {
-                return mHandler.sendSetUserNameRequest(mSigner, mAccountId,
-                                                       QStringLiteral("alice2"), key, base(), out);
+                return mHandler.sendSetUserNameRequest(mSigner, mAccountId, "alice2"_s, key, base(),
+                                                       out);
             });
         QCOMPARE(answer.status, 526);
     }
@@ -199,8 +196,8 @@ private Q_SLOTS:
                 return mHandler.sendDownloadProfileRequest(mSigner, mAccountId, key, base(), out);
             });
         QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.userName, QStringLiteral("alice"));
-        QCOMPARE(answer.profile.account.email, QStringLiteral("alice@example.org"));
+        QCOMPARE(answer.userName, "alice"_s);
+        QCOMPARE(answer.profile.account.email, "alice@example.org"_s);
     }
 
     void acceptsTermsAndAsksForThem() // 21 and 20
@@ -210,14 +207,14 @@ private Q_SLOTS:
         acceptance.hasAcceptedPrivacyPolicy = true;
         const auto accepted = handedOut<RESTResponseBase>(
             &RESTRequestHandler::updateTermsAcceptanceResponse, [&](OAuthRequest** out) {
-                return mHandler.sendUpdateTermsAcceptanceRequest(
-                    mSigner, acceptance, QStringLiteral("music"), key, base(), out);
+                return mHandler.sendUpdateTermsAcceptanceRequest(mSigner, acceptance, "music"_s,
+                                                                 key, base(), out);
             });
         QCOMPARE(accepted.status, 0);
         const auto asked = handedOut<TermsAcceptanceStatusResponse>(
             &RESTRequestHandler::retrieveTermsAcceptanceResponse, [this](OAuthRequest** out) {
-                return mHandler.sendRetrieveTermsAcceptanceRequest(
-                    mSigner, QStringLiteral("music"), QStringLiteral("en"), key, base(), out);
+                return mHandler.sendRetrieveTermsAcceptanceRequest(mSigner, "music"_s, "en"_s, key,
+                                                                   base(), out);
             });
         QCOMPARE(asked.status, 0);
         QVERIFY(asked.termsInfo.hasAcceptedTos);
@@ -252,16 +249,16 @@ private Q_SLOTS:
         const std::unique_ptr<OAuthRequest> owner(request);
         QTRY_COMPARE_WITH_TIMEOUT(requests().size(), before + 1, patience);
         const QJsonObject last = requests().last().toObject();
-        QCOMPARE(last.value(QStringLiteral("operation")).toInt(), type);
-        QCOMPARE(last.value(QStringLiteral("status")).toInt(), 200);
+        QCOMPARE(last.value("operation"_s).toInt(), type);
+        QCOMPARE(last.value("status"_s).toInt(), 200);
     }
 
     void changesThePassword() // 15
     {
         const auto answer = handedOut<RESTResponseBase>(
             &RESTRequestHandler::changePasswordResponse, [this](OAuthRequest** out) {
-                return mHandler.sendChangePasswordRequest(
-                    mSigner, mAccountId, QStringLiteral("another-secret"), key, base(), out);
+                return mHandler.sendChangePasswordRequest(mSigner, mAccountId, "another-secret"_s,
+                                                          key, base(), out);
             });
         QCOMPARE(answer.status, 0);
     }
@@ -269,21 +266,19 @@ private Q_SLOTS:
     void recoversThePassword() // 10 and 13
     {
         QSignalSpy message(&mHandler, &RESTRequestHandler::requestPasswordResetResponse);
-        QCOMPARE(mHandler.sendresetPasswordRequest(mSigner, QStringLiteral("alice"), QString(),
-                                                   QString(), true, QStringLiteral("Your code:"),
-                                                   serviceTag, key, base()),
+        QCOMPARE(mHandler.sendresetPasswordRequest(mSigner, "alice"_s, QString(), QString(), true,
+                                                   "Your code:"_s, serviceTag, key, base()),
                  0);
         QVERIFY(message.wait(patience));
         QCOMPARE(message.first().at(0).toInt(), 0);
         const QJsonArray inbox =
             QJsonDocument::fromJson(KelTest::EmulatedService::ask("GET", "/inbox").body).array();
         QCOMPARE(inbox.size(), 1);
-        const QString token = inbox.first().toObject().value(QStringLiteral("token")).toString();
+        const QString token = inbox.first().toObject().value("token"_s).toString();
 
         QSignalSpy reset(&mHandler, &RESTRequestHandler::passwordResetResponse);
-        QCOMPARE(mHandler.sendResetPasswordRequest(
-                     mSigner, QStringLiteral("alice"), token, QStringLiteral("third-secret"),
-                     QStringLiteral("Rex"), QStringLiteral("en"), key, base()),
+        QCOMPARE(mHandler.sendResetPasswordRequest(mSigner, "alice"_s, token, "third-secret"_s,
+                                                   "Rex"_s, "en"_s, key, base()),
                  0);
         QVERIFY(reset.wait(patience));
         QCOMPARE(reset.first().at(0).value<RESTResponseBase>().status, 0);
@@ -293,8 +288,8 @@ private Q_SLOTS:
     {
         const auto signedIn = handedOut<TokenCreationResponse>(
             &RESTRequestHandler::signInResponse, [this](OAuthRequest** out) {
-                return mHandler.sendSignInRequest(mSigner, QStringLiteral("alice"),
-                                                  QStringLiteral("third-secret"), key, base(), out);
+                return mHandler.sendSignInRequest(mSigner, "alice"_s, "third-secret"_s, key, base(),
+                                                  out);
             });
         QCOMPARE(signedIn.status, 0);
         mSigner.token = signedIn.tokenInfo.token;
@@ -317,10 +312,10 @@ private:
     int sendSilent(int type, OAuthRequest** out)
     {
         KelRestHandler::ProfileInfo profile;
-        profile.setFirstName(QStringLiteral("Alice"));
-        profile.setEmailAddress(QStringLiteral("alice@example.org"));
+        profile.setFirstName("Alice"_s);
+        profile.setEmailAddress("alice@example.org"_s);
         ContactsInfo contacts;
-        contacts.emailContacts = {{QStringLiteral("alice@example.org"), true, false}};
+        contacts.emailContacts = {{"alice@example.org"_s, true, false}};
         switch (type) {
         case 16:
             return mHandler.sendRetrieveMarketingConsentRequest(mSigner, mAccountId, key, base(),

@@ -4,7 +4,9 @@
 #include "device/testtagserver.h"
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QNetworkProxy>
 #include <QSet>
@@ -30,8 +32,8 @@ struct Argument
     const char* line; ///< the one signal
 };
 
-const QString user = QStringLiteral("bob");
-const QString word = QStringLiteral("x");
+const QString user = "bob"_s;
+const QString word = "x"_s;
 
 QVector<Argument> users()
 {
@@ -46,7 +48,7 @@ QVector<Argument> users()
          1002, 802, "requestPasswordResetResponse(%1)"},
         {"retrievePasswordResetSecQuestion", "user", Kind::Path,
          [](KelAccounts& a, const QString& value) {
-             a.retrievePasswordResetSecQuestion(value, QStringLiteral("de"));
+             a.retrievePasswordResetSecQuestion(value, "de"_s);
          },
          1001, 1001, "retrievePasswordResetSecQuestionResponse(%1, {})"},
         {"resetPasswordUsingSecurityQuestion", "user", Kind::Path,
@@ -63,17 +65,17 @@ QVector<Argument> languagesAndServices()
     return {
         {"retrieveTermsOfService", "service", Kind::Path,
          [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService(value, QStringLiteral("fi"), QStringLiteral("FI"), 0);
+             a.retrieveTermsOfService(value, "fi"_s, "FI"_s, 0);
          },
          1001, 1001, terms},
         {"retrieveTermsOfService", "language", Kind::Query,
          [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService(QStringLiteral("shop"), value, QStringLiteral("FI"), 0);
+             a.retrieveTermsOfService("shop"_s, value, "FI"_s, 0);
          },
          1001, 1001, terms},
         {"retrieveTermsOfService", "country", Kind::Query,
          [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService(QStringLiteral("shop"), QStringLiteral("fi"), value, 0);
+             a.retrieveTermsOfService("shop"_s, "fi"_s, value, 0);
          },
          1001, 1001, terms},
         {"retrievePasswordResetSecQuestion", "language", Kind::Query,
@@ -96,13 +98,11 @@ const QVector<Argument>& arguments()
 QStringList breaking(Kind kind)
 {
     QStringList values = {
-        QStringLiteral("alice#x"), QStringLiteral("alice?x=1"), QStringLiteral("al%69ce"),
-        QStringLiteral("a/../b"),  QStringLiteral("."),         QStringLiteral(".."),
-        QStringLiteral("a\nb"),    QStringLiteral("a\u007fb"),  QStringLiteral("a\u0085b"),
-        QString(QChar(0)),
+        "alice#x"_s, "alice?x=1"_s, "al%69ce"_s,  "a/../b"_s,   "."_s,
+        ".."_s,      "a\nb"_s,      "a\u007fb"_s, "a\u0085b"_s, QString(QChar(0)),
     };
     if (kind == Kind::Query)
-        values += {QStringLiteral("fi&lang=de"), QStringLiteral("fi=")};
+        values += {"fi&lang=de"_s, "fi="_s};
     return values;
 }
 
@@ -139,8 +139,7 @@ private Q_SLOTS:
 
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument_data()
     {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<bool>("initialized");
+        columns<int, bool>("index", "initialized");
         for (int i = 0; i < arguments().size(); ++i) {
             const Argument& argument = arguments().at(i);
             QTest::addRow("%s, %s", argument.operation, argument.name) << i << true;
@@ -150,13 +149,12 @@ private Q_SLOTS:
 
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument()
     {
-        QFETCH(int, index);
-        QFETCH(bool, initialized);
+        const auto [index, initialized] = fetch<int, bool>("index", "initialized");
         const Argument& argument = arguments().at(index);
         const StandInService service;
         KelAccounts accounts;
         if (initialized)
-            accounts.initialize(QStringLiteral("key"), QStringLiteral("secret"), 2, {}, {});
+            accounts.initialize("key"_s, "secret"_s, 2, {}, {});
         FacadeRecorder recorder(&accounts);
         const QString line = QString::fromLatin1(argument.line)
                                  .arg(initialized ? argument.status : argument.earlyStatus);

@@ -6,6 +6,7 @@
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "support/literals.h"
 
 #include <QEventLoop>
 #include <QNetworkProxy>
@@ -38,28 +39,149 @@ class TestFacadeModalLoops : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void everySlotMayRunALoop();
+    void initTestCase()
+    {
+        qunsetenv("http_proxy");
+        qunsetenv("https_proxy");
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        FakeModem::reset();
+        FakeModem::setSims({{false, {}, "244"_s, "91"_s}});
+        QVERIFY(mTags.isReady());
+    }
+
+    void init()
+    {
+        NetworkReplyContainer::setGuardMilliseconds(longGuard);
+        mService = std::make_unique<StandInService>();
+        mAccounts = std::make_unique<KelAccounts>();
+        mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
+        mAccounts->initialize("the key"_s, "the secret"_s, 2, "service"_s, {});
+        mRecorder->clear();
+        mInTheLoop.clear();
+        mHasBegun = false;
+        mIsOver = false;
+    }
+
+    void cleanup()
+    {
+        mRecorder.reset();
+        mAccounts.reset();
+        QCOMPARE(mService->problems(), QStringList());
+        mService.reset();
+    }
+
+    void everySlotMayRunALoop()
+    {
+        QStringList expected;
+        for (const ServedOperation& one : servedOperations())
+            expected += one.lines;
+        int over = 0;
+        mRecorder->afterwards = [&over](const QString&) {
+            QEventLoop messageBox;
+            QTimer::singleShot(longGuard + shortGuard, &messageBox, &QEventLoop::quit);
+            messageBox.exec();
+            ++over;
+        };
+        for (const ServedOperation& one : servedOperations())
+            one.call(*mAccounts);
+        QTRY_COMPARE_WITH_TIMEOUT(over, expected.size(), 20 * longGuard);
+        QCOMPARE(sorted(mRecorder->lines()), sorted(expected));
+    }
+
     void aCallFromTheLoopIsAnsweredInIt_data() { operations(); }
-    void aCallFromTheLoopIsAnsweredInIt();
+
+    void aCallFromTheLoopIsAnsweredInIt()
+    {
+        const QStringList& lines = operation().lines;
+        inTheFirstSlot(1 + lines.size(), [this] { operation().call(*mAccounts); });
+        operation().call(*mAccounts);
+        QTRY_VERIFY(mIsOver);
+        QCOMPARE(sorted(mInTheLoop), sorted(lines.mid(0, 1) + lines));
+        QTRY_COMPARE(sorted(mRecorder->lines()), sorted(lines + lines));
+    }
+
     void aCallBeforeTheLoopIsAnsweredInIt_data() { operations(); }
-    void aCallBeforeTheLoopIsAnsweredInIt();
+
+    void aCallBeforeTheLoopIsAnsweredInIt()
+    {
+        const QStringList& lines = operation().lines;
+        inTheFirstSlot(1 + lines.size());
+        operation().call(*mAccounts);
+        operation().call(*mAccounts);
+        QTRY_VERIFY(mIsOver);
+        QCOMPARE(sorted(mInTheLoop), sorted(lines.mid(0, 1) + lines));
+        QTRY_COMPARE(sorted(mRecorder->lines()), sorted(lines + lines));
+    }
+
     void aGuardThatExpiresInTheLoopAnswersOnce_data() { operations(); }
-    void aGuardThatExpiresInTheLoopAnswersOnce();
+
+    void aGuardThatExpiresInTheLoopAnswersOnce()
+    {
+        bool isSecond = false;
+        mService->disturb = [&isSecond](const WireRequest&) {
+            return isSecond ? Disturbance::Hang : Disturbance::None;
+        };
+        const QStringList& lines = operation().lines;
+        inTheFirstSlot(1 + lines.size(), [&] {
+            isSecond = true;
+            NetworkReplyContainer::setGuardMilliseconds(shortGuard);
+            operation().call(*mAccounts);
+        });
+        operation().call(*mAccounts);
+        QTRY_VERIFY(mIsOver);
+        QCOMPARE(mInTheLoop.size(), 1 + lines.size());
+        // No answer in time; a captcha says so by the picture.
+        QVERIFY2(mInTheLoop.at(1).contains("(404"_s) || mInTheLoop.at(1).contains("no picture"_s),
+                 qPrintable(mInTheLoop.at(1)));
+        QTRY_COMPARE(mRecorder->lines().size(), 2 * lines.size());
+    }
+
     void theFacadeMayGoInTheLoop_data() { operations(); }
-    void theFacadeMayGoInTheLoop();
+
+    void theFacadeMayGoInTheLoop()
+    {
+        inTheFirstSlot(1, [this] { mAccounts.reset(); });
+        operation().call(*mAccounts);
+        operation().call(*mAccounts);
+        QTRY_VERIFY(mIsOver);
+        QVERIFY(!mAccounts);
+        const QStringList said = mRecorder->lines();
+        QTest::qWait(2 * shortGuard);
+        QCOMPARE(mRecorder->lines(), said);
+    }
 
 private:
-    static void operations();
-    static const ServedOperation& operation();
+    static void operations()
+    {
+        QTest::addColumn<int>("operation");
+        for (int i = 0; i < servedOperations().size(); ++i)
+            QTest::newRow(servedOperations().at(i).name) << i;
+    }
+
+    static const ServedOperation& operation()
+    {
+        return servedOperations().at(
+            *static_cast<const int*>(QTest::qData("operation", QMetaType::Int)));
+    }
+
     /// In the slot of the first answer: a loop that begins with an action and ends when there are
     /// so many answers and, after that, time for one too many.
     void inTheFirstSlot(
-        int answers, const std::function<void()>& action = [] {});
+        int answers, const std::function<void()>& action = [] {})
+    {
+        mRecorder->afterwards = [this, answers, action](const QString&) {
+            if (mHasBegun)
+                return;
+            mHasBegun = true;
+            QTimer::singleShot(0, this, action);
+            const bool came = QTest::qWaitFor([&] { return mRecorder->lines().size() >= answers; });
+            QTest::qWait(2 * shortGuard);
+            mInTheLoop = mRecorder->lines();
+            mIsOver = came;
+        };
+    }
 
-    ThreadTagServer mTags{QByteArray("\x01tag")};
+    ThreadTagServer mTags{"\x01tag"_ba};
     std::unique_ptr<StandInService> mService;
     std::unique_ptr<KelAccounts> mAccounts;
     std::unique_ptr<FacadeRecorder> mRecorder;
@@ -67,138 +189,6 @@ private:
     bool mHasBegun = false;
     bool mIsOver = false;
 };
-
-void TestFacadeModalLoops::initTestCase()
-{
-    qunsetenv("http_proxy");
-    qunsetenv("https_proxy");
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
-    FakeModem::reset();
-    FakeModem::setSims({{false, {}, QStringLiteral("244"), QStringLiteral("91")}});
-    QVERIFY(mTags.isReady());
-}
-
-void TestFacadeModalLoops::init()
-{
-    NetworkReplyContainer::setGuardMilliseconds(longGuard);
-    mService = std::make_unique<StandInService>();
-    mAccounts = std::make_unique<KelAccounts>();
-    mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
-    mAccounts->initialize(QStringLiteral("the key"), QStringLiteral("the secret"), 2,
-                          QStringLiteral("service"), {});
-    mRecorder->clear();
-    mInTheLoop.clear();
-    mHasBegun = false;
-    mIsOver = false;
-}
-
-void TestFacadeModalLoops::cleanup()
-{
-    mRecorder.reset();
-    mAccounts.reset();
-    QCOMPARE(mService->problems(), QStringList());
-    mService.reset();
-}
-
-void TestFacadeModalLoops::operations()
-{
-    QTest::addColumn<int>("operation");
-    for (int i = 0; i < servedOperations().size(); ++i)
-        QTest::newRow(servedOperations().at(i).name) << i;
-}
-
-const ServedOperation& TestFacadeModalLoops::operation()
-{
-    return servedOperations().at(
-        *static_cast<const int*>(QTest::qData("operation", QMetaType::Int)));
-}
-
-void TestFacadeModalLoops::inTheFirstSlot(int answers, const std::function<void()>& action)
-{
-    mRecorder->afterwards = [this, answers, action](const QString&) {
-        if (mHasBegun)
-            return;
-        mHasBegun = true;
-        QTimer::singleShot(0, this, action);
-        const bool came = QTest::qWaitFor([&] { return mRecorder->lines().size() >= answers; });
-        QTest::qWait(2 * shortGuard);
-        mInTheLoop = mRecorder->lines();
-        mIsOver = came;
-    };
-}
-
-void TestFacadeModalLoops::everySlotMayRunALoop()
-{
-    QStringList expected;
-    for (const ServedOperation& one : servedOperations())
-        expected += one.lines;
-    int over = 0;
-    mRecorder->afterwards = [&over](const QString&) {
-        QEventLoop messageBox;
-        QTimer::singleShot(longGuard + shortGuard, &messageBox, &QEventLoop::quit);
-        messageBox.exec();
-        ++over;
-    };
-    for (const ServedOperation& one : servedOperations())
-        one.call(*mAccounts);
-    QTRY_COMPARE_WITH_TIMEOUT(over, expected.size(), 20 * longGuard);
-    QCOMPARE(sorted(mRecorder->lines()), sorted(expected));
-}
-
-void TestFacadeModalLoops::aCallFromTheLoopIsAnsweredInIt()
-{
-    const QStringList& lines = operation().lines;
-    inTheFirstSlot(1 + lines.size(), [this] { operation().call(*mAccounts); });
-    operation().call(*mAccounts);
-    QTRY_VERIFY(mIsOver);
-    QCOMPARE(sorted(mInTheLoop), sorted(lines.mid(0, 1) + lines));
-    QTRY_COMPARE(sorted(mRecorder->lines()), sorted(lines + lines));
-}
-
-void TestFacadeModalLoops::aCallBeforeTheLoopIsAnsweredInIt()
-{
-    const QStringList& lines = operation().lines;
-    inTheFirstSlot(1 + lines.size());
-    operation().call(*mAccounts);
-    operation().call(*mAccounts);
-    QTRY_VERIFY(mIsOver);
-    QCOMPARE(sorted(mInTheLoop), sorted(lines.mid(0, 1) + lines));
-    QTRY_COMPARE(sorted(mRecorder->lines()), sorted(lines + lines));
-}
-
-void TestFacadeModalLoops::aGuardThatExpiresInTheLoopAnswersOnce()
-{
-    bool isSecond = false;
-    mService->disturb = [&isSecond](const WireRequest&) {
-        return isSecond ? Disturbance::Hang : Disturbance::None;
-    };
-    const QStringList& lines = operation().lines;
-    inTheFirstSlot(1 + lines.size(), [&] {
-        isSecond = true;
-        NetworkReplyContainer::setGuardMilliseconds(shortGuard);
-        operation().call(*mAccounts);
-    });
-    operation().call(*mAccounts);
-    QTRY_VERIFY(mIsOver);
-    QCOMPARE(mInTheLoop.size(), 1 + lines.size());
-    // No answer in time; a captcha says so by the picture.
-    QVERIFY2(mInTheLoop.at(1).contains(QLatin1String("(404")) ||
-                 mInTheLoop.at(1).contains(QLatin1String("no picture")),
-             qPrintable(mInTheLoop.at(1)));
-    QTRY_COMPARE(mRecorder->lines().size(), 2 * lines.size());
-}
-
-void TestFacadeModalLoops::theFacadeMayGoInTheLoop()
-{
-    inTheFirstSlot(1, [this] { mAccounts.reset(); });
-    operation().call(*mAccounts);
-    operation().call(*mAccounts);
-    QTRY_VERIFY(mIsOver);
-    QVERIFY(!mAccounts);
-    const QStringList said = mRecorder->lines();
-    QTest::qWait(2 * shortGuard);
-    QCOMPARE(mRecorder->lines(), said);
-}
 
 QTEST_MAIN(TestFacadeModalLoops)
 #include "tst_facade_modalloops.moc"

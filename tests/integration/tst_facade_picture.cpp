@@ -2,6 +2,7 @@
 // Runs inside the emulator, against the shared library: a captcha for a program that can hold
 // pictures (KELACCOUNT_TEST_PICTURES) and for one that cannot.
 #include "account/facaderecorder.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <kelaccount/kelaccounts.h>
@@ -20,8 +21,7 @@ constexpr bool pictures = true;
 #else
 constexpr bool pictures = false;
 #endif
-const auto warning =
-    QStringLiteral("W A captcha picture needs a QGuiApplication; a null picture is delivered");
+const auto warning = "W A captcha picture needs a QGuiApplication; a null picture is delivered"_s;
 
 } // namespace
 
@@ -30,11 +30,7 @@ class TestFacadePicture : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        mAccounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
-                             QStringLiteral("service"), {});
-    }
+    void initTestCase() { mAccounts.initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {}); }
 
     void aCaptchaComesWithItsIdAndWithAPictureWhereOneCanBeHeld()
     {
@@ -43,12 +39,10 @@ private Q_SLOTS:
         mAccounts.retrieveCaptchaImage(200, 80);
         QVERIFY(recorder.waitFor(2));
 
-        const QString picture =
-            pictures ? QStringLiteral("picture 200x80") : QStringLiteral("no picture");
-        QCOMPARE(recorder.lines().first(),
-                 QStringLiteral("captchaImageResponse(0, %1)").arg(picture));
+        const QString picture = pictures ? "picture 200x80"_s : "no picture"_s;
+        QCOMPARE(recorder.lines().first(), "captchaImageResponse(0, %1)"_s.arg(picture));
         const QRegularExpression both(
-            QStringLiteral("^retrieveCaptchaImageResponse\\(0, %1, '[0-9a-f]+'\\)$").arg(picture));
+            "^retrieveCaptchaImageResponse\\(0, %1, '[0-9a-f]+'\\)$"_s.arg(picture));
         QVERIFY2(both.match(recorder.lines().last()).hasMatch(),
                  qPrintable(recorder.lines().last()));
         QCOMPARE(log.all(), pictures ? QStringList() : QStringList(warning));
@@ -85,8 +79,7 @@ private Q_SLOTS:
         const MessageLog log;
         uninitialized.retrieveCaptchaImage(200, 80);
         QVERIFY(recorder.waitFor(1));
-        QCOMPARE(recorder.lines(),
-                 QStringList(QStringLiteral("captchaImageResponse(802, no picture)")));
+        QCOMPARE(recorder.lines(), QStringList("captchaImageResponse(802, no picture)"_s));
         QCOMPARE(log.all(), QStringList());
     }
 

@@ -6,6 +6,7 @@
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "support/literals.h"
 
 #include <QMap>
 #include <QNetworkProxy>
@@ -56,8 +57,8 @@ QString describe(const Counts& counts)
 {
     QStringList parts;
     for (auto it = counts.cbegin(); it != counts.cend(); ++it)
-        parts.append(QStringLiteral("%1 x%2").arg(it.key()).arg(it.value()));
-    return parts.join(QLatin1String(", "));
+        parts.append("%1 x%2"_s.arg(it.key()).arg(it.value()));
+    return parts.join(", "_s);
 }
 
 class Sequence
@@ -80,18 +81,127 @@ public:
     }
 
     /// What is wrong; empty when nothing is.
-    QString problem() const;
+    QString problem() const
+    {
+        for (const auto& client : mClients) {
+            const Counts given = client->given();
+            const QString counts =
+                " owed: %1; given: %2"_s.arg(describe(client->owed), describe(given));
+            if (client->accounts && given != client->owed)
+                return "not every call was answered once;"_s + counts;
+            for (auto it = given.cbegin(); it != given.cend(); ++it) {
+                if (it.value() > client->owed.value(it.key()))
+                    return "a call was answered twice;"_s + counts;
+            }
+            if (!client->accounts && client->recorder.lines().size() != client->lastLine)
+                return "a deleted facade spoke;"_s + counts;
+        }
+        if (!mSettled)
+            return "answers were missing until the end"_s;
+        return mService.problems().join(QLatin1Char('\n'));
+    }
 
 private:
     int between(int least, int most) { return mRandom.bounded(least, most + 1); }
-    Disturbance disturbance();
-    void step();
-    void call(Client& client);
-    void callWithoutService(Client& client);
-    void initialize(Client& client);
+
+    Disturbance disturbance()
+    {
+        const Disturbance all[] = {Disturbance::Delay,       Disturbance::Hang,
+                                   Disturbance::Close,       Disturbance::CloseInHeaders,
+                                   Disturbance::CloseInBody, Disturbance::NotXml,
+                                   Disturbance::Status500};
+        constexpr int kinds = sizeof all / sizeof *all;
+        if (between(0, 99) < 55)
+            return Disturbance::None;
+        const Disturbance chosen = all[between(0, kinds - 1)];
+        mHung = mHung || chosen == Disturbance::Hang;
+        return chosen;
+    }
+
+    void step()
+    {
+        Client* const client = anyLiving();
+        const int choice = between(0, 99);
+        if (!client || choice < 6)
+            return addClient();
+        if (choice < 50)
+            return call(*client);
+        if (choice < 62)
+            return callWithoutService(*client);
+        if (choice < 74)
+            return initialize(*client);
+        if (choice < 86)
+            return QTest::qWait(between(0, 8));
+        if (choice < 93)
+            return client->end();
+        client->recorder.afterwards = [client](const QString&) { client->end(); };
+    }
+
+    void call(Client& client)
+    {
+        const auto& operation = servedOperations()[between(0, servedOperations().size() - 1)];
+        const int signalCount = client.initialized ? operation.lines.size() : 1;
+        for (int i = 0; i < signalCount; ++i)
+            ++client.owed[operation.lines.at(i).section(QLatin1Char('('), 0, 0)];
+        operation.call(*client.accounts);
+    }
+
+    void callWithoutService(Client& client)
+    {
+        KelAccounts& accounts = *client.accounts;
+        switch (between(0, 5)) {
+        case 0:
+            client.owe("isUserIdAvailableResponse");
+            return accounts.isUserIdAvailable(QString());
+        case 1:
+            client.owe("resetPasswordUsingSecurityQuestionResponse");
+            return accounts.resetPasswordUsingSecurityQuestion(QString(), QString(), QString(),
+                                                               QString());
+        case 2:
+            client.owe("retrieveCountryCodeResponse");
+            return accounts.retrieveCountryCode();
+        case 3:
+            client.owe("initializeResponse");
+            return accounts.initValues(QString(), QString(), 0);
+        case 4:
+            client.owe("registerAccountResponse");
+            return accounts.registerAccount(nullptr, true);
+        default:
+            client.owe("closeResponse");
+            return accounts.close();
+        }
+    }
+
+    void initialize(Client& client)
+    {
+        const bool good = between(0, 3) > 0;
+        client.owe("initializeResponse");
+        client.initialized = client.initialized || good;
+        client.accounts->initialize("the key"_s, good ? "the secret"_s : QString(), between(-1, 6),
+                                    "service"_s, {});
+    }
+
     void addClient() { mClients.push_back(std::make_unique<Client>()); }
-    Client* anyLiving();
-    bool isSettled() const;
+
+    Client* anyLiving()
+    {
+        std::vector<Client*> living;
+        for (const auto& client : mClients) {
+            if (client->accounts)
+                living.push_back(client.get());
+        }
+        return living.empty() ? nullptr : living[size_t(between(0, int(living.size()) - 1))];
+    }
+
+    bool isSettled() const
+    {
+        for (const auto& client : mClients) {
+            // One that waits for its signal to be deleted in may never get it.
+            if (client->accounts && client->given() != client->owed)
+                return false;
+        }
+        return true;
+    }
 
     QRandomGenerator mRandom;
     bool mHung = false;
@@ -99,124 +209,6 @@ private:
     StandInService mService;
     std::vector<std::unique_ptr<Client>> mClients;
 };
-
-Disturbance Sequence::disturbance()
-{
-    const Disturbance all[] = {Disturbance::Delay,       Disturbance::Hang,
-                               Disturbance::Close,       Disturbance::CloseInHeaders,
-                               Disturbance::CloseInBody, Disturbance::NotXml,
-                               Disturbance::Status500};
-    constexpr int kinds = sizeof all / sizeof *all;
-    if (between(0, 99) < 55)
-        return Disturbance::None;
-    const Disturbance chosen = all[between(0, kinds - 1)];
-    mHung = mHung || chosen == Disturbance::Hang;
-    return chosen;
-}
-
-Client* Sequence::anyLiving()
-{
-    std::vector<Client*> living;
-    for (const auto& client : mClients) {
-        if (client->accounts)
-            living.push_back(client.get());
-    }
-    return living.empty() ? nullptr : living[size_t(between(0, int(living.size()) - 1))];
-}
-
-void Sequence::step()
-{
-    Client* const client = anyLiving();
-    const int choice = between(0, 99);
-    if (!client || choice < 6)
-        return addClient();
-    if (choice < 50)
-        return call(*client);
-    if (choice < 62)
-        return callWithoutService(*client);
-    if (choice < 74)
-        return initialize(*client);
-    if (choice < 86)
-        return QTest::qWait(between(0, 8));
-    if (choice < 93)
-        return client->end();
-    client->recorder.afterwards = [client](const QString&) { client->end(); };
-}
-
-void Sequence::call(Client& client)
-{
-    const auto& operation = servedOperations()[between(0, servedOperations().size() - 1)];
-    const int signalCount = client.initialized ? operation.lines.size() : 1;
-    for (int i = 0; i < signalCount; ++i)
-        ++client.owed[operation.lines.at(i).section(QLatin1Char('('), 0, 0)];
-    operation.call(*client.accounts);
-}
-
-void Sequence::callWithoutService(Client& client)
-{
-    KelAccounts& accounts = *client.accounts;
-    switch (between(0, 5)) {
-    case 0:
-        client.owe("isUserIdAvailableResponse");
-        return accounts.isUserIdAvailable(QString());
-    case 1:
-        client.owe("resetPasswordUsingSecurityQuestionResponse");
-        return accounts.resetPasswordUsingSecurityQuestion(QString(), QString(), QString(),
-                                                           QString());
-    case 2:
-        client.owe("retrieveCountryCodeResponse");
-        return accounts.retrieveCountryCode();
-    case 3:
-        client.owe("initializeResponse");
-        return accounts.initValues(QString(), QString(), 0);
-    case 4:
-        client.owe("registerAccountResponse");
-        return accounts.registerAccount(nullptr, true);
-    default:
-        client.owe("closeResponse");
-        return accounts.close();
-    }
-}
-
-void Sequence::initialize(Client& client)
-{
-    const bool good = between(0, 3) > 0;
-    client.owe("initializeResponse");
-    client.initialized = client.initialized || good;
-    client.accounts->initialize(QStringLiteral("the key"),
-                                good ? QStringLiteral("the secret") : QString(), between(-1, 6),
-                                QStringLiteral("service"), {});
-}
-
-bool Sequence::isSettled() const
-{
-    for (const auto& client : mClients) {
-        // One that waits for its signal to be deleted in may never get it.
-        if (client->accounts && client->given() != client->owed)
-            return false;
-    }
-    return true;
-}
-
-QString Sequence::problem() const
-{
-    for (const auto& client : mClients) {
-        const Counts given = client->given();
-        const QString counts =
-            QStringLiteral(" owed: %1; given: %2").arg(describe(client->owed), describe(given));
-        if (client->accounts && given != client->owed)
-            return QStringLiteral("not every call was answered once;") + counts;
-        for (auto it = given.cbegin(); it != given.cend(); ++it) {
-            if (it.value() > client->owed.value(it.key()))
-                return QStringLiteral("a call was answered twice;") + counts;
-        }
-        if (!client->accounts && client->recorder.lines().size() != client->lastLine)
-            return QStringLiteral("a deleted facade spoke;") + counts;
-    }
-    if (!mSettled)
-        return QStringLiteral("answers were missing until the end");
-    return mService.problems().join(QLatin1Char('\n'));
-}
 
 } // namespace
 
@@ -232,7 +224,7 @@ private Q_SLOTS:
         QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
         NetworkReplyContainer::setGuardMilliseconds(guardMilliseconds);
         FakeModem::reset();
-        FakeModem::setSims({{false, {}, QStringLiteral("244"), QStringLiteral("91")}});
+        FakeModem::setSims({{false, {}, "244"_s, "91"_s}});
         QVERIFY(mTags.isReady());
     }
 
@@ -256,7 +248,7 @@ private Q_SLOTS:
     }
 
 private:
-    ThreadTagServer mTags{QByteArray("\x01tag")};
+    ThreadTagServer mTags{"\x01tag"_ba};
 };
 
 QTEST_MAIN(TestFacadeSequences)

@@ -5,7 +5,9 @@
 #include "integration/standinservice.h"
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QLoggingCategory>
 #include <QNetworkProxy>
@@ -19,12 +21,12 @@ using KelRestHandler::NetworkReplyContainer;
 
 namespace {
 
-const auto secret = QStringLiteral("planted-consumer-secret");
+const auto secret = "planted-consumer-secret"_s;
 
 std::unique_ptr<KelAccounts> initialized()
 {
     auto accounts = std::make_unique<KelAccounts>();
-    accounts->initialize(QStringLiteral("the key"), secret, 2, QStringLiteral("service"), {});
+    accounts->initialize("the key"_s, secret, 2, "service"_s, {});
     return accounts;
 }
 
@@ -86,7 +88,7 @@ private Q_SLOTS:
         FakeModem::reset();
         mService = std::make_unique<StandInService>();
         mTags.reset(); // it has one name
-        mTags = std::make_unique<ThreadTagServer>(QByteArray("\x01planted-service-tag"));
+        mTags = std::make_unique<ThreadTagServer>("\x01planted-service-tag"_ba);
         QVERIFY(mTags->isReady());
     }
 
@@ -111,20 +113,18 @@ private Q_SLOTS:
     {
         const auto accounts = initialized();
         const FacadeRecorder recorder(accounts.get());
-        accounts->isUserIdAvailable(QStringLiteral("taken"));
+        accounts->isUserIdAvailable("taken"_s);
         QVERIFY(recorder.waitFor(1));
         QCOMPARE(recorder.lines(),
-                 QStringList(QStringLiteral(
-                     "isUserIdAvailableResponse(0, false, [somebody1980, a.somebody])")));
+                 QStringList("isUserIdAvailableResponse(0, false, [somebody1980, a.somebody])"_s));
     }
 
     void theAnswerToASecurityAnswerIsWordedInEnglish()
     {
         const auto accounts = initialized();
         const FacadeRecorder recorder(accounts.get());
-        accounts->resetPasswordUsingSecurityQuestion(QStringLiteral("bob"), QStringLiteral("t"),
-                                                     QStringLiteral("p"), QStringLiteral("a"));
-        accounts->retrievePasswordResetSecQuestion(QStringLiteral("bob"), QStringLiteral("de"));
+        accounts->resetPasswordUsingSecurityQuestion("bob"_s, "t"_s, "p"_s, "a"_s);
+        accounts->retrievePasswordResetSecQuestion("bob"_s, "de"_s);
         QVERIFY(recorder.waitFor(2));
         for (const WireRequest& request : mService->requests()) {
             const bool reset = request.target.endsWith("/change");
@@ -137,10 +137,10 @@ private Q_SLOTS:
         // The address is asked for once, from the table; nothing else in the library knows hosts.
         KelAccounts accounts;
         const FacadeRecorder recorder(&accounts);
-        accounts.initialize(QStringLiteral("k"), secret, 5, QString(), {});
+        accounts.initialize("k"_s, secret, 5, QString(), {});
         accounts.queryMarketingVariant();
         QVERIFY(recorder.waitFor(2));
-        QCOMPARE(recorder.lines().last(), QStringLiteral("marketingVariantResponse(0, 2)"));
+        QCOMPARE(recorder.lines().last(), "marketingVariantResponse(0, 2)"_s);
     }
 
     void allOperationsAtOnceAreAnsweredOnceEach()
@@ -167,9 +167,7 @@ private Q_SLOTS:
 
     void aDisturbedRequestIsAnsweredOnceAndTheNextIsWell_data()
     {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<int>("disturbance");
-        QTest::addColumn<int>("status");
+        columns<int, int, int>("index", "disturbance", "status");
         const QList<std::tuple<const char*, Disturbance, int>> rows = {
             {"delayed", Disturbance::Delay, 0},
             {"never answered", Disturbance::Hang, 404},
@@ -208,8 +206,7 @@ private Q_SLOTS:
         for (int seen : statusesOf(recorder.lines()))
             QCOMPARE(seen, captcha ? 0 : status);
         if (captcha && status != 0)
-            QCOMPARE(recorder.lines().first(),
-                     QStringLiteral("captchaImageResponse(0, no picture)"));
+            QCOMPARE(recorder.lines().first(), "captchaImageResponse(0, no picture)"_s);
 
         mService->disturb = nullptr;
         recorder.clear();
@@ -263,7 +260,7 @@ private Q_SLOTS:
         auto accounts = initialized();
         FacadeRecorder recorder(accounts.get());
         recorder.afterwards = [&](const QString& signal) {
-            if (signal == QLatin1String("retrieveCaptchaImageResponse"))
+            if (signal == "retrieveCaptchaImageResponse"_s)
                 accounts.reset();
         };
         accounts->retrieveCaptchaImage(120, 40);
@@ -282,7 +279,7 @@ private Q_SLOTS:
         recorder.afterwards = [&](const QString&) { accounts.reset(); };
         accounts->queryMarketingVariant();
         accounts->detectPreAccount();
-        accounts->isUserIdAvailable(QStringLiteral("bob"));
+        accounts->isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(1));
         QTest::qWait(80);
         QCOMPARE(statusesOf(recorder.lines()), QList<int>({404}));
@@ -304,8 +301,7 @@ private Q_SLOTS:
         second->detectPreAccount();
         QVERIFY(secondRecorder.waitFor(2));
         QCOMPARE(signalsOf(secondRecorder.lines()),
-                 QStringList({QStringLiteral("marketingVariantResponse"),
-                              QStringLiteral("detectPreAccountResponse")}));
+                 QStringList({"marketingVariantResponse"_s, "detectPreAccountResponse"_s}));
         QVERIFY(!first);
     }
 
@@ -326,7 +322,7 @@ private Q_SLOTS:
         mService->disturb = [=](const WireRequest&) {
             return static_cast<Disturbance>(disturbance);
         };
-        QLoggingCategory::setFilterRules(QStringLiteral("*=true"));
+        QLoggingCategory::setFilterRules("*=true"_s);
         int expected = 0;
         QStringList logged;
         {
@@ -343,8 +339,8 @@ private Q_SLOTS:
             logged = log.all();
         }
         QLoggingCategory::setFilterRules(QString());
-        QVERIFY(logged.contains(QStringLiteral("D first line")));
-        const QStringList found = logged.filter(QStringLiteral("planted"));
+        QVERIFY(logged.contains("D first line"_s));
+        const QStringList found = logged.filter("planted"_s);
         QVERIFY2(found.isEmpty(), qPrintable(found.join(QLatin1Char('\n'))));
     }
 

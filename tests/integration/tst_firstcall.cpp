@@ -2,6 +2,8 @@
 // Runs inside the emulator: what goes over TLS to the service, and what comes back.
 #include "account/facaderecorder.h"
 #include "integration/emulatedservice.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -30,8 +32,7 @@ namespace {
 QMultiMap<quint16, bool> delayOff()
 {
     QMultiMap<quint16, bool> sockets;
-    const QStringList descriptors =
-        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System);
+    const QStringList descriptors = QDir("/proc/self/fd"_s).entryList(QDir::Files | QDir::System);
     for (const QString& name : descriptors) {
         const int descriptor = name.toInt();
         sockaddr_in peer = {};
@@ -52,18 +53,12 @@ quint16 portIn(const char* variable)
     return quint16(QUrl(qEnvironmentVariable(variable)).port(0));
 }
 
-std::unique_ptr<KelAccounts> initialized(const QString& key = QStringLiteral("demo-key"),
-                                         const QString& secret = QStringLiteral("demo-secret"),
-                                         int server = 2)
+std::unique_ptr<KelAccounts> initialized(const QString& key = "demo-key"_s,
+                                         const QString& secret = "demo-secret"_s, int server = 2)
 {
     auto accounts = std::make_unique<KelAccounts>();
-    accounts->initialize(key, secret, server, QStringLiteral("service"), {});
+    accounts->initialize(key, secret, server, "service"_s, {});
     return accounts;
-}
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
 }
 
 } // namespace
@@ -100,9 +95,9 @@ private Q_SLOTS:
 
         const auto accounts = initialized();
         const FacadeRecorder recorder(accounts.get());
-        accounts->isUserIdAvailable(text("bob"));
+        accounts->isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(1));
-        QCOMPARE(recorder.lines().first(), text("isUserIdAvailableResponse(0, true, [])"));
+        QCOMPARE(recorder.lines().first(), "isUserIdAvailableResponse(0, true, [])"_s);
 
         QMultiMap<quint16, bool> expected;
         expected.insert(portIn("https_proxy"), true);
@@ -122,11 +117,11 @@ private Q_SLOTS:
     void theAddressesOfTheServersLeadThere()
     {
         QFETCH(int, server);
-        const auto accounts = initialized(text("demo-key"), text("demo-secret"), server);
+        const auto accounts = initialized("demo-key"_s, "demo-secret"_s, server);
         const FacadeRecorder recorder(accounts.get());
-        accounts->isUserIdAvailable(text("bob"));
+        accounts->isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(1));
-        QCOMPARE(recorder.lines().first(), text("isUserIdAvailableResponse(0, true, [])"));
+        QCOMPARE(recorder.lines().first(), "isUserIdAvailableResponse(0, true, [])"_s);
     }
 
     void aTakenNameComesWithSuggestionsThatAreFree()
@@ -140,7 +135,7 @@ private Q_SLOTS:
                     suggestions = list;
                 });
         FacadeRecorder recorder(accounts.get());
-        accounts->isUserIdAvailable(text("alice"));
+        accounts->isUserIdAvailable("alice"_s);
         QVERIFY(recorder.waitFor(1));
         QVERIFY(!available);
         const QStringList names = suggestions;
@@ -149,16 +144,13 @@ private Q_SLOTS:
             recorder.clear();
             accounts->isUserIdAvailable(name);
             QVERIFY(recorder.waitFor(1));
-            QCOMPARE(recorder.lines().first(), text("isUserIdAvailableResponse(0, true, [])"));
+            QCOMPARE(recorder.lines().first(), "isUserIdAvailableResponse(0, true, [])"_s);
         }
     }
 
     void whatTheServiceRefusesHasItsStatus_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("secret");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("line");
+        columns<QString, QString, QString, QString>("key", "secret", "name", "line");
         const auto row = [](const char* name, const char* key, const char* secret, const char* user,
                             const char* line) {
             QTest::newRow(name) << text(key) << text(secret) << text(user) << text(line);
@@ -175,9 +167,7 @@ private Q_SLOTS:
 
     void whatTheServiceRefusesHasItsStatus()
     {
-        QFETCH(QString, key);
-        QFETCH(QString, secret);
-        QFETCH(QString, name);
+        const auto [key, secret, name] = fetch<QString, QString, QString>("key", "secret", "name");
         const auto accounts = initialized(key, secret);
         const FacadeRecorder recorder(accounts.get());
         accounts->isUserIdAvailable(name);
@@ -188,14 +178,14 @@ private Q_SLOTS:
     void strangeNamesAreAnsweredOnceAndTheNextCallWorks_data()
     {
         QTest::addColumn<QString>("name");
-        QTest::newRow("control characters") << text("a\r\nrest-verb: DELETE\r\n\t\x01z");
+        QTest::newRow("control characters") << "a\r\nrest-verb: DELETE\r\n\t\x01z"_s;
         QTest::newRow("null character") << QString(QChar(0));
-        QTest::newRow("not Latin") << text("борис");
-        QTest::newRow("emoji") << text("\xF0\x9F\x98\x80");
+        QTest::newRow("not Latin") << "борис"_s;
+        QTest::newRow("emoji") << "\xF0\x9F\x98\x80"_s;
         QTest::newRow("lone surrogate") << QString(QChar(0xD800));
-        QTest::newRow("markup") << text("<a href=\"&\">");
-        QTest::newRow("address pieces") << text("../../?x=1#y@[::1]:99%zz%");
-        QTest::newRow("blank") << text(" ");
+        QTest::newRow("markup") << "<a href=\"&\">"_s;
+        QTest::newRow("address pieces") << "../../?x=1#y@[::1]:99%zz%"_s;
+        QTest::newRow("blank") << " "_s;
         QTest::newRow("long") << QString(1024 * 1024, QLatin1Char('a'));
         QTest::newRow("long and wide") << QString(1024 * 1024, QChar(0x20AC));
     }
@@ -209,33 +199,32 @@ private Q_SLOTS:
         QCOMPARE(recorder.lines(), QStringList());
         QVERIFY(recorder.waitFor(1, 20000));
         // Nobody has such a name, nor may anybody.
-        QVERIFY2(!recorder.lines().first().contains(text("(0, true")),
+        QVERIFY2(!recorder.lines().first().contains("(0, true"_s),
                  qPrintable(recorder.lines().first()));
         recorder.clear();
-        accounts->isUserIdAvailable(text("bob"));
+        accounts->isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(1));
         QTest::qWait(10);
-        QCOMPARE(recorder.lines(), QStringList(text("isUserIdAvailableResponse(0, true, [])")));
+        QCOMPARE(recorder.lines(), QStringList("isUserIdAvailableResponse(0, true, [])"_s));
     }
 
     void aHundredCallsAtOnceAreAnsweredOnceEach()
     {
         constexpr int calls = 100;
         const auto first = initialized();
-        const auto second = initialized(text("demo-key"), text("demo-secret"), 4);
+        const auto second = initialized("demo-key"_s, "demo-secret"_s, 4);
         const FacadeRecorder firstRecorder(first.get());
         const FacadeRecorder secondRecorder(second.get());
         for (int i = 0; i < calls; ++i) {
-            first->isUserIdAvailable(QStringLiteral("user%1").arg(i));
-            second->isUserIdAvailable(text("admin"));
+            first->isUserIdAvailable("user%1"_s.arg(i));
+            second->isUserIdAvailable("admin"_s);
         }
         QVERIFY(firstRecorder.waitFor(calls, 20000));
         QVERIFY(secondRecorder.waitFor(calls, 20000));
         QTest::qWait(20);
         QCOMPARE(firstRecorder.lines().size(), calls);
-        QCOMPARE(firstRecorder.lines().count(text("isUserIdAvailableResponse(0, true, [])")),
-                 calls);
-        QCOMPARE(secondRecorder.lines().count(text("isUserIdAvailableResponse(512, false, [])")),
+        QCOMPARE(firstRecorder.lines().count("isUserIdAvailableResponse(0, true, [])"_s), calls);
+        QCOMPARE(secondRecorder.lines().count("isUserIdAvailableResponse(512, false, [])"_s),
                  calls);
         const QJsonArray requests =
             QJsonDocument::fromJson(EmulatedService::ask("GET", "/requests").body).array();

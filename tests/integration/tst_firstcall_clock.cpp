@@ -3,6 +3,7 @@
 #include "account/facaderecorder.h"
 #include "integration/emulatedservice.h"
 #include "rest/request/timestampmanager.h"
+#include "support/literals.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -34,31 +35,29 @@ private Q_SLOTS:
         constexpr int window = 300;
         const bool inWindow = qAbs(mSkew) < window;
         KelAccounts accounts;
-        accounts.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
-                            QStringLiteral("service"), {});
+        accounts.initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
         FacadeRecorder recorder(&accounts);
         QVERIFY(isAbout(0));
 
-        accounts.isUserIdAvailable(QStringLiteral("bob"));
+        accounts.isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(1));
-        QCOMPARE(recorder.lines().first(),
-                 inWindow ? QStringLiteral("isUserIdAvailableResponse(0, true, [])")
-                          : QStringLiteral("isUserIdAvailableResponse(504, false, [])"));
+        QCOMPARE(recorder.lines().first(), inWindow
+                                               ? "isUserIdAvailableResponse(0, true, [])"_s
+                                               : "isUserIdAvailableResponse(504, false, [])"_s);
         QVERIFY(isAbout(mSkew));
 
-        accounts.isUserIdAvailable(QStringLiteral("bob"));
+        accounts.isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(2));
-        QCOMPARE(recorder.lines().last(), QStringLiteral("isUserIdAvailableResponse(0, true, [])"));
+        QCOMPARE(recorder.lines().last(), "isUserIdAvailableResponse(0, true, [])"_s);
 
         // Another server has a clock of its own; the first one's stays as it was learnt.
         KelAccounts another;
-        another.initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 3,
-                           QStringLiteral("service"), {});
+        another.initialize("demo-key"_s, "demo-secret"_s, 3, "service"_s, {});
         FacadeRecorder anotherRecorder(&another);
-        another.isUserIdAvailable(QStringLiteral("bob"));
+        another.isUserIdAvailable("bob"_s);
         QVERIFY(anotherRecorder.waitFor(1));
         QCOMPARE(anotherRecorder.lines(), QStringList(recorder.lines().first()));
-        accounts.isUserIdAvailable(QStringLiteral("bob"));
+        accounts.isUserIdAvailable("bob"_s);
         QVERIFY(recorder.waitFor(3));
         QCOMPARE(recorder.lines().last(), recorder.lines().at(1));
     }

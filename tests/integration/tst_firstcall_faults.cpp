@@ -3,6 +3,8 @@
 #include "account/facaderecorder.h"
 #include "integration/emulatedservice.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -18,11 +20,11 @@ using KelRestHandler::NetworkReplyContainer;
 namespace {
 
 constexpr int guardMilliseconds = 60000;
-const auto freeName = QStringLiteral("isUserIdAvailableResponse(0, true, [])");
+const auto freeName = "isUserIdAvailableResponse(0, true, [])"_s;
 
 QString failed(int status)
 {
-    return QStringLiteral("isUserIdAvailableResponse(%1, false, [])").arg(status);
+    return "isUserIdAvailableResponse(%1, false, [])"_s.arg(status);
 }
 
 } // namespace
@@ -35,9 +37,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
-        mAccounts->initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
-                              QStringLiteral("service"), {});
-        QCOMPARE(mRecorder.lines(), QStringList(QStringLiteral("initializeResponse(0)")));
+        mAccounts->initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
+        QCOMPARE(mRecorder.lines(), QStringList("initializeResponse(0)"_s));
     }
 
     void cleanupTestCase()
@@ -60,8 +61,7 @@ private Q_SLOTS:
 
     void aFaultIsOneAnswerAndTheNextCallWorks_data()
     {
-        QTest::addColumn<QByteArray>("faults");
-        QTest::addColumn<QString>("line");
+        columns<QByteArray, QString>("faults", "line");
         const auto row = [](const char* faults, const QString& line) {
             QTest::newRow(faults) << QByteArray(faults) << line;
         };
@@ -83,8 +83,7 @@ private Q_SLOTS:
 
     void aFaultIsOneAnswerAndTheNextCallWorks()
     {
-        QFETCH(QByteArray, faults);
-        QFETCH(QString, line);
+        const auto [faults, line] = fetch<QByteArray, QString>("faults", "line");
         QVERIFY(EmulatedService::orderFaults(faults));
         QVERIFY(isAnsweredWith(line));
         QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
@@ -93,8 +92,7 @@ private Q_SLOTS:
 
     void anHttpStatusIsOneAnswerAndTheNextCallWorks_data()
     {
-        QTest::addColumn<int>("httpStatus");
-        QTest::addColumn<int>("status");
+        columns<int, int>("httpStatus", "status");
         // The network library's error for each, and the status that the error stands for.
         const QList<QPair<int, int>> rows = {
             {400, 419},  {401, 504},  {403, 413},  {404, 415},  {405, 414},  {407, 412},
@@ -107,8 +105,7 @@ private Q_SLOTS:
 
     void anHttpStatusIsOneAnswerAndTheNextCallWorks()
     {
-        QFETCH(int, httpStatus);
-        QFETCH(int, status);
+        const auto [httpStatus, status] = fetch<int, int>("httpStatus", "status");
         QVERIFY(EmulatedService::orderFaults("status=" + QByteArray::number(httpStatus)));
         QVERIFY(isAnsweredWith(failed(status)));
         QCOMPARE(EmulatedService::faultsLeft(), QByteArray());
@@ -133,7 +130,7 @@ private Q_SLOTS:
         NetworkReplyContainer::setGuardMilliseconds(2000);
         QVERIFY(EmulatedService::orderFaults("hang\nnone\nhang\ndelay=50"));
         for (int i = 0; i < 4; ++i)
-            mAccounts->isUserIdAvailable(QStringLiteral("bob"));
+            mAccounts->isUserIdAvailable("bob"_s);
         QVERIFY(mRecorder.waitFor(4));
         QTest::qWait(100);
         QStringList lines = mRecorder.lines();
@@ -154,10 +151,8 @@ private Q_SLOTS:
 
     void aFacadeMayBeDeletedDuringAFault_data()
     {
-        QTest::addColumn<QByteArray>("fault");
-        for (const char* fault : {"none", "delay=30", "hang", "close-in-headers", "cut-body",
-                                  "huge-body=2000000", "wrong-host"})
-            QTest::newRow(fault) << QByteArray(fault);
+        rowsNamed("fault", {"none", "delay=30", "hang", "close-in-headers", "cut-body",
+                            "huge-body=2000000", "wrong-host"});
     }
 
     void aFacadeMayBeDeletedDuringAFault()
@@ -166,10 +161,9 @@ private Q_SLOTS:
         for (const int lifeMilliseconds : {0, 5, 15, 25}) {
             QVERIFY(EmulatedService::orderFaults(fault));
             auto accounts = std::make_unique<KelAccounts>();
-            accounts->initialize(QStringLiteral("demo-key"), QStringLiteral("demo-secret"), 2,
-                                 QStringLiteral("service"), {});
+            accounts->initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
             const FacadeRecorder recorder(accounts.get());
-            accounts->isUserIdAvailable(QStringLiteral("bob"));
+            accounts->isUserIdAvailable("bob"_s);
             QTest::qWait(lifeMilliseconds);
             accounts.reset();
             const QStringList before = recorder.lines();
@@ -186,14 +180,14 @@ private:
     bool isAnsweredWith(const QString& line)
     {
         mRecorder.clear();
-        mAccounts->isUserIdAvailable(QStringLiteral("bob"));
+        mAccounts->isUserIdAvailable("bob"_s);
         const bool inside = !mRecorder.lines().isEmpty();
         const bool came = mRecorder.waitFor(1, 20000);
         // Long enough for a second answer to the same call.
         QTest::qWait(10);
         if (!inside && came && mRecorder.lines() == QStringList(line))
             return true;
-        qWarning("answered: %s", qPrintable(mRecorder.lines().join(QLatin1String("; "))));
+        qWarning("answered: %s", qPrintable(mRecorder.lines().join("; "_s)));
         return false;
     }
 

@@ -3,6 +3,8 @@
 #include "account/facaderecorder.h"
 #include "device/testtagserver.h"
 #include "integration/emulatedservice.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -23,11 +25,6 @@ struct Row
     const char* line; ///< the signal, or the beginning of it
 };
 
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
 // A device without SIM and without service tag, and a user who has a name and nothing else.
 // Statuses are those of the error codes that the emulator answers with.
 const QVector<Row>& rows()
@@ -37,28 +34,25 @@ const QVector<Row>& rows()
          "detectPreAccountResponse(507, pre-account '' '' '' 0)"},
         {"consent variant", [](KelAccounts& a) { a.queryMarketingVariant(); },
          "marketingVariantResponse(0, 3)"},
-        {"questions", [](KelAccounts& a) { a.retrieveSecurityQuestionList(text("en")); },
+        {"questions", [](KelAccounts& a) { a.retrieveSecurityQuestionList("en"_s); },
          "securityQuestionListResponse(0, {1: "},
-        {"terms",
-         [](KelAccounts& a) { a.retrieveTermsOfService(text("shop"), text("fi"), text("FI"), 1); },
+        {"terms", [](KelAccounts& a) { a.retrieveTermsOfService("shop"_s, "fi"_s, "FI"_s, 1); },
          "termsOfServiceResponse(0, {privacyPolicyUrl: https://"},
         {"terms of nobody",
-         [](KelAccounts& a) { a.retrieveTermsOfService(text("a b"), text("fi"), text("FI"), 1); },
+         [](KelAccounts& a) { a.retrieveTermsOfService("a b"_s, "fi"_s, "FI"_s, 1); },
          "termsOfServiceResponse(507, {})"},
         {"recovery without captcha",
-         [](KelAccounts& a) { a.requestPasswordReset(text("alice"), QString(), false, QString()); },
+         [](KelAccounts& a) { a.requestPasswordReset("alice"_s, QString(), false, QString()); },
          "requestPasswordResetResponse(513)"},
         {"recovery with a wrong captcha",
-         [](KelAccounts& a) {
-             a.requestPasswordReset(text("alice"), text("guessed"), false, QString());
-         },
+         [](KelAccounts& a) { a.requestPasswordReset("alice"_s, "guessed"_s, false, QString()); },
          "requestPasswordResetResponse(517)"},
         {"question of nobody",
-         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion(text("nobody"), text("en")); },
+         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion("nobody"_s, "en"_s); },
          "retrievePasswordResetSecQuestionResponse(519, {"},
         {"reset of nobody",
          [](KelAccounts& a) {
-             a.resetPasswordUsingSecurityQuestion(text("nobody"), text("t"), text("p"), text("a"));
+             a.resetPasswordUsingSecurityQuestion("nobody"_s, "t"_s, "p"_s, "a"_s);
          },
          "resetPasswordUsingSecurityQuestionResponse(519)"},
     };
@@ -76,7 +70,7 @@ private Q_SLOTS:
     {
         QVERIFY2(EmulatedService::isThere(), "run this with kelaccount-emulator run -- PROGRAM");
         QVERIFY(mTags.isReady());
-        mAccounts->initialize(text("demo-key"), text("demo-secret"), 2, text("service"), {});
+        mAccounts->initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
     }
 
     void cleanupTestCase()
@@ -103,16 +97,14 @@ private Q_SLOTS:
 
     void aFaultIsOneAnswerAndTheNextCallWorks_data()
     {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QByteArray>("faults");
-        QTest::addColumn<QString>("status");
+        columns<int, QByteArray, QString>("index", "faults", "status");
         const QList<QPair<QByteArray, QString>> faults = {
-            {"close-before-headers", text("402")},
-            {"close-in-headers", text("402")},
-            {"cut-body", text("402")},
-            {"status=500", text("1004")},
-            {"status=403", text("413")},
-            {"wrong-host", text("406")},
+            {"close-before-headers", "402"_s},
+            {"close-in-headers", "402"_s},
+            {"cut-body", "402"_s},
+            {"status=500", "1004"_s},
+            {"status=403", "413"_s},
+            {"wrong-host", "406"_s},
         };
         for (int i = 0; i < rows().size(); ++i) {
             for (const auto& fault : faults)
@@ -123,9 +115,8 @@ private Q_SLOTS:
 
     void aFaultIsOneAnswerAndTheNextCallWorks()
     {
-        QFETCH(int, index);
-        QFETCH(QByteArray, faults);
-        QFETCH(QString, status);
+        const auto [index, faults, status] =
+            fetch<int, QByteArray, QString>("index", "faults", "status");
         QVERIFY(EmulatedService::orderFaults(faults));
         rows()[index].call(*mAccounts);
         QVERIFY(mRecorder.waitFor(1, 20000));

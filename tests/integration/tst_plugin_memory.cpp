@@ -7,6 +7,7 @@
 #include "integration/emulateddevice.h"
 #include "plugin/zorauthplugin.h"
 #include "rest/records/registrationinfodata.h"
+#include "support/literals.h"
 #include "support/processmemory.h"
 #include "support/secretsearch.h"
 #include "support/sessionsandbox.h"
@@ -29,7 +30,7 @@ namespace {
 
 constexpr int threeSeconds = 3000; // nothing is waited for but that what will be freed is
 
-const QString control = QStringLiteral("planted control, which is kept");
+const QString control = "planted control, which is kept"_s;
 
 QByteArray packed(const QVariantMap& map)
 {
@@ -67,8 +68,7 @@ QString consumerSecret()
 /// That is nowhere in the program: the child has the same one.
 QString planted(const char* what)
 {
-    return QString::fromUtf8("ä %1 %2").arg(QLatin1String(what),
-                                            QUuid::createUuid().toString(QUuid::Id128));
+    return "ä %1 %2"_s.arg(QLatin1String(what), QUuid::createUuid().toString(QUuid::Id128));
 }
 
 } // namespace
@@ -79,12 +79,50 @@ class Worker : public QObject
     Q_OBJECT
 
 public:
-    Worker();
+    Worker()
+    {
+        mLine.reserve(64 * 1024); // in one place, where it can be wiped
+        connect(&mInput, &QSocketNotifier::activated, this, &Worker::read);
+        connect(&mPlugin, &AuthPluginInterface::store, this,
+                [this](const SignOn::SessionData& data) { mKept = data.toMap(); });
+        connect(&mPlugin, &AuthPluginInterface::result, this, [this] { answer(0, mKept); });
+        connect(&mPlugin, &AuthPluginInterface::error, this,
+                [this](const SignOn::Error& error) { answer(error.type(), mKept); });
+    }
 
 private:
-    void read();
-    void work(QVariantMap order);
-    void answer(int status, const QVariantMap& kept = {});
+    void read()
+    {
+        const int before = mLine.size();
+        mLine.resize(64 * 1024);
+        const ssize_t more =
+            ::read(STDIN_FILENO, mLine.data() + before, size_t(64 * 1024 - before));
+        mLine.resize(before + int(qMax<ssize_t>(0, more)));
+        if (more <= 0)
+            return QCoreApplication::quit();
+        if (!mLine.endsWith('\n'))
+            return;
+        QVariantMap order = unpacked(mLine);
+        wipe(mLine);
+        mLine.reserve(64 * 1024);
+        work(std::move(order));
+    }
+
+    void work(QVariantMap order)
+    {
+        const QString mechanism = order.take("mechanism"_s).toString();
+        mPlugin.process(SignOn::SessionData(std::exchange(order, {})), mechanism);
+    }
+
+    void answer(int status, const QVariantMap& kept = {})
+    {
+        QByteArray line = packed({{"status"_s, status}, {"kept"_s, kept}});
+        if (::write(STDOUT_FILENO, line.constData(), size_t(line.size())) != line.size())
+            QCoreApplication::exit(1);
+        wipe(line);
+        // What the daemon would have; the last owner of it here is the plugin.
+        QTimer::singleShot(0, this, [this] { wipe(mKept); });
+    }
 
     QSocketNotifier mInput{STDIN_FILENO, QSocketNotifier::Read};
     QByteArray mLine;
@@ -93,192 +131,131 @@ private:
     QVariantMap mKept;
 };
 
-Worker::Worker()
-{
-    mLine.reserve(64 * 1024); // in one place, where it can be wiped
-    connect(&mInput, &QSocketNotifier::activated, this, &Worker::read);
-    connect(&mPlugin, &AuthPluginInterface::store, this,
-            [this](const SignOn::SessionData& data) { mKept = data.toMap(); });
-    connect(&mPlugin, &AuthPluginInterface::result, this, [this] { answer(0, mKept); });
-    connect(&mPlugin, &AuthPluginInterface::error, this,
-            [this](const SignOn::Error& error) { answer(error.type(), mKept); });
-}
-
-void Worker::read()
-{
-    const int before = mLine.size();
-    mLine.resize(64 * 1024);
-    const ssize_t more = ::read(STDIN_FILENO, mLine.data() + before, size_t(64 * 1024 - before));
-    mLine.resize(before + int(qMax<ssize_t>(0, more)));
-    if (more <= 0)
-        return QCoreApplication::quit();
-    if (!mLine.endsWith('\n'))
-        return;
-    QVariantMap order = unpacked(mLine);
-    wipe(mLine);
-    mLine.reserve(64 * 1024);
-    work(std::move(order));
-}
-
-void Worker::work(QVariantMap order)
-{
-    const QString mechanism = order.take(QStringLiteral("mechanism")).toString();
-    mPlugin.process(SignOn::SessionData(std::exchange(order, {})), mechanism);
-}
-
-void Worker::answer(int status, const QVariantMap& kept)
-{
-    QByteArray line = packed({{QStringLiteral("status"), status}, {QStringLiteral("kept"), kept}});
-    if (::write(STDOUT_FILENO, line.constData(), size_t(line.size())) != line.size())
-        QCoreApplication::exit(1);
-    wipe(line);
-    // What the daemon would have; the last owner of it here is the plugin.
-    QTimer::singleShot(0, this, [this] { wipe(mKept); });
-}
-
 class TestPluginMemory : public EmulatedDevice
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void signingInLeavesNoPassword();
-    void changingThePasswordLeavesOnlyWhatWasSent();
-    void registeringLeavesOnlyWhatWasSent();
+    void initTestCase()
+    {
+        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
+    }
+
+    void init()
+    {
+        mKept.clear();
+        mChild = std::make_unique<BoundProcess>();
+        mChild->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        mChild->start(QCoreApplication::applicationFilePath(), {"work"_s});
+        QVERIFY(mChild->waitForStarted());
+    }
+
+    void cleanup()
+    {
+        mChild->closeWriteChannel();
+        QVERIFY(mChild->waitForFinished());
+        mChild.reset();
+    }
+
+    void signingInLeavesNoPassword()
+    {
+        const QString password = planted("password");
+        QVERIFY(!addAccount({{"userName"_s, "bob"_s}, {"password"_s, password}}).isEmpty());
+        const QVariantMap identity = {{"UserName"_s, "bob"_s}, {"Secret"_s, password}};
+        QCOMPARE(order("signIn", identity), 0);
+        QTest::qWait(threeSeconds);
+        QVERIFY(formsFound(control).contains("UTF-16"_s)); // the search finds what is there
+        QCOMPARE(formsFound(password), QStringList());
+        QCOMPARE(formsFound(consumerSecret()), QStringList());
+    }
+
+    void changingThePasswordLeavesOnlyWhatWasSent()
+    {
+        const QString first = planted("first");
+        const QString wrong = planted("wrong");
+        const QString second = planted("second");
+        QVERIFY(!addAccount({{"userName"_s, "carol"_s}, {"password"_s, first}}).isEmpty());
+        QVariantMap data = {
+            {"UserName"_s, "carol"_s}, {"Secret"_s, first}, {"NewPassword"_s, second}};
+        QCOMPARE(order("signIn", data), 0);
+        data.insert("OldPassword"_s, wrong);
+        QCOMPARE(order("privateMechanism_changepassword", data), 614);
+        data.insert("OldPassword"_s, first);
+        QCOMPARE(order("privateMechanism_changepassword", data), 0);
+        QCOMPARE(order("signIn", data), 0);
+        QTest::qWait(threeSeconds);
+        QCOMPARE(formsFound(first), QStringList());
+        QCOMPARE(formsFound(wrong), QStringList());
+        QCOMPARE(formsFound(consumerSecret()), QStringList());
+        // As base64 it went through buffers of the network library, which it frees as they are.
+        for (const char* form : {"UTF-8", "Latin-1", "UTF-16", "hex"})
+            QVERIFY2(!formsFound(second).contains(QLatin1String(form)), form);
+    }
+
+    void registeringLeavesOnlyWhatWasSent()
+    {
+        KelRestHandler::RegistrationInfoData newcomer;
+        newcomer.emailAddress = "dave@example.org"_s;
+        newcomer.password = planted("password");
+        newcomer.serviceTag = "dGFn"; // base64, as the emulated service wants it
+        QCOMPARE(order("privateMechanism_registerAccount",
+                       {{"UserName"_s, newcomer.emailAddress},
+                        {"Secret"_s, newcomer.password},
+                        {"RegistrationData"_s, KelRestHandler::serializeRegistration(newcomer)}}),
+                 0);
+        QTest::qWait(threeSeconds);
+        for (const char* form : {"UTF-8", "Latin-1", "UTF-16", "hex"})
+            QVERIFY2(!formsFound(newcomer.password).contains(QLatin1String(form)), form);
+    }
 
 private:
     /// Status of what the plugin answers.
-    int order(const char* mechanism, const QVariantMap& data);
+    int order(const char* mechanism, const QVariantMap& data)
+    {
+        QVariantMap all = mKept;
+        for (auto entry = data.cbegin(); entry != data.cend(); ++entry)
+            all.insert(entry.key(), entry.value());
+        all.insert("mechanism"_s, QLatin1String(mechanism));
+        all.insert("ConsumerKey"_s, "demo-key"_s);
+        all.insert("ConsumerSecret"_s, consumerSecret());
+        all.insert("ServerUrlValue"_s, 2);
+        all.insert("ManualSignIn"_s, true);
+        mChild->write(packed(all));
+        if (!KelTest::waitUntil([this] { return mChild->canReadLine(); }))
+            return -1;
+        const QVariantMap answer = unpacked(mChild->readLine());
+        const QVariantMap kept = answer.value("kept"_s).toMap();
+        if (!kept.isEmpty())
+            mKept = kept;
+        return answer.value("status"_s, -1).toInt();
+    }
+
     /// The forms in which a text lies in the child's memory.
-    QStringList formsFound(const QString& text);
+    QStringList formsFound(const QString& text)
+    {
+        static const char* const names[] = {"UTF-8",   "Latin-1", "UTF-16",         "UTF-16",
+                                            "percent", "base64",  "percent base64", "hex"};
+        const QList<QByteArray> forms = KelTest::SecretSearch::formsOf(text);
+        const QList<int> counts = KelTest::countInMemory(pid_t(mChild->processId()), forms);
+        QStringList found;
+        if (counts.isEmpty())
+            found.append("the memory cannot be read"_s);
+        for (int i = 0; i < counts.size(); ++i) {
+            if (counts.at(i) > 0)
+                found.append(QLatin1String(names[i]));
+        }
+        found.removeDuplicates();
+        return found;
+    }
 
     std::unique_ptr<BoundProcess> mChild;
     QVariantMap mKept;
 };
 
-void TestPluginMemory::initTestCase()
-{
-    QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-}
-
-void TestPluginMemory::init()
-{
-    mKept.clear();
-    mChild = std::make_unique<BoundProcess>();
-    mChild->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    mChild->start(QCoreApplication::applicationFilePath(), {QStringLiteral("work")});
-    QVERIFY(mChild->waitForStarted());
-}
-
-void TestPluginMemory::cleanup()
-{
-    mChild->closeWriteChannel();
-    QVERIFY(mChild->waitForFinished());
-    mChild.reset();
-}
-
-int TestPluginMemory::order(const char* mechanism, const QVariantMap& data)
-{
-    QVariantMap all = mKept;
-    for (auto entry = data.cbegin(); entry != data.cend(); ++entry)
-        all.insert(entry.key(), entry.value());
-    all.insert(QStringLiteral("mechanism"), QLatin1String(mechanism));
-    all.insert(QStringLiteral("ConsumerKey"), QStringLiteral("demo-key"));
-    all.insert(QStringLiteral("ConsumerSecret"), consumerSecret());
-    all.insert(QStringLiteral("ServerUrlValue"), 2);
-    all.insert(QStringLiteral("ManualSignIn"), true);
-    mChild->write(packed(all));
-    if (!KelTest::waitUntil([this] { return mChild->canReadLine(); }))
-        return -1;
-    const QVariantMap answer = unpacked(mChild->readLine());
-    const QVariantMap kept = answer.value(QStringLiteral("kept")).toMap();
-    if (!kept.isEmpty())
-        mKept = kept;
-    return answer.value(QStringLiteral("status"), -1).toInt();
-}
-
-QStringList TestPluginMemory::formsFound(const QString& text)
-{
-    static const char* const names[] = {"UTF-8",   "Latin-1", "UTF-16",         "UTF-16",
-                                        "percent", "base64",  "percent base64", "hex"};
-    const QList<QByteArray> forms = KelTest::SecretSearch::formsOf(text);
-    const QList<int> counts = KelTest::countInMemory(pid_t(mChild->processId()), forms);
-    QStringList found;
-    if (counts.isEmpty())
-        found.append(QStringLiteral("the memory cannot be read"));
-    for (int i = 0; i < counts.size(); ++i) {
-        if (counts.at(i) > 0)
-            found.append(QLatin1String(names[i]));
-    }
-    found.removeDuplicates();
-    return found;
-}
-
-void TestPluginMemory::signingInLeavesNoPassword()
-{
-    const QString password = planted("password");
-    QVERIFY(!addAccount({{QStringLiteral("userName"), QStringLiteral("bob")},
-                         {QStringLiteral("password"), password}})
-                 .isEmpty());
-    const QVariantMap identity = {{QStringLiteral("UserName"), QStringLiteral("bob")},
-                                  {QStringLiteral("Secret"), password}};
-    QCOMPARE(order("signIn", identity), 0);
-    QTest::qWait(threeSeconds);
-    QVERIFY(
-        formsFound(control).contains(QStringLiteral("UTF-16"))); // the search finds what is there
-    QCOMPARE(formsFound(password), QStringList());
-    QCOMPARE(formsFound(consumerSecret()), QStringList());
-}
-
-void TestPluginMemory::changingThePasswordLeavesOnlyWhatWasSent()
-{
-    const QString first = planted("first");
-    const QString wrong = planted("wrong");
-    const QString second = planted("second");
-    QVERIFY(!addAccount({{QStringLiteral("userName"), QStringLiteral("carol")},
-                         {QStringLiteral("password"), first}})
-                 .isEmpty());
-    QVariantMap data = {{QStringLiteral("UserName"), QStringLiteral("carol")},
-                        {QStringLiteral("Secret"), first},
-                        {QStringLiteral("NewPassword"), second}};
-    QCOMPARE(order("signIn", data), 0);
-    data.insert(QStringLiteral("OldPassword"), wrong);
-    QCOMPARE(order("privateMechanism_changepassword", data), 614);
-    data.insert(QStringLiteral("OldPassword"), first);
-    QCOMPARE(order("privateMechanism_changepassword", data), 0);
-    QCOMPARE(order("signIn", data), 0);
-    QTest::qWait(threeSeconds);
-    QCOMPARE(formsFound(first), QStringList());
-    QCOMPARE(formsFound(wrong), QStringList());
-    QCOMPARE(formsFound(consumerSecret()), QStringList());
-    // As base64 it went through buffers of the network library, which it frees as they are.
-    for (const char* form : {"UTF-8", "Latin-1", "UTF-16", "hex"})
-        QVERIFY2(!formsFound(second).contains(QLatin1String(form)), form);
-}
-
-void TestPluginMemory::registeringLeavesOnlyWhatWasSent()
-{
-    KelRestHandler::RegistrationInfoData newcomer;
-    newcomer.emailAddress = QStringLiteral("dave@example.org");
-    newcomer.password = planted("password");
-    newcomer.serviceTag = "dGFn"; // base64, as the emulated service wants it
-    QCOMPARE(order("privateMechanism_registerAccount",
-                   {{QStringLiteral("UserName"), newcomer.emailAddress},
-                    {QStringLiteral("Secret"), newcomer.password},
-                    {QStringLiteral("RegistrationData"),
-                     KelRestHandler::serializeRegistration(newcomer)}}),
-             0);
-    QTest::qWait(threeSeconds);
-    for (const char* form : {"UTF-8", "Latin-1", "UTF-16", "hex"})
-        QVERIFY2(!formsFound(newcomer.password).contains(QLatin1String(form)), form);
-}
-
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    if (application.arguments().value(1) == QLatin1String("work")) {
+    if (application.arguments().value(1) == "work"_s) {
         Worker worker;
         return QCoreApplication::exec();
     }

@@ -6,6 +6,8 @@
 #include "plugin/storedsession.h"
 #include "rest/request/serviceaddress.h"
 #include "rest/request/timestampmanager.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 
@@ -43,8 +45,7 @@ const QByteArray askForProfile = "GET accounts/1000042/profile";
 QByteArray dateHeader(int secondsOff)
 {
     const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(secondsOff);
-    return "Date: " +
-           QLocale::c().toString(time, QStringLiteral("ddd, dd MMM yyyy hh:mm:ss")).toLatin1() +
+    return "Date: " + QLocale::c().toString(time, "ddd, dd MMM yyyy hh:mm:ss"_s).toLatin1() +
            " GMT\r\n";
 }
 
@@ -118,220 +119,192 @@ class TestPluginRetries : public PluginObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void aRenewedTokenGoesOutWithTheSameRequest();
-    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data();
-    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp();
-    void whatRefusesTheSignInIsTheAnswer_data();
-    void whatRefusesTheSignInIsTheAnswer();
-    void aFailedRenewalIsNoReasonToSignIn();
-    void aRequestIsSentAgainOnceForTheClock_data();
-    void aRequestIsSentAgainOnceForTheClock();
-    void theClockAndTheTokenEachHaveTheirSecondAttempt();
+    void init()
+    {
+        for (const char* name : {"http_proxy", "https_proxy"})
+            qunsetenv(name);
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
+        // Over TLS: only then is the service's clock believed.
+        mServer = std::make_unique<ScriptedServer>(mAuthority.serverFor("x", "IP:127.0.0.1"));
+        scriptedBase = mServer->base();
+        makePlugin();
+    }
+
+    void cleanup()
+    {
+        QCOMPARE(mServer->problems(), QStringList());
+        mPlugin.reset();
+        mServer.reset();
+    }
+
+    void aRenewedTokenGoesOutWithTheSameRequest()
+    {
+        order({tokenRefused(), renewed("second"), profile()});
+        askProfile();
+        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", askForProfile}));
+        QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "second"}));
+        QCOMPARE(storedToken(), QVariant("second"_s));
+        // The service takes no nonce twice.
+        const QByteArray nonce = authorization(mServer->requests().at(0), "oauth_nonce");
+        QVERIFY(!nonce.isEmpty());
+        QVERIFY(authorization(mServer->requests().at(2), "oauth_nonce") != nonce);
+    }
+
+    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data()
+    {
+        QTest::addColumn<bool>("isRenewed");
+        QTest::newRow("after a renewal") << true;
+        QTest::newRow("after signing in") << false;
+    }
+
+    void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp()
+    {
+        QFETCH(bool, isRenewed);
+        order({tokenRefused()});
+        if (isRenewed)
+            order({renewed("second")});
+        else
+            order({tokenRefused(), signedIn("second")});
+        order({tokenRefused()});
+        askProfile();
+        QList<QByteArray> expected{askForProfile, "PUT tokens/first"};
+        if (!isRenewed)
+            expected.append("POST tokens");
+        expected.append(askForProfile);
+        QCOMPARE(requests(), expected);
+        QCOMPARE(tokens().last(), "second"_ba);
+        // The new token is the service's latest word, so it is kept.
+        QCOMPARE(mEvents, (QStringList{"store"_s, "500"_s}));
+        QCOMPARE(storedToken(), QVariant("second"_s));
+    }
+
+    void whatRefusesTheSignInIsTheAnswer_data()
+    {
+        columns<int, QByteArray, QString>("http", "code", "status");
+        QTest::newRow("another password") << 401 << "notAuthorized"_ba
+                                          << "504"_s;
+        QTest::newRow("locked") << 403 << "accountLocked"_ba
+                                << "510"_s;
+        QTest::newRow("token refused") << 401 << "invalidAccessToken"_ba
+                                       << "500"_s;
+    }
+
+    void whatRefusesTheSignInIsTheAnswer()
+    {
+        const auto [http, code, status] = fetch<int, QByteArray, QString>("http", "code", "status");
+        order({tokenRefused(), tokenRefused(), refusal(http, code)});
+        askProfile();
+        QCOMPARE(mEvents, QStringList{status}); // and nothing is stored
+        QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", "POST tokens"}));
+        // The password signs in without a token.
+        QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", QByteArray()}));
+
+        order({profile()});
+        askProfile();
+        QCOMPARE(mEvents, QStringList{"result"_s});
+    }
+
+    void aFailedRenewalIsNoReasonToSignIn()
+    {
+        order({tokenRefused(), Reaction::reply(503, "later")});
+        askProfile();
+        QCOMPARE(mEvents, QStringList{"1004"_s});
+        QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first"}));
+    }
+
+    void aRequestIsSentAgainOnceForTheClock_data()
+    {
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("second"); // 0: accepted
+        columns<QString, int>("end", "attempts");
+        QTest::newRow("then accepted") << 2 * hour << 0 << "result"_s << 2;
+        QTest::newRow("then refused") << 2 * hour << 2 * hour << "504"_s << 2;
+        QTest::newRow("a clock that moves on") << 2 * hour << 4 * hour << "504"_s << 2;
+        QTest::newRow("a clock that moves back") << -2 * hour << 2 * hour << "504"_s << 2;
+        QTest::newRow("a clock that is right") << 0 << 0 << "504"_s << 1;
+    }
+
+    void aRequestIsSentAgainOnceForTheClock()
+    {
+        const auto [first, second, end, attempts] =
+            fetch<int, int, QString, int>("first", "second", "end", "attempts");
+        order({timeRefused(first)});
+        if (attempts == 2)
+            order({second == 0 ? profile() : timeRefused(second)});
+        const qint64 before = QDateTime::currentSecsSinceEpoch();
+        askProfile();
+        QCOMPARE(mEvents, QStringList{end});
+        QCOMPARE(requests().count(askForProfile), attempts);
+        QCOMPARE(mServer->requests().size(), attempts);
+        // By the clock that the service showed at that moment, give or take a slow machine.
+        const qint64 stamp =
+            authorization(mServer->requests().last(), "oauth_timestamp").toLongLong();
+        QVERIFY2(qAbs(stamp - first - before) < 60, qPrintable(QString::number(stamp - before)));
+
+        order({profile()});
+        askProfile();
+        QCOMPARE(mEvents, QStringList{"result"_s});
+    }
+
+    void theClockAndTheTokenEachHaveTheirSecondAttempt()
+    {
+        order({timeRefused(2 * hour), tokenRefused(), renewed("second"), profile()});
+        askProfile();
+        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(requests(), (QList<QByteArray>{askForProfile, askForProfile, "PUT tokens/first",
+                                                askForProfile}));
+        QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "first", "second"}));
+    }
 
 private:
-    void order(const QList<Reaction>& reactions);
+    void order(const QList<Reaction>& reactions)
+    {
+        for (const Reaction& reaction : reactions)
+            mServer->expect(reaction);
+    }
+
     /// The profile, with a token "first" from before.
-    void askProfile();
-    QList<QByteArray> requests() const;
-    QList<QByteArray> tokens() const;
-    QVariant storedToken() const;
+    void askProfile()
+    {
+        mEvents.clear();
+        const QVariantMap session = {
+            {"Token"_s, "first"_s},
+            {"AccountId"_s, "1000042"_s},
+            {"LoginId"_s, "alice"_s},
+            {"Consumer"_s,
+             ZorAuth::Mark(ZorAuth::Mark::Of::Key,
+                           ZorAuth::consumerIdentity("demo-key"_s, "demo-secret"_s, scriptedBase))
+                 .toMap()}};
+        const QVariantMap kept = {{"Server"_s, 2},
+                                  {"Sessions"_s, QVariantMap{{"demo-key"_s, session}}}};
+        process("privateMechanism_downloadProfile", request({{"Kept first"_s, kept}}));
+        QVERIFY(waitForEnd());
+    }
+
+    QList<QByteArray> requests() const
+    {
+        QList<QByteArray> list;
+        for (const WireRequest& request : mServer->requests())
+            list.append(asked(request));
+        return list;
+    }
+
+    /// What each request was signed with.
+    QList<QByteArray> tokens() const
+    {
+        QList<QByteArray> list;
+        for (const WireRequest& request : mServer->requests())
+            list.append(authorization(request, "oauth_token"));
+        return list;
+    }
+
+    QVariant storedToken() const { return KelTest::KeptData::sessionIn(mStored).value("Token"_s); }
 
     TestAuthority mAuthority;
     std::unique_ptr<ScriptedServer> mServer;
 };
-
-void TestPluginRetries::init()
-{
-    for (const char* name : {"http_proxy", "https_proxy"})
-        qunsetenv(name);
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
-    TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
-    // Over TLS: only then is the service's clock believed.
-    mServer = std::make_unique<ScriptedServer>(mAuthority.serverFor("x", "IP:127.0.0.1"));
-    scriptedBase = mServer->base();
-    makePlugin();
-}
-
-void TestPluginRetries::cleanup()
-{
-    QCOMPARE(mServer->problems(), QStringList());
-    mPlugin.reset();
-    mServer.reset();
-}
-
-void TestPluginRetries::order(const QList<Reaction>& reactions)
-{
-    for (const Reaction& reaction : reactions)
-        mServer->expect(reaction);
-}
-
-void TestPluginRetries::askProfile()
-{
-    mEvents.clear();
-    const QVariantMap session = {
-        {QStringLiteral("Token"), QStringLiteral("first")},
-        {QStringLiteral("AccountId"), QStringLiteral("1000042")},
-        {QStringLiteral("LoginId"), QStringLiteral("alice")},
-        {QStringLiteral("Consumer"),
-         ZorAuth::Mark(ZorAuth::Mark::Of::Key,
-                       ZorAuth::consumerIdentity(QStringLiteral("demo-key"),
-                                                 QStringLiteral("demo-secret"), scriptedBase))
-             .toMap()}};
-    const QVariantMap kept = {
-        {QStringLiteral("Server"), 2},
-        {QStringLiteral("Sessions"), QVariantMap{{QStringLiteral("demo-key"), session}}}};
-    process("privateMechanism_downloadProfile", request({{QStringLiteral("Kept first"), kept}}));
-    QVERIFY(waitForEnd());
-}
-
-QList<QByteArray> TestPluginRetries::requests() const
-{
-    QList<QByteArray> list;
-    for (const WireRequest& request : mServer->requests())
-        list.append(asked(request));
-    return list;
-}
-
-/// What each request was signed with.
-QList<QByteArray> TestPluginRetries::tokens() const
-{
-    QList<QByteArray> list;
-    for (const WireRequest& request : mServer->requests())
-        list.append(authorization(request, "oauth_token"));
-    return list;
-}
-
-QVariant TestPluginRetries::storedToken() const
-{
-    return KelTest::KeptData::sessionIn(mStored).value(QStringLiteral("Token"));
-}
-
-void TestPluginRetries::aRenewedTokenGoesOutWithTheSameRequest()
-{
-    order({tokenRefused(), renewed("second"), profile()});
-    askProfile();
-    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
-    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", askForProfile}));
-    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "second"}));
-    QCOMPARE(storedToken(), QVariant(QStringLiteral("second")));
-    // The service takes no nonce twice.
-    const QByteArray nonce = authorization(mServer->requests().at(0), "oauth_nonce");
-    QVERIFY(!nonce.isEmpty());
-    QVERIFY(authorization(mServer->requests().at(2), "oauth_nonce") != nonce);
-}
-
-void TestPluginRetries::aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data()
-{
-    QTest::addColumn<bool>("isRenewed");
-    QTest::newRow("after a renewal") << true;
-    QTest::newRow("after signing in") << false;
-}
-
-void TestPluginRetries::aRequestThatIsRefusedTwiceForItsTokenIsGivenUp()
-{
-    QFETCH(bool, isRenewed);
-    order({tokenRefused()});
-    if (isRenewed)
-        order({renewed("second")});
-    else
-        order({tokenRefused(), signedIn("second")});
-    order({tokenRefused()});
-    askProfile();
-    QList<QByteArray> expected{askForProfile, "PUT tokens/first"};
-    if (!isRenewed)
-        expected.append("POST tokens");
-    expected.append(askForProfile);
-    QCOMPARE(requests(), expected);
-    QCOMPARE(tokens().last(), QByteArray("second"));
-    // The new token is the service's latest word, so it is kept.
-    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("500")}));
-    QCOMPARE(storedToken(), QVariant(QStringLiteral("second")));
-}
-
-void TestPluginRetries::whatRefusesTheSignInIsTheAnswer_data()
-{
-    QTest::addColumn<int>("http");
-    QTest::addColumn<QByteArray>("code");
-    QTest::addColumn<QString>("status");
-    QTest::newRow("another password")
-        << 401 << QByteArray("notAuthorized") << QStringLiteral("504");
-    QTest::newRow("locked") << 403 << QByteArray("accountLocked") << QStringLiteral("510");
-    QTest::newRow("token refused")
-        << 401 << QByteArray("invalidAccessToken") << QStringLiteral("500");
-}
-
-void TestPluginRetries::whatRefusesTheSignInIsTheAnswer()
-{
-    QFETCH(int, http);
-    QFETCH(QByteArray, code);
-    QFETCH(QString, status);
-    order({tokenRefused(), tokenRefused(), refusal(http, code)});
-    askProfile();
-    QCOMPARE(mEvents, QStringList{status}); // and nothing is stored
-    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", "POST tokens"}));
-    // The password signs in without a token.
-    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", QByteArray()}));
-
-    order({profile()});
-    askProfile();
-    QCOMPARE(mEvents, QStringList{QStringLiteral("result")});
-}
-
-void TestPluginRetries::aFailedRenewalIsNoReasonToSignIn()
-{
-    order({tokenRefused(), Reaction::reply(503, "later")});
-    askProfile();
-    QCOMPARE(mEvents, QStringList{QStringLiteral("1004")});
-    QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first"}));
-}
-
-void TestPluginRetries::aRequestIsSentAgainOnceForTheClock_data()
-{
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("second"); // 0: accepted
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<int>("attempts");
-    QTest::newRow("then accepted") << 2 * hour << 0 << QStringLiteral("result") << 2;
-    QTest::newRow("then refused") << 2 * hour << 2 * hour << QStringLiteral("504") << 2;
-    QTest::newRow("a clock that moves on") << 2 * hour << 4 * hour << QStringLiteral("504") << 2;
-    QTest::newRow("a clock that moves back") << -2 * hour << 2 * hour << QStringLiteral("504") << 2;
-    QTest::newRow("a clock that is right") << 0 << 0 << QStringLiteral("504") << 1;
-}
-
-void TestPluginRetries::aRequestIsSentAgainOnceForTheClock()
-{
-    QFETCH(int, first);
-    QFETCH(int, second);
-    QFETCH(QString, end);
-    QFETCH(int, attempts);
-    order({timeRefused(first)});
-    if (attempts == 2)
-        order({second == 0 ? profile() : timeRefused(second)});
-    const qint64 before = QDateTime::currentSecsSinceEpoch();
-    askProfile();
-    QCOMPARE(mEvents, QStringList{end});
-    QCOMPARE(requests().count(askForProfile), attempts);
-    QCOMPARE(mServer->requests().size(), attempts);
-    // By the clock that the service showed at that moment, give or take a slow machine.
-    const qint64 stamp = authorization(mServer->requests().last(), "oauth_timestamp").toLongLong();
-    QVERIFY2(qAbs(stamp - first - before) < 60, qPrintable(QString::number(stamp - before)));
-
-    order({profile()});
-    askProfile();
-    QCOMPARE(mEvents, QStringList{QStringLiteral("result")});
-}
-
-void TestPluginRetries::theClockAndTheTokenEachHaveTheirSecondAttempt()
-{
-    order({timeRefused(2 * hour), tokenRefused(), renewed("second"), profile()});
-    askProfile();
-    QCOMPARE(mEvents, (QStringList{QStringLiteral("store"), QStringLiteral("result")}));
-    QCOMPARE(requests(),
-             (QList<QByteArray>{askForProfile, askForProfile, "PUT tokens/first", askForProfile}));
-    QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "first", "second"}));
-}
 
 QTEST_GUILESS_MAIN(TestPluginRetries)
 #include "tst_plugin_retries.moc"

@@ -4,6 +4,7 @@
 #include "emulator/emulatorprocess.h"
 #include "integration/emulateddevice.h"
 #include "integration/keptdata.h"
+#include "support/literals.h"
 #include "support/secretsearch.h"
 #include "support/sqlitereader.h"
 
@@ -18,21 +19,21 @@ using namespace KelTest::SecretSearch;
 
 namespace {
 
-const QString consumerSecret = QStringLiteral("demo-secret");
+const QString consumerSecret = "demo-secret"_s;
 // Random, so that nothing else in a process looks like it.
-const QString password = QStringLiteral("pW9r4kQz7tLm2xVb");
+const QString password = "pW9r4kQz7tLm2xVb"_s;
 
 // All that a process can write to: heap, stacks, data.
 QByteArrayList writableMemory(qint64 process)
 {
-    const QString folder = QStringLiteral("/proc/%1/").arg(process);
-    QFile maps(folder + QLatin1String("maps"));
-    QFile memory(folder + QLatin1String("mem"));
+    const QString folder = "/proc/%1/"_s.arg(process);
+    QFile maps(folder + "maps"_s);
+    QFile memory(folder + "mem"_s);
     QByteArrayList parts;
     if (!maps.open(QIODevice::ReadOnly) ||
         !memory.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return parts;
-    static const QRegularExpression range(QStringLiteral("^([0-9a-f]+)-([0-9a-f]+) rw"));
+    static const QRegularExpression range("^([0-9a-f]+)-([0-9a-f]+) rw"_s);
     const QStringList lines = QString::fromLatin1(maps.readAll()).split(QLatin1Char('\n'));
     for (const QString& line : lines) {
         const auto match = range.match(line);
@@ -69,42 +70,39 @@ class StoryMemory : public EmulatedDevice
 
 private Q_SLOTS:
     void initTestCase() { QVERIFY(isInside()); }
-    void anApplicationNeverHasTheToken();
+
+    void anApplicationNeverHasTheToken()
+    {
+        QVERIFY(!addAccount({{"userName"_s, "kim"_s}, {"password"_s, password}}).isEmpty());
+        BoundProcess application;
+        application.start(QStringLiteral(KELACCOUNT_MEMORY_PROBE), {"kim"_s});
+        application.write(password.toUtf8() + '\n');
+        QVERIFY(application.waitForReadyRead());
+        QCOMPARE(application.readLine(), "0\n"_ba);
+        // What is to be freed once the answer is told is freed.
+        QTest::qWait(3000);
+        const QByteArrayList memory = writableMemory(application.processId());
+        application.closeWriteChannel();
+        QVERIFY(application.waitForFinished());
+
+        const auto identities = sqliteRows(storeFile("signon.db"), "SELECT id FROM CREDENTIALS"_s);
+        QCOMPARE(identities.size(), 1);
+        const QVariantMap session =
+            KelTest::KeptData::sessionIn(storedFor(identities.first().first().toInt()));
+        const QString token = session.value("Token"_s).toString();
+        const QString tokenSecret = session.value("TokenSecret"_s).toString();
+        QVERIFY(!token.isEmpty() && !tokenSecret.isEmpty());
+
+        // The facade lives, so this one has to be found.
+        QVERIFY(occurrences(memory, consumerSecret) > 0);
+        QCOMPARE(occurrences(memory, token), 0);
+        QCOMPARE(occurrences(memory, tokenSecret), 0);
+        // Some remain, as docs/security.md says; how many is up to what the memory was used for
+        // since.
+        qInfo("copies of the password: %d, of the consumer secret: %d",
+              occurrences(memory, password), occurrences(memory, consumerSecret));
+    }
 };
-
-void StoryMemory::anApplicationNeverHasTheToken()
-{
-    QVERIFY(!addAccount({{QStringLiteral("userName"), QStringLiteral("kim")},
-                         {QStringLiteral("password"), password}})
-                 .isEmpty());
-    BoundProcess application;
-    application.start(QStringLiteral(KELACCOUNT_MEMORY_PROBE), {QStringLiteral("kim")});
-    application.write(password.toUtf8() + '\n');
-    QVERIFY(application.waitForReadyRead());
-    QCOMPARE(application.readLine(), QByteArray("0\n"));
-    // What is to be freed once the answer is told is freed.
-    QTest::qWait(3000);
-    const QByteArrayList memory = writableMemory(application.processId());
-    application.closeWriteChannel();
-    QVERIFY(application.waitForFinished());
-
-    const auto identities =
-        sqliteRows(storeFile("signon.db"), QStringLiteral("SELECT id FROM CREDENTIALS"));
-    QCOMPARE(identities.size(), 1);
-    const QVariantMap session =
-        KelTest::KeptData::sessionIn(storedFor(identities.first().first().toInt()));
-    const QString token = session.value(QStringLiteral("Token")).toString();
-    const QString tokenSecret = session.value(QStringLiteral("TokenSecret")).toString();
-    QVERIFY(!token.isEmpty() && !tokenSecret.isEmpty());
-
-    // The facade lives, so this one has to be found.
-    QVERIFY(occurrences(memory, consumerSecret) > 0);
-    QCOMPARE(occurrences(memory, token), 0);
-    QCOMPARE(occurrences(memory, tokenSecret), 0);
-    // Some remain, as docs/security.md says; how many is up to what the memory was used for since.
-    qInfo("copies of the password: %d, of the consumer secret: %d", occurrences(memory, password),
-          occurrences(memory, consumerSecret));
-}
 
 QTEST_GUILESS_MAIN(StoryMemory)
 #include "tst_story_memory.moc"

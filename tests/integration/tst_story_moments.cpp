@@ -4,6 +4,8 @@
 // attempt succeeds. Which step a moment falls into depends on the machine, so there are many.
 #include "integration/setupfixture.h"
 #include "support/daemoncontrol.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitechange.h"
 
@@ -43,145 +45,137 @@ public:
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
     void cleanup() { tidyUp(); }
-    void cleanupTestCase();
 
-    void aDaemonThatLeavesIsOneAnswer_data();
-    void aDaemonThatLeavesIsOneAnswer();
+    void cleanupTestCase()
+    {
+        qInfo("slowest answer: %lld ms, %s", mSlowestMs, qPrintable(mSlowest));
+        QVERIFY(EmulatedService::waitForNetworkThreads());
+    }
+
+    void aDaemonThatLeavesIsOneAnswer_data()
+    {
+        columns<SetUp, Ending, int>("setUp", "ending", "moment");
+        const QStringList sweep =
+            qEnvironmentVariable(sweepVariable).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (sweep.isEmpty()) {
+            rows(Term, 70);
+            rows(Kill, 110, 330);
+            rows(Stop, 150, 150);
+            return;
+        }
+        const int step = sweep.value(1).toInt();
+        QVERIFY2(step > 0, sweepVariable);
+        const int ending = QStringList({"term"_s, "kill"_s, "stop"_s}).indexOf(sweep.value(0));
+        QVERIFY2(ending >= 0, sweepVariable);
+        rows(Ending(ending), step);
+    }
+
+    void aDaemonThatLeavesIsOneAnswer()
+    {
+        QFETCH(SetUp, setUp);
+        QFETCH(Ending, ending);
+        QFETCH(int, moment);
+        prepare(setUp);
+        QVERIFY(DaemonControl::start());
+        const pid_t daemon = DaemonControl::processId();
+        QVERIFY(daemon > 1);
+        QByteArray faults;
+        for (int i = 0; i < 4; ++i)
+            faults += "delay=" + QByteArray::number(lateMs) + '\n';
+        QVERIFY(EmulatedService::orderFaults(faults));
+        mDisturbed = false;
+        QTimer::singleShot(moment, Qt::PreciseTimer, this,
+                           [this, ending, daemon] { disturb(ending, daemon); });
+        QElapsedTimer timer;
+        qint64 took = -1;
+        recorder().afterwards = [&](const QString&) {
+            if (took < 0)
+                took = timer.elapsed();
+        };
+        timer.start();
+        const QStringList lines = attempt(setUp);
+        recorder().afterwards = nullptr;
+        const bool disturbed = waitUntil([this] { return mDisturbed; });
+        if (mWaking.joinable())
+            mWaking.join();
+        EmulatedService::ask("DELETE", "/faults");
+        QVERIFY(disturbed);
+        // What comes next is not to meet the end of the old one.
+        if (ending != Stop) {
+            QVERIFY(waitUntil([daemon] { return DaemonControl::processId() != daemon; }));
+            // Answered behind the news, which the event loop then has.
+            QDBusConnection::sessionBus().interface()->isServiceRegistered("nobody"_s);
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(took < promptMs + (ending == Stop ? stillMs : 0),
+                 qPrintable(QString::number(took)));
+        if (took > mSlowestMs) {
+            mSlowestMs = took;
+            mSlowest = QString::fromLatin1(QTest::currentDataTag()) + ": "_s + lines.at(0);
+        }
+        if (lines.at(0).contains("Response(0, "_s)) {
+            QCOMPARE(isComplete(setUp, lines), QString());
+            return;
+        }
+        QCOMPARE(identities(), QList<QVariantList>());
+        // The daemon does not write its two databases as one: killed within some 30 ms after
+        // storing, it may have lost the identity and kept the password, which no call can reach
+        // then.
+        if (ending == Kill)
+            QVERIFY(sqliteChange(storeFile("signon-secrets.db"),
+                                 "DELETE FROM CREDENTIALS; DELETE FROM STORE"_s));
+        expectNothingIsLeft(setUp);
+    }
 
 private:
-    static void rows(Ending ending, int stepMs, int endMs = spanMs);
-    void disturb(Ending ending, pid_t daemon);
-    static void endCopiesOfTheDaemon();
+    static void rows(Ending ending, int stepMs, int endMs = spanMs)
+    {
+        const char* const names[] = {"term", "kill", "stop"};
+        for (int moment = stepMs / 2; moment < endMs; moment += stepMs) {
+            QTest::addRow("%s, sign-in, %d ms", names[ending], moment)
+                << SignIn << ending << moment;
+            QTest::addRow("%s, registration, %d ms", names[ending], moment)
+                << Registration << ending << moment;
+        }
+    }
+
+    void disturb(Ending ending, pid_t daemon)
+    {
+        mDisturbed = true;
+        if (::kill(daemon, ending == Term ? SIGTERM : ending == Kill ? SIGKILL : SIGSTOP) != 0)
+            qWarning("the daemon was gone already");
+        if (ending == Kill)
+            endCopiesOfTheDaemon();
+        // By a thread, for this one might be standing still as well.
+        if (ending == Stop)
+            mWaking = std::thread([daemon] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(stillMs));
+                ::kill(daemon, SIGCONT);
+            });
+    }
+
+    /// One that is killed while it starts a plugin leaves its copy behind, which waits for a word
+    /// of it and keeps its name on the bus.
+    static void endCopiesOfTheDaemon()
+    {
+        const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
+        const QStringList processes = QDir("/proc"_s).entryList(QDir::Dirs);
+        for (const QString& process : processes) {
+            QFile name("/proc/%1/comm"_s.arg(process));
+            QFile environment("/proc/%1/environ"_s.arg(process));
+            if (process.toInt() > 1 && name.open(QIODevice::ReadOnly) &&
+                name.readAll() == "signond\n" && environment.open(QIODevice::ReadOnly) &&
+                environment.readAll().split('\0').contains(marker))
+                ::kill(process.toInt(), SIGKILL);
+        }
+    }
 
     qint64 mSlowestMs = 0;
     QString mSlowest;
     std::thread mWaking;
     bool mDisturbed = false;
 };
-
-void TestStoryMoments::cleanupTestCase()
-{
-    qInfo("slowest answer: %lld ms, %s", mSlowestMs, qPrintable(mSlowest));
-    QVERIFY(EmulatedService::waitForNetworkThreads());
-}
-
-void TestStoryMoments::rows(Ending ending, int stepMs, int endMs)
-{
-    const char* const names[] = {"term", "kill", "stop"};
-    for (int moment = stepMs / 2; moment < endMs; moment += stepMs) {
-        QTest::addRow("%s, sign-in, %d ms", names[ending], moment) << SignIn << ending << moment;
-        QTest::addRow("%s, registration, %d ms", names[ending], moment)
-            << Registration << ending << moment;
-    }
-}
-
-void TestStoryMoments::aDaemonThatLeavesIsOneAnswer_data()
-{
-    QTest::addColumn<SetUp>("setUp");
-    QTest::addColumn<Ending>("ending");
-    QTest::addColumn<int>("moment");
-    const QStringList sweep =
-        qEnvironmentVariable(sweepVariable).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (sweep.isEmpty()) {
-        rows(Term, 70);
-        rows(Kill, 110, 330);
-        rows(Stop, 150, 150);
-        return;
-    }
-    const int step = sweep.value(1).toInt();
-    QVERIFY2(step > 0, sweepVariable);
-    const int ending =
-        QStringList({text("term"), text("kill"), text("stop")}).indexOf(sweep.value(0));
-    QVERIFY2(ending >= 0, sweepVariable);
-    rows(Ending(ending), step);
-}
-
-/// One that is killed while it starts a plugin leaves its copy behind, which waits for a word of it
-/// and keeps its name on the bus.
-void TestStoryMoments::endCopiesOfTheDaemon()
-{
-    const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
-    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
-    for (const QString& process : processes) {
-        QFile name(QStringLiteral("/proc/%1/comm").arg(process));
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(process));
-        if (process.toInt() > 1 && name.open(QIODevice::ReadOnly) &&
-            name.readAll() == "signond\n" && environment.open(QIODevice::ReadOnly) &&
-            environment.readAll().split('\0').contains(marker))
-            ::kill(process.toInt(), SIGKILL);
-    }
-}
-
-void TestStoryMoments::disturb(Ending ending, pid_t daemon)
-{
-    mDisturbed = true;
-    if (::kill(daemon, ending == Term ? SIGTERM : ending == Kill ? SIGKILL : SIGSTOP) != 0)
-        qWarning("the daemon was gone already");
-    if (ending == Kill)
-        endCopiesOfTheDaemon();
-    // By a thread, for this one might be standing still as well.
-    if (ending == Stop)
-        mWaking = std::thread([daemon] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(stillMs));
-            ::kill(daemon, SIGCONT);
-        });
-}
-
-void TestStoryMoments::aDaemonThatLeavesIsOneAnswer()
-{
-    QFETCH(SetUp, setUp);
-    QFETCH(Ending, ending);
-    QFETCH(int, moment);
-    prepare(setUp);
-    QVERIFY(DaemonControl::start());
-    const pid_t daemon = DaemonControl::processId();
-    QVERIFY(daemon > 1);
-    QByteArray faults;
-    for (int i = 0; i < 4; ++i)
-        faults += "delay=" + QByteArray::number(lateMs) + '\n';
-    QVERIFY(EmulatedService::orderFaults(faults));
-    mDisturbed = false;
-    QTimer::singleShot(moment, Qt::PreciseTimer, this,
-                       [this, ending, daemon] { disturb(ending, daemon); });
-    QElapsedTimer timer;
-    qint64 took = -1;
-    recorder().afterwards = [&](const QString&) {
-        if (took < 0)
-            took = timer.elapsed();
-    };
-    timer.start();
-    const QStringList lines = attempt(setUp);
-    recorder().afterwards = nullptr;
-    const bool disturbed = waitUntil([this] { return mDisturbed; });
-    if (mWaking.joinable())
-        mWaking.join();
-    EmulatedService::ask("DELETE", "/faults");
-    QVERIFY(disturbed);
-    // What comes next is not to meet the end of the old one.
-    if (ending != Stop) {
-        QVERIFY(waitUntil([daemon] { return DaemonControl::processId() != daemon; }));
-        // Answered behind the news, which the event loop then has.
-        QDBusConnection::sessionBus().interface()->isServiceRegistered(text("nobody"));
-        QCoreApplication::processEvents();
-    }
-    QCOMPARE(lines.size(), 1);
-    QVERIFY2(took < promptMs + (ending == Stop ? stillMs : 0), qPrintable(QString::number(took)));
-    if (took > mSlowestMs) {
-        mSlowestMs = took;
-        mSlowest = QString::fromLatin1(QTest::currentDataTag()) + QLatin1String(": ") + lines.at(0);
-    }
-    if (lines.at(0).contains(text("Response(0, "))) {
-        QCOMPARE(isComplete(setUp, lines), QString());
-        return;
-    }
-    QCOMPARE(identities(), QList<QVariantList>());
-    // The daemon does not write its two databases as one: killed within some 30 ms after storing,
-    // it may have lost the identity and kept the password, which no call can reach then.
-    if (ending == Kill)
-        QVERIFY(sqliteChange(storeFile("signon-secrets.db"),
-                             text("DELETE FROM CREDENTIALS; DELETE FROM STORE")));
-    expectNothingIsLeft(setUp);
-}
 
 QTEST_MAIN(TestStoryMoments)
 #include "tst_story_moments.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/privatebus.h"
+#include "support/literals.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -13,7 +14,7 @@ namespace {
 
 constexpr int patienceMs = 15000;
 // Debian's own Python has dbusmock; another one may stand first on the path.
-const auto python = QStringLiteral("/usr/bin/python3");
+const auto python = "/usr/bin/python3"_s;
 
 bool writeFile(const QString& path, const QByteArray& contents)
 {
@@ -60,10 +61,8 @@ bool PrivateBus::start()
         return false;
     QFile::remove(path("bus"));
     mBus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    mBus.start(QStringLiteral("dbus-daemon"),
-               {QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                QStringLiteral("--nosyslog"), QStringLiteral("--print-address"),
-                QStringLiteral("--config-file=") + path("bus.conf")});
+    mBus.start("dbus-daemon"_s, {"--nofork"_s, "--nopidfile"_s, "--nosyslog"_s, "--print-address"_s,
+                                 "--config-file="_s + path("bus.conf")});
     return mBus.waitForReadyRead(patienceMs);
 }
 
@@ -79,9 +78,8 @@ bool PrivateBus::runModem(const QString& scenario)
     service->setStandardOutputFile(QProcess::nullDevice());
     service->start(python, {QStringLiteral(KELACCOUNT_MOCK_MODEM), scenario});
     mServices.push_back(std::move(service));
-    return waitForName(scenario.startsWith(QLatin1String("ofono"))
-                           ? QStringLiteral("org.ofono")
-                           : QStringLiteral("org.freedesktop.ModemManager1"));
+    return waitForName(scenario.startsWith("ofono"_s) ? "org.ofono"_s
+                                                      : "org.freedesktop.ModemManager1"_s);
 }
 
 void PrivateBus::stopServices()
@@ -93,7 +91,7 @@ void PrivateBus::stopServices()
 
 bool PrivateBus::nameHasOwner(const QString& busName)
 {
-    const QString name = QStringLiteral("kelaccount-test");
+    const QString name = "kelaccount-test"_s;
     bool owned = false;
     {
         const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
@@ -119,7 +117,7 @@ bool PrivateBus::waitForName(const QString& busName)
 
 bool PrivateBus::addActivatableService(const QString& busName)
 {
-    return writeFile(mFolder.filePath(busName + QLatin1String(".service")),
+    return writeFile(mFolder.filePath(busName + ".service"_s),
                      "[D-BUS Service]\nName=" + busName.toLatin1() + "\nExec=/usr/bin/touch " +
                          QFile::encodeName(path("activated")) + "\n");
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/privateconfiguration.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,7 +16,7 @@ bool onOwnBus(const QStringList& command)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(QStringLiteral("dbus-run-session"), QStringList{QStringLiteral("--")} + command);
+    process.start("dbus-run-session"_s, QStringList{"--"_s} + command);
     return process.waitForFinished(patienceMs) && process.exitStatus() == QProcess::NormalExit &&
            process.exitCode() == 0;
 }
@@ -28,16 +29,16 @@ bool KelTest::PrivateConfiguration::enter()
         if (QStandardPaths::findExecutable(QLatin1String(program)).isEmpty())
             return false;
     }
-    QFile profile(mFolder.filePath(QStringLiteral("profile")));
-    const QString runtime = mFolder.filePath(QStringLiteral("runtime"));
+    QFile profile(mFolder.filePath("profile"_s));
+    const QString runtime = mFolder.filePath("runtime"_s);
     if (!profile.open(QIODevice::WriteOnly) || profile.write("user-db:user\n") == -1 ||
         !QDir().mkpath(runtime))
         return false;
     profile.close();
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     qputenv("HOME", QFile::encodeName(mFolder.path()));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(mFolder.filePath(QStringLiteral("config"))));
-    qputenv("XDG_CACHE_HOME", QFile::encodeName(mFolder.filePath(QStringLiteral("cache"))));
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(mFolder.filePath("config"_s)));
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(mFolder.filePath("cache"_s)));
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
     qputenv("DCONF_PROFILE", QFile::encodeName(profile.fileName()));
     return true;
@@ -45,11 +46,10 @@ bool KelTest::PrivateConfiguration::enter()
 
 bool KelTest::PrivateConfiguration::write(const QString& key, const QByteArray& value)
 {
-    return onOwnBus(
-        {QStringLiteral("dconf"), QStringLiteral("write"), key, QString::fromUtf8(value)});
+    return onOwnBus({"dconf"_s, "write"_s, key, QString::fromUtf8(value)});
 }
 
 bool KelTest::PrivateConfiguration::clear(const QString& key)
 {
-    return onOwnBus({QStringLiteral("dconf"), QStringLiteral("reset"), key});
+    return onOwnBus({"dconf"_s, "reset"_s, key});
 }

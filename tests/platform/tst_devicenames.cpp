@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/devicenames.h"
 #include "platform/testroot.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -14,115 +16,103 @@ class TestDeviceNames : public QObject
 private Q_SLOTS:
     void init() { TestRoot::clear(); }
 
-    void theDeviceTreeNamesTheDevice_data();
-    void theDeviceTreeNamesTheDevice();
-    void dmiNamesTheDeviceWithoutADeviceTree();
-    void theDeviceTreeComesFirst();
-    void anUnknownDeviceHasNoNames();
-    void theFirmwareVersionIsTheImages_data();
-    void theFirmwareVersionIsTheImages();
-    void theSecondReleaseFileStandsInForTheFirst();
+    void theDeviceTreeNamesTheDevice_data()
+    {
+        columns<QByteArray, QByteArray, QString, QString>("model", "compatible", "manufacturer",
+                                                          "name");
+        const auto row = [](const char* title, const QByteArray& model,
+                            const QByteArray& compatible, const char* manufacturer,
+                            const char* name) {
+            QTest::newRow(title) << model << compatible << QString::fromLatin1(manufacturer)
+                                 << QString::fromLatin1(name);
+        };
+        row("model repeats its maker", QByteArray("Acme Handset (1.2)\0", 19),
+            QByteArray("acme,handset-1.2\0acme,handset\0soc,chip\0", 39), "Acme", "Handset (1.2)");
+        row("model without its maker", QByteArray("Handset\0", 8), QByteArray("acme,handset\0", 13),
+            "acme", "Handset");
+        row("maker as part of a word", QByteArray("Acmeton\0", 8), QByteArray("acme,x\0", 7),
+            "acme", "Acmeton");
+        row("no compatible", QByteArray("Acme Handset\0", 13), QByteArray(), "", "Acme Handset");
+        row("compatible only", QByteArray(), QByteArray("acme,handset\0soc,chip\0", 22), "acme",
+            "handset");
+        row("no vendor", QByteArray("Handset\0", 8), QByteArray("handset\0", 8), "", "Handset");
+        row("no null at the end", "Handset"_ba, "acme,handset"_ba, "acme", "Handset");
+    }
+
+    void theDeviceTreeNamesTheDevice()
+    {
+        const auto [model, compatible] = fetch<QByteArray, QByteArray>("model", "compatible");
+        if (!model.isNull())
+            TestRoot::write("proc/device-tree/model", model);
+        if (!compatible.isNull())
+            TestRoot::write("proc/device-tree/compatible", compatible);
+        const DeviceNames names = QtMobility::deviceNames();
+        QTEST(names.manufacturer, "manufacturer");
+        QTEST(names.model, "name");
+    }
+
+    void dmiNamesTheDeviceWithoutADeviceTree()
+    {
+        TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
+        TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10 \n");
+        const DeviceNames names = QtMobility::deviceNames();
+        QCOMPARE(names.manufacturer, "Maker Inc."_s);
+        QCOMPARE(names.model, "Tablet 10"_s);
+    }
+
+    void theDeviceTreeComesFirst()
+    {
+        TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
+        TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10\n");
+        TestRoot::write("proc/device-tree/model", QByteArray("Handset\0", 8));
+        const DeviceNames names = QtMobility::deviceNames();
+        QCOMPARE(names.manufacturer, QString());
+        QCOMPARE(names.model, "Handset"_s);
+    }
+
+    void anUnknownDeviceHasNoNames()
+    {
+        const DeviceNames names = QtMobility::deviceNames();
+        QCOMPARE(names.manufacturer, QString());
+        QCOMPARE(names.model, QString());
+        QCOMPARE(QtMobility::firmwareVersion(), QString());
+    }
+
+    void theFirmwareVersionIsTheImages_data()
+    {
+        columns<QByteArray, QString>("release", "version");
+        const auto row = [](const char* title, const char* release, const char* version) {
+            QTest::newRow(title) << QByteArray(release) << QString::fromUtf8(version);
+        };
+        row("image", "VERSION_ID=12\nBUILD_ID=b7\nIMAGE_VERSION=33\n", "33");
+        row("build", "VERSION_ID=12\nBUILD_ID=b7\n", "b7");
+        row("version", "NAME=\"Some OS\"\nVERSION_ID=\"12\"\nVERSION=\"12 (x)\"\n", "12");
+        row("empty image", "IMAGE_VERSION=\nVERSION_ID=12\n", "12");
+        row("double quotes", "VERSION_ID=\"1 \\\"a\\\" \\\\ \\$\"\n", "1 \"a\" \\ $");
+        row("single quotes", "VERSION_ID='1\\2'\n", "1\\2");
+        row("unfinished quotes", "VERSION_ID=\"1.5", "1.5");
+        row("escape at the end", "VERSION_ID=\"1\\", "1\\");
+        row("lone quote", "VERSION_ID=\"\n", "");
+        row("comment", "#VERSION_ID=1\n VERSION_ID=2\n", "");
+        row("Windows line ends", "VERSION_ID=12\r\n", "12");
+        row("none", "NAME=x\n", "");
+    }
+
+    void theFirmwareVersionIsTheImages()
+    {
+        QFETCH(QByteArray, release);
+        TestRoot::write("etc/os-release", release);
+        QTEST(QtMobility::firmwareVersion(), "version");
+    }
+
+    void theSecondReleaseFileStandsInForTheFirst()
+    {
+        TestRoot::write("usr/lib/os-release", "VERSION_ID=7\n");
+        QCOMPARE(QtMobility::firmwareVersion(), "7"_s);
+        TestRoot::write("etc/os-release", "VERSION_ID=8\n");
+        QCOMPARE(QtMobility::firmwareVersion(), "8"_s);
+    }
 };
-
-void TestDeviceNames::theDeviceTreeNamesTheDevice_data()
-{
-    QTest::addColumn<QByteArray>("model");
-    QTest::addColumn<QByteArray>("compatible");
-    QTest::addColumn<QString>("manufacturer");
-    QTest::addColumn<QString>("name");
-    const auto row = [](const char* title, const QByteArray& model, const QByteArray& compatible,
-                        const char* manufacturer, const char* name) {
-        QTest::newRow(title) << model << compatible << QString::fromLatin1(manufacturer)
-                             << QString::fromLatin1(name);
-    };
-    row("model repeats its maker", QByteArray("Acme Handset (1.2)\0", 19),
-        QByteArray("acme,handset-1.2\0acme,handset\0soc,chip\0", 39), "Acme", "Handset (1.2)");
-    row("model without its maker", QByteArray("Handset\0", 8), QByteArray("acme,handset\0", 13),
-        "acme", "Handset");
-    row("maker as part of a word", QByteArray("Acmeton\0", 8), QByteArray("acme,x\0", 7), "acme",
-        "Acmeton");
-    row("no compatible", QByteArray("Acme Handset\0", 13), QByteArray(), "", "Acme Handset");
-    row("compatible only", QByteArray(), QByteArray("acme,handset\0soc,chip\0", 22), "acme",
-        "handset");
-    row("no vendor", QByteArray("Handset\0", 8), QByteArray("handset\0", 8), "", "Handset");
-    row("no null at the end", QByteArray("Handset"), QByteArray("acme,handset"), "acme", "Handset");
-}
-
-void TestDeviceNames::theDeviceTreeNamesTheDevice()
-{
-    QFETCH(QByteArray, model);
-    QFETCH(QByteArray, compatible);
-    if (!model.isNull())
-        TestRoot::write("proc/device-tree/model", model);
-    if (!compatible.isNull())
-        TestRoot::write("proc/device-tree/compatible", compatible);
-    const DeviceNames names = QtMobility::deviceNames();
-    QTEST(names.manufacturer, "manufacturer");
-    QTEST(names.model, "name");
-}
-
-void TestDeviceNames::dmiNamesTheDeviceWithoutADeviceTree()
-{
-    TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
-    TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10 \n");
-    const DeviceNames names = QtMobility::deviceNames();
-    QCOMPARE(names.manufacturer, QStringLiteral("Maker Inc."));
-    QCOMPARE(names.model, QStringLiteral("Tablet 10"));
-}
-
-void TestDeviceNames::theDeviceTreeComesFirst()
-{
-    TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
-    TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10\n");
-    TestRoot::write("proc/device-tree/model", QByteArray("Handset\0", 8));
-    const DeviceNames names = QtMobility::deviceNames();
-    QCOMPARE(names.manufacturer, QString());
-    QCOMPARE(names.model, QStringLiteral("Handset"));
-}
-
-void TestDeviceNames::anUnknownDeviceHasNoNames()
-{
-    const DeviceNames names = QtMobility::deviceNames();
-    QCOMPARE(names.manufacturer, QString());
-    QCOMPARE(names.model, QString());
-    QCOMPARE(QtMobility::firmwareVersion(), QString());
-}
-
-void TestDeviceNames::theFirmwareVersionIsTheImages_data()
-{
-    QTest::addColumn<QByteArray>("release");
-    QTest::addColumn<QString>("version");
-    const auto row = [](const char* title, const char* release, const char* version) {
-        QTest::newRow(title) << QByteArray(release) << QString::fromUtf8(version);
-    };
-    row("image", "VERSION_ID=12\nBUILD_ID=b7\nIMAGE_VERSION=33\n", "33");
-    row("build", "VERSION_ID=12\nBUILD_ID=b7\n", "b7");
-    row("version", "NAME=\"Some OS\"\nVERSION_ID=\"12\"\nVERSION=\"12 (x)\"\n", "12");
-    row("empty image", "IMAGE_VERSION=\nVERSION_ID=12\n", "12");
-    row("double quotes", "VERSION_ID=\"1 \\\"a\\\" \\\\ \\$\"\n", "1 \"a\" \\ $");
-    row("single quotes", "VERSION_ID='1\\2'\n", "1\\2");
-    row("unfinished quotes", "VERSION_ID=\"1.5", "1.5");
-    row("escape at the end", "VERSION_ID=\"1\\", "1\\");
-    row("lone quote", "VERSION_ID=\"\n", "");
-    row("comment", "#VERSION_ID=1\n VERSION_ID=2\n", "");
-    row("Windows line ends", "VERSION_ID=12\r\n", "12");
-    row("none", "NAME=x\n", "");
-}
-
-void TestDeviceNames::theFirmwareVersionIsTheImages()
-{
-    QFETCH(QByteArray, release);
-    TestRoot::write("etc/os-release", release);
-    QTEST(QtMobility::firmwareVersion(), "version");
-}
-
-void TestDeviceNames::theSecondReleaseFileStandsInForTheFirst()
-{
-    TestRoot::write("usr/lib/os-release", "VERSION_ID=7\n");
-    QCOMPARE(QtMobility::firmwareVersion(), QStringLiteral("7"));
-    TestRoot::write("etc/os-release", "VERSION_ID=8\n");
-    QCOMPARE(QtMobility::firmwareVersion(), QStringLiteral("8"));
-}
 
 QTEST_GUILESS_MAIN(TestDeviceNames)
 #include "tst_devicenames.moc"

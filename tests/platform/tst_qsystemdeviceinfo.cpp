@@ -2,6 +2,8 @@
 #include "platform/fakemodem.h"
 #include "platform/qsystemdeviceinfo.h"
 #include "platform/testroot.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -17,91 +19,77 @@ class TestQSystemDeviceInfo : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        TestRoot::clear();
+        FakeModem::reset();
+    }
 
-    void simStatusHasItsNumbers();
-    void simStatusCountsSims_data();
-    void simStatusCountsSims();
-    void imeiIsTheFirstThatAModemTells();
-    void imsiIsThatOfTheHomeSim();
-    void namesComeFromTheHardware();
-    void namesComeFromTheModemOfUnknownHardware();
+    void simStatusHasItsNumbers()
+    {
+        QCOMPARE(int(QSystemDeviceInfo::SimNotAvailable), 0);
+        QCOMPARE(int(QSystemDeviceInfo::SingleSimAvailable), 1);
+        QCOMPARE(int(QSystemDeviceInfo::DualSimAvailable), 2);
+        QCOMPARE(int(QSystemDeviceInfo::SimLocked), 3);
+    }
+
+    void simStatusCountsSims_data()
+    {
+        columns<QVector<SimCard>, int>("sims", "status");
+        const SimCard usable = {false, {}, {}, {}};
+        const SimCard locked = {true, {}, {}, {}};
+        QTest::newRow("none") << QVector<SimCard>{} << 0;
+        QTest::newRow("usable") << QVector<SimCard>{usable} << 1;
+        QTest::newRow("locked") << QVector<SimCard>{locked} << 3;
+        QTest::newRow("two") << QVector<SimCard>{usable, usable} << 2;
+        QTest::newRow("three") << QVector<SimCard>{usable, usable, usable} << 2;
+        QTest::newRow("one of two locked") << QVector<SimCard>{locked, usable} << 2;
+        QTest::newRow("two locked") << QVector<SimCard>{locked, locked} << 3;
+    }
+
+    void simStatusCountsSims()
+    {
+        QFETCH(QVector<SimCard>, sims);
+        FakeModem::setSims(sims);
+        QTEST(int(QSystemDeviceInfo().simStatus()), "status");
+    }
+
+    void imeiIsTheFirstThatAModemTells()
+    {
+        QCOMPARE(QSystemDeviceInfo().imei(), QString());
+        FakeModem::setModems(
+            {{{}, {}, {}}, {{}, {}, "356938035643809"_s}, {{}, {}, "490154203237518"_s}});
+        QCOMPARE(QSystemDeviceInfo().imei(), "356938035643809"_s);
+    }
+
+    void imsiIsThatOfTheHomeSim()
+    {
+        QCOMPARE(QSystemDeviceInfo().imsi(), QString());
+        FakeModem::setSims({{true, "1"_s, {}, {}}, {false, "2"_s, {}, {}}, {false, "3"_s, {}, {}}});
+        QCOMPARE(QSystemDeviceInfo().imsi(), "2"_s);
+        FakeModem::setSims({{true, "1"_s, {}, {}}, {true, "2"_s, {}, {}}});
+        QCOMPARE(QSystemDeviceInfo().imsi(), "1"_s);
+    }
+
+    void namesComeFromTheHardware()
+    {
+        TestRoot::write("sys/class/dmi/id/product_name", "Tablet");
+        FakeModem::setModems({{"Modem maker"_s, "Modem"_s, {}}});
+        QSystemDeviceInfo device;
+        QCOMPARE(device.manufacturer(), QString());
+        QCOMPARE(device.model(), "Tablet"_s);
+        QCOMPARE(FakeModem::readings(), 0);
+    }
+
+    void namesComeFromTheModemOfUnknownHardware()
+    {
+        QSystemDeviceInfo device;
+        QCOMPARE(device.manufacturer(), QString());
+        FakeModem::setModems({{"Modem maker"_s, "Modem"_s, {}}});
+        QCOMPARE(device.manufacturer(), "Modem maker"_s);
+        QCOMPARE(device.model(), "Modem"_s);
+    }
 };
-
-void TestQSystemDeviceInfo::init()
-{
-    TestRoot::clear();
-    FakeModem::reset();
-}
-
-void TestQSystemDeviceInfo::simStatusHasItsNumbers()
-{
-    QCOMPARE(int(QSystemDeviceInfo::SimNotAvailable), 0);
-    QCOMPARE(int(QSystemDeviceInfo::SingleSimAvailable), 1);
-    QCOMPARE(int(QSystemDeviceInfo::DualSimAvailable), 2);
-    QCOMPARE(int(QSystemDeviceInfo::SimLocked), 3);
-}
-
-void TestQSystemDeviceInfo::simStatusCountsSims_data()
-{
-    QTest::addColumn<QVector<SimCard>>("sims");
-    QTest::addColumn<int>("status");
-    const SimCard usable = {false, {}, {}, {}};
-    const SimCard locked = {true, {}, {}, {}};
-    QTest::newRow("none") << QVector<SimCard>{} << 0;
-    QTest::newRow("usable") << QVector<SimCard>{usable} << 1;
-    QTest::newRow("locked") << QVector<SimCard>{locked} << 3;
-    QTest::newRow("two") << QVector<SimCard>{usable, usable} << 2;
-    QTest::newRow("three") << QVector<SimCard>{usable, usable, usable} << 2;
-    QTest::newRow("one of two locked") << QVector<SimCard>{locked, usable} << 2;
-    QTest::newRow("two locked") << QVector<SimCard>{locked, locked} << 3;
-}
-
-void TestQSystemDeviceInfo::simStatusCountsSims()
-{
-    QFETCH(QVector<SimCard>, sims);
-    FakeModem::setSims(sims);
-    QTEST(int(QSystemDeviceInfo().simStatus()), "status");
-}
-
-void TestQSystemDeviceInfo::imeiIsTheFirstThatAModemTells()
-{
-    QCOMPARE(QSystemDeviceInfo().imei(), QString());
-    FakeModem::setModems({{{}, {}, {}},
-                          {{}, {}, QStringLiteral("356938035643809")},
-                          {{}, {}, QStringLiteral("490154203237518")}});
-    QCOMPARE(QSystemDeviceInfo().imei(), QStringLiteral("356938035643809"));
-}
-
-void TestQSystemDeviceInfo::imsiIsThatOfTheHomeSim()
-{
-    QCOMPARE(QSystemDeviceInfo().imsi(), QString());
-    FakeModem::setSims({{true, QStringLiteral("1"), {}, {}},
-                        {false, QStringLiteral("2"), {}, {}},
-                        {false, QStringLiteral("3"), {}, {}}});
-    QCOMPARE(QSystemDeviceInfo().imsi(), QStringLiteral("2"));
-    FakeModem::setSims({{true, QStringLiteral("1"), {}, {}}, {true, QStringLiteral("2"), {}, {}}});
-    QCOMPARE(QSystemDeviceInfo().imsi(), QStringLiteral("1"));
-}
-
-void TestQSystemDeviceInfo::namesComeFromTheHardware()
-{
-    TestRoot::write("sys/class/dmi/id/product_name", "Tablet");
-    FakeModem::setModems({{QStringLiteral("Modem maker"), QStringLiteral("Modem"), {}}});
-    QSystemDeviceInfo device;
-    QCOMPARE(device.manufacturer(), QString());
-    QCOMPARE(device.model(), QStringLiteral("Tablet"));
-    QCOMPARE(FakeModem::readings(), 0);
-}
-
-void TestQSystemDeviceInfo::namesComeFromTheModemOfUnknownHardware()
-{
-    QSystemDeviceInfo device;
-    QCOMPARE(device.manufacturer(), QString());
-    FakeModem::setModems({{QStringLiteral("Modem maker"), QStringLiteral("Modem"), {}}});
-    QCOMPARE(device.manufacturer(), QStringLiteral("Modem maker"));
-    QCOMPARE(device.model(), QStringLiteral("Modem"));
-}
 
 QTEST_GUILESS_MAIN(TestQSystemDeviceInfo)
 #include "tst_qsystemdeviceinfo.moc"

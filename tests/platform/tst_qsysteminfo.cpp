@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/qsysteminfo.h"
 #include "platform/testroot.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -24,44 +26,41 @@ class TestQSystemInfo : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void versionsAreToldApart();
-    void theCountryIsTheLocales_data();
-    void theCountryIsTheLocales();
+    void versionsAreToldApart()
+    {
+        TestRoot::write("etc/os-release", "VERSION_ID=12\n");
+        utsname kernel = {};
+        QCOMPARE(uname(&kernel), 0);
+        QSystemInfo system;
+        QCOMPARE(system.version(QSystemInfo::Firmware), "12"_s);
+        QCOMPARE(system.version(QSystemInfo::Os), QString::fromLatin1(kernel.release));
+        QVERIFY(system.version(QSystemInfo::QtCore).startsWith("5."_s));
+        QCOMPARE(system.version(static_cast<QSystemInfo::Version>(99)), QString());
+    }
+
+    void theCountryIsTheLocales_data()
+    {
+        columns<QByteArray, QString>("locale", "country");
+        QTest::newRow("Finland") << "fi_FI.UTF-8"_ba
+                                 << "FI"_s;
+        QTest::newRow("three-letter language") << "fil_PH"_ba
+                                               << "PH"_s;
+        QTest::newRow("C") << "C"_ba << QString();
+    }
+
+    void theCountryIsTheLocales()
+    {
+        QFETCH(QByteArray, locale);
+        // A process keeps the locale that it has started with.
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("LC_ALL"_s, QString::fromLatin1(locale));
+        process.setProcessEnvironment(environment);
+        process.start(QCoreApplication::applicationFilePath(), {QLatin1String(countryOption)});
+        QVERIFY(process.waitForFinished());
+        QTEST(QString::fromLatin1(process.readAllStandardOutput()), "country");
+    }
 };
-
-void TestQSystemInfo::versionsAreToldApart()
-{
-    TestRoot::write("etc/os-release", "VERSION_ID=12\n");
-    utsname kernel = {};
-    QCOMPARE(uname(&kernel), 0);
-    QSystemInfo system;
-    QCOMPARE(system.version(QSystemInfo::Firmware), QStringLiteral("12"));
-    QCOMPARE(system.version(QSystemInfo::Os), QString::fromLatin1(kernel.release));
-    QVERIFY(system.version(QSystemInfo::QtCore).startsWith(QLatin1String("5.")));
-    QCOMPARE(system.version(static_cast<QSystemInfo::Version>(99)), QString());
-}
-
-void TestQSystemInfo::theCountryIsTheLocales_data()
-{
-    QTest::addColumn<QByteArray>("locale");
-    QTest::addColumn<QString>("country");
-    QTest::newRow("Finland") << QByteArray("fi_FI.UTF-8") << QStringLiteral("FI");
-    QTest::newRow("three-letter language") << QByteArray("fil_PH") << QStringLiteral("PH");
-    QTest::newRow("C") << QByteArray("C") << QString();
-}
-
-void TestQSystemInfo::theCountryIsTheLocales()
-{
-    QFETCH(QByteArray, locale);
-    // A process keeps the locale that it has started with.
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(locale));
-    process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationFilePath(), {QLatin1String(countryOption)});
-    QVERIFY(process.waitForFinished());
-    QTEST(QString::fromLatin1(process.readAllStandardOutput()), "country");
-}
 
 int main(int argc, char** argv)
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/fakemodem.h"
 #include "platform/qsystemnetworkinfo.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -14,28 +15,24 @@ class TestQSystemNetworkInfo : public QObject
 private Q_SLOTS:
     void init() { FakeModem::reset(); }
 
-    void withoutASimThereIsNoHome();
-    void homeIsThatOfTheFirstUsableSim();
+    void withoutASimThereIsNoHome()
+    {
+        QSystemNetworkInfo network;
+        QCOMPARE(network.homeMobileCountryCode(), QString());
+        QCOMPARE(network.homeMobileNetworkCode(), QString());
+    }
+
+    void homeIsThatOfTheFirstUsableSim()
+    {
+        QSystemNetworkInfo network;
+        FakeModem::setSims({{true, {}, "244"_s, "05"_s}, {false, {}, "310"_s, "150"_s}});
+        QCOMPARE(network.homeMobileCountryCode(), "310"_s);
+        QCOMPARE(network.homeMobileNetworkCode(), "150"_s);
+        FakeModem::setSims({{true, {}, "244"_s, "05"_s}});
+        QCOMPARE(network.homeMobileCountryCode(), "244"_s);
+        QCOMPARE(network.homeMobileNetworkCode(), "05"_s);
+    }
 };
-
-void TestQSystemNetworkInfo::withoutASimThereIsNoHome()
-{
-    QSystemNetworkInfo network;
-    QCOMPARE(network.homeMobileCountryCode(), QString());
-    QCOMPARE(network.homeMobileNetworkCode(), QString());
-}
-
-void TestQSystemNetworkInfo::homeIsThatOfTheFirstUsableSim()
-{
-    QSystemNetworkInfo network;
-    FakeModem::setSims({{true, {}, QStringLiteral("244"), QStringLiteral("05")},
-                        {false, {}, QStringLiteral("310"), QStringLiteral("150")}});
-    QCOMPARE(network.homeMobileCountryCode(), QStringLiteral("310"));
-    QCOMPARE(network.homeMobileNetworkCode(), QStringLiteral("150"));
-    FakeModem::setSims({{true, {}, QStringLiteral("244"), QStringLiteral("05")}});
-    QCOMPARE(network.homeMobileCountryCode(), QStringLiteral("244"));
-    QCOMPARE(network.homeMobileNetworkCode(), QStringLiteral("05"));
-}
 
 QTEST_GUILESS_MAIN(TestQSystemNetworkInfo)
 #include "tst_qsystemnetworkinfo.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/privatebus.h"
 #include "platform/systembusmodemreader.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -26,9 +28,8 @@ QStringList texts(const QVector<SimCard>& sims)
 {
     QStringList list;
     for (const SimCard& sim : sims)
-        list.append(QStringLiteral("%1 %2 %3 %4")
-                        .arg(sim.locked ? QStringLiteral("locked") : QStringLiteral("usable"),
-                             sim.imsi, sim.homeCountryCode, sim.homeNetworkCode));
+        list.append("%1 %2 %3 %4"_s.arg(sim.locked ? "locked"_s : "usable"_s, sim.imsi,
+                                        sim.homeCountryCode, sim.homeNetworkCode));
     return list;
 }
 
@@ -62,199 +63,180 @@ class TestSystemBusModemReader : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup();
+    void cleanup() { mBus.stopServices(); }
 
-    void withoutABusThereIsNothing();
-    void withoutAServiceThereIsNothingAndNothingIsStarted();
-    void modemsAndSimsAreRead_data();
-    void modemsAndSimsAreRead();
-    void everyReadingIsAfresh();
-    void ofonoComesBeforeModemManager();
-    void modemManagerIsAskedWhenOfonoFails();
-    void aServiceThatHangsCostsOneSecond_data();
-    void aServiceThatHangsCostsOneSecond();
-    void aBusThatCameBackIsUsed();
-    void aBusThatHangsCostsOneSecond();
-    void threadsShareTheConnection();
+    void withoutABusThereIsNothing()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(SystemBusModemReader().modems().isEmpty());
+        QVERIFY(SystemBusModemReader().sims().isEmpty());
+        QVERIFY(timer.elapsed() < slackMs);
+        // The other tests need one.
+        QVERIFY2(mBus.start(), "needs the package dbus");
+    }
+
+    void withoutAServiceThereIsNothingAndNothingIsStarted()
+    {
+        QVERIFY(mBus.addActivatableService("org.ofono"_s));
+        QVERIFY(mBus.addActivatableService("org.freedesktop.ModemManager1"_s));
+        // The bus reads its services when it starts.
+        mBus.stop();
+        QVERIFY(mBus.start());
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(SystemBusModemReader().modems().isEmpty());
+        QVERIFY(SystemBusModemReader().sims().isEmpty());
+        QVERIFY(timer.elapsed() < slackMs);
+        QTest::qWait(200);
+        QVERIFY(!mBus.wasActivated());
+    }
+
+    void modemsAndSimsAreRead_data()
+    {
+        columns<QStringList, QStringList>("modems", "sims");
+        const auto row = [](const char* scenario, std::initializer_list<const char*> modems,
+                            std::initializer_list<const char*> sims) {
+            QTest::newRow(scenario) << list(modems) << list(sims);
+        };
+        row("ofono-no-modem", {}, {});
+        row("ofono-no-power", {modem0}, {});
+        row("ofono-no-sim", {modem0}, {});
+        row("ofono-sim", {modem0}, {finnish});
+        row("ofono-second-pin", {modem0}, {finnish});
+        row("ofono-locked", {modem0}, {locked});
+        row("ofono-puk", {modem0}, {"locked 244051234567890 244 05"});
+        row("ofono-two", {modem0, modem1}, {finnish, american});
+        row("ofono-two-one-empty", {modem0, modem1}, {american});
+        row("ofono-two-one-locked", {modem0, modem1}, {locked, american});
+        row("ofono-two-locked", {modem0, modem1}, {locked, locked});
+        row("ofono-bluetooth", {modem1}, {finnish});
+        row("ofono-odd-types", {modem0}, {"usable   05"});
+        row("ofono-odd-reply", {}, {});
+        row("ofono-error", {}, {});
+        row("mm-no-modem", {}, {});
+        row("mm-no-sim", {modem0}, {});
+        row("mm-sim", {modem0}, {finnish});
+        row("mm-sim-listed", {modem0}, {finnish});
+        row("mm-second-pin", {modem0}, {finnish});
+        row("mm-locked", {modem0}, {locked});
+        row("mm-puk", {modem0}, {"locked 244051234567890 244 05"});
+        row("mm-two", {modem0, modem1}, {finnish, american});
+        row("mm-odd-types", {modem0}, {"usable  244 "});
+    }
+
+    void modemsAndSimsAreRead()
+    {
+        QVERIFY2(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())),
+                 "needs the package python3-dbusmock");
+        SystemBusModemReader reader;
+        QTEST(texts(reader.modems()), "modems");
+        QTEST(texts(reader.sims()), "sims");
+    }
+
+    void everyReadingIsAfresh()
+    {
+        SystemBusModemReader reader;
+        QVERIFY(reader.sims().isEmpty());
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        QCOMPARE(texts(reader.sims()), list({finnish}));
+        mBus.stopServices();
+        QVERIFY(mBus.runModem("mm-locked"_s));
+        QTRY_COMPARE(texts(reader.sims()), list({locked}));
+    }
+
+    void ofonoComesBeforeModemManager()
+    {
+        QVERIFY(mBus.runModem("mm-two"_s));
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
+        QCOMPARE(texts(SystemBusModemReader().modems()), list({modem0}));
+    }
+
+    void modemManagerIsAskedWhenOfonoFails()
+    {
+        QVERIFY(mBus.runModem("mm-two"_s));
+        QVERIFY(mBus.runModem("ofono-error"_s));
+        QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish, american}));
+    }
+
+    void aServiceThatHangsCostsOneSecond_data()
+    {
+        QTest::addColumn<QStringList>("sims");
+        QTest::newRow("ofono-hang") << QStringList();
+        // It is there, but does not tell whose it is; nor whether it is there, in oFono's case.
+        QTest::newRow("ofono-sim-hang") << QStringList();
+        QTest::newRow("mm-hang") << QStringList();
+        QTest::newRow("mm-sim-hang") << list({"usable   "});
+    }
+
+    void aServiceThatHangsCostsOneSecond()
+    {
+        QVERIFY(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())));
+        QElapsedTimer timer;
+        timer.start();
+        const QStringList sims = texts(SystemBusModemReader().sims());
+        const qint64 elapsed = timer.elapsed();
+        QTEST(sims, "sims");
+        QVERIFY2(elapsed >= longestMs - 50 && elapsed < longestMs + slackMs,
+                 QByteArray::number(elapsed));
+    }
+
+    void aBusThatCameBackIsUsed()
+    {
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
+        mBus.stopServices();
+        mBus.stop();
+        QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
+        QVERIFY(mBus.start());
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
+    }
+
+    void aBusThatHangsCostsOneSecond()
+    {
+        mBus.stop();
+        QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
+        {
+            // Lets clients in and says nothing.
+            const QString path =
+                QFile::decodeName(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")).section(QLatin1Char('='), 1);
+            QFile::remove(path);
+            QLocalServer silent;
+            QVERIFY(silent.listen(path));
+            QElapsedTimer timer;
+            timer.start();
+            QVERIFY(SystemBusModemReader().sims().isEmpty());
+            const qint64 elapsed = timer.elapsed();
+            QVERIFY2(elapsed >= longestMs - 50 && elapsed < longestMs + slackMs,
+                     QByteArray::number(elapsed));
+        }
+        QVERIFY(mBus.start());
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
+    }
+
+    void threadsShareTheConnection()
+    {
+        mBus.stop();
+        QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
+        QVERIFY(mBus.start());
+        QVERIFY(mBus.runModem("ofono-sim"_s));
+        // All of them find a broken connection.
+        std::array<QStringList, 8> found;
+        std::vector<std::thread> threads;
+        for (QStringList& sims : found)
+            threads.emplace_back([&sims] { sims = texts(SystemBusModemReader().sims()); });
+        for (std::thread& thread : threads)
+            thread.join();
+        for (const QStringList& sims : found)
+            QCOMPARE(sims, list({finnish}));
+    }
 
 private:
     PrivateBus mBus;
 };
-
-void TestSystemBusModemReader::cleanup()
-{
-    mBus.stopServices();
-}
-
-void TestSystemBusModemReader::withoutABusThereIsNothing()
-{
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(SystemBusModemReader().modems().isEmpty());
-    QVERIFY(SystemBusModemReader().sims().isEmpty());
-    QVERIFY(timer.elapsed() < slackMs);
-    // The other tests need one.
-    QVERIFY2(mBus.start(), "needs the package dbus");
-}
-
-void TestSystemBusModemReader::withoutAServiceThereIsNothingAndNothingIsStarted()
-{
-    QVERIFY(mBus.addActivatableService(QStringLiteral("org.ofono")));
-    QVERIFY(mBus.addActivatableService(QStringLiteral("org.freedesktop.ModemManager1")));
-    // The bus reads its services when it starts.
-    mBus.stop();
-    QVERIFY(mBus.start());
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(SystemBusModemReader().modems().isEmpty());
-    QVERIFY(SystemBusModemReader().sims().isEmpty());
-    QVERIFY(timer.elapsed() < slackMs);
-    QTest::qWait(200);
-    QVERIFY(!mBus.wasActivated());
-}
-
-void TestSystemBusModemReader::modemsAndSimsAreRead_data()
-{
-    QTest::addColumn<QStringList>("modems");
-    QTest::addColumn<QStringList>("sims");
-    const auto row = [](const char* scenario, std::initializer_list<const char*> modems,
-                        std::initializer_list<const char*> sims) {
-        QTest::newRow(scenario) << list(modems) << list(sims);
-    };
-    row("ofono-no-modem", {}, {});
-    row("ofono-no-power", {modem0}, {});
-    row("ofono-no-sim", {modem0}, {});
-    row("ofono-sim", {modem0}, {finnish});
-    row("ofono-second-pin", {modem0}, {finnish});
-    row("ofono-locked", {modem0}, {locked});
-    row("ofono-puk", {modem0}, {"locked 244051234567890 244 05"});
-    row("ofono-two", {modem0, modem1}, {finnish, american});
-    row("ofono-two-one-empty", {modem0, modem1}, {american});
-    row("ofono-two-one-locked", {modem0, modem1}, {locked, american});
-    row("ofono-two-locked", {modem0, modem1}, {locked, locked});
-    row("ofono-bluetooth", {modem1}, {finnish});
-    row("ofono-odd-types", {modem0}, {"usable   05"});
-    row("ofono-odd-reply", {}, {});
-    row("ofono-error", {}, {});
-    row("mm-no-modem", {}, {});
-    row("mm-no-sim", {modem0}, {});
-    row("mm-sim", {modem0}, {finnish});
-    row("mm-sim-listed", {modem0}, {finnish});
-    row("mm-second-pin", {modem0}, {finnish});
-    row("mm-locked", {modem0}, {locked});
-    row("mm-puk", {modem0}, {"locked 244051234567890 244 05"});
-    row("mm-two", {modem0, modem1}, {finnish, american});
-    row("mm-odd-types", {modem0}, {"usable  244 "});
-}
-
-void TestSystemBusModemReader::modemsAndSimsAreRead()
-{
-    QVERIFY2(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())),
-             "needs the package python3-dbusmock");
-    SystemBusModemReader reader;
-    QTEST(texts(reader.modems()), "modems");
-    QTEST(texts(reader.sims()), "sims");
-}
-
-void TestSystemBusModemReader::everyReadingIsAfresh()
-{
-    SystemBusModemReader reader;
-    QVERIFY(reader.sims().isEmpty());
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    QCOMPARE(texts(reader.sims()), list({finnish}));
-    mBus.stopServices();
-    QVERIFY(mBus.runModem(QStringLiteral("mm-locked")));
-    QTRY_COMPARE(texts(reader.sims()), list({locked}));
-}
-
-void TestSystemBusModemReader::ofonoComesBeforeModemManager()
-{
-    QVERIFY(mBus.runModem(QStringLiteral("mm-two")));
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
-    QCOMPARE(texts(SystemBusModemReader().modems()), list({modem0}));
-}
-
-void TestSystemBusModemReader::modemManagerIsAskedWhenOfonoFails()
-{
-    QVERIFY(mBus.runModem(QStringLiteral("mm-two")));
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-error")));
-    QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish, american}));
-}
-
-void TestSystemBusModemReader::aServiceThatHangsCostsOneSecond_data()
-{
-    QTest::addColumn<QStringList>("sims");
-    QTest::newRow("ofono-hang") << QStringList();
-    // It is there, but does not tell whose it is; nor whether it is there, in oFono's case.
-    QTest::newRow("ofono-sim-hang") << QStringList();
-    QTest::newRow("mm-hang") << QStringList();
-    QTest::newRow("mm-sim-hang") << list({"usable   "});
-}
-
-void TestSystemBusModemReader::aServiceThatHangsCostsOneSecond()
-{
-    QVERIFY(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())));
-    QElapsedTimer timer;
-    timer.start();
-    const QStringList sims = texts(SystemBusModemReader().sims());
-    const qint64 elapsed = timer.elapsed();
-    QTEST(sims, "sims");
-    QVERIFY2(elapsed >= longestMs - 50 && elapsed < longestMs + slackMs,
-             QByteArray::number(elapsed));
-}
-
-void TestSystemBusModemReader::aBusThatCameBackIsUsed()
-{
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
-    mBus.stopServices();
-    mBus.stop();
-    QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
-    QVERIFY(mBus.start());
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
-}
-
-void TestSystemBusModemReader::aBusThatHangsCostsOneSecond()
-{
-    mBus.stop();
-    QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
-    {
-        // Lets clients in and says nothing.
-        const QString path =
-            QFile::decodeName(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")).section(QLatin1Char('='), 1);
-        QFile::remove(path);
-        QLocalServer silent;
-        QVERIFY(silent.listen(path));
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(SystemBusModemReader().sims().isEmpty());
-        const qint64 elapsed = timer.elapsed();
-        QVERIFY2(elapsed >= longestMs - 50 && elapsed < longestMs + slackMs,
-                 QByteArray::number(elapsed));
-    }
-    QVERIFY(mBus.start());
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    QCOMPARE(texts(SystemBusModemReader().sims()), list({finnish}));
-}
-
-void TestSystemBusModemReader::threadsShareTheConnection()
-{
-    mBus.stop();
-    QTRY_VERIFY(SystemBusModemReader().sims().isEmpty());
-    QVERIFY(mBus.start());
-    QVERIFY(mBus.runModem(QStringLiteral("ofono-sim")));
-    // All of them find a broken connection.
-    std::array<QStringList, 8> found;
-    std::vector<std::thread> threads;
-    for (QStringList& sims : found)
-        threads.emplace_back([&sims] { sims = texts(SystemBusModemReader().sims()); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const QStringList& sims : found)
-        QCOMPARE(sims, list({finnish}));
-}
 
 QTEST_GUILESS_MAIN(TestSystemBusModemReader)
 #include "tst_systembusmodemreader.moc"

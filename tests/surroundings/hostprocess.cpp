@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "surroundings/hostprocess.h"
+#include "support/literals.h"
 
 #include <QDir>
 #include <QLocale>
@@ -112,8 +113,7 @@ QByteArray stateOfChild(pid_t child)
     const int options = WEXITED | WNOHANG | WNOWAIT;
     if (child <= 0 || ::waitid(P_PID, id_t(child), &info, options) != 0)
         return "is nobody's";
-    return info.si_pid == 0 ? QByteArray("runs")
-                            : "ended with " + QByteArray::number(info.si_status);
+    return info.si_pid == 0 ? "runs"_ba : "ended with " + QByteArray::number(info.si_status);
 }
 
 } // namespace
@@ -158,9 +158,9 @@ QStringList HostProcess::whatChanged() const
     QStringList changes;
     for (auto it = mState.cbegin(); it != mState.cend(); ++it) {
         if (now.value(it.key()) != it.value())
-            changes.append(QStringLiteral("%1: was '%2', is '%3'")
-                               .arg(it.key(), QString::fromLocal8Bit(it.value()),
-                                    QString::fromLocal8Bit(now.value(it.key()))));
+            changes.append(
+                "%1: was '%2', is '%3'"_s.arg(it.key(), QString::fromLocal8Bit(it.value()),
+                                              QString::fromLocal8Bit(now.value(it.key()))));
     }
     return changes;
 }
@@ -201,21 +201,21 @@ int HostProcess::run(const QByteArrayList& command)
 QMap<QString, QByteArray> HostProcess::state() const
 {
     return {
-        {QStringLiteral("the child that lasts"), stateOfChild(mLasting)},
-        {QStringLiteral("the child that ended"), stateOfChild(mEnded)},
-        {QStringLiteral("handler of SIGCHLD"), disposition(SIGCHLD)},
-        {QStringLiteral("handler of SIGPIPE"), disposition(SIGPIPE)},
-        {QStringLiteral("handler of SIGTERM"), disposition(SIGTERM)},
-        {QStringLiteral("handler of SIGALRM"), disposition(SIGALRM)},
-        {QStringLiteral("blocked signals"), blockedSignals()},
-        {QStringLiteral("message handler"), messageHandler()},
-        {QStringLiteral("environment"), environment()},
-        {QStringLiteral("folder"), QDir::currentPath().toLocal8Bit()},
-        {QStringLiteral("umask"), fileMode()},
-        {QStringLiteral("limit of descriptors"), descriptorLimit()},
-        {QStringLiteral("locale of C"), std::setlocale(LC_ALL, nullptr)},
-        {QStringLiteral("locale of Qt"), QLocale().name().toLatin1()},
-        {QStringLiteral("parent"), QByteArray::number(::getppid())},
+        {"the child that lasts"_s, stateOfChild(mLasting)},
+        {"the child that ended"_s, stateOfChild(mEnded)},
+        {"handler of SIGCHLD"_s, disposition(SIGCHLD)},
+        {"handler of SIGPIPE"_s, disposition(SIGPIPE)},
+        {"handler of SIGTERM"_s, disposition(SIGTERM)},
+        {"handler of SIGALRM"_s, disposition(SIGALRM)},
+        {"blocked signals"_s, blockedSignals()},
+        {"message handler"_s, messageHandler()},
+        {"environment"_s, environment()},
+        {"folder"_s, QDir::currentPath().toLocal8Bit()},
+        {"umask"_s, fileMode()},
+        {"limit of descriptors"_s, descriptorLimit()},
+        {"locale of C"_s, std::setlocale(LC_ALL, nullptr)},
+        {"locale of Qt"_s, QLocale().name().toLatin1()},
+        {"parent"_s, QByteArray::number(::getppid())},
     };
 }
 

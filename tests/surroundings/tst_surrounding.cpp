@@ -4,6 +4,7 @@
 // surrounding that is not there would tell nothing.
 #include "integration/storyfixture.h"
 #include "support/daemoncontrol.h"
+#include "support/literals.h"
 
 #include <QFile>
 #include <QLocale>
@@ -40,7 +41,7 @@ QByteArrayList surrounding(QByteArrayList environment)
 
 QByteArrayList surroundingOf(pid_t process)
 {
-    QFile file(QStringLiteral("/proc/%1/environ").arg(process));
+    QFile file("/proc/%1/environ"_s.arg(process));
     return file.open(QIODevice::ReadOnly) ? surrounding(file.readAll().split('\0'))
                                           : QByteArrayList({"cannot be read"});
 }
@@ -52,72 +53,65 @@ class TestSurrounding : public StoryFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
-    void theLocaleIsTheOneThatTheVariableNames();
-    void theTimeZoneIsTheOneThatTheVariableNames();
-    void daemonAndPluginRunInItToo();
-};
-
-void TestSurrounding::initTestCase()
-{
-    QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    openFacade();
-}
-
-void TestSurrounding::cleanupTestCase()
-{
-    closeFacade();
-    QVERIFY(EmulatedService::waitForNetworkThreads());
-}
-
-void TestSurrounding::theLocaleIsTheOneThatTheVariableNames()
-{
-    const QLocale locale = QLocale::system();
-    const QString all = qEnvironmentVariable("LC_ALL");
-    if (all.contains(QLatin1Char('_')))
-        QCOMPARE(locale.name(), all.section(QLatin1Char('.'), 0, 0));
-    const QByteArrayList here = surroundingOf(::getpid());
-    if (std::none_of(here.begin(), here.end(), isOfTheLocale))
-        QCOMPARE(locale.language(), QLocale::C);
-    const QMap<QString, QString> fortyTwo = {
-        {text("fa_IR"), text("۴۲")}, {text("ar_EG"), text("٤٢")}, {text("tr_TR"), text("42")}};
-    QCOMPARE(locale.toString(42), fortyTwo.value(locale.name(), text("42")));
-}
-
-void TestSurrounding::theTimeZoneIsTheOneThatTheVariableNames()
-{
-    const QByteArray zone = qgetenv("TZ");
-    const QDateTime summer(QDate(2026, 7, 1), QTime(12, 0));
-    const QDateTime winter(QDate(2026, 1, 1), QTime(12, 0));
-    if (!zone.isEmpty())
-        QVERIFY2(QTimeZone(zone).isValid(), "the package tzdata is needed");
-    if (zone == "Europe/Berlin") {
-        QCOMPARE(summer.offsetFromUtc(), 2 * hour);
-        QCOMPARE(winter.offsetFromUtc(), 1 * hour);
-    } else if (zone == "Pacific/Apia") {
-        QCOMPARE(summer.offsetFromUtc(), 13 * hour);
-        QCOMPARE(winter.offsetFromUtc(), 13 * hour);
+    void initTestCase()
+    {
+        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
+        openFacade();
     }
-}
 
-void TestSurrounding::daemonAndPluginRunInItToo()
-{
-    QVERIFY(!addAccount({{text("userName"), text("maria")}, {text("password"), text("secret")}})
-                 .isEmpty());
-    const QStringList lines =
-        answers([this] { facade().signInAndConfigure(text("maria"), text("secret"), true); });
-    QCOMPARE(lines.size(), 1);
-    QVERIFY2(lines.at(0).startsWith(text("signInAndConfigureResponse(0, ")),
-             qPrintable(lines.at(0)));
+    void cleanupTestCase()
+    {
+        closeFacade();
+        QVERIFY(EmulatedService::waitForNetworkThreads());
+    }
 
-    const QByteArrayList here = surroundingOf(::getpid());
-    QCOMPARE(surroundingOf(DaemonControl::processId()), here);
-    const QList<pid_t> plugins = pluginProcesses();
-    QVERIFY(!plugins.isEmpty());
-    for (const pid_t plugin : plugins)
-        QCOMPARE(surroundingOf(plugin), here);
-}
+    void theLocaleIsTheOneThatTheVariableNames()
+    {
+        const QLocale locale = QLocale::system();
+        const QString all = qEnvironmentVariable("LC_ALL");
+        if (all.contains(QLatin1Char('_')))
+            QCOMPARE(locale.name(), all.section(QLatin1Char('.'), 0, 0));
+        const QByteArrayList here = surroundingOf(::getpid());
+        if (std::none_of(here.begin(), here.end(), isOfTheLocale))
+            QCOMPARE(locale.language(), QLocale::C);
+        const QMap<QString, QString> fortyTwo = {
+            {"fa_IR"_s, "۴۲"_s}, {"ar_EG"_s, "٤٢"_s}, {"tr_TR"_s, "42"_s}};
+        QCOMPARE(locale.toString(42), fortyTwo.value(locale.name(), "42"_s));
+    }
+
+    void theTimeZoneIsTheOneThatTheVariableNames()
+    {
+        const QByteArray zone = qgetenv("TZ");
+        const QDateTime summer(QDate(2026, 7, 1), QTime(12, 0));
+        const QDateTime winter(QDate(2026, 1, 1), QTime(12, 0));
+        if (!zone.isEmpty())
+            QVERIFY2(QTimeZone(zone).isValid(), "the package tzdata is needed");
+        if (zone == "Europe/Berlin") {
+            QCOMPARE(summer.offsetFromUtc(), 2 * hour);
+            QCOMPARE(winter.offsetFromUtc(), 1 * hour);
+        } else if (zone == "Pacific/Apia") {
+            QCOMPARE(summer.offsetFromUtc(), 13 * hour);
+            QCOMPARE(winter.offsetFromUtc(), 13 * hour);
+        }
+    }
+
+    void daemonAndPluginRunInItToo()
+    {
+        QVERIFY(!addAccount({{"userName"_s, "maria"_s}, {"password"_s, "secret"_s}}).isEmpty());
+        const QStringList lines =
+            answers([this] { facade().signInAndConfigure("maria"_s, "secret"_s, true); });
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.at(0).startsWith("signInAndConfigureResponse(0, "_s),
+                 qPrintable(lines.at(0)));
+
+        const QByteArrayList here = surroundingOf(::getpid());
+        QCOMPARE(surroundingOf(DaemonControl::processId()), here);
+        const QList<pid_t> plugins = pluginProcesses();
+        QVERIFY(!plugins.isEmpty());
+        for (const pid_t plugin : plugins)
+            QCOMPARE(surroundingOf(plugin), here);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSurrounding)
 #include "tst_surrounding.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/clientrun.h"
+#include "support/literals.h"
 
 #include "emulator/emulatorprocess.h"
 
@@ -19,9 +20,9 @@ bool ClientRun::isOneLine(const QByteArray& text)
 
 Client::Client(const QMap<QString, QString>& environment) : mEnvironment(environment)
 {
-    set(QStringLiteral("KELACCOUNT_CONSUMER_KEY"), QStringLiteral("demo-key"));
-    set(QStringLiteral("KELACCOUNT_CONSUMER_SECRET"), QStringLiteral("demo-secret"));
-    set(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    set("KELACCOUNT_CONSUMER_KEY"_s, "demo-key"_s);
+    set("KELACCOUNT_CONSUMER_SECRET"_s, "demo-secret"_s);
+    set("LC_ALL"_s, "C.UTF-8"_s);
 }
 
 ClientRun Client::run(const QStringList& arguments, const QByteArray& input) const

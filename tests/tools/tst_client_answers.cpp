@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What the client prints, and how it ends, with a service that answers or does not.
 #include "emulator/emulatorprocess.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "tools/clientrun.h"
 
 #include <QFile>
@@ -20,14 +22,9 @@ namespace {
 
 enum ExitStatus { Success = 0, OtherStatus = 1, NoAnswer = 3 };
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 QStringList checkUser(const QString& name)
 {
-    return {QStringLiteral("check-user"), name};
+    return {"check-user"_s, name};
 }
 
 } // namespace
@@ -43,14 +40,11 @@ private Q_SLOTS:
         mClient = std::make_unique<Client>(mEmulator.environment());
     }
 
-    void cleanup() { mEmulator.admin("DELETE", QStringLiteral("/faults")); }
+    void cleanup() { mEmulator.admin("DELETE", "/faults"_s); }
 
     void theOutputNamesTheStatusAndTheExitStatusFollowsIt_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("exitStatus");
-        QTest::addColumn<QByteArray>("status");
-        QTest::addColumn<QByteArray>("available");
+        columns<QString, int, QByteArray, QByteArray>("name", "exitStatus", "status", "available");
         const auto row = [](const char* name, int exitStatus, const char* status,
                             const char* available) {
             QTest::newRow(name) << text(name) << exitStatus << QByteArray(status)
@@ -66,10 +60,9 @@ private Q_SLOTS:
 
     void theOutputNamesTheStatusAndTheExitStatusFollowsIt()
     {
-        QFETCH(QString, name);
-        QFETCH(int, exitStatus);
-        QFETCH(QByteArray, status);
-        QFETCH(QByteArray, available);
+        const auto [name, exitStatus, status, available] =
+            fetch<QString, int, QByteArray, QByteArray>("name", "exitStatus", "status",
+                                                        "available");
         const ClientRun run = mClient->run(checkUser(name));
         QVERIFY2(run.status == exitStatus, (run.output + run.errors).constData());
         QCOMPARE(run.errors, QByteArray());
@@ -78,7 +71,7 @@ private Q_SLOTS:
             const QByteArray row = line.simplified();
             rows.insert(row.left(row.indexOf(' ')), row.mid(row.indexOf(' ') + 1));
         }
-        QCOMPARE(rows.value("signal"), QByteArray("isUserIdAvailableResponse"));
+        QCOMPARE(rows.value("signal"), "isUserIdAvailableResponse"_ba);
         QCOMPARE(rows.value("status"), status);
         QCOMPARE(rows.value("available"), available);
         QVERIFY(rows.value("time").endsWith(" ms"));
@@ -86,64 +79,56 @@ private Q_SLOTS:
 
     void jsonIsOneObjectOnOneLine_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("exitStatus");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("statusName");
-        QTest::addColumn<int>("suggestions");
-        QTest::newRow("free") << text("bob") << int(Success) << 0 << text("ZorKeLDefs::ErrorNone")
-                              << 0;
-        QTest::newRow("taken") << text("alice") << int(Success) << 0
-                               << text("ZorKeLDefs::ErrorNone") << 3;
-        QTest::newRow("reserved") << text("admin") << int(OtherStatus) << 512
-                                  << text("ZorKelDefs::Error512") << 0;
+        columns<QString, int, int, QString, int>("name", "exitStatus", "status", "statusName",
+                                                 "suggestions");
+        QTest::newRow("free") << "bob"_s << int(Success) << 0 << "ZorKeLDefs::ErrorNone"_s << 0;
+        QTest::newRow("taken") << "alice"_s << int(Success) << 0 << "ZorKeLDefs::ErrorNone"_s << 3;
+        QTest::newRow("reserved") << "admin"_s << int(OtherStatus) << 512
+                                  << "ZorKelDefs::Error512"_s << 0;
         QTest::newRow("empty") << QString() << int(OtherStatus) << 1001
-                               << text("ZorKeLDefs::ErrorInvalidParameter") << 0;
+                               << "ZorKeLDefs::ErrorInvalidParameter"_s << 0;
     }
 
     void jsonIsOneObjectOnOneLine()
     {
-        QFETCH(QString, name);
-        QFETCH(int, exitStatus);
-        const ClientRun run = mClient->run(checkUser(name) << text("--json"));
+        const auto [name, exitStatus] = fetch<QString, int>("name", "exitStatus");
+        const ClientRun run = mClient->run(checkUser(name) << "--json"_s);
         QCOMPARE(run.status, exitStatus);
         QCOMPARE(run.errors, QByteArray());
         const QJsonObject answer = run.json();
-        QCOMPARE(answer.value(text("signal")).toString(), text("isUserIdAvailableResponse"));
-        QTEST(answer.value(text("status")).toInt(-1), "status");
-        QTEST(answer.value(text("statusName")).toString(), "statusName");
-        QVERIFY(answer.value(text("milliseconds")).toDouble(-1) >= 0);
-        QVERIFY(answer.value(text("available")).isBool());
-        QCOMPARE(answer.value(text("available")).toBool(), name == text("bob"));
-        QVERIFY(answer.value(text("suggestions")).isArray());
-        QTEST(answer.value(text("suggestions")).toArray().size(), "suggestions");
+        QCOMPARE(answer.value("signal"_s).toString(), "isUserIdAvailableResponse"_s);
+        QTEST(answer.value("status"_s).toInt(-1), "status");
+        QTEST(answer.value("statusName"_s).toString(), "statusName");
+        QVERIFY(answer.value("milliseconds"_s).toDouble(-1) >= 0);
+        QVERIFY(answer.value("available"_s).isBool());
+        QCOMPARE(answer.value("available"_s).toBool(), name == "bob"_s);
+        QVERIFY(answer.value("suggestions"_s).isArray());
+        QTEST(answer.value("suggestions"_s).toArray().size(), "suggestions");
         QCOMPARE(answer.size(), 6);
     }
 
     void aLineHoldsOperationStatusTimeAndValues_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("pattern");
-        const QString time = text("[0-9]+\\.[0-9] ms");
-        QTest::newRow("free") << text("bob")
-                              << text("isUserIdAvailable\\(\"bob\"\\) +0 ErrorNone +") + time +
-                                     text("  available: true\n");
+        columns<QString, QString>("name", "pattern");
+        const QString time = "[0-9]+\\.[0-9] ms"_s;
+        QTest::newRow("free") << "bob"_s
+                              << "isUserIdAvailable\\(\"bob\"\\) +0 ErrorNone +"_s + time +
+                                     "  available: true\n"_s;
         QTest::newRow("an empty value is left out")
-            << text("admin")
-            << text("isUserIdAvailable\\(\"admin\"\\) +512 Error512 +") + time +
-                   text("  available: false\n");
+            << "admin"_s
+            << "isUserIdAvailable\\(\"admin\"\\) +512 Error512 +"_s + time +
+                   "  available: false\n"_s;
         const QString longName(70, QLatin1Char('n'));
         QTest::newRow("values that do not fit stand below")
             << longName
-            << text("isUserIdAvailable\\(\"n+\"\\) 522 ErrorAttributeSyntaxError +") + time +
-                   text("\n    available: false\n");
+            << "isUserIdAvailable\\(\"n+\"\\) 522 ErrorAttributeSyntaxError +"_s + time +
+                   "\n    available: false\n"_s;
     }
 
     void aLineHoldsOperationStatusTimeAndValues()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, pattern);
-        const ClientRun run = mClient->run(checkUser(name) << text("--line"));
+        const auto [name, pattern] = fetch<QString, QString>("name", "pattern");
+        const ClientRun run = mClient->run(checkUser(name) << "--line"_s);
         QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(pattern))
                      .match(QString::fromUtf8(run.output))
                      .hasMatch(),
@@ -152,8 +137,7 @@ private Q_SLOTS:
 
     void longListsAreBrokenBetweenValues()
     {
-        const ClientRun run =
-            mClient->run({text("security-questions"), text("de"), text("--line")});
+        const ClientRun run = mClient->run({"security-questions"_s, "de"_s, "--line"_s});
         QCOMPARE(run.status, int(Success));
         const QList<QByteArray> lines = run.output.split('\n');
         QVERIFY(lines.size() > 2);
@@ -170,8 +154,8 @@ private Q_SLOTS:
     void noAnswerInTimeIsAStatusOfItsOwn()
     {
         QVERIFY(mEmulator.orderFaults("hang"));
-        const ClientRun run =
-            mClient->run(checkUser(text("bob")) << text("--timeout") << text("1"));
+        const ClientRun run = mClient->run(checkUser("bob"_s) << "--timeout"_s
+                                                              << "1"_s);
         QCOMPARE(run.status, int(NoAnswer));
         QCOMPARE(run.output, QByteArray());
         QVERIFY2(ClientRun::isOneLine(run.errors), run.errors.constData());
@@ -180,20 +164,19 @@ private Q_SLOTS:
 
     void aFailureOfTheNetworkIsAnAnswer_data()
     {
-        QTest::addColumn<QByteArray>("faults");
-        QTest::addColumn<int>("status");
-        QTest::newRow("wrong certificate") << QByteArray("wrong-host") << 406;
-        QTest::newRow("HTTP 503") << QByteArray("status=503") << 1004;
-        QTest::newRow("cut") << QByteArray("cut-body") << 402;
+        columns<QByteArray, int>("faults", "status");
+        QTest::newRow("wrong certificate") << "wrong-host"_ba << 406;
+        QTest::newRow("HTTP 503") << "status=503"_ba << 1004;
+        QTest::newRow("cut") << "cut-body"_ba << 402;
     }
 
     void aFailureOfTheNetworkIsAnAnswer()
     {
         QFETCH(QByteArray, faults);
         QVERIFY(mEmulator.orderFaults(faults));
-        const ClientRun run = mClient->run(checkUser(text("bob")) << text("--json"));
+        const ClientRun run = mClient->run(checkUser("bob"_s) << "--json"_s);
         QCOMPARE(run.status, int(OtherStatus));
-        QTEST(run.json().value(text("status")).toInt(), "status");
+        QTEST(run.json().value("status"_s).toInt(), "status");
     }
 
     void aProxyThatRefusesIsAnAnswer()
@@ -201,50 +184,49 @@ private Q_SLOTS:
         QTcpServer closed;
         QVERIFY(closed.listen(QHostAddress::LocalHost));
         Client client(mEmulator.environment());
-        client.set(text("https_proxy"), text("http://127.0.0.1:%1").arg(closed.serverPort()));
+        client.set("https_proxy"_s, "http://127.0.0.1:%1"_s.arg(closed.serverPort()));
         closed.close();
-        const ClientRun run = client.run(checkUser(text("bob")) << text("--json"));
+        const ClientRun run = client.run(checkUser("bob"_s) << "--json"_s);
         QCOMPARE(run.status, int(OtherStatus));
-        QCOMPARE(run.json().value(text("status")).toInt(), 420);
+        QCOMPARE(run.json().value("status"_s).toInt(), 420);
     }
 
     void theSecretComesFromEnvironmentOrFile_data()
     {
-        QTest::addColumn<QString>("environment");
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<int>("status");
-        QTest::newRow("environment") << text("demo-secret") << QByteArray() << 0;
-        QTest::newRow("wrong in the environment") << text("other") << QByteArray() << 504;
-        QTest::newRow("file") << QString() << QByteArray("demo-secret") << 0;
-        QTest::newRow("file with a line's end") << QString() << QByteArray("demo-secret\n") << 0;
-        QTest::newRow("file of another system") << QString() << QByteArray("demo-secret\r\n") << 0;
-        QTest::newRow("file before environment") << text("other") << QByteArray("demo-secret") << 0;
-        QTest::newRow("wrong in the file") << text("demo-secret") << QByteArray("other") << 504;
+        columns<QString, QByteArray, int>("environment", "file", "status");
+        QTest::newRow("environment") << "demo-secret"_s << QByteArray() << 0;
+        QTest::newRow("wrong in the environment") << "other"_s << QByteArray() << 504;
+        QTest::newRow("file") << QString() << "demo-secret"_ba << 0;
+        QTest::newRow("file with a line's end") << QString() << "demo-secret\n"_ba << 0;
+        QTest::newRow("file of another system") << QString() << "demo-secret\r\n"_ba << 0;
+        QTest::newRow("file before environment") << "other"_s
+                                                 << "demo-secret"_ba << 0;
+        QTest::newRow("wrong in the file") << "demo-secret"_s
+                                           << "other"_ba << 504;
     }
 
     void theSecretComesFromEnvironmentOrFile()
     {
-        QFETCH(QString, environment);
-        QFETCH(QByteArray, file);
+        const auto [environment, file] = fetch<QString, QByteArray>("environment", "file");
         const QTemporaryDir folder;
         Client client(mEmulator.environment());
-        client.set(text("KELACCOUNT_CONSUMER_SECRET"), environment);
-        QStringList arguments = checkUser(text("bob")) << text("--json");
+        client.set("KELACCOUNT_CONSUMER_SECRET"_s, environment);
+        QStringList arguments = checkUser("bob"_s) << "--json"_s;
         if (!file.isNull()) {
-            QFile secret(folder.filePath(text("secret")));
+            QFile secret(folder.filePath("secret"_s));
             QVERIFY(secret.open(QIODevice::WriteOnly));
             secret.write(file);
             secret.close();
-            arguments << text("--consumer-secret-file") << secret.fileName();
+            arguments << "--consumer-secret-file"_s << secret.fileName();
         }
-        QTEST(client.run(arguments).json().value(text("status")).toInt(-1), "status");
+        QTEST(client.run(arguments).json().value("status"_s).toInt(-1), "status");
     }
 
     void theKeyOptionComesBeforeTheEnvironment()
     {
-        const ClientRun run = mClient->run(checkUser(text("bob"))
-                                           << text("--json") << text("--consumer-key=unknown"));
-        QCOMPARE(run.json().value(text("status")).toInt(-1), 504);
+        const ClientRun run = mClient->run(checkUser("bob"_s) << "--json"_s
+                                                              << "--consumer-key=unknown"_s);
+        QCOMPARE(run.json().value("status"_s).toInt(-1), 504);
     }
 
     void everyServersNameLeadsToOne_data()
@@ -258,20 +240,20 @@ private Q_SLOTS:
     void everyServersNameLeadsToOne()
     {
         QFETCH(QString, server);
-        const ClientRun run = mClient->run(checkUser(text("bob")) << text("--server") << server);
+        const ClientRun run = mClient->run(checkUser("bob"_s) << "--server"_s << server);
         QCOMPARE(run.status, int(Success));
     }
 
     void strangeNamesAreAnsweredOnce_data()
     {
         QTest::addColumn<QString>("name");
-        QTest::newRow("control characters") << text("a\r\n\t\x01\x1b[31mz\x7f");
-        QTest::newRow("later control characters") << text("a\u009b31mz\u0085b");
-        QTest::newRow("not Latin") << text("борис");
-        QTest::newRow("emoji") << text("\xF0\x9F\x98\x80");
-        QTest::newRow("quotes") << text("\"'`$(true)\\");
-        QTest::newRow("markup") << text("<a href=\"&\">");
-        QTest::newRow("like an option") << text("--bogus option");
+        QTest::newRow("control characters") << "a\r\n\t\x01\x1b[31mz\x7f"_s;
+        QTest::newRow("later control characters") << "a\u009b31mz\u0085b"_s;
+        QTest::newRow("not Latin") << "борис"_s;
+        QTest::newRow("emoji") << "\xF0\x9F\x98\x80"_s;
+        QTest::newRow("quotes") << "\"'`$(true)\\"_s;
+        QTest::newRow("markup") << "<a href=\"&\">"_s;
+        QTest::newRow("like an option") << "--bogus option"_s;
         // A single argument cannot be longer than 128 KiB on Linux.
         QTest::newRow("long") << QString(131000, QLatin1Char('a'));
         QTest::newRow("long and wide") << QString(43000, QChar(0x20AC));
@@ -280,11 +262,11 @@ private Q_SLOTS:
     void strangeNamesAreAnsweredOnce()
     {
         QFETCH(QString, name);
-        const QStringList call = {text("--json"), text("check-user"), text("--"), name};
+        const QStringList call = {"--json"_s, "check-user"_s, "--"_s, name};
         const ClientRun run = mClient->run(call);
         QCOMPARE(run.status, int(OtherStatus));
-        QCOMPARE(run.json().value(text("signal")).toString(), text("isUserIdAvailableResponse"));
-        QVERIFY(run.json().value(text("status")).toInt() != 0);
+        QCOMPARE(run.json().value("signal"_s).toString(), "isUserIdAvailableResponse"_s);
+        QVERIFY(run.json().value("status"_s).toInt() != 0);
 
         const ClientRun forPeople = mClient->run(call.mid(1));
         QCOMPARE(forPeople.status, int(OtherStatus));
@@ -302,12 +284,12 @@ private Q_SLOTS:
         const auto inside = mEmulator.environment();
         for (auto it = inside.cbegin(); it != inside.cend(); ++it)
             environment.insert(it.key(), it.value());
-        environment.insert(text("KELACCOUNT_CONSUMER_KEY"), text("demo-key"));
-        environment.insert(text("KELACCOUNT_CONSUMER_SECRET"), text("demo-secret"));
-        environment.insert(text("LC_ALL"), text("C.UTF-8"));
+        environment.insert("KELACCOUNT_CONSUMER_KEY"_s, "demo-key"_s);
+        environment.insert("KELACCOUNT_CONSUMER_SECRET"_s, "demo-secret"_s);
+        environment.insert("LC_ALL"_s, "C.UTF-8"_s);
         shell.setProcessEnvironment(environment);
-        shell.start(text("/bin/sh"),
-                    {text("-c"), text("exec \"$0\" --json check-user \"$(printf '\\377\\376a')\""),
+        shell.start("/bin/sh"_s,
+                    {"-c"_s, "exec \"$0\" --json check-user \"$(printf '\\377\\376a')\""_s,
                      text(KELACCOUNT_CLIENT_PROGRAM)});
         QVERIFY(shell.waitForFinished());
         QCOMPARE(shell.exitStatus(), QProcess::NormalExit);
@@ -332,13 +314,12 @@ private Q_SLOTS:
         const auto inside = mEmulator.environment();
         for (auto it = inside.cbegin(); it != inside.cend(); ++it)
             environment.insert(it.key(), it.value());
-        environment.insert(text("KELACCOUNT_CONSUMER_KEY"), text("demo-key"));
-        environment.insert(text("KELACCOUNT_CONSUMER_SECRET"), text("demo-secret"));
-        environment.insert(text("LC_ALL"), locale);
+        environment.insert("KELACCOUNT_CONSUMER_KEY"_s, "demo-key"_s);
+        environment.insert("KELACCOUNT_CONSUMER_SECRET"_s, "demo-secret"_s);
+        environment.insert("LC_ALL"_s, locale);
         shell.setProcessEnvironment(environment);
-        shell.start(text("/bin/sh"),
-                    {text("-c"), text("exec \"$0\" check-user \"$(printf 'j\\303\\266rg')\""),
-                     text(KELACCOUNT_CLIENT_PROGRAM)});
+        shell.start("/bin/sh"_s, {"-c"_s, "exec \"$0\" check-user \"$(printf 'j\\303\\266rg')\""_s,
+                                  text(KELACCOUNT_CLIENT_PROGRAM)});
         QVERIFY(shell.waitForFinished());
         QCOMPARE(shell.exitStatus(), QProcess::NormalExit);
         const QByteArray output = shell.readAllStandardOutput();

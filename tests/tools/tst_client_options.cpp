@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The client's command line, without a service: nothing here gets as far as a request.
+#include "support/literals.h"
+#include "support/rows.h"
 #include "tools/clientrun.h"
 
 #include <QFile>
@@ -57,8 +59,7 @@ private Q_SLOTS:
 
     void misuseIsOneLineThatSaysWhatToDo_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QByteArray>("hint");
+        columns<QStringList, QByteArray>("arguments", "hint");
         const auto row = [](const char* name, const char* arguments, const char* hint) {
             QTest::newRow(name) << words(arguments) << QByteArray(hint);
         };
@@ -84,8 +85,7 @@ private Q_SLOTS:
 
     void misuseIsOneLineThatSaysWhatToDo()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QByteArray, hint);
+        const auto [arguments, hint] = fetch<QStringList, QByteArray>("arguments", "hint");
         const ClientRun run = Client().run(arguments);
         QCOMPARE(run.status, int(Misuse));
         QCOMPARE(run.output, QByteArray());
@@ -96,29 +96,24 @@ private Q_SLOTS:
 
     void aMissingKeyOrSecretIsOneLineThatSaysWhatToDo_data()
     {
-        QTest::addColumn<bool>("key");
-        QTest::addColumn<bool>("secret");
-        QTest::addColumn<QByteArray>("option");
-        QTest::addColumn<QByteArray>("variable");
-        QTest::newRow("no key") << false << true << QByteArray("--consumer-key KEY")
-                                << QByteArray("KELACCOUNT_CONSUMER_KEY");
-        QTest::newRow("no secret") << true << false << QByteArray("--consumer-secret-file FILE")
-                                   << QByteArray("KELACCOUNT_CONSUMER_SECRET");
-        QTest::newRow("neither") << false << false << QByteArray("--consumer-key KEY")
-                                 << QByteArray("KELACCOUNT_CONSUMER_KEY");
+        columns<bool, bool, QByteArray, QByteArray>("key", "secret", "option", "variable");
+        QTest::newRow("no key") << false << true << "--consumer-key KEY"_ba
+                                << "KELACCOUNT_CONSUMER_KEY"_ba;
+        QTest::newRow("no secret") << true << false << "--consumer-secret-file FILE"_ba
+                                   << "KELACCOUNT_CONSUMER_SECRET"_ba;
+        QTest::newRow("neither") << false << false << "--consumer-key KEY"_ba
+                                 << "KELACCOUNT_CONSUMER_KEY"_ba;
     }
 
     void aMissingKeyOrSecretIsOneLineThatSaysWhatToDo()
     {
-        QFETCH(bool, key);
-        QFETCH(bool, secret);
-        QFETCH(QByteArray, option);
-        QFETCH(QByteArray, variable);
+        const auto [key, secret, option, variable] =
+            fetch<bool, bool, QByteArray, QByteArray>("key", "secret", "option", "variable");
         Client client;
         if (!key)
-            client.set(QStringLiteral("KELACCOUNT_CONSUMER_KEY"), QString());
+            client.set("KELACCOUNT_CONSUMER_KEY"_s, QString());
         if (!secret)
-            client.set(QStringLiteral("KELACCOUNT_CONSUMER_SECRET"), QString());
+            client.set("KELACCOUNT_CONSUMER_SECRET"_s, QString());
         const ClientRun run = client.run(words("check-user bob"));
         QCOMPARE(run.status, int(Misuse));
         QCOMPARE(run.output, QByteArray());
@@ -129,27 +124,27 @@ private Q_SLOTS:
 
     void aSecretFileThatGivesNoneIsOneLine_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("path");
-        QTest::newRow("not there") << QByteArray() << QStringLiteral("nowhere/secret");
-        QTest::newRow("folder") << QByteArray() << QStringLiteral(".");
-        QTest::newRow("empty") << QByteArray("") << QStringLiteral("secret");
-        QTest::newRow("blank") << QByteArray(" \n\t\n") << QStringLiteral("secret");
+        columns<QByteArray, QString>("content", "path");
+        QTest::newRow("not there") << QByteArray() << "nowhere/secret"_s;
+        QTest::newRow("folder") << QByteArray() << "."_s;
+        QTest::newRow("empty") << ""_ba
+                               << "secret"_s;
+        QTest::newRow("blank") << " \n\t\n"_ba
+                               << "secret"_s;
         QTest::newRow("empty name") << QByteArray() << QString();
     }
 
     void aSecretFileThatGivesNoneIsOneLine()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, path);
+        const auto [content, path] = fetch<QByteArray, QString>("content", "path");
         const QTemporaryDir folder;
         const QString file = path.isEmpty() ? path : folder.filePath(path);
         if (!content.isNull())
             QVERIFY(write(file, content));
         Client client;
-        client.set(QStringLiteral("KELACCOUNT_CONSUMER_SECRET"), QString());
-        const ClientRun run = client.run({QStringLiteral("check-user"), QStringLiteral("bob"),
-                                          QStringLiteral("--consumer-secret-file"), file});
+        client.set("KELACCOUNT_CONSUMER_SECRET"_s, QString());
+        const ClientRun run =
+            client.run({"check-user"_s, "bob"_s, "--consumer-secret-file"_s, file});
         QCOMPARE(run.status, int(Misuse));
         QCOMPARE(run.output, QByteArray());
         QVERIFY2(ClientRun::isOneLine(run.errors), run.errors.constData());
@@ -177,7 +172,7 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, arguments);
         Client client;
-        client.set(QStringLiteral("KELACCOUNT_CONSUMER_SECRET"), QString());
+        client.set("KELACCOUNT_CONSUMER_SECRET"_s, QString());
         const ClientRun run = client.run(arguments);
         QCOMPARE(run.status, int(Misuse));
         QCOMPARE(run.output, QByteArray());
@@ -188,7 +183,7 @@ private Q_SLOTS:
 
     void misuseIsSafeForATerminal()
     {
-        const ClientRun run = Client().run({QStringLiteral("\x1b[31mred\nline")});
+        const ClientRun run = Client().run({"\x1b[31mred\nline"_s});
         QCOMPARE(run.status, int(Misuse));
         QVERIFY2(ClientRun::isOneLine(run.errors), run.errors.constData());
         QVERIFY(!run.errors.contains('\x1b'));
@@ -198,8 +193,7 @@ private Q_SLOTS:
     {
         // Without a bus there is nobody to store credentials, and the library says so in its log.
         Client client;
-        client.set(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                   QStringLiteral("unix:path=/nonexistent"));
+        client.set("DBUS_SESSION_BUS_ADDRESS"_s, "unix:path=/nonexistent"_s);
         const ClientRun quiet = client.run(words("sign-in bob --password-fd 0"), "planted\n");
         QCOMPARE(quiet.status, int(OtherStatus));
         QCOMPARE(quiet.errors, QByteArray());
@@ -216,8 +210,8 @@ private:
     static Client withoutCredentials()
     {
         Client client;
-        client.set(QStringLiteral("KELACCOUNT_CONSUMER_KEY"), QString());
-        client.set(QStringLiteral("KELACCOUNT_CONSUMER_SECRET"), QString());
+        client.set("KELACCOUNT_CONSUMER_KEY"_s, QString());
+        client.set("KELACCOUNT_CONSUMER_SECRET"_s, QString());
         return client;
     }
 

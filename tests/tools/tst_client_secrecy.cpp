@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Secrets are planted, everything that can be logged is, and nothing planted may be found.
 #include "emulator/emulatorprocess.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "tools/clientrun.h"
 
 #include <QFile>
@@ -12,12 +14,7 @@ using namespace KelTest;
 
 namespace {
 
-const auto secret = QStringLiteral("planted consumer/secret=&1");
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
+const auto secret = "planted consumer/secret=&1"_s;
 
 } // namespace
 
@@ -29,64 +26,58 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(mFolder.isValid());
-        QFile file(mFolder.filePath(text("secret")));
+        QFile file(mFolder.filePath("secret"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
         QVERIFY(file.write(secret.toUtf8()) > 0);
         file.close();
-        QVERIFY2(
-            mEmulator.start({text("--verbose"), text("--consumer-secret-file"), file.fileName()}),
-            mEmulator.log().constData());
+        QVERIFY2(mEmulator.start({"--verbose"_s, "--consumer-secret-file"_s, file.fileName()}),
+                 mEmulator.log().constData());
         mClient = Client(mEmulator.environment());
-        mClient.set(text("KELACCOUNT_CONSUMER_SECRET"), secret);
-        mClient.set(text("QT_LOGGING_RULES"), text("*=true"));
+        mClient.set("KELACCOUNT_CONSUMER_SECRET"_s, secret);
+        mClient.set("QT_LOGGING_RULES"_s, "*=true"_s);
     }
 
     void everythingIsLogged()
     {
         // Not even --verbose is needed: otherwise the searches below would prove nothing.
         Client client = mClient;
-        client.set(text("DBUS_SESSION_BUS_ADDRESS"), text("unix:path=/nonexistent"));
-        const ClientRun run = client.run(
-            {text("sign-in"), text("bob"), text("--password-fd"), text("0")}, "planted-password\n");
+        client.set("DBUS_SESSION_BUS_ADDRESS"_s, "unix:path=/nonexistent"_s);
+        const ClientRun run =
+            client.run({"sign-in"_s, "bob"_s, "--password-fd"_s, "0"_s}, "planted-password\n");
         QVERIFY2(run.errors.contains("Failed to store credentials"), run.errors.constData());
         verifyNothingPlanted(run.errors);
-        QCOMPARE(mClient.run({text("check-user"), text("bob")}).status, 0);
+        QCOMPARE(mClient.run({"check-user"_s, "bob"_s}).status, 0);
         QVERIFY(mEmulator.logHas("/rest/1.0/availability/bob"));
     }
 
     void noOutputHoldsWhatWasPlanted_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QByteArray>("input");
-        QTest::addColumn<QString>("clientSecret");
-        QTest::addColumn<QByteArray>("fault");
-        const QStringList check = {text("check-user"), text("bob")};
-        QTest::newRow("success") << check << QByteArray() << secret << QByteArray("none");
-        QTest::newRow("misfit") << check << QByteArray() << text("planted wrong secret")
-                                << QByteArray("none");
+        columns<QStringList, QByteArray, QString, QByteArray>("arguments", "input", "clientSecret",
+                                                              "fault");
+        const QStringList check = {"check-user"_s, "bob"_s};
+        QTest::newRow("success") << check << QByteArray() << secret << "none"_ba;
+        QTest::newRow("misfit") << check << QByteArray() << "planted wrong secret"_s
+                                << "none"_ba;
         for (const char* fault :
              {"close-in-headers", "cut-body", "not-xml", "status=500", "wrong-host"})
             QTest::newRow(fault) << check << QByteArray() << secret << QByteArray(fault);
-        const QStringList reset = {text("reset-with-question"), text("alice"),
-                                   text("--password-fd"), text("0")};
+        const QStringList reset = {"reset-with-question"_s, "alice"_s, "--password-fd"_s, "0"_s};
         const QByteArray three = "planted-token\nplanted-password\nplanted-answer\n";
-        QTest::newRow("reset") << reset << three << secret << QByteArray("none");
-        QTest::newRow("reset, misfit")
-            << reset << three << text("planted wrong secret") << QByteArray("none");
-        QTest::newRow("reset, failure") << reset << three << secret << QByteArray("status=500");
-        QTest::newRow("reset, not enough")
-            << reset << QByteArray("planted-token\n") << secret << QByteArray("none");
+        QTest::newRow("reset") << reset << three << secret << "none"_ba;
+        QTest::newRow("reset, misfit") << reset << three << "planted wrong secret"_s
+                                       << "none"_ba;
+        QTest::newRow("reset, failure") << reset << three << secret << "status=500"_ba;
+        QTest::newRow("reset, not enough") << reset << "planted-token\n"_ba << secret << "none"_ba;
     }
 
     void noOutputHoldsWhatWasPlanted()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QByteArray, input);
-        QFETCH(QString, clientSecret);
-        QFETCH(QByteArray, fault);
-        mEmulator.admin("DELETE", text("/faults"));
+        const auto [arguments, input, clientSecret, fault] =
+            fetch<QStringList, QByteArray, QString, QByteArray>("arguments", "input",
+                                                                "clientSecret", "fault");
+        mEmulator.admin("DELETE", "/faults"_s);
         QVERIFY(mEmulator.orderFaults(fault));
-        mClient.set(text("KELACCOUNT_CONSUMER_SECRET"), clientSecret);
+        mClient.set("KELACCOUNT_CONSUMER_SECRET"_s, clientSecret);
         for (const char* style : {"--verbose", "--json"}) {
             const ClientRun run = mClient.run(QStringList{text(style)} + arguments, input);
             QVERIFY(run.status >= 0);
