@@ -24,6 +24,42 @@ void BoundProcess::setupChildProcess()
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
+QJsonObject ProgramRun::json() const
+{
+    return isOneLine(output) ? QJsonDocument::fromJson(output).object() : QJsonObject();
+}
+
+bool ProgramRun::isOneLine(const QByteArray& text)
+{
+    return text.size() > 1 && text.endsWith('\n') && text.count('\n') == 1;
+}
+
+QProcessEnvironment changedEnvironment(const EnvironmentChange& change)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (auto variable = change.cbegin(); variable != change.cend(); ++variable) {
+        if (variable.value().isEmpty())
+            environment.remove(variable.key());
+        else
+            environment.insert(variable.key(), variable.value());
+    }
+    return environment;
+}
+
+ProgramRun runProgram(const QString& program, const QStringList& arguments,
+                      const EnvironmentChange& environment, const QByteArray& input)
+{
+    BoundProcess process;
+    process.setProcessEnvironment(changedEnvironment(environment));
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    const bool ended =
+        process.waitForFinished(2 * patience) && process.exitStatus() == QProcess::NormalExit;
+    return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
+            process.readAllStandardError()};
+}
+
 AdminReply askAdministration(const QString& address, const char* method, const QString& path,
                              const QByteArray& body, const QByteArray& heading)
 {

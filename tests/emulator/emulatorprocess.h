@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QMap>
 #include <QProcess>
 #include <QString>
@@ -17,6 +18,26 @@ public:
 protected:
     void setupChildProcess() override;
 };
+
+/// What a program came to.
+struct ProgramRun
+{
+    int status = -1; ///< -1: it did not end in time, or crashed
+    QByteArray output;
+    QByteArray errors;
+
+    /// Standard output, when it is one line with one JSON object; empty otherwise.
+    QJsonObject json() const;
+    /// Exactly one line of text, and an end of line.
+    static bool isOneLine(const QByteArray& text);
+};
+
+/// Variables to be set; one that is empty is taken out.
+using EnvironmentChange = QMap<QString, QString>;
+QProcessEnvironment changedEnvironment(const EnvironmentChange& change);
+/// Runs a program to its end.
+ProgramRun runProgram(const QString& program, const QStringList& arguments,
+                      const EnvironmentChange& environment = {}, const QByteArray& input = {});
 
 /// What the administrative endpoint answers.
 struct AdminReply
@@ -38,6 +59,12 @@ public:
     ~EmulatorProcess();
 
     static QString program();
+    /// Any use of the program but "serve" that goes well.
+    static ProgramRun run(const QStringList& arguments, const EnvironmentChange& environment = {},
+                          const QByteArray& input = {})
+    {
+        return runProgram(program(), arguments, environment, input);
+    }
 
     /// Starts "serve" and reads the environment that it prints. False, with what it said in log().
     bool start(const QStringList& options = {});

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QFile>
 #include <QTest>
 
 #include <initializer_list>
@@ -34,14 +35,44 @@ inline void rowsNamed(const char* column, std::initializer_list<const char*> tex
         QTest::newRow(text) << QByteArray(text);
 }
 
-/// A row for each structure of a table, which has the row's name as its member `name`.
-template <class Table>
-void addRows(const Table& table)
+/// A row for each line of a file: its name, and a text for each column, parted by tabs. A line that
+/// begins with "#" tells of the others.
+inline void rowsOfFile(const char* path, std::initializer_list<const char*> columns)
+{
+    for (const char* column : columns)
+        QTest::addColumn<QByteArray>(column);
+    QFile file(QString::fromUtf8(path));
+    QVERIFY2(file.open(QIODevice::ReadOnly), path);
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray& line : lines) {
+        if (line.isEmpty() || line.startsWith('#'))
+            continue;
+        const QList<QByteArray> texts = line.split('\t');
+        QVERIFY2(texts.size() == int(columns.size()) + 1, line.constData());
+        QTestData& row = QTest::newRow(texts.first().constData());
+        for (const QByteArray& text : texts.mid(1))
+            row << text;
+    }
+}
+
+/// A row for each structure of a table, which has the row's name as its member `name`; or for those
+/// of them that are chosen.
+template <class Table, class Choose>
+void addRows(const Table& table, Choose isChosen)
 {
     QTest::addColumn<int>("row");
     int number = 0;
-    for (const auto& row : table)
-        QTest::newRow(row.name) << number++;
+    for (const auto& row : table) {
+        if (isChosen(row))
+            QTest::newRow(row.name) << number;
+        ++number;
+    }
+}
+
+template <class Table>
+void addRows(const Table& table)
+{
+    addRows(table, [](const auto&) { return true; });
 }
 
 /// In the test: the structure that it runs with.
