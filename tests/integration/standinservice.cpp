@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/standinservice.h"
 
-#include "rest/dispatchcases.h"
+#include "operations/answers.h"
 #include "rest/request/serviceaddress.h"
 #include "support/literals.h"
 
@@ -13,7 +13,7 @@ QString standInBase;
 
 QByteArray recorded(const char* name)
 {
-    return dispatchcases::body(name).toUtf8();
+    return wiredata::body(name).toUtf8();
 }
 
 QStringList lines(const char* first, const char* second = nullptr)
@@ -31,7 +31,7 @@ QVector<KelTest::ServedOperation> readingOperations()
          "availability/bob", recorded("usernameavailability/none"),
          lines("isUserIdAvailableResponse(0, true, [])")},
         {"retrieveCaptchaImage", [](KelAccounts& a) { a.retrieveCaptchaImage(120, 40); },
-         "captchas", dispatchcases::captchaReply().toUtf8(),
+         "captchas", operations::captchaReply().toUtf8(),
          lines("captchaImageResponse(0, picture 3x2)",
                "retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')")},
         {"retrieveSecurityQuestionList",

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "operationtable.h"
+#include "operations/values.h"
 #include "platform/fakemodem.h"
 
 /// Devices that requests are made on, each as the modem has it and as requests are to tell it. The
 /// hashes are those of coreutils' sha1sum.
 namespace devicesetup {
 
-using operationtable::Values;
+using operations::Values;
 
 inline void withoutModem(Values& v)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What a program without a QGuiApplication gets of a captcha; so it is a program of its own.
-#include "dispatchcases.h"
-#include "recordedanswers.h"
+#include "operations/answers.h"
+#include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "support/messagelog.h"
 
@@ -17,7 +17,7 @@ private Q_SLOTS:
     void aPictureIsNullAndTheReasonIsLogged()
     {
         const MessageLog log;
-        QCOMPARE(answerTo(dispatchcases::captchaReply()),
+        QCOMPARE(answerTo(operations::captchaReply()),
                  QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
                               QStringLiteral("status: 0"), QStringLiteral("captcha id: captcha-9"),
                               QStringLiteral("picture: 0 by 0")}));
@@ -29,8 +29,8 @@ private Q_SLOTS:
     void withoutAPictureThereIsNothingToLog_data()
     {
         QTest::addColumn<QString>("body");
-        QTest::newRow("no picture") << dispatchcases::body("captcha/no-picture");
-        QTest::newRow("server error") << dispatchcases::body("error/code-and-text");
+        QTest::newRow("no picture") << wiredata::body("captcha/no-picture");
+        QTest::newRow("server error") << wiredata::body("error/code-and-text");
         QTest::newRow("no document") << QString();
     }
 
@@ -51,7 +51,7 @@ private:
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
         HttpResponse response(QNetworkReply::NoError, body, QStringLiteral("the key"), 1);
-        processor.processResponseFromServer(4, &response);
+        processor.processResponseFromServer(RetrieveCaptchaImage, &response);
         return answers.lines();
     }
 };

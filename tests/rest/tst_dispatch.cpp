@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "dispatchcases.h"
-#include "recordedanswers.h"
+#include "operations/answers.h"
+#include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "support/messagelog.h"
 
@@ -9,7 +9,8 @@
 #include <QTest>
 
 using namespace KelRestHandler;
-using dispatchcases::Case;
+using operations::Case;
+using operations::Operation;
 
 namespace {
 
@@ -18,12 +19,12 @@ const auto unacceptable = QStringLiteral(
 
 HttpResponse responseOf(QNetworkReply::NetworkError error, const QString& text)
 {
-    return HttpResponse(error, text, dispatchcases::consumerKey, dispatchcases::requestId);
+    return HttpResponse(error, text, operations::consumerKey, operations::requestId);
 }
 
 QString captchaOf(const QString& imageType, const QString& imageData)
 {
-    return dispatchcases::declaration +
+    return operations::declaration +
            QStringLiteral("<captchaCreationResponse><captchaId>c-1</captchaId><imageType>%1"
                           "</imageType><imageData>%2</imageData></captchaCreationResponse>")
                .arg(imageType, imageData);
@@ -31,14 +32,22 @@ QString captchaOf(const QString& imageType, const QString& imageData)
 
 QString signInOf(const QString& authenticationInfo)
 {
-    return dispatchcases::head + dispatchcases::declaration +
+    return operations::head + operations::declaration +
            QStringLiteral("<tokenCreationResponse><tokenInfo><token>t</token>%1</tokenInfo>"
                           "</tokenCreationResponse>")
                .arg(authenticationInfo);
 }
 
 // The operations that no signal answers, and numbers of none.
-const QVector<int> rejectedTypes = {-1, 0, 16, 17, 18, 19, 23, 27, 1000};
+QVector<int> rejectedTypes()
+{
+    QVector<int> types = {-1, 0, operations::unknown, 1000};
+    for (const Operation& row : operations::all()) {
+        if (!row.isAnswered())
+            types.append(row.number);
+    }
+    return types;
+}
 
 } // namespace
 
@@ -52,21 +61,22 @@ private Q_SLOTS:
     void aReplyBecomesItsAnswer_data()
     {
         QTest::addColumn<int>("index");
-        const auto& cases = dispatchcases::all();
+        const auto& cases = operations::cases();
         for (int i = 0; i < cases.size(); ++i)
-            QTest::addRow("%d %s", cases.at(i).type, qPrintable(cases.at(i).name)) << i;
+            QTest::addRow("%d %s", cases.at(i).number, qPrintable(cases.at(i).name)) << i;
     }
 
     void aReplyBecomesItsAnswer()
     {
         QFETCH(int, index);
-        const Case& testCase = dispatchcases::all().at(index);
+        const Case& testCase = operations::cases().at(index);
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
         HttpResponse response = responseOf(testCase.error, testCase.text);
         const MessageLog log;
         const bool answered = !testCase.answer.isEmpty();
-        QCOMPARE(processor.processResponseFromServer(testCase.type, &response), answered ? 0 : -1);
+        QCOMPARE(processor.processResponseFromServer(testCase.number, &response),
+                 answered ? 0 : -1);
         QCOMPARE(answers.lines(), testCase.answer);
         QCOMPARE(log.all(), answered ? QStringList() : QStringList(unacceptable));
     }
@@ -74,7 +84,7 @@ private Q_SLOTS:
     void whatHasNoAnswerIsRejectedAloud_data()
     {
         QTest::addColumn<int>("type");
-        for (int type : rejectedTypes)
+        for (const int type : rejectedTypes())
             QTest::addRow("%d", type) << type;
     }
 
@@ -83,7 +93,7 @@ private Q_SLOTS:
         QFETCH(int, type);
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
-        HttpResponse response = responseOf(QNetworkReply::NoError, dispatchcases::head);
+        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
         const MessageLog log;
         QCOMPARE(processor.processResponseFromServer(type, &response), -1);
         QCOMPARE(answers.names(), QStringList());
@@ -98,68 +108,63 @@ private Q_SLOTS:
     void http422IsAboutNamesOnlyWhereNamesAreAskedFor()
     {
         // With suggestions in it: they mean something to operation 3 alone.
-        const QString text =
-            dispatchcases::head + dispatchcases::body("usernameavailability/suggestions");
-        for (const dispatchcases::Row& row : dispatchcases::rows()) {
-            if (!row.signal || row.type == 3)
+        const QString text = operations::head + wiredata::body("usernameavailability/suggestions");
+        for (const Operation& row : operations::all()) {
+            if (!row.isAnswered() || row.number == RetrieveUserNameAvailability)
                 continue;
             NetworkResponseProcessor processor(nullptr);
             const RecordedAnswers answers(processor);
             HttpResponse response = responseOf(QNetworkReply::UnknownContentError, text);
-            QCOMPARE(processor.processResponseFromServer(row.type, &response), 0);
-            QCOMPARE(answers.lines(), dispatchcases::answer(row, 422, row.nothing));
+            QCOMPARE(processor.processResponseFromServer(row.number, &response), 0);
+            QCOMPARE(answers.lines(), operations::answer(row, 422, row.nothing));
         }
     }
 
     void theReplyStaysTheCallers()
     {
         NetworkResponseProcessor processor(nullptr);
-        auto response = std::make_unique<HttpResponse>(QNetworkReply::NoError, dispatchcases::head,
-                                                       dispatchcases::consumerKey, 1);
+        auto response = std::make_unique<HttpResponse>(QNetworkReply::NoError, operations::head,
+                                                       operations::consumerKey, 1);
         const QPointer<HttpResponse> watched(response.get());
-        QCOMPARE(processor.processResponseFromServer(9, response.get()), 0);
+        QCOMPARE(processor.processResponseFromServer(DeleteToken, response.get()), 0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(watched);
-        QCOMPARE(processor.processResponseFromServer(9, response.get()), 0); // and serves again
+        QCOMPARE(processor.processResponseFromServer(DeleteToken, response.get()),
+                 0); // and serves again
     }
 
     void answersAreGivenBeforeProcessingReturns()
     {
         const MessageLog log; // of the operations without an answer
-        for (const dispatchcases::Row& row : dispatchcases::rows()) {
+        for (const Operation& row : operations::all()) {
             NetworkResponseProcessor processor(nullptr);
             const RecordedAnswers answers(processor);
             HttpResponse response = responseOf(QNetworkReply::NoError, QString());
-            processor.processResponseFromServer(row.type, &response);
+            processor.processResponseFromServer(row.number, &response);
             const QStringList names = answers.names();
             QTest::qWait(0);
             QCOMPARE(answers.names(), names);
-            QCOMPARE(names.size(), row.signal ? (row.type == 5 ? 2 : 1) : 0);
+            QCOMPARE(names, row.signalNames());
         }
     }
 
     void aReceiverMayDeleteTheProcessor_data()
     {
-        QTest::addColumn<int>("type");
-        for (const dispatchcases::Row& row : dispatchcases::rows()) {
-            if (row.signal)
-                QTest::addRow("%d", row.type) << row.type;
-        }
+        operations::rows([](const Operation& row) { return row.isAnswered(); });
     }
 
     void aReceiverMayDeleteTheProcessor()
     {
-        QFETCH(int, type);
+        QFETCH(int, number);
         auto* const processor = new NetworkResponseProcessor(nullptr);
         const RecordedAnswers answers(*processor);
         const QPointer<NetworkResponseProcessor> watched(processor);
         deleteOnAnswer(processor);
-        HttpResponse response = responseOf(QNetworkReply::NoError, dispatchcases::head);
-        QCOMPARE(processor->processResponseFromServer(type, &response), 0);
+        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
+        QCOMPARE(processor->processResponseFromServer(number, &response), 0);
         QVERIFY(!watched);
-        QCOMPARE(answers.names().size(), 1); // for a registration, too: the first of its two
-        if (type == 5)
-            QCOMPARE(answers.names().first(), QStringLiteral("registerAccountResponse"));
+        // Of a registration's two answers, too, it is the first.
+        QCOMPARE(answers.names(), operations::of(number).signalNames().mid(0, 1));
     }
 
     void signingInTellsTheTimeOfTheToken_data()
@@ -171,35 +176,36 @@ private Q_SLOTS:
                 .arg(QLatin1String(time));
         };
         QTest::newRow("a time") << info("2001-02-03T04:05:06.007Z") << "2001-02-03T04:05:06.007Z";
-        QTest::newRow("none") << QString() << dispatchcases::headTime;
-        QTest::newRow("an empty one") << info("") << dispatchcases::headTime;
-        QTest::newRow("no time") << info("yesterday") << dispatchcases::headTime;
-        QTest::newRow("no such day") << info("2001-02-30T04:05:06.007Z") << dispatchcases::headTime;
+        QTest::newRow("none") << QString() << operations::headTime;
+        QTest::newRow("an empty one") << info("") << operations::headTime;
+        QTest::newRow("no time") << info("yesterday") << operations::headTime;
+        QTest::newRow("no such day") << info("2001-02-30T04:05:06.007Z") << operations::headTime;
         QTest::newRow("the expiry is not it")
             << QStringLiteral(
                    "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>")
-            << dispatchcases::headTime;
+            << operations::headTime;
     }
 
     void signingInTellsTheTimeOfTheToken()
     {
         QFETCH(QString, authenticationInfo);
         const QString text = signInOf(authenticationInfo);
-        QTEST(serverTimeOf(1, text), "time");
+        QTEST(serverTimeOf(SignIn, text), "time");
         // so does registering, and refreshing does not
         QString registration = text;
         registration.replace(QLatin1String("tokenCreation"), QLatin1String("registration"));
-        QTEST(serverTimeOf(5, registration), "time");
+        QTEST(serverTimeOf(RegisterAccount, registration), "time");
         QString refresh = text;
         refresh.replace(QLatin1String("tokenCreation"), QLatin1String("tokenRefresh"));
-        QCOMPARE(serverTimeOf(2, refresh), dispatchcases::headTime);
+        QCOMPARE(serverTimeOf(RefreshToken, refresh), operations::headTime);
     }
 
     void theTokensTimeSetsNoClock()
     {
         auto* const clock = TimeStampManager::getTimeStampManager();
-        serverTimeOf(1, signInOf(QStringLiteral("<authenticationInfo><time>2001-02-03T04:05:06.007Z"
-                                                "</time></authenticationInfo>")));
+        serverTimeOf(SignIn,
+                     signInOf(QStringLiteral("<authenticationInfo><time>2001-02-03T04:05:06.007Z"
+                                             "</time></authenticationInfo>")));
         const QDateTime expected(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
         QVERIFY(qAbs(QDateTime::currentDateTimeUtc().secsTo(expected) -
                      clock->serverTimeDifference()) <= 1);
@@ -212,10 +218,9 @@ private Q_SLOTS:
         const auto bitmap = QStringLiteral(
             "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAAID/AID/AID/"
             "AAAAAID/AID/AID/AAAA");
-        QTest::newRow("PNG") << QStringLiteral("image/png") << dispatchcases::picture;
-        QTest::newRow("PNG by another name")
-            << QStringLiteral("image/gif") << dispatchcases::picture;
-        QTest::newRow("PNG without a name") << QString() << dispatchcases::picture;
+        QTest::newRow("PNG") << QStringLiteral("image/png") << operations::picture;
+        QTest::newRow("PNG by another name") << QStringLiteral("image/gif") << operations::picture;
+        QTest::newRow("PNG without a name") << QString() << operations::picture;
         QTest::newRow("BMP by the name of a PNG") << QStringLiteral("image/png") << bitmap;
     }
 
@@ -226,7 +231,7 @@ private Q_SLOTS:
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
         HttpResponse response = responseOf(QNetworkReply::NoError, captchaOf(imageType, imageData));
-        QCOMPARE(processor.processResponseFromServer(4, &response), 0);
+        QCOMPARE(processor.processResponseFromServer(RetrieveCaptchaImage, &response), 0);
         const QImage picture = answers.lastPicture.toImage();
         QCOMPARE(picture.size(), QSize(3, 2));
         for (int x = 0; x < 3; ++x) {
@@ -240,7 +245,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("imageData");
         QTest::newRow("nothing") << QString();
         QTest::newRow("text") << QStringLiteral("bm8gcGljdHVyZQ==");
-        QTest::newRow("a PNG's head") << dispatchcases::picture.left(40);
+        QTest::newRow("a PNG's head") << operations::picture.left(40);
         QTest::newRow("not Base64") << QStringLiteral("&lt;&gt;~~");
     }
 
@@ -251,7 +256,7 @@ private Q_SLOTS:
         const RecordedAnswers answers(processor);
         HttpResponse response =
             responseOf(QNetworkReply::NoError, captchaOf(QStringLiteral("image/png"), imageData));
-        QCOMPARE(processor.processResponseFromServer(4, &response), 0);
+        QCOMPARE(processor.processResponseFromServer(RetrieveCaptchaImage, &response), 0);
         QCOMPARE(answers.lines(),
                  QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
                               QStringLiteral("status: 0"), QStringLiteral("captcha id: c-1"),
@@ -263,14 +268,14 @@ private Q_SLOTS:
     {
         // One processor for all replies, backwards and forwards: no answer depends on another's.
         NetworkResponseProcessor processor(nullptr);
-        const auto& cases = dispatchcases::all();
+        const auto& cases = operations::cases();
         const MessageLog log;
         for (int i = 0; i < 2 * cases.size(); ++i) {
             const Case& testCase =
                 cases.at(i < cases.size() ? cases.size() - 1 - i : i - cases.size());
             const RecordedAnswers answers(processor);
             HttpResponse response = responseOf(testCase.error, testCase.text);
-            processor.processResponseFromServer(testCase.type, &response);
+            processor.processResponseFromServer(testCase.number, &response);
             QCOMPARE(answers.lines(), testCase.answer);
         }
     }

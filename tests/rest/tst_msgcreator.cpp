@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "requestbodies.h"
+#include "operations/bodies.h"
+#include "operations/wiredata.h"
+#include "rest/request/msgcreator.h"
 #include "support/messagelog.h"
-#include "wiredata.h"
 
 #include <QCryptographicHash>
 #include <QElapsedTimer>
@@ -11,7 +12,7 @@
 #include <QXmlStreamReader>
 
 using namespace KelRestHandler;
-using namespace requestbodies;
+using namespace operations;
 
 namespace {
 
@@ -48,7 +49,7 @@ private Q_SLOTS:
     void everyBodyIsTheWrittenOne_data()
     {
         QTest::addColumn<QString>("name");
-        for (const Body& body : bodies)
+        for (const Body& body : bodies())
             QTest::newRow(body.name) << QString::fromLatin1(body.name);
     }
 
@@ -57,7 +58,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         const MessageLog log; // what is logged has tests of its own
         const auto* const body =
-            std::find_if(std::begin(bodies), std::end(bodies),
+            std::find_if(bodies().begin(), bodies().end(),
                          [&](const Body& one) { return name == QLatin1String(one.name); });
         const QString xml = body->make();
 
@@ -75,7 +76,7 @@ private Q_SLOTS:
     void everyWrittenBodyIsChecked()
     {
         QStringList checked;
-        for (const Body& body : bodies)
+        for (const Body& body : bodies())
             checked.append(QString::fromLatin1(body.name));
         checked.sort();
         QCOMPARE(checked, wiredata::cases(QStringLiteral("request")));
@@ -229,7 +230,7 @@ private Q_SLOTS:
     void noOtherBodyIsLogged()
     {
         const MessageLog log;
-        for (const Body& body : bodies) {
+        for (const Body& body : bodies()) {
             const QString name = QString::fromLatin1(body.name);
             if (!name.endsWith(QLatin1String("/without-service-tag")) &&
                 name != QLatin1String("registration/nothing") &&

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/localeutils.h"
-#include "replyreaders.h"
+#include "operations/readers.h"
+#include "operations/table.h"
+#include "operations/wiredata.h"
+#include "rest/reply/msgparser.h"
 #include "rest/reply/replydocument.h"
-#include "wiredata.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -10,7 +12,6 @@
 #include <QTest>
 
 using namespace KelRestHandler;
-using replyreaders::readError;
 
 namespace {
 
@@ -84,14 +85,14 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         const QString operation = name.section(QLatin1Char('/'), 0, 0);
-        QVERIFY2(replyreaders::all().contains(operation), "no reader for this folder");
+        QVERIFY2(readers::all().contains(operation), "no reader for this folder");
 
         const Classified reply(wiredata::text(name + QLatin1String(".reply")));
         QVERIFY(reply.root.isElement());
         QCOMPARE(reply.info.statusCode,
                  operation == QLatin1String("error") ? markedAsError : undecided);
 
-        QString read = replyreaders::all()[operation](reply.root).join(QLatin1Char('\n'));
+        QString read = readers::all()[operation](reply.root).join(QLatin1Char('\n'));
         if (!read.isEmpty())
             read += QLatin1Char('\n');
         QCOMPARE(read, wiredata::text(name + QLatin1String(".expect")));
@@ -104,8 +105,7 @@ private Q_SLOTS:
         QSet<QString> operations;
         for (const QString& name : replies)
             operations.insert(name.section(QLatin1Char('/'), 0, 0));
-        for (auto reader = replyreaders::all().cbegin(); reader != replyreaders::all().cend();
-             ++reader)
+        for (auto reader = readers::all().cbegin(); reader != readers::all().cend(); ++reader)
             QVERIFY2(operations.contains(reader.key()), qPrintable(reader.key()));
     }
 
@@ -132,8 +132,7 @@ private Q_SLOTS:
         const QStringList beginnings = {
             QString(),  QStringLiteral("no"),  QStringLiteral("0"),
             anyCountry, QStringLiteral(", C"), QLatin1String(", ") + anyCountry};
-        for (auto reader = replyreaders::all().cbegin(); reader != replyreaders::all().cend();
-             ++reader) {
+        for (auto reader = readers::all().cbegin(); reader != readers::all().cend(); ++reader) {
             if (reader.key() == QLatin1String("error"))
                 continue;
             const QStringList lines = (*reader)(reply.root);
@@ -156,15 +155,8 @@ private Q_SLOTS:
     void everyResponseRootIsRecognised_data()
     {
         QTest::addColumn<QString>("root");
-        for (const char* root :
-             {"tokenCreationResponse", "tokenRefreshResponse", "captchaCreationResponse",
-              "userNameAvailabilityResponse", "registrationResponse", "profileQueryResponse",
-              "simplifiedPasswordQuestionResponse", "simplifiedChangePasswordResponse",
-              "securityQuestionsResponse", "profileUpdateResponse", "marketingConsentQueryResponse",
-              "contactsUpdateResponse", "serviceQueryResponse", "termsQueryResponse",
-              "guardianTokenCreationResponse", "consentQueryVariantResponse",
-              "autoDetectionResponse", "phoneActivationRegistrationResponse"})
-            QTest::newRow(root) << QString::fromLatin1(root);
+        for (const QString& root : operations::replyRoots())
+            QTest::newRow(qPrintable(root)) << root;
     }
 
     void everyResponseRootIsRecognised()
@@ -450,11 +442,11 @@ private Q_SLOTS:
         for (int i = 0; i < 100; ++i)
             MsgParser::processXml(*std::make_unique<RequestInfoData>(),
                                   wiredata::text(QStringLiteral("signin/everything.reply")));
-        QCOMPARE(replyreaders::readDownloadedProfile(root).constFirst(),
+        QCOMPARE(readers::readDownloadedProfile(root).constFirst(),
                  QStringLiteral("user name: somebody"));
         const QDomNode copy = root;
         root.clear();
-        QCOMPARE(replyreaders::readDownloadedProfile(copy).constLast(),
+        QCOMPARE(readers::readDownloadedProfile(copy).constLast(),
                  QStringLiteral("services: music, maps, mail"));
     }
 

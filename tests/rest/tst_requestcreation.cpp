@@ -2,7 +2,7 @@
 // What the request handler says when there is no memory for a request. The program replaces the
 // allocation that reports its failure instead of throwing; so it is a program of its own.
 #include "devicesetup.h"
-#include "sendoperations.h"
+#include "operations/operations.h"
 #include "signedrequests.h"
 #include "support/messagelog.h"
 #include "support/scriptedserver.h"
@@ -27,7 +27,7 @@ void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 }
 
 using namespace KelRestHandler;
-using sendoperations::SendOperation;
+using operations::Send;
 
 class TestRequestCreation : public QObject
 {
@@ -36,19 +36,13 @@ class TestRequestCreation : public QObject
 private Q_SLOTS:
     void cleanup() { outOfMemory = false; }
 
-    void withoutMemoryTheOperationSaysSoAndFails_data()
-    {
-        QTest::addColumn<int>("index");
-        const auto& rows = sendoperations::all();
-        for (int i = 0; i < rows.size(); ++i)
-            QTest::addRow("%d %s", rows.at(i).type, rows.at(i).name) << i;
-    }
+    void withoutMemoryTheOperationSaysSoAndFails_data() { operations::sendRows(); }
 
     void withoutMemoryTheOperationSaysSoAndFails()
     {
-        QFETCH(int, index);
-        const SendOperation& row = sendoperations::all().at(index);
-        sendoperations::Values values;
+        QFETCH(int, send);
+        const Send& row = operations::sends().at(send);
+        operations::Values values;
         devicesetup::withSim(values);
         RecordingProvider provider;
         ScriptedServer server;
@@ -58,7 +52,7 @@ private Q_SLOTS:
         OAuthRequest* request = untouched;
         const MessageLog log;
         outOfMemory = true;
-        const int result = row.send({handler, provider, values, server.base(), &request});
+        const int result = row.run({handler, provider, values, server.base(), &request});
         outOfMemory = false;
         QCOMPARE(result, -1);
         QCOMPARE(request, untouched);
@@ -70,14 +64,14 @@ private Q_SLOTS:
 
     void withoutAnOutParameterNotEvenMemoryIsAskedFor()
     {
-        sendoperations::Values values;
+        operations::Values values;
         RecordingProvider provider;
         RESTRequestHandler handler;
         const MessageLog log;
         outOfMemory = true;
-        for (const SendOperation& row : sendoperations::all()) {
+        for (const Send& row : operations::sends()) {
             if (row.handsOut)
-                QCOMPARE(row.send({handler, provider, values, QString(), nullptr}), -1);
+                QCOMPARE(row.run({handler, provider, values, QString(), nullptr}), -1);
         }
         outOfMemory = false;
         QCOMPARE(log.all(), QStringList());

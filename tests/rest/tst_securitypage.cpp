@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Holds what docs/security.md says that leaves the device against what does.
-#include "operationtable.h"
+#include "operations/bodies.h"
+#include "operations/operations.h"
 #include "platform/fakemodem.h"
 #include "rest/request/clientidentification.h"
 #include "rest/transport/networkhandler.h"
@@ -89,7 +90,7 @@ private Q_SLOTS:
 void TestSecurityPage::theDocumentsSayWhatThePageSays()
 {
     Names written;
-    for (const requestbodies::Body& body : requestbodies::bodies) {
+    for (const operations::Body& body : operations::bodies()) {
         const QString text = body.make();
         // No document, no row.
         if (text.isEmpty())
@@ -109,10 +110,8 @@ void TestSecurityPage::theDocumentsSayWhatThePageSays()
 void TestSecurityPage::thePageHasEveryDocument()
 {
     QStringList documented;
-    static const QRegularExpression operation(QStringLiteral("^\\| *\\d"));
-    const QStringList lines = pageText("operations.md").split(QLatin1Char('\n')).filter(operation);
-    for (const QString& line : lines)
-        documented += codeIn(line.split(QLatin1Char('|')).value(5));
+    for (const operations::Facts& facts : operations::table)
+        documented += operations::formsOf(facts.body);
     documented.removeDuplicates();
     QStringList onThePage;
     const auto rows = tableBehind("### In the documents");
@@ -136,13 +135,13 @@ void TestSecurityPage::theHeadersOnTheWireAreThePages()
     signer.token = QStringLiteral("token-77");
     NetworkHandler handler(nullptr);
     std::vector<std::unique_ptr<OAuthRequest>> requests;
-    for (const operationtable::Operation& row : operationtable::all()) {
-        requests.push_back(row.make({row.type, signer, server.base()}, operationtable::Values()));
+    for (const operations::Operation& row : operations::all()) {
+        requests.push_back(row.make(signer, server.base(), operations::Values()));
         QCOMPARE(handler.sendNetWorkRequest(requests.back().get(),
-                                            static_cast<NetRequestType>(row.type)),
+                                            static_cast<NetRequestType>(row.number)),
                  0);
     }
-    QTRY_COMPARE(server.requests().size(), operationtable::all().size());
+    QTRY_COMPARE(server.requests().size(), operations::all().size());
 
     QStringList sent;
     for (const WireRequest& request : server.requests()) {

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Counts requests on the wire when the service ends the connection instead of answering.
 #include "devicesetup.h"
-#include "recordedanswers.h"
+#include "operations/operations.h"
+#include "operations/recordedanswers.h"
+#include "rest/operations/retrieveemailidavailabilityrequest.h"
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/serviceconnections.h"
-#include "sendoperations.h"
 #include "signedrequests.h"
 #include "support/messagelog.h"
 #include "support/scriptedserver.h"
@@ -19,7 +20,7 @@
 #include <QThread>
 
 using namespace KelRestHandler;
-using sendoperations::SendOperation;
+using operations::Send;
 
 namespace {
 
@@ -147,13 +148,13 @@ private Q_SLOTS:
         QTest::addColumn<bool>("tunnelled");
         QTest::addColumn<bool>("kept");
         QSet<int> types;
-        for (int i = 0; i < sendoperations::all().size(); ++i) {
-            const SendOperation& row = sendoperations::all().at(i);
-            types.insert(row.type);
+        for (int i = 0; i < operations::sends().size(); ++i) {
+            const Send& row = operations::sends().at(i);
+            types.insert(row.number);
             for (const bool tunnelled : {false, true}) {
                 for (const bool kept : {false, true}) {
-                    QTest::addRow("%s, %s, %s", row.name, tunnelled ? "tunnelled" : "plain",
-                                  kept ? "kept" : "fresh")
+                    QTest::addRow("%s, %s, %s", qPrintable(row.name()),
+                                  tunnelled ? "tunnelled" : "plain", kept ? "kept" : "fresh")
                         << i << tunnelled << kept;
                 }
             }
@@ -166,7 +167,7 @@ private Q_SLOTS:
         QFETCH(int, index);
         QFETCH(bool, tunnelled);
         QFETCH(bool, kept);
-        const SendOperation& row = sendoperations::all().at(index);
+        const Send& row = operations::sends().at(index);
         Service service(tunnelled);
         RESTRequestHandler handler;
         QVERIFY(!kept || prepareConnection(handler, service));
@@ -175,7 +176,7 @@ private Q_SLOTS:
         const RecordedAnswers answers(handler);
         const MessageLog log;
         OAuthRequest* request = nullptr;
-        QCOMPARE(row.send({handler, mProvider, mValues, service.base(), &request}), 0);
+        QCOMPARE(row.run({handler, mProvider, mValues, service.base(), &request}), 0);
         const std::unique_ptr<OAuthRequest> owner(request);
         // The five without a signal are at an end when their reply was rejected.
         QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty() || log.hasCritical(silentOperation),
@@ -400,7 +401,7 @@ private Q_SLOTS:
         for (int i = 0; i < count; ++i) {
             QCOMPARE(handler.sendisEmailAddAvailableRequest(
                          mProvider, mValues.emailAddress, mValues.serviceTag,
-                         operationtable::consumerKey, service.base()),
+                         operations::consumerKey, service.base()),
                      0);
         }
         QTRY_COMPARE_WITH_TIMEOUT(service.server.requests().size(),
@@ -430,7 +431,7 @@ private Q_SLOTS:
             for (int i = 0; i < count; ++i) {
                 handler->sendOwnedRequest(std::make_unique<RetrieveEmailIdAvailabilityRequest>(
                                               mProvider, mValues.emailAddress, mValues.serviceTag,
-                                              operationtable::consumerKey, service.base(),
+                                              operations::consumerKey, service.base(),
                                               RetrieveEmailIdAvailability),
                                           RetrieveEmailIdAvailability);
             }
@@ -452,7 +453,7 @@ private Q_SLOTS:
             for (int i = 0; i < 3 * ServiceConnections::maximumManagers; ++i) {
                 QCOMPARE(handler.sendisEmailAddAvailableRequest(
                              mProvider, mValues.emailAddress, mValues.serviceTag,
-                             operationtable::consumerKey, service.base()),
+                             operations::consumerKey, service.base()),
                          0);
             }
             QTRY_COMPARE_WITH_TIMEOUT(service.server.requests().size(),
@@ -473,9 +474,8 @@ private:
     {
         QSignalSpy spy(&handler, &RESTRequestHandler::emailIdAvailabilityResponse);
         for (int i = 0; i < count; ++i) {
-            handler.sendisEmailAddAvailableRequest(mProvider, mValues.emailAddress,
-                                                   mValues.serviceTag, operationtable::consumerKey,
-                                                   base);
+            handler.sendisEmailAddAvailableRequest(
+                mProvider, mValues.emailAddress, mValues.serviceTag, operations::consumerKey, base);
         }
         if (!QTest::qWaitFor([&] { return spy.count() == count; }, patience))
             return false;
@@ -487,8 +487,8 @@ private:
     {
         QSignalSpy spy(&handler, &RESTRequestHandler::userNameAvailabilityResponse);
         OAuthRequest* request = nullptr;
-        if (handler.sendisUserIdAvailRequest(mProvider, mValues.userName,
-                                             operationtable::consumerKey, base, &request) != 0)
+        if (handler.sendisUserIdAvailRequest(mProvider, mValues.userName, operations::consumerKey,
+                                             base, &request) != 0)
             return -1;
         const std::unique_ptr<OAuthRequest> owner(request);
         if (!spy.wait(patience) || spy.count() != 1)
@@ -500,7 +500,7 @@ private:
     {
         QSignalSpy spy(&handler, &RESTRequestHandler::emailIdAvailabilityResponse);
         if (handler.sendisEmailAddAvailableRequest(mProvider, mValues.emailAddress,
-                                                   mValues.serviceTag, operationtable::consumerKey,
+                                                   mValues.serviceTag, operations::consumerKey,
                                                    base) != 0)
             return -1;
         return spy.wait(patience) && spy.count() == 1 ? spy.first().at(0).toInt() : -2;
@@ -513,7 +513,7 @@ private:
     }
 
     RecordingProvider mProvider;
-    operationtable::Values mValues;
+    operations::Values mValues;
 };
 
 QTEST_GUILESS_MAIN(TestSentOnce)

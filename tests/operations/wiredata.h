@@ -24,6 +24,24 @@ inline QString text(const QString& name)
     return QString::fromUtf8(file.readAll());
 }
 
+/// The lines of a record that a reply carries.
+inline QStringList expected(const char* name)
+{
+    QStringList lines =
+        text(QLatin1String(name) + QLatin1String(".expect")).split(QLatin1Char('\n'));
+    lines.removeLast(); // behind the last line's end
+    return lines;
+}
+
+/// The body of a reply: a case, or the text itself.
+inline QString body(const char* nameOrText)
+{
+    const QString given = QString::fromUtf8(nameOrText);
+    return given.isEmpty() || given.startsWith(QLatin1Char('<'))
+               ? given
+               : text(given + QLatin1String(".reply"));
+}
+
 /// "operation/case" of every file with this suffix, sorted.
 inline QStringList cases(const QString& suffix)
 {

@@ -1,35 +1,29 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#pragma once
+#include "operations/readers.h"
 
 #include "rest/reply/msgparser.h"
 
 #include <kelaccount/errorstatus.h>
 
-#include <QMap>
+namespace readers {
 
-/// Says what a parse function reads out of a response element, one field per line; the form of the
-/// .expect files in data/.
-namespace replyreaders {
-
-using namespace KelRestHandler;
-
-inline QString line(const char* field, const QString& value)
+QString line(const char* field, const QString& value)
 {
     return QLatin1String(field) + QLatin1Char(':') +
            (value.isEmpty() ? QString() : QLatin1Char(' ') + value);
 }
 
-inline QString yesNo(bool value)
+QString yesNo(bool value)
 {
     return value ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
-inline QString timeText(const QDateTime& time)
+QString timeText(const QDateTime& time)
 {
     return time.isValid() ? time.toString(Qt::ISODateWithMs) : QString();
 }
 
-inline QStringList tokenLines(const TokenInfoData& token)
+QStringList tokenLines(const TokenInfoData& token)
 {
     return {line("token", token.token),
             line("token secret", token.tokenSecret),
@@ -39,21 +33,21 @@ inline QStringList tokenLines(const TokenInfoData& token)
             line("time", timeText(token.time))};
 }
 
-inline QStringList accountLines(const AccountInfoFields& account)
+QStringList accountLines(const AccountInfoFields& account)
 {
     return {line("account id", account.accountId), line("mobile", account.mobile),
             line("e-mail", account.email), line("e-mail verified", yesNo(account.emailVerified)),
             line("mobile verified", yesNo(account.mobileVerified))};
 }
 
-inline QStringList termsLines(const TermsInfoData& terms)
+QStringList termsLines(const TermsInfoData& terms)
 {
     return {line("terms present", yesNo(terms.present)), line("terms", yesNo(terms.hasAcceptedTos)),
             line("privacy policy", yesNo(terms.hasAcceptedPrivacyPolicy)),
             line("service terms", yesNo(terms.hasAcceptedServiceSpecificTos))};
 }
 
-inline QStringList readToken(const QDomNode& node)
+QStringList readToken(const QDomNode& node)
 {
     QString userName;
     TokenInfoData token;
@@ -64,7 +58,7 @@ inline QStringList readToken(const QDomNode& node)
            termsLines(terms);
 }
 
-inline QStringList readRegistration(const QDomNode& node)
+QStringList readRegistration(const QDomNode& node)
 {
     QString userName;
     TokenInfoData token;
@@ -73,7 +67,7 @@ inline QStringList readRegistration(const QDomNode& node)
     return QStringList(line("user name", userName)) + tokenLines(token) + accountLines(account);
 }
 
-inline QStringList profileLines(const QString& userName, const ProfileInfoData& profile)
+QStringList profileLines(const QString& userName, const ProfileInfoData& profile)
 {
     return QStringList{line("user name", userName), line("record's user name", profile.userName)} +
            accountLines(profile.account) +
@@ -93,7 +87,7 @@ inline QStringList profileLines(const QString& userName, const ProfileInfoData& 
            };
 }
 
-inline QStringList readDownloadedProfile(const QDomNode& node)
+QStringList readDownloadedProfile(const QDomNode& node)
 {
     QString userName;
     ProfileInfoData profile;
@@ -101,7 +95,7 @@ inline QStringList readDownloadedProfile(const QDomNode& node)
     return profileLines(userName, profile);
 }
 
-inline QStringList readUpdatedProfile(const QDomNode& node)
+QStringList readUpdatedProfile(const QDomNode& node)
 {
     QString userName;
     ProfileInfoData profile;
@@ -109,7 +103,7 @@ inline QStringList readUpdatedProfile(const QDomNode& node)
     return profileLines(userName, profile);
 }
 
-inline QStringList readCaptcha(const QDomNode& node)
+QStringList readCaptcha(const QDomNode& node)
 {
     QString captchaId;
     QString imageType;
@@ -119,7 +113,7 @@ inline QStringList readCaptcha(const QDomNode& node)
             line("image", QString::fromLatin1(image.toHex()))};
 }
 
-inline QStringList questionsLines(const QVariantMap& questions)
+QStringList questionsLines(const QVariantMap& questions)
 {
     QStringList lines;
     for (auto question = questions.cbegin(); question != questions.cend(); ++question)
@@ -127,35 +121,15 @@ inline QStringList questionsLines(const QVariantMap& questions)
     return lines;
 }
 
-inline QStringList readQuestions(const QDomNode& node)
-{
-    QVariantMap questions;
-    MsgParser::parseSecurityQuestionsResponse(questions, node);
-    return questionsLines(questions);
-}
-
-inline QStringList questionLines(const SecurityQuestionData& question)
+QStringList questionLines(const SecurityQuestionData& question)
 {
     return {line("user name", question.username), line("question id", question.passwordQuestionId),
             line("question", question.passwordQuestionText)};
 }
 
-inline QStringList readQuestionOfUser(const QDomNode& node)
+QStringList serviceLines(const QVariantMap& given)
 {
-    SecurityQuestionData question;
-    MsgParser::parseSecurityQuestionResponse(question, node);
-    return questionLines(question);
-}
-
-inline QStringList readSuggestions(const QDomNode& node)
-{
-    QStringList suggestions;
-    MsgParser::parseUserNameSuggestionsResponseNode(suggestions, node);
-    return suggestions;
-}
-
-inline QStringList serviceLines(QVariantMap service)
-{
+    QVariantMap service = given;
     const QVariantMap extensions = service.take(QStringLiteral("extensions")).toMap();
     for (auto extension = extensions.cbegin(); extension != extensions.cend(); ++extension)
         service.insert(QLatin1String("extensions/") + extension.key(), *extension);
@@ -167,73 +141,71 @@ inline QStringList serviceLines(QVariantMap service)
     return lines;
 }
 
-inline QStringList readServiceQuery(const QDomNode& node)
-{
-    QVariantMap service;
-    MsgParser::parseServiceQueryResponse(service, node);
-    return serviceLines(service);
-}
-
-inline QStringList readTerms(const QDomNode& node)
-{
-    TermsInfoData terms;
-    MsgParser::parseTermsInfoNode(terms, node);
-    return termsLines(terms);
-}
-
-inline QStringList readGuardianToken(const QDomNode& node)
-{
-    QString token;
-    MsgParser::parseGuardianTokenResponse(token, node);
-    return {line("token", token)};
-}
-
-inline QStringList readMarketingConsent(const QDomNode& node)
-{
-    MarketingConsentInfo consent;
-    MsgParser::parseMarketingConsentResponse(consent, node);
-    return {line("e-mail", yesNo(consent.email)), line("mobile", yesNo(consent.mobile))};
-}
-
-inline QStringList readConsentVariant(const QDomNode& node)
-{
-    ConsentQueryVariant variant{};
-    MsgParser::parseConsentQueryVariantResponseNode(variant, node);
-    return {line("variant", QString::number(variant))};
-}
-
-inline QStringList preAccountLines(const PreAccountInfo& account)
+QStringList preAccountLines(const PreAccountInfo& account)
 {
     return {line("pre-account id", account.preAccountId), line("user name", account.username),
             line("mobile", account.mobile),
             line("country", QLocale::countryToString(account.country))};
 }
 
-inline QStringList readPreAccount(const QDomNode& node)
+QStringList answerTermsLines(const TermsAcceptanceData& terms)
 {
-    PreAccountInfo account;
-    MsgParser::parseDetectPreAccount(account, node);
-    return preAccountLines(account);
+    return {line("terms", yesNo(terms.hasAcceptedTos)),
+            line("service terms", yesNo(terms.hasAcceptedServiceSpecificTos)),
+            line("privacy policy", yesNo(terms.hasAcceptedPrivacyPolicy))};
 }
 
-inline QStringList readContacts(const QDomNode& node)
+QStringList variantLines(const ConsentQueryVariant& variant)
 {
-    ContactsInfo contacts;
-    MsgParser::parseContactInfoUpdateResponse(contacts, node);
+    return {line("variant", QString::number(variant))};
+}
+
+QStringList captchaLines(const QString& captchaId, const QSize& picture)
+{
+    const QString size = QStringLiteral("%1 by %2").arg(picture.width()).arg(picture.height());
+    return {line("captcha id", captchaId), line("picture", size)};
+}
+
+static QStringList suggestionLines(const QStringList& suggestions)
+{
+    return suggestions;
+}
+
+static QStringList guardianLines(const QString& token)
+{
+    return {line("token", token)};
+}
+
+static QStringList consentLines(const MarketingConsentInfo& consent)
+{
+    return {line("e-mail", yesNo(consent.email)), line("mobile", yesNo(consent.mobile))};
+}
+
+static QStringList contactsLines(const ContactsInfo& contacts)
+{
     QStringList lines;
     const auto add = [&](const char* kind, const QList<Contact>& list) {
-        for (const Contact& contact : list) {
-            lines.append(line(
-                kind, QStringLiteral("%1, preferred %2, verified %3")
-                          .arg(contact.value, yesNo(contact.preferred), yesNo(contact.verified))));
-        }
+        const auto format = QStringLiteral("%1, preferred %2, verified %3");
+        for (const Contact& contact : list)
+            lines.append(line(kind, format.arg(contact.value, yesNo(contact.preferred),
+                                               yesNo(contact.verified))));
     };
     add("mobile", contacts.mobileContacts);
     add("e-mail", contacts.emailContacts);
     return lines;
 }
 
-inline QStringList readError(const QDomNode& node)
+/// For what is read into one record.
+template <class Record, void (*parse)(Record&, const QDomNode&),
+          QStringList (*lines)(const Record&)>
+QStringList read(const QDomNode& node)
+{
+    Record record{};
+    parse(record, node);
+    return lines(record);
+}
+
+QStringList readError(const QDomNode& node)
 {
     RequestInfoData info;
     info.statusCode = KelAccount::ErrorUndefined;
@@ -242,29 +214,40 @@ inline QStringList readError(const QDomNode& node)
 }
 
 /// By the operation's folder in data/.
-inline const QMap<QString, QStringList (*)(const QDomNode&)>& all()
+const QMap<QString, QStringList (*)(const QDomNode&)>& all()
 {
+    using P = MsgParser;
     static const QMap<QString, QStringList (*)(const QDomNode&)> readers = {
         {QStringLiteral("captcha"), readCaptcha},
-        {QStringLiteral("consentvariant"), readConsentVariant},
-        {QStringLiteral("contactsupdate"), readContacts},
+        {QStringLiteral("consentvariant"),
+         read<ConsentQueryVariant, &P::parseConsentQueryVariantResponseNode, &variantLines>},
+        {QStringLiteral("contactsupdate"),
+         read<ContactsInfo, &P::parseContactInfoUpdateResponse, &contactsLines>},
         {QStringLiteral("error"), readError},
-        {QStringLiteral("guardiantoken"), readGuardianToken},
-        {QStringLiteral("marketingconsent"), readMarketingConsent},
+        {QStringLiteral("guardiantoken"),
+         read<QString, &P::parseGuardianTokenResponse, &guardianLines>},
+        {QStringLiteral("marketingconsent"),
+         read<MarketingConsentInfo, &P::parseMarketingConsentResponse, &consentLines>},
         {QStringLiteral("phoneactivation"), readRegistration},
-        {QStringLiteral("preaccount"), readPreAccount},
+        {QStringLiteral("preaccount"),
+         read<PreAccountInfo, &P::parseDetectPreAccount, &preAccountLines>},
         {QStringLiteral("profiledownload"), readDownloadedProfile},
         {QStringLiteral("registration"), readRegistration},
-        {QStringLiteral("securityquestion"), readQuestionOfUser},
-        {QStringLiteral("securityquestions"), readQuestions},
+        {QStringLiteral("securityquestion"),
+         read<SecurityQuestionData, &P::parseSecurityQuestionResponse, &questionLines>},
+        {QStringLiteral("securityquestions"),
+         read<QVariantMap, &P::parseSecurityQuestionsResponse, &questionsLines>},
         {QStringLiteral("signin"), readToken},
-        {QStringLiteral("termsacceptance"), readTerms},
-        {QStringLiteral("termsurls"), readServiceQuery},
+        {QStringLiteral("termsacceptance"),
+         read<TermsInfoData, &P::parseTermsInfoNode, &termsLines>},
+        {QStringLiteral("termsurls"),
+         read<QVariantMap, &P::parseServiceQueryResponse, &serviceLines>},
         {QStringLiteral("tokenrefresh"), readToken},
-        {QStringLiteral("usernameavailability"), readSuggestions},
+        {QStringLiteral("usernameavailability"),
+         read<QStringList, &P::parseUserNameSuggestionsResponseNode, &suggestionLines>},
         {QStringLiteral("usernameupdate"), readUpdatedProfile},
     };
     return readers;
 }
 
-} // namespace replyreaders
+} // namespace readers
