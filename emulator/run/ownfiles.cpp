@@ -18,6 +18,13 @@ std::string findBeside(const std::string& relativePath)
     return fs::exists(file, failed) ? file.string() : std::string();
 }
 
+std::string findBuiltOrInstalled(const char* builtFolder, const char* installedFolder,
+                                 const std::string& name)
+{
+    const std::string built = findBeside(std::string(builtFolder) + '/' + name);
+    return built.empty() ? findBeside(std::string(installedFolder) + '/' + name) : built;
+}
+
 } // namespace
 
 std::string findProgramBeside(const std::string& name)
@@ -27,19 +34,18 @@ std::string findProgramBeside(const std::string& name)
 
 std::string findModule(const std::string& name)
 {
-    const std::string built = findBeside(KELACCOUNT_MODULES_BUILT + ('/' + name));
-    return built.empty() ? findBeside(KELACCOUNT_MODULES_INSTALLED + ('/' + name)) : built;
+    return findBuiltOrInstalled(KELACCOUNT_MODULES_BUILT, KELACCOUNT_MODULES_INSTALLED, name);
 }
 
 std::string findSignonPlugin(const std::string& name)
 {
-    const std::string built = findBeside(KELACCOUNT_MODULES_BUILT + ('/' + name));
-    return built.empty() ? findBeside(KELACCOUNT_SIGNON_PLUGINS_INSTALLED + ('/' + name)) : built;
+    return findBuiltOrInstalled(KELACCOUNT_MODULES_BUILT, KELACCOUNT_SIGNON_PLUGINS_INSTALLED,
+                                name);
 }
 
 std::string findSharedFile(const std::string& path)
 {
-    return findBeside(KELACCOUNT_DATA_FOLDER + ('/' + path));
+    return findBuiltOrInstalled(KELACCOUNT_DATA_BUILT, KELACCOUNT_DATA_INSTALLED, path);
 }
 
 } // namespace KelEmulator

@@ -41,9 +41,9 @@ for program in "$work/cmake/is-user-free" "$work/by-pkg-config"; do
     [ "$output" = "ZorKeLDefs::ErrorInitializationPending" ] || { echo "got: $output"; exit 1; }
 done
 [ -e "$libdir/libaccounts-kel.so.1" ] || { echo "no libaccounts-kel.so.1"; exit 1; }
-[ -e "$libdir/libaccounts-kel/picture.so" ] || { echo "no picture module"; exit 1; }
+[ -e "$libdir/libaccounts-kel-1/picture.so" ] || { echo "no picture module"; exit 1; }
 for language in en de fr fi; do
-    [ -s "$libdir/libaccounts-kel/statustext_$language.qm" ] || { echo "no texts in $language"; exit 1; }
+    [ -s "$libdir/libaccounts-kel-1/statustext_$language.qm" ] || { echo "no texts in $language"; exit 1; }
 done
 
 "$work/every-signal"

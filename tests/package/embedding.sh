@@ -38,7 +38,7 @@ done
 export CCACHE_NOHASHDIR=1
 cmake --build "$work/subdirectory-OFF/build" >"$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
 library=$(find "$work/subdirectory-OFF/build" -name libaccounts-kel.so)
-[ -e "$(dirname "$library")/libaccounts-kel/picture.so" ] ||
+[ -e "$(dirname "$library")/libaccounts-kel-1/picture.so" ] ||
     { echo "the modules do not lie beside $library"; exit 1; }
 output=$("$work/subdirectory-OFF/build/embedded")
 [ "$output" = "ZorKeLDefs::ErrorTimeout" ] || { echo "got: $output"; exit 1; }

@@ -57,14 +57,14 @@ private Q_SLOTS:
         QFETCH(QString, variable);
         const QString folder = mFolder->filePath("planted"_s);
         QVERIFY(plantModules(folder));
-        QVERIFY(plantModules(folder + "/libaccounts-kel"_s));
+        QVERIFY(plantModules(folder + "/" KELACCOUNT_MODULE_FOLDER ""_s));
         QMap<QString, QString> variables;
         if (!variable.isEmpty())
-            variables.insert(variable, folder + "/libaccounts-kel:"_s + folder);
+            variables.insert(variable, folder + "/" KELACCOUNT_MODULE_FOLDER ":"_s + folder);
         const Outcome outcome = run(folder, variables);
         QCOMPARE(outcome.status, 0);
-        QCOMPARE(outcome.modules,
-                 modulesIn(QFileInfo(text(KELACCOUNT_LIBRARY)).path() + "/libaccounts-kel"_s));
+        QCOMPARE(outcome.modules, modulesIn(QFileInfo(text(KELACCOUNT_LIBRARY)).path() +
+                                            "/" KELACCOUNT_MODULE_FOLDER ""_s));
     }
 
     // The library itself is found by a relative path, as an application's own settings may have it;
@@ -72,18 +72,18 @@ private Q_SLOTS:
     void theCurrentFolderHasNoSay()
     {
         const QString good = mFolder->filePath("good"_s);
-        const QString goodModules = good + "/lib/libaccounts-kel"_s;
+        const QString goodModules = good + "/lib/" KELACCOUNT_MODULE_FOLDER ""_s;
         QVERIFY(copyLibrary(good + "/lib"_s));
         QVERIFY(QDir().mkpath(goodModules));
-        const QByteArrayList built =
-            modulesIn(QFileInfo(text(KELACCOUNT_LIBRARY)).path() + "/libaccounts-kel"_s);
+        const QByteArrayList built = modulesIn(QFileInfo(text(KELACCOUNT_LIBRARY)).path() +
+                                               "/" KELACCOUNT_MODULE_FOLDER ""_s);
         for (const QByteArray& module : built)
             QVERIFY(QFile::copy(QFile::decodeName(module),
                                 goodModules + QLatin1Char('/') +
                                     QFileInfo(QFile::decodeName(module)).fileName()));
         const QString planted = mFolder->filePath("planted"_s);
         QVERIFY(copyLibrary(planted + "/lib"_s));
-        QVERIFY(plantModules(planted + "/lib/libaccounts-kel"_s));
+        QVERIFY(plantModules(planted + "/lib/" KELACCOUNT_MODULE_FOLDER ""_s));
 
         const Outcome outcome = run(good, {{"LD_LIBRARY_PATH"_s, "lib"_s}}, {planted});
         QCOMPARE(outcome.status, 0);
