@@ -82,6 +82,7 @@ int RESTRequestHandler::sendHandedOut(const char* creationFailure, NetRequestTyp
     auto request = makeRequest<Request>(creationFailure, type, provider, arguments...);
     if (!request || mNetworkHandler->sendNetWorkRequest(request.get(), type) != 0)
         return -1;
+    mLastRequestId = request->getRequestId();
     *out = request.release();
     return 0;
 }
@@ -91,7 +92,13 @@ int RESTRequestHandler::sendOwned(const char* creationFailure, NetRequestType ty
                                   ISignatureProvider& provider, const Arguments&... arguments)
 {
     auto request = makeRequest<Request>(creationFailure, type, provider, arguments...);
-    return request ? mNetworkHandler->sendOwnedRequest(std::move(request), type) : -1;
+    if (!request)
+        return -1;
+    const int id = request->getRequestId();
+    if (mNetworkHandler->sendOwnedRequest(std::move(request), type) != 0)
+        return -1;
+    mLastRequestId = id;
+    return 0;
 }
 
 RESTRequestHandler::RESTRequestHandler(QObject* parent)
@@ -102,6 +109,21 @@ RESTRequestHandler::RESTRequestHandler(QObject* parent)
 }
 
 RESTRequestHandler::~RESTRequestHandler() = default;
+
+int RESTRequestHandler::lastRequestId() const
+{
+    return mLastRequestId;
+}
+
+const AnsweredRequest& RESTRequestHandler::answering() const
+{
+    return mNetworkHandler->answering();
+}
+
+void RESTRequestHandler::abandon(int requestId)
+{
+    mNetworkHandler->abandon(requestId);
+}
 
 bool RESTRequestHandler::event(QEvent* event)
 {

@@ -6,6 +6,7 @@
 #include "rest/records/plainrecords.h"
 #include "rest/records/profileinfo.h"
 #include "rest/records/registrationinfodata.h"
+#include "rest/reply/answerdetails.h"
 #include "rest/reply/servicesignals.h"
 #include "rest/request/isignatureprovider.h"
 #include "rest/request/netrequesttype.h"
@@ -173,6 +174,16 @@ public:
     /// Sends the same request again. Its retry count is the caller's business.
     int resendRequest(OAuthRequest* request);
 
+    /// The identifier of the request that a send operation sent last; -1 before the first.
+    int lastRequestId() const;
+
+    /// The request that is being answered, for receivers of a signal.
+    const AnsweredRequest& answering() const;
+
+    /// No signal follows for this request any more. What has not left does not leave; a reply that
+    /// is awaited is aborted.
+    void abandon(int requestId);
+
 protected:
     bool event(QEvent* event) override;
 
@@ -185,6 +196,7 @@ private:
                   const Arguments&... arguments);
 
     std::unique_ptr<NetworkHandler> mNetworkHandler;
+    int mLastRequestId = -1;
 };
 
 } // namespace KelRestHandler

@@ -13,7 +13,8 @@ HttpResponse::HttpResponse(QNetworkReply::NetworkError error, QString const& dat
 HttpResponse::HttpResponse(HttpResponse const& other)
     : QObject(other.parent()), mData(other.mData), mErrorCode(other.mErrorCode),
       mConsumerKey(other.mConsumerKey), mServerTime(other.mServerTime),
-      mRequestId(other.mRequestId), mClock(other.mClock), mServer(other.mServer)
+      mRequestId(other.mRequestId), mClock(other.mClock), mServer(other.mServer),
+      mRetryAfter(other.mRetryAfter)
 {
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QNetworkReply>
 #include <QObject>
@@ -37,6 +38,10 @@ public:
     /// Nobody vouches for the reply: it came without TLS, or from in front of it.
     void setClockOfNobody() { mClock = Clock::Nobodys; }
 
+    /// The "Retry-After:" of a service that asks to be left alone for a while; else empty.
+    QByteArray retryAfter() const { return mRetryAfter; }
+    void setRetryAfter(const QByteArray& value) { mRetryAfter = value; }
+
 private:
     QString mData;
     QNetworkReply::NetworkError mErrorCode;
@@ -45,6 +50,7 @@ private:
     qint32 mRequestId;
     Clock mClock = Clock::Anybodys;
     QString mServer;
+    QByteArray mRetryAfter;
 };
 
 } // namespace KelRestHandler

@@ -4,13 +4,17 @@
 #include "common/logging.h"
 #include "rest/reply/msgparser.h"
 #include "rest/reply/replydocument.h"
+#include "rest/reply/retryafter.h"
 #include "rest/request/netrequesttype.h"
 #include "rest/request/wiretime.h"
 
 #include <kelaccount/errorstatus.h>
 
+#include <QPointer>
+
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 using namespace KelAccount;
 
@@ -79,8 +83,23 @@ int NetworkResponseProcessor::processResponseFromServer(int requestType, HttpRes
                    "NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning");
         return -1;
     }
+    AnsweredRequest answering{response->getRequestId(), {}};
+    answering.details.retryAfterSeconds = secondsToWait(*response);
+    AnsweredRequest* const outer = std::exchange(mAnswering, &answering);
+    const QPointer<NetworkResponseProcessor> alive(this);
     (this->*process)(response);
+    if (alive)
+        mAnswering = outer;
     return 0;
+}
+
+int NetworkResponseProcessor::secondsToWait(const HttpResponse& response) const
+{
+    if (response.retryAfter().isEmpty())
+        return -1;
+    const QDateTime now = response.getServerTime();
+    return retryAfterSeconds(response.retryAfter(),
+                             now.isValid() ? now : mTimeStampManager->currentServerTime());
 }
 
 int NetworkResponseProcessor::convertNetworkErrorCodeToEnablerErrorCode(
@@ -194,6 +213,7 @@ NetworkResponseProcessor::Outcome NetworkResponseProcessor::decide(HttpResponse*
     Outcome outcome;
     outcome.info.statusCode = ErrorMax;
     checkForErrorResponses(response, outcome.document, outcome.info);
+    mAnswering->details.status = outcome.info.statusCode;
     return outcome;
 }
 

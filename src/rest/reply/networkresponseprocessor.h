@@ -2,6 +2,7 @@
 #pragma once
 
 #include "rest/records/plainrecords.h"
+#include "rest/reply/answerdetails.h"
 #include "rest/reply/httpresponse.h"
 #include "rest/reply/servicesignals.h"
 #include "rest/request/timestampmanager.h"
@@ -25,6 +26,9 @@ public:
     /// or a null reply. The reply stays the caller's.
     int processResponseFromServer(int requestType, HttpResponse* response);
 
+    /// The request that is being answered, for receivers of a signal.
+    const AnsweredRequest& answering() const { return *mAnswering; }
+
     /// Status for a transport error; ErrorUndefined for one that has none.
     static int convertNetworkErrorCodeToEnablerErrorCode(QNetworkReply::NetworkError error);
 
@@ -43,11 +47,11 @@ private:
                                       QDomNode& responseElement);
     static int updateResponseWithBasicData(HttpResponse* response, RESTResponseBase& base,
                                            const RequestInfoData& info);
-    static Outcome decide(HttpResponse* response);
-    static RESTResponseBase statusOf(HttpResponse* response);
+    Outcome decide(HttpResponse* response);
+    RESTResponseBase statusOf(HttpResponse* response);
     /// The operation's structure, filled by `parse` only when the status is 0.
     template <class Answer, class Parse>
-    static Answer read(HttpResponse* response, Parse parse);
+    Answer read(HttpResponse* response, Parse parse);
     static void takeTimeOfSignIn(HttpResponse* response, const TokenInfoData& token);
 
     void processSignInResponse(HttpResponse* response);
@@ -76,7 +80,13 @@ private:
     using Processor = void (NetworkResponseProcessor::*)(HttpResponse*);
     static Processor processorFor(int requestType);
 
+    int secondsToWait(const HttpResponse& response) const;
+
     TimeStampManager* mTimeStampManager;
+    AnsweredRequest mNobody;
+    // On the stack, and a member only while it is there: a receiver may run an event loop, in which
+    // the next reply is processed.
+    AnsweredRequest* mAnswering = &mNobody;
 };
 
 } // namespace KelRestHandler

@@ -56,6 +56,7 @@ void NetworkResponseProcessor::processUsernameAvailabilityResponse(HttpResponse*
         if (!answer.suggestions.isEmpty())
             outcome.info.statusCode = ErrorNone;
     }
+    mAnswering->details.status = outcome.info.statusCode;
     updateResponseWithBasicData(response, answer, outcome.info);
     Q_EMIT userNameAvailabilityResponse(answer);
 }
@@ -64,13 +65,13 @@ void NetworkResponseProcessor::processRetrieveCaptchaResponse(HttpResponse* resp
 {
     const Outcome outcome = decide(response);
     QString captchaId;
-    QString imageType; // the data itself says what it is
-    QByteArray imageData;
+    AnswerDetails& details = mAnswering->details;
     if (outcome.info.statusCode == ErrorNone) {
-        MsgParser::parseCaptchaCreationResponse(captchaId, imageType, imageData, outcome.document);
+        MsgParser::parseCaptchaCreationResponse(captchaId, details.pictureFormat, details.picture,
+                                                outcome.document);
     }
     // The status is always 0: receivers tell a failure by the null picture.
-    withCaptchaPicture(imageData, [this, &captchaId](const QPixmap& picture) {
+    withCaptchaPicture(details.picture, [this, &captchaId](const QPixmap& picture) {
         Q_EMIT retrieveCaptchaImageResponse(ErrorNone, picture, captchaId);
     });
 }

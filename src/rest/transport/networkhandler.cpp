@@ -87,6 +87,14 @@ QString replyText(QNetworkReply* reply)
     return text + QLatin1String("\r\n") + QString::fromUtf8(reply->readAll());
 }
 
+bool asksToWait(const QNetworkReply& reply)
+{
+    constexpr int tooManyRequests = 429;
+    constexpr int unavailable = 503;
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return status == tooManyRequests || status == unavailable;
+}
+
 } // namespace
 
 NetworkHandler::NetworkHandler(QObject* parent)
@@ -205,6 +213,23 @@ void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
                                              request->consumerKey(), request->requestId()));
 }
 
+void NetworkHandler::abandon(int requestId)
+{
+    const auto waiting = std::find_if(mWaiting.begin(), mWaiting.end(), [&](const auto& request) {
+        return request->requestId() == requestId;
+    });
+    if (waiting != mWaiting.end()) {
+        mWaiting.erase(waiting);
+        return;
+    }
+    QNetworkReply* const reply = mConnections.replyTo(requestId);
+    if (!reply)
+        return;
+    reply->setProperty(ReplyProperty::abandoned, true);
+    reply->abort();
+    reply->deleteLater();
+}
+
 // A time-out ends its reply, too: the reply may be deleted before the queued call comes.
 void NetworkHandler::queueFinished(QNetworkReply* reply)
 {
@@ -219,7 +244,8 @@ void NetworkHandler::onFinished(QNetworkReply* reply)
 {
     // A reply without the mark was not sent from here; one that timed out has been answered.
     const QVariant timedOut = reply->property(ReplyProperty::timedOut);
-    if (!timedOut.isValid() || timedOut.toInt() != 0)
+    if (!timedOut.isValid() || timedOut.toInt() != 0 ||
+        reply->property(ReplyProperty::abandoned).toBool())
         return;
     if (wasRefused(*reply)) {
         process(reply, transportErrorOf(*reply), QString());
@@ -257,6 +283,8 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
         response->setClockOf(TimeStampManager::serverOf(reply->url()));
     else
         response->setClockOfNobody();
+    if (asksToWait(*reply))
+        response->setRetryAfter(reply->rawHeader("Retry-After"));
     reply->deleteLater();
     answer(type.toInt(), response);
 }

@@ -39,6 +39,13 @@ public:
     /// processed and deleted with it, or at once when it cannot be sent.
     int sendOwnedRequest(std::unique_ptr<HttpRequest> request, NetRequestType type);
 
+    /// No answer follows to this request any more. What has not left does not leave; a reply that
+    /// is awaited is aborted.
+    void abandon(int requestId);
+
+    /// The request that is being answered, for receivers of a signal.
+    const AnsweredRequest& answering() const { return mProcessor.answering(); }
+
 protected:
     /// Where requests leave. Tests of the case that the network library makes no reply replace it.
     virtual QNetworkReply* post(const QNetworkRequest& request, const QByteArray& body);

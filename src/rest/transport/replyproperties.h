@@ -10,4 +10,6 @@ constexpr char timedOut[] = "timeoutRequest";
 constexpr char oversized[] = "oversizedReply";
 /// The server's certificate is not for the host that was asked.
 constexpr char wrongServer[] = "wrongServer";
+/// Nobody waits for the answer any more.
+constexpr char abandoned[] = "abandonedRequest";
 } // namespace KelRestHandler::ReplyProperty

@@ -2,6 +2,7 @@
 #include "rest/transport/serviceconnections.h"
 
 #include "rest/transport/onetimebody.h"
+#include "rest/transport/replyproperties.h"
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -98,6 +99,20 @@ ServiceConnections::Line* ServiceConnections::lineForPost()
     Line& line = makeLine(manager.get());
     line.owned = std::move(manager);
     return &line;
+}
+
+QNetworkReply* ServiceConnections::replyTo(int requestId) const
+{
+    for (const auto& line : mLines) {
+        const auto replies =
+            line->manager->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly);
+        for (QNetworkReply* const reply : replies) {
+            const QVariant id = reply->property(ReplyProperty::requestId);
+            if (id.isValid() && id.toInt() == requestId)
+                return reply;
+        }
+    }
+    return nullptr;
 }
 
 // A manager with a reply is kept: the reply may still have to be read.

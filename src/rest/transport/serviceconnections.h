@@ -47,6 +47,9 @@ public:
     /// Null when none can be.
     QNetworkReply* post(const QNetworkRequest& request, const QByteArray& body);
 
+    /// The reply of that request that has not been deleted yet, or null.
+    QNetworkReply* replyTo(int requestId) const;
+
     /// Changes the limit for posts from now on, for tests.
     static void setIdleMilliseconds(int milliseconds);
 

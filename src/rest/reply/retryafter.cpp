@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "rest/reply/retryafter.h"
+
+#include "rest/request/wiretime.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <limits>
+
+namespace KelRestHandler {
+
+namespace {
+
+constexpr qint64 longest = std::numeric_limits<int>::max();
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+} // namespace
+
+int retryAfterSeconds(const QByteArray& value, const QDateTime& now)
+{
+    const QByteArray text = value.trimmed();
+    if (text.isEmpty())
+        return -1;
+    if (std::all_of(text.begin(), text.end(), &isDigit)) {
+        bool fits = false;
+        const qlonglong seconds = text.toLongLong(&fits);
+        return static_cast<int>(fits ? std::min<qint64>(seconds, longest) : longest);
+    }
+    if (!text.endsWith(" GMT"))
+        return -1;
+    const QDateTime until = headerTimeOnWire(QString::fromLatin1(text).chopped(4));
+    if (!until.isValid() || !now.isValid())
+        return -1;
+    return static_cast<int>(qBound<qint64>(0, now.secsTo(until), longest));
+}
+
+} // namespace KelRestHandler
