@@ -23,7 +23,7 @@ constexpr int retryMs = 50;
 
 bool holdsAccounts(State state)
 {
-    return state == State::Reserving || state == State::Creating;
+    return state == State::Reserving || state == State::Creating || state == State::CreatingInVain;
 }
 
 } // namespace
@@ -50,12 +50,14 @@ void AccountSetUp::begin(Kind kind, const QString& name, const QString& password
     mName = name;
     mPassword = password;
     mWantsAccount = wantsAccount;
+    // Where nothing has failed, it is only taken back because it was withdrawn.
+    mStatus = ErrorOperationCanceled;
     handle(Event::Begun);
 }
 
 void AccountSetUp::stored(quint32 credentialsId)
 {
-    if (mState == State::Storing)
+    if (mState == State::Storing || mState == State::StoringInVain)
         mCredentialsId = credentialsId;
     handle(Event::Stored);
 }
@@ -132,6 +134,9 @@ void AccountSetUp::perform(Action action, Event event, int status)
         logTakingBack(event);
         takeBack(status);
         return;
+    case Action::TakeAllBack:
+        takeAllBack();
+        return;
     case Action::Answer:
         reply(mStatus);
         return;
@@ -202,10 +207,16 @@ void AccountSetUp::logTakingBack(Event event) const
 
 void AccountSetUp::takeBack(int status)
 {
-    mStatus = status;
+    if (status != ErrorNone)
+        mStatus = status;
     // The next session is not to be opened on what is being removed. An application may end with
     // the answer, so that comes last.
     mSteps->takeBack(std::exchange(mCredentialsId, 0), [this] { handle(Event::TakenBack); });
+}
+
+void AccountSetUp::takeAllBack()
+{
+    mSteps->takeAllBack(std::exchange(mCredentialsId, 0), [this] { handle(Event::TakenBack); });
 }
 
 void AccountSetUp::reply(int status, const QVariantMap& values, bool later)

@@ -38,6 +38,8 @@ public:
     /// Closes the session and removes the credentials; then calls `next`. Without a `next`, when
     /// the whole library goes, that is done behind its back.
     virtual void takeBack(quint32 credentialsId, const std::function<void()>& next) = 0;
+    /// The same, and the device account of these credentials.
+    virtual void takeAllBack(quint32 credentialsId, const std::function<void()>& next) = 0;
     /// Anything may happen in it. `later`: from the event loop.
     virtual void answer(int kind, int status, const QVariantMap& result, bool later) = 0;
 };
@@ -89,6 +91,7 @@ private:
     void create();
     void complete();
     void takeBack(int status);
+    void takeAllBack();
     void announce();
     void reply(int status, const QVariantMap& result = {}, bool later = false);
     QVariantMap result() const;
@@ -101,7 +104,7 @@ private:
     SecretText mPassword; // no longer than until the store is asked
     quint32 mCredentialsId = 0;
     SignOn::SessionData mAnswer; // of the plugin
-    int mStatus = 0;             // the answer to come
+    int mStatus = 0;             // the answer to come when it is not a success
     AccountsLock mAccounts;
     QTimer mReservationGuard;
     QTimer mRetry;

@@ -8,6 +8,8 @@
 #include "rest/request/serviceaddress.h"
 #include "signon/kelauthsessioninterface.h"
 
+#include <QPointer>
+
 #include <new>
 
 using namespace KelRestHandler;
@@ -81,12 +83,13 @@ void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& c
                                     int server, const QString& zorService,
                                     const QVariantMap& /*connectionDetail*/)
 {
+    const Call call = newCall(ResponseInitialize);
     if (mInitialized) {
-        deferError(ResponseInitialize, ErrorInvalidRequest);
+        deferError(call, ErrorInvalidRequest);
         return;
     }
     if (consumerKey.isEmpty() || consumerSecret.isEmpty()) {
-        deferError(ResponseInitialize, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
         return;
     }
     mConsumerKey = consumerKey;
@@ -95,13 +98,16 @@ void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& c
     mZorService = zorService;
     mServerUrl = serverBaseAddress(server);
     mInitialized = 1;
-    Q_EMIT initializeResponse(ErrorNone);
+    const QPointer<KelAccountsPrivate> alive(this);
+    answer(call.id, {}, [this] { Q_EMIT initializeResponse(ErrorNone); });
+    if (alive)
+        mLastCall = call.id;
 }
 
 void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*second*/,
                                     int /*third*/)
 {
-    deferError(ResponseInitialize, ErrorInvalidRequest);
+    deferError(newCall(ResponseInitialize), ErrorInvalidRequest);
 }
 
 bool KelAccountsPrivate::isCaptchaRequired()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "account/callid.h"
 #include "common/wipe.h"
 #include "device/obcmgrwrapper.h"
 #include "rest/records/registrationinfodata.h"
@@ -19,8 +20,10 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <functional>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 
 class QPixmap;
 
@@ -41,6 +44,8 @@ class RegistrationInfo;
 ///
 /// A refusal is never answered from inside the call: it is posted to the event loop, so that the
 /// caller gets every answer the same way.
+///
+/// Each call of an operation has an identity, which its answer can be asked for.
 class KelAccountsPrivate : public QObject, public KelRestHandler::ISignatureProvider
 {
     Q_OBJECT
@@ -104,6 +109,23 @@ public:
     void userIdUpdate(const QString& userId);
     void ensureTokenAvailable(unsigned int credentialsId);
     void close();
+
+    /// The call that was made last through one of the operations above, refused ones included. An
+    /// operation sets it when it is entered, and when it returns: it may have run the event loop,
+    /// and others in it.
+    CallId lastCall() const { return mLastCall; }
+    /// What lastCall() will be within the next call.
+    CallId nextCall() const { return mCallsMade + 1; }
+
+    /// While an answer's signals are being emitted: which call they answer; 0 otherwise.
+    CallId answeredCall() const { return mAnswering ? mAnswering->call : 0; }
+    /// The same moment: what is known of the answer besides.
+    const AnswerDetails& answerDetails() const;
+
+    /// The call gets no answer any more. What has not gone out does not go out; what has is aborted
+    /// or cancelled, and a set-up is taken back whole. A call that has been answered, or was never
+    /// made, is none.
+    void abandon(CallId call);
 
     bool isCaptchaRequired();
     bool isKeLAccountConfigured();
@@ -178,7 +200,7 @@ private Q_SLOTS:
     void processCredentialStoringStatusUpdate(bool stored, quint32 credentialId);
     void processAccountStoringStatusUpdate(bool stored);
 
-    void getCountryCode();
+    void getCountryCode(KelAccount::CallId call);
 
 private:
     class Steps;
@@ -190,24 +212,59 @@ private:
     void connectSession();
     void createSetUp();
 
-    void deferError(ResponseType type, ErrorStatus error);
+    /// A call and the answer that it gets when it is refused.
+    struct Call
+    {
+        ResponseType type;
+        CallId id;
+    };
+    /// An answer that is being emitted, and the ones in whose slots that happens.
+    struct Answering
+    {
+        CallId call;
+        AnswerDetails details;
+        Answering* outer;
+        bool isAbandoned = false;
+    };
+    /// A request under way and, when it was handed out, the request itself.
+    struct Request
+    {
+        CallId call;
+        std::unique_ptr<KelRestHandler::OAuthRequest> handedOut;
+    };
+
+    CallId newCall();
+    Call newCall(ResponseType type) { return {type, newCall()}; }
+    bool isAwaited(CallId call) const { return mUnanswered.count(call) != 0; }
+    /// Calls `emitSignals`, unless the call was abandoned. 0 is an answer that no call is known of.
+    /// This object may be gone when it returns.
+    void answer(CallId call, AnswerDetails details, const std::function<void()>& emitSignals);
+    /// The same for an answer of the REST layer, or of the session, whose status is all to be told.
+    void answerRequest(int requestId, int status, const std::function<void()>& emitSignals);
+    void answerRequest(int status, const std::function<void()>& emitSignals);
+    void answerSession(int status, const std::function<void()>& emitSignals);
+
+    void deferError(Call call, ErrorStatus error);
     void sendStatusResponse(ResponseType type, ErrorStatus status);
     /// Posts the refusal of a call with bad arguments, or before initialize(); false without one.
-    bool isRefused(ResponseType type, bool argumentsAreGood);
-    /// Posts the answer of a request that could not be sent, after a line that names it.
-    void checkSent(int result, ResponseType type, const char* failure);
-    void keep(KelRestHandler::OAuthRequest* request);
+    bool isRefused(Call call, bool argumentsAreGood);
+    /// Notes the request that was sent, or posts the answer of one that could not be, after a line
+    /// that names it.
+    void noteSent(int result, Call call, const char* failure,
+                  KelRestHandler::OAuthRequest* handedOut = nullptr);
+    CallId takeRequest(int requestId);
 
     /// The same for a call that needs the session: also while a set-up is under way.
-    bool isSessionRefused(ResponseType type);
-    /// False, with the refusal posted, when no session can be had, or when this object came to its
-    /// end while waiting for one: then nothing of it may be used.
-    bool openSession(ResponseType type);
-    bool openSession(ResponseType type, quint32 credentialsId);
+    bool isSessionRefused(Call call);
+    /// False, with the refusal posted, when no session can be had, when the call was abandoned
+    /// while it waited for one, or when this object came to its end in that: then nothing of it may
+    /// be used.
+    bool openSession(Call call);
+    bool openSession(Call call, quint32 credentialsId);
     /// The same without posting anything; 0 stands for the device account's credentials.
     bool createSession(quint32 credentialsId);
 
-    bool isSetUpRefused(ResponseType type, bool argumentsAreGood);
+    bool isSetUpRefused(Call call, bool argumentsAreGood);
     // Steps of the set-up, which AccountSetUp takes.
     void signIn();
     void registerAccount();
@@ -232,8 +289,12 @@ private:
     AccountSetUp* mSetUp = nullptr;                             // a child of this object
     int mInitialized = 0;
 
-    // Requests under way that were handed out, by identifier.
-    std::unordered_map<int, std::unique_ptr<KelRestHandler::OAuthRequest>> mRequests;
+    CallId mCallsMade = 0;
+    CallId mLastCall = 0;
+    std::unordered_set<CallId> mUnanswered;     // and not abandoned
+    CallId mSetUpCall = 0;                      // of the set-up under way, or of the last
+    std::unordered_map<int, Request> mRequests; // under way, by identifier
+    Answering* mAnswering = nullptr;            // on the stack
 };
 
 } // namespace KelAccount

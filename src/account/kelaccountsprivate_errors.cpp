@@ -7,10 +7,14 @@
 
 namespace KelAccount {
 
-void KelAccountsPrivate::deferError(ResponseType type, ErrorStatus error)
+void KelAccountsPrivate::deferError(Call call, ErrorStatus error)
 {
-    QMetaObject::invokeMethod(
-        this, [this, type, error] { sendErrorResponse(type, error); }, Qt::QueuedConnection);
+    const auto send = [this, call, error] {
+        AnswerDetails details;
+        details.status = error;
+        answer(call.id, details, [this, call, error] { sendErrorResponse(call.type, error); });
+    };
+    QMetaObject::invokeMethod(this, send, Qt::QueuedConnection);
 }
 
 void KelAccountsPrivate::sendErrorResponse(ResponseType type, int error)

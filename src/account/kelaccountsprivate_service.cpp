@@ -33,121 +33,125 @@ bool isGivenLanguage(const QString& language)
 
 } // namespace
 
-bool KelAccountsPrivate::isRefused(ResponseType type, bool argumentsAreGood)
+bool KelAccountsPrivate::isRefused(Call call, bool argumentsAreGood)
 {
     if (!argumentsAreGood)
-        deferError(type, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
     else if (!mInitialized)
-        deferError(type, ErrorInitializationPending);
+        deferError(call, ErrorInitializationPending);
     return !argumentsAreGood || !mInitialized;
 }
 
-void KelAccountsPrivate::checkSent(int result, ResponseType type, const char* failure)
+void KelAccountsPrivate::noteSent(int result, Call call, const char* failure,
+                                  OAuthRequest* handedOut)
 {
-    if (result == 0)
+    if (result == 0) {
+        Request request{call.id, std::unique_ptr<OAuthRequest>(handedOut)};
+        mRequests.emplace(mRestHandler.lastRequestId(), std::move(request));
         return;
+    }
     qCCritical(logAccount, "%s", failure);
-    deferError(type, ErrorUnabletoSendRequest);
-}
-
-void KelAccountsPrivate::keep(OAuthRequest* request)
-{
-    if (request)
-        mRequests.emplace(request->getRequestId(), request);
+    deferError(call, ErrorUnabletoSendRequest);
 }
 
 void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
 {
-    if (isRefused(ResponseIsUserIdAvailable, isGiven(userId)))
+    const Call call = newCall(ResponseIsUserIdAvailable);
+    if (isRefused(call, isGiven(userId)))
         return;
     OAuthRequest* request = nullptr;
     const int result =
         mRestHandler.sendisUserIdAvailRequest(*this, userId, mConsumerKey, mServerUrl, &request);
-    keep(request);
-    checkSent(result, ResponseIsUserIdAvailable, "Failed to send isUserIdAvailable request");
+    noteSent(result, call, "Failed to send isUserIdAvailable request", request);
 }
 
 void KelAccountsPrivate::retrieveCaptchaImage(int width, int height)
 {
-    if (isRefused(ResponseCaptchaImage, true))
+    const Call call = newCall(ResponseCaptchaImage);
+    if (isRefused(call, true))
         return;
-    checkSent(mRestHandler.sendRetrieveCaptchaImageRequest(*this, width, height, mConsumerKey,
-                                                           mServerUrl),
-              ResponseCaptchaImage, "Failed to send retrieveCaptchaImage request");
+    noteSent(mRestHandler.sendRetrieveCaptchaImageRequest(*this, width, height, mConsumerKey,
+                                                          mServerUrl),
+             call, "Failed to send retrieveCaptchaImage request");
 }
 
 void KelAccountsPrivate::retrieveSecurityQuestionList(const QString& language)
 {
-    if (isRefused(ResponseSecurityQuestionList, true))
+    const Call call = newCall(ResponseSecurityQuestionList);
+    if (isRefused(call, true))
         return;
     // The operation checks no argument: what is no language is a request that cannot be sent.
     const bool sendable = isWholeInQuery(language);
-    checkSent(sendable ? mRestHandler.sendRetrieveSecQueListRequest(*this, language, mConsumerKey,
-                                                                    mServerUrl)
-                       : -1,
-              ResponseSecurityQuestionList, "Failed to send retrieveSecurityQuestionList");
+    noteSent(sendable ? mRestHandler.sendRetrieveSecQueListRequest(*this, language, mConsumerKey,
+                                                                   mServerUrl)
+                      : -1,
+             call, "Failed to send retrieveSecurityQuestionList");
 }
 
 void KelAccountsPrivate::detectPreAccount()
 {
-    if (isRefused(ResponseDetectPreAccount, true))
+    const Call call = newCall(ResponseDetectPreAccount);
+    if (isRefused(call, true))
         return;
-    checkSent(mRestHandler.senddetectPreAccountRequest(*this, mConsumerKey, mServerUrl),
-              ResponseDetectPreAccount, "Failed to send detectPreAccount request");
+    noteSent(mRestHandler.senddetectPreAccountRequest(*this, mConsumerKey, mServerUrl), call,
+             "Failed to send detectPreAccount request");
 }
 
 void KelAccountsPrivate::retrieveTermsOfService(const QString& serviceId, const QString& language,
                                                 const QString& country, int format)
 {
     const bool complete = isGiven(serviceId) && isWholeInQuery(language) && isWholeInQuery(country);
-    if (isRefused(ResponseTermsOfService, complete))
+    const Call call = newCall(ResponseTermsOfService);
+    if (isRefused(call, complete))
         return;
-    checkSent(mRestHandler.sendretrieveTOSRequest(*this, serviceId, language, country,
-                                                  format ? TermsFormatHtml : TermsFormatText,
-                                                  mConsumerKey, mServerUrl),
-              ResponseTermsOfService, "Failed to send retrieveTermsOfService Request");
+    noteSent(mRestHandler.sendretrieveTOSRequest(*this, serviceId, language, country,
+                                                 format ? TermsFormatHtml : TermsFormatText,
+                                                 mConsumerKey, mServerUrl),
+             call, "Failed to send retrieveTermsOfService Request");
 }
 
 void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
 {
-    if (isRefused(ResponseIsEmailIdAvailable, !email.isEmpty()))
+    const Call call = newCall(ResponseIsEmailIdAvailable);
+    if (isRefused(call, !email.isEmpty()))
         return;
     serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::emailAvailabilityCheck);
-    checkSent(mRestHandler.sendisEmailAddAvailableRequest(*this, email, mServiceTag, mConsumerKey,
-                                                          mServerUrl),
-              ResponseIsEmailIdAvailable, "Failed to send isEmailIdAvailable Request");
+    noteSent(mRestHandler.sendisEmailAddAvailableRequest(*this, email, mServiceTag, mConsumerKey,
+                                                         mServerUrl),
+             call, "Failed to send isEmailIdAvailable Request");
 }
 
 void KelAccountsPrivate::queryMarketingVariant()
 {
-    if (isRefused(ResponseMarketingVariant, true))
+    const Call call = newCall(ResponseMarketingVariant);
+    if (isRefused(call, true))
         return;
-    checkSent(mRestHandler.sendQueryMarketingRequest(*this, mConsumerKey, mServerUrl),
-              ResponseMarketingVariant, "Failed to send queryMarketingVariant Request");
+    noteSent(mRestHandler.sendQueryMarketingRequest(*this, mConsumerKey, mServerUrl), call,
+             "Failed to send queryMarketingVariant Request");
 }
 
 void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QString& captchaText,
                                               bool sendMessage, const QString& messageBody)
 {
-    if (isRefused(ResponseRequestPasswordReset, true))
+    const Call call = newCall(ResponseRequestPasswordReset);
+    if (isRefused(call, true))
         return;
     serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::passwordRecovery);
-    checkSent(mRestHandler.sendresetPasswordRequest(*this, userId, mCaptchaId, captchaText,
-                                                    sendMessage, messageBody, mServiceTag,
-                                                    mConsumerKey, mServerUrl),
-              ResponseRequestPasswordReset, "Failed to send requestPasswordReset Request");
+    noteSent(mRestHandler.sendresetPasswordRequest(*this, userId, mCaptchaId, captchaText,
+                                                   sendMessage, messageBody, mServiceTag,
+                                                   mConsumerKey, mServerUrl),
+             call, "Failed to send requestPasswordReset Request");
 }
 
 void KelAccountsPrivate::retrievePasswordResetSecQuestion(const QString& userId,
                                                           const QString& language)
 {
-    if (isRefused(ResponseRetrievePasswordResetSecQuestion,
-                  isGiven(userId) && isGivenLanguage(language)))
+    const Call call = newCall(ResponseRetrievePasswordResetSecQuestion);
+    if (isRefused(call, isGiven(userId) && isGivenLanguage(language)))
         return;
-    checkSent(mRestHandler.sendRetrieveSecurityQuestionRequest(*this, userId, language,
-                                                               mConsumerKey, mServerUrl),
-              ResponseRetrievePasswordResetSecQuestion,
-              "Failed to send retrievePasswordResetSecQuestion");
+    noteSent(mRestHandler.sendRetrieveSecurityQuestionRequest(*this, userId, language, mConsumerKey,
+                                                              mServerUrl),
+             call, "Failed to send retrievePasswordResetSecQuestion");
 }
 
 void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userId,
@@ -158,64 +162,78 @@ void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userI
 {
     const bool complete = isGiven(userId) && !securityToken.isEmpty() && !newPassword.isEmpty() &&
                           !securityAnswer.isEmpty() && isGivenLanguage(language);
-    if (isRefused(ResponseResetPasswordUsingSecurityQuestion, complete))
+    const Call call = newCall(ResponseResetPasswordUsingSecurityQuestion);
+    if (isRefused(call, complete))
         return;
-    checkSent(mRestHandler.sendResetPasswordRequest(*this, userId, securityToken, newPassword,
-                                                    securityAnswer, language, mConsumerKey,
-                                                    mServerUrl),
-              ResponseResetPasswordUsingSecurityQuestion,
-              "Failed to send resetPasswordUsingSecurityQuestion Request");
+    noteSent(mRestHandler.sendResetPasswordRequest(*this, userId, securityToken, newPassword,
+                                                   securityAnswer, language, mConsumerKey,
+                                                   mServerUrl),
+             call, "Failed to send resetPasswordUsingSecurityQuestion Request");
 }
 
 void KelAccountsPrivate::retrieveCountryCode()
 {
-    QMetaObject::invokeMethod(this, &KelAccountsPrivate::getCountryCode, Qt::QueuedConnection);
+    const CallId call = newCall();
+    QMetaObject::invokeMethod(
+        this, [this, call] { getCountryCode(call); }, Qt::QueuedConnection);
 }
 
-void KelAccountsPrivate::getCountryCode()
+void KelAccountsPrivate::getCountryCode(CallId call)
 {
+    if (!isAwaited(call))
+        return;
     const QString country = DeviceCountryPicker().deviceCountry();
-    Q_EMIT retrieveCountryCodeResponse(toStatus(country.isEmpty() ? countryUnknown : ErrorNone),
-                                       country.isEmpty() ? QLatin1String("") : country);
+    AnswerDetails details;
+    details.status = country.isEmpty() ? countryUnknown : ErrorNone;
+    answer(call, details, [&] {
+        Q_EMIT retrieveCountryCodeResponse(toStatus(details.status),
+                                           country.isEmpty() ? QLatin1String("") : country);
+    });
 }
 
 void KelAccountsPrivate::processUserNameAvailResponse(UserNameAvailabilityResponse response)
 {
-    mRequests.erase(response.requestId);
-    Q_EMIT isUserIdAvailableResponse(toStatus(response.status), response.available,
-                                     response.suggestions);
+    answerRequest(response.requestId, response.status, [&] {
+        Q_EMIT isUserIdAvailableResponse(toStatus(response.status), response.available,
+                                         response.suggestions);
+    });
 }
 
 void KelAccountsPrivate::processCaptchaImageResponse(int error, const QPixmap& image,
                                                      QString captchaId)
 {
     mCaptchaId = captchaId;
-    const QPointer<KelAccountsPrivate> alive(this);
-    Q_EMIT captchaImageResponse(toStatus(error), image);
-    if (alive)
-        Q_EMIT retrieveCaptchaImageResponse(toStatus(error), image, captchaId);
+    const AnsweredRequest& answered = mRestHandler.answering();
+    answerRequest(answered.details.status, [&] {
+        const QPointer<KelAccountsPrivate> alive(this);
+        Q_EMIT captchaImageResponse(toStatus(error), image);
+        if (alive && !mAnswering->isAbandoned)
+            Q_EMIT retrieveCaptchaImageResponse(toStatus(error), image, captchaId);
+    });
 }
 
 void KelAccountsPrivate::processSecurityQueListResponse(int error, QVariantMap questions)
 {
-    Q_EMIT securityQuestionListResponse(toStatus(error), questions);
+    answerRequest(error, [&] { Q_EMIT securityQuestionListResponse(toStatus(error), questions); });
 }
 
 void KelAccountsPrivate::processdetectPreAccountResponse(int error, PreAccountInfo info)
 {
-    Q_EMIT detectPreAccountResponse(toStatus(error), info);
+    answerRequest(error, [&] { Q_EMIT detectPreAccountResponse(toStatus(error), info); });
 }
 
 void KelAccountsPrivate::processRetrieveTOSReponse(TermsUrlsResponse response)
 {
-    Q_EMIT termsOfServiceResponse(toStatus(response.status), response.urls);
+    answerRequest(response.status,
+                  [&] { Q_EMIT termsOfServiceResponse(toStatus(response.status), response.urls); });
 }
 
 void KelAccountsPrivate::processEmailAvailabilityReponse(int error)
 {
     // That the address is taken is an answer, not a failure.
-    const bool taken = error == ErrorOperationFailed;
-    Q_EMIT isEmailIdAvailableResponse(toStatus(taken ? ErrorNone : error), error == ErrorNone);
+    const int status = error == ErrorOperationFailed ? ErrorNone : error;
+    answerRequest(status,
+                  [&] { Q_EMIT isEmailIdAvailableResponse(toStatus(status), error == ErrorNone); });
 }
 
 void KelAccountsPrivate::processQueryMarketingVariantResponse(int error,
@@ -224,13 +242,15 @@ void KelAccountsPrivate::processQueryMarketingVariantResponse(int error,
     constexpr int first = 1;
     constexpr int last = 4;
     const bool known = variant >= first && variant <= last;
-    Q_EMIT marketingVariantResponse(toStatus(error),
-                                    known ? variant : static_cast<ConsentQueryVariant>(0));
+    answerRequest(error, [&] {
+        Q_EMIT marketingVariantResponse(toStatus(error),
+                                        known ? variant : static_cast<ConsentQueryVariant>(0));
+    });
 }
 
 void KelAccountsPrivate::processRequestPasswordResetResponse(int error)
 {
-    Q_EMIT requestPasswordResetResponse(toStatus(error));
+    answerRequest(error, [&] { Q_EMIT requestPasswordResetResponse(toStatus(error)); });
 }
 
 void KelAccountsPrivate::processRetrieveSecurityQuestionResponse(SecurityQuestionResponse response)
@@ -241,13 +261,17 @@ void KelAccountsPrivate::processRetrieveSecurityQuestionResponse(SecurityQuestio
         {ResultKey::securityQuestionId, question.passwordQuestionId},
         {ResultKey::securityQuestionText, question.passwordQuestionText},
     };
-    Q_EMIT retrievePasswordResetSecQuestionResponse(toStatus(response.status), map);
+    answerRequest(response.status, [&] {
+        Q_EMIT retrievePasswordResetSecQuestionResponse(toStatus(response.status), map);
+    });
 }
 
 void KelAccountsPrivate::processPasswordResetUsingSecurityQuestionResponse(
     RESTResponseBase response)
 {
-    Q_EMIT resetPasswordUsingSecurityQuestionResponse(toStatus(response.status));
+    answerRequest(response.status, [&] {
+        Q_EMIT resetPasswordUsingSecurityQuestionResponse(toStatus(response.status));
+    });
 }
 
 } // namespace KelAccount

@@ -18,14 +18,14 @@ using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
 namespace KelAccount {
 
-bool KelAccountsPrivate::isSessionRefused(ResponseType type)
+bool KelAccountsPrivate::isSessionRefused(Call call)
 {
     if (!mInitialized) {
-        deferError(type, ErrorInitializationPending);
+        deferError(call, ErrorInitializationPending);
         return true;
     }
     if (mSetUp->pending() != AccountSetUp::None) {
-        deferError(type, ErrorAccountConfigurationInProgress);
+        deferError(call, ErrorAccountConfigurationInProgress);
         return true;
     }
     return false;
@@ -40,103 +40,120 @@ bool KelAccountsPrivate::createSession(quint32 credentialsId)
     return alive && open;
 }
 
-bool KelAccountsPrivate::openSession(ResponseType type)
+bool KelAccountsPrivate::openSession(Call call)
 {
-    return openSession(type, mSetUp->sessionCredentials());
+    return openSession(call, mSetUp->sessionCredentials());
 }
 
-bool KelAccountsPrivate::openSession(ResponseType type, quint32 credentialsId)
+bool KelAccountsPrivate::openSession(Call call, quint32 credentialsId)
 {
     const QPointer<KelAccountsPrivate> alive(this);
     const bool open = createSession(credentialsId);
-    if (alive && !open)
-        deferError(type, ErrorFailedToEstablishZorAuthSession);
+    if (!alive)
+        return false;
+    mLastCall = call.id;
+    if (!isAwaited(call.id))
+        return false;
+    if (!open)
+        deferError(call, ErrorFailedToEstablishZorAuthSession);
+    mAuthSessionInterface->setCaller(call.id);
     return open;
 }
 
 void KelAccountsPrivate::downloadProfile()
 {
-    if (!isSessionRefused(ResponseDownloadProfile) && openSession(ResponseDownloadProfile))
+    const Call call = newCall(ResponseDownloadProfile);
+    if (!isSessionRefused(call) && openSession(call))
         mAuthSessionInterface->downloadProfile();
 }
 
 void KelAccountsPrivate::updateSecurityQuestion(const QString& question, const QString& answer)
 {
-    if (!isSessionRefused(ResponseUpdateSecurityQuestion) &&
-        openSession(ResponseUpdateSecurityQuestion))
+    const Call call = newCall(ResponseUpdateSecurityQuestion);
+    if (!isSessionRefused(call) && openSession(call))
         mAuthSessionInterface->setSecurityQuestion(question, answer);
 }
 
 void KelAccountsPrivate::changePassword(const QString& oldPassword, const QString& newPassword)
 {
-    if (isSessionRefused(ResponseChangePassword))
+    const Call call = newCall(ResponseChangePassword);
+    if (isSessionRefused(call))
         return;
     if (oldPassword.isEmpty() || newPassword.isEmpty()) {
-        deferError(ResponseChangePassword, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
         return;
     }
-    if (openSession(ResponseChangePassword))
+    if (openSession(call))
         mAuthSessionInterface->changePassword(oldPassword, newPassword);
 }
 
 void KelAccountsPrivate::userIdUpdate(const QString& userId)
 {
-    if (isSessionRefused(ResponseUserIdUpdate))
+    const Call call = newCall(ResponseUserIdUpdate);
+    if (isSessionRefused(call))
         return;
     if (userId.isEmpty()) {
-        deferError(ResponseUserIdUpdate, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
         return;
     }
-    if (openSession(ResponseUserIdUpdate))
+    if (openSession(call))
         mAuthSessionInterface->userIdUpdate(userId);
 }
 
 void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 {
-    if (isSessionRefused(ResponseEnsureTokenAvailable))
+    const Call call = newCall(ResponseEnsureTokenAvailable);
+    if (isSessionRefused(call))
         return;
     if (credentialsId == 0)
         credentialsId = mSetUp->sessionCredentials();
     else if (!mSetUp->hasReturned(credentialsId) &&
              credentialsId != mAuthSessionInterface->retrieveActiveAccountCredId()) {
-        deferError(ResponseEnsureTokenAvailable, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
         return;
     }
-    if (openSession(ResponseEnsureTokenAvailable, credentialsId))
+    if (openSession(call, credentialsId))
         mAuthSessionInterface->ensureToken();
 }
 
 void KelAccountsPrivate::close()
 {
+    const CallId call = newCall();
+    mAuthSessionInterface->setCaller(call);
+    const QPointer<KelAccountsPrivate> alive(this);
     mAuthSessionInterface->close();
+    if (alive)
+        mLastCall = call;
 }
 
 void KelAccountsPrivate::processdownloadProfileCompleted(int error, const SignOn::SessionData& data)
 {
-    auto* const profile = new (std::nothrow) ProfileInfo(this);
-    if (!profile) {
-        qCCritical(logAccount, "Unexpected error.. profileData object creation failed");
-        Q_EMIT downloadProfileResponse(ErrorUnknown, nullptr);
-        return;
-    }
-    if (error == ErrorNone)
-        fillProfile(profile, data.data<ZorAuthSessionPrivateData>().DownloadedProfile());
-    Q_EMIT downloadProfileResponse(toStatus(error), profile);
+    answerSession(error, [&] {
+        auto* const profile = new (std::nothrow) ProfileInfo(this);
+        if (!profile) {
+            qCCritical(logAccount, "Unexpected error.. profileData object creation failed");
+            Q_EMIT downloadProfileResponse(ErrorUnknown, nullptr);
+            return;
+        }
+        if (error == ErrorNone)
+            fillProfile(profile, data.data<ZorAuthSessionPrivateData>().DownloadedProfile());
+        Q_EMIT downloadProfileResponse(toStatus(error), profile);
+    });
 }
 
 void KelAccountsPrivate::processSetSecurityQuestionCompleted(int error)
 {
-    Q_EMIT updateSecurityQuestionResponse(toStatus(error));
+    answerSession(error, [&] { Q_EMIT updateSecurityQuestionResponse(toStatus(error)); });
 }
 
 void KelAccountsPrivate::processChangePasswordCompleted(int error)
 {
-    Q_EMIT changePasswordResponse(toStatus(error));
+    answerSession(error, [&] { Q_EMIT changePasswordResponse(toStatus(error)); });
 }
 
 void KelAccountsPrivate::processUserIdUpdateCompleted(int error)
 {
-    Q_EMIT userIdUpdateResponse(toStatus(error));
+    answerSession(error, [&] { Q_EMIT userIdUpdateResponse(toStatus(error)); });
 }
 
 // Sent along with a set-up, which does not depend on it.
@@ -146,12 +163,12 @@ void KelAccountsPrivate::processUpdateDeviceInfoResponse(int /*error*/)
 
 void KelAccountsPrivate::processensureTokenResponse(int error)
 {
-    Q_EMIT ensureTokenAvailableResponse(toStatus(error));
+    answerSession(error, [&] { Q_EMIT ensureTokenAvailableResponse(toStatus(error)); });
 }
 
 void KelAccountsPrivate::processCloseResponse(int error)
 {
-    Q_EMIT closeResponse(toStatus(error));
+    answerSession(error, [&] { Q_EMIT closeResponse(toStatus(error)); });
 }
 
 } // namespace KelAccount

@@ -20,16 +20,16 @@ KelAccountsPrivate::~KelAccountsPrivate()
     mSetUp->handle(SetUp::Event::Abandoned);
 }
 
-bool KelAccountsPrivate::isSetUpRefused(ResponseType type, bool argumentsAreGood)
+bool KelAccountsPrivate::isSetUpRefused(Call call, bool argumentsAreGood)
 {
-    if (isSessionRefused(type))
+    if (isSessionRefused(call))
         return true;
     if (mKelConfigure->isKelAccountPresent()) {
-        deferError(type, ErrorAccountAlreadyPresent);
+        deferError(call, ErrorAccountAlreadyPresent);
         return true;
     }
     if (!argumentsAreGood) {
-        deferError(type, ErrorInvalidParameter);
+        deferError(call, ErrorInvalidParameter);
         return true;
     }
     return false;
@@ -38,14 +38,19 @@ bool KelAccountsPrivate::isSetUpRefused(ResponseType type, bool argumentsAreGood
 void KelAccountsPrivate::signInAndConfigure(const QString& userName, const QString& password,
                                             bool configureOnDb)
 {
-    if (!isSetUpRefused(ResponseSignInAndConfigure, !userName.isEmpty() && !password.isEmpty()))
-        mSetUp->begin(AccountSetUp::SignIn, userName, password, configureOnDb);
+    const Call call = newCall(ResponseSignInAndConfigure);
+    if (isSetUpRefused(call, !userName.isEmpty() && !password.isEmpty()))
+        return;
+    mSetUpCall = call.id;
+    mSetUp->begin(AccountSetUp::SignIn, userName, password, configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool configureOnDb)
 {
-    if (isSetUpRefused(ResponseRegisterAccount, isComplete(info)))
+    const Call call = newCall(ResponseRegisterAccount);
+    if (isSetUpRefused(call, isComplete(info)))
         return;
+    mSetUpCall = call.id;
     serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::registration);
     updateRegisterInfoData(info, &mRegistrationInfoData);
     mSetUp->begin(AccountSetUp::Registration, signInName(info), info.password(), configureOnDb);

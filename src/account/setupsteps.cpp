@@ -14,50 +14,70 @@ namespace KelAccount {
 class KelAccountsPrivate::Steps : public SetUpSteps
 {
 public:
-    explicit Steps(KelAccountsPrivate& d) : m(d) {}
+    explicit Steps(KelAccountsPrivate& d) : mD(d) {}
 
     bool store(const QString& name, const QString& password) override
     {
-        return m.mKelConfigure->storeUserCredentials(name, password) == 0;
+        return mD.mKelConfigure->storeUserCredentials(name, password) == 0;
     }
-    bool openSession(quint32 credentialsId) override { return m.createSession(credentialsId); }
+    bool openSession(quint32 credentialsId) override { return mD.createSession(credentialsId); }
     void askPlugin(int kind) override
     {
-        kind == AccountSetUp::SignIn ? m.signIn() : m.registerAccount();
+        mD.mAuthSessionInterface->setCaller(0); // the machine knows its call
+        kind == AccountSetUp::SignIn ? mD.signIn() : mD.registerAccount();
     }
-    bool hasAccount() override { return m.mKelConfigure->isKelAccountPresent(); }
+    bool hasAccount() override { return mD.mKelConfigure->isKelAccountPresent(); }
     bool createAccount(const SignOn::SessionData& data) override
     {
-        return m.configureAccountOnFramework(data) == 0;
+        return mD.configureAccountOnFramework(data) == 0;
     }
     void reportDevice() override
     {
-        if (DeviceInfoUtil().simStatus())
-            m.mAuthSessionInterface->updateDeviceInfo();
+        if (!DeviceInfoUtil().simStatus())
+            return;
+        mD.mAuthSessionInterface->setCaller(0); // nobody waits for that answer
+        mD.mAuthSessionInterface->updateDeviceInfo();
     }
     void takeBack(quint32 credentialsId, const std::function<void()>& next) override
     {
+        // The daemon would store them anew with an answer that comes when they are gone.
+        mD.mAuthSessionInterface->cancelActiveRequest();
         if (next)
-            m.mAuthSessionInterface->destroyActiveAuthSession();
-        else // The daemon would store them anew with an answer that comes when they are gone.
-            m.mAuthSessionInterface->cancelActiveRequest();
-        m.mKelConfigure->removeIdentity(credentialsId, next);
+            mD.mAuthSessionInterface->destroyActiveAuthSession();
+        mD.mKelConfigure->removeIdentity(credentialsId, next);
+    }
+    void takeAllBack(quint32 credentialsId, const std::function<void()>& next) override
+    {
+        const auto left = std::make_shared<int>(2);
+        const auto oneDone = [left, next] {
+            if (--*left == 0)
+                next();
+        };
+        takeBack(credentialsId, oneDone);
+        mD.mKelConfigure->removeAccount(credentialsId, oneDone);
     }
     void answer(int kind, int status, const QVariantMap& result, bool later) override
     {
-        m.mRegistrationInfoData = {}; // its password is not kept longer than it is needed
-        const bool signIn = kind == AccountSetUp::SignIn;
-        if (later)
-            m.deferError(signIn ? ResponseSignInAndConfigure : ResponseRegisterAccount,
-                         toStatus(status));
-        else if (signIn)
-            Q_EMIT m.signInAndConfigureResponse(toStatus(status), result);
-        else
-            Q_EMIT m.registerAccountResponse(toStatus(status), result);
+        mD.mRegistrationInfoData = {}; // its password is not kept longer than it is needed
+        const Call call{kind == AccountSetUp::SignIn ? ResponseSignInAndConfigure
+                                                     : ResponseRegisterAccount,
+                        mD.mSetUpCall};
+        if (later) {
+            mD.deferError(call, toStatus(status));
+            return;
+        }
+        AnswerDetails details;
+        details.status = status;
+        mD.answer(call.id, details, [&] {
+            if (kind == AccountSetUp::SignIn)
+                Q_EMIT mD.signInAndConfigureResponse(toStatus(status), result);
+            else
+                Q_EMIT mD.registerAccountResponse(toStatus(status), result);
+        });
     }
 
 private:
-    KelAccountsPrivate& m;
+    KelAccountsPrivate& mD;
 };
 
 void KelAccountsPrivate::createSetUp()

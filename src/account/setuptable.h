@@ -18,6 +18,9 @@ enum class State {
     Reserving,  ///< another set-up, here or in another process, is to let go of the accounts
     Creating,   ///< the accounts database is to take the account
     TakingBack, ///< the credentials are being removed
+    // Nobody wants the set-up any more, and what was asked for has to come to its end first.
+    StoringInVain,  ///< as Storing
+    CreatingInVain, ///< as Creating
 };
 Q_ENUM_NS(State)
 
@@ -40,6 +43,7 @@ enum class Event {
     AccountStored, ///< the database has the account
     AccountFailed, ///< the account could not be made, or the database did not take it
     TakenBack,     ///< the credentials are gone, or nobody waits for that any longer
+    Withdrawn,     ///< nobody waits for the answer any more
     Abandoned,     ///< the orchestrator ends
 };
 Q_ENUM_NS(Event)
@@ -58,12 +62,13 @@ enum class Action {
     Create,
     Complete,
     TakeBack,
+    TakeAllBack, ///< the account on the device, too
     Answer,
     RemoveUnseen, ///< nobody is there any more to hear of it
 };
 Q_ENUM_NS(Action)
 
-constexpr int stateCount = int(State::TakingBack) + 1;
+constexpr int stateCount = int(State::CreatingInVain) + 1;
 constexpr int eventCount = int(Event::Abandoned) + 1;
 
 struct Transition

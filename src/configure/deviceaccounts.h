@@ -31,6 +31,11 @@ public:
     /// database that another program has locked is waited for, but not longer than `timeoutMs`.
     virtual int createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
                               int timeoutMs, const std::function<void(bool)>& stored) = 0;
+
+    /// Removes the one with the credentials. Then `removed` is called, at once when there is none,
+    /// with whether it is out of the database; the rest is as above.
+    virtual void removeAccount(unsigned int credentialsId, QObject* owner, int timeoutMs,
+                               const std::function<void(bool)>& removed) = 0;
 };
 
 DeviceAccounts& deviceAccounts();

@@ -8,6 +8,8 @@
 
 #include <SignOn/Identity>
 
+#include <QCoreApplication>
+
 #include <memory>
 
 namespace KelAccount {
@@ -281,6 +283,19 @@ int KelConfigure::configureAccount(const QString& name, unsigned int credentials
     return deviceAccounts().createAccount(
         name, credentialsId, this, mAccountTimeoutMs,
         [this](bool stored) { Q_EMIT configureAccountStatus(stored); });
+}
+
+void KelConfigure::removeAccount(unsigned int credentialsId, const std::function<void()>& next)
+{
+    const QPointer<KelConfigure> waiting(this);
+    deviceAccounts().removeAccount(
+        credentialsId, QCoreApplication::instance(), mAccountTimeoutMs,
+        [waiting, next](bool removed) {
+            if (!removed)
+                qCCritical(logConfigure, "The device account of a set-up could not be removed");
+            if (waiting)
+                next();
+        });
 }
 
 } // namespace KelAccount

@@ -45,6 +45,11 @@ public:
     /// follows, once. -1 on failure; no signal follows.
     int configureAccount(const QString& name, unsigned int credentialsId);
 
+    /// Has the device account of the credentials removed, also when this object does not live to
+    /// see it. The outcome is only logged; `next` is called when it has come, or has not come in
+    /// time.
+    void removeAccount(unsigned int credentialsId, const std::function<void()>& next);
+
     /// How long the daemon may take to store. Long enough to unlock its store, and only there so
     /// that a daemon that cannot be started does not leave the set-up waiting for ever.
     void setStoreTimeout(int milliseconds) { mStoreGuard.setInterval(milliseconds); }

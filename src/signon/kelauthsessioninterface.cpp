@@ -14,6 +14,7 @@
 #include <QDBusConnection>
 #include <QEventLoop>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -40,14 +41,16 @@ bool saysPluginEnded(int error)
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
-    // A child, so that it comes along to another thread.
-    : QObject(parent), mOpeningGuard(this)
+    // Children, so that they come along to another thread.
+    : QObject(parent), mCancelling(this), mOpeningGuard(this)
 {
     registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);
     mOpeningGuard.setInterval(openingTimeoutMs);
     connect(&mOpeningGuard, &QTimer::timeout, this,
             &KelAuthSessionInterface::processOpeningTimeout);
+    mCancelling.setSingleShot(true);
+    connect(&mCancelling, &QTimer::timeout, this, &KelAuthSessionInterface::cancelWhenDue);
     whenSignOnDaemonIsLost(this, [this] { processDaemonLoss(); });
 
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -133,7 +136,7 @@ bool KelAuthSessionInterface::waitForPlugin()
     const QPointer<KelAuthSessionInterface> alive(this);
     QEventLoop loop; // not a member: it has to outlive this object if that is deleted in the wait
     mOpeningLoop = &loop;
-    mCurrentRequest = InitialiseRequest; // whatever is asked for from now on comes after it
+    setCurrent({InitialiseRequest, 0}); // whatever is asked for from now on comes after it
     ensureSignOnDaemon(this, mOpeningGuard.interval(),
                        [this, session = mSessionNumber](bool running) {
                            if (session == mSessionNumber)
@@ -168,7 +171,9 @@ void KelAuthSessionInterface::sendInitialise()
     addCommonKeys(record);
     record.setZorService(mServiceName);
     mCurrentRequest = NoRequest; // the place was only kept
+    const quint64 caller = std::exchange(mCaller, 0);
     enQueueRequestToAuthPlugin(record, QStringLiteral("initialise"), InitialiseRequest);
+    mCaller = caller;
 }
 
 bool KelAuthSessionInterface::openSession()
@@ -257,17 +262,40 @@ void KelAuthSessionInterface::closeSession(int code)
     mIdentity.clear();
     mAuthSession.clear();
     mInFlight.invalidate();
+    mCancelling.stop();
     abandonRequests(code);
 }
 
 void KelAuthSessionInterface::abandonRequests(int code)
 {
-    const KelAccountRequestType current = std::exchange(mCurrentRequest, NoRequest);
+    const Asked current = takeCurrent();
     const QQueue<RequestData> pending = std::exchange(mPendingRequests, {});
-    if (current != NoRequest)
+    if (current.type != NoRequest)
         answerLater(current, code);
     for (const RequestData& request : pending)
-        answerLater(request.requestType, code);
+        answerLater({request.requestType, request.caller}, code);
+}
+
+void KelAuthSessionInterface::abandon(quint64 caller)
+{
+    if (caller == 0)
+        return;
+    const auto isTheirs = [caller](const RequestData& r) { return r.caller == caller; };
+    mPendingRequests.erase(
+        std::remove_if(mPendingRequests.begin(), mPendingRequests.end(), isTheirs),
+        mPendingRequests.end());
+    if (mCurrentCaller != caller)
+        return;
+    mCurrentAbandoned = true;
+    if (mInFlight.isValid())
+        mCancelling.start(int(qMax<qint64>(0, cancelAfterMs - mInFlight.elapsed())));
+}
+
+// The plugin has had it for long enough: one that answered this moment is not met by this.
+void KelAuthSessionInterface::cancelWhenDue()
+{
+    if (mAuthSession && mInFlight.isValid())
+        mAuthSession->cancel();
 }
 
 bool KelAuthSessionInterface::sessionExists(unsigned credentialsId)
@@ -296,8 +324,9 @@ void KelAuthSessionInterface::enQueueRequestToAuthPlugin(const ZorAuthSessionDat
     request.sessionData.setConsumerKey(mConsumerKey);
     request.sessionData.setConsumerSecret(mConsumerSecret);
     request.sessionNumber = mSessionNumber;
+    request.caller = mCaller;
     if (mCurrentRequest == NoRequest) {
-        mCurrentRequest = type;
+        setCurrent({type, mCaller});
         sendRequest(request);
     } else {
         mPendingRequests.enqueue(request);
@@ -314,6 +343,10 @@ void KelAuthSessionInterface::sendRequest(RequestData request)
         abandonRequests(ErrorAuthSessionInitializationFailed);
         return;
     }
+    if (mCurrentAbandoned) {
+        answer(takeCurrentRequest(), ErrorOperationCanceled, SignOn::SessionData());
+        return;
+    }
     mInFlight.start();
     mAuthSession->process(request.sessionData, request.mechanism);
 }
@@ -323,18 +356,33 @@ void KelAuthSessionInterface::processPendingRequest()
     if (mPendingRequests.isEmpty())
         return;
     const RequestData next = mPendingRequests.dequeue();
-    mCurrentRequest = next.requestType;
+    setCurrent({next.requestType, next.caller});
     // From the event loop: the answer that made room for it is still being handled.
     QMetaObject::invokeMethod(
         this, [this, next] { sendRequest(next); }, Qt::QueuedConnection);
 }
 
-KelAccountRequestType KelAuthSessionInterface::takeCurrentRequest()
+void KelAuthSessionInterface::setCurrent(Asked request)
 {
-    const KelAccountRequestType type = std::exchange(mCurrentRequest, NoRequest);
+    mCurrentRequest = request.type;
+    mCurrentCaller = request.caller;
+    mCurrentAbandoned = false;
+}
+
+KelAuthSessionInterface::Asked KelAuthSessionInterface::takeCurrent()
+{
+    const Asked request{mCurrentRequest, mCurrentCaller};
+    setCurrent({NoRequest, 0});
+    return request;
+}
+
+KelAuthSessionInterface::Asked KelAuthSessionInterface::takeCurrentRequest()
+{
+    const Asked request = takeCurrent();
     mInFlight.invalidate();
+    mCancelling.stop();
     processPendingRequest();
-    return type;
+    return request;
 }
 
 void KelAuthSessionInterface::processPluginResponse(const SignOn::SessionData& data)
@@ -353,7 +401,7 @@ void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
         mCurrentRequest = NoRequest;
         mInFlight.invalidate();
         closeSession(ErrorAuthSessionInitializationFailed);
-        answer(InitialiseRequest, error.type(), SignOn::SessionData());
+        answer({InitialiseRequest, 0}, error.type(), SignOn::SessionData());
         return;
     }
     // The next session starts from the top.
@@ -363,20 +411,29 @@ void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
 }
 
 /// For a request that gets no answer from the plugin.
-void KelAuthSessionInterface::answerLater(KelAccountRequestType type, int code)
+void KelAuthSessionInterface::answerLater(Asked request, int code)
 {
-    if (type == InitialiseRequest) {
-        answer(type, code, SignOn::SessionData()); // wakes the wait and emits nothing
+    if (request.type == InitialiseRequest) {
+        answer(request, code, SignOn::SessionData()); // wakes the wait and emits nothing
         return;
     }
     QMetaObject::invokeMethod(
-        this, [this, type, code] { answer(type, code, SignOn::SessionData()); },
+        this, [this, request, code] { answer(request, code, SignOn::SessionData()); },
         Qt::QueuedConnection);
 }
 
-/// This object may be gone when a signal returns.
-void KelAuthSessionInterface::answer(KelAccountRequestType type, int code,
-                                     const SignOn::SessionData& data)
+/// This object may be gone when it returns, as in everything that answers.
+void KelAuthSessionInterface::answer(Asked request, int code, const SignOn::SessionData& data)
+{
+    const QPointer<KelAuthSessionInterface> alive(this);
+    const quint64 outer = std::exchange(mAnsweredCaller, request.caller);
+    emitAnswer(request.type, code, data);
+    if (alive)
+        mAnsweredCaller = outer;
+}
+
+void KelAuthSessionInterface::emitAnswer(KelAccountRequestType type, int code,
+                                         const SignOn::SessionData& data)
 {
     switch (type) {
     case InitialiseRequest:

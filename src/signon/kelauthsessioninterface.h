@@ -85,6 +85,14 @@ public:
     void ensureToken();
     void close();
 
+    /// Who makes the requests from now on; answeredCaller() says it with each answer. 0 is nobody.
+    void setCaller(quint64 caller) { mCaller = caller; }
+    quint64 answeredCaller() const { return mAnsweredCaller; }
+
+    /// The caller's requests do not reach the plugin any more. One that it has is cancelled, though
+    /// not in its first second; it is answered in its turn.
+    void abandon(quint64 caller);
+
     void enQueueRequestToAuthPlugin(const ZorKeLSignOn::ZorAuthSessionData& record,
                                     const QString& mechanism, KelAccountRequestType type);
     Q_INVOKABLE void sendRequest(RequestData request);
@@ -123,9 +131,19 @@ private:
     void processOpeningTimeout();
     void closeSession(int code);
     void abandonRequests(int code);
-    KelAccountRequestType takeCurrentRequest();
-    void answerLater(KelAccountRequestType type, int code);
-    void answer(KelAccountRequestType type, int code, const SignOn::SessionData& data);
+    /// A request that is to be answered: what it is, and who made it.
+    struct Asked
+    {
+        KelAccountRequestType type;
+        quint64 caller;
+    };
+    void setCurrent(Asked request);
+    Asked takeCurrent();
+    Asked takeCurrentRequest();
+    void cancelWhenDue();
+    void answerLater(Asked request, int code);
+    void answer(Asked request, int code, const SignOn::SessionData& data);
+    void emitAnswer(KelAccountRequestType type, int code, const SignOn::SessionData& data);
     /// The sign-on library leaves null values out on the way to the plugin, but an empty text is a
     /// value.
     static QString present(const QString& text);
@@ -144,8 +162,13 @@ private:
     unsigned mSessionNumber = 0; // counts up with every end of a session
 
     KelAccountRequestType mCurrentRequest = NoRequest;
-    QElapsedTimer mInFlight; // since it was sent; invalid while nothing is with the plugin
+    quint64 mCurrentCaller = 0;
+    bool mCurrentAbandoned = false; // before it was sent
+    QElapsedTimer mInFlight;        // since it was sent; invalid while nothing is with the plugin
     QQueue<RequestData> mPendingRequests;
+    quint64 mCaller = 0;
+    quint64 mAnsweredCaller = 0;
+    QTimer mCancelling; // runs while what the plugin has is to be cancelled
 
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;

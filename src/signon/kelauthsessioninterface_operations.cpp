@@ -5,6 +5,8 @@
 #include "signon/kelauthsessioninterface.h"
 #include "signon/zorauthsessionprivatedata.h"
 
+#include <utility>
+
 using ZorKeLSignOn::ZorAuthSessionData;
 using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
@@ -58,7 +60,7 @@ void KelAuthSessionInterface::registerAccount(
 {
     if (!registration) {
         qCCritical(logSignon, "Registration without a record");
-        answerLater(RegisterRequest, ErrorInvalidParameter);
+        answerLater({RegisterRequest, mCaller}, ErrorInvalidParameter);
         return;
     }
     ZorAuthSessionPrivateData record;
@@ -111,7 +113,11 @@ void KelAuthSessionInterface::close()
         addCommonKeys(record);
         enQueueRequestToAuthPlugin(record, QStringLiteral("close"), CloseRequest);
     }
+    const QPointer<KelAuthSessionInterface> alive(this);
+    const quint64 outer = std::exchange(mAnsweredCaller, mCaller);
     Q_EMIT closeResponse(ErrorNone);
+    if (alive)
+        mAnsweredCaller = outer;
 }
 
 } // namespace KelAccount

@@ -13,7 +13,7 @@ RequestData::RequestData(const ZorKeLSignOn::ZorAuthSessionData& record,
 RequestData::RequestData(const RequestData& other)
     : QObject(), // NOLINT(readability-redundant-member-init)
       requestType(other.requestType), mechanism(other.mechanism), sessionData(other.sessionData),
-      sessionNumber(other.sessionNumber)
+      sessionNumber(other.sessionNumber), caller(other.caller)
 {
 }
 
@@ -24,6 +24,7 @@ RequestData& RequestData::operator=(const RequestData& other)
     mechanism = other.mechanism;
     sessionData = other.sessionData;
     sessionNumber = other.sessionNumber;
+    caller = other.caller;
     return *this;
 }
 

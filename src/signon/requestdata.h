@@ -43,6 +43,7 @@ public:
     ZorKeLSignOn::ZorAuthSessionData sessionData;
     /// The session it was made for; one that is still on its way when that ends is not sent.
     unsigned sessionNumber = 0;
+    quint64 caller = 0; ///< see KelAuthSessionInterface::setCaller()
 };
 
 } // namespace KelAccount

@@ -15,6 +15,8 @@ QVector<RESTRequestHandler*> handlers;
 bool refusing = false;
 int latestRequestId = 0;
 int aliveRequests = 0;
+AnsweredRequest answered;
+QVector<int> abandonedRequests;
 
 class HandedOutRequest : public OAuthRequest
 {
@@ -35,7 +37,11 @@ int take(const char* operation, const QVariantList& arguments, ISignatureProvide
          const QString& key, const QString& base)
 {
     requests.append({QString::fromLatin1(operation), arguments, &signer, key, base});
-    return refusing ? -1 : 0;
+    if (refusing)
+        return -1;
+    static int numbers = 1000000; // no request's own
+    latestRequestId = ++numbers;
+    return 0;
 }
 
 } // namespace
@@ -45,6 +51,8 @@ namespace KelTest::FakeRestHandler {
 void reset()
 {
     requests.clear();
+    abandonedRequests.clear();
+    answered = {};
     refusing = false;
 }
 
@@ -68,6 +76,18 @@ int lastRequestId()
     return latestRequestId;
 }
 
+void answer(const AnsweredRequest& request, const std::function<void()>& emitSignal)
+{
+    answered = request;
+    emitSignal();
+    answered = {};
+}
+
+const QVector<int>& abandoned()
+{
+    return abandonedRequests;
+}
+
 int requestsAlive()
 {
     return aliveRequests;
@@ -85,6 +105,21 @@ RESTRequestHandler::RESTRequestHandler(QObject* parent) : ServiceSignals(parent)
 RESTRequestHandler::~RESTRequestHandler()
 {
     handlers.removeOne(this);
+}
+
+int RESTRequestHandler::lastRequestId() const
+{
+    return latestRequestId;
+}
+
+const AnsweredRequest& RESTRequestHandler::answering() const
+{
+    return answered;
+}
+
+void RESTRequestHandler::abandon(int requestId)
+{
+    abandonedRequests.append(requestId);
 }
 
 bool RESTRequestHandler::event(QEvent* event)

@@ -7,6 +7,8 @@
 #include <QVariantList>
 #include <QVector>
 
+#include <functional>
+
 namespace KelTest {
 
 /// What the orchestrator handed to the REST layer.
@@ -29,9 +31,15 @@ const QVector<SentRequest>& sent();
 /// The handler of the orchestrator that was made last.
 KelRestHandler::RESTRequestHandler& latest();
 
-/// Of the requests that were handed out: the number of the last, and how many are not deleted yet.
+/// The number of the last, and of those that were handed out how many are not deleted yet.
 int lastRequestId();
 int requestsAlive();
+
+/// Emits a signal of latest() as the answer to that request; without this, to none that is known.
+void answer(const KelRestHandler::AnsweredRequest& request,
+            const std::function<void()>& emitSignal);
+/// Which requests the orchestrator gave up.
+const QVector<int>& abandoned();
 
 } // namespace FakeRestHandler
 } // namespace KelTest

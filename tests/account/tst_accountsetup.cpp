@@ -68,6 +68,11 @@ struct FakeSteps : public SetUpSteps
             (next ? QStringLiteral("take back %1") : QStringLiteral("remove unseen %1")).arg(id));
         onTakenBack = next;
     }
+    void takeAllBack(quint32 id, const std::function<void()>& next) override
+    {
+        calls.append(QStringLiteral("take all back %1").arg(id));
+        onTakenBack = next;
+    }
     void answer(int kind, int status, const QVariantMap& result, bool later) override
     {
         const QString line = QStringLiteral("answer %1 %2%3").arg(kind).arg(status);
@@ -80,7 +85,7 @@ struct FakeSteps : public SetUpSteps
 };
 
 /// The step that an action shows by, or nothing.
-QString firstStepOf(Action action)
+QString firstStepOf(State state, Action action)
 {
     switch (action) {
     case Action::Store:
@@ -99,8 +104,11 @@ QString firstStepOf(Action action)
         return QStringLiteral("report");
     case Action::TakeBack:
         return QStringLiteral("take back 7");
-    case Action::Answer:
-        return QStringLiteral("answer 2 615");
+    case Action::TakeAllBack:
+        return QStringLiteral("take all back 7");
+    case Action::Answer: // nothing has failed while it was stored in vain
+        return state == State::TakingBack ? QStringLiteral("answer 2 615")
+                                          : QStringLiteral("answer 2 405");
     case Action::RemoveUnseen:
         return QStringLiteral("remove unseen 7");
     case Action::Reserve: // the accounts are another's
@@ -126,6 +134,8 @@ private Q_SLOTS:
     void everyEventInEveryState_data();
     void everyEventInEveryState();
     void anOutcomeWithoutASetUpDoesNothing();
+    void aSetUpThatIsWithdrawnLeavesNothing_data();
+    void aSetUpThatIsWithdrawnLeavesNothing();
     void aSetUpThatWaitsTooLongForTheAccountsIsTakenBack();
     void aSetUpThatGetsTheAccountsInTheEndGoesOn();
 
@@ -214,10 +224,12 @@ void TestAccountSetUp::at(State state, const std::function<void()>& action)
         mSetUp->begin(AccountSetUp::Registration, QStringLiteral("n"), QStringLiteral("p"), true);
     if (state == State::Announcing)
         mSetUp->handle(Event::NotStored);
-    else if (state != State::Idle && state != State::Storing)
+    else if (state != State::Idle && state != State::Storing && state != State::StoringInVain)
         mSetUp->stored(credentials);
-    if (state == State::Reserving || state == State::Creating)
+    if (state == State::Reserving || state == State::Creating || state == State::CreatingInVain)
         mSetUp->succeeded(SignOn::SessionData());
+    if (state == State::StoringInVain || state == State::CreatingInVain)
+        mSetUp->handle(Event::Withdrawn);
     if (state == State::TakingBack)
         mSetUp->handle(Event::Failed, pluginsError);
     if (state != State::Opening && state != State::Announcing)
@@ -243,6 +255,7 @@ void TestAccountSetUp::goOn()
     for (int i = 0; i < SetUp::stateCount && mSetUp->state() != State::Idle; ++i) {
         switch (mSetUp->state()) {
         case State::Storing:
+        case State::StoringInVain:
             mSetUp->stored(credentials);
             break;
         case State::Asking:
@@ -252,6 +265,7 @@ void TestAccountSetUp::goOn()
             mSetUp->handle(Event::Retried);
             break;
         case State::Creating:
+        case State::CreatingInVain:
             mSetUp->handle(Event::AccountStored);
             break;
         case State::TakingBack:
@@ -294,7 +308,7 @@ void TestAccountSetUp::everyEventInEveryState()
         QCOMPARE(calls, QStringList());
         QCOMPARE(after, expected.next);
     }
-    const QString step = firstStepOf(expected.action);
+    const QString step = firstStepOf(State(state), expected.action);
     if (!step.isEmpty())
         QCOMPARE(calls.value(0), step);
     // Whatever came when: one answer, and nothing that was stored stays after a failure.
@@ -317,6 +331,31 @@ void TestAccountSetUp::anOutcomeWithoutASetUpDoesNothing()
     QCOMPARE(mSteps->calls, QStringList());
     QCOMPARE(mSetUp->credentialsId(), 0U);
     QCOMPARE(mSetUp->sessionCredentials(), 0U);
+}
+
+void TestAccountSetUp::aSetUpThatIsWithdrawnLeavesNothing_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<QStringList>("steps");
+    const QString answer = QStringLiteral("answer 2 405");
+    const QStringList takenBack = {QStringLiteral("take back 7"), answer};
+    QTest::newRow("while the daemon stores") << int(State::Storing) << takenBack;
+    QTest::newRow("while the plugin works") << int(State::Asking) << takenBack;
+    QTest::newRow("while another has the accounts") << int(State::Reserving) << takenBack;
+    QTest::newRow("while the database stores")
+        << int(State::Creating) << QStringList({QStringLiteral("take all back 7"), answer});
+}
+
+void TestAccountSetUp::aSetUpThatIsWithdrawnLeavesNothing()
+{
+    QFETCH(int, state);
+    at(State(state), [this] { mSetUp->handle(Event::Withdrawn); });
+    QVERIFY(mSetUp->pending() != AccountSetUp::None);
+    goOn();
+    QTEST(mSteps->calls, "steps");
+    QCOMPARE(mSetUp->state(), State::Idle);
+    QCOMPARE(mSetUp->sessionCredentials(), 0U);
+    QVERIFY(!mSetUp->hasReturned(credentials));
 }
 
 void TestAccountSetUp::aSetUpThatWaitsTooLongForTheAccountsIsTakenBack()

@@ -107,6 +107,29 @@ private:
     QTimer mGlib;
 };
 
+// Null when the database cannot be opened.
+Accounts::Manager* openForWriting(QObject* owner)
+{
+    auto manager = std::make_unique<Accounts::Manager>(owner);
+    // Without a database the framework hands out accounts that are good for nothing.
+    if (manager->lastError().type() == Accounts::Error::NoError)
+        return manager.release();
+    qCCritical(logConfigure, "Failed to get account manager instance");
+    return nullptr;
+}
+
+void endWithItsStore(Accounts::Account* account, Accounts::Manager* manager)
+{
+    // The manager serves this account only.
+    QObject::connect(account, &QObject::destroyed, manager, &QObject::deleteLater);
+    const bool connected =
+        QObject::connect(account, &Accounts::Account::synced, account, &QObject::deleteLater) &&
+        QObject::connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
+    if (!connected)
+        qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
+                                "possibility of memory leak");
+}
+
 } // namespace
 
 std::optional<bool> AccountsDatabase::hasAccount()
@@ -130,30 +153,41 @@ std::optional<unsigned int> AccountsDatabase::activeCredentialsId()
 int AccountsDatabase::createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
                                     int timeoutMs, const std::function<void(bool)>& stored)
 {
-    auto* const manager = new Accounts::Manager(owner);
-    // Without a database the framework hands out accounts that are good for nothing.
-    if (manager->lastError().type() != Accounts::Error::NoError) {
-        qCCritical(logConfigure, "Failed to get account manager instance");
-        delete manager;
+    auto* const manager = openForWriting(owner);
+    if (!manager)
         return -1;
-    }
     Accounts::Account* const account = manager->createAccount(accountProvider);
     if (!account) {
         qCCritical(logConfigure, "Failed to create zor account");
         delete manager;
         return -1;
     }
-    // The manager serves this account only.
-    QObject::connect(account, &QObject::destroyed, manager, &QObject::deleteLater);
-    const bool connected =
-        QObject::connect(account, &Accounts::Account::synced, account, &QObject::deleteLater) &&
-        QObject::connect(account, &Accounts::Account::error, account, &QObject::deleteLater);
-    if (!connected)
-        qCWarning(logConfigure, "Failed to connect to synced signal from accConfMgr.. "
-                                "possibility of memory leak");
+    endWithItsStore(account, manager);
     new Storing(account, timeoutMs, stored);
     new KelConfigureAccount(account, AccountsUI::CreateNew, name, credentialsId, account);
     return 0;
+}
+
+void AccountsDatabase::removeAccount(unsigned int credentialsId, QObject* owner, int timeoutMs,
+                                     const std::function<void(bool)>& removed)
+{
+    Accounts::Manager* const manager = openForWriting(owner);
+    if (!manager) {
+        removed(false);
+        return;
+    }
+    Accounts::Account* const account = findAccount(*manager, [credentialsId](Accounts::Account& a) {
+        return a.credentialsId() == credentialsId;
+    });
+    if (!account) {
+        delete manager;
+        removed(true);
+        return;
+    }
+    endWithItsStore(account, manager);
+    new Storing(account, timeoutMs, removed);
+    account->remove();
+    account->sync();
 }
 
 } // namespace KelAccount

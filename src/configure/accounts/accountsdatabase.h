@@ -13,6 +13,8 @@ public:
     std::optional<unsigned int> activeCredentialsId() override;
     int createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
                       int timeoutMs, const std::function<void(bool)>& stored) override;
+    void removeAccount(unsigned int credentialsId, QObject* owner, int timeoutMs,
+                       const std::function<void(bool)>& removed) override;
 };
 
 } // namespace KelAccount

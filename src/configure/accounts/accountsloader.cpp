@@ -17,6 +17,11 @@ public:
     {
         return -1;
     }
+    void removeAccount(unsigned int /*credentialsId*/, QObject* /*owner*/, int /*timeoutMs*/,
+                       const std::function<void(bool)>& removed) override
+    {
+        removed(false);
+    }
 };
 
 } // namespace

@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Each call of an operation has an identity, which its answer bears, and can be given up: on the
+// way to the service, and when it was refused.
+#include "account/facaderecorder.h"
+#include "account/fakeresthandler.h"
+#include "account/kelaccountsprivate.h"
+#include "account/serviceoperations.h"
+#include "device/testtagserver.h"
+#include "platform/fakemodem.h"
+
+#include <kelaccount/kelaccounts.h>
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QPixmap>
+#include <QTest>
+
+#include <memory>
+
+using namespace KelRestHandler;
+using namespace KelTest;
+using KelAccount::AnswerDetails;
+using KelAccount::CallId;
+using KelAccount::KelAccounts;
+using KelAccount::KelAccountsPrivate;
+using serviceoperations::Operation;
+
+namespace {
+
+/// The answer of the REST layer to what a send operation sent.
+std::function<void()> answerTo(const QString& sent)
+{
+    RESTRequestHandler& handler = FakeRestHandler::latest();
+    const QHash<QString, std::function<void()>> answers = {
+        {QStringLiteral("sendisUserIdAvailRequest"),
+         [&] {
+             UserNameAvailabilityResponse response;
+             response.requestId = handler.answering().requestId;
+             handler.userNameAvailabilityResponse(response);
+         }},
+        {QStringLiteral("sendRetrieveCaptchaImageRequest"),
+         [&] { handler.retrieveCaptchaImageResponse(0, QPixmap(), QString()); }},
+        {QStringLiteral("sendRetrieveSecQueListRequest"),
+         [&] { handler.retrieveSecQueListResponse(0, {}); }},
+        {QStringLiteral("senddetectPreAccountRequest"),
+         [&] { handler.detectPreAccountResponse(0, {}); }},
+        {QStringLiteral("sendretrieveTOSRequest"), [&] { handler.retrieveTOSResponse({}); }},
+        {QStringLiteral("sendresetPasswordRequest"),
+         [&] { handler.requestPasswordResetResponse(0); }},
+        {QStringLiteral("sendisEmailAddAvailableRequest"),
+         [&] { handler.emailIdAvailabilityResponse(0); }},
+        {QStringLiteral("sendQueryMarketingRequest"),
+         [&] { handler.queryMarketingVariantResponse(0, static_cast<ConsentQueryVariant>(1)); }},
+        {QStringLiteral("sendResetPasswordRequest"), [&] { handler.passwordResetResponse({}); }},
+        {QStringLiteral("sendRetrieveSecurityQuestionRequest"),
+         [&] { handler.retrieveSecurityQuestionResponse(SecurityQuestionResponse()); }},
+    };
+    return answers.value(sent);
+}
+
+void giveAnswer(int request, const QString& sent, const AnswerDetails& details = {})
+{
+    FakeRestHandler::answer({request, details}, answerTo(sent));
+}
+
+} // namespace
+
+class TestCalls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        FakeRestHandler::reset();
+        FakeModem::reset();
+        TagServerAddress::setProgram("/nonexistent/tag-server");
+        mAccounts = std::make_unique<KelAccounts>();
+        mOrchestrator = mAccounts->findChild<KelAccountsPrivate*>();
+        QVERIFY(mOrchestrator);
+        mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
+        mAnswered.clear();
+        mRecorder->afterwards = [this](const QString&) {
+            mAnswered.append(mOrchestrator->answeredCall());
+            mDetails = mOrchestrator->answerDetails();
+        };
+    }
+
+    void cleanup()
+    {
+        mRecorder.reset();
+        mAccounts.reset();
+    }
+
+    void anAnswerBearsItsCallWhateverTheOrder_data() { serviceRows(); }
+    void anAnswerBearsItsCallWhateverTheOrder()
+    {
+        const Operation operation = rowsOperation();
+        begin();
+        const CallId before = mOrchestrator->lastCall();
+        operation.call(*mAccounts);
+        const CallId first = mOrchestrator->lastCall();
+        const int firstRequest = FakeRestHandler::lastRequestId();
+        operation.call(*mAccounts);
+        const CallId second = mOrchestrator->lastCall();
+        const int secondRequest = FakeRestHandler::lastRequestId();
+        QVERIFY(before != first && first != second && first != 0 && second != 0);
+        const QString sent = QString::fromLatin1(operation.sent);
+        AnswerDetails details;
+        details.retryAfterSeconds = 30;
+        giveAnswer(secondRequest, sent, details);
+        QVERIFY(!mAnswered.isEmpty());
+        for (const CallId call : qAsConst(mAnswered))
+            QCOMPARE(call, second);
+        QCOMPARE(mDetails.retryAfterSeconds, 30);
+        mAnswered.clear();
+        giveAnswer(firstRequest, sent);
+        for (const CallId call : qAsConst(mAnswered))
+            QCOMPARE(call, first);
+        QCOMPARE(mDetails.retryAfterSeconds, -1);
+        QCOMPARE(mOrchestrator->answeredCall(), CallId(0));
+    }
+
+    void aRefusalBearsItsCall_data() { serviceRows(); }
+    void aRefusalBearsItsCall()
+    {
+        const CallId expected = mOrchestrator->nextCall();
+        rowsOperation().call(*mAccounts); // before initialize()
+        QCOMPARE(mOrchestrator->lastCall(), expected);
+        QCOMPARE(mAnswered, QList<CallId>());
+        QCoreApplication::processEvents();
+        QCOMPARE(mAnswered, QList<CallId>({expected}));
+        QCOMPARE(mDetails.status, 802);
+    }
+
+    void aRefusalOfAnAbandonedCallIsNotSent_data() { serviceRows(); }
+    void aRefusalOfAnAbandonedCallIsNotSent()
+    {
+        rowsOperation().call(*mAccounts);
+        const CallId abandoned = mOrchestrator->lastCall();
+        rowsOperation().call(*mAccounts);
+        mOrchestrator->abandon(abandoned);
+        QCoreApplication::processEvents();
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+    }
+
+    void anAbandonedCallIsTakenFromTheTransport_data() { serviceRows(); }
+    void anAbandonedCallIsTakenFromTheTransport()
+    {
+        const Operation operation = rowsOperation();
+        begin();
+        const int handedOutBefore = FakeRestHandler::requestsAlive();
+        operation.call(*mAccounts);
+        const CallId call = mOrchestrator->lastCall();
+        const int request = FakeRestHandler::lastRequestId();
+        mOrchestrator->abandon(call);
+        QCOMPARE(FakeRestHandler::abandoned(), QVector<int>({request}));
+        QCOMPARE(FakeRestHandler::requestsAlive(), handedOutBefore);
+        mOrchestrator->abandon(call); // once is all
+        QCOMPARE(FakeRestHandler::abandoned(), QVector<int>({request}));
+        QCoreApplication::processEvents();
+        QCOMPARE(mAnswered, QList<CallId>());
+    }
+
+    void anAnsweredCallCannotBeAbandoned()
+    {
+        begin();
+        mAccounts->queryMarketingVariant();
+        const CallId call = mOrchestrator->lastCall();
+        const int request = FakeRestHandler::lastRequestId();
+        giveAnswer(request, QStringLiteral("sendQueryMarketingRequest"));
+        mOrchestrator->abandon(call);
+        mOrchestrator->abandon(0);
+        mOrchestrator->abandon(call + 1000);
+        QCOMPARE(FakeRestHandler::abandoned(), QVector<int>());
+        QCOMPARE(mAnswered, QList<CallId>({call}));
+    }
+
+    void aCaptchaThatIsAbandonedInItsFirstSignalHasNoSecond()
+    {
+        begin();
+        mAccounts->retrieveCaptchaImage(80, 40);
+        const int request = FakeRestHandler::lastRequestId();
+        mRecorder->afterwards = [this](const QString&) {
+            mAnswered.append(mOrchestrator->answeredCall());
+            mOrchestrator->abandon(mOrchestrator->answeredCall());
+        };
+        giveAnswer(request, QStringLiteral("sendRetrieveCaptchaImageRequest"));
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+    }
+
+    void aCaptchaHasItsTrueStatusAndItsBytes()
+    {
+        begin();
+        mAccounts->retrieveCaptchaImage(80, 40);
+        AnswerDetails details;
+        details.status = 415;
+        details.picture = "bytes";
+        details.pictureFormat = QStringLiteral("image/gif");
+        giveAnswer(FakeRestHandler::lastRequestId(),
+                   QStringLiteral("sendRetrieveCaptchaImageRequest"), details);
+        QCOMPARE(mDetails.status, 415);
+        QCOMPARE(mDetails.picture, QByteArray("bytes"));
+        QCOMPARE(mDetails.pictureFormat, QStringLiteral("image/gif"));
+        QCOMPARE(mRecorder->lines().first(), QStringLiteral("captchaImageResponse(0, no picture)"));
+    }
+
+    void aTakenAddressIsASuccess()
+    {
+        begin();
+        mAccounts->isEmailIdAvailable(QStringLiteral("a@mail.example"));
+        AnswerDetails details;
+        details.status = 508;
+        FakeRestHandler::answer({FakeRestHandler::lastRequestId(), details},
+                                [] { FakeRestHandler::latest().emailIdAvailabilityResponse(508); });
+        QCOMPARE(mDetails.status, 0);
+    }
+
+    void whatIsAnsweredWithinTheCallBearsIt()
+    {
+        const CallId expected = mOrchestrator->nextCall();
+        // A call within the answer does not take the place of the one that returns.
+        mRecorder->afterwards = [this](const QString&) {
+            mAnswered.append(mOrchestrator->answeredCall());
+            if (mAnswered.size() == 1)
+                mAccounts->detectPreAccount();
+        };
+        initialize();
+        QCOMPARE(mAnswered, QList<CallId>({expected}));
+        QCOMPARE(mOrchestrator->lastCall(), expected);
+    }
+
+    void closingBearsItsCall()
+    {
+        mAccounts->close();
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+    }
+
+    void aSecondInitializeIsRefusedWithItsOwnCall()
+    {
+        initialize();
+        const CallId first = mOrchestrator->lastCall();
+        initialize();
+        const CallId second = mOrchestrator->lastCall();
+        mAccounts->initValues(QString(), QString(), 0);
+        const CallId third = mOrchestrator->lastCall();
+        QCoreApplication::processEvents();
+        QCOMPARE(mAnswered, QList<CallId>({first, second, third}));
+    }
+
+    void theCountryCanBeAbandoned()
+    {
+        mAccounts->retrieveCountryCode();
+        const CallId first = mOrchestrator->lastCall();
+        mAccounts->retrieveCountryCode();
+        const CallId second = mOrchestrator->lastCall();
+        mOrchestrator->abandon(first);
+        QTRY_COMPARE(mAnswered, QList<CallId>({second}));
+        QCOMPARE(mDetails.status, 807);
+    }
+
+    void anAnswerWithinAnotherDoesNotTakeItsPlace()
+    {
+        begin();
+        mAccounts->queryMarketingVariant();
+        const CallId outer = mOrchestrator->lastCall();
+        const int outerRequest = FakeRestHandler::lastRequestId();
+        CallId afterwards = 0;
+        mRecorder->afterwards = [&](const QString&) {
+            if (mRecorder->lines().size() > 1)
+                return;
+            mAccounts->initValues(QString(), QString(), 0);
+            QCoreApplication::processEvents(); // answered here
+            afterwards = mOrchestrator->answeredCall();
+        };
+        giveAnswer(outerRequest, QStringLiteral("sendQueryMarketingRequest"));
+        QCOMPARE(mRecorder->lines().size(), 2);
+        QCOMPARE(afterwards, outer);
+    }
+
+private:
+    void initialize()
+    {
+        mAccounts->initialize(QStringLiteral("key"), QStringLiteral("secret"), 2,
+                              QStringLiteral("service"), QVariantMap());
+    }
+
+    void begin()
+    {
+        initialize();
+        mAnswered.clear();
+        mRecorder->clear();
+    }
+
+    static void serviceRows()
+    {
+        QTest::addColumn<int>("operation");
+        const auto operations = serviceoperations::all();
+        for (int i = 0; i < operations.size(); ++i)
+            QTest::newRow(operations[i].name) << i;
+    }
+
+    static Operation rowsOperation()
+    {
+        QFETCH(int, operation);
+        return serviceoperations::all().at(operation);
+    }
+
+    std::unique_ptr<KelAccounts> mAccounts;
+    KelAccountsPrivate* mOrchestrator = nullptr; // the facade's
+    std::unique_ptr<FacadeRecorder> mRecorder;
+    QList<CallId> mAnswered;
+    AnswerDetails mDetails;
+};
+
+QTEST_MAIN(TestCalls)
+#include "tst_calls.moc"
