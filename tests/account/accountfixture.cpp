@@ -4,6 +4,7 @@
 #include "account/fakeresthandler.h"
 #include "configure/kelconfigure.h"
 #include "platform/fakemodem.h"
+#include "support/literals.h"
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
@@ -17,7 +18,6 @@
 #include <csignal>
 
 using namespace KelTest;
-using sessionoperations::text;
 
 bool AccountFixture::reset()
 {
@@ -25,7 +25,7 @@ bool AccountFixture::reset()
     FakeModem::reset();
     FakeRestHandler::reset();
     mTagServer.reset(); // before the next takes its name
-    mTagServer = std::make_unique<ThreadTagServer>(QByteArray("\x01tag"));
+    mTagServer = std::make_unique<ThreadTagServer>("\x01tag"_ba);
     if (!mSandbox.startDaemon() || !removeDeviceAccounts())
         return false;
     mNewestBefore = storeIdentity();
@@ -47,8 +47,8 @@ void AccountFixture::makeFacade(bool initialized)
 {
     mAccounts = std::make_unique<KelAccounts>();
     if (initialized)
-        mAccounts->initialize(text("the-consumer-key"), text("the-consumer-secret"), 2,
-                              text("the-service"), {});
+        mAccounts->initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s,
+                              {});
     mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
 }
 
@@ -62,7 +62,7 @@ quint32 AccountFixture::storeIdentity()
 {
     KelAccount::KelConfigure store;
     QSignalSpy stored(&store, &KelAccount::KelConfigure::storeUserCredentialsStatus);
-    store.storeUserCredentials(text("earlier"), text("the-earlier-password"));
+    store.storeUserCredentials("earlier"_s, "the-earlier-password"_s);
     waitUntil([&] { return !stored.isEmpty(); });
     return stored.value(0).value(1).toUInt();
 }
@@ -70,9 +70,9 @@ quint32 AccountFixture::storeIdentity()
 bool AccountFixture::createDeviceAccount(quint32 credentials, bool enabled)
 {
     Accounts::Manager manager;
-    const std::unique_ptr<Accounts::Account> account(manager.createAccount(text("zor")));
+    const std::unique_ptr<Accounts::Account> account(manager.createAccount("zor"_s));
     account->setEnabled(enabled);
-    account->setValue(text("CredentialsId"), static_cast<int>(credentials));
+    account->setValue("CredentialsId"_s, static_cast<int>(credentials));
     return account->syncAndBlock();
 }
 
@@ -125,8 +125,8 @@ bool AccountFixture::killPlugin() const
 
 bool AccountFixture::setCredentialsReadable(bool readable) const
 {
-    const QString database = mSandbox.session().path(text("credentials/signon.db"));
-    const QString away = database + text(".away");
+    const QString database = mSandbox.session().path("credentials/signon.db"_s);
+    const QString away = database + ".away"_s;
     if (!SessionSandbox::killDaemon())
         return false;
     return readable ? QDir().rmdir(database) && QFile::rename(away, database)
@@ -137,7 +137,7 @@ QList<quint32> AccountFixture::identities() const
 {
     QList<quint32> numbers;
     const QList<QVariantList> rows = mSandbox.credentials(
-        QStringLiteral("select id from credentials where id > %1 order by id").arg(mNewestBefore));
+        "select id from credentials where id > %1 order by id"_s.arg(mNewestBefore));
     for (const QVariantList& row : rows)
         numbers.append(row.at(0).toUInt()); // 0 for an error
     return numbers;
@@ -146,17 +146,17 @@ QList<quint32> AccountFixture::identities() const
 QList<QVariantList> AccountFixture::deviceAccounts() const
 {
     return mSandbox.accounts(
-        QStringLiteral("select accounts.name, settings.value from accounts left join settings on "
-                       "settings.account = accounts.id and settings.service = 0 and "
-                       "settings.key = 'CredentialsId' order by accounts.id"));
+        "select accounts.name, settings.value from accounts left join settings on "
+        "settings.account = accounts.id and settings.service = 0 and "
+        "settings.key = 'CredentialsId' order by accounts.id"_s);
 }
 
 QVariantMap AccountFixture::userData()
 {
-    return {{text("UserId"), text("the-user-id")},
-            {text("LoginId"), text("the-login-id")},
-            {text("KelAccountId"), text("the-account-id")},
-            {text("EmailAddress"), text("the-address@mail.example")}};
+    return {{"UserId"_s, "the-user-id"_s},
+            {"LoginId"_s, "the-login-id"_s},
+            {"KelAccountId"_s, "the-account-id"_s},
+            {"EmailAddress"_s, "the-address@mail.example"_s}};
 }
 
 QList<PluginStep> AccountFixture::succeeding()
@@ -169,11 +169,10 @@ QList<PluginStep> AccountFixture::succeeding()
 
 QString AccountFixture::success(const SetUp& setUp, quint32 credentials)
 {
-    return QStringLiteral("%1(0, {AccountId: the-account-id, EmailAddress: "
-                          "the-address@mail.example, IdentityId: %2, LoginId: the-login-id, "
-                          "UserId: the-user-id})")
-        .arg(text(setUp.answer))
-        .arg(credentials);
+    return "%1(0, {AccountId: the-account-id, EmailAddress: "
+           "the-address@mail.example, IdentityId: %2, LoginId: the-login-id, "
+           "UserId: the-user-id})"_s.arg(text(setUp.answer))
+               .arg(credentials);
 }
 
 bool AccountFixture::succeeds(const SetUp& setUp)
@@ -188,7 +187,7 @@ bool AccountFixture::succeeds(const SetUp& setUp)
     if (lines() != QStringList(success(setUp, stored.at(0))))
         return false;
     return deviceAccounts() ==
-           QList<QVariantList>({{text("the-user-id"), QString::number(stored.at(0))}});
+           QList<QVariantList>({{"the-user-id"_s, QString::number(stored.at(0))}});
 }
 
 void AccountFixture::setUpRows()

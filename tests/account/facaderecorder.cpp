@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/facaderecorder.h"
+#include "support/literals.h"
 
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
@@ -22,22 +23,20 @@ QString listText(const QStringList& list)
 
 QString pictureText(const QPixmap& picture)
 {
-    return picture.isNull()
-               ? QStringLiteral("no picture")
-               : QStringLiteral("picture %1x%2").arg(picture.width()).arg(picture.height());
+    return picture.isNull() ? "no picture"_s
+                            : "picture %1x%2"_s.arg(picture.width()).arg(picture.height());
 }
 
 QString preAccountText(const PreAccountInfo& info)
 {
-    return QStringLiteral("pre-account '%1' '%2' '%3' %4")
-        .arg(info.preAccountId, info.username, info.mobile)
+    return "pre-account '%1' '%2' '%3' %4"_s.arg(info.preAccountId, info.username, info.mobile)
         .arg(int(info.country));
 }
 
 QString valueText(int type, const void* value)
 {
     if (type == QMetaType::Bool)
-        return *static_cast<const bool*>(value) ? QStringLiteral("true") : QStringLiteral("false");
+        return *static_cast<const bool*>(value) ? "true"_s : "false"_s;
     if (type == QMetaType::Int)
         return QString::number(*static_cast<const int*>(value));
     if (type == QMetaType::QString)
@@ -51,9 +50,8 @@ QString valueText(int type, const void* value)
     if (type == QMetaType::type("KelAccount::PreAccountInfo"))
         return preAccountText(*static_cast<const PreAccountInfo*>(value));
     if (type == QMetaType::type("KelAccount::ProfileInfo*"))
-        return *static_cast<ProfileInfo* const*>(value) ? QStringLiteral("profile")
-                                                        : QStringLiteral("no profile");
-    return QStringLiteral("value of unknown type");
+        return *static_cast<ProfileInfo* const*>(value) ? "profile"_s : "no profile"_s;
+    return "value of unknown type"_s;
 }
 
 } // namespace

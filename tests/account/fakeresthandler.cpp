@@ -3,6 +3,7 @@
 
 #include "rest/request/oauthrequest.h"
 #include "rest/transport/networkhandler.h"
+#include "support/literals.h"
 
 #include <QDebug>
 
@@ -22,14 +23,14 @@ class HandedOutRequest : public OAuthRequest
 {
 public:
     HandedOutRequest(ISignatureProvider& provider, const QString& key, const QString& base)
-        : OAuthRequest(provider, key, base, RetrieveUserNameAvailability, QStringLiteral("en"))
+        : OAuthRequest(provider, key, base, RetrieveUserNameAvailability, "en"_s)
     {
         ++aliveRequests;
     }
     ~HandedOutRequest() override { --aliveRequests; }
     QString createXMLMessage() override { return {}; }
     QString getRestURL() override { return baseAddress(); }
-    QString getHttpRequestType() override { return QStringLiteral("GET"); }
+    QString getHttpRequestType() override { return "GET"_s; }
     bool isTokenRequired() override { return false; }
 };
 

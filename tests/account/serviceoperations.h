@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "support/literals.h"
+
 #include <kelaccount/kelaccounts.h>
 
 #include <QVariantList>
@@ -32,11 +34,6 @@ struct Operation
     const char* tagPurpose; ///< null: without a service tag
 };
 
-inline QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
-
 inline QVector<Operation> withoutChecks()
 {
     return {
@@ -49,11 +46,11 @@ inline QVector<Operation> withoutChecks()
          "Failed to send retrieveCaptchaImage request",
          nullptr},
         {"retrieveSecurityQuestionList",
-         [](KelAccounts& a) { a.retrieveSecurityQuestionList(text("fi")); },
+         [](KelAccounts& a) { a.retrieveSecurityQuestionList("fi"_s); },
          {},
          "securityQuestionListResponse(%1, {})",
          "sendRetrieveSecQueListRequest",
-         {text("fi")},
+         {"fi"_s},
          "Failed to send retrieveSecurityQuestionList",
          nullptr},
         {"detectPreAccount",
@@ -73,13 +70,11 @@ inline QVector<Operation> withoutChecks()
          "Failed to send queryMarketingVariant Request",
          nullptr},
         {"requestPasswordReset",
-         [](KelAccounts& a) {
-             a.requestPasswordReset(text("user"), text("x7Kq"), true, text("the message"));
-         },
+         [](KelAccounts& a) { a.requestPasswordReset("user"_s, "x7Kq"_s, true, "the message"_s); },
          {},
          "requestPasswordResetResponse(%1)",
          "sendresetPasswordRequest",
-         {text("user"), QString(), text("x7Kq"), true, text("the message")},
+         {"user"_s, QString(), "x7Kq"_s, true, "the message"_s},
          "Failed to send requestPasswordReset Request",
          ":SSO_PASSWORD_RECOVERY"},
     };
@@ -89,30 +84,28 @@ inline QVector<Operation> withOneCheck()
 {
     return {
         {"isUserIdAvailable",
-         [](KelAccounts& a) { a.isUserIdAvailable(text("alice")); },
+         [](KelAccounts& a) { a.isUserIdAvailable("alice"_s); },
          {{"name", [](KelAccounts& a) { a.isUserIdAvailable(QString()); }}},
          "isUserIdAvailableResponse(%1, false, [])",
          "sendisUserIdAvailRequest",
-         {text("alice")},
+         {"alice"_s},
          "Failed to send isUserIdAvailable request",
          nullptr},
         {"retrieveTermsOfService",
-         [](KelAccounts& a) {
-             a.retrieveTermsOfService(text("service"), text("sv"), text("FI"), 2);
-         },
+         [](KelAccounts& a) { a.retrieveTermsOfService("service"_s, "sv"_s, "FI"_s, 2); },
          {{"service",
-           [](KelAccounts& a) { a.retrieveTermsOfService(QString(), text("sv"), text("FI"), 0); }}},
+           [](KelAccounts& a) { a.retrieveTermsOfService(QString(), "sv"_s, "FI"_s, 0); }}},
          "termsOfServiceResponse(%1, {})",
          "sendretrieveTOSRequest",
-         {text("service"), text("sv"), text("FI"), 1},
+         {"service"_s, "sv"_s, "FI"_s, 1},
          "Failed to send retrieveTermsOfService Request",
          nullptr},
         {"isEmailIdAvailable",
-         [](KelAccounts& a) { a.isEmailIdAvailable(text("a@b.example")); },
+         [](KelAccounts& a) { a.isEmailIdAvailable("a@b.example"_s); },
          {{"address", [](KelAccounts& a) { a.isEmailIdAvailable(QString()); }}},
          "isEmailIdAvailableResponse(%1, false)",
          "sendisEmailAddAvailableRequest",
-         {text("a@b.example")},
+         {"a@b.example"_s},
          "Failed to send isEmailIdAvailable Request",
          ":SSO_EMAIL_AVAILABILITY_CHECK"},
     };
@@ -138,7 +131,7 @@ inline QVector<Operation> withSeveralChecks()
           {"both", question("", "")}},
          "retrievePasswordResetSecQuestionResponse(%1, {})",
          "sendRetrieveSecurityQuestionRequest",
-         {text("user"), text("de")},
+         {"user"_s, "de"_s},
          "Failed to send retrievePasswordResetSecQuestion",
          nullptr},
         {"resetPasswordUsingSecurityQuestion",
@@ -150,7 +143,7 @@ inline QVector<Operation> withSeveralChecks()
           {"all", reset("", "", "", "")}},
          "resetPasswordUsingSecurityQuestionResponse(%1)",
          "sendResetPasswordRequest",
-         {text("user"), text("token"), text("new"), text("answer"), text("en")},
+         {"user"_s, "token"_s, "new"_s, "answer"_s, "en"_s},
          "Failed to send resetPasswordUsingSecurityQuestion Request",
          nullptr},
     };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "support/literals.h"
+
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/registrationinfo.h>
 
@@ -15,11 +17,6 @@ namespace sessionoperations {
 
 using KelAccount::KelAccounts;
 using Call = std::function<void(KelAccounts&)>;
-
-inline QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 struct BadCall
 {
@@ -50,7 +47,7 @@ inline QVector<Operation> all()
          "downloadProfileResponse(%1, profile)",
          "privateMechanism_downloadProfile"},
         {"updateSecurityQuestion",
-         [](KelAccounts& a) { a.updateSecurityQuestion(text("question-7"), text("Ünser Hund")); },
+         [](KelAccounts& a) { a.updateSecurityQuestion("question-7"_s, "Ünser Hund"_s); },
          {},
          "updateSecurityQuestionResponse(%1)",
          "updateSecurityQuestionResponse(%1)",
@@ -64,7 +61,7 @@ inline QVector<Operation> all()
          "changePasswordResponse(%1)",
          "privateMechanism_changepassword"},
         {"userIdUpdate",
-         [](KelAccounts& a) { a.userIdUpdate(text("näme")); },
+         [](KelAccounts& a) { a.userIdUpdate("näme"_s); },
          {{"name", [](KelAccounts& a) { a.userIdUpdate(QString()); }}},
          "userIdUpdateResponse(%1)",
          "userIdUpdateResponse(%1)",
@@ -81,9 +78,9 @@ inline QVector<Operation> all()
 inline KelAccount::RegistrationInfo registration()
 {
     KelAccount::RegistrationInfo info;
-    info.setUsername(text("new.user"));
-    info.setEmailAddress(text("new.user@mail.example"));
-    info.setPassword(text("the-new-password"));
+    info.setUsername("new.user"_s);
+    info.setEmailAddress("new.user@mail.example"_s);
+    info.setPassword("the-new-password"_s);
     return info;
 }
 
@@ -106,7 +103,7 @@ inline QVector<SetUp> setUps()
     return {
         {"sign in",
          [](KelAccounts& a, bool configureOnDb) {
-             a.signInAndConfigure(text("usér"), text("the-passwörd"), configureOnDb);
+             a.signInAndConfigure("usér"_s, "the-passwörd"_s, configureOnDb);
          },
          [](KelAccounts& a) { a.signInAndConfigure(QString(), QString(), true); },
          "signInAndConfigureResponse", "signIn", "usér", "the-passwörd",
@@ -126,7 +123,7 @@ inline QVector<SetUp> setUps()
 /// The answer of a set-up that failed.
 inline QString failure(const SetUp& setUp, int status)
 {
-    return QStringLiteral("%1(%2, {})").arg(text(setUp.answer)).arg(status);
+    return "%1(%2, {})"_s.arg(text(setUp.answer)).arg(status);
 }
 
 inline QString line(const char* pattern, int status)

@@ -13,9 +13,13 @@ using KelAccount::CallId;
 using KelAccount::KelAccountsPrivate;
 using KelAccount::KelAuthSessionInterface;
 using sessionoperations::line;
-using sessionoperations::text;
 
 namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
 
 const QString initialise = QStringLiteral("initialise");
 const QString downloadProfile = QStringLiteral("privateMechanism_downloadProfile");

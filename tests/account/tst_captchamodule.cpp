@@ -4,6 +4,7 @@
 #include "rest/picture/captchapicture.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "rest/request/netrequesttype.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <kelaccount/kelaccounts.h>
@@ -51,7 +52,7 @@ private Q_SLOTS:
         KelAccounts accounts;
         const QList<int> statuses = {KelAccount::ErrorUnabletoSendRequest};
         const Answers answers(accounts);
-        accounts.initialize(QStringLiteral("key"), QStringLiteral("secret"), 2, {}, {});
+        accounts.initialize("key"_s, "secret"_s, 2, {}, {});
         const MessageLog log;
         accounts.retrieveCaptchaImage(120, 40);
         QCOMPARE(answers.statuses, QList<int>());
@@ -74,9 +75,8 @@ private Q_SLOTS:
         NetworkResponseProcessor processor(nullptr);
         HttpResponse response(
             QNetworkReply::NoError,
-            QStringLiteral(
-                "<?xml version=\"1.0\"?><captchaCreationResponse><captchaId>c9</captchaId>"
-                "<imageData>AAAA</imageData></captchaCreationResponse>"),
+            "<?xml version=\"1.0\"?><captchaCreationResponse><captchaId>c9</captchaId>"
+            "<imageData>AAAA</imageData></captchaCreationResponse>"_s,
             QString(), 1);
 #ifdef KELACCOUNT_TEST_PICTURES
         // A spy copies the picture, as a queued connection does.
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(spy.size(), 1);
         QCOMPARE(spy.first().at(0).toInt(), 0);
         QVERIFY(spy.first().at(1).value<QPixmap>().isNull());
-        QCOMPARE(spy.first().at(2).toString(), QStringLiteral("c9"));
+        QCOMPARE(spy.first().at(2).toString(), "c9"_s);
 #else
         QList<int> statuses;
         connect(&processor, &NetworkResponseProcessor::retrieveCaptchaImageResponse, this,

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/literals.h"
+#include "support/rows.h"
+
 #include <kelaccount/commonutils.h>
 #include <kelaccount/errorstatus.h>
 
@@ -15,7 +18,7 @@ struct Row
 };
 
 // The published table, number by number.
-constexpr Row rows[] = {
+constexpr Row published[] = {
     {0, KelAccount::ErrorNone, "ZorKeLDefs::ErrorNone"},
     {401, KelAccount::ErrorConnectionRefused, "ZorKeLDefs::ErrorConnectionRefused"},
     {402, KelAccount::ErrorRemoteHostClosed, "ZorKeLDefs::ErrorRemoteHostClosed"},
@@ -122,14 +125,11 @@ class TestCommonUtils : public QObject
 private Q_SLOTS:
     void everyStatusHasItsValueAndName_data()
     {
-        QTest::addColumn<int>("value");
-        QTest::addColumn<int>("member");
-        QTest::addColumn<QString>("name");
-        for (const Row& row : rows)
+        columns<int, int, QString>("value", "member", "name");
+        for (const Row& row : published)
             QTest::addRow("%d", row.value)
                 << row.value << row.member << QString::fromLatin1(row.name);
     }
-
     void everyStatusHasItsValueAndName()
     {
         QFETCH(int, value);
@@ -140,27 +140,25 @@ private Q_SLOTS:
     void everyOtherNumberGetsTheFallback()
     {
         QSet<int> known;
-        for (const Row& row : rows)
+        for (const Row& row : published)
             known.insert(row.value);
         QCOMPARE(known.size(), 85);
         for (int value = -10; value < 1100; ++value) {
             if (!known.contains(value)) {
                 QCOMPARE(CommonUtils::ConvertErrorCodeToString(value),
-                         QStringLiteral("ZorKelDefs::Error") + QString::number(value));
+                         "ZorKelDefs::Error"_s + QString::number(value));
             }
         }
     }
 
     void theFallbackIsSpelledWithALowerCaseEl_data()
     {
-        QTest::addColumn<int>("value");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("413") << 413 << QStringLiteral("ZorKelDefs::Error413");
-        QTest::newRow("512") << 512 << QStringLiteral("ZorKelDefs::Error512");
-        QTest::newRow("807") << 807 << QStringLiteral("ZorKelDefs::Error807");
-        QTest::newRow("negative") << -1 << QStringLiteral("ZorKelDefs::Error-1");
+        columns<int, QString>("value", "name");
+        QTest::newRow("413") << 413 << "ZorKelDefs::Error413"_s;
+        QTest::newRow("512") << 512 << "ZorKelDefs::Error512"_s;
+        QTest::newRow("807") << 807 << "ZorKelDefs::Error807"_s;
+        QTest::newRow("negative") << -1 << "ZorKelDefs::Error-1"_s;
     }
-
     void theFallbackIsSpelledWithALowerCaseEl()
     {
         QFETCH(int, value);

@@ -5,6 +5,7 @@
 #include "account/accountfixture.h"
 #include "account/kelaccountsprivate.h"
 #include "signon/requestdata.h"
+#include "support/literals.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>
@@ -12,7 +13,6 @@
 using namespace KelTest;
 using namespace KelAccount;
 using sessionoperations::line;
-using sessionoperations::text;
 
 // Of other sizes than the library's.
 struct ResponseType
@@ -57,116 +57,108 @@ public:
     using AccountFixture::AccountFixture;
 
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase()
+    {
+        makeFacade();
+        endFacade();
+        useStatuses();
+    }
+
     void init() { QVERIFY(reset()); }
     void cleanup() { endFacade(); }
 
-    void statusesAndVariantsAreNumbersToQt();
-    void spiesSeeStatusesAndVariants();
-    void queuedConnectionsCarryStatusesAndVariants();
-    void everyRefusalArrives();
-    void requestsThatWaitedAreSent();
-    void theNamesAreTheHostsOrOurs();
+    void statusesAndVariantsAreNumbersToQt()
+    {
+        QCOMPARE(qMetaTypeId<ErrorStatus>(), int(QMetaType::Int));
+        QCOMPARE(qMetaTypeId<ConsentQueryVariant>(), int(QMetaType::Int));
+        QCOMPARE(QMetaType::type("KelAccount::ErrorStatus"), int(QMetaType::Int));
+        QCOMPARE(QMetaType::type("KelAccount::ConsentQueryVariant"), int(QMetaType::Int));
+
+        const QVariant status = QVariant::fromValue(ErrorTimeout);
+        QCOMPARE(status.toInt(), 404);
+        QCOMPARE(status.value<ErrorStatus>(), ErrorTimeout);
+        QCOMPARE(QVariant(404).value<ErrorStatus>(), ErrorTimeout);
+        QCOMPARE(QVariant::fromValue(ConsentVariantUnTicked).value<ConsentQueryVariant>(),
+                 ConsentVariantUnTicked);
+    }
+
+    void spiesSeeStatusesAndVariants()
+    {
+        makeFacade(false);
+        QSignalSpy names(mAccounts.get(), &KelAccounts::isUserIdAvailableResponse);
+        QSignalSpy variants(mAccounts.get(), &KelAccounts::marketingVariantResponse);
+        mAccounts->isUserIdAvailable("name"_s);
+        mAccounts->queryMarketingVariant();
+        QVERIFY(mRecorder->waitFor(2));
+        QCOMPARE(names.size(), 1);
+        QCOMPARE(names.at(0).at(0).value<ErrorStatus>(), ErrorInitializationPending);
+        QCOMPARE(names.at(0).at(0).toInt(), int(ErrorInitializationPending));
+        QCOMPARE(variants.size(), 1);
+        QCOMPARE(variants.at(0).at(0).value<ErrorStatus>(), ErrorInitializationPending);
+        QCOMPARE(variants.at(0).at(1).value<ConsentQueryVariant>(), ConsentVariantUnknown);
+    }
+
+    void queuedConnectionsCarryStatusesAndVariants()
+    {
+        makeFacade(false);
+        QList<ErrorStatus> statuses;
+        QList<ConsentQueryVariant> variants;
+        connect(
+            mAccounts.get(), &KelAccounts::marketingVariantResponse, this,
+            [&](ErrorStatus status, ConsentQueryVariant variant) {
+                statuses.append(status);
+                variants.append(variant);
+            },
+            Qt::QueuedConnection);
+        mAccounts->queryMarketingVariant();
+        QVERIFY(waitUntil([&] { return !statuses.isEmpty(); }));
+        QCOMPARE(statuses, {ErrorInitializationPending});
+        QCOMPARE(variants, {ConsentVariantUnknown});
+    }
+
+    void everyRefusalArrives()
+    {
+        makeFacade(false);
+        QStringList expected;
+        for (const auto& operation : sessionoperations::all()) {
+            operation.call(*mAccounts);
+            expected.append(line(operation.refusal, ErrorInitializationPending));
+        }
+        for (const auto& setUp : sessionoperations::setUps()) {
+            setUp.start(*mAccounts, true);
+            expected.append(sessionoperations::failure(setUp, ErrorInitializationPending));
+        }
+        QVERIFY(answersOnce(expected.size()));
+        QCOMPARE(lines(), expected);
+    }
+
+    void requestsThatWaitedAreSent()
+    {
+        QVERIFY(resetForSignedInUser());
+        QStringList expected;
+        for (const auto& operation : sessionoperations::all()) {
+            operation.call(*mAccounts);
+            expected.append(line(operation.answer, 0));
+        }
+        QVERIFY(answersOnce(expected.size()));
+        QCOMPARE(lines(), expected);
+    }
+
+    void theNamesAreTheHostsOrOurs()
+    {
+        const int response = QMetaType::type("ResponseType");
+        const int request = QMetaType::type("RequestData");
+        if (comesFirst()) {
+            QCOMPARE(response, qMetaTypeId<::ResponseType>());
+            QCOMPARE(request, qMetaTypeId<::RequestData>());
+            const ::ResponseType own{"kind"_s, {"part"_s}, 1};
+            QCOMPARE(QVariant::fromValue(own).value<::ResponseType>().parts, own.parts);
+        } else {
+            QCOMPARE(response, qMetaTypeId<KelAccountsPrivate::ResponseType>());
+            QCOMPARE(request, qMetaTypeId<KelAccount::RequestData>());
+        }
+    }
 };
-
-void TestHostTypes::initTestCase()
-{
-    makeFacade();
-    endFacade();
-    useStatuses();
-}
-
-void TestHostTypes::statusesAndVariantsAreNumbersToQt()
-{
-    QCOMPARE(qMetaTypeId<ErrorStatus>(), int(QMetaType::Int));
-    QCOMPARE(qMetaTypeId<ConsentQueryVariant>(), int(QMetaType::Int));
-    QCOMPARE(QMetaType::type("KelAccount::ErrorStatus"), int(QMetaType::Int));
-    QCOMPARE(QMetaType::type("KelAccount::ConsentQueryVariant"), int(QMetaType::Int));
-
-    const QVariant status = QVariant::fromValue(ErrorTimeout);
-    QCOMPARE(status.toInt(), 404);
-    QCOMPARE(status.value<ErrorStatus>(), ErrorTimeout);
-    QCOMPARE(QVariant(404).value<ErrorStatus>(), ErrorTimeout);
-    QCOMPARE(QVariant::fromValue(ConsentVariantUnTicked).value<ConsentQueryVariant>(),
-             ConsentVariantUnTicked);
-}
-
-void TestHostTypes::spiesSeeStatusesAndVariants()
-{
-    makeFacade(false);
-    QSignalSpy names(mAccounts.get(), &KelAccounts::isUserIdAvailableResponse);
-    QSignalSpy variants(mAccounts.get(), &KelAccounts::marketingVariantResponse);
-    mAccounts->isUserIdAvailable(text("name"));
-    mAccounts->queryMarketingVariant();
-    QVERIFY(mRecorder->waitFor(2));
-    QCOMPARE(names.size(), 1);
-    QCOMPARE(names.at(0).at(0).value<ErrorStatus>(), ErrorInitializationPending);
-    QCOMPARE(names.at(0).at(0).toInt(), int(ErrorInitializationPending));
-    QCOMPARE(variants.size(), 1);
-    QCOMPARE(variants.at(0).at(0).value<ErrorStatus>(), ErrorInitializationPending);
-    QCOMPARE(variants.at(0).at(1).value<ConsentQueryVariant>(), ConsentVariantUnknown);
-}
-
-void TestHostTypes::queuedConnectionsCarryStatusesAndVariants()
-{
-    makeFacade(false);
-    QList<ErrorStatus> statuses;
-    QList<ConsentQueryVariant> variants;
-    connect(
-        mAccounts.get(), &KelAccounts::marketingVariantResponse, this,
-        [&](ErrorStatus status, ConsentQueryVariant variant) {
-            statuses.append(status);
-            variants.append(variant);
-        },
-        Qt::QueuedConnection);
-    mAccounts->queryMarketingVariant();
-    QVERIFY(waitUntil([&] { return !statuses.isEmpty(); }));
-    QCOMPARE(statuses, {ErrorInitializationPending});
-    QCOMPARE(variants, {ConsentVariantUnknown});
-}
-
-void TestHostTypes::everyRefusalArrives()
-{
-    makeFacade(false);
-    QStringList expected;
-    for (const auto& operation : sessionoperations::all()) {
-        operation.call(*mAccounts);
-        expected.append(line(operation.refusal, ErrorInitializationPending));
-    }
-    for (const auto& setUp : sessionoperations::setUps()) {
-        setUp.start(*mAccounts, true);
-        expected.append(sessionoperations::failure(setUp, ErrorInitializationPending));
-    }
-    QVERIFY(answersOnce(expected.size()));
-    QCOMPARE(lines(), expected);
-}
-
-void TestHostTypes::requestsThatWaitedAreSent()
-{
-    QVERIFY(resetForSignedInUser());
-    QStringList expected;
-    for (const auto& operation : sessionoperations::all()) {
-        operation.call(*mAccounts);
-        expected.append(line(operation.answer, 0));
-    }
-    QVERIFY(answersOnce(expected.size()));
-    QCOMPARE(lines(), expected);
-}
-
-void TestHostTypes::theNamesAreTheHostsOrOurs()
-{
-    const int response = QMetaType::type("ResponseType");
-    const int request = QMetaType::type("RequestData");
-    if (comesFirst()) {
-        QCOMPARE(response, qMetaTypeId<::ResponseType>());
-        QCOMPARE(request, qMetaTypeId<::RequestData>());
-        const ::ResponseType own{text("kind"), {text("part")}, 1};
-        QCOMPARE(QVariant::fromValue(own).value<::ResponseType>().parts, own.parts);
-    } else {
-        QCOMPARE(response, qMetaTypeId<KelAccountsPrivate::ResponseType>());
-        QCOMPARE(request, qMetaTypeId<KelAccount::RequestData>());
-    }
-}
 
 int main(int argc, char** argv)
 {

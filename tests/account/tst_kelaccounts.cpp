@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
 #include "rest/request/timestampmanager.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
@@ -24,9 +26,9 @@ namespace {
 constexpr int patience = 5000;
 // On the way to a TLS server, Qt 5.15 reports a proxy that refuses as an unknown network failure.
 constexpr int refusedProxy = KelAccount::ErrorUnknownNetwork;
-const auto key = QStringLiteral("key");
-const auto secret = QStringLiteral("secret");
-const auto service = QStringLiteral("service");
+const auto key = "key"_s;
+const auto secret = "secret"_s;
+const auto service = "service"_s;
 
 // The signals of the facade in their order, with the status and what follows it.
 const char* const publicSignals[] = {
@@ -127,17 +129,15 @@ private Q_SLOTS:
 
     void initializeRefusesAnEmptyKeyOrSecretLater_data()
     {
-        QTest::addColumn<QString>("consumerKey");
-        QTest::addColumn<QString>("consumerSecret");
+        columns<QString, QString>("consumerKey", "consumerSecret");
         QTest::newRow("no key") << QString() << secret;
         QTest::newRow("no secret") << key << QString();
         QTest::newRow("neither") << QString() << QString();
     }
-
     void initializeRefusesAnEmptyKeyOrSecretLater()
     {
-        QFETCH(QString, consumerKey);
-        QFETCH(QString, consumerSecret);
+        const auto [consumerKey, consumerSecret] =
+            fetch<QString, QString>("consumerKey", "consumerSecret");
         KelAccounts accounts;
         QSignalSpy spy(&accounts, &KelAccounts::initializeResponse);
         accounts.initialize(consumerKey, consumerSecret, 2, service, QVariantMap());
@@ -154,14 +154,12 @@ private Q_SLOTS:
         KelAccountsPrivate orchestrator(nullptr);
         QSignalSpy spy(&orchestrator, &KelAccountsPrivate::initializeResponse);
         orchestrator.initialize(key, secret, 2, service, QVariantMap());
-        const QString signature =
-            orchestrator.createSignature(QString(), QStringLiteral("b"), false);
-        orchestrator.initialize(QStringLiteral("other"), QStringLiteral("other"), 0, service,
-                                QVariantMap());
+        const QString signature = orchestrator.createSignature(QString(), "b"_s, false);
+        orchestrator.initialize("other"_s, "other"_s, 0, service, QVariantMap());
         QCOMPARE(spy.count(), 1);
         QVERIFY(spy.wait(patience));
         QCOMPARE(spy.last().at(0).toInt(), 1000);
-        QCOMPARE(orchestrator.createSignature(QString(), QStringLiteral("b"), false), signature);
+        QCOMPARE(orchestrator.createSignature(QString(), "b"_s, false), signature);
     }
 
     void aSecondInitializeIsRefusedBeforeItsArgumentsAreLookedAt()
@@ -200,7 +198,7 @@ private Q_SLOTS:
     {
         KelAccounts accounts;
         QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
-        accounts.isUserIdAvailable(QStringLiteral("alice"));
+        accounts.isUserIdAvailable("alice"_s);
         QCOMPARE(spy.count(), 0);
         QVERIFY(spy.wait(patience));
         QCOMPARE(spy.first().at(0).toInt(), 802);
@@ -208,8 +206,7 @@ private Q_SLOTS:
 
     void everyDeferredErrorGoesOutOnItsSignal_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("signal");
+        columns<int, QString>("type", "signal");
         // the type's number, and the number of its signal in the list above
         const QList<QPair<int, int>> rows = {
             {0, 0}, {1, 1},   {2, 2},   {3, 4},   {4, 5},   {5, 6},   {6, 7},   {7, 9},   {8, 10},
@@ -218,11 +215,9 @@ private Q_SLOTS:
             QTest::addRow("%d", row.first)
                 << row.first << QString::fromLatin1(publicSignals[row.second]);
     }
-
     void everyDeferredErrorGoesOutOnItsSignal()
     {
-        QFETCH(int, type);
-        QFETCH(QString, signal);
+        const auto [type, signal] = fetch<int, QString>("type", "signal");
         KelAccountsPrivate orchestrator(nullptr);
         const KelAccounts typesAreRegistered;
         QList<QSignalSpy*> spies;
@@ -267,11 +262,11 @@ private Q_SLOTS:
     {
         KelAccountsPrivate orchestrator(nullptr);
         // openssl dgst -sha1 -hmac 'kd94%2Fhf&' -binary | base64
-        orchestrator.initialize(key, QStringLiteral("kd94/hf"), 2, service, QVariantMap());
-        const auto base = QStringLiteral("POST&http%3A%2F%2Fexample.com&a%3Db");
+        orchestrator.initialize(key, "kd94/hf"_s, 2, service, QVariantMap());
+        const auto base = "POST&http%3A%2F%2Fexample.com&a%3Db"_s;
         const QString signature = orchestrator.createSignature(key, base, false);
-        QCOMPARE(signature, QStringLiteral("HnPV+h84yHxmf7O5MKTA+ZlgAKs="));
-        QCOMPARE(orchestrator.createSignature(QStringLiteral("x"), base, true), signature);
+        QCOMPARE(signature, "HnPV+h84yHxmf7O5MKTA+ZlgAKs="_s);
+        QCOMPARE(orchestrator.createSignature("x"_s, base, true), signature);
         QCOMPARE(orchestrator.createSignature(QString(), base, true), signature);
     }
 
@@ -293,7 +288,7 @@ private Q_SLOTS:
         accounts.initialize(key, secret, 2, service, QVariantMap());
         QSignalSpy spy(&accounts, &KelAccounts::isUserIdAvailableResponse);
         for (int i = 1; i <= 2; ++i) {
-            accounts.isUserIdAvailable(QStringLiteral("alice"));
+            accounts.isUserIdAvailable("alice"_s);
             QVERIFY(spy.wait(patience));
             QCOMPARE(spy.count(), i);
             QCOMPARE(spy.last().at(0).toInt(), refusedProxy);
@@ -304,16 +299,15 @@ private Q_SLOTS:
     void strangeNamesAreAnsweredOnce_data()
     {
         QTest::addColumn<QString>("name");
-        QTest::newRow("control characters") << QStringLiteral("a\r\n\t\x01z");
+        QTest::newRow("control characters") << "a\r\n\t\x01z"_s;
         QTest::newRow("null character") << QString(QChar(0));
-        QTest::newRow("not Latin") << QStringLiteral("\u0431\u043e\u0440\u0438\u0441");
+        QTest::newRow("not Latin") << "\u0431\u043e\u0440\u0438\u0441"_s;
         QTest::newRow("lone surrogate") << QString(QChar(0xD800));
-        QTest::newRow("markup") << QStringLiteral("<a href=\"&\">");
-        QTest::newRow("address pieces") << QStringLiteral("../../?x=1#y@[::1]:99%zz%");
+        QTest::newRow("markup") << "<a href=\"&\">"_s;
+        QTest::newRow("address pieces") << "../../?x=1#y@[::1]:99%zz%"_s;
         QTest::newRow("long") << QString(1024 * 1024, QLatin1Char('a'));
         QTest::newRow("long and wide") << QString(1024 * 1024, QChar(0x20AC));
     }
-
     void strangeNamesAreAnsweredOnce()
     {
         QFETCH(QString, name);
@@ -334,7 +328,7 @@ private Q_SLOTS:
         auto* const accounts = new KelAccounts;
         QSignalSpy spy(accounts, &KelAccounts::isUserIdAvailableResponse);
         accounts->initialize(key, secret, 2, service, QVariantMap());
-        accounts->isUserIdAvailable(QStringLiteral("alice"));
+        accounts->isUserIdAvailable("alice"_s);
         accounts->isUserIdAvailable(QString());
         delete accounts;
         QTest::qWait(100);
@@ -345,9 +339,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("deferred refusal") << QString();
-        QTest::newRow("answer of the transport") << QStringLiteral("alice");
+        QTest::newRow("answer of the transport") << "alice"_s;
     }
-
     void theFacadeMayBeDeletedFromASlot()
     {
         QFETCH(QString, name);
@@ -374,8 +367,8 @@ private Q_SLOTS:
         QSignalSpy firstSpy(&first, &KelAccounts::isUserIdAvailableResponse);
         QSignalSpy secondSpy(&second, &KelAccounts::isUserIdAvailableResponse);
         first.initialize(key, secret, 2, service, QVariantMap());
-        first.isUserIdAvailable(QStringLiteral("alice"));
-        second.isUserIdAvailable(QStringLiteral("alice"));
+        first.isUserIdAvailable("alice"_s);
+        second.isUserIdAvailable("alice"_s);
         QTRY_COMPARE_WITH_TIMEOUT(firstSpy.count() + secondSpy.count(), 2, patience);
         QCOMPARE(firstSpy.first().at(0).toInt(), refusedProxy);
         QCOMPARE(secondSpy.first().at(0).toInt(), 802);
@@ -387,8 +380,7 @@ private:
     {
         QTcpServer closed;
         QVERIFY(closed.listen(QHostAddress::LocalHost));
-        qputenv("https_proxy",
-                QByteArray("http://127.0.0.1:") + QByteArray::number(closed.serverPort()));
+        qputenv("https_proxy", "http://127.0.0.1:"_ba + QByteArray::number(closed.serverPort()));
         closed.close();
     }
 };

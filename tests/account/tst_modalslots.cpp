@@ -5,18 +5,19 @@
 #include "account/accountsetup.h"
 #include "configure/kelconfigure.h"
 #include "signon/kelauthsessioninterface.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 using namespace KelTest;
 using sessionoperations::failure;
 using sessionoperations::line;
-using sessionoperations::text;
 
 namespace {
 
 constexpr int guardMs = 600;
 constexpr int boxMs = 900;
 
-const QString initialise = QStringLiteral("initialise");
+const QString initialise = "initialise"_s;
 
 } // namespace
 
@@ -32,106 +33,97 @@ private Q_SLOTS:
     void cleanup() { endFacade(); }
 
     void aSetUpStaysSuccessful_data() { setUpRows("configureOnDb", "", ", no device account"); }
-    void aSetUpStaysSuccessful();
-    void aSetUpFailsOnce_data();
-    void aSetUpFailsOnce();
+    void aSetUpStaysSuccessful()
+    {
+        QFETCH(bool, configureOnDb);
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50); // the facade's own first call starts the daemon
+        showBoxes();
+        // Called from the event loop, as applications do.
+        QTimer::singleShot(0, this, [&] { setUp.start(*mAccounts, configureOnDb); });
+        const QStringList all = linesBehindTheBox();
+        const quint32 id = identities().value(0);
+        QCOMPARE(all, QStringList(success(setUp, id)));
+        QCOMPARE(identities(), QList<quint32>({id}));
+        QList<QVariantList> expected;
+        if (configureOnDb)
+            expected.append({"the-user-id"_s, QString::number(id)});
+        QCOMPARE(deviceAccounts(), expected);
+    }
+
+    void aSetUpFailsOnce_data()
+    {
+        columns<int, int>("setUp", "status");
+        for (const int status : {615, 800, 805, 806})
+            QTest::addRow("%s, %d", sessionoperations::setUps()[0].name, status) << 0 << status;
+        QTest::addRow("%s, 805", sessionoperations::setUps()[1].name) << 1 << 805;
+    }
+    void aSetUpFailsOnce()
+    {
+        QFETCH(int, status);
+        const SetUp setUp = setUpOfTheRow();
+        const QByteArray folder = qgetenv("ACCOUNTS");
+        if (status == 806 || status == 615)
+            mSandbox.script(
+                {{status == 806 ? initialise : text(setUp.mechanism), PluginStep::Err, {}, 615}});
+        makeFacade();
+        letPass(50);
+        if (status == 800)
+            QVERIFY(setCredentialsReadable(false));
+        showBoxes();
+        setUp.start(*mAccounts, true);
+        if (status ==
+            805) // it has looked for an account, and makes none before the event loop runs
+            qputenv("ACCOUNTS", "/proc/nonexistent");
+        const QStringList all = linesBehindTheBox();
+        qputenv("ACCOUNTS", folder);
+        if (status == 800)
+            QVERIFY(setCredentialsReadable(true));
+        QCOMPARE(all, QStringList(failure(setUp, status)));
+        QVERIFY(waitUntil([this] { return identities().isEmpty(); }));
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+        endFacade();
+        makeFacade();
+        QVERIFY(succeeds(setUp));
+    }
+
     void anOperationIsAnsweredOnce_data() { operationRows(); }
-    void anOperationIsAnsweredOnce();
+    void anOperationIsAnsweredOnce()
+    {
+        const Operation operation = operationOfTheRow();
+        QVERIFY(resetForSignedInUser());
+        letPass(50);
+        showBoxes();
+        QTimer::singleShot(0, this, [&] {
+            operation.call(*mAccounts);
+            operation.call(*mAccounts); // behind the first, and answered inside its box
+        });
+        QVERIFY(mRecorder->waitFor(2, 20000));
+        letPass(boxMs - guardMs);
+        QCOMPARE(lines(), QStringList({line(operation.answer, 0), line(operation.answer, 0)}));
+    }
 
 private:
-    void showBoxes();
-    QStringList linesBehindTheBox() const;
+    // Boxes that outlive every guard.
+    void showBoxes()
+    {
+        auto* const store = mAccounts->findChild<KelAccount::KelConfigure*>();
+        store->setStoreTimeout(guardMs);
+        store->setAccountTimeout(guardMs);
+        store->setRemovalTimeout(guardMs);
+        mAccounts->findChild<KelAccount::AccountSetUp*>()->setReservationTimeout(guardMs);
+        mAccounts->findChild<KelAccount::KelAuthSessionInterface*>()->setOpeningTimeout(guardMs);
+        mRecorder->stayInSlots(boxMs);
+    }
+
+    QStringList linesBehindTheBox() const
+    {
+        mRecorder->waitFor(1, 20000); // returns when the slot does
+        letPass(boxMs - guardMs);
+        return lines();
+    }
 };
-
-/// Boxes that outlive every guard.
-void TestModalSlots::showBoxes()
-{
-    auto* const store = mAccounts->findChild<KelAccount::KelConfigure*>();
-    store->setStoreTimeout(guardMs);
-    store->setAccountTimeout(guardMs);
-    store->setRemovalTimeout(guardMs);
-    mAccounts->findChild<KelAccount::AccountSetUp*>()->setReservationTimeout(guardMs);
-    mAccounts->findChild<KelAccount::KelAuthSessionInterface*>()->setOpeningTimeout(guardMs);
-    mRecorder->stayInSlots(boxMs);
-}
-
-QStringList TestModalSlots::linesBehindTheBox() const
-{
-    mRecorder->waitFor(1, 20000); // returns when the slot does
-    letPass(boxMs - guardMs);
-    return lines();
-}
-
-void TestModalSlots::aSetUpStaysSuccessful()
-{
-    QFETCH(bool, configureOnDb);
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50); // the facade's own first call starts the daemon
-    showBoxes();
-    // Called from the event loop, as applications do.
-    QTimer::singleShot(0, this, [&] { setUp.start(*mAccounts, configureOnDb); });
-    const QStringList all = linesBehindTheBox();
-    const quint32 id = identities().value(0);
-    QCOMPARE(all, QStringList(success(setUp, id)));
-    QCOMPARE(identities(), QList<quint32>({id}));
-    QList<QVariantList> expected;
-    if (configureOnDb)
-        expected.append({text("the-user-id"), QString::number(id)});
-    QCOMPARE(deviceAccounts(), expected);
-}
-
-void TestModalSlots::aSetUpFailsOnce_data()
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<int>("status");
-    for (const int status : {615, 800, 805, 806})
-        QTest::addRow("%s, %d", sessionoperations::setUps()[0].name, status) << 0 << status;
-    QTest::addRow("%s, 805", sessionoperations::setUps()[1].name) << 1 << 805;
-}
-
-void TestModalSlots::aSetUpFailsOnce()
-{
-    QFETCH(int, status);
-    const SetUp setUp = setUpOfTheRow();
-    const QByteArray folder = qgetenv("ACCOUNTS");
-    if (status == 806 || status == 615)
-        mSandbox.script(
-            {{status == 806 ? initialise : text(setUp.mechanism), PluginStep::Err, {}, 615}});
-    makeFacade();
-    letPass(50);
-    if (status == 800)
-        QVERIFY(setCredentialsReadable(false));
-    showBoxes();
-    setUp.start(*mAccounts, true);
-    if (status == 805) // it has looked for an account, and makes none before the event loop runs
-        qputenv("ACCOUNTS", "/proc/nonexistent");
-    const QStringList all = linesBehindTheBox();
-    qputenv("ACCOUNTS", folder);
-    if (status == 800)
-        QVERIFY(setCredentialsReadable(true));
-    QCOMPARE(all, QStringList(failure(setUp, status)));
-    QVERIFY(waitUntil([this] { return identities().isEmpty(); }));
-    QCOMPARE(deviceAccounts(), QList<QVariantList>());
-    endFacade();
-    makeFacade();
-    QVERIFY(succeeds(setUp));
-}
-
-void TestModalSlots::anOperationIsAnsweredOnce()
-{
-    const Operation operation = operationOfTheRow();
-    QVERIFY(resetForSignedInUser());
-    letPass(50);
-    showBoxes();
-    QTimer::singleShot(0, this, [&] {
-        operation.call(*mAccounts);
-        operation.call(*mAccounts); // behind the first, and answered inside its box
-    });
-    QVERIFY(mRecorder->waitFor(2, 20000));
-    letPass(boxMs - guardMs);
-    QCOMPARE(lines(), QStringList({line(operation.answer, 0), line(operation.answer, 0)}));
-}
 
 int main(int argc, char** argv)
 {

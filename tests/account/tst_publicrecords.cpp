@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/records/registrationconversion.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/preaccountinfo.h>
@@ -35,7 +37,7 @@ QVariant sample(const QMetaProperty& property)
     case QVariant::Date:
         return QDate(1980, 2, 9);
     case QVariant::StringList:
-        return QStringList{QStringLiteral("music"), QStringLiteral("maps")};
+        return QStringList{"music"_s, "maps"_s};
     default:
         return QLatin1String(property.name()) + QLatin1String("'s value");
     }
@@ -74,23 +76,23 @@ class TestPublicRecords : public QObject
 private Q_SLOTS:
     void aProfileHasItsPropertiesInOrder()
     {
-        const QString expected = QStringLiteral(
+        const QString expected =
             "userName QString|mobilePhoneNumber QString|emailAddress QString|emailVerified bool|"
             "mobilePhoneVerified bool|securityQuestion QString|securityQuestionId QString|"
             "securityAnswer QString|dateOfBirth QDate|firstName QString|lastName QString|"
             "languageAsString QString|countryAsString QString|serviceList QStringList|"
-            "marketingInfo bool");
+            "marketingInfo bool"_s;
         QCOMPARE(propertiesOf(ProfileInfo::staticMetaObject), expected.split(QLatin1Char('|')));
     }
 
     void aRegistrationHasItsPropertiesInOrder()
     {
-        const QString expected = QStringLiteral(
+        const QString expected =
             "userName QString|captchaText QString|captchaId QString|password QString|"
             "mobilePhoneNumber QString|emailAddress QString|languageAsString QString|"
             "countryAsString QString|dateOfBirth QDate|firstName QString|lastName QString|"
             "marketingInfo bool|marketingInfoOnMobile bool|marketingInfoOnEmail bool|"
-            "securityQuestion QString|securityAnswer QString");
+            "securityQuestion QString|securityAnswer QString"_s;
         QCOMPARE(propertiesOf(RegistrationInfo::staticMetaObject),
                  expected.split(QLatin1Char('|')));
     }
@@ -108,17 +110,16 @@ private Q_SLOTS:
     void gettersAndSettersServeTheProperties()
     {
         ProfileInfo profile;
-        profile.setUsername(QStringLiteral("somebody"));
-        profile.setServiceList({QStringLiteral("music")});
-        QCOMPARE(profile.property("userName").toString(), QStringLiteral("somebody"));
-        QCOMPARE(profile.userName(), QStringLiteral("somebody"));
-        QCOMPARE(profile.property("serviceList").toStringList(),
-                 QStringList(QStringLiteral("music")));
+        profile.setUsername("somebody"_s);
+        profile.setServiceList({"music"_s});
+        QCOMPARE(profile.property("userName").toString(), "somebody"_s);
+        QCOMPARE(profile.userName(), "somebody"_s);
+        QCOMPARE(profile.property("serviceList").toStringList(), QStringList("music"_s));
         RegistrationInfo registration;
-        registration.setUsername(QStringLiteral("somebody"));
-        registration.setProperty("languageAsString", QStringLiteral("fi"));
-        QCOMPARE(registration.userName(), QStringLiteral("somebody"));
-        QCOMPARE(registration.languageAsString(), QStringLiteral("fi"));
+        registration.setUsername("somebody"_s);
+        registration.setProperty("languageAsString", "fi"_s);
+        QCOMPARE(registration.userName(), "somebody"_s);
+        QCOMPARE(registration.languageAsString(), "fi"_s);
     }
 
     void aCopyHasEveryFieldAndAParentOfItsOwn()
@@ -133,7 +134,7 @@ private Q_SLOTS:
         QCOMPARE(child->parent(), &parent);
         checkProperties(*child);
 
-        profile.setUsername(QStringLiteral("changed"));
+        profile.setUsername("changed"_s);
         checkProperties(orphan);
 
         ProfileInfo assigned;
@@ -211,44 +212,43 @@ private Q_SLOTS:
     void textAndEnumerationOfLanguageAndCountryAreApart()
     {
         RegistrationInfo info;
-        info.setLanguage(QStringLiteral("fi"));
-        info.setCountry(QStringLiteral("FI"));
+        info.setLanguage("fi"_s);
+        info.setCountry("FI"_s);
         QCOMPARE(info.language(), QLocale::C);
         QCOMPARE(info.country(), QLocale::AnyCountry);
         info.setLanguage(QLocale::Swedish);
         info.setCountry(QLocale::Sweden);
-        QCOMPARE(info.languageAsString(), QStringLiteral("fi"));
-        QCOMPARE(info.countryAsString(), QStringLiteral("FI"));
+        QCOMPARE(info.languageAsString(), "fi"_s);
+        QCOMPARE(info.countryAsString(), "FI"_s);
         QCOMPARE(info.language(), QLocale::Swedish);
         QCOMPARE(info.country(), QLocale::Sweden);
     }
 
     void everyRegistrationHasTheSameServiceId()
     {
-        QCOMPARE(RegistrationInfo().getServiceId(), QStringLiteral("OneConsent"));
-        QCOMPARE(filledRegistration().getServiceId(), QStringLiteral("OneConsent"));
+        QCOMPARE(RegistrationInfo().getServiceId(), "OneConsent"_s);
+        QCOMPARE(filledRegistration().getServiceId(), "OneConsent"_s);
     }
 
     void aRegistrationIsConvertedFieldByField()
     {
-        const auto data = toRegistrationInfoData(filledRegistration(), QStringLiteral("last"),
-                                                 QByteArrayLiteral("tag-0123"));
-        QCOMPARE(data.userName, QStringLiteral("userName's value"));
-        QCOMPARE(data.password, QStringLiteral("password's value"));
-        QCOMPARE(data.mobilePhoneNumber, QStringLiteral("mobilePhoneNumber's value"));
-        QCOMPARE(data.emailAddress, QStringLiteral("emailAddress's value"));
-        QCOMPARE(data.securityQuestion, QStringLiteral("securityQuestion's value"));
-        QCOMPARE(data.securityAnswer, QStringLiteral("securityAnswer's value"));
+        const auto data = toRegistrationInfoData(filledRegistration(), "last"_s, "tag-0123"_ba);
+        QCOMPARE(data.userName, "userName's value"_s);
+        QCOMPARE(data.password, "password's value"_s);
+        QCOMPARE(data.mobilePhoneNumber, "mobilePhoneNumber's value"_s);
+        QCOMPARE(data.emailAddress, "emailAddress's value"_s);
+        QCOMPARE(data.securityQuestion, "securityQuestion's value"_s);
+        QCOMPARE(data.securityAnswer, "securityAnswer's value"_s);
         QCOMPARE(data.dateOfBirth, QDate(1980, 2, 9));
-        QCOMPARE(data.firstName, QStringLiteral("firstName's value"));
-        QCOMPARE(data.lastName, QStringLiteral("lastName's value"));
-        QCOMPARE(data.countryAsString, QStringLiteral("countryAsString's value"));
-        QCOMPARE(data.languageAsString, QStringLiteral("languageAsString's value"));
+        QCOMPARE(data.firstName, "firstName's value"_s);
+        QCOMPARE(data.lastName, "lastName's value"_s);
+        QCOMPARE(data.countryAsString, "countryAsString's value"_s);
+        QCOMPARE(data.languageAsString, "languageAsString's value"_s);
         QCOMPARE(data.country, QLocale::Finland);
         QCOMPARE(data.language, QLocale::Finnish);
-        QCOMPARE(data.captchaText, QStringLiteral("captchaText's value"));
-        QCOMPARE(data.captchaId, QStringLiteral("captchaId's value"));
-        QCOMPARE(data.serviceTag, QByteArrayLiteral("tag-0123"));
+        QCOMPARE(data.captchaText, "captchaText's value"_s);
+        QCOMPARE(data.captchaId, "captchaId's value"_s);
+        QCOMPARE(data.serviceTag, "tag-0123"_ba);
         // These have no source; the gender stays behind in particular.
         QCOMPARE(data.reservedNumber, 0);
         QCOMPARE(data.reservedNumber2, 0);
@@ -258,17 +258,14 @@ private Q_SLOTS:
 
     void theLastCaptchaStandsInForAnUnnamedOne()
     {
-        const auto data = toRegistrationInfoData(RegistrationInfo(), QStringLiteral("last"), {});
-        QCOMPARE(data.captchaId, QStringLiteral("last"));
+        const auto data = toRegistrationInfoData(RegistrationInfo(), "last"_s, {});
+        QCOMPARE(data.captchaId, "last"_s);
     }
 
     void theGeneralConsentSwitchesBothChannelsOnAndNoneOff_data()
     {
-        QTest::addColumn<bool>("general");
-        QTest::addColumn<bool>("mobile");
-        QTest::addColumn<bool>("email");
-        QTest::addColumn<bool>("sentMobile");
-        QTest::addColumn<bool>("sentEmail");
+        columns<bool, bool, bool, bool, bool>("general", "mobile", "email", "sentMobile",
+                                              "sentEmail");
         QTest::newRow("none") << false << false << false << false << false;
         QTest::newRow("mobile") << false << true << false << true << false;
         QTest::newRow("e-mail") << false << false << true << false << true;
@@ -278,12 +275,9 @@ private Q_SLOTS:
         QTest::newRow("general and e-mail") << true << false << true << true << true;
         QTest::newRow("everything") << true << true << true << true << true;
     }
-
     void theGeneralConsentSwitchesBothChannelsOnAndNoneOff()
     {
-        QFETCH(bool, general);
-        QFETCH(bool, mobile);
-        QFETCH(bool, email);
+        const auto [general, mobile, email] = fetch<bool, bool, bool>("general", "mobile", "email");
         RegistrationInfo info;
         info.setMarketingInfo(general);
         info.setMarketingInfoOnMobile(mobile);
@@ -302,11 +296,11 @@ private Q_SLOTS:
         QCOMPARE(int(empty.country), 0);
 
         PreAccountInfo info;
-        info.preAccountId = QStringLiteral("pre-17");
+        info.preAccountId = "pre-17"_s;
         info.country = QLocale::Finland;
         const QVariant variant = QVariant::fromValue(info);
         QCOMPARE(variant.typeName(), "KelAccount::PreAccountInfo");
-        QCOMPARE(variant.value<PreAccountInfo>().preAccountId, QStringLiteral("pre-17"));
+        QCOMPARE(variant.value<PreAccountInfo>().preAccountId, "pre-17"_s);
         QCOMPARE(variant.value<PreAccountInfo>().country, QLocale::Finland);
     }
 
@@ -314,20 +308,18 @@ private Q_SLOTS:
     {
         const QMetaObject& meta = PreAccountInfo::staticMetaObject;
         QCOMPARE(propertiesOf(meta),
-                 QStringList({QStringLiteral("preAccountId QString"),
-                              QStringLiteral("username QString"), QStringLiteral("mobile QString"),
-                              QStringLiteral("country QLocale::Country")}));
+                 QStringList({"preAccountId QString"_s, "username QString"_s, "mobile QString"_s,
+                              "country QLocale::Country"_s}));
         PreAccountInfo info;
-        const QList<QVariant> values = {QStringLiteral("pre-17"), QStringLiteral("somebody"),
-                                        QStringLiteral("+358401234567"),
+        const QList<QVariant> values = {"pre-17"_s, "somebody"_s, "+358401234567"_s,
                                         QVariant::fromValue(QLocale::Finland)};
         for (int i = 0; i < values.size(); ++i) {
             QVERIFY(meta.property(i).writeOnGadget(&info, values.at(i)));
             QCOMPARE(meta.property(i).readOnGadget(&info), values.at(i));
         }
-        QCOMPARE(info.preAccountId, QStringLiteral("pre-17"));
-        QCOMPARE(info.username, QStringLiteral("somebody"));
-        QCOMPARE(info.mobile, QStringLiteral("+358401234567"));
+        QCOMPARE(info.preAccountId, "pre-17"_s);
+        QCOMPARE(info.username, "somebody"_s);
+        QCOMPARE(info.mobile, "+358401234567"_s);
         QCOMPARE(info.country, QLocale::Finland);
     }
 

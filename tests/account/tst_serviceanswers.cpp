@@ -7,6 +7,8 @@
 #include "device/testtagserver.h"
 #include "platform/fakemodem.h"
 #include "platform/privateconfiguration.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
@@ -31,7 +33,7 @@ using KelAccount::KelAccountsPrivate;
 
 namespace {
 
-const auto regionKey = QStringLiteral("/meegotouch/i18n/region");
+const auto regionKey = "/meegotouch/i18n/region"_s;
 
 // An answer of the REST layer, and every signal that becomes of it.
 struct Answer
@@ -47,11 +49,6 @@ QStringList lines(const char* first, const char* second = nullptr)
     if (second)
         list.append(QString::fromLatin1(second));
     return list;
-}
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
 }
 
 UserNameAvailabilityResponse nameAnswer(int status, bool available, const QStringList& suggestions)
@@ -97,7 +94,7 @@ QVector<Answer> availabilityAnswers()
          lines("isUserIdAvailableResponse(0, true, [])")},
         {"name, taken",
          [](RESTRequestHandler& h) {
-             h.userNameAvailabilityResponse(nameAnswer(0, false, {text("alice1"), text("a2")}));
+             h.userNameAvailabilityResponse(nameAnswer(0, false, {"alice1"_s, "a2"_s}));
          },
          lines("isUserIdAvailableResponse(0, false, [alice1, a2])")},
         {"name, reserved",
@@ -124,13 +121,11 @@ QVector<Answer> otherAnswers()
 {
     return {
         {"captcha",
-         [](RESTRequestHandler& h) {
-             h.retrieveCaptchaImageResponse(0, QPixmap(7, 5), text("c-1"));
-         },
+         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(0, QPixmap(7, 5), "c-1"_s); },
          lines("captchaImageResponse(0, picture 7x5)",
                "retrieveCaptchaImageResponse(0, picture 7x5, 'c-1')")},
         {"captcha, no picture",
-         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(0, QPixmap(), text("c-2")); },
+         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(0, QPixmap(), "c-2"_s); },
          lines("captchaImageResponse(0, no picture)",
                "retrieveCaptchaImageResponse(0, no picture, 'c-2')")},
         {"captcha, error",
@@ -139,15 +134,14 @@ QVector<Answer> otherAnswers()
                "retrieveCaptchaImageResponse(404, no picture, '')")},
         {"questions",
          [](RESTRequestHandler& h) {
-             h.retrieveSecQueListResponse(0, {{text("1"), text("Pet?")}, {text("2"), text("?")}});
+             h.retrieveSecQueListResponse(0, {{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}});
          },
          lines("securityQuestionListResponse(0, {1: Pet?, 2: ?})")},
         {"questions, error", [](RESTRequestHandler& h) { h.retrieveSecQueListResponse(501, {}); },
          lines("securityQuestionListResponse(501, {})")},
         {"pre-account",
          [](RESTRequestHandler& h) {
-             h.detectPreAccountResponse(0,
-                                        {text("id"), text("name"), text("+358"), QLocale::Finland});
+             h.detectPreAccountResponse(0, {"id"_s, "name"_s, "+358"_s, QLocale::Finland});
          },
          // 73 is Finland's number in Qt's table.
          lines("detectPreAccountResponse(0, pre-account 'id' 'name' '+358' 73)")},
@@ -156,7 +150,7 @@ QVector<Answer> otherAnswers()
         {"terms",
          [](RESTRequestHandler& h) {
              TermsUrlsResponse response;
-             response.urls = {{text("privacy"), text("https://p.example/")}};
+             response.urls = {{"privacy"_s, "https://p.example/"_s}};
              h.retrieveTOSResponse(response);
          },
          lines("termsOfServiceResponse(0, {privacy: https://p.example/})")},
@@ -265,7 +259,7 @@ private Q_SLOTS:
             if (signal == QLatin1String("retrieveCaptchaImageResponse"))
                 accounts.reset();
         };
-        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(1, 1), text("c"));
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(1, 1), "c"_s);
         QVERIFY(!accounts);
         QCOMPARE(recorder.lines().size(), 2);
     }
@@ -273,28 +267,28 @@ private Q_SLOTS:
     void anAnswerMayLeadToTheNextCall()
     {
         KelAccounts accounts;
-        accounts.initialize(text("key"), text("secret"), 2, text("service"), {});
+        accounts.initialize("key"_s, "secret"_s, 2, "service"_s, {});
         FacadeRecorder recorder(&accounts);
         recorder.afterwards = [&](const QString& signal) {
             if (signal == QLatin1String("retrieveCaptchaImageResponse"))
-                accounts.requestPasswordReset(text("u"), text("t"), false, QString());
+                accounts.requestPasswordReset("u"_s, "t"_s, false, QString());
         };
-        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(), text("c-9"));
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(), "c-9"_s);
         QCOMPARE(FakeRestHandler::sent().size(), 1);
-        QCOMPARE(FakeRestHandler::sent().first().arguments.at(1).toString(), text("c-9"));
+        QCOMPARE(FakeRestHandler::sent().first().arguments.at(1).toString(), "c-9"_s);
     }
 
     void theShortCaptchaSignalFindsTheIdAlreadyKept()
     {
         KelAccounts accounts;
-        accounts.initialize(text("key"), text("secret"), 2, text("service"), {});
+        accounts.initialize("key"_s, "secret"_s, 2, "service"_s, {});
         FacadeRecorder recorder(&accounts);
         recorder.afterwards = [&](const QString& signal) {
             if (signal == QLatin1String("captchaImageResponse"))
-                accounts.requestPasswordReset(text("u"), text("t"), false, QString());
+                accounts.requestPasswordReset("u"_s, "t"_s, false, QString());
         };
-        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(), text("c-8"));
-        QCOMPARE(FakeRestHandler::sent().first().arguments.at(1).toString(), text("c-8"));
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, QPixmap(), "c-8"_s);
+        QCOMPARE(FakeRestHandler::sent().first().arguments.at(1).toString(), "c-8"_s);
     }
 
     void theSlotsForAnswersBearTheirNames()
@@ -336,9 +330,7 @@ private Q_SLOTS:
 
     void theCountryIsAnsweredLaterAndWithoutInitialize_data()
     {
-        QTest::addColumn<QString>("mcc");
-        QTest::addColumn<QByteArray>("region");
-        QTest::addColumn<QString>("line");
+        columns<QString, QByteArray, QString>("mcc", "region", "line");
         const auto row = [](const char* name, const char* mcc, const char* region,
                             const char* line) {
             QTest::newRow(name) << text(mcc) << QByteArray(region) << text(line);
@@ -349,11 +341,9 @@ private Q_SLOTS:
         row("region", "", "'sv_SE'", "retrieveCountryCodeResponse(0, 'SE')");
         row("neither", "", "", "retrieveCountryCodeResponse(807, '')");
     }
-
     void theCountryIsAnsweredLaterAndWithoutInitialize()
     {
-        QFETCH(QString, mcc);
-        QFETCH(QByteArray, region);
+        const auto [mcc, region] = fetch<QString, QByteArray>("mcc", "region");
         if (!mcc.isEmpty())
             FakeModem::setSims({{false, {}, mcc, {}}});
         QVERIFY(region.isEmpty() ? mConfiguration.clear(regionKey)
@@ -390,19 +380,19 @@ private Q_SLOTS:
         accounts->queryMarketingVariant();
         accounts->retrieveCountryCode();
         QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList(text("captchaImageResponse(802, no picture)")));
+        QCOMPARE(recorder.lines(), QStringList("captchaImageResponse(802, no picture)"_s));
     }
 
     void theFacadeMayBeDeletedFromItsCountry()
     {
         auto accounts = std::make_unique<KelAccounts>();
-        FakeModem::setSims({{false, {}, text("244"), {}}});
+        FakeModem::setSims({{false, {}, "244"_s, {}}});
         FacadeRecorder recorder(accounts.get());
         recorder.afterwards = [&](const QString&) { accounts.reset(); };
         accounts->retrieveCountryCode();
         accounts->retrieveCountryCode();
         QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList(text("retrieveCountryCodeResponse(0, 'FI')")));
+        QCOMPARE(recorder.lines(), QStringList("retrieveCountryCodeResponse(0, 'FI')"_s));
     }
 
     void theFacadeMayBeDeletedFromInitialize()
@@ -410,8 +400,8 @@ private Q_SLOTS:
         auto accounts = std::make_unique<KelAccounts>();
         FacadeRecorder recorder(accounts.get());
         recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        accounts->initialize(text("key"), text("secret"), 2, text("service"), {});
-        QCOMPARE(recorder.lines(), QStringList(text("initializeResponse(0)")));
+        accounts->initialize("key"_s, "secret"_s, 2, "service"_s, {});
+        QCOMPARE(recorder.lines(), QStringList("initializeResponse(0)"_s));
         QVERIFY(!accounts);
     }
 
@@ -422,7 +412,6 @@ private Q_SLOTS:
         QTest::newRow("plain object") << 1;
         QTest::newRow("profile") << 2;
     }
-
     void anObjectThatIsNoRegistrationIsRefusedLater()
     {
         QFETCH(int, kind);
@@ -430,19 +419,19 @@ private Q_SLOTS:
         KelAccount::ProfileInfo profile;
         QObject* const objects[] = {nullptr, &plain, &profile};
         KelAccounts accounts;
-        accounts.initialize(text("key"), text("secret"), 2, text("service"), {});
+        accounts.initialize("key"_s, "secret"_s, 2, "service"_s, {});
         const FacadeRecorder recorder(&accounts);
         accounts.registerAccount(objects[kind], true);
         QCOMPARE(recorder.lines(), QStringList());
         QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList(text("registerAccountResponse(1001, {})")));
+        QCOMPARE(recorder.lines(), QStringList("registerAccountResponse(1001, {})"_s));
     }
 
     void aRegistrationIsKnownBehindAPlainPointer()
     {
         KelAccount::RegistrationInfo info;
-        info.setEmailAddress(text("a@b.example"));
-        info.setPassword(text("pass"));
+        info.setEmailAddress("a@b.example"_s);
+        info.setPassword("pass"_s);
         QObject* const object = &info;
         KelAccounts accounts;
         const FacadeRecorder recorder(&accounts);
@@ -451,8 +440,8 @@ private Q_SLOTS:
         QCOMPARE(recorder.lines(), QStringList());
         QCoreApplication::processEvents();
         // Not the refusal of the object: the state's.
-        QCOMPARE(recorder.lines(), QStringList({text("registerAccountResponse(802, {})"),
-                                                text("registerAccountResponse(802, {})")}));
+        QCOMPARE(recorder.lines(), QStringList({"registerAccountResponse(802, {})"_s,
+                                                "registerAccountResponse(802, {})"_s}));
     }
 
     void anAccountOfTheServiceIsSeenEnabledOrNot()
@@ -478,7 +467,7 @@ private:
     static Accounts::Account* makeAccount(Accounts::Manager& manager, const char* provider)
     {
         Accounts::Account* const account = manager.createAccount(text(provider));
-        account->setDisplayName(text("somebody"));
+        account->setDisplayName("somebody"_s);
         account->syncAndBlock();
         return account;
     }

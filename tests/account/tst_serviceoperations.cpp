@@ -7,7 +7,9 @@
 #include "account/serviceoperations.h"
 #include "device/testtagserver.h"
 #include "platform/fakemodem.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -20,13 +22,13 @@ using serviceoperations::Operation;
 
 namespace {
 
-const auto key = QStringLiteral("the key");
+const auto key = "the key"_s;
 const QByteArray tagReply("\x01tag");
 const QByteArray tagInBase64 = "dGFn";
 
 void initialize(KelAccounts& accounts, int server = 2)
 {
-    accounts.initialize(key, QStringLiteral("the secret"), server, QStringLiteral("service"), {});
+    accounts.initialize(key, "the secret"_s, server, "service"_s, {});
 }
 
 QString refusal(const Operation& operation, int status)
@@ -92,9 +94,7 @@ private Q_SLOTS:
 
     void aMissingArgumentIsRefusedFirst_data()
     {
-        QTest::addColumn<int>("operation");
-        QTest::addColumn<int>("badCall");
-        QTest::addColumn<bool>("initialized");
+        columns<int, int, bool>("operation", "badCall", "initialized");
         const auto operations = serviceoperations::all();
         for (int i = 0; i < operations.size(); ++i) {
             for (int j = 0; j < operations[i].badCalls.size(); ++j) {
@@ -105,12 +105,10 @@ private Q_SLOTS:
             }
         }
     }
-
     void aMissingArgumentIsRefusedFirst()
     {
-        QFETCH(int, operation);
-        QFETCH(int, badCall);
-        QFETCH(bool, initialized);
+        const auto [operation, badCall, initialized] =
+            fetch<int, int, bool>("operation", "badCall", "initialized");
         const Operation row = serviceoperations::all().at(operation);
         const ThreadTagServer tags(tagReply);
         QVERIFY(tags.isReady());
@@ -202,20 +200,18 @@ private Q_SLOTS:
 
     void theFormatOfTermsIsTextOrHtml_data()
     {
-        QTest::addColumn<int>("format");
-        QTest::addColumn<int>("sent");
+        columns<int, int>("format", "sent");
         QTest::newRow("0") << 0 << 0;
         QTest::newRow("1") << 1 << 1;
         QTest::newRow("2") << 2 << 1;
         QTest::newRow("-1") << -1 << 1;
     }
-
     void theFormatOfTermsIsTextOrHtml()
     {
         QFETCH(int, format);
         KelAccounts accounts;
         initialize(accounts);
-        accounts.retrieveTermsOfService(QStringLiteral("s"), QString(), QString(), format);
+        accounts.retrieveTermsOfService("s"_s, QString(), QString(), format);
         QCOMPARE(FakeRestHandler::sent().size(), 1);
         QTEST(FakeRestHandler::sent().first().arguments.last().toInt(), "sent");
     }
@@ -236,11 +232,10 @@ private Q_SLOTS:
 
     void theServerIsChosenByItsIndex_data()
     {
-        QTest::addColumn<int>("server");
-        QTest::addColumn<QString>("base");
+        columns<int, QString>("server", "base");
         // The hosts as the build sets them: the numbers are what is looked at.
         const auto base = [](const char* host) {
-            return QStringLiteral("https://%1/rest/1.0/").arg(QLatin1String(host));
+            return "https://%1/rest/1.0/"_s.arg(QLatin1String(host));
         };
         QTest::newRow("0") << 0 << base(TEST_HOST_A);
         QTest::newRow("1") << 1 << base(TEST_HOST_B);
@@ -254,7 +249,6 @@ private Q_SLOTS:
         QTest::newRow("largest") << std::numeric_limits<int>::max() << base(TEST_HOST_PRODUCTION);
         QTest::newRow("smallest") << std::numeric_limits<int>::min() << base(TEST_HOST_PRODUCTION);
     }
-
     void theServerIsChosenByItsIndex()
     {
         QFETCH(int, server);
@@ -268,11 +262,11 @@ private Q_SLOTS:
     {
         KelAccounts accounts;
         initialize(accounts, 3);
-        accounts.initialize(QStringLiteral("other"), QStringLiteral("other"), 0, QString(), {});
+        accounts.initialize("other"_s, "other"_s, 0, QString(), {});
         accounts.queryMarketingVariant();
         QCOMPARE(FakeRestHandler::sent().first().consumerKey, key);
         QCOMPARE(FakeRestHandler::sent().first().baseAddress,
-                 QStringLiteral("https://%1/rest/1.0/").arg(QLatin1String(TEST_HOST_STAGING)));
+                 "https://%1/rest/1.0/"_s.arg(QLatin1String(TEST_HOST_STAGING)));
     }
 
     void theCaptchaReceivedLastGoesWithARecovery()
@@ -282,13 +276,12 @@ private Q_SLOTS:
         initialize(accounts);
         initialize(another);
         // The handler made last is the other one's.
-        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, QStringLiteral("first"));
-        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, QStringLiteral("second"));
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, "first"_s);
+        FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, "second"_s);
         for (KelAccounts* facade : {&accounts, &another})
-            facade->requestPasswordReset(QStringLiteral("u"), QString(), false, QString());
+            facade->requestPasswordReset("u"_s, QString(), false, QString());
         QCOMPARE(FakeRestHandler::sent().at(0).arguments.at(1).toString(), QString());
-        QCOMPARE(FakeRestHandler::sent().at(1).arguments.at(1).toString(),
-                 QStringLiteral("second"));
+        QCOMPARE(FakeRestHandler::sent().at(1).arguments.at(1).toString(), "second"_s);
     }
 
     void aRequestThatWasHandedOutLivesUntilItsAnswer()
@@ -297,8 +290,8 @@ private Q_SLOTS:
         {
             KelAccounts accounts;
             initialize(accounts);
-            accounts.isUserIdAvailable(QStringLiteral("one"));
-            accounts.isUserIdAvailable(QStringLiteral("two"));
+            accounts.isUserIdAvailable("one"_s);
+            accounts.isUserIdAvailable("two"_s);
             QCOMPARE(FakeRestHandler::requestsAlive(), before + 2);
             KelRestHandler::UserNameAvailabilityResponse answer;
             answer.requestId = FakeRestHandler::lastRequestId();
@@ -328,10 +321,10 @@ private Q_SLOTS:
         {
             const ThreadTagServer tags(tagReply);
             QVERIFY(tags.isReady());
-            accounts.isEmailIdAvailable(QStringLiteral("a@b.example"));
+            accounts.isEmailIdAvailable("a@b.example"_s);
             QVERIFY(!accounts.isCaptchaRequired());
         }
-        accounts.isEmailIdAvailable(QStringLiteral("a@b.example"));
+        accounts.isEmailIdAvailable("a@b.example"_s);
         QCOMPARE(FakeRestHandler::sent().last().arguments.last().toByteArray(), QByteArray());
         QVERIFY(accounts.isCaptchaRequired());
     }

@@ -2,6 +2,7 @@
 // The session bus ends. A process keeps the connection that it made first and does not get another,
 // so the order of these tests matters, and each run has one end: at rest or in a set-up's request.
 #include "account/accountfixture.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/sqlitechange.h"
 
@@ -10,7 +11,6 @@
 using namespace KelTest;
 using sessionoperations::failure;
 using sessionoperations::line;
-using sessionoperations::text;
 
 class TestSetUpBusLoss : public AccountFixture
 {
@@ -20,99 +20,91 @@ public:
     using AccountFixture::AccountFixture;
 
 private Q_SLOTS:
-    void initTestCase();
-    void theBusEnds();
-    void withoutABusASetUpIsRefusedAtOnce_data() { setUpRows(); }
-    void withoutABusASetUpIsRefusedAtOnce();
-    void withoutABusThereIsNoSession_data() { operationRows(); }
-    void withoutABusThereIsNoSession();
-    void withoutABusCloseAnswersAllTheSame();
-
-private:
-    bool endBus();
-};
-
-void TestSetUpBusLoss::initTestCase()
-{
-    QVERIFY(reset());
-    makeFacade();
-}
-
-bool TestSetUpBusLoss::endBus()
-{
-    const qint64 bus = mSandbox.session().busProcessId();
-    return bus > 1 && ::kill(static_cast<pid_t>(bus), SIGKILL) == 0;
-}
-
-void TestSetUpBusLoss::theBusEnds()
-{
-    const QString moment = qEnvironmentVariable("KEL_BUS_ENDS_IN_SET_UP");
-    if (moment.isEmpty()) {
-        QVERIFY(endBus());
-        letPass(100);
-        QCOMPARE(lines(), QStringList());
-        return;
+    void initTestCase()
+    {
+        QVERIFY(reset());
+        makeFacade();
     }
-    const SetUp setUp = sessionoperations::setUps().at(moment == QLatin1String("register") ? 1 : 0);
-    QCOMPARE(moment, text(setUp.name));
-    mSandbox.script({{text(setUp.mechanism), PluginStep::Hang}});
-    bool ended = false;
-    whenAsked(text(setUp.mechanism), [&] { ended = endBus(); });
-    setUp.start(*mAccounts, true);
-    QVERIFY(answersOnce());
-    QVERIFY(ended);
-    // The sign-on library's "internal communication"; or, of a daemon that was quicker to end than
-    // the news of the bus, its "cancelled".
-    QVERIFY2(lines() == QStringList(failure(setUp, 3)) ||
-                 lines() == QStringList(failure(setUp, 311)),
-             qPrintable(lines().join(QLatin1Char(';'))));
-    QCOMPARE(deviceAccounts(), QList<QVariantList>());
-}
 
-void TestSetUpBusLoss::withoutABusASetUpIsRefusedAtOnce()
-{
-    const SetUp setUp = setUpOfTheRow();
-    const int before = identities().size();
-    for (int attempt = 0; attempt < 2; ++attempt) { // the first leaves no set-up under way
+    void theBusEnds()
+    {
+        const QString moment = qEnvironmentVariable("KEL_BUS_ENDS_IN_SET_UP");
+        if (moment.isEmpty()) {
+            QVERIFY(endBus());
+            letPass(100);
+            QCOMPARE(lines(), QStringList());
+            return;
+        }
+        const SetUp setUp =
+            sessionoperations::setUps().at(moment == QLatin1String("register") ? 1 : 0);
+        QCOMPARE(moment, text(setUp.name));
+        mSandbox.script({{text(setUp.mechanism), PluginStep::Hang}});
+        bool ended = false;
+        whenAsked(text(setUp.mechanism), [&] { ended = endBus(); });
+        setUp.start(*mAccounts, true);
+        QVERIFY(answersOnce());
+        QVERIFY(ended);
+        // The sign-on library's "internal communication"; or, of a daemon that was quicker to end
+        // than the news of the bus, its "cancelled".
+        QVERIFY2(lines() == QStringList(failure(setUp, 3)) ||
+                     lines() == QStringList(failure(setUp, 311)),
+                 qPrintable(lines().join(QLatin1Char(';'))));
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+    }
+
+    void withoutABusASetUpIsRefusedAtOnce_data() { setUpRows(); }
+    void withoutABusASetUpIsRefusedAtOnce()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        const int before = identities().size();
+        for (int attempt = 0; attempt < 2; ++attempt) { // the first leaves no set-up under way
+            mRecorder->clear();
+            const MessageLog log;
+            setUp.start(*mAccounts, true);
+            QVERIFY(log.hasCritical(setUp.notStored));
+            QCOMPARE(lines(), QStringList());
+            QVERIFY(answersOnce());
+            QCOMPARE(lines(), QStringList(failure(setUp, 800)));
+        }
+        QCOMPARE(identities().size(), before);
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+    }
+
+    void withoutABusThereIsNoSession_data() { operationRows(); }
+    void withoutABusThereIsNoSession()
+    {
+        const Operation operation = operationOfTheRow();
+        // By hand, because the accounts framework does not write without a bus.
+        const QString database = mSandbox.session().path("accounts/accounts.db"_s);
+        QVERIFY(sqliteChange(
+            database, "INSERT INTO Accounts (name, provider, enabled) VALUES ('n', 'zor', 1);"
+                      "INSERT INTO Settings (account, service, key, type, value) "
+                      "VALUES (last_insert_rowid(), 0, 'CredentialsId', 'i', '17')"_s));
         mRecorder->clear();
         const MessageLog log;
-        setUp.start(*mAccounts, true);
-        QVERIFY(log.hasCritical(setUp.notStored));
+        operation.call(*mAccounts);
         QCOMPARE(lines(), QStringList());
         QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(failure(setUp, 800)));
+        QCOMPARE(lines(), QStringList(line(operation.refusal, 806)));
+        QVERIFY(log.hasCritical("There is no session bus to reach the sign-on daemon through"));
+        QVERIFY(sqliteChange(database, "DELETE FROM Settings; DELETE FROM Accounts"_s));
     }
-    QCOMPARE(identities().size(), before);
-    QCOMPARE(deviceAccounts(), QList<QVariantList>());
-}
 
-void TestSetUpBusLoss::withoutABusThereIsNoSession()
-{
-    const Operation operation = operationOfTheRow();
-    // By hand, because the accounts framework does not write without a bus.
-    const QString database = mSandbox.session().path(QStringLiteral("accounts/accounts.db"));
-    QVERIFY(sqliteChange(
-        database,
-        QStringLiteral("INSERT INTO Accounts (name, provider, enabled) VALUES ('n', 'zor', 1);"
-                       "INSERT INTO Settings (account, service, key, type, value) "
-                       "VALUES (last_insert_rowid(), 0, 'CredentialsId', 'i', '17')")));
-    mRecorder->clear();
-    const MessageLog log;
-    operation.call(*mAccounts);
-    QCOMPARE(lines(), QStringList());
-    QVERIFY(answersOnce());
-    QCOMPARE(lines(), QStringList(line(operation.refusal, 806)));
-    QVERIFY(log.hasCritical("There is no session bus to reach the sign-on daemon through"));
-    QVERIFY(sqliteChange(database, QStringLiteral("DELETE FROM Settings; DELETE FROM Accounts")));
-}
+    void withoutABusCloseAnswersAllTheSame()
+    {
+        mRecorder->clear();
+        mAccounts->close();
+        QCOMPARE(lines(), QStringList("closeResponse(0)"_s));
+        endFacade();
+    }
 
-void TestSetUpBusLoss::withoutABusCloseAnswersAllTheSame()
-{
-    mRecorder->clear();
-    mAccounts->close();
-    QCOMPARE(lines(), QStringList(text("closeResponse(0)")));
-    endFacade();
-}
+private:
+    bool endBus()
+    {
+        const qint64 bus = mSandbox.session().busProcessId();
+        return bus > 1 && ::kill(static_cast<pid_t>(bus), SIGKILL) == 0;
+    }
+};
 
 int main(int argc, char** argv)
 {

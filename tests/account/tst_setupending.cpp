@@ -2,6 +2,8 @@
 // The facade ends while a set-up is under way.
 #include "account/accountfixture.h"
 #include "signon/kelauthsessioninterface.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTimer>
 
@@ -10,11 +12,10 @@
 using namespace KelTest;
 using KelAccount::KelAuthSessionInterface;
 using sessionoperations::failure;
-using sessionoperations::text;
 
 namespace {
 
-const QString initialise = QStringLiteral("initialise");
+const QString initialise = "initialise"_s;
 
 } // namespace
 
@@ -30,256 +31,231 @@ private Q_SLOTS:
     void cleanup() { endFacade(); }
 
     void rightAfterTheCall_data() { setUpRows(); }
-    void rightAfterTheCall();
+    void rightAfterTheCall()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        setUp.start(*mAccounts, true);
+        mAccounts.reset();
+        letPass(100);
+        QCOMPARE(mSandbox.mechanisms(), QStringList());
+        QVERIFY(leftNothing(setUp));
+    }
+
     void whileCredentialsAreStored_data() { setUpRows(); }
-    void whileCredentialsAreStored();
-    void whileThePluginIsAsked_data();
-    void whileThePluginIsAsked();
-    void whileCredentialsAreRemoved_data() { setUpRows(); }
-    void whileCredentialsAreRemoved();
-    void whileTheAccountIsStored_data() { setUpRows(); }
-    void whileTheAccountIsStored();
-    void inTheSlotOfTheSuccess_data();
-    void inTheSlotOfTheSuccess();
-    void inTheSlotOfTheFailure_data();
-    void inTheSlotOfTheFailure();
-    void inTheSlotOfTheStoresError_data() { setUpRows(); }
-    void inTheSlotOfTheStoresError();
-    void inTheSlotOfARefusal_data() { setUpRows(); }
-    void inTheSlotOfARefusal();
+    void whileCredentialsAreStored()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50); // the facade's own first call starts the daemon
+        const pid_t daemon = SessionSandbox::daemonProcessId();
+        QVERIFY(daemon > 1);
+        QCOMPARE(::kill(daemon, SIGSTOP), 0);
+        setUp.start(*mAccounts, true);
+        letPass(100);
+        mAccounts.reset();
+        QCOMPARE(::kill(daemon, SIGCONT), 0);
+        // Whatever the daemon still does comes before this.
+        QVERIFY(storeIdentity() > 0);
+        QVERIFY(waitUntil([this] { return identities().size() == 1; }));
+        letPass(100);
+        QCOMPARE(identities().size(), 1);
+        QCOMPARE(lines(), QStringList());
+        QCOMPARE(mSandbox.mechanisms(), QStringList());
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+    }
 
-private:
-    bool endsInThePluginsAnswer(const SetUp& setUp);
-    /// Nothing was said, nothing is left behind, and a new facade finds everything in order.
-    bool leftNothing(const SetUp& setUp);
-    void endInTheSlot();
-};
-
-bool TestSetUpEnding::leftNothing(const SetUp& setUp)
-{
-    if (!waitUntil([this] { return identities().isEmpty(); }))
-        return false;
-    letPass(100);
-    if (!lines().isEmpty() || !identities().isEmpty() || !deviceAccounts().isEmpty())
-        return false;
-    makeFacade();
-    return succeeds(setUp);
-}
-
-void TestSetUpEnding::rightAfterTheCall()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    setUp.start(*mAccounts, true);
-    mAccounts.reset();
-    letPass(100);
-    QCOMPARE(mSandbox.mechanisms(), QStringList());
-    QVERIFY(leftNothing(setUp));
-}
-
-void TestSetUpEnding::whileCredentialsAreStored()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50); // the facade's own first call starts the daemon
-    const pid_t daemon = SessionSandbox::daemonProcessId();
-    QVERIFY(daemon > 1);
-    QCOMPARE(::kill(daemon, SIGSTOP), 0);
-    setUp.start(*mAccounts, true);
-    letPass(100);
-    mAccounts.reset();
-    QCOMPARE(::kill(daemon, SIGCONT), 0);
-    // Whatever the daemon still does comes before this.
-    QVERIFY(storeIdentity() > 0);
-    QVERIFY(waitUntil([this] { return identities().size() == 1; }));
-    letPass(100);
-    QCOMPARE(identities().size(), 1);
-    QCOMPARE(lines(), QStringList());
-    QCOMPARE(mSandbox.mechanisms(), QStringList());
-    QCOMPARE(deviceAccounts(), QList<QVariantList>());
-}
-
-void TestSetUpEnding::whileThePluginIsAsked_data()
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("whileOpening");
-    QTest::addColumn<int>("action");
-    for (int i = 0; i < 2; ++i) {
-        for (const bool whileOpening : {true, false}) {
-            const QByteArray row = QByteArray(sessionoperations::setUps()[i].name) +
-                                   (whileOpening ? ", initialise" : ", request");
-            QTest::addRow("%s, no answer", row.constData())
-                << i << whileOpening << int(PluginStep::Hang);
-            QTest::addRow("%s, a late answer", row.constData())
-                << i << whileOpening << int(PluginStep::Answer);
-            if (!whileOpening)
-                QTest::addRow("%s, a late error", row.constData())
-                    << i << whileOpening << int(PluginStep::Err);
+    void whileThePluginIsAsked_data()
+    {
+        columns<int, bool, int>("setUp", "whileOpening", "action");
+        for (int i = 0; i < 2; ++i) {
+            for (const bool whileOpening : {true, false}) {
+                const QByteArray row = QByteArray(sessionoperations::setUps()[i].name) +
+                                       (whileOpening ? ", initialise" : ", request");
+                QTest::addRow("%s, no answer", row.constData())
+                    << i << whileOpening << int(PluginStep::Hang);
+                QTest::addRow("%s, a late answer", row.constData())
+                    << i << whileOpening << int(PluginStep::Answer);
+                if (!whileOpening)
+                    QTest::addRow("%s, a late error", row.constData())
+                        << i << whileOpening << int(PluginStep::Err);
+            }
         }
     }
-}
-
-void TestSetUpEnding::whileThePluginIsAsked()
-{
-    QFETCH(bool, whileOpening);
-    QFETCH(int, action);
-    const SetUp setUp = setUpOfTheRow();
-    const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
-    mSandbox.script({{mechanism, action, userData(), 615, 250}});
-    makeFacade();
-    bool ended = false;
-    whenAsked(mechanism, [&] {
-        mAccounts.reset();
-        ended = true;
-    });
-    setUp.start(*mAccounts, true);
-    QVERIFY(waitUntil([&] { return ended; }));
-    if (action != PluginStep::Hang)
-        letPass(300); // until the plugin has answered
-    QVERIFY(leftNothing(setUp));
-}
-
-/// Starts the set-up and deletes the facade in the plugin's answer, behind the facade's own slot.
-bool TestSetUpEnding::endsInThePluginsAnswer(const SetUp& setUp)
-{
-    auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
-    if (!session)
-        return false;
-    bool ended = false;
-    const QObject context;
-    const auto end = [&] {
-        mAccounts.reset();
-        ended = true;
-    };
-    connect(session, &KelAuthSessionInterface::signInResponse, &context, end);
-    connect(session, &KelAuthSessionInterface::registerationCompleted, &context, end);
-    setUp.start(*mAccounts, true);
-    return waitUntil([&] { return ended; });
-}
-
-void TestSetUpEnding::whileCredentialsAreRemoved()
-{
-    const SetUp setUp = setUpOfTheRow();
-    mSandbox.script({{text(setUp.mechanism), PluginStep::Err, {}, 615}});
-    makeFacade();
-    // After the facade, which has decided by then to take the set-up back.
-    QVERIFY(endsInThePluginsAnswer(setUp));
-    QVERIFY(leftNothing(setUp));
-}
-
-void TestSetUpEnding::whileTheAccountIsStored()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    // After the facade, which has handed the account over by then.
-    QVERIFY(endsInThePluginsAnswer(setUp));
-    letPass(100);
-    QCOMPARE(lines(), QStringList());
-    // Both are there or neither is: an account without its credentials is good for nothing.
-    QList<QVariantList> expected;
-    for (const quint32 id : identities())
-        expected.append({text("the-user-id"), QString::number(id)});
-    QCOMPARE(deviceAccounts(), expected);
-}
-
-void TestSetUpEnding::inTheSlotOfTheSuccess_data()
-{
-    setUpRows("configureOnDb", "", ", no device account");
-}
-
-/// The recorder ends the facade with the first signal.
-void TestSetUpEnding::endInTheSlot()
-{
-    mRecorder->afterwards = [this](const QString&) { mAccounts.reset(); };
-}
-
-void TestSetUpEnding::inTheSlotOfTheSuccess()
-{
-    QFETCH(bool, configureOnDb);
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    endInTheSlot();
-    setUp.start(*mAccounts, configureOnDb);
-    QVERIFY(answersOnce());
-    QVERIFY(!mAccounts);
-    letPass(100);
-    const quint32 id = identities().value(0);
-    QCOMPARE(lines(), QStringList(success(setUp, id)));
-    QCOMPARE(identities(), QList<quint32>({id}));
-    QList<QVariantList> expected;
-    if (configureOnDb)
-        expected.append({text("the-user-id"), QString::number(id)});
-    QCOMPARE(deviceAccounts(), expected);
-}
-
-void TestSetUpEnding::inTheSlotOfTheFailure_data()
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<int>("status");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        for (const int status : {615, 800, 805, 806})
-            QTest::addRow("%s, %d", name, status) << i << status;
+    void whileThePluginIsAsked()
+    {
+        QFETCH(bool, whileOpening);
+        QFETCH(int, action);
+        const SetUp setUp = setUpOfTheRow();
+        const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
+        mSandbox.script({{mechanism, action, userData(), 615, 250}});
+        makeFacade();
+        bool ended = false;
+        whenAsked(mechanism, [&] {
+            mAccounts.reset();
+            ended = true;
+        });
+        setUp.start(*mAccounts, true);
+        QVERIFY(waitUntil([&] { return ended; }));
+        if (action != PluginStep::Hang)
+            letPass(300); // until the plugin has answered
+        QVERIFY(leftNothing(setUp));
     }
-}
 
-void TestSetUpEnding::inTheSlotOfTheFailure()
-{
-    QFETCH(int, status);
-    const SetUp setUp = setUpOfTheRow();
-    const QByteArray folder = qgetenv("ACCOUNTS");
-    const QString failing = status == 806 ? initialise : text(setUp.mechanism);
-    if (status == 806 || status == 615)
-        mSandbox.script({{failing, PluginStep::Err, {}, 615}});
-    makeFacade();
-    letPass(50);
-    endInTheSlot();
-    if (status == 800) {
-        QVERIFY(mSandbox.killDaemon());
-        mSandbox.setDaemonInstalled(false);
+    void whileCredentialsAreRemoved_data() { setUpRows(); }
+    void whileCredentialsAreRemoved()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        mSandbox.script({{text(setUp.mechanism), PluginStep::Err, {}, 615}});
+        makeFacade();
+        // After the facade, which has decided by then to take the set-up back.
+        QVERIFY(endsInThePluginsAnswer(setUp));
+        QVERIFY(leftNothing(setUp));
     }
-    setUp.start(*mAccounts, true);
-    if (status == 805)
-        qputenv("ACCOUNTS", "/proc/nonexistent");
-    const bool once = answersOnce();
-    qputenv("ACCOUNTS", folder);
-    mSandbox.setDaemonInstalled(true);
-    QVERIFY(once);
-    QVERIFY(!mAccounts);
-    letPass(100);
-    QCOMPARE(lines(), QStringList(failure(setUp, status)));
-    mRecorder->clear();
-    QVERIFY(leftNothing(setUp));
-}
 
-void TestSetUpEnding::inTheSlotOfTheStoresError()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50);
-    QVERIFY(setCredentialsReadable(false));
-    endInTheSlot();
-    setUp.start(*mAccounts, true);
-    const bool once = answersOnce();
-    QVERIFY(setCredentialsReadable(true));
-    QVERIFY(once);
-    QVERIFY(!mAccounts);
-    QCOMPARE(lines(), QStringList(failure(setUp, 800)));
-    mRecorder->clear();
-    QVERIFY(leftNothing(setUp));
-}
+    void whileTheAccountIsStored_data() { setUpRows(); }
+    void whileTheAccountIsStored()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        // After the facade, which has handed the account over by then.
+        QVERIFY(endsInThePluginsAnswer(setUp));
+        letPass(100);
+        QCOMPARE(lines(), QStringList());
+        // Both are there or neither is: an account without its credentials is good for nothing.
+        QList<QVariantList> expected;
+        for (const quint32 id : identities())
+            expected.append({"the-user-id"_s, QString::number(id)});
+        QCOMPARE(deviceAccounts(), expected);
+    }
 
-void TestSetUpEnding::inTheSlotOfARefusal()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    setUp.startWithoutArguments(*mAccounts);
-    setUp.startWithoutArguments(*mAccounts);
-    endInTheSlot();
-    QVERIFY(answersOnce());
-    QVERIFY(!mAccounts);
-    QCOMPARE(lines(), QStringList(failure(setUp, 1001)));
-}
+    void inTheSlotOfTheSuccess_data() { setUpRows("configureOnDb", "", ", no device account"); }
+    void inTheSlotOfTheSuccess()
+    {
+        QFETCH(bool, configureOnDb);
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        endInTheSlot();
+        setUp.start(*mAccounts, configureOnDb);
+        QVERIFY(answersOnce());
+        QVERIFY(!mAccounts);
+        letPass(100);
+        const quint32 id = identities().value(0);
+        QCOMPARE(lines(), QStringList(success(setUp, id)));
+        QCOMPARE(identities(), QList<quint32>({id}));
+        QList<QVariantList> expected;
+        if (configureOnDb)
+            expected.append({"the-user-id"_s, QString::number(id)});
+        QCOMPARE(deviceAccounts(), expected);
+    }
+
+    void inTheSlotOfTheFailure_data()
+    {
+        columns<int, int>("setUp", "status");
+        for (int i = 0; i < 2; ++i) {
+            const char* const name = sessionoperations::setUps()[i].name;
+            for (const int status : {615, 800, 805, 806})
+                QTest::addRow("%s, %d", name, status) << i << status;
+        }
+    }
+    void inTheSlotOfTheFailure()
+    {
+        QFETCH(int, status);
+        const SetUp setUp = setUpOfTheRow();
+        const QByteArray folder = qgetenv("ACCOUNTS");
+        const QString failing = status == 806 ? initialise : text(setUp.mechanism);
+        if (status == 806 || status == 615)
+            mSandbox.script({{failing, PluginStep::Err, {}, 615}});
+        makeFacade();
+        letPass(50);
+        endInTheSlot();
+        if (status == 800) {
+            QVERIFY(mSandbox.killDaemon());
+            mSandbox.setDaemonInstalled(false);
+        }
+        setUp.start(*mAccounts, true);
+        if (status == 805)
+            qputenv("ACCOUNTS", "/proc/nonexistent");
+        const bool once = answersOnce();
+        qputenv("ACCOUNTS", folder);
+        mSandbox.setDaemonInstalled(true);
+        QVERIFY(once);
+        QVERIFY(!mAccounts);
+        letPass(100);
+        QCOMPARE(lines(), QStringList(failure(setUp, status)));
+        mRecorder->clear();
+        QVERIFY(leftNothing(setUp));
+    }
+
+    void inTheSlotOfTheStoresError_data() { setUpRows(); }
+    void inTheSlotOfTheStoresError()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50);
+        QVERIFY(setCredentialsReadable(false));
+        endInTheSlot();
+        setUp.start(*mAccounts, true);
+        const bool once = answersOnce();
+        QVERIFY(setCredentialsReadable(true));
+        QVERIFY(once);
+        QVERIFY(!mAccounts);
+        QCOMPARE(lines(), QStringList(failure(setUp, 800)));
+        mRecorder->clear();
+        QVERIFY(leftNothing(setUp));
+    }
+
+    void inTheSlotOfARefusal_data() { setUpRows(); }
+    void inTheSlotOfARefusal()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        setUp.startWithoutArguments(*mAccounts);
+        setUp.startWithoutArguments(*mAccounts);
+        endInTheSlot();
+        QVERIFY(answersOnce());
+        QVERIFY(!mAccounts);
+        QCOMPARE(lines(), QStringList(failure(setUp, 1001)));
+    }
+
+private:
+    /// Starts the set-up and deletes the facade in the plugin's answer, behind the facade's own
+    /// slot.
+    bool endsInThePluginsAnswer(const SetUp& setUp)
+    {
+        auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
+        if (!session)
+            return false;
+        bool ended = false;
+        const QObject context;
+        const auto end = [&] {
+            mAccounts.reset();
+            ended = true;
+        };
+        connect(session, &KelAuthSessionInterface::signInResponse, &context, end);
+        connect(session, &KelAuthSessionInterface::registerationCompleted, &context, end);
+        setUp.start(*mAccounts, true);
+        return waitUntil([&] { return ended; });
+    }
+
+    /// Nothing was said, nothing is left behind, and a new facade finds everything in order.
+    bool leftNothing(const SetUp& setUp)
+    {
+        if (!waitUntil([this] { return identities().isEmpty(); }))
+            return false;
+        letPass(100);
+        if (!lines().isEmpty() || !identities().isEmpty() || !deviceAccounts().isEmpty())
+            return false;
+        makeFacade();
+        return succeeds(setUp);
+    }
+
+    // The recorder ends the facade with the first signal.
+    void endInTheSlot()
+    {
+        mRecorder->afterwards = [this](const QString&) { mAccounts.reset(); };
+    }
+};
 
 int main(int argc, char** argv)
 {

@@ -2,7 +2,9 @@
 // A set-up of which one step fails: one answer, nothing left behind, and the next one succeeds.
 #include "account/accountfixture.h"
 #include "configure/kelconfigure.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 #include "support/sqlitechange.h"
 
 #include <QTimer>
@@ -11,13 +13,21 @@
 
 using namespace KelTest;
 using sessionoperations::failure;
-using sessionoperations::text;
 
 namespace {
 
-const QString initialise = QStringLiteral("initialise");
+const QString initialise = "initialise"_s;
 
 } // namespace
+
+#define VERIFY_FAILED(setUp, status)                                                               \
+    do {                                                                                           \
+        QCOMPARE(lines(), QStringList(failure(setUp, status)));                                    \
+        QCOMPARE(mIdentitiesInTheSlot, QList<quint32>());                                          \
+        QCOMPARE(mAccountsInTheSlot, QList<QVariantList>());                                       \
+        QCOMPARE(identities(), QList<quint32>());                                                  \
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());                                         \
+    } while (false)
 
 class TestSetUpFailures : public AccountFixture
 {
@@ -30,350 +40,307 @@ private Q_SLOTS:
     void init() { QVERIFY(reset()); }
     void cleanup() { endFacade(); }
 
-    void whatThePluginSaysIsTakenBackAndPassedOn_data();
-    void whatThePluginSaysIsTakenBackAndPassedOn();
-    void aPluginThatEndsFailsTheSetUp_data();
-    void aPluginThatEndsFailsTheSetUp();
-    void aDaemonThatEndsFailsTheSetUp_data();
-    void aDaemonThatEndsFailsTheSetUp();
+    void whatThePluginSaysIsTakenBackAndPassedOn_data()
+    {
+        columns<int, bool, int, int>("setUp", "whileOpening", "code", "status");
+        for (int i = 0; i < 2; ++i) {
+            const char* const name = sessionoperations::setUps()[i].name;
+            QTest::addRow("%s, initialise", name) << i << true << 603 << 806;
+            QTest::addRow("%s, service", name) << i << false << 504 << 504;
+            QTest::addRow("%s, network", name) << i << false << 404 << 404;
+            QTest::addRow("%s, plugin", name) << i << false << 615 << 615;
+            QTest::addRow("%s, not initialised", name) << i << false << 702 << 702;
+            QTest::addRow("%s, a status without a name", name) << i << false << 512 << 512;
+        }
+    }
+    void whatThePluginSaysIsTakenBackAndPassedOn()
+    {
+        const auto [whileOpening, code, status] =
+            fetch<bool, int, int>("whileOpening", "code", "status");
+        const SetUp setUp = setUpOfTheRow();
+        const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
+        mSandbox.script({{mechanism, PluginStep::Err, {}, code}});
+        makeFacade();
+        fail(setUp);
+        VERIFY_FAILED(setUp, status);
+        QStringList asked{initialise};
+        if (!whileOpening)
+            asked.append(text(setUp.mechanism));
+        QCOMPARE(mSandbox.mechanisms(), asked);
+        QVERIFY(succeeds(setUp));
+    }
+
+    void aPluginThatEndsFailsTheSetUp_data()
+    {
+        setUpRows("whileOpening", ", initialise", ", request");
+    }
+    void aPluginThatEndsFailsTheSetUp()
+    {
+        QFETCH(bool, whileOpening);
+        const SetUp setUp = setUpOfTheRow();
+        const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
+        mSandbox.script({{mechanism, PluginStep::Die}});
+        makeFacade();
+        fail(setUp);
+        // The sign-on daemon's "unknown".
+        VERIFY_FAILED(setUp, whileOpening ? 806 : 1);
+        QVERIFY(succeeds(setUp));
+    }
+
+    void aDaemonThatEndsFailsTheSetUp_data() { aPluginThatEndsFailsTheSetUp_data(); }
+    void aDaemonThatEndsFailsTheSetUp()
+    {
+        QFETCH(bool, whileOpening);
+        const SetUp setUp = setUpOfTheRow();
+        const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
+        mSandbox.script({{mechanism, PluginStep::Hang}});
+        makeFacade();
+        bool killed = false;
+        whenAsked(mechanism, [&] { killed = mSandbox.killDaemon(); });
+        fail(setUp);
+        QVERIFY(killed);
+        // The sign-on library's "internal communication".
+        VERIFY_FAILED(setUp, whileOpening ? 806 : 3);
+        QVERIFY(succeeds(setUp));
+    }
+
     void aDaemonThatCannotBeStartedStoresNothing_data() { setUpRows(); }
-    void aDaemonThatCannotBeStartedStoresNothing();
+    void aDaemonThatCannotBeStartedStoresNothing()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50); // the facade's own first call starts the daemon
+        QVERIFY(mSandbox.killDaemon());
+        mSandbox.setDaemonInstalled(false);
+        const MessageLog log;
+        fail(setUp);
+        mSandbox.setDaemonInstalled(true);
+        VERIFY_FAILED(setUp, 800);
+        QVERIFY(log.hasCritical("The sign-on daemon cannot be started"));
+        QVERIFY(
+            log.hasCritical("processCredentialStoringStatusUpdate: Failed to store credentials"));
+        QCOMPARE(mSandbox.mechanisms(), QStringList());
+        QVERIFY(succeeds(setUp));
+    }
+
     void aDaemonThatEndsBeforeItStoresIsStartedAgain_data() { setUpRows(); }
-    void aDaemonThatEndsBeforeItStoresIsStartedAgain();
+    void aDaemonThatEndsBeforeItStoresIsStartedAgain()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50);
+        const pid_t daemon = SessionSandbox::daemonProcessId();
+        QVERIFY(daemon > 1);
+        QCOMPARE(::kill(daemon, SIGSTOP), 0);
+        QTimer::singleShot(200, this, [daemon] { ::kill(daemon, SIGKILL); });
+        QVERIFY(succeeds(setUp));
+        QVERIFY(SessionSandbox::daemonProcessId() != daemon);
+    }
+
     void aDaemonWithoutItsDatabaseStoresNothing_data() { setUpRows(); }
-    void aDaemonWithoutItsDatabaseStoresNothing();
+    void aDaemonWithoutItsDatabaseStoresNothing()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        QVERIFY(setCredentialsReadable(false));
+        const MessageLog log;
+        setUp.start(*mAccounts, true);
+        const bool once = answersOnce();
+        QVERIFY(setCredentialsReadable(true));
+        QVERIFY(once);
+        QCOMPARE(lines(), QStringList(failure(setUp, 800)));
+        QVERIFY(
+            log.hasCritical("processCredentialStoringStatusUpdate: Failed to store credentials"));
+        QCOMPARE(identities(), QList<quint32>());
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+        QVERIFY(succeeds(setUp));
+    }
+
     void aDaemonThatDoesNotStoreInTimeFailsTheSetUp_data() { setUpRows(); }
-    void aDaemonThatDoesNotStoreInTimeFailsTheSetUp();
+    void aDaemonThatDoesNotStoreInTimeFailsTheSetUp()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        letPass(50);
+        mAccounts->findChild<KelAccount::KelConfigure*>()->setStoreTimeout(300);
+        const pid_t daemon = SessionSandbox::daemonProcessId();
+        QVERIFY(daemon > 1);
+        QCOMPARE(::kill(daemon, SIGSTOP), 0);
+        const MessageLog log;
+        fail(setUp);
+        QCOMPARE(::kill(daemon, SIGCONT), 0);
+        VERIFY_FAILED(setUp, 800);
+        QVERIFY(log.hasCritical("The sign-on daemon did not store the credentials in time"));
+        mAccounts->findChild<KelAccount::KelConfigure*>()->setStoreTimeout(10000);
+        // What it stores when it goes on is taken out again.
+        QVERIFY(succeeds(setUp));
+    }
+
     void anAccountThatCannotBeCreatedTakesTheSetUpBack_data() { setUpRows(); }
-    void anAccountThatCannotBeCreatedTakesTheSetUpBack();
+    void anAccountThatCannotBeCreatedTakesTheSetUpBack()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        const QByteArray folder = qgetenv("ACCOUNTS");
+        QTimer::singleShot(0, this, [] { qputenv("ACCOUNTS", "/proc/nonexistent"); });
+        const MessageLog log;
+        fail(setUp); // looks for an account before the event loop runs
+        qputenv("ACCOUNTS", folder);
+        VERIFY_FAILED(setUp, 805);
+        QVERIFY(log.hasCritical(setUp.notConfigured));
+        QVERIFY(log.hasCritical("Failed to get account manager instance"));
+        QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(setUp.mechanism)}));
+        QVERIFY(succeeds(setUp));
+    }
+
     void anAccountThatTheDatabaseRefusesTakesTheSetUpBack_data() { setUpRows(); }
-    void anAccountThatTheDatabaseRefusesTakesTheSetUpBack();
+    void anAccountThatTheDatabaseRefusesTakesTheSetUpBack()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        QVERIFY(sqliteChange(accountsFile(), "CREATE TRIGGER refuse BEFORE INSERT ON Settings "
+                                             "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s));
+        const MessageLog log;
+        fail(setUp);
+        QVERIFY(sqliteChange(accountsFile(), "DROP TRIGGER refuse"_s));
+        VERIFY_FAILED(setUp, 805);
+        QVERIFY(log.hasCritical(setUp.notConfigured));
+        QVERIFY(succeeds(setUp));
+    }
+
     void anAccountThatIsNotStoredInTimeTakesTheSetUpBack_data() { setUpRows(); }
-    void anAccountThatIsNotStoredInTimeTakesTheSetUpBack();
+    void anAccountThatIsNotStoredInTimeTakesTheSetUpBack()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        mAccounts->findChild<KelAccount::KelConfigure*>()->setAccountTimeout(300);
+        std::unique_ptr<SqliteLock> lock;
+        setUp.start(*mAccounts, true); // looks for an account before the event loop runs
+        lock = std::make_unique<SqliteLock>(accountsFile());
+        QVERIFY(lock->isHeld());
+        const MessageLog log;
+        QVERIFY(answersOnce());
+        lock.reset();
+        QCOMPARE(lines(), QStringList(failure(setUp, 805)));
+        QVERIFY(log.hasCritical(setUp.notConfigured));
+        QVERIFY(log.hasCritical("The accounts database did not take the account in time"));
+        letPass(300);
+        QCOMPARE(deviceAccounts(), QList<QVariantList>()); // not even later
+        QCOMPARE(identities(), QList<quint32>());
+        mAccounts->findChild<KelAccount::KelConfigure*>()->setAccountTimeout(30000);
+        QVERIFY(succeeds(setUp));
+    }
+
     void aDatabaseThatIsLockedForAMomentIsWaitedFor_data() { setUpRows(); }
-    void aDatabaseThatIsLockedForAMomentIsWaitedFor();
-    void theNextSetUpMayStartInTheSlotOfTheAnswer_data();
-    void theNextSetUpMayStartInTheSlotOfTheAnswer();
+    void aDatabaseThatIsLockedForAMomentIsWaitedFor()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        setUp.start(*mAccounts, true); // looks for an account before the event loop runs
+        auto lock = std::make_unique<SqliteLock>(accountsFile());
+        QVERIFY(lock->isHeld());
+        QStringList whileLocked{"not asked for"_s};
+        whenAsked(text(setUp.mechanism), [&] {
+            QTimer::singleShot(200, this, [&] {
+                whileLocked = lines();
+                lock.reset();
+            });
+        });
+        QVERIFY(answersOnce());
+        QCOMPARE(whileLocked, QStringList());
+        const quint32 id = identities().value(0);
+        QCOMPARE(lines(), QStringList(success(setUp, id)));
+        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
+    }
+
+    void theNextSetUpMayStartInTheSlotOfTheAnswer_data()
+    {
+        columns<int, bool, int>("setUp", "whileOpening", "status");
+        for (int i = 0; i < 2; ++i) {
+            const char* const name = sessionoperations::setUps()[i].name;
+            QTest::addRow("%s, initialise", name) << i << true << 806;
+            QTest::addRow("%s, request", name) << i << false << 615;
+        }
+    }
+    void theNextSetUpMayStartInTheSlotOfTheAnswer()
+    {
+        QFETCH(bool, whileOpening);
+        QFETCH(int, status);
+        const SetUp setUp = setUpOfTheRow();
+        const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
+        mSandbox.script({{mechanism, PluginStep::Err, {}, 615}});
+        makeFacade();
+        mRecorder->afterwards = [&](const QString&) {
+            mRecorder->afterwards = nullptr;
+            mSandbox.script(succeeding());
+            setUp.start(*mAccounts, true);
+        };
+        setUp.start(*mAccounts, true);
+        QVERIFY(answersOnce(2));
+        QCOMPARE(identities().size(), 1);
+        QCOMPARE(lines(),
+                 QStringList({failure(setUp, status), success(setUp, identities().at(0))}));
+        QCOMPARE(deviceAccounts().size(), 1);
+    }
+
     void aFailedSetUpLeavesNoSession_data() { setUpRows(); }
-    void aFailedSetUpLeavesNoSession();
-    void anEarlierIdentityIsLeftAlone();
+    void aFailedSetUpLeavesNoSession()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        mSandbox.script({{text(setUp.mechanism), PluginStep::Err, {}, 615}});
+        makeFacade();
+        fail(setUp);
+        VERIFY_FAILED(setUp, 615);
+        mAccounts->close();
+        mAccounts->ensureTokenAvailable(0);
+        QVERIFY(answersOnce(3));
+        QCOMPARE(lines().last(), "ensureTokenAvailableResponse(806)"_s);
+        // An open session would be told of its end.
+        QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(setUp.mechanism)}));
+        // Of an account that comes later, its own credentials are used.
+        const quint32 credentials = storeIdentity();
+        QVERIFY(createDeviceAccount(credentials));
+        mSandbox.script({});
+        mAccounts->ensureTokenAvailable(0);
+        QVERIFY(answersOnce(4));
+        QCOMPARE(lines().last(), "ensureTokenAvailableResponse(0)"_s);
+        QCOMPARE(mSandbox.requests().value(1).data.value("UserName"_s).toString(), "earlier"_s);
+    }
+
+    void anEarlierIdentityIsLeftAlone()
+    {
+        const SetUp setUp = sessionoperations::setUps()[0];
+        const quint32 earlier = storeIdentity();
+        QVERIFY(earlier > 0);
+        mSandbox.script({{"signIn"_s, PluginStep::Err, {}, 615}});
+        makeFacade();
+        setUp.start(*mAccounts, true);
+        QVERIFY(answersOnce());
+        QCOMPARE(lines(), QStringList(failure(setUp, 615)));
+        QCOMPARE(identities(), QList<quint32>({earlier}));
+    }
 
 private:
-    void fail(const SetUp& setUp);
-    QString accountsFile() const
+    // Runs a set-up and keeps what is in the stores at the moment of its answer: the application
+    // may end then.
+    void fail(const SetUp& setUp)
     {
-        return mSandbox.session().path(QStringLiteral("accounts/accounts.db"));
+        mIdentitiesInTheSlot = {4711};
+        mAccountsInTheSlot = {{4711}};
+        mRecorder->afterwards = [this](const QString&) {
+            mIdentitiesInTheSlot = identities();
+            mAccountsInTheSlot = deviceAccounts();
+        };
+        setUp.start(*mAccounts, true);
+        answersOnce();
+        mRecorder->afterwards = nullptr;
     }
+
+    QString accountsFile() const { return mSandbox.session().path("accounts/accounts.db"_s); }
 
     QList<quint32> mIdentitiesInTheSlot;
     QList<QVariantList> mAccountsInTheSlot;
 };
-
-/// Runs a set-up and keeps what is in the stores at the moment of its answer: the application may
-/// end then.
-void TestSetUpFailures::fail(const SetUp& setUp)
-{
-    mIdentitiesInTheSlot = {4711};
-    mAccountsInTheSlot = {{4711}};
-    mRecorder->afterwards = [this](const QString&) {
-        mIdentitiesInTheSlot = identities();
-        mAccountsInTheSlot = deviceAccounts();
-    };
-    setUp.start(*mAccounts, true);
-    answersOnce();
-    mRecorder->afterwards = nullptr;
-}
-
-#define VERIFY_FAILED(setUp, status)                                                               \
-    do {                                                                                           \
-        QCOMPARE(lines(), QStringList(failure(setUp, status)));                                    \
-        QCOMPARE(mIdentitiesInTheSlot, QList<quint32>());                                          \
-        QCOMPARE(mAccountsInTheSlot, QList<QVariantList>());                                       \
-        QCOMPARE(identities(), QList<quint32>());                                                  \
-        QCOMPARE(deviceAccounts(), QList<QVariantList>());                                         \
-    } while (false)
-
-void TestSetUpFailures::whatThePluginSaysIsTakenBackAndPassedOn_data()
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("whileOpening");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<int>("status");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s, initialise", name) << i << true << 603 << 806;
-        QTest::addRow("%s, service", name) << i << false << 504 << 504;
-        QTest::addRow("%s, network", name) << i << false << 404 << 404;
-        QTest::addRow("%s, plugin", name) << i << false << 615 << 615;
-        QTest::addRow("%s, not initialised", name) << i << false << 702 << 702;
-        QTest::addRow("%s, a status without a name", name) << i << false << 512 << 512;
-    }
-}
-
-void TestSetUpFailures::whatThePluginSaysIsTakenBackAndPassedOn()
-{
-    QFETCH(bool, whileOpening);
-    QFETCH(int, code);
-    QFETCH(int, status);
-    const SetUp setUp = setUpOfTheRow();
-    const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
-    mSandbox.script({{mechanism, PluginStep::Err, {}, code}});
-    makeFacade();
-    fail(setUp);
-    VERIFY_FAILED(setUp, status);
-    QStringList asked{initialise};
-    if (!whileOpening)
-        asked.append(text(setUp.mechanism));
-    QCOMPARE(mSandbox.mechanisms(), asked);
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aPluginThatEndsFailsTheSetUp_data()
-{
-    setUpRows("whileOpening", ", initialise", ", request");
-}
-
-void TestSetUpFailures::aPluginThatEndsFailsTheSetUp()
-{
-    QFETCH(bool, whileOpening);
-    const SetUp setUp = setUpOfTheRow();
-    const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
-    mSandbox.script({{mechanism, PluginStep::Die}});
-    makeFacade();
-    fail(setUp);
-    // The sign-on daemon's "unknown".
-    VERIFY_FAILED(setUp, whileOpening ? 806 : 1);
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aDaemonThatEndsFailsTheSetUp_data()
-{
-    aPluginThatEndsFailsTheSetUp_data();
-}
-
-void TestSetUpFailures::aDaemonThatEndsFailsTheSetUp()
-{
-    QFETCH(bool, whileOpening);
-    const SetUp setUp = setUpOfTheRow();
-    const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
-    mSandbox.script({{mechanism, PluginStep::Hang}});
-    makeFacade();
-    bool killed = false;
-    whenAsked(mechanism, [&] { killed = mSandbox.killDaemon(); });
-    fail(setUp);
-    QVERIFY(killed);
-    // The sign-on library's "internal communication".
-    VERIFY_FAILED(setUp, whileOpening ? 806 : 3);
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aDaemonThatCannotBeStartedStoresNothing()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50); // the facade's own first call starts the daemon
-    QVERIFY(mSandbox.killDaemon());
-    mSandbox.setDaemonInstalled(false);
-    const MessageLog log;
-    fail(setUp);
-    mSandbox.setDaemonInstalled(true);
-    VERIFY_FAILED(setUp, 800);
-    QVERIFY(log.hasCritical("The sign-on daemon cannot be started"));
-    QVERIFY(log.hasCritical("processCredentialStoringStatusUpdate: Failed to store credentials"));
-    QCOMPARE(mSandbox.mechanisms(), QStringList());
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aDaemonThatEndsBeforeItStoresIsStartedAgain()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50);
-    const pid_t daemon = SessionSandbox::daemonProcessId();
-    QVERIFY(daemon > 1);
-    QCOMPARE(::kill(daemon, SIGSTOP), 0);
-    QTimer::singleShot(200, this, [daemon] { ::kill(daemon, SIGKILL); });
-    QVERIFY(succeeds(setUp));
-    QVERIFY(SessionSandbox::daemonProcessId() != daemon);
-}
-
-void TestSetUpFailures::aDaemonWithoutItsDatabaseStoresNothing()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    QVERIFY(setCredentialsReadable(false));
-    const MessageLog log;
-    setUp.start(*mAccounts, true);
-    const bool once = answersOnce();
-    QVERIFY(setCredentialsReadable(true));
-    QVERIFY(once);
-    QCOMPARE(lines(), QStringList(failure(setUp, 800)));
-    QVERIFY(log.hasCritical("processCredentialStoringStatusUpdate: Failed to store credentials"));
-    QCOMPARE(identities(), QList<quint32>());
-    QCOMPARE(deviceAccounts(), QList<QVariantList>());
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aDaemonThatDoesNotStoreInTimeFailsTheSetUp()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    letPass(50);
-    mAccounts->findChild<KelAccount::KelConfigure*>()->setStoreTimeout(300);
-    const pid_t daemon = SessionSandbox::daemonProcessId();
-    QVERIFY(daemon > 1);
-    QCOMPARE(::kill(daemon, SIGSTOP), 0);
-    const MessageLog log;
-    fail(setUp);
-    QCOMPARE(::kill(daemon, SIGCONT), 0);
-    VERIFY_FAILED(setUp, 800);
-    QVERIFY(log.hasCritical("The sign-on daemon did not store the credentials in time"));
-    mAccounts->findChild<KelAccount::KelConfigure*>()->setStoreTimeout(10000);
-    // What it stores when it goes on is taken out again.
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::anAccountThatCannotBeCreatedTakesTheSetUpBack()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    const QByteArray folder = qgetenv("ACCOUNTS");
-    QTimer::singleShot(0, this, [] { qputenv("ACCOUNTS", "/proc/nonexistent"); });
-    const MessageLog log;
-    fail(setUp); // looks for an account before the event loop runs
-    qputenv("ACCOUNTS", folder);
-    VERIFY_FAILED(setUp, 805);
-    QVERIFY(log.hasCritical(setUp.notConfigured));
-    QVERIFY(log.hasCritical("Failed to get account manager instance"));
-    QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(setUp.mechanism)}));
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::anAccountThatTheDatabaseRefusesTakesTheSetUpBack()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    QVERIFY(sqliteChange(accountsFile(),
-                         QStringLiteral("CREATE TRIGGER refuse BEFORE INSERT ON Settings "
-                                        "BEGIN SELECT RAISE(ABORT, 'refused'); END")));
-    const MessageLog log;
-    fail(setUp);
-    QVERIFY(sqliteChange(accountsFile(), QStringLiteral("DROP TRIGGER refuse")));
-    VERIFY_FAILED(setUp, 805);
-    QVERIFY(log.hasCritical(setUp.notConfigured));
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::anAccountThatIsNotStoredInTimeTakesTheSetUpBack()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    mAccounts->findChild<KelAccount::KelConfigure*>()->setAccountTimeout(300);
-    std::unique_ptr<SqliteLock> lock;
-    setUp.start(*mAccounts, true); // looks for an account before the event loop runs
-    lock = std::make_unique<SqliteLock>(accountsFile());
-    QVERIFY(lock->isHeld());
-    const MessageLog log;
-    QVERIFY(answersOnce());
-    lock.reset();
-    QCOMPARE(lines(), QStringList(failure(setUp, 805)));
-    QVERIFY(log.hasCritical(setUp.notConfigured));
-    QVERIFY(log.hasCritical("The accounts database did not take the account in time"));
-    letPass(300);
-    QCOMPARE(deviceAccounts(), QList<QVariantList>()); // not even later
-    QCOMPARE(identities(), QList<quint32>());
-    mAccounts->findChild<KelAccount::KelConfigure*>()->setAccountTimeout(30000);
-    QVERIFY(succeeds(setUp));
-}
-
-void TestSetUpFailures::aDatabaseThatIsLockedForAMomentIsWaitedFor()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    setUp.start(*mAccounts, true); // looks for an account before the event loop runs
-    auto lock = std::make_unique<SqliteLock>(accountsFile());
-    QVERIFY(lock->isHeld());
-    QStringList whileLocked{text("not asked for")};
-    whenAsked(text(setUp.mechanism), [&] {
-        QTimer::singleShot(200, this, [&] {
-            whileLocked = lines();
-            lock.reset();
-        });
-    });
-    QVERIFY(answersOnce());
-    QCOMPARE(whileLocked, QStringList());
-    const quint32 id = identities().value(0);
-    QCOMPARE(lines(), QStringList(success(setUp, id)));
-    QCOMPARE(deviceAccounts(), QList<QVariantList>({{text("the-user-id"), QString::number(id)}}));
-}
-
-void TestSetUpFailures::theNextSetUpMayStartInTheSlotOfTheAnswer_data()
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>("whileOpening");
-    QTest::addColumn<int>("status");
-    for (int i = 0; i < 2; ++i) {
-        const char* const name = sessionoperations::setUps()[i].name;
-        QTest::addRow("%s, initialise", name) << i << true << 806;
-        QTest::addRow("%s, request", name) << i << false << 615;
-    }
-}
-
-void TestSetUpFailures::theNextSetUpMayStartInTheSlotOfTheAnswer()
-{
-    QFETCH(bool, whileOpening);
-    QFETCH(int, status);
-    const SetUp setUp = setUpOfTheRow();
-    const QString mechanism = whileOpening ? initialise : text(setUp.mechanism);
-    mSandbox.script({{mechanism, PluginStep::Err, {}, 615}});
-    makeFacade();
-    mRecorder->afterwards = [&](const QString&) {
-        mRecorder->afterwards = nullptr;
-        mSandbox.script(succeeding());
-        setUp.start(*mAccounts, true);
-    };
-    setUp.start(*mAccounts, true);
-    QVERIFY(answersOnce(2));
-    QCOMPARE(identities().size(), 1);
-    QCOMPARE(lines(), QStringList({failure(setUp, status), success(setUp, identities().at(0))}));
-    QCOMPARE(deviceAccounts().size(), 1);
-}
-
-void TestSetUpFailures::aFailedSetUpLeavesNoSession()
-{
-    const SetUp setUp = setUpOfTheRow();
-    mSandbox.script({{text(setUp.mechanism), PluginStep::Err, {}, 615}});
-    makeFacade();
-    fail(setUp);
-    VERIFY_FAILED(setUp, 615);
-    mAccounts->close();
-    mAccounts->ensureTokenAvailable(0);
-    QVERIFY(answersOnce(3));
-    QCOMPARE(lines().last(), text("ensureTokenAvailableResponse(806)"));
-    // An open session would be told of its end.
-    QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(setUp.mechanism)}));
-    // Of an account that comes later, its own credentials are used.
-    const quint32 credentials = storeIdentity();
-    QVERIFY(createDeviceAccount(credentials));
-    mSandbox.script({});
-    mAccounts->ensureTokenAvailable(0);
-    QVERIFY(answersOnce(4));
-    QCOMPARE(lines().last(), text("ensureTokenAvailableResponse(0)"));
-    QCOMPARE(mSandbox.requests().value(1).data.value(text("UserName")).toString(), text("earlier"));
-}
-
-void TestSetUpFailures::anEarlierIdentityIsLeftAlone()
-{
-    const SetUp setUp = sessionoperations::setUps()[0];
-    const quint32 earlier = storeIdentity();
-    QVERIFY(earlier > 0);
-    mSandbox.script({{text("signIn"), PluginStep::Err, {}, 615}});
-    makeFacade();
-    setUp.start(*mAccounts, true);
-    QVERIFY(answersOnce());
-    QCOMPARE(lines(), QStringList(failure(setUp, 615)));
-    QCOMPARE(identities(), QList<quint32>({earlier}));
-}
 
 int main(int argc, char** argv)
 {

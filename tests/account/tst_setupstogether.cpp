@@ -4,6 +4,7 @@
 #include "account/accountfixture.h"
 #include "configure/accountslock.h"
 #include "configure/kelconfigure.h"
+#include "support/literals.h"
 
 #include <SignOn/Identity>
 
@@ -18,11 +19,10 @@
 using namespace KelTest;
 using KelAccount::AccountsLock;
 using sessionoperations::failure;
-using sessionoperations::text;
 
 namespace {
 
-const QString ensured = QStringLiteral("ensureTokenAvailableResponse(%1)");
+const QString ensured = "ensureTokenAvailableResponse(%1)"_s;
 
 } // namespace
 
@@ -38,214 +38,197 @@ private Q_SLOTS:
     void cleanup() { endFacade(); }
 
     void twoFacadesMakeOneAccount_data() { setUpRows(); }
-    void twoFacadesMakeOneAccount();
+    void twoFacadesMakeOneAccount()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        letThePluginTakeItsTime(setUp);
+        makeFacade();
+        const auto first = std::move(mAccounts);
+        const auto firstRecorder = std::move(mRecorder);
+        makeFacade();
+        setUp.start(*first, true);
+        setUp.start(*mAccounts, true);
+        QVERIFY(waitUntil([&] { return lines().size() + firstRecorder->lines().size() == 2; }));
+        QCOMPARE(identities().size(), 1);
+        const quint32 id = identities().at(0);
+        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
+        QStringList both = lines() + firstRecorder->lines();
+        both.sort();
+        QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
+    }
+
     void twoProcessesMakeOneAccount_data() { setUpRows(); }
-    void twoProcessesMakeOneAccount();
-    void aLockThatSomebodyHoldsIsWaitedFor();
-    void anOldLockCountsAsLongAsSomebodyHoldsIt();
-    void aLockOfTheTimeBeforeTheDeviceWasStartedDoesNotCount();
-    void whatAKilledProcessLockedDoesNotCount();
-    void theAccountThatAnotherMadeAnewIsUsed();
+    void twoProcessesMakeOneAccount()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        letThePluginTakeItsTime(setUp);
+        makeFacade();
+        QProcess other;
+        other.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        other.start(QCoreApplication::applicationFilePath(), {"set-up"_s, text(setUp.name)});
+        QVERIFY(waitUntil([&] { return other.canReadLine(); })); // it is about to begin
+        QCOMPARE(other.readLine(), "begins\n"_ba);
+        setUp.start(*mAccounts, true);
+        other.write("\n");
+        QVERIFY(answersOnce());
+        QVERIFY(waitUntil([&] { return other.state() == QProcess::NotRunning; }));
+        const QString others = QString::fromUtf8(other.readAllStandardOutput()).trimmed();
+        QCOMPARE(identities().size(), 1);
+        const quint32 id = identities().at(0);
+        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
+        QStringList both = lines() + QStringList(others);
+        both.sort();
+        QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
+    }
+
+    void aLockThatSomebodyHoldsIsWaitedFor()
+    {
+        const SetUp setUp = sessionoperations::setUps()[0];
+        makeFacade();
+        AccountsLock lock;
+        QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+        setUp.start(*mAccounts, true);
+        QVERIFY(mSandbox.waitForRequests(2));
+        letPass(200);
+        QCOMPARE(lines(), QStringList());
+        lock.release();
+        QVERIFY(answersOnce());
+        QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+    }
+
+    void anOldLockCountsAsLongAsSomebodyHoldsIt()
+    {
+        AccountsLock holder;
+        QCOMPARE(holder.tryTake(), AccountsLock::Taken);
+        QVERIFY(makeOld(lockFile()));
+        AccountsLock lock;
+        QCOMPARE(lock.tryTake(), AccountsLock::Busy);
+        holder.release();
+        QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+    }
+
+    void aLockOfTheTimeBeforeTheDeviceWasStartedDoesNotCount()
+    {
+        // It names a process that runs, and by chance is this one, but nobody holds it.
+        AccountsLock lock;
+        QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+        QVERIFY(QFile::copy(lockFile(), lockFile() + QLatin1String(".copy")));
+        lock.release();
+        QVERIFY(QFile::rename(lockFile() + QLatin1String(".copy"), lockFile()));
+        QVERIFY(makeOld(lockFile()));
+        QCOMPARE(lock.tryTake(), AccountsLock::Taken);
+    }
+
+    void whatAKilledProcessLockedDoesNotCount()
+    {
+        const SetUp setUp = sessionoperations::setUps()[0];
+        makeFacade();
+        QProcess other;
+        other.start(QCoreApplication::applicationFilePath(), {"lock"_s});
+        QVERIFY(waitUntil([&] { return other.canReadLine(); }));
+        QCOMPARE(other.readLine(), "locked\n"_ba);
+        AccountsLock lock;
+        QCOMPARE(lock.tryTake(), AccountsLock::Busy);
+        other.kill();
+        QVERIFY(other.waitForFinished());
+        setUp.start(*mAccounts, true);
+        QVERIFY(answersOnce());
+        QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+    }
+
+    void theAccountThatAnotherMadeAnewIsUsed()
+    {
+        makeFacade();
+        QVERIFY(succeeds(sessionoperations::setUps()[0]));
+        const quint32 old = identities().at(0);
+        // As the device's settings do when the user removes the account and signs in again.
+        QVERIFY(removeDeviceAccounts());
+        QVERIFY(removeIdentity(old));
+        mAccounts->ensureTokenAvailable(0);
+        QCOMPARE(nextLine(), ensured.arg(806));
+        const quint32 anew = storeIdentity();
+        QVERIFY(createDeviceAccount(anew));
+        mSandbox.script({});
+        mAccounts->ensureTokenAvailable(0);
+        QCOMPARE(nextLine(), ensured.arg(0));
+        QCOMPARE(mSandbox.requests().value(1).data.value("UserName"_s).toString(), "earlier"_s);
+        mAccounts->ensureTokenAvailable(anew);
+        QCOMPARE(nextLine(), ensured.arg(0));
+        mAccounts->ensureTokenAvailable(old); // valid, for a set-up returned it, but gone
+        QCOMPARE(nextLine(), ensured.arg(806));
+        mAccounts->ensureTokenAvailable(anew + 1);
+        QCOMPARE(nextLine(), ensured.arg(1001));
+    }
+
     void whatASetUpReturnedIsValid_data() { setUpRows("configureOnDb", "", ", no device account"); }
-    void whatASetUpReturnedIsValid();
+    void whatASetUpReturnedIsValid()
+    {
+        QFETCH(bool, configureOnDb);
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        setUp.start(*mAccounts, configureOnDb);
+        QVERIFY(answersOnce());
+        const quint32 id = identities().value(0);
+        QCOMPARE(lines(), QStringList(success(setUp, id)));
+        mSandbox.script({});
+        mAccounts->ensureTokenAvailable(id);
+        QCOMPARE(nextLine(), ensured.arg(0));
+        QCOMPARE(mSandbox.mechanisms(), QStringList("privateMechanism_ensureToken"_s));
+        mAccounts->ensureTokenAvailable(id + 1);
+        QCOMPARE(nextLine(), ensured.arg(1001));
+    }
+
     void credentialsThatAreGoneAreNoSession_data() { setUpRows(); }
-    void credentialsThatAreGoneAreNoSession();
+    void credentialsThatAreGoneAreNoSession()
+    {
+        const SetUp setUp = setUpOfTheRow();
+        makeFacade();
+        setUp.start(*mAccounts, false);
+        QVERIFY(answersOnce());
+        const quint32 id = identities().value(0);
+        QVERIFY(removeIdentity(id));
+        for (const quint32 credentials : {id, 0U}) {
+            mAccounts->ensureTokenAvailable(credentials);
+            QCOMPARE(nextLine(), ensured.arg(806));
+        }
+    }
 
 private:
-    /// The plugin answers so late that both set-ups are there before.
-    void letThePluginTakeItsTime(const SetUp& setUp);
-    static QString lockFile();
-    static bool makeOld(const QString& file);
-    bool removeIdentity(quint32 credentials);
-    QString nextLine();
-};
-
-void TestSetUpsTogether::letThePluginTakeItsTime(const SetUp& setUp)
-{
-    mSandbox.script({{text(setUp.mechanism), PluginStep::Answer, userData(), 0, 300}});
-}
-
-void TestSetUpsTogether::twoFacadesMakeOneAccount()
-{
-    const SetUp setUp = setUpOfTheRow();
-    letThePluginTakeItsTime(setUp);
-    makeFacade();
-    const auto first = std::move(mAccounts);
-    const auto firstRecorder = std::move(mRecorder);
-    makeFacade();
-    setUp.start(*first, true);
-    setUp.start(*mAccounts, true);
-    QVERIFY(waitUntil([&] { return lines().size() + firstRecorder->lines().size() == 2; }));
-    QCOMPARE(identities().size(), 1);
-    const quint32 id = identities().at(0);
-    QCOMPARE(deviceAccounts(), QList<QVariantList>({{text("the-user-id"), QString::number(id)}}));
-    QStringList both = lines() + firstRecorder->lines();
-    both.sort();
-    QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
-}
-
-void TestSetUpsTogether::twoProcessesMakeOneAccount()
-{
-    const SetUp setUp = setUpOfTheRow();
-    letThePluginTakeItsTime(setUp);
-    makeFacade();
-    QProcess other;
-    other.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    other.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("set-up"), text(setUp.name)});
-    QVERIFY(waitUntil([&] { return other.canReadLine(); })); // it is about to begin
-    QCOMPARE(other.readLine(), QByteArray("begins\n"));
-    setUp.start(*mAccounts, true);
-    other.write("\n");
-    QVERIFY(answersOnce());
-    QVERIFY(waitUntil([&] { return other.state() == QProcess::NotRunning; }));
-    const QString others = QString::fromUtf8(other.readAllStandardOutput()).trimmed();
-    QCOMPARE(identities().size(), 1);
-    const quint32 id = identities().at(0);
-    QCOMPARE(deviceAccounts(), QList<QVariantList>({{text("the-user-id"), QString::number(id)}}));
-    QStringList both = lines() + QStringList(others);
-    both.sort();
-    QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
-}
-
-void TestSetUpsTogether::aLockThatSomebodyHoldsIsWaitedFor()
-{
-    const SetUp setUp = sessionoperations::setUps()[0];
-    makeFacade();
-    AccountsLock lock;
-    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
-    setUp.start(*mAccounts, true);
-    QVERIFY(mSandbox.waitForRequests(2));
-    letPass(200);
-    QCOMPARE(lines(), QStringList());
-    lock.release();
-    QVERIFY(answersOnce());
-    QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
-}
-
-QString TestSetUpsTogether::lockFile()
-{
-    return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db.kelaccount");
-}
-
-bool TestSetUpsTogether::makeOld(const QString& file)
-{
-    QFile opened(file);
-    return opened.open(QIODevice::ReadWrite) &&
-           opened.setFileTime(QDateTime::currentDateTime().addDays(-1),
-                              QFileDevice::FileModificationTime);
-}
-
-void TestSetUpsTogether::anOldLockCountsAsLongAsSomebodyHoldsIt()
-{
-    AccountsLock holder;
-    QCOMPARE(holder.tryTake(), AccountsLock::Taken);
-    QVERIFY(makeOld(lockFile()));
-    AccountsLock lock;
-    QCOMPARE(lock.tryTake(), AccountsLock::Busy);
-    holder.release();
-    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
-}
-
-void TestSetUpsTogether::aLockOfTheTimeBeforeTheDeviceWasStartedDoesNotCount()
-{
-    // It names a process that runs, and by chance is this one, but nobody holds it.
-    AccountsLock lock;
-    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
-    QVERIFY(QFile::copy(lockFile(), lockFile() + QLatin1String(".copy")));
-    lock.release();
-    QVERIFY(QFile::rename(lockFile() + QLatin1String(".copy"), lockFile()));
-    QVERIFY(makeOld(lockFile()));
-    QCOMPARE(lock.tryTake(), AccountsLock::Taken);
-}
-
-void TestSetUpsTogether::whatAKilledProcessLockedDoesNotCount()
-{
-    const SetUp setUp = sessionoperations::setUps()[0];
-    makeFacade();
-    QProcess other;
-    other.start(QCoreApplication::applicationFilePath(), {QStringLiteral("lock")});
-    QVERIFY(waitUntil([&] { return other.canReadLine(); }));
-    QCOMPARE(other.readLine(), QByteArray("locked\n"));
-    AccountsLock lock;
-    QCOMPARE(lock.tryTake(), AccountsLock::Busy);
-    other.kill();
-    QVERIFY(other.waitForFinished());
-    setUp.start(*mAccounts, true);
-    QVERIFY(answersOnce());
-    QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
-}
-
-QString TestSetUpsTogether::nextLine()
-{
-    const int before = lines().size();
-    return answersOnce(before + 1) ? lines().last() : text("not one answer");
-}
-
-void TestSetUpsTogether::theAccountThatAnotherMadeAnewIsUsed()
-{
-    makeFacade();
-    QVERIFY(succeeds(sessionoperations::setUps()[0]));
-    const quint32 old = identities().at(0);
-    // As the device's settings do when the user removes the account and signs in again.
-    QVERIFY(removeDeviceAccounts());
-    QVERIFY(removeIdentity(old));
-    mAccounts->ensureTokenAvailable(0);
-    QCOMPARE(nextLine(), ensured.arg(806));
-    const quint32 anew = storeIdentity();
-    QVERIFY(createDeviceAccount(anew));
-    mSandbox.script({});
-    mAccounts->ensureTokenAvailable(0);
-    QCOMPARE(nextLine(), ensured.arg(0));
-    QCOMPARE(mSandbox.requests().value(1).data.value(text("UserName")).toString(), text("earlier"));
-    mAccounts->ensureTokenAvailable(anew);
-    QCOMPARE(nextLine(), ensured.arg(0));
-    mAccounts->ensureTokenAvailable(old); // valid, for a set-up returned it, but gone
-    QCOMPARE(nextLine(), ensured.arg(806));
-    mAccounts->ensureTokenAvailable(anew + 1);
-    QCOMPARE(nextLine(), ensured.arg(1001));
-}
-
-void TestSetUpsTogether::whatASetUpReturnedIsValid()
-{
-    QFETCH(bool, configureOnDb);
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    setUp.start(*mAccounts, configureOnDb);
-    QVERIFY(answersOnce());
-    const quint32 id = identities().value(0);
-    QCOMPARE(lines(), QStringList(success(setUp, id)));
-    mSandbox.script({});
-    mAccounts->ensureTokenAvailable(id);
-    QCOMPARE(nextLine(), ensured.arg(0));
-    QCOMPARE(mSandbox.mechanisms(), QStringList(text("privateMechanism_ensureToken")));
-    mAccounts->ensureTokenAvailable(id + 1);
-    QCOMPARE(nextLine(), ensured.arg(1001));
-}
-
-/// In another process, as the device's settings do.
-bool TestSetUpsTogether::removeIdentity(quint32 credentials)
-{
-    QProcess other;
-    other.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("remove"), QString::number(credentials)});
-    return waitUntil([&] { return other.state() == QProcess::NotRunning; }) &&
-           other.readAllStandardOutput() == "removed\n" && !identities().contains(credentials);
-}
-
-void TestSetUpsTogether::credentialsThatAreGoneAreNoSession()
-{
-    const SetUp setUp = setUpOfTheRow();
-    makeFacade();
-    setUp.start(*mAccounts, false);
-    QVERIFY(answersOnce());
-    const quint32 id = identities().value(0);
-    QVERIFY(removeIdentity(id));
-    for (const quint32 credentials : {id, 0U}) {
-        mAccounts->ensureTokenAvailable(credentials);
-        QCOMPARE(nextLine(), ensured.arg(806));
+    // The plugin answers so late that both set-ups are there before.
+    void letThePluginTakeItsTime(const SetUp& setUp)
+    {
+        mSandbox.script({{text(setUp.mechanism), PluginStep::Answer, userData(), 0, 300}});
     }
-}
+
+    static QString lockFile()
+    {
+        return qEnvironmentVariable("ACCOUNTS") + QLatin1String("/accounts.db.kelaccount");
+    }
+
+    static bool makeOld(const QString& file)
+    {
+        QFile opened(file);
+        return opened.open(QIODevice::ReadWrite) &&
+               opened.setFileTime(QDateTime::currentDateTime().addDays(-1),
+                                  QFileDevice::FileModificationTime);
+    }
+
+    /// In another process, as the device's settings do.
+    bool removeIdentity(quint32 credentials)
+    {
+        QProcess other;
+        other.start(QCoreApplication::applicationFilePath(),
+                    {"remove"_s, QString::number(credentials)});
+        return waitUntil([&] { return other.state() == QProcess::NotRunning; }) &&
+               other.readAllStandardOutput() == "removed\n" && !identities().contains(credentials);
+    }
+
+    QString nextLine()
+    {
+        const int before = lines().size();
+        return answersOnce(before + 1) ? lines().last() : "not one answer"_s;
+    }
+};
 
 namespace {
 
@@ -262,13 +245,13 @@ int runBeside(int argc, char** argv)
     };
     if (task == QLatin1String("lock")) {
         AccountsLock lock;
-        say(lock.tryTake() == AccountsLock::Taken ? text("locked") : text("not locked"));
+        say(lock.tryTake() == AccountsLock::Taken ? "locked"_s : "not locked"_s);
         return QCoreApplication::exec();
     }
     if (task == QLatin1String("remove")) {
         KelAccount::KelConfigure store;
         store.removeIdentity(QCoreApplication::arguments().at(2).toUInt(), [say] {
-            say(text("removed"));
+            say("removed"_s);
             QCoreApplication::exit();
         });
         return QCoreApplication::exec();
@@ -276,10 +259,9 @@ int runBeside(int argc, char** argv)
     const auto all = sessionoperations::setUps();
     const auto& setUp = all.at(QCoreApplication::arguments().at(2) == text(all[0].name) ? 0 : 1);
     KelAccount::KelAccounts accounts;
-    accounts.initialize(text("the-consumer-key"), text("the-consumer-secret"), 2,
-                        text("the-service"), {});
+    accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});
     FacadeRecorder recorder(&accounts);
-    say(text("begins"));
+    say("begins"_s);
     std::getchar();
     setUp.start(accounts, true);
     recorder.waitFor(1, 20000);

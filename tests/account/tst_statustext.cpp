@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/literals.h"
+#include "support/rows.h"
+
 #include <kelaccount/commonutils.h>
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/registrationinfo.h>
@@ -40,7 +43,7 @@ QString readAll(const QString& path)
 Statuses readMembers()
 {
     Statuses members;
-    const QRegularExpression member(QStringLiteral("^    (Error\\w+) = (\\d+),"),
+    const QRegularExpression member("^    (Error\\w+) = (\\d+),"_s,
                                     QRegularExpression::MultilineOption);
     auto each = member.globalMatch(readAll(QStringLiteral(KELACCOUNT_ERRORSTATUS)));
     while (each.hasNext()) {
@@ -60,12 +63,10 @@ QList<int> everyStatus()
 
 QStringList languages()
 {
-    const QStringList files =
-        QDir(QStringLiteral(KELACCOUNT_CATALOGUES)).entryList({QStringLiteral("*.ts")});
+    const QStringList files = QDir(QStringLiteral(KELACCOUNT_CATALOGUES)).entryList({"*.ts"_s});
     QStringList names;
     for (const QString& file : files)
-        names.append(
-            QString(file).remove(QStringLiteral("statustext_")).remove(QStringLiteral(".ts")));
+        names.append(QString(file).remove("statustext_"_s).remove(".ts"_s));
     return names;
 }
 
@@ -94,14 +95,14 @@ Translations readCatalogue(const QString& language)
 QString fault(const QString& text)
 {
     if (text.isEmpty() || !text.at(0).isUpper())
-        return QStringLiteral("begins with no capital");
+        return "begins with no capital"_s;
     if (!text.endsWith(QLatin1Char('.')) || text.contains(QLatin1String("..")))
-        return QStringLiteral("does not end as a sentence");
-    if (text.contains(QRegularExpression(QStringLiteral("[%&<>{}_\\d\\n\\t]|::|  |Zor|^\\s|\\s$"))))
-        return QStringLiteral("has a placeholder, markup, a number or a name in it");
+        return "does not end as a sentence"_s;
+    if (text.contains(QRegularExpression("[%&<>{}_\\d\\n\\t]|::|  |Zor|^\\s|\\s$"_s)))
+        return "has a placeholder, markup, a number or a name in it"_s;
     // A name is one word of several capitals.
-    if (text.contains(QRegularExpression(QStringLiteral("[a-z][A-Z]"))))
-        return QStringLiteral("has a program's name in it");
+    if (text.contains(QRegularExpression("[a-z][A-Z]"_s)))
+        return "has a program's name in it"_s;
     return {};
 }
 
@@ -146,11 +147,10 @@ private Q_SLOTS:
     {
         const Statuses members = readMembers();
         const QString header = readAll(QStringLiteral(KELACCOUNT_ERRORSTATUS));
-        QCOMPARE(members.size(),
-                 header.count(QRegularExpression(QStringLiteral("\\bError\\w+ ="))));
+        QCOMPARE(members.size(), header.count(QRegularExpression("\\bError\\w+ ="_s)));
         for (auto member = members.begin(); member != members.end(); ++member)
-            QCOMPARE(statusName(member.key()), QStringLiteral("ZorKeLDefs::") + member.value());
-        QCOMPARE(members.value(ErrorMax), QStringLiteral("ErrorMax"));
+            QCOMPARE(statusName(member.key()), "ZorKeLDefs::"_s + member.value());
+        QCOMPARE(members.value(ErrorMax), "ErrorMax"_s);
     }
 
     void everyLanguageHasAGoodSentenceForEveryStatus()
@@ -162,15 +162,13 @@ private Q_SLOTS:
             QSet<QString> texts;
             for (const QString& name : names) {
                 const QString text = statusText(status, QLocale(name));
-                QVERIFY2(fault(text).isEmpty(), qPrintable(QStringLiteral("%1 in %2: \"%3\" %4")
-                                                               .arg(status)
-                                                               .arg(name, text, fault(text))));
+                QVERIFY2(fault(text).isEmpty(), qPrintable("%1 in %2: \"%3\" %4"_s.arg(status).arg(
+                                                    name, text, fault(text))));
                 texts.insert(text);
             }
             QVERIFY2(texts.size() == names.size(),
-                     qPrintable(QStringLiteral("%1 is the same in two languages: %2")
-                                    .arg(status)
-                                    .arg(QStringList(texts.values()).join(QLatin1String(" | ")))));
+                     qPrintable("%1 is the same in two languages: %2"_s.arg(status).arg(
+                         QStringList(texts.values()).join(QLatin1String(" | ")))));
         }
     }
 
@@ -199,7 +197,7 @@ private Q_SLOTS:
                 QCOMPARE(statusText(status, QLocale(name)),
                          catalogue.value(statusText(status, QLocale::c())));
         }
-        const Translations english = readCatalogue(QStringLiteral("en"));
+        const Translations english = readCatalogue("en"_s);
         for (auto text = english.begin(); text != english.end(); ++text)
             QCOMPARE(text.value(), text.key());
     }
@@ -217,23 +215,21 @@ private Q_SLOTS:
 
     void theLanguageIsTheLocales_data()
     {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("text");
-        const QString german = QStringLiteral("Dieses Konto ist gesperrt.");
-        const QString french = QStringLiteral("Ce compte est bloqué.");
-        const QString finnish = QStringLiteral("Tämä tili on lukittu.");
-        const QString english = QStringLiteral("This account is locked.");
-        QTest::newRow("German") << QStringLiteral("de_DE") << german;
-        QTest::newRow("Swiss German") << QStringLiteral("de_CH") << german;
-        QTest::newRow("Canadian French") << QStringLiteral("fr_CA") << french;
-        QTest::newRow("Finnish") << QStringLiteral("fi_FI") << finnish;
-        QTest::newRow("English") << QStringLiteral("en_GB") << english;
-        QTest::newRow("Filipino") << QStringLiteral("fil_PH") << english;
-        QTest::newRow("Frisian") << QStringLiteral("fy_NL") << english;
-        QTest::newRow("Chinese") << QStringLiteral("zh_Hant_TW") << english;
-        QTest::newRow("C") << QStringLiteral("C") << english;
+        columns<QString, QString>("locale", "text");
+        const QString german = "Dieses Konto ist gesperrt."_s;
+        const QString french = "Ce compte est bloqué."_s;
+        const QString finnish = "Tämä tili on lukittu."_s;
+        const QString english = "This account is locked."_s;
+        QTest::newRow("German") << "de_DE"_s << german;
+        QTest::newRow("Swiss German") << "de_CH"_s << german;
+        QTest::newRow("Canadian French") << "fr_CA"_s << french;
+        QTest::newRow("Finnish") << "fi_FI"_s << finnish;
+        QTest::newRow("English") << "en_GB"_s << english;
+        QTest::newRow("Filipino") << "fil_PH"_s << english;
+        QTest::newRow("Frisian") << "fy_NL"_s << english;
+        QTest::newRow("Chinese") << "zh_Hant_TW"_s << english;
+        QTest::newRow("C") << "C"_s << english;
     }
-
     void theLanguageIsTheLocales()
     {
         QFETCH(QString, locale);
@@ -244,16 +240,16 @@ private Q_SLOTS:
     void theFirstOfTheUsersLanguagesThatThereIsIsTaken()
     {
         QCOMPARE(QLocale::system().language(), QLocale::Dutch);
-        QCOMPARE(statusText(ErrorAccountLocked), QStringLiteral("Dieses Konto ist gesperrt."));
+        QCOMPARE(statusText(ErrorAccountLocked), "Dieses Konto ist gesperrt."_s);
     }
 
     void theApplicationsLocaleIsTheDefault()
     {
         const QLocale before;
-        QLocale::setDefault(QLocale(QStringLiteral("fi_FI")));
+        QLocale::setDefault(QLocale("fi_FI"_s));
         const QString text = statusText(ErrorAccountLocked);
         QLocale::setDefault(before);
-        QCOMPARE(text, QStringLiteral("Tämä tili on lukittu."));
+        QCOMPARE(text, "Tämä tili on lukittu."_s);
     }
 
     void noTranslatorIsInstalledInTheApplication()
@@ -262,8 +258,7 @@ private Q_SLOTS:
         char name[] = "test";
         char* arguments[] = {name, nullptr};
         const QCoreApplication application(count, arguments);
-        QCOMPARE(statusText(ErrorAccountLocked, QLocale(QStringLiteral("de"))),
-                 QStringLiteral("Dieses Konto ist gesperrt."));
+        QCOMPARE(statusText(ErrorAccountLocked, QLocale("de"_s)), "Dieses Konto ist gesperrt."_s);
         const char text[] = "This account is locked.";
         QCOMPARE(QCoreApplication::translate("KelAccount::StatusText", text),
                  QString::fromLatin1(text));
@@ -271,8 +266,7 @@ private Q_SLOTS:
 
     void theFieldIsTheArgumentThatWasRefused_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("field");
+        columns<int, QString>("status", "field");
         QTest::newRow("reserved name") << 512 << "userName";
         QTest::newRow("no such user") << int(ErrorUserNotFound) << "userName";
         QTest::newRow("captcha, registering") << int(ErrorCaptchaError) << "captchaText";
@@ -295,7 +289,6 @@ private Q_SLOTS:
         QTest::newRow("daemon") << 3 << "";
         QTest::newRow("unknown") << 9999 << "";
     }
-
     void theFieldIsTheArgumentThatWasRefused()
     {
         QFETCH(int, status);
@@ -304,9 +297,7 @@ private Q_SLOTS:
 
     void aFieldIsAPropertyOfTheRegistrationOrAnArgument()
     {
-        const QStringList arguments = {QStringLiteral("consumerKey"),
-                                       QStringLiteral("consumerSecret"),
-                                       QStringLiteral("oldPassword")};
+        const QStringList arguments = {"consumerKey"_s, "consumerSecret"_s, "oldPassword"_s};
         for (const int status : everyStatus()) {
             const QString field = statusField(status);
             QVERIFY2(field.isEmpty() || arguments.contains(field) ||
@@ -319,8 +310,7 @@ private Q_SLOTS:
 
     void onlyWhatTimeCanMendIsRetryable_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<bool>("retryable");
+        columns<int, bool>("status", "retryable");
         QTest::newRow("success") << int(ErrorNone) << false;
         QTest::newRow("refused") << int(ErrorConnectionRefused) << true;
         QTest::newRow("closed") << int(ErrorRemoteHostClosed) << true;
@@ -351,7 +341,6 @@ private Q_SLOTS:
         QTest::newRow("bad argument") << int(ErrorInvalidParameter) << false;
         QTest::newRow("daemon gone meanwhile") << 3 << true;
     }
-
     void onlyWhatTimeCanMendIsRetryable()
     {
         QFETCH(int, status);

@@ -5,6 +5,7 @@
 #include "device/testtagserver.h"
 #include "platform/fakemodem.h"
 #include "rest/request/cryptographicutils.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <QTemporaryFile>
@@ -33,7 +34,7 @@ private Q_SLOTS:
 
     void hashesAreEmpty()
     {
-        const auto text = QStringLiteral("text");
+        const auto text = "text"_s;
         QVERIFY(!CryptographicUtils::isAvailable());
         QCOMPARE(CryptographicUtils::HMACSHA1(text, text), QString());
         QCOMPARE(CryptographicUtils::HMACSHA1(text, QString(65, QLatin1Char('k'))), QString());
@@ -49,13 +50,12 @@ private Q_SLOTS:
         for (int i = 0; i < operations.size(); ++i)
             QTest::newRow(operations[i].name) << i;
     }
-
     void aRequestCannotBeSent()
     {
         QFETCH(int, index);
         const Operation operation = serviceoperations::all().at(index);
         KelAccounts accounts;
-        accounts.initialize(QStringLiteral("key"), QStringLiteral("secret"), 2, {}, {});
+        accounts.initialize("key"_s, "secret"_s, 2, {}, {});
         const FacadeRecorder recorder(&accounts);
         const MessageLog log;
         operation.call(accounts);

@@ -3,6 +3,7 @@
 
 #include "operations/readers.h"
 #include "rest/reply/msgparser.h"
+#include "support/literals.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -29,7 +30,7 @@ constexpr struct
 
 QString errorDocument(const Operation& row)
 {
-    return declaration + element(QStringLiteral("errorResponse"), row.error);
+    return declaration + element("errorResponse"_s, row.error);
 }
 
 // The cases of one operation.
@@ -88,24 +89,24 @@ private:
     void addServerErrors()
     {
         const QStringList lines = answer(mRow, mRow.errorStatus, mRow.nothing);
-        add(Ending::ServerError, QStringLiteral("server error"), QNetworkReply::NoError,
-            errorDocument(mRow), lines);
+        add(Ending::ServerError, "server error"_s, QNetworkReply::NoError, errorDocument(mRow),
+            lines);
         // The service's word counts more than the transport's.
-        add(Ending::ServerError, QStringLiteral("server error with HTTP 403"),
-            QNetworkReply::ContentAccessDenied, errorDocument(mRow), lines);
+        add(Ending::ServerError, "server error with HTTP 403"_s, QNetworkReply::ContentAccessDenied,
+            errorDocument(mRow), lines);
         // Whatever mentions an error is one.
-        add(Ending::ServerError, QStringLiteral("success that mentions an error"),
-            QNetworkReply::NoError, body("error/success-that-mentions-an-error"),
+        add(Ending::ServerError, "success that mentions an error"_s, QNetworkReply::NoError,
+            body("error/success-that-mentions-an-error"),
             answer(mRow, KelAccount::ErrorUndefined, mRow.nothing));
     }
 
     void addNetworkErrors()
     {
         for (const auto& row : networkErrors)
-            add(Ending::NetworkError, QStringLiteral("network error %1").arg(row.error), row.error,
-                QString(), answer(mRow, row.status, mRow.nothing));
+            add(Ending::NetworkError, "network error %1"_s.arg(row.error), row.error, QString(),
+                answer(mRow, row.status, mRow.nothing));
         // A document of success does not undo a transport error.
-        add(Ending::NetworkError, QStringLiteral("success document with HTTP 405"),
+        add(Ending::NetworkError, "success document with HTTP 405"_s,
             QNetworkReply::ContentOperationNotPermittedError, body(mRow.success),
             answer(mRow, 414, mRow.nothing));
     }
@@ -115,19 +116,18 @@ private:
         const QString success =
             body(body(mRow.success).isEmpty() ? "signin/everything" : mRow.success);
         const QMap<QString, QString> texts = {
-            {QStringLiteral("cut"), success.left(success.size() - 10)},
-            {QStringLiteral("cut error"), errorDocument(mRow).chopped(3)},
-            {QStringLiteral("declaration alone"), QStringLiteral("<?xml")},
-            {QStringLiteral("unknown root"), declaration + QStringLiteral("<html><body/></html>")},
-            {QStringLiteral("two roots"), declaration + QStringLiteral("<a/><b/>")},
-            {QStringLiteral("entity"),
-             declaration + QStringLiteral("<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>")},
-            {QStringLiteral("not XML"), QStringLiteral("{\"errorCode\": 1}")},
+            {"cut"_s, success.left(success.size() - 10)},
+            {"cut error"_s, errorDocument(mRow).chopped(3)},
+            {"declaration alone"_s, "<?xml"_s},
+            {"unknown root"_s, declaration + "<html><body/></html>"_s},
+            {"two roots"_s, declaration + "<a/><b/>"_s},
+            {"entity"_s, declaration + "<!DOCTYPE a [<!ENTITY b \"c\">]><a>&b;</a>"_s},
+            {"not XML"_s, "{\"errorCode\": 1}"_s},
         };
         for (auto text = texts.cbegin(); text != texts.cend(); ++text) {
             add(Ending::Malformed, text.key(), QNetworkReply::NoError, text.value(),
                 answer(mRow, 0, unfilled(mRow, 0)));
-            add(Ending::Malformed, text.key() + QStringLiteral(", connection lost"),
+            add(Ending::Malformed, text.key() + ", connection lost"_s,
                 QNetworkReply::RemoteHostClosedError, text.value(),
                 answer(mRow, 402, mRow.nothing));
         }
@@ -140,16 +140,15 @@ private:
 
 QString element(const QString& tag, const QString& content)
 {
-    return QStringLiteral("<%1>%2</%1>").arg(tag, content);
+    return "<%1>%2</%1>"_s.arg(tag, content);
 }
 
 QString captchaReply()
 {
     return declaration +
-           element(QStringLiteral("captchaCreationResponse"),
-                   element(QStringLiteral("captchaId"), captchaId) +
-                       element(QStringLiteral("imageType"), QStringLiteral("image/jpeg")) +
-                       element(QStringLiteral("imageData"), picture));
+           element("captchaCreationResponse"_s, element("captchaId"_s, captchaId) +
+                                                    element("imageType"_s, "image/jpeg"_s) +
+                                                    element("imageData"_s, picture));
 }
 
 QStringList successes(const Operation& operation)

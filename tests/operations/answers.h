@@ -3,6 +3,7 @@
 
 #include "operations/operations.h"
 #include "operations/wiredata.h"
+#include "support/literals.h"
 
 #include <QNetworkReply>
 
@@ -25,19 +26,19 @@ struct Case
 constexpr int requestId = 17;
 
 // Every reply here carries the same date.
-inline const auto head = QStringLiteral("200 OK\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n");
-inline const auto headTime = QStringLiteral("1994-11-15T08:12:31.000Z");
+inline const auto head = "200 OK\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s;
+inline const auto headTime = "1994-11-15T08:12:31.000Z"_s;
 /// When the user of "signin/everything" was authenticated.
-inline const auto tokenTime = QStringLiteral("2012-03-04T05:06:07.089Z");
+inline const auto tokenTime = "2012-03-04T05:06:07.089Z"_s;
 
-inline const auto declaration = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+inline const auto declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"_s;
 
 QString element(const QString& tag, const QString& content);
 
 /// A picture of three by two pixels, all of them ff8000, as PNG. Made with Python's zlib.
-inline const auto picture = QStringLiteral(
+inline const auto picture =
     "iVBORw0KGgoAAAANSUhEUgAAAAMAAAACCAIAAAASFvFNAAAAEElEQVR4nGP438AAQQxwFgBf0gj7joAK"
-    "VQAAAABJRU5ErkJggg==");
+    "VQAAAABJRU5ErkJggg=="_s;
 
 /// A captcha with that picture.
 QString captchaReply();

@@ -2,28 +2,29 @@
 #include "operations/bodies.h"
 
 #include "rest/request/msgcreator.h"
+#include "support/literals.h"
 
 namespace operations {
 
 namespace {
 
-const auto imei = QStringLiteral("490154203237518");
-const auto mcc = QStringLiteral("244");
-const auto mnc = QStringLiteral("91");
-const auto returnUrl = QStringLiteral("https://app.example/back?a=1&b=2");
+const auto imei = "490154203237518"_s;
+const auto mcc = "244"_s;
+const auto mnc = "91"_s;
+const auto returnUrl = "https://app.example/back?a=1&b=2"_s;
 
 // Bytes that are neither ASCII nor UTF-8: they can only travel as Base64.
 QByteArray msin()
 {
-    return QByteArrayLiteral("\x00\xff\xfe"
-                             "a");
+    return "\x00\xff\xfe"
+           "a"_ba;
 }
 
 RegistrationInfoData registrationWithEnumerations()
 {
     RegistrationInfoData data;
     data.mobilePhoneNumber = mobile;
-    data.password = QString::fromUtf8("äö");
+    data.password = "äö"_s;
     data.language = QLocale::German;
     data.country = QLocale::Germany;
     data.marketingInfoOnMobile = true;
@@ -33,12 +34,12 @@ RegistrationInfoData registrationWithEnumerations()
 RegistrationInfoData registrationWithMarkup()
 {
     RegistrationInfoData data;
-    data.captchaText = QStringLiteral("</imageText>");
-    data.userName = QStringLiteral("a<b>c&amp;d\"e'f");
-    data.password = QStringLiteral("<<&>>");
-    data.securityAnswer = QStringLiteral("]]>");
-    data.countryAsString = QStringLiteral("<!--");
-    data.firstName = QStringLiteral("Tom & Jerry");
+    data.captchaText = "</imageText>"_s;
+    data.userName = "a<b>c&amp;d\"e'f"_s;
+    data.password = "<<&>>"_s;
+    data.securityAnswer = "]]>"_s;
+    data.countryAsString = "<!--"_s;
+    data.firstName = "Tom & Jerry"_s;
     return data;
 }
 
@@ -69,7 +70,7 @@ ProfileInfo profileWithGender(int gender)
 
 QByteArray tag()
 {
-    return QByteArrayLiteral("tag-0123");
+    return "tag-0123"_ba;
 }
 
 const QVector<Body>& bodies()
@@ -77,8 +78,8 @@ const QVector<Body>& bodies()
     static const QVector<Body> written = {
         {"signin/user-name",
          [] {
-             return MsgCreator::xmlTokenCreation(QStringLiteral("somebody"), password,
-                                                 QStringLiteral("2012-03-04T05:06:07.089Z"));
+             return MsgCreator::xmlTokenCreation("somebody"_s, password,
+                                                 "2012-03-04T05:06:07.089Z"_s);
          }},
         {"signin/international-address",
          [] { return MsgCreator::xmlTokenCreation(internationalAddress, password, QString()); }},
@@ -90,23 +91,17 @@ const QVector<Body>& bodies()
          [] { return MsgCreator::xmlDetectPreAccount({}, {}, {}, {}); }},
         {"consentvariant/whole-device",
          [] {
-             return MsgCreator::xmlConsentQueryVariant(QStringLiteral("not written"), imei, mcc,
-                                                       mnc, "qZk+NkcGgWq6PiVxeFDCbJzQ2J0=");
+             return MsgCreator::xmlConsentQueryVariant("not written"_s, imei, mcc, mnc,
+                                                       "qZk+NkcGgWq6PiVxeFDCbJzQ2J0=");
          }},
         {"consentvariant/nothing-known",
          [] { return MsgCreator::xmlConsentQueryVariant({}, {}, {}, {}, {}); }},
         {"deviceinfo/with-pre-account",
-         [] {
-             return MsgCreator::xmlUpdateDeviceInfo(QStringLiteral("pre-17"), imei, mcc, mnc,
-                                                    msin());
-         }},
+         [] { return MsgCreator::xmlUpdateDeviceInfo("pre-17"_s, imei, mcc, mnc, msin()); }},
         {"deviceinfo/nothing-known",
          [] { return MsgCreator::xmlUpdateDeviceInfo({}, {}, {}, {}, {}); }},
         {"emailavailability/with-service-tag",
-         [] {
-             return MsgCreator::xmlEmailAvailability(QStringLiteral("somebody@mail.example"),
-                                                     tag());
-         }},
+         [] { return MsgCreator::xmlEmailAvailability("somebody@mail.example"_s, tag()); }},
         {"emailavailability/without-service-tag",
          [] { return MsgCreator::xmlEmailAvailability(internationalAddress, {}); }},
         {"registration/everything",
@@ -119,10 +114,7 @@ const QVector<Body>& bodies()
         {"registration/captcha-without-id",
          [] { return MsgCreator::xmlRegistration(registrationWithCaptchaText(), {}, tag()); }},
         {"registration/markup-in-values",
-         [] {
-             return MsgCreator::xmlRegistration(registrationWithMarkup(), QStringLiteral("a&b"),
-                                                {});
-         }},
+         [] { return MsgCreator::xmlRegistration(registrationWithMarkup(), "a&b"_s, {}); }},
         {"phoneactivation/everything",
          [] {
              return MsgCreator::xmlPreRegistration(imei, mcc, mnc, msin(), captchaId,
@@ -146,15 +138,11 @@ const QVector<Body>& bodies()
          [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("", "Rex")); }},
         {"securityquestionupdate/nothing",
          [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("", "")); }},
-        {"usernameupdate/new-name",
-         [] { return MsgCreator::xmlUpdateUserName(QStringLiteral("newname")); }},
+        {"usernameupdate/new-name", [] { return MsgCreator::xmlUpdateUserName("newname"_s); }},
         {"usernameupdate/no-name", [] { return MsgCreator::xmlUpdateUserName({}); }},
         {"passwordchange/new-password", [] { return MsgCreator::xmlChangePassword(password); }},
         {"passwordreset/token-password-answer",
-         [] {
-             return MsgCreator::xmlChangePasswordRequest(QStringLiteral("reset-token-5"), password,
-                                                         QStringLiteral("Rex"));
-         }},
+         [] { return MsgCreator::xmlChangePasswordRequest("reset-token-5"_s, password, "Rex"_s); }},
         {"passwordreset/nothing", [] { return MsgCreator::xmlChangePasswordRequest({}, {}, {}); }},
         {"recoverymessage/captcha-and-message",
          [] {

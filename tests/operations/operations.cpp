@@ -29,6 +29,7 @@
 #include "rest/operations/updatesecurityquestion.h"
 #include "rest/operations/updatetermsacceptancerequest.h"
 #include "rest/request/msgcreator.h"
+#include "support/literals.h"
 
 #include <QCryptographicHash>
 #include <QTest>
@@ -74,13 +75,12 @@ Operation row(NetRequestType type, const char* creationFailure, Send send, Field
 
 QString code(const char* errorCode)
 {
-    return QStringLiteral("<errorCode>%1</errorCode>").arg(QLatin1String(errorCode));
+    return "<errorCode>%1</errorCode>"_s.arg(QLatin1String(errorCode));
 }
 
 QString detailed(const char* errorCode, const char* detail)
 {
-    const auto format =
-        QStringLiteral("<extensions><detailedErrorCode>%1</detailedErrorCode></extensions>");
+    const auto format = "<extensions><detailedErrorCode>%1</detailedErrorCode></extensions>"_s;
     return code(errorCode) + format.arg(QLatin1String(detail));
 }
 
@@ -111,7 +111,7 @@ Operation registration()
         .read("registration/account-and-token",
               expected("registration/account-and-token") + noTerms,
               expected("signin/nothing").mid(0, 12) + noTerms)
-        .refused(QStringLiteral("<registrationError><captchaError/></registrationError>"), 513);
+        .refused("<registrationError><captchaError/></registrationError>"_s, 513);
 }
 
 // Numbers 1 to 8.
@@ -134,8 +134,7 @@ QVector<Operation> withoutAccount()
         row<RetrieveUserNameAvailabilityRequest>(RetrieveUserNameAvailability,
                                                  "Retreive Username request object creation failed",
                                                  &H::sendisUserIdAvailRequest, &V::userName)
-            .read("usernameavailability/none", {QStringLiteral("available: yes")},
-                  {QStringLiteral("available: no")})
+            .read("usernameavailability/none", {"available: yes"_s}, {"available: no"_s})
             .refused(code("operationFailed"), 508),
         row<RetrieveCaptchaImageRequest>(RetrieveCaptchaImage,
                                          "Retreive Captcha request object creation failed",
@@ -227,9 +226,7 @@ QVector<Operation> withoutARecord()
                                    &H::sendChangePasswordRequest, &V::accountId, &V::newPassword)
             .says([](const V& v) { return MsgCreator::xmlChangePassword(v.newPassword); })
             .read("usernameupdate/new-name", {})
-            .refused(
-                QStringLiteral("<profileUpdateError><attributeSyntaxError/></profileUpdateError>"),
-                522),
+            .refused("<profileUpdateError><attributeSyntaxError/></profileUpdateError>"_s, 522),
         row<RetrieveMarketingConsentInfoRequest>(
             RetrieveMarketingConsentInfo, "retrieveMarketingConsentRequest object creation failed",
             &H::sendRetrieveMarketingConsentRequest, &V::accountId)
@@ -250,18 +247,17 @@ QVector<Operation> withoutARecord()
             &H::sendUpdateContactsInfoRequest, &V::contacts, &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlContactsInfoUpdate(v.contacts); })
             .read("contactsupdate/three-contacts", {})
-            .refused(QStringLiteral("<contactUpdateError/>"), 511),
+            .refused("<contactUpdateError/>"_s, 511),
     };
 }
 
 // Numbers 20 to 26.
 QVector<Operation> withAccount()
 {
-    const QStringList noTerms = {QStringLiteral("terms present: no"), QStringLiteral("terms: no"),
-                                 QStringLiteral("privacy policy: no"),
-                                 QStringLiteral("service terms: no")};
-    const QString illegal = QStringLiteral("<profileUpdateError><illegalUpdate>answer"
-                                           "</illegalUpdate></profileUpdateError>");
+    const QStringList noTerms = {"terms present: no"_s, "terms: no"_s, "privacy policy: no"_s,
+                                 "service terms: no"_s};
+    const QString illegal = "<profileUpdateError><illegalUpdate>answer"
+                            "</illegalUpdate></profileUpdateError>"_s;
     return {
         row<RetrieveTermsAcceptanceRequest>(
             RetrieveTermsAcceptance, "retrieveTermsAcceptanceRequest object creation failed",
@@ -283,8 +279,7 @@ QVector<Operation> withAccount()
                                   &H::sendUpdateProfileRequest, &V::profile, &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlUpdateProfile(v.profile); })
             .read("usernameupdate/new-name", {})
-            .refused(QStringLiteral("<profileUpdateError><illegalUpdate/></profileUpdateError>"),
-                     526),
+            .refused("<profileUpdateError><illegalUpdate/></profileUpdateError>"_s, 526),
         // The same words as for the profile: intended.
         row<UpdateSecurityQuestion>(
             UpdateSecurityQuestionType, "updateProfileRequest object creation failed",
@@ -366,14 +361,13 @@ QString Operation::documentWith(const Values& values) const
 
 QString Operation::languageWith(const Values& values) const
 {
-    return traits & WithLanguage ? values.language : QStringLiteral("en");
+    return traits & WithLanguage ? values.language : "en"_s;
 }
 
 QString Send::name() const
 {
-    return QStringLiteral("%1 %2%3").arg(number).arg(QLatin1String(factsOf(number).requestClass),
-                                                     handsOut ? QStringLiteral(", handed out")
-                                                              : QString());
+    return "%1 %2%3"_s.arg(number).arg(QLatin1String(factsOf(number).requestClass),
+                                       handsOut ? ", handed out"_s : QString());
 }
 
 const QVector<Operation>& all()
@@ -402,19 +396,18 @@ const QVector<Send>& sends()
 QString withoutChance(const QString& document, const QString& secret)
 {
     const auto valueOf = [&](const QString& element) {
-        return document.section(QStringLiteral("<%1>").arg(element), 1)
-            .section(QStringLiteral("</%1>").arg(element), 0, 0);
+        return document.section("<%1>"_s.arg(element), 1).section("</%1>"_s.arg(element), 0, 0);
     };
-    const QString nonce = valueOf(QStringLiteral("nonce"));
-    const QString digest = valueOf(QStringLiteral("digest"));
+    const QString nonce = valueOf("nonce"_s);
+    const QString digest = valueOf("digest"_s);
     if (nonce.isEmpty())
         return document;
     const QByteArray expected = QCryptographicHash::hash(
-        (nonce + valueOf(QStringLiteral("created")) + secret).toUtf8(), QCryptographicHash::Sha1);
+        (nonce + valueOf("created"_s) + secret).toUtf8(), QCryptographicHash::Sha1);
     QString result = document;
-    result.replace(nonce, QStringLiteral("(nonce)"));
+    result.replace(nonce, "(nonce)"_s);
     if (digest == QString::fromLatin1(expected.toBase64()))
-        result.replace(digest, QStringLiteral("(digest)"));
+        result.replace(digest, "(digest)"_s);
     return result;
 }
 
@@ -422,7 +415,7 @@ QString classOf(const OAuthRequest& request)
 {
     const std::unique_ptr<char, decltype(&std::free)> name(
         abi::__cxa_demangle(typeid(request).name(), nullptr, nullptr, nullptr), &std::free);
-    return QString::fromLatin1(name.get()).section(QStringLiteral("::"), -1);
+    return QString::fromLatin1(name.get()).section("::"_s, -1);
 }
 
 void rows(const std::function<bool(const Operation&)>& filter)

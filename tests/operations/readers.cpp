@@ -2,6 +2,7 @@
 #include "operations/readers.h"
 
 #include "rest/reply/msgparser.h"
+#include "support/literals.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -15,7 +16,7 @@ QString line(const char* field, const QString& value)
 
 QString yesNo(bool value)
 {
-    return value ? QStringLiteral("yes") : QStringLiteral("no");
+    return value ? "yes"_s : "no"_s;
 }
 
 QString timeText(const QDateTime& time)
@@ -130,7 +131,7 @@ QStringList questionLines(const SecurityQuestionData& question)
 QStringList serviceLines(const QVariantMap& given)
 {
     QVariantMap service = given;
-    const QVariantMap extensions = service.take(QStringLiteral("extensions")).toMap();
+    const QVariantMap extensions = service.take("extensions"_s).toMap();
     for (auto extension = extensions.cbegin(); extension != extensions.cend(); ++extension)
         service.insert(QLatin1String("extensions/") + extension.key(), *extension);
     QStringList lines;
@@ -162,7 +163,7 @@ QStringList variantLines(const ConsentQueryVariant& variant)
 
 QStringList captchaLines(const QString& captchaId, const QSize& picture)
 {
-    const QString size = QStringLiteral("%1 by %2").arg(picture.width()).arg(picture.height());
+    const QString size = "%1 by %2"_s.arg(picture.width()).arg(picture.height());
     return {line("captcha id", captchaId), line("picture", size)};
 }
 
@@ -185,7 +186,7 @@ static QStringList contactsLines(const ContactsInfo& contacts)
 {
     QStringList lines;
     const auto add = [&](const char* kind, const QList<Contact>& list) {
-        const auto format = QStringLiteral("%1, preferred %2, verified %3");
+        const auto format = "%1, preferred %2, verified %3"_s;
         for (const Contact& contact : list)
             lines.append(line(kind, format.arg(contact.value, yesNo(contact.preferred),
                                                yesNo(contact.verified))));
@@ -218,34 +219,30 @@ const QMap<QString, QStringList (*)(const QDomNode&)>& all()
 {
     using P = MsgParser;
     static const QMap<QString, QStringList (*)(const QDomNode&)> readers = {
-        {QStringLiteral("captcha"), readCaptcha},
-        {QStringLiteral("consentvariant"),
+        {"captcha"_s, readCaptcha},
+        {"consentvariant"_s,
          read<ConsentQueryVariant, &P::parseConsentQueryVariantResponseNode, &variantLines>},
-        {QStringLiteral("contactsupdate"),
+        {"contactsupdate"_s,
          read<ContactsInfo, &P::parseContactInfoUpdateResponse, &contactsLines>},
-        {QStringLiteral("error"), readError},
-        {QStringLiteral("guardiantoken"),
-         read<QString, &P::parseGuardianTokenResponse, &guardianLines>},
-        {QStringLiteral("marketingconsent"),
+        {"error"_s, readError},
+        {"guardiantoken"_s, read<QString, &P::parseGuardianTokenResponse, &guardianLines>},
+        {"marketingconsent"_s,
          read<MarketingConsentInfo, &P::parseMarketingConsentResponse, &consentLines>},
-        {QStringLiteral("phoneactivation"), readRegistration},
-        {QStringLiteral("preaccount"),
-         read<PreAccountInfo, &P::parseDetectPreAccount, &preAccountLines>},
-        {QStringLiteral("profiledownload"), readDownloadedProfile},
-        {QStringLiteral("registration"), readRegistration},
-        {QStringLiteral("securityquestion"),
+        {"phoneactivation"_s, readRegistration},
+        {"preaccount"_s, read<PreAccountInfo, &P::parseDetectPreAccount, &preAccountLines>},
+        {"profiledownload"_s, readDownloadedProfile},
+        {"registration"_s, readRegistration},
+        {"securityquestion"_s,
          read<SecurityQuestionData, &P::parseSecurityQuestionResponse, &questionLines>},
-        {QStringLiteral("securityquestions"),
+        {"securityquestions"_s,
          read<QVariantMap, &P::parseSecurityQuestionsResponse, &questionsLines>},
-        {QStringLiteral("signin"), readToken},
-        {QStringLiteral("termsacceptance"),
-         read<TermsInfoData, &P::parseTermsInfoNode, &termsLines>},
-        {QStringLiteral("termsurls"),
-         read<QVariantMap, &P::parseServiceQueryResponse, &serviceLines>},
-        {QStringLiteral("tokenrefresh"), readToken},
-        {QStringLiteral("usernameavailability"),
+        {"signin"_s, readToken},
+        {"termsacceptance"_s, read<TermsInfoData, &P::parseTermsInfoNode, &termsLines>},
+        {"termsurls"_s, read<QVariantMap, &P::parseServiceQueryResponse, &serviceLines>},
+        {"tokenrefresh"_s, readToken},
+        {"usernameavailability"_s,
          read<QStringList, &P::parseUserNameSuggestionsResponseNode, &suggestionLines>},
-        {QStringLiteral("usernameupdate"), readUpdatedProfile},
+        {"usernameupdate"_s, readUpdatedProfile},
     };
     return readers;
 }

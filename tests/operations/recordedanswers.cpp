@@ -2,6 +2,7 @@
 #include "operations/recordedanswers.h"
 
 #include "operations/readers.h"
+#include "support/literals.h"
 
 #include <QHash>
 
@@ -102,7 +103,6 @@ void RecordedAnswers::record(const QMetaMethod& signal, void** arguments)
             return;
         }
         const Writer write = writers().value(types.at(i));
-        mLines += write ? write(arguments[i])
-                        : QStringList(QStringLiteral("a type that nobody writes down"));
+        mLines += write ? write(arguments[i]) : QStringList("a type that nobody writes down"_s);
     }
 }

@@ -1,23 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "operations/values.h"
+#include "support/literals.h"
 
 namespace operations {
 
 RegistrationInfoData fullRegistration()
 {
     RegistrationInfoData data;
-    data.userName = QStringLiteral("somebody");
+    data.userName = "somebody"_s;
     data.captchaText = imageText;
     data.password = password;
     data.mobilePhoneNumber = mobile;
     data.emailAddress = internationalAddress;
-    data.securityQuestion = QStringLiteral("3");
-    data.securityAnswer = QStringLiteral("Rex");
+    data.securityQuestion = "3"_s;
+    data.securityAnswer = "Rex"_s;
     data.dateOfBirth = QDate(1980, 2, 9);
-    data.firstName = QString::fromUtf8("Jörg");
-    data.lastName = QString::fromUtf8("Bücher");
-    data.countryAsString = QStringLiteral("FI");
-    data.languageAsString = QStringLiteral("fi");
+    data.firstName = "Jörg"_s;
+    data.lastName = "Bücher"_s;
+    data.countryAsString = "FI"_s;
+    data.languageAsString = "fi"_s;
     // The texts win over these.
     data.country = QLocale::Sweden;
     data.language = QLocale::Swedish;
@@ -30,13 +31,13 @@ ProfileInfo fullProfile()
     ProfileInfo profile;
     profile.setMobilePhoneNumber(mobile);
     profile.setEmailAddress(internationalAddress);
-    profile.setLanguage(QStringLiteral("fi"));
+    profile.setLanguage("fi"_s);
     profile.setLanguage(QLocale::Swedish);
-    profile.setCountry(QStringLiteral("FI"));
+    profile.setCountry("FI"_s);
     profile.setCountry(QLocale::Sweden);
     profile.setDateOfBirth(QDate(1980, 2, 9));
-    profile.setFirstName(QString::fromUtf8("Jörg"));
-    profile.setLastName(QString::fromUtf8("Bücher"));
+    profile.setFirstName("Jörg"_s);
+    profile.setLastName("Bücher"_s);
     profile.setGender(GenderMale);
     return profile;
 }
@@ -50,7 +51,7 @@ static void setQuestion(ProfileInfo& profile, const char* questionId, const char
 ProfileInfo profileWithQuestion(const char* questionId, const char* answer)
 {
     ProfileInfo profile;
-    profile.setSecurityQuestion(QStringLiteral("The question's text is not sent"));
+    profile.setSecurityQuestion("The question's text is not sent"_s);
     setQuestion(profile, questionId, answer);
     return profile;
 }
@@ -65,8 +66,7 @@ ProfileInfo fullProfileWithQuestion()
 ContactsInfo threeContacts()
 {
     ContactsInfo contacts;
-    contacts.mobileContacts = {{mobile, true, true},
-                               {QStringLiteral("+358407654321"), false, true}};
+    contacts.mobileContacts = {{mobile, true, true}, {"+358407654321"_s, false, true}};
     contacts.emailContacts = {{internationalAddress, true, false}};
     return contacts;
 }
@@ -74,14 +74,14 @@ ContactsInfo threeContacts()
 Values Values::placeholders()
 {
     Values v;
-    v.token = QStringLiteral("{token}");
-    v.userName = QStringLiteral("{user name}");
-    v.userId = QStringLiteral("{user}");
-    v.accountId = QStringLiteral("{account}");
-    v.serviceId = QStringLiteral("{service}");
-    v.termsId = QStringLiteral("{terms}");
-    v.language = QStringLiteral("{language}");
-    v.country = QStringLiteral("{country}");
+    v.token = "{token}"_s;
+    v.userName = "{user name}"_s;
+    v.userId = "{user}"_s;
+    v.accountId = "{account}"_s;
+    v.serviceId = "{service}"_s;
+    v.termsId = "{terms}"_s;
+    v.language = "{language}"_s;
+    v.country = "{country}"_s;
     v.format = TermsFormatText;
     return v;
 }

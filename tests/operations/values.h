@@ -7,6 +7,7 @@
 #include "rest/records/plainrecords.h"
 #include "rest/records/profileinfo.h"
 #include "rest/records/registrationinfodata.h"
+#include "support/literals.h"
 
 #include <QVector>
 
@@ -14,14 +15,14 @@ namespace operations {
 
 using namespace KelRestHandler;
 
-inline const auto consumerKey = QStringLiteral("the key");
-inline const auto timeStamp = QStringLiteral("1700000000");
-inline const auto password = QStringLiteral("Secret 1!");
-inline const auto captchaId = QStringLiteral("captcha-9");
-inline const auto imageText = QStringLiteral("xk7Qp");
-inline const auto mobile = QStringLiteral("+358401234567");
-inline const auto message = QStringLiteral("Follow this link.");
-inline const QString internationalAddress = QString::fromUtf8("jörg@bücher.example");
+inline const auto consumerKey = "the key"_s;
+inline const auto timeStamp = "1700000000"_s;
+inline const auto password = "Secret 1!"_s;
+inline const auto captchaId = "captcha-9"_s;
+inline const auto imageText = "xk7Qp"_s;
+inline const auto mobile = "+358401234567"_s;
+inline const auto message = "Follow this link."_s;
+inline const QString internationalAddress = "jörg@bücher.example"_s;
 
 RegistrationInfoData fullRegistration();
 ProfileInfo fullProfile();
@@ -32,23 +33,23 @@ ContactsInfo threeContacts();
 /// The arguments of all operations, and what the outside says while a request is made.
 struct Values
 {
-    QString token = QStringLiteral("token-77");
-    QString userName = QStringLiteral("somebody");
+    QString token = "token-77"_s;
+    QString userName = "somebody"_s;
     QString password = operations::password;
-    QString accountId = QStringLiteral("1000042");
+    QString accountId = "1000042"_s;
     QString captchaId = operations::captchaId;
     QString captchaText = imageText;
-    QString userId = QStringLiteral("somebody@mail.example");
+    QString userId = "somebody@mail.example"_s;
     QString messageBody = message;
-    QString emailAddress = QStringLiteral("somebody@mail.example");
-    QString securityToken = QStringLiteral("reset-token-5");
-    QString newPassword = QStringLiteral("Newer 2?");
-    QString securityAnswer = QStringLiteral("Rex");
-    QString language = QStringLiteral("fi");
-    QString country = QStringLiteral("FI");
-    QString serviceId = QStringLiteral("music");
-    QString termsId = QStringLiteral("terms-7");
-    QString newUserName = QStringLiteral("newname");
+    QString emailAddress = "somebody@mail.example"_s;
+    QString securityToken = "reset-token-5"_s;
+    QString newPassword = "Newer 2?"_s;
+    QString securityAnswer = "Rex"_s;
+    QString language = "fi"_s;
+    QString country = "FI"_s;
+    QString serviceId = "music"_s;
+    QString termsId = "terms-7"_s;
+    QString newUserName = "newname"_s;
     QByteArray serviceTag = "tag-0123";
     int width = 320;
     int height = 80;

@@ -3,6 +3,7 @@
 
 #include "operations/values.h"
 #include "platform/fakemodem.h"
+#include "support/literals.h"
 
 /// Devices that requests are made on, each as the modem has it and as requests are to tell it. The
 /// hashes are those of coreutils' sha1sum.
@@ -21,14 +22,12 @@ inline void withoutModem(Values& v)
 inline void withSim(Values& v)
 {
     KelTest::FakeModem::reset();
-    KelTest::FakeModem::setModems(
-        {{QStringLiteral("Maker"), QStringLiteral("Model"), QStringLiteral("490154203237518")}});
-    KelTest::FakeModem::setSims(
-        {{false, QStringLiteral("244917654321098"), QStringLiteral("244"), QStringLiteral("91")}});
+    KelTest::FakeModem::setModems({{"Maker"_s, "Model"_s, "490154203237518"_s}});
+    KelTest::FakeModem::setSims({{false, "244917654321098"_s, "244"_s, "91"_s}});
     v.simPresent = true;
-    v.device.imei = QStringLiteral("490154203237518");
-    v.device.mcc = QStringLiteral("244");
-    v.device.mnc = QStringLiteral("91");
+    v.device.imei = "490154203237518"_s;
+    v.device.mcc = "244"_s;
+    v.device.mnc = "91"_s;
     v.device.hashedMsin =
         QByteArray::fromHex("451cbbda706e4952e4750fcd92af06ce7b714007"); // of "7654321098"
 }
@@ -37,20 +36,19 @@ inline void withSim(Values& v)
 inline void withLockedSim(Values& v)
 {
     withoutModem(v);
-    KelTest::FakeModem::setModems({{QString(), QString(), QStringLiteral("490154203237518")}});
+    KelTest::FakeModem::setModems({{QString(), QString(), "490154203237518"_s}});
     QtMobility::SimCard sim;
     sim.locked = true;
     KelTest::FakeModem::setSims({sim});
     v.simPresent = true;
-    v.device.imei = QStringLiteral("490154203237518");
+    v.device.imei = "490154203237518"_s;
 }
 
 /// A SIM of which the modem tells its network, but not the country.
 inline void withSimWithoutCountry(Values& v)
 {
     withSim(v);
-    KelTest::FakeModem::setSims(
-        {{false, QStringLiteral("917654321098"), QString(), QStringLiteral("91")}});
+    KelTest::FakeModem::setSims({{false, "917654321098"_s, QString(), "91"_s}});
     v.device.mcc.clear();
 }
 

@@ -3,6 +3,7 @@
 
 #include "rest/request/cryptographicutils.h"
 #include "rest/request/oauthrequest.h"
+#include "support/literals.h"
 
 #include <QStringList>
 
@@ -13,13 +14,13 @@ class RecordingProvider : public KelRestHandler::ISignatureProvider
 public:
     QString getToken(QString const& consumerKey) override
     {
-        calls.append(QStringLiteral("token of ") + consumerKey);
+        calls.append("token of "_s + consumerKey);
         return token;
     }
     QString createSignature(QString const& consumerKey, QString const& baseString,
                             bool useToken) override
     {
-        calls.append(QStringLiteral("signature"));
+        calls.append("signature"_s);
         signedFor = consumerKey;
         signedBase = baseString;
         signedWithToken = useToken;
@@ -30,13 +31,13 @@ public:
     }
     QString getTimeStamp() override
     {
-        calls.append(QStringLiteral("time stamp"));
+        calls.append("time stamp"_s);
         return timeStamp;
     }
 
-    QString secret = QStringLiteral("consumer secret");
-    QString token = QStringLiteral("token/1+2");
-    QString timeStamp = QStringLiteral("1137242096");
+    QString secret = "consumer secret"_s;
+    QString token = "token/1+2"_s;
+    QString timeStamp = "1137242096"_s;
     QString fixedSignature;
 
     QStringList calls;
@@ -48,12 +49,12 @@ public:
 /// What an operation says of itself.
 struct OperationFacts
 {
-    QString address = QStringLiteral("https://account.example/rest/1.0/tokens");
-    QString document = QStringLiteral("<a>b</a>");
-    QString verb = QStringLiteral("POST");
+    QString address = "https://account.example/rest/1.0/tokens"_s;
+    QString document = "<a>b</a>"_s;
+    QString verb = "POST"_s;
     bool tokenRequired = false;
-    QString consumerKey = QStringLiteral("key");
-    QString language = QStringLiteral("en-GB");
+    QString consumerKey = "key"_s;
+    QString language = "en-GB"_s;
 };
 
 /// An operation that is nothing but those facts. Like every operation it completes itself at the
@@ -62,9 +63,8 @@ class FactualOperation : public KelRestHandler::OAuthRequest
 {
 public:
     FactualOperation(RecordingProvider& provider, const OperationFacts& operationFacts)
-        : OAuthRequest(provider, operationFacts.consumerKey,
-                       QStringLiteral("https://account.example/rest/1.0/"), KelRestHandler::SignIn,
-                       operationFacts.language),
+        : OAuthRequest(provider, operationFacts.consumerKey, "https://account.example/rest/1.0/"_s,
+                       KelRestHandler::SignIn, operationFacts.language),
           facts(operationFacts), calls(provider.calls)
     {
         createOAuthRequest();
@@ -72,22 +72,22 @@ public:
 
     QString createXMLMessage() override
     {
-        calls.append(QStringLiteral("document"));
+        calls.append("document"_s);
         return facts.document;
     }
     QString getRestURL() override
     {
-        calls.append(QStringLiteral("address"));
+        calls.append("address"_s);
         return facts.address;
     }
     QString getHttpRequestType() override
     {
-        calls.append(QStringLiteral("verb"));
+        calls.append("verb"_s);
         return facts.verb;
     }
     bool isTokenRequired() override
     {
-        calls.append(QStringLiteral("token required"));
+        calls.append("token required"_s);
         return facts.tokenRequired;
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/picture/captchapicture.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -85,8 +87,7 @@ class TestCaptchaPicture : public QObject
 private Q_SLOTS:
     void aPictureIsDecodedByItsContent_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QSize>("size");
+        columns<QByteArray, QSize>("bytes", "size");
         for (const char* format : {"png", "bmp", "jpg", "ppm", "pgm", "pbm", "xbm", "xpm", "ico"})
             QTest::newRow(format) << encoded(format, 64, 32) << QSize(64, 32);
         QTest::newRow("gif") << gifOn(20, 12) << QSize(20, 12);
@@ -94,7 +95,6 @@ private Q_SLOTS:
         QTest::newRow("bitmap from the top") << bitmapOf(64, -32) << QSize(64, 32);
         QTest::newRow("16 megapixels") << encoded("png", 4000, 4000) << QSize(4000, 4000);
     }
-
     void aPictureIsDecodedByItsContent()
     {
         QFETCH(QByteArray, bytes);
@@ -117,14 +117,13 @@ private Q_SLOTS:
             << QByteArray("#define a_width 30000\n#define a_height 30000\n"
                           "static char a_bits[] = { 0x00");
     }
-
     void aPictureBeyondSixteenMegapixelsIsNone()
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(!bytes.isEmpty());
         const MessageLog log;
         QCOMPARE(sizeOf(bytes), QSize(0, 0));
-        QCOMPARE(log.all(), QStringList(QStringLiteral("W ") + QLatin1String(tooLarge)));
+        QCOMPARE(log.all(), QStringList("W "_s + QLatin1String(tooLarge)));
     }
 
     void whatIsNoPictureIsNone_data()
@@ -132,12 +131,11 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         const QByteArray png = encoded("png", 64, 32);
         QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("text") << QByteArray("captcha");
+        QTest::newRow("text") << "captcha"_ba;
         for (const int length : {8, 16, 23, 24, 33})
             QTest::addRow("%d bytes of a png", length) << png.left(length);
         QTest::newRow("the beginning of a gif") << gifOn(20, 12).left(9);
     }
-
     void whatIsNoPictureIsNone()
     {
         QFETCH(QByteArray, bytes);

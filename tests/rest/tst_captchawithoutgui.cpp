@@ -3,6 +3,7 @@
 #include "operations/answers.h"
 #include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <QTest>
@@ -18,12 +19,10 @@ private Q_SLOTS:
     {
         const MessageLog log;
         QCOMPARE(answerTo(operations::captchaReply()),
-                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
-                              QStringLiteral("status: 0"), QStringLiteral("captcha id: captcha-9"),
-                              QStringLiteral("picture: 0 by 0")}));
-        QCOMPARE(log.all(),
-                 QStringList(QStringLiteral("W A captcha picture needs a QGuiApplication; a null "
-                                            "picture is delivered")));
+                 QStringList({"signal: retrieveCaptchaImageResponse"_s, "status: 0"_s,
+                              "captcha id: captcha-9"_s, "picture: 0 by 0"_s}));
+        QCOMPARE(log.all(), QStringList("W A captcha picture needs a QGuiApplication; a null "
+                                        "picture is delivered"_s));
     }
 
     void withoutAPictureThereIsNothingToLog_data()
@@ -33,15 +32,13 @@ private Q_SLOTS:
         QTest::newRow("server error") << wiredata::body("error/code-and-text");
         QTest::newRow("no document") << QString();
     }
-
     void withoutAPictureThereIsNothingToLog()
     {
         QFETCH(QString, body);
         const MessageLog log;
         QCOMPARE(answerTo(body),
-                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
-                              QStringLiteral("status: 0"), QStringLiteral("captcha id:"),
-                              QStringLiteral("picture: 0 by 0")}));
+                 QStringList({"signal: retrieveCaptchaImageResponse"_s, "status: 0"_s,
+                              "captcha id:"_s, "picture: 0 by 0"_s}));
         QCOMPARE(log.all(), QStringList());
     }
 
@@ -50,7 +47,7 @@ private:
     {
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
-        HttpResponse response(QNetworkReply::NoError, body, QStringLiteral("the key"), 1);
+        HttpResponse response(QNetworkReply::NoError, body, "the key"_s, 1);
         processor.processResponseFromServer(RetrieveCaptchaImage, &response);
         return answers.lines();
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/connectionlatency.h"
+#include "support/literals.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -89,8 +90,7 @@ private Q_SLOTS:
         QTcpServer service;
         QVERIFY(service.listen(loopback));
         const Connection connection(AF_INET, service.serverPort());
-        QCOMPARE(disableNagle({QHostAddress(QStringLiteral("127.0.0.2"))}, service.serverPort()),
-                 0);
+        QCOMPARE(disableNagle({QHostAddress("127.0.0.2"_s)}, service.serverPort()), 0);
         QCOMPARE(disableNagle({}, service.serverPort()), 0);
         QVERIFY(!connection.hasNoDelay());
     }

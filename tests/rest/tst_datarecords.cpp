@@ -2,6 +2,8 @@
 #include "rest/records/profileinfo.h"
 #include "rest/records/registrationinfodata.h"
 #include "rest/records/responses.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDataStream>
 #include <QElapsedTimer>
@@ -12,61 +14,56 @@ using namespace KelRestHandler;
 
 namespace {
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 ProfileInfoData fullProfile()
 {
     ProfileInfoData profile;
-    profile.userName = text("somebody");
-    profile.securityQuestion = text("What was your first pet's name?");
-    profile.securityQuestionId = text("3");
-    profile.securityAnswer = text("Rex");
+    profile.userName = "somebody"_s;
+    profile.securityQuestion = "What was your first pet's name?"_s;
+    profile.securityQuestionId = "3"_s;
+    profile.securityAnswer = "Rex"_s;
     profile.language = QLocale::Finnish;
-    profile.languageAsString = text("fi");
+    profile.languageAsString = "fi"_s;
     profile.country = QLocale::Finland;
-    profile.countryAsString = text("FI");
+    profile.countryAsString = "FI"_s;
     profile.dateOfBirth = QDate(1980, 2, 29);
-    profile.firstName = text("Jörg");
-    profile.lastName = text("Bücher 😀");
+    profile.firstName = "Jörg"_s;
+    profile.lastName = "Bücher 😀"_s;
     profile.gender = GenderFemale;
-    profile.services = QStringList{text("music"), QString(), text("maps")};
-    profile.account.accountId = text("1000042");
-    profile.account.mobile = text("+358401234567");
-    profile.account.email = text("somebody@mail.example");
+    profile.services = QStringList{"music"_s, QString(), "maps"_s};
+    profile.account.accountId = "1000042"_s;
+    profile.account.mobile = "+358401234567"_s;
+    profile.account.email = "somebody@mail.example"_s;
     profile.account.emailVerified = true;
     profile.consent.mobile = true;
-    profile.contacts.mobileContacts = {{text("+358401234567"), true, false},
-                                       {text("+358407654321"), false, true}};
-    profile.contacts.emailContacts = {{text("somebody@mail.example"), true, true}};
+    profile.contacts.mobileContacts = {{"+358401234567"_s, true, false},
+                                       {"+358407654321"_s, false, true}};
+    profile.contacts.emailContacts = {{"somebody@mail.example"_s, true, true}};
     return profile;
 }
 
 RegistrationInfoData fullRegistration()
 {
     RegistrationInfoData data;
-    data.userName = text("somebody");
-    data.captchaText = text("xk7Qp");
-    data.password = text("Secret 1!");
-    data.mobilePhoneNumber = text("+358401234567");
-    data.emailAddress = text("jörg@bücher.example");
-    data.securityQuestion = text("3");
-    data.securityAnswer = text("Rex");
+    data.userName = "somebody"_s;
+    data.captchaText = "xk7Qp"_s;
+    data.password = "Secret 1!"_s;
+    data.mobilePhoneNumber = "+358401234567"_s;
+    data.emailAddress = "jörg@bücher.example"_s;
+    data.securityQuestion = "3"_s;
+    data.securityAnswer = "Rex"_s;
     data.dateOfBirth = QDate(1980, 2, 9);
-    data.firstName = text("Jörg");
-    data.lastName = text("Bücher");
-    data.countryAsString = text("FI");
+    data.firstName = "Jörg"_s;
+    data.lastName = "Bücher"_s;
+    data.countryAsString = "FI"_s;
     data.reservedNumber = -7;
     data.reservedFlag2 = true;
-    data.languageAsString = text("fi");
+    data.languageAsString = "fi"_s;
     data.language = QLocale::Swedish;
     data.country = QLocale::Sweden;
     data.reservedNumber2 = 9;
     data.marketingInfoOnEmail = true;
-    data.captchaId = text("captcha-9");
-    data.serviceTag = QByteArrayLiteral("tag\x00\xff");
+    data.captchaId = "captcha-9"_s;
+    data.serviceTag = "tag\x00\xff"_ba;
     return data;
 }
 
@@ -155,19 +152,19 @@ private Q_SLOTS:
     {
         QObject parent;
         TokenInfoData token(&parent);
-        token.token = text("t");
+        token.token = "t"_s;
         token.ttl = 5;
         const TokenInfoData orphan(token);
         QVERIFY(!orphan.parent());
-        QCOMPARE(orphan.token, text("t"));
+        QCOMPARE(orphan.token, "t"_s);
         QCOMPARE(orphan.ttl, 5L);
         const TokenInfoData child(orphan, &parent);
         QCOMPARE(child.parent(), &parent);
-        QCOMPARE(child.token, text("t"));
+        QCOMPARE(child.token, "t"_s);
         TokenInfoData assigned;
         assigned = child;
         QVERIFY(!assigned.parent());
-        QCOMPARE(assigned.token, text("t"));
+        QCOMPARE(assigned.token, "t"_s);
     }
 
     void aNewRecordIsEmpty()
@@ -188,18 +185,18 @@ private Q_SLOTS:
     void aResponseIsCopiedWithEveryRecord()
     {
         DownloadProfileResponse response;
-        response.consumerKey = text("key");
+        response.consumerKey = "key"_s;
         response.serverTime = QDateTime(QDate(2012, 3, 4), QTime(5, 6, 7), Qt::UTC);
         response.status = 422;
         response.requestId = 17;
-        response.userName = text("somebody");
+        response.userName = "somebody"_s;
         static_cast<ProfileInfoFields&>(response.profile) = fullProfile();
         const auto copy = QVariant::fromValue(response).value<DownloadProfileResponse>();
-        QCOMPARE(copy.consumerKey, text("key"));
+        QCOMPARE(copy.consumerKey, "key"_s);
         QCOMPARE(copy.serverTime, response.serverTime);
         QCOMPARE(copy.status, 422);
         QCOMPARE(copy.requestId, 17);
-        QCOMPARE(copy.userName, text("somebody"));
+        QCOMPARE(copy.userName, "somebody"_s);
         compareProfiles(copy.profile, fullProfile());
     }
 
@@ -245,27 +242,27 @@ private Q_SLOTS:
     // As it was written before, and as a plugin may write it that knows one text only.
     void theUsualFormOfLanguageAndCountryStays_data()
     {
-        QTest::addColumn<QString>("written");
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("country");
-        QTest::newRow("both") << text("fi\x1FXX") << text("fi") << text("XX");
-        QTest::newRow("neither") << text("\x1F") << QString() << QString();
-        QTest::newRow("language") << text("fi\x1F") << text("fi") << QString();
-        QTest::newRow("country") << text("\x1FXX") << QString() << text("XX");
-        QTest::newRow("a country with the separator")
-            << text("fi\x1FX\x1FX") << text("fi") << text("X\x1FX");
-        QTest::newRow("other control characters") << text("\x1E\x1D"
-                                                          "0\x1F\x1D")
-                                                  << text("\x1E\x1D"
-                                                          "0")
-                                                  << text("\x1D");
+        columns<QString, QString, QString>("written", "language", "country");
+        QTest::newRow("both") << "fi\x1FXX"_s
+                              << "fi"_s
+                              << "XX"_s;
+        QTest::newRow("neither") << "\x1F"_s << QString() << QString();
+        QTest::newRow("language") << "fi\x1F"_s
+                                  << "fi"_s << QString();
+        QTest::newRow("country") << "\x1FXX"_s << QString() << "XX"_s;
+        QTest::newRow("a country with the separator") << "fi\x1FX\x1FX"_s
+                                                      << "fi"_s
+                                                      << "X\x1FX"_s;
+        QTest::newRow("other control characters") << "\x1E\x1D"
+                                                     "0\x1F\x1D"_s
+                                                  << "\x1E\x1D"
+                                                     "0"_s
+                                                  << "\x1D"_s;
     }
-
     void theUsualFormOfLanguageAndCountryStays()
     {
-        QFETCH(QString, written);
-        QFETCH(QString, language);
-        QFETCH(QString, country);
+        const auto [written, language, country] =
+            fetch<QString, QString, QString>("written", "language", "country");
         ProfileInfo profile;
         profile.setLanguage(language);
         profile.setCountry(country);
@@ -283,30 +280,30 @@ private Q_SLOTS:
     {
         QByteArray bytes;
         QDataStream stream(&bytes, QIODevice::WriteOnly);
-        stream << QString() << QString() << QString() << QDate() << text("fi");
+        stream << QString() << QString() << QString() << QDate() << "fi"_s;
         const ProfileInfo read(bytes);
-        QCOMPARE(read.languageAsString(), text("fi"));
+        QCOMPARE(read.languageAsString(), "fi"_s);
         QCOMPARE(read.countryAsString(), QString());
     }
 
     void languageAndCountryTextsComeBackApart()
     {
         const QStringList codes = {QString(),
-                                   text("fi"),
-                                   text("FI"),
-                                   text("zh_TW"),
-                                   text("_"),
-                                   text("a\nb"),
-                                   text("\x1F"),
-                                   text("a\x1F"),
-                                   text("\x1F"
-                                        "b"),
-                                   text("\x1E"),
-                                   text("\x1D"),
-                                   text("\x1D"
-                                        "2\x1F"),
-                                   text("\x1E\x1F\x1D\x1D"
-                                        "0\x1F\x1E")};
+                                   "fi"_s,
+                                   "FI"_s,
+                                   "zh_TW"_s,
+                                   "_"_s,
+                                   "a\nb"_s,
+                                   "\x1F"_s,
+                                   "a\x1F"_s,
+                                   "\x1F"
+                                   "b"_s,
+                                   "\x1E"_s,
+                                   "\x1D"_s,
+                                   "\x1D"
+                                   "2\x1F"_s,
+                                   "\x1E\x1F\x1D\x1D"
+                                   "0\x1F\x1E"_s};
         for (const QString& language : codes) {
             for (const QString& country : codes) {
                 ProfileInfo profile;
@@ -333,9 +330,9 @@ private Q_SLOTS:
         QCOMPARE(take<qint16>(stream), qint16(QLocale::Finland));
         QCOMPARE(take<qint16>(stream), qint16(2));
         QCOMPARE(take<qint32>(stream), 3);
-        QCOMPARE(take<QString>(stream), text("music"));
+        QCOMPARE(take<QString>(stream), "music"_s);
         QCOMPARE(take<QString>(stream), QString());
-        QCOMPARE(take<QString>(stream), text("maps"));
+        QCOMPARE(take<QString>(stream), "maps"_s);
         for (int i = 0; i < 2; ++i)
             texts.append(take<QString>(stream));
         for (const char* one :
@@ -349,14 +346,14 @@ private Q_SLOTS:
         QCOMPARE(stream.status(), QDataStream::Ok);
 
         QDataStream accountStream(account);
-        QCOMPARE(take<QString>(accountStream), text("1000042"));
-        QCOMPARE(take<QString>(accountStream), text("+358401234567"));
-        QCOMPARE(take<QString>(accountStream), text("somebody@mail.example"));
+        QCOMPARE(take<QString>(accountStream), "1000042"_s);
+        QCOMPARE(take<QString>(accountStream), "+358401234567"_s);
+        QCOMPARE(take<QString>(accountStream), "somebody@mail.example"_s);
         QCOMPARE(take<bool>(accountStream), true);
         QCOMPARE(take<bool>(accountStream), false);
         QVERIFY(accountStream.atEnd());
 
-        QCOMPARE(consent.toHex(), QByteArrayLiteral("0001"));
+        QCOMPARE(consent.toHex(), "0001"_ba);
         checkContacts(contacts);
     }
 
@@ -373,20 +370,20 @@ private Q_SLOTS:
         QCOMPARE(take<int>(stream), -7);
         QCOMPARE(take<bool>(stream), false);
         QCOMPARE(take<bool>(stream), true);
-        QCOMPARE(take<QString>(stream), text("fi"));
+        QCOMPARE(take<QString>(stream), "fi"_s);
         QCOMPARE(take<int>(stream), int(QLocale::Swedish));
         QCOMPARE(take<int>(stream), int(QLocale::Sweden));
         QCOMPARE(take<int>(stream), 9);
         QCOMPARE(take<bool>(stream), false);
         QCOMPARE(take<bool>(stream), true);
-        QCOMPARE(take<QString>(stream), text("captcha-9"));
-        QCOMPARE(take<QByteArray>(stream), QByteArrayLiteral("tag\x00\xff"));
+        QCOMPARE(take<QString>(stream), "captcha-9"_s);
+        QCOMPARE(take<QByteArray>(stream), "tag\x00\xff"_ba);
         QVERIFY(stream.atEnd());
     }
 
     void anEmptyServiceTagIsWrittenAsANullArray()
     {
-        QVERIFY(serializeRegistration({}).endsWith(QByteArrayLiteral("\xff\xff\xff\xff")));
+        QVERIFY(serializeRegistration({}).endsWith("\xff\xff\xff\xff"_ba));
     }
 
     void aRegistrationComesBackAsItWasWritten()
@@ -397,7 +394,7 @@ private Q_SLOTS:
         }
         const RegistrationInfoData read =
             readRegistration(serializeRegistration(fullRegistration()));
-        QCOMPARE(read.password, text("Secret 1!"));
+        QCOMPARE(read.password, "Secret 1!"_s);
         QCOMPARE(read.dateOfBirth, QDate(1980, 2, 9));
         QCOMPARE(read.country, QLocale::Sweden);
         QCOMPARE(read.serviceTag, fullRegistration().serviceTag);
@@ -408,11 +405,11 @@ private Q_SLOTS:
         checkContacts(fullProfile().contacts.serialize());
         const ContactsInfo read(fullProfile().contacts.serialize());
         QCOMPARE(read.mobileContacts.size(), 2);
-        QCOMPARE(read.mobileContacts[0].value, text("+358401234567"));
+        QCOMPARE(read.mobileContacts[0].value, "+358401234567"_s);
         QVERIFY(read.mobileContacts[0].preferred && !read.mobileContacts[0].verified);
         QVERIFY(!read.mobileContacts[1].preferred && read.mobileContacts[1].verified);
         QCOMPARE(read.emailContacts.size(), 1);
-        QCOMPARE(read.emailContacts[0].value, text("somebody@mail.example"));
+        QCOMPARE(read.emailContacts[0].value, "somebody@mail.example"_s);
         QVERIFY(read.emailContacts[0].preferred && read.emailContacts[0].verified);
     }
 
@@ -428,13 +425,13 @@ private Q_SLOTS:
         const QByteArray bytes = serialized(fullProfile());
         for (int length = 0; length < bytes.size(); ++length) {
             const ProfileInfoData read(bytes.left(length));
-            QVERIFY(read.userName.isEmpty() || read.userName == text("somebody"));
+            QVERIFY(read.userName.isEmpty() || read.userName == "somebody"_s);
             QVERIFY(read.services.size() <= 3);
             QVERIFY(read.contacts.emailContacts.isEmpty());
         }
         // The last contact is what one byte less takes away.
         const ProfileInfoData nearlyWhole(bytes.chopped(1));
-        QCOMPARE(nearlyWhole.account.email, text("somebody@mail.example"));
+        QCOMPARE(nearlyWhole.account.email, "somebody@mail.example"_s);
 
         const QByteArray contacts = fullProfile().contacts.serialize();
         const ContactsInfo cut(contacts.chopped(1));
@@ -444,7 +441,7 @@ private Q_SLOTS:
         const QByteArray registration = serializeRegistration(fullRegistration());
         for (int length = 0; length < registration.size(); ++length)
             readRegistration(registration.left(length));
-        QCOMPARE(readRegistration(registration.chopped(1)).captchaId, text("captcha-9"));
+        QCOMPARE(readRegistration(registration.chopped(1)).captchaId, "captcha-9"_s);
         QVERIFY(readRegistration(registration.chopped(1)).serviceTag.isEmpty());
     }
 
@@ -455,7 +452,6 @@ private Q_SLOTS:
                                      0x7ffffffeU, 0x10000000U, 0x00100000U})
             QTest::addRow("%08x", number) << number;
     }
-
     // Every place in turn is taken for a length or a count.
     void lengthsAndCountsAreNotBelieved()
     {
@@ -534,12 +530,12 @@ private:
         QVERIFY(stream.atEnd());
 
         QDataStream firstStream(first);
-        QCOMPARE(take<QString>(firstStream), text("+358401234567"));
+        QCOMPARE(take<QString>(firstStream), "+358401234567"_s);
         QCOMPARE(take<bool>(firstStream), true);
         QCOMPARE(take<bool>(firstStream), false);
         QVERIFY(firstStream.atEnd());
         QDataStream lastStream(last);
-        QCOMPARE(take<QString>(lastStream), text("somebody@mail.example"));
+        QCOMPARE(take<QString>(lastStream), "somebody@mail.example"_s);
         QVERIFY(!lastStream.atEnd());
     }
 };

@@ -2,7 +2,9 @@
 #include "operations/answers.h"
 #include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QImage>
 #include <QSignalSpy>
@@ -14,8 +16,8 @@ using operations::Operation;
 
 namespace {
 
-const auto unacceptable = QStringLiteral(
-    "C NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning");
+const auto unacceptable =
+    "C NetworkResponseProcessor::processResponseFromServer: Unacceptable.. Returning"_s;
 
 HttpResponse responseOf(QNetworkReply::NetworkError error, const QString& text)
 {
@@ -25,17 +27,16 @@ HttpResponse responseOf(QNetworkReply::NetworkError error, const QString& text)
 QString captchaOf(const QString& imageType, const QString& imageData)
 {
     return operations::declaration +
-           QStringLiteral("<captchaCreationResponse><captchaId>c-1</captchaId><imageType>%1"
-                          "</imageType><imageData>%2</imageData></captchaCreationResponse>")
-               .arg(imageType, imageData);
+           "<captchaCreationResponse><captchaId>c-1</captchaId><imageType>%1"
+           "</imageType><imageData>%2</imageData></captchaCreationResponse>"_s.arg(imageType,
+                                                                                   imageData);
 }
 
 QString signInOf(const QString& authenticationInfo)
 {
     return operations::head + operations::declaration +
-           QStringLiteral("<tokenCreationResponse><tokenInfo><token>t</token>%1</tokenInfo>"
-                          "</tokenCreationResponse>")
-               .arg(authenticationInfo);
+           "<tokenCreationResponse><tokenInfo><token>t</token>%1</tokenInfo>"
+           "</tokenCreationResponse>"_s.arg(authenticationInfo);
 }
 
 // The operations that no signal answers, and numbers of none.
@@ -65,7 +66,6 @@ private Q_SLOTS:
         for (int i = 0; i < cases.size(); ++i)
             QTest::addRow("%d %s", cases.at(i).number, qPrintable(cases.at(i).name)) << i;
     }
-
     void aReplyBecomesItsAnswer()
     {
         QFETCH(int, index);
@@ -87,7 +87,6 @@ private Q_SLOTS:
         for (const int type : rejectedTypes())
             QTest::addRow("%d", type) << type;
     }
-
     void whatHasNoAnswerIsRejectedAloud()
     {
         QFETCH(int, type);
@@ -152,7 +151,6 @@ private Q_SLOTS:
     {
         operations::rows([](const Operation& row) { return row.isAnswered(); });
     }
-
     void aReceiverMayDeleteTheProcessor()
     {
         QFETCH(int, number);
@@ -169,11 +167,10 @@ private Q_SLOTS:
 
     void signingInTellsTheTimeOfTheToken_data()
     {
-        QTest::addColumn<QString>("authenticationInfo");
-        QTest::addColumn<QString>("time");
+        columns<QString, QString>("authenticationInfo", "time");
         const auto info = [](const char* time) {
-            return QStringLiteral("<authenticationInfo><time>%1</time></authenticationInfo>")
-                .arg(QLatin1String(time));
+            return "<authenticationInfo><time>%1</time></authenticationInfo>"_s.arg(
+                QLatin1String(time));
         };
         QTest::newRow("a time") << info("2001-02-03T04:05:06.007Z") << "2001-02-03T04:05:06.007Z";
         QTest::newRow("none") << QString() << operations::headTime;
@@ -181,11 +178,9 @@ private Q_SLOTS:
         QTest::newRow("no time") << info("yesterday") << operations::headTime;
         QTest::newRow("no such day") << info("2001-02-30T04:05:06.007Z") << operations::headTime;
         QTest::newRow("the expiry is not it")
-            << QStringLiteral(
-                   "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>")
+            << "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>"_s
             << operations::headTime;
     }
-
     void signingInTellsTheTimeOfTheToken()
     {
         QFETCH(QString, authenticationInfo);
@@ -203,9 +198,8 @@ private Q_SLOTS:
     void theTokensTimeSetsNoClock()
     {
         auto* const clock = TimeStampManager::getTimeStampManager();
-        serverTimeOf(SignIn,
-                     signInOf(QStringLiteral("<authenticationInfo><time>2001-02-03T04:05:06.007Z"
-                                             "</time></authenticationInfo>")));
+        serverTimeOf(SignIn, signInOf("<authenticationInfo><time>2001-02-03T04:05:06.007Z"
+                                      "</time></authenticationInfo>"_s));
         const QDateTime expected(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC);
         QVERIFY(qAbs(QDateTime::currentDateTimeUtc().secsTo(expected) -
                      clock->serverTimeDifference()) <= 1);
@@ -213,21 +207,18 @@ private Q_SLOTS:
 
     void aPictureIsReadByWhatItIs_data()
     {
-        QTest::addColumn<QString>("imageType");
-        QTest::addColumn<QString>("imageData");
-        const auto bitmap = QStringLiteral(
+        columns<QString, QString>("imageType", "imageData");
+        const auto bitmap =
             "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAAID/AID/AID/"
-            "AAAAAID/AID/AID/AAAA");
-        QTest::newRow("PNG") << QStringLiteral("image/png") << operations::picture;
-        QTest::newRow("PNG by another name") << QStringLiteral("image/gif") << operations::picture;
+            "AAAAAID/AID/AID/AAAA"_s;
+        QTest::newRow("PNG") << "image/png"_s << operations::picture;
+        QTest::newRow("PNG by another name") << "image/gif"_s << operations::picture;
         QTest::newRow("PNG without a name") << QString() << operations::picture;
-        QTest::newRow("BMP by the name of a PNG") << QStringLiteral("image/png") << bitmap;
+        QTest::newRow("BMP by the name of a PNG") << "image/png"_s << bitmap;
     }
-
     void aPictureIsReadByWhatItIs()
     {
-        QFETCH(QString, imageType);
-        QFETCH(QString, imageData);
+        const auto [imageType, imageData] = fetch<QString, QString>("imageType", "imageData");
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
         HttpResponse response = responseOf(QNetworkReply::NoError, captchaOf(imageType, imageData));
@@ -244,23 +235,21 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("imageData");
         QTest::newRow("nothing") << QString();
-        QTest::newRow("text") << QStringLiteral("bm8gcGljdHVyZQ==");
+        QTest::newRow("text") << "bm8gcGljdHVyZQ=="_s;
         QTest::newRow("a PNG's head") << operations::picture.left(40);
-        QTest::newRow("not Base64") << QStringLiteral("&lt;&gt;~~");
+        QTest::newRow("not Base64") << "&lt;&gt;~~"_s;
     }
-
     void whatIsNoPictureIsNull()
     {
         QFETCH(QString, imageData);
         NetworkResponseProcessor processor(nullptr);
         const RecordedAnswers answers(processor);
         HttpResponse response =
-            responseOf(QNetworkReply::NoError, captchaOf(QStringLiteral("image/png"), imageData));
+            responseOf(QNetworkReply::NoError, captchaOf("image/png"_s, imageData));
         QCOMPARE(processor.processResponseFromServer(RetrieveCaptchaImage, &response), 0);
         QCOMPARE(answers.lines(),
-                 QStringList({QStringLiteral("signal: retrieveCaptchaImageResponse"),
-                              QStringLiteral("status: 0"), QStringLiteral("captcha id: c-1"),
-                              QStringLiteral("picture: 0 by 0")}));
+                 QStringList({"signal: retrieveCaptchaImageResponse"_s, "status: 0"_s,
+                              "captcha id: c-1"_s, "picture: 0 by 0"_s}));
         QVERIFY(answers.lastPicture.isNull());
     }
 
@@ -297,10 +286,7 @@ private:
         const RecordedAnswers answers(processor);
         HttpResponse response = responseOf(QNetworkReply::NoError, text);
         processor.processResponseFromServer(type, &response);
-        return answers.lines()
-            .filter(QStringLiteral("server time: "))
-            .value(0)
-            .section(QStringLiteral(": "), 1);
+        return answers.lines().filter("server time: "_s).value(0).section(": "_s, 1);
     }
 
 protected Q_SLOTS:

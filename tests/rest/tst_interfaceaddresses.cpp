@@ -3,6 +3,7 @@
 // itself once more in a network namespace of its own, where nobody minds.
 #include "rest/request/clientidentification.h"
 #include "rest/request/interfaceaddresses.h"
+#include "support/literals.h"
 
 #include <QNetworkInterface>
 #include <QProcess>
@@ -43,7 +44,7 @@ Outcome run(const QString& program, const QStringList& arguments, const QByteArr
 
 Outcome ip(const char* arguments)
 {
-    return run(QStringLiteral("ip"), QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+    return run("ip"_s, QString::fromLatin1(arguments).split(QLatin1Char(' ')));
 }
 
 QHostAddress address(const char* text)
@@ -171,8 +172,8 @@ void InterfaceAddressesTest::lostAnnouncementsAreNews()
     for (int i = 0; i < 3000; ++i)
         changes += "address add 10.1.1.1/32 dev lo\naddress delete 10.1.1.1/32 dev lo\n";
     changes += "address add 10.9.8.7/32 dev lo\n";
-    const QStringList batch{QStringLiteral("-batch"), QStringLiteral("-")};
-    VERIFY_RAN(run(QStringLiteral("ip"), batch, changes));
+    const QStringList batch{"-batch"_s, "-"_s};
+    VERIFY_RAN(run("ip"_s, batch, changes));
     QVERIFY(addresses.current().contains(address("10.9.8.7")));
     QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
     VERIFY_IP("address delete 10.9.8.7/32 dev lo");
@@ -212,14 +213,14 @@ void InterfaceAddressesTest::theDescriptorIsClosedOnExecAndAtTheEnd()
 
 void InterfaceAddressesTest::requestsNameTheAddressesOfTheirMoment()
 {
-    const QString name = QStringLiteral("X-Forwarded-For");
+    const QString name = "X-Forwarded-For"_s;
     QCOMPARE(ClientIdentification::headers().value(name), QString());
     VERIFY_IP("address add 10.9.8.7/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), QStringLiteral("10.9.8.7"));
+    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7"_s);
     VERIFY_IP("address add 10.9.8.6/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), QStringLiteral("10.9.8.7,10.9.8.6"));
+    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7,10.9.8.6"_s);
     VERIFY_IP("address delete 10.9.8.7/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), QStringLiteral("10.9.8.6"));
+    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.6"_s);
 }
 
 int main(int argc, char** argv)
@@ -228,12 +229,11 @@ int main(int argc, char** argv)
     if (!qEnvironmentVariableIsSet(insideVariable)) {
         qputenv(insideVariable, "1");
         // Root needs no user namespace, and some machines give none.
-        QStringList arguments{geteuid() == 0 ? QStringLiteral("-n") : QStringLiteral("-rn"),
+        QStringList arguments{geteuid() == 0 ? "-n"_s : "-rn"_s,
                               QCoreApplication::applicationFilePath()};
         arguments += application.arguments().mid(1);
         QProcess probe;
-        probe.start(QStringLiteral("unshare"), {arguments.first(), QStringLiteral("ip"),
-                                                QStringLiteral("link"), QStringLiteral("show")});
+        probe.start("unshare"_s, {arguments.first(), "ip"_s, "link"_s, "show"_s});
         probe.closeWriteChannel();
         if (!probe.waitForFinished(20000) || probe.exitStatus() != QProcess::NormalExit ||
             probe.exitCode() != 0) {
@@ -244,7 +244,7 @@ int main(int argc, char** argv)
                     qPrintable(probe.errorString()), probe.readAllStandardError().constData());
             return 1;
         }
-        return QProcess::execute(QStringLiteral("unshare"), arguments) == 0 ? 0 : 1;
+        return QProcess::execute("unshare"_s, arguments) == 0 ? 0 : 1;
     }
     InterfaceAddressesTest test;
     return QTest::qExec(&test, argc, argv);

@@ -2,7 +2,9 @@
 #include "operations/bodies.h"
 #include "operations/wiredata.h"
 #include "rest/request/msgcreator.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QCryptographicHash>
 #include <QElapsedTimer>
@@ -19,7 +21,7 @@ namespace {
 // The text between the tags of the only element of that name.
 QString valueOf(const QString& element, const QString& xml)
 {
-    const QRegularExpression pattern(QStringLiteral("<%1>(.*?)</%1>").arg(element),
+    const QRegularExpression pattern("<%1>(.*?)</%1>"_s.arg(element),
                                      QRegularExpression::DotMatchesEverythingOption);
     return pattern.match(xml).captured(1);
 }
@@ -27,13 +29,13 @@ QString valueOf(const QString& element, const QString& xml)
 // The address conversion in the very steps of its definition, with the searches it is defined by.
 QString punycodeBySearching(const QString& input)
 {
-    QRegExp fromAtSign(QStringLiteral("@.+"));
+    QRegExp fromAtSign("@.+"_s);
     if (fromAtSign.indexIn(input) < 0)
         return input;
-    QRegExp noAtSign(QStringLiteral("[^@].+"));
+    QRegExp noAtSign("[^@].+"_s);
     if (noAtSign.indexIn(fromAtSign.cap(0)) < 0)
         return input;
-    QRegExp localPart(QStringLiteral(".+@"));
+    QRegExp localPart(".+@"_s);
     if (localPart.indexIn(input) < 0)
         return input;
     return localPart.cap(0) + QString::fromLatin1(QUrl::toAce(noAtSign.cap(0)));
@@ -52,7 +54,6 @@ private Q_SLOTS:
         for (const Body& body : bodies())
             QTest::newRow(body.name) << QString::fromLatin1(body.name);
     }
-
     void everyBodyIsTheWrittenOne()
     {
         QFETCH(QString, name);
@@ -63,8 +64,8 @@ private Q_SLOTS:
         const QString xml = body->make();
 
         QString expected = wiredata::request(name);
-        expected.replace(QLatin1String("{nonce}"), valueOf(QStringLiteral("nonce"), xml));
-        expected.replace(QLatin1String("{digest}"), valueOf(QStringLiteral("digest"), xml));
+        expected.replace(QLatin1String("{nonce}"), valueOf("nonce"_s, xml));
+        expected.replace(QLatin1String("{digest}"), valueOf("digest"_s, xml));
         QCOMPARE(xml, expected);
 
         QXmlStreamReader reader(xml);
@@ -79,47 +80,43 @@ private Q_SLOTS:
         for (const Body& body : bodies())
             checked.append(QString::fromLatin1(body.name));
         checked.sort();
-        QCOMPARE(checked, wiredata::cases(QStringLiteral("request")));
+        QCOMPARE(checked, wiredata::cases("request"_s));
     }
 
     void anOptionalElementOfARegistrationIsWrittenOnlyForAValue_data()
     {
-        QTest::addColumn<QString>("element");
-        QTest::addColumn<QString>("nothing");
+        columns<QString, QString>("element", "nothing");
         for (const char* element : {"username", "mobile", "email", "passwordQuestion",
                                     "passwordAnswer", "language", "firstName", "lastName"}) {
             QTest::addRow("%s null", element) << QString::fromLatin1(element) << QString();
-            QTest::addRow("%s empty", element)
-                << QString::fromLatin1(element) << QStringLiteral("");
+            QTest::addRow("%s empty", element) << QString::fromLatin1(element) << ""_s;
         }
-        QTest::newRow("dateOfBirth null") << QStringLiteral("dateOfBirth") << QString();
+        QTest::newRow("dateOfBirth null") << "dateOfBirth"_s << QString();
     }
-
     // One line per element: the body without the element is the written one without that line.
     void anOptionalElementOfARegistrationIsWrittenOnlyForAValue()
     {
-        QFETCH(QString, element);
-        QFETCH(QString, nothing);
+        const auto [element, nothing] = fetch<QString, QString>("element", "nothing");
         RegistrationInfoData data = fullRegistration();
         data.language = QLocale::C;
         const QMap<QString, QString*> texts = {
-            {QStringLiteral("username"), &data.userName},
-            {QStringLiteral("mobile"), &data.mobilePhoneNumber},
-            {QStringLiteral("email"), &data.emailAddress},
-            {QStringLiteral("passwordQuestion"), &data.securityQuestion},
-            {QStringLiteral("passwordAnswer"), &data.securityAnswer},
-            {QStringLiteral("language"), &data.languageAsString},
-            {QStringLiteral("firstName"), &data.firstName},
-            {QStringLiteral("lastName"), &data.lastName},
+            {"username"_s, &data.userName},
+            {"mobile"_s, &data.mobilePhoneNumber},
+            {"email"_s, &data.emailAddress},
+            {"passwordQuestion"_s, &data.securityQuestion},
+            {"passwordAnswer"_s, &data.securityAnswer},
+            {"language"_s, &data.languageAsString},
+            {"firstName"_s, &data.firstName},
+            {"lastName"_s, &data.lastName},
         };
         if (texts.contains(element))
             *texts[element] = nothing;
         else
             data.dateOfBirth = QDate();
 
-        QStringList lines = wiredata::requestLines(QStringLiteral("registration/everything"));
-        const int userData = lines.indexOf(QStringLiteral("<userData>"));
-        const int line = lines.indexOf(QRegularExpression(QStringLiteral("<%1>.*").arg(element)),
+        QStringList lines = wiredata::requestLines("registration/everything"_s);
+        const int userData = lines.indexOf("<userData>"_s);
+        const int line = lines.indexOf(QRegularExpression("<%1>.*"_s.arg(element)),
                                        element == QLatin1String("username") ? 0 : userData);
         QVERIFY(line > 0);
         lines.removeAt(line);
@@ -128,25 +125,19 @@ private Q_SLOTS:
 
     void anOptionalElementOfAPasswordResetIsWrittenOnlyForAValue_data()
     {
-        QTest::addColumn<QString>("element");
-        QTest::addColumn<QStringList>("values");
-        const auto token = QStringLiteral("reset-token-5");
-        const auto answer = QStringLiteral("Rex");
-        QTest::newRow("no token") << "securityToken"
-                                  << QStringList{QStringLiteral(""), password, answer};
-        QTest::newRow("no password")
-            << "newPassword" << QStringList{token, QStringLiteral(""), answer};
+        columns<QString, QStringList>("element", "values");
+        const auto token = "reset-token-5"_s;
+        const auto answer = "Rex"_s;
+        QTest::newRow("no token") << "securityToken" << QStringList{""_s, password, answer};
+        QTest::newRow("no password") << "newPassword" << QStringList{token, ""_s, answer};
         QTest::newRow("no answer")
-            << "passwordQuestionAnswer" << QStringList{token, password, QStringLiteral("")};
+            << "passwordQuestionAnswer" << QStringList{token, password, ""_s};
     }
-
     void anOptionalElementOfAPasswordResetIsWrittenOnlyForAValue()
     {
-        QFETCH(QString, element);
-        QFETCH(QStringList, values);
-        QStringList lines =
-            wiredata::requestLines(QStringLiteral("passwordreset/token-password-answer"));
-        const int line = lines.indexOf(QRegularExpression(QStringLiteral("<%1>.*").arg(element)));
+        const auto [element, values] = fetch<QString, QStringList>("element", "values");
+        QStringList lines = wiredata::requestLines("passwordreset/token-password-answer"_s);
+        const int line = lines.indexOf(QRegularExpression("<%1>.*"_s.arg(element)));
         QVERIFY(line > 0);
         lines.removeAt(line);
         QCOMPARE(MsgCreator::xmlChangePasswordRequest(values[0], values[1], values[2]),
@@ -155,10 +146,8 @@ private Q_SLOTS:
 
     void aRegistrationSaysItsLanguageAndCountryAsCodes_data()
     {
-        QTest::addColumn<int>("language");
-        QTest::addColumn<int>("country");
-        QTest::addColumn<QString>("languageElement");
-        QTest::addColumn<QString>("countryElement");
+        columns<int, int, QString, QString>("language", "country", "languageElement",
+                                            "countryElement");
         QTest::newRow("no language, any country")
             << int(QLocale::C) << int(QLocale::AnyCountry) << ""
             << "<country></country>";
@@ -173,7 +162,6 @@ private Q_SLOTS:
             << "<language>C</language>"
             << "<country></country>";
     }
-
     void aRegistrationSaysItsLanguageAndCountryAsCodes()
     {
         QFETCH(int, language);
@@ -185,19 +173,19 @@ private Q_SLOTS:
         data.country = static_cast<QLocale::Country>(country);
         QString xml;
         MsgCreator::fillUserInfoForRegistration(xml, data);
-        QCOMPARE(xml, QStringLiteral("<userData><password></password>%1%2</userData>")
-                          .arg(languageElement, countryElement));
+        QCOMPARE(xml, "<userData><password></password>%1%2</userData>"_s.arg(languageElement,
+                                                                             countryElement));
     }
 
     void fragmentsAreAppended()
     {
-        QString xml = QStringLiteral("before");
+        QString xml = "before"_s;
         MsgCreator::fillCaptchaOrServiceTagInfo(xml, {}, captchaId, tag());
-        QCOMPARE(xml, QStringLiteral("before<serviceTag>tag-0123</serviceTag>"));
+        QCOMPARE(xml, "before<serviceTag>tag-0123</serviceTag>"_s);
         MsgCreator::fillMarketingUpdateInfo(xml, {});
-        QCOMPARE(xml, QStringLiteral("before<serviceTag>tag-0123</serviceTag><marketingConsent>"
-                                     "<email>false</email><mobile>false</mobile>"
-                                     "<serviceId>OneConsent</serviceId></marketingConsent>"));
+        QCOMPARE(xml, "before<serviceTag>tag-0123</serviceTag><marketingConsent>"
+                      "<email>false</email><mobile>false</mobile>"
+                      "<serviceId>OneConsent</serviceId></marketingConsent>"_s);
     }
 
     void aRegistrationWithoutCaptchaAndTagIsLogged()
@@ -206,25 +194,23 @@ private Q_SLOTS:
         QString xml;
         MsgCreator::fillCaptchaOrServiceTagInfo(xml, {}, captchaId, {});
         QCOMPARE(xml, QString());
-        QCOMPARE(log.all(), QStringList(QStringLiteral(
-                                "C Niether the service tag nor the captcha is present")));
+        QCOMPARE(log.all(), QStringList("C Niether the service tag nor the captcha is present"_s));
     }
 
     void anEmptyAddressHasNoAvailabilityBody()
     {
         const MessageLog log;
-        QVERIFY(MsgCreator::xmlEmailAvailability(QStringLiteral(""), tag()).isNull());
-        QCOMPARE(log.all(), QStringList(QStringLiteral(
-                                "C Email Id is empty - Cannot query for Email Availability")));
+        QVERIFY(MsgCreator::xmlEmailAvailability(""_s, tag()).isNull());
+        QCOMPARE(log.all(),
+                 QStringList("C Email Id is empty - Cannot query for Email Availability"_s));
     }
 
     void anAvailabilityBodyWithoutTagIsLogged()
     {
         const MessageLog log;
-        MsgCreator::xmlEmailAvailability(QStringLiteral("a@mail.example"), {});
-        QCOMPARE(log.all(),
-                 QStringList(QStringLiteral("C serviceTag should be present for Email Availability "
-                                            "Check use case")));
+        MsgCreator::xmlEmailAvailability("a@mail.example"_s, {});
+        QCOMPARE(log.all(), QStringList("C serviceTag should be present for Email Availability "
+                                        "Check use case"_s));
     }
 
     void noOtherBodyIsLogged()
@@ -243,21 +229,19 @@ private Q_SLOTS:
     void anEmptyPasswordHasNoChangeBody()
     {
         QVERIFY(MsgCreator::xmlChangePassword(QString()).isEmpty());
-        QVERIFY(MsgCreator::xmlChangePassword(QStringLiteral("")).isEmpty());
+        QVERIFY(MsgCreator::xmlChangePassword(""_s).isEmpty());
     }
 
     void signingInSendsADigestInsteadOfThePassword()
     {
-        const auto created = QStringLiteral("2012-03-04T05:06:07.089Z");
-        const QString xml =
-            MsgCreator::xmlTokenCreation(QStringLiteral("somebody"), password, created);
-        const QString nonce = valueOf(QStringLiteral("nonce"), xml);
-        QVERIFY(
-            QRegularExpression(QStringLiteral("^\\{[0-9a-f-]{36}\\}$")).match(nonce).hasMatch());
+        const auto created = "2012-03-04T05:06:07.089Z"_s;
+        const QString xml = MsgCreator::xmlTokenCreation("somebody"_s, password, created);
+        const QString nonce = valueOf("nonce"_s, xml);
+        QVERIFY(QRegularExpression("^\\{[0-9a-f-]{36}\\}$"_s).match(nonce).hasMatch());
         const QByteArray digest = QCryptographicHash::hash((nonce + created + password).toUtf8(),
                                                            QCryptographicHash::Sha1)
                                       .toBase64();
-        QCOMPARE(valueOf(QStringLiteral("digest"), xml).toLatin1(), digest);
+        QCOMPARE(valueOf("digest"_s, xml).toLatin1(), digest);
         QVERIFY(!xml.contains(password));
         QVERIFY(!xml.contains(QLatin1String("U2VjcmV0IDEh")));
     }
@@ -270,8 +254,7 @@ private Q_SLOTS:
 
     void aForbiddenCharacterBecomesAReplacementCharacter_data()
     {
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("written");
+        columns<QString, QString>("value", "written");
         const QString replacement(QChar(0xFFFD));
         for (const int code : {0x00, 0x01, 0x08, 0x0B, 0x0C, 0x0E, 0x1F, 0xFFFE, 0xFFFF, 0xD800,
                                0xDBFF, 0xDC00, 0xDFFF}) {
@@ -283,29 +266,25 @@ private Q_SLOTS:
         QTest::newRow("surrogates the wrong way round")
             << QString(QChar(0xDE00)) + QChar(0xD83D) << replacement + replacement;
         QTest::newRow("two high surrogates, one low")
-            << QString(QChar(0xD83D)) + QChar(0xD83D) + QChar(0xDE00)
-            << replacement + QString::fromUtf8("😀");
+            << QString(QChar(0xD83D)) + QChar(0xD83D) + QChar(0xDE00) << replacement + "😀"_s;
         for (const char* plain : {"\t", "\n", "\r", " ", "\x7f", "ä", "€", "😀", "a😀b", "\"'"})
             QTest::addRow("kept: %s", QByteArray(plain).toPercentEncoding().constData())
                 << QString::fromUtf8(plain) << QString::fromUtf8(plain);
         QTest::newRow("U+FFFD") << replacement << replacement;
     }
-
     void aForbiddenCharacterBecomesAReplacementCharacter()
     {
-        QFETCH(QString, value);
-        QFETCH(QString, written);
+        const auto [value, written] = fetch<QString, QString>("value", "written");
         const QString xml = MsgCreator::xmlUpdateUserName(value);
-        QCOMPARE(valueOf(QStringLiteral("username"), xml), written);
+        QCOMPARE(valueOf("username"_s, xml), written);
     }
 
     void noValueBreaksTheDocument()
     {
         QRandomGenerator random(17);
         const QStringList pieces =
-            QStringLiteral("< > & \" ' / ! - [ ] ? a ]]> <!-- \r \n").split(QLatin1Char(' ')) +
-            QStringList{QStringLiteral(" "), QString(QChar(0)), QString(QChar(0xFFFF)),
-                        QString::fromUtf8("😀")};
+            "< > & \" ' / ! - [ ] ? a ]]> <!-- \r \n"_s.split(QLatin1Char(' ')) +
+            QStringList{" "_s, QString(QChar(0)), QString(QChar(0xFFFF)), "😀"_s};
         for (int round = 0; round < 2000; ++round) {
             QString value;
             for (int i = random.bounded(12); i > 0; --i)
@@ -313,25 +292,24 @@ private Q_SLOTS:
             QXmlStreamReader reader(MsgCreator::xmlUpdateUserName(value));
             QVERIFY(reader.readNextStartElement());
             QVERIFY(reader.readNextStartElement());
-            QCOMPARE(reader.name().toString(), QStringLiteral("username"));
+            QCOMPARE(reader.name().toString(), "username"_s);
             const QString read = reader.readElementText();
             QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
             // An XML reader takes every line end for a line feed.
             QString expected = value;
-            expected.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+            expected.replace("\r\n"_s, "\n"_s);
             expected.replace(QLatin1Char('\r'), QLatin1Char('\n'));
             expected.replace(QChar(0), QChar(0xFFFD));
             expected.replace(QChar(0xFFFF), QChar(0xFFFD));
             QCOMPARE(read, expected);
             QVERIFY(reader.readNextStartElement());
-            QCOMPARE(reader.name().toString(), QStringLiteral("userData"));
+            QCOMPARE(reader.name().toString(), "userData"_s);
         }
     }
 
     void theDomainOfAnAddressBecomesAscii_data()
     {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("converted");
+        columns<QString, QString>("address", "converted");
         const auto row = [](const char* title, const char* address, const char* converted) {
             QTest::newRow(title) << QString::fromUtf8(address) << QString::fromUtf8(converted);
         };
@@ -357,11 +335,9 @@ private Q_SLOTS:
         row("two at-signs", "a@b@bücher.example", "a@b@");
         row("impossible domain", "a@bü cher.example", "a@");
     }
-
     void theDomainOfAnAddressBecomesAscii()
     {
-        QFETCH(QString, address);
-        QFETCH(QString, converted);
+        const auto [address, converted] = fetch<QString, QString>("address", "converted");
         QCOMPARE(MsgCreator::getAsPunycode(address), converted);
     }
 
@@ -372,7 +348,7 @@ private Q_SLOTS:
             domain.append(QChar(0x4e00 + i % 20'000));
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(MsgCreator::getAsPunycode(QLatin1String("a@") + domain), QStringLiteral("a@"));
+        QCOMPARE(MsgCreator::getAsPunycode(QLatin1String("a@") + domain), "a@"_s);
         QVERIFY2(timer.elapsed() < 2'000, qPrintable(QString::number(timer.elapsed())));
         // As long as a domain can be, and in parts that are as long as they can be.
         const QString label(63, QLatin1Char('x'));
@@ -386,7 +362,7 @@ private Q_SLOTS:
     void theConversionFollowsItsSearches()
     {
         QRandomGenerator random(23);
-        const QString characters = QString::fromUtf8("@@@aB.ü \n");
+        const QString characters = "@@@aB.ü \n"_s;
         for (int round = 0; round < 20000; ++round) {
             QString address;
             for (int i = random.bounded(9); i > 0; --i)

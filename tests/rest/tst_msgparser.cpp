@@ -5,6 +5,8 @@
 #include "operations/wiredata.h"
 #include "rest/reply/msgparser.h"
 #include "rest/reply/replydocument.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -18,7 +20,7 @@ namespace {
 constexpr int undecided = 1005;
 constexpr int markedAsError = 1004;
 
-const auto declaration = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+const auto declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"_s;
 
 // What the response processor does first with every reply.
 struct Classified
@@ -35,29 +37,28 @@ struct Classified
 
 QString element(const QString& name, const QString& content = QString())
 {
-    return QStringLiteral("<%1>%2</%1>").arg(name, content);
+    return "<%1>%2</%1>"_s.arg(name, content);
 }
 
 int statusOf(const QString& errorElement)
 {
     RequestInfoData info;
     info.statusCode = undecided;
-    const Classified reply(declaration + element(QStringLiteral("errorResponse"), errorElement));
+    const Classified reply(declaration + element("errorResponse"_s, errorElement));
     MsgParser::parseErrorxml(info, reply.root);
     return info.statusCode;
 }
 
 void addStatusRows(const QList<QPair<const char*, int>>& rows)
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("status");
+    columns<QString, int>("text", "status");
     for (const auto& row : rows)
         QTest::newRow(row.first) << QString::fromLatin1(row.first) << row.second;
 }
 
 QString nested(int depth)
 {
-    QString xml = QStringLiteral("<profileQueryResponse>");
+    QString xml = "<profileQueryResponse>"_s;
     for (int i = 1; i < depth; ++i)
         xml += QLatin1String("<a>");
     for (int i = 1; i < depth; ++i)
@@ -75,12 +76,11 @@ private Q_SLOTS:
     void everyReplyIsReadAsExpected_data()
     {
         QTest::addColumn<QString>("name");
-        const QStringList names = wiredata::cases(QStringLiteral("reply"));
+        const QStringList names = wiredata::cases("reply"_s);
         QVERIFY(!names.isEmpty());
         for (const QString& name : names)
             QTest::newRow(qPrintable(name)) << name;
     }
-
     void everyReplyIsReadAsExpected()
     {
         QFETCH(QString, name);
@@ -100,8 +100,8 @@ private Q_SLOTS:
 
     void everyReplyHasItsExpectationAndEveryReaderItsReplies()
     {
-        const QStringList replies = wiredata::cases(QStringLiteral("reply"));
-        QCOMPARE(replies, wiredata::cases(QStringLiteral("expect")));
+        const QStringList replies = wiredata::cases("reply"_s);
+        QCOMPARE(replies, wiredata::cases("expect"_s));
         QSet<QString> operations;
         for (const QString& name : replies)
             operations.insert(name.section(QLatin1Char('/'), 0, 0));
@@ -113,25 +113,23 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("refused");
         QTest::newRow("no document") << QString();
-        QTest::newRow("not well-formed") << QStringLiteral("<profileQueryResponse>");
-        QTest::newRow("a document type") << QStringLiteral(
-            "<!DOCTYPE a><profileQueryResponse><profile><username>x</username></profile>"
-            "</profileQueryResponse>");
-        QTest::newRow("a document type and an error") << QStringLiteral(
-            "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>");
+        QTest::newRow("not well-formed") << "<profileQueryResponse>"_s;
+        QTest::newRow("a document type")
+            << "<!DOCTYPE a><profileQueryResponse><profile><username>x</username></profile>"
+               "</profileQueryResponse>"_s;
+        QTest::newRow("a document type and an error")
+            << "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>"_s;
         QTest::newRow("too deep") << nested(300);
-        QTest::newRow("an unknown root") << QStringLiteral("<html><body>none</body></html>");
+        QTest::newRow("an unknown root") << "<html><body>none</body></html>"_s;
     }
-
     void aReaderLeavesEverythingForANullNode()
     {
         QFETCH(QString, refused);
         const Classified reply(refused);
         QVERIFY(reply.root.isNull());
         const QString anyCountry = QLocale::countryToString(QLocale::AnyCountry);
-        const QStringList beginnings = {
-            QString(),  QStringLiteral("no"),  QStringLiteral("0"),
-            anyCountry, QStringLiteral(", C"), QLatin1String(", ") + anyCountry};
+        const QStringList beginnings = {QString(),  "no"_s,  "0"_s,
+                                        anyCountry, ", C"_s, QLatin1String(", ") + anyCountry};
         for (auto reader = readers::all().cbegin(); reader != readers::all().cend(); ++reader) {
             if (reader.key() == QLatin1String("error"))
                 continue;
@@ -141,12 +139,12 @@ private Q_SLOTS:
                          qPrintable(reader.key() + QLatin1String(": ") + line));
         }
         RequestInfoData info = reply.info;
-        info.errorText = QStringLiteral("before");
+        info.errorText = "before"_s;
         MsgParser::parseErrorxml(info, reply.root);
         MsgParser::parseErrorSubNode(info, reply.root);
         MsgParser::parseDetailedErrorCode(info, reply.root);
         QCOMPARE(info.statusCode, undecided);
-        QCOMPARE(info.errorText, QStringLiteral("before"));
+        QCOMPARE(info.errorText, "before"_s);
         Contact contact;
         MsgParser::parseMobileNumberOrEmailAddress(contact, reply.root);
         QVERIFY(contact.value.isEmpty() && !contact.preferred && !contact.verified);
@@ -158,7 +156,6 @@ private Q_SLOTS:
         for (const QString& root : operations::replyRoots())
             QTest::newRow(qPrintable(root)) << root;
     }
-
     void everyResponseRootIsRecognised()
     {
         QFETCH(QString, root);
@@ -171,25 +168,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("xml");
         QTest::newRow("nothing") << QString();
-        QTest::newRow("no document") << QStringLiteral("Bad gateway");
+        QTest::newRow("no document") << "Bad gateway"_s;
         QTest::newRow("declaration alone") << declaration;
-        QTest::newRow("unknown root") << QStringLiteral("<emailAvailabilityResponse/>");
-        QTest::newRow("root in another letter case") << QStringLiteral("<ProfileQueryResponse/>");
-        QTest::newRow("root with a prefix")
-            << QStringLiteral("<r:profileQueryResponse xmlns:r='x'/>");
-        QTest::newRow("response below another root")
-            << QStringLiteral("<html><profileQueryResponse/></html>");
-        QTest::newRow("cut") << QStringLiteral("<profileQueryResponse><profile><username>some");
-        QTest::newRow("cut before the last tag")
-            << QStringLiteral("<profileQueryResponse><profile/>");
-        QTest::newRow("cut error") << QStringLiteral("<errorResponse><errorCode>captchaError");
-        QTest::newRow("tags crossed")
-            << QStringLiteral("<profileQueryResponse><a></profileQueryResponse></a>");
-        QTest::newRow("two roots")
-            << QStringLiteral("<profileQueryResponse/><profileQueryResponse/>");
-        QTest::newRow("text behind the root") << QStringLiteral("<profileQueryResponse/>text");
+        QTest::newRow("unknown root") << "<emailAvailabilityResponse/>"_s;
+        QTest::newRow("root in another letter case") << "<ProfileQueryResponse/>"_s;
+        QTest::newRow("root with a prefix") << "<r:profileQueryResponse xmlns:r='x'/>"_s;
+        QTest::newRow("response below another root") << "<html><profileQueryResponse/></html>"_s;
+        QTest::newRow("cut") << "<profileQueryResponse><profile><username>some"_s;
+        QTest::newRow("cut before the last tag") << "<profileQueryResponse><profile/>"_s;
+        QTest::newRow("cut error") << "<errorResponse><errorCode>captchaError"_s;
+        QTest::newRow("tags crossed") << "<profileQueryResponse><a></profileQueryResponse></a>"_s;
+        QTest::newRow("two roots") << "<profileQueryResponse/><profileQueryResponse/>"_s;
+        QTest::newRow("text behind the root") << "<profileQueryResponse/>text"_s;
     }
-
     void anythingElseHasNoResponseElement()
     {
         QFETCH(QString, xml);
@@ -201,43 +192,38 @@ private Q_SLOTS:
 
     void commentsAndInstructionsBesideTheRootAreSkipped()
     {
-        const Classified reply(
-            declaration + QStringLiteral("\r\n<!-- <!DOCTYPE x> & < -->\n<?php echo '<a>' ?>\n"
-                                         "<profileQueryResponse a='<' b=\"'>\"/>\n<!-- end -->\n")
-                              .replace(QLatin1String("'<'"), QLatin1String("'&lt;'")));
-        QCOMPARE(reply.root.nodeName(), QStringLiteral("profileQueryResponse"));
+        const Classified reply(declaration +
+                               "\r\n<!-- <!DOCTYPE x> & < -->\n<?php echo '<a>' ?>\n"
+                               "<profileQueryResponse a='<' b=\"'>\"/>\n<!-- end -->\n"_s.replace(
+                                   QLatin1String("'<'"), QLatin1String("'&lt;'")));
+        QCOMPARE(reply.root.nodeName(), "profileQueryResponse"_s);
     }
 
     void errorAnywhereInTheTextMarksTheReply_data()
     {
-        QTest::addColumn<QString>("xml");
-        QTest::addColumn<bool>("marked");
+        columns<QString, bool>("xml", "marked");
         const auto reply = [](const QString& value) {
-            return element(QStringLiteral("profileQueryResponse"), value);
+            return element("profileQueryResponse"_s, value);
         };
-        QTest::newRow("no error") << reply(QStringLiteral("fine")) << false;
-        QTest::newRow("in a value") << reply(QStringLiteral("terrors")) << true;
-        QTest::newRow("capital in a value") << reply(QStringLiteral("anError")) << true;
-        QTest::newRow("in upper case") << reply(QStringLiteral("ERROR eRROR ErrOr")) << false;
-        QTest::newRow("nearly") << reply(QStringLiteral("err or errr mirror errOr")) << false;
-        QTest::newRow("in an element name") << reply(QStringLiteral("<noError/>")) << true;
-        QTest::newRow("in an attribute") << reply(QStringLiteral("<a b='error'/>")) << true;
-        QTest::newRow("in a comment behind")
-            << reply(QString()) + QStringLiteral("<!--error-->") << true;
-        QTest::newRow("in a comment before")
-            << QStringLiteral("<!--error-->") + reply(QString()) << true;
-        QTest::newRow("as the root") << QStringLiteral("<errorResponse/>") << true;
-        QTest::newRow("as part of an unknown root") << QStringLiteral("<html>error</html>") << true;
+        QTest::newRow("no error") << reply("fine"_s) << false;
+        QTest::newRow("in a value") << reply("terrors"_s) << true;
+        QTest::newRow("capital in a value") << reply("anError"_s) << true;
+        QTest::newRow("in upper case") << reply("ERROR eRROR ErrOr"_s) << false;
+        QTest::newRow("nearly") << reply("err or errr mirror errOr"_s) << false;
+        QTest::newRow("in an element name") << reply("<noError/>"_s) << true;
+        QTest::newRow("in an attribute") << reply("<a b='error'/>"_s) << true;
+        QTest::newRow("in a comment behind") << reply(QString()) + "<!--error-->"_s << true;
+        QTest::newRow("in a comment before") << "<!--error-->"_s + reply(QString()) << true;
+        QTest::newRow("as the root") << "<errorResponse/>"_s << true;
+        QTest::newRow("as part of an unknown root") << "<html>error</html>"_s << true;
         // wherever the search may look at the text in pieces
         for (int padding = 480; padding < 520; ++padding)
             QTest::addRow("after %d characters", padding)
-                << reply(QString(padding, QLatin1Char('x')) + QStringLiteral("error")) << true;
+                << reply(QString(padding, QLatin1Char('x')) + "error"_s) << true;
     }
-
     void errorAnywhereInTheTextMarksTheReply()
     {
-        QFETCH(QString, xml);
-        QFETCH(bool, marked);
+        const auto [xml, marked] = fetch<QString, bool>("xml", "marked");
         const Classified reply(xml);
         QVERIFY(reply.root.isElement());
         QCOMPARE(reply.info.statusCode, marked ? markedAsError : undecided);
@@ -245,8 +231,8 @@ private Q_SLOTS:
 
     void theFirstElementOfAMarkedReplyIsReturnedWhateverItsName()
     {
-        const Classified reply(QStringLiteral("<!-- x --><anything>error</anything>"));
-        QCOMPARE(reply.root.nodeName(), QStringLiteral("anything"));
+        const Classified reply("<!-- x --><anything>error</anything>"_s);
+        QCOMPARE(reply.root.nodeName(), "anything"_s);
     }
 
     void everyErrorCodeHasItsStatus_data()
@@ -262,14 +248,13 @@ private Q_SLOTS:
                        {"CaptchaError", 505},         {" captchaError", 505},
                        {"invalidCaptcha", 505},       {"505", 505}});
     }
-
     void everyErrorCodeHasItsStatus()
     {
         QFETCH(QString, text);
         int code = undecided;
         MsgParser::convertStringToEnum(code, text);
         QTEST(code, "status");
-        QTEST(statusOf(element(QStringLiteral("errorCode"), text)), "status");
+        QTEST(statusOf(element("errorCode"_s, text)), "status");
     }
 
     void everyOperationErrorHasItsStatus_data()
@@ -282,15 +267,13 @@ private Q_SLOTS:
                        {"IllegalUpdate", undecided},
                        {"accountLocked", undecided}});
     }
-
     void everyOperationErrorHasItsStatus()
     {
-        QFETCH(QString, text);
-        QFETCH(int, status);
+        const auto [text, status] = fetch<QString, int>("text", "status");
         for (const char* parent : {"registrationError", "profileUpdateError",
                                    "guardianValidationError", "phoneActivationRegistrationError"})
             QCOMPARE(statusOf(element(QLatin1String(parent), element(text))), status);
-        QCOMPARE(statusOf(element(QStringLiteral("contactUpdateError"), element(text))),
+        QCOMPARE(statusOf(element("contactUpdateError"_s, element(text))),
                  status == undecided ? 511 : status);
     }
 
@@ -307,18 +290,17 @@ private Q_SLOTS:
                        {"captchaError", undecided},
                        {"", undecided}});
     }
-
     void everyDetailedErrorCodeHasItsStatus()
     {
         QFETCH(QString, text);
-        const QString code = element(QStringLiteral("detailedErrorCode"), text);
-        QTEST(statusOf(element(QStringLiteral("extensions"), code)), "status");
+        const QString code = element("detailedErrorCode"_s, text);
+        QTEST(statusOf(element("extensions"_s, code)), "status");
     }
 
     void detailsAreReadInExtensionsOnly()
     {
         const Classified reply(
-            QStringLiteral("<error><detailedErrorCode>invalidCaptcha</detailedErrorCode></error>"));
+            "<error><detailedErrorCode>invalidCaptcha</detailedErrorCode></error>"_s);
         RequestInfoData info;
         MsgParser::parseDetailedErrorCode(info, reply.root);
         QCOMPARE(info.statusCode, 0);
@@ -328,18 +310,18 @@ private Q_SLOTS:
     {
         RequestInfoData info;
         info.statusCode = 77;
-        info.errorText = QStringLiteral("before");
+        info.errorText = "before"_s;
         info.reserved = 5;
-        const Classified reply(QStringLiteral("<error><unknown>text</unknown></error>"));
+        const Classified reply("<error><unknown>text</unknown></error>"_s);
         MsgParser::parseErrorxml(info, reply.root);
         QCOMPARE(info.statusCode, 77);
-        QCOMPARE(info.errorText, QStringLiteral("before"));
+        QCOMPARE(info.errorText, "before"_s);
         QCOMPARE(info.reserved, 5);
     }
 
     void timesAreMarkedUtc()
     {
-        const Classified reply(wiredata::text(QStringLiteral("signin/everything.reply")));
+        const Classified reply(wiredata::text("signin/everything.reply"_s));
         QString userName;
         TokenInfoData token;
         AccountInfoData account;
@@ -382,35 +364,33 @@ private Q_SLOTS:
             QTest::addRow("'%s'", QByteArray(text).toPercentEncoding(" ").constData())
                 << QString::fromUtf8(text);
     }
-
     void aDateIsReadAsQtReadsIt()
     {
         QFETCH(QString, text);
-        const Classified reply(element(QStringLiteral("profileQueryResponse"),
-                                       element(QStringLiteral("dateOfBirth"), text)));
+        const Classified reply(element("profileQueryResponse"_s, element("dateOfBirth"_s, text)));
         QString userName;
         ProfileInfoData profile;
         MsgParser::parseProfileNode(userName, profile, reply.root);
         // Qt takes the digits of the default locale as well.
         const QLocale usual;
         QLocale::setDefault(QLocale::c());
-        const QDate expected = QDate::fromString(text, QStringLiteral("yyyy-MM-ddZ"));
+        const QDate expected = QDate::fromString(text, "yyyy-MM-ddZ"_s);
         QLocale::setDefault(usual);
         QCOMPARE(profile.dateOfBirth, expected);
     }
 
     void everyCodeIsConvertedTheSameEveryTime()
     {
-        QStringList codes = {QString(), QStringLiteral("f"), QStringLiteral("FIN")};
+        QStringList codes = {QString(), "f"_s, "FIN"_s};
         for (char first = 'A'; first <= 'Z'; ++first) {
             for (char second = 'A'; second <= 'Z'; ++second)
                 codes.append(QString(QLatin1Char(first)) + QLatin1Char(second));
         }
         for (int round = 0; round < 2; ++round) {
             for (const QString& code : qAsConst(codes)) {
-                const Classified reply(element(QStringLiteral("profileQueryResponse"),
-                                               element(QStringLiteral("language"), code.toLower()) +
-                                                   element(QStringLiteral("country"), code)));
+                const Classified reply(
+                    element("profileQueryResponse"_s,
+                            element("language"_s, code.toLower()) + element("country"_s, code)));
                 QString userName;
                 ProfileInfoData profile;
                 MsgParser::parseProfileNode(userName, profile, reply.root);
@@ -422,12 +402,12 @@ private Q_SLOTS:
 
     void textIsTakenWithEverythingBelow()
     {
-        const Classified reply(QStringLiteral(
+        const Classified reply(
             "<guardianTokenCreationResponse><guardianToken>a<b>b<c/></b><!-- x --><![CDATA[<c>]]>"
-            "&#100;</guardianToken></guardianTokenCreationResponse>"));
+            "&#100;</guardianToken></guardianTokenCreationResponse>"_s);
         QString token;
         MsgParser::parseGuardianTokenResponse(token, reply.root);
-        QCOMPARE(token, QStringLiteral("ab<c>d"));
+        QCOMPARE(token, "ab<c>d"_s);
     }
 
     void theResponseElementOutlivesItsDocument()
@@ -435,28 +415,25 @@ private Q_SLOTS:
         QDomNode root;
         {
             RequestInfoData info;
-            root = MsgParser::processXml(
-                info, wiredata::text(QStringLiteral("profiledownload/everything.reply")));
+            root =
+                MsgParser::processXml(info, wiredata::text("profiledownload/everything.reply"_s));
         }
         // Whatever the document's memory is used for next must not show.
         for (int i = 0; i < 100; ++i)
             MsgParser::processXml(*std::make_unique<RequestInfoData>(),
-                                  wiredata::text(QStringLiteral("signin/everything.reply")));
-        QCOMPARE(readers::readDownloadedProfile(root).constFirst(),
-                 QStringLiteral("user name: somebody"));
+                                  wiredata::text("signin/everything.reply"_s));
+        QCOMPARE(readers::readDownloadedProfile(root).constFirst(), "user name: somebody"_s);
         const QDomNode copy = root;
         root.clear();
-        QCOMPARE(readers::readDownloadedProfile(copy).constLast(),
-                 QStringLiteral("services: music, maps, mail"));
+        QCOMPARE(readers::readDownloadedProfile(copy).constLast(), "services: music, maps, mail"_s);
     }
 
     void aReplyBeyondTheBoundsIsUnreadable_data()
     {
-        QTest::addColumn<QString>("xml");
-        QTest::addColumn<bool>("readable");
+        columns<QString, bool>("xml", "readable");
 
         const auto reply = [](const QString& content) {
-            return element(QStringLiteral("profileQueryResponse"), content);
+            return element("profileQueryResponse"_s, content);
         };
         const auto repeated = [](const char* text, int count) {
             return QString::fromLatin1(QByteArray(text).repeated(count));
@@ -486,32 +463,28 @@ private Q_SLOTS:
             << reply(repeated("<a b='' c='' d=''/>", 2510)) << false;
         QString attributes;
         for (int i = 0; i < 64; ++i)
-            attributes += QStringLiteral(" a%1=''").arg(i);
-        QTest::newRow("64 attributes") << reply(QStringLiteral("<a%1/>").arg(attributes)) << true;
-        QTest::newRow("65 attributes")
-            << reply(QStringLiteral("<a%1 b=''/>").arg(attributes)) << false;
+            attributes += " a%1=''"_s.arg(i);
+        QTest::newRow("64 attributes") << reply("<a%1/>"_s.arg(attributes)) << true;
+        QTest::newRow("65 attributes") << reply("<a%1 b=''/>"_s.arg(attributes)) << false;
         QTest::newRow("2,000,000 characters")
             << reply(QString(2'000'000, QLatin1Char('x'))) << true;
         QTest::newRow("2 MiB and more") << reply(QString(2 << 20, QLatin1Char('x'))) << false;
         QTest::newRow("50 MB") << reply(QString(50'000'000, QLatin1Char('x'))) << false;
-        QTest::newRow("document type") << QStringLiteral("<!DOCTYPE a>") + reply({}) << false;
+        QTest::newRow("document type") << "<!DOCTYPE a>"_s + reply({}) << false;
         QTest::newRow("entities of entities")
-            << QStringLiteral("<!DOCTYPE a [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;\">"
-                              "<!ENTITY c \"&b;&b;&b;&b;\">]>") +
-                   reply(QStringLiteral("&c;"))
+            << "<!DOCTYPE a [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;\">"
+               "<!ENTITY c \"&b;&b;&b;&b;\">]>"_s +
+                   reply("&c;"_s)
             << false;
-        QTest::newRow("document type in a comment")
-            << QStringLiteral("<!--<!DOCTYPE a>-->") + reply({}) << true;
+        QTest::newRow("document type in a comment") << "<!--<!DOCTYPE a>-->"_s + reply({}) << true;
         QTest::newRow("list of 30 KB and picture of 200 KB")
             << reply(repeated("<q><i>12</i><t>What was the name of your first pet?</t></q>", 600) +
-                     element(QStringLiteral("p"), QString(200'000, QLatin1Char('A'))))
+                     element("p"_s, QString(200'000, QLatin1Char('A'))))
             << true;
     }
-
     void aReplyBeyondTheBoundsIsUnreadable()
     {
-        QFETCH(QString, xml);
-        QFETCH(bool, readable);
+        const auto [xml, readable] = fetch<QString, bool>("xml", "readable");
         QElapsedTimer timer;
         timer.start();
         {

@@ -6,6 +6,7 @@
 #include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <QDomDocument>
@@ -22,7 +23,7 @@ using operations::Values;
 
 namespace {
 
-const auto base = QStringLiteral("https://account.example/rest/1.0/");
+const auto base = "https://account.example/rest/1.0/"_s;
 
 // What stands in backticks, in its order; the bare word "none" is nothing.
 QStringList codeIn(const QString& cell)
@@ -30,10 +31,10 @@ QStringList codeIn(const QString& cell)
     if (cell == QLatin1String("none"))
         return {};
     QStringList texts;
-    static const QRegularExpression code(QStringLiteral("`([^`]+)`"));
+    static const QRegularExpression code("`([^`]+)`"_s);
     for (auto match = code.globalMatch(cell); match.hasNext();)
         texts.append(match.next().captured(1));
-    return texts.isEmpty() ? QStringList(QStringLiteral("unreadable: ") + cell) : texts;
+    return texts.isEmpty() ? QStringList("unreadable: "_s + cell) : texts;
 }
 
 // The rows of the document, each with the texts of its cells.
@@ -43,7 +44,7 @@ QVector<QVector<QStringList>> documentedRows()
     if (!file.open(QIODevice::ReadOnly))
         qFatal("%s is missing", qPrintable(file.fileName()));
     QVector<QVector<QStringList>> rows;
-    static const QRegularExpression tableRow(QStringLiteral("^\\| *\\d"));
+    static const QRegularExpression tableRow("^\\| *\\d"_s);
     const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
     for (const QString& line : lines.filter(tableRow)) {
         QVector<QStringList> cells;
@@ -57,18 +58,15 @@ QVector<QVector<QStringList>> documentedRows()
 // What the document is to say of an operation; bare words as codeIn() reads them.
 QVector<QStringList> rowOf(const Facts& facts)
 {
-    const auto bare = [](const QString& word) {
-        return QStringList(QStringLiteral("unreadable: ") + word);
-    };
-    return {
-        bare(QString::number(facts.number)),
-        {QLatin1String(facts.requestClass)},
-        {QLatin1String(facts.verb)},
-        formsOf(facts.address),
-        formsOf(facts.body),
-        bare(facts.traits & operations::WithToken ? QStringLiteral("yes") : QStringLiteral("no")),
-        formsOf(facts.reply),
-        operations::namesOf(formsOf(facts.answers))};
+    const auto bare = [](const QString& word) { return QStringList("unreadable: "_s + word); };
+    return {bare(QString::number(facts.number)),
+            {QLatin1String(facts.requestClass)},
+            {QLatin1String(facts.verb)},
+            formsOf(facts.address),
+            formsOf(facts.body),
+            bare(facts.traits & operations::WithToken ? "yes"_s : "no"_s),
+            formsOf(facts.reply),
+            operations::namesOf(formsOf(facts.answers))};
 }
 
 QString rootOf(const QString& body)
@@ -97,10 +95,10 @@ QString withRoot(QString body, const QString& root)
 // "operation: ending" of everything that no case is about.
 QStringList missingCases(const QVector<Case>& cases, int last)
 {
-    const QMap<Ending, QString> endings = {{Ending::Success, QStringLiteral("success")},
-                                           {Ending::ServerError, QStringLiteral("server error")},
-                                           {Ending::NetworkError, QStringLiteral("network error")},
-                                           {Ending::Malformed, QStringLiteral("malformed reply")}};
+    const QMap<Ending, QString> endings = {{Ending::Success, "success"_s},
+                                           {Ending::ServerError, "server error"_s},
+                                           {Ending::NetworkError, "network error"_s},
+                                           {Ending::Malformed, "malformed reply"_s}};
     QStringList missing;
     for (int number = firstNetRequestType; number <= last; ++number) {
         for (auto ending = endings.cbegin(); ending != endings.cend(); ++ending) {
@@ -108,7 +106,7 @@ QStringList missingCases(const QVector<Case>& cases, int last)
                 return one.number == number && one.ending == ending.key() && isWhatItClaims(one);
             });
             if (!covered)
-                missing.append(QStringLiteral("%1: %2").arg(number).arg(*ending));
+                missing.append("%1: %2"_s.arg(number).arg(*ending));
         }
     }
     return missing;
@@ -146,7 +144,6 @@ private Q_SLOTS:
     }
 
     void theRequestIsTheRows_data() { operations::rows(); }
-
     // With SIM and without, terms as text and as HTML: every form of the address and the document.
     void theRequestIsTheRows()
     {
@@ -174,7 +171,6 @@ private Q_SLOTS:
     }
 
     void theSignalsAreTheRows_data() { operations::rows(); }
-
     void theSignalsAreTheRows()
     {
         QFETCH(int, number);
@@ -192,7 +188,6 @@ private Q_SLOTS:
     }
 
     void theReplyIsReadByWhatItSays_data() { operations::rows(); }
-
     // The root of the operation, every other known one, and none that is not known.
     void theReplyIsReadByWhatItSays()
     {
@@ -217,7 +212,7 @@ private Q_SLOTS:
                 QVERIFY(read != unread);
             for (const QString& root : operations::replyRoots())
                 QCOMPARE(answerTo(number, withRoot(body, root)), read);
-            QCOMPARE(answerTo(number, withRoot(body, QStringLiteral("html"))), unread);
+            QCOMPARE(answerTo(number, withRoot(body, "html"_s)), unread);
         }
         QCOMPARE(roots, formsOf(row.reply));
     }
@@ -236,15 +231,14 @@ private Q_SLOTS:
         QCOMPARE(missingCases(operations::cases(), lastNetRequestType), QStringList());
         for (const Case& testCase : operations::cases()) {
             QVERIFY2(isWhatItClaims(testCase),
-                     qPrintable(QStringLiteral("%1 %2").arg(testCase.number).arg(testCase.name)));
+                     qPrintable("%1 %2"_s.arg(testCase.number).arg(testCase.name)));
         }
     }
 
     void aMissingEndingIsNoticed()
     {
         QCOMPARE(missingCases(operations::cases(), operations::unknown),
-                 missingCases({}, operations::unknown)
-                     .filter(QStringLiteral("%1: ").arg(operations::unknown)));
+                 missingCases({}, operations::unknown).filter("%1: "_s.arg(operations::unknown)));
         QVector<Case> fewer = operations::cases();
         fewer.erase(std::remove_if(fewer.begin(), fewer.end(),
                                    [](const Case& one) {
@@ -253,7 +247,7 @@ private Q_SLOTS:
                                    }),
                     fewer.end());
         QCOMPARE(missingCases(fewer, lastNetRequestType),
-                 QStringList(QStringLiteral("%1: server error").arg(SignIn)));
+                 QStringList("%1: server error"_s.arg(SignIn)));
     }
 };
 

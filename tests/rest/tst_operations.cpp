@@ -3,7 +3,9 @@
 #include "operations/operations.h"
 #include "rest/operations/registeraccountrequest.h"
 #include "signedrequests.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QTest>
 #include <QUrl>
@@ -14,20 +16,20 @@ using operations::Values;
 
 namespace {
 
-const auto base = QStringLiteral("https://account.example/rest/1.0/");
+const auto base = "https://account.example/rest/1.0/"_s;
 
 // Arguments that nobody should pass and somebody will.
 QStringList oddTexts()
 {
     return {
         QString(),
-        QStringLiteral("</a><b c=\"d\">&amp;]]>"),
-        QStringLiteral("../x/y?z=1&format=no#end"),
-        QString::fromUtf8("jörg@bücher.example"),
-        QStringLiteral("a\r\nb\tc\u0001"),
+        "</a><b c=\"d\">&amp;]]>"_s,
+        "../x/y?z=1&format=no#end"_s,
+        "jörg@bücher.example"_s,
+        "a\r\nb\tc\u0001"_s,
         QString(QChar(0xD800)),
         QString(100000, QLatin1Char('x')),
-        QStringLiteral("100%25 %zz %1"),
+        "100%25 %zz %1"_s,
     };
 }
 
@@ -46,7 +48,6 @@ private Q_SLOTS:
     }
 
     void aRequestIsCompleteWhenItExists_data() { operations::rows(); }
-
     void aRequestIsCompleteWhenItExists()
     {
         QFETCH(int, number);
@@ -69,21 +70,19 @@ private Q_SLOTS:
             QVERIFY(!row.document);
             QCOMPARE(form, QString());
         }
-        QCOMPARE(request->getHeaders().value(QStringLiteral("Accept-Language")),
-                 row.languageWith(mValues));
+        QCOMPARE(request->getHeaders().value("Accept-Language"_s), row.languageWith(mValues));
 
         const bool token = row.traits & operations::WithToken;
         QCOMPARE(mProvider.signedFor, operations::consumerKey);
         QCOMPARE(mProvider.signedWithToken, token);
         QCOMPARE(mProvider.signedBase.contains(QLatin1String("oauth_token")), token);
-        const QString header = request->getHeaders().value(QStringLiteral("Authorization"));
+        const QString header = request->getHeaders().value("Authorization"_s);
         QCOMPARE(header.endsWith(QLatin1String(", oauth_token=\"token-77")), token);
         // The signature is made for POST, whatever the verb.
         QVERIFY(mProvider.signedBase.startsWith(QLatin1String("POST&")));
     }
 
     void withoutATokenTheVerbStays_data() { operations::rows(); }
-
     void withoutATokenTheVerbStays()
     {
         QFETCH(int, number);
@@ -92,7 +91,6 @@ private Q_SLOTS:
     }
 
     void oddArgumentsChangeNothingElse_data() { operations::rows(); }
-
     void oddArgumentsChangeNothingElse()
     {
         QFETCH(int, number);
@@ -119,7 +117,6 @@ private Q_SLOTS:
     {
         operations::rows([](const Operation& row) { return row.traits & operations::WithDevice; });
     }
-
     void theDeviceIsDescribedByWhoAsksForIt()
     {
         QFETCH(int, number);
@@ -151,33 +148,28 @@ private Q_SLOTS:
 
     void theRecoveryAddressHasAnAsciiDomain()
     {
-        mValues.userId = QString::fromUtf8("jörg@bücher.example");
-        QCOMPARE(
-            make(SendResetMessage)->getRestURL(),
-            base + QString::fromUtf8("simplifiedpasswordrecovery/jörg@xn--bcher-kva.example/send"));
+        mValues.userId = "jörg@bücher.example"_s;
+        QCOMPARE(make(SendResetMessage)->getRestURL(),
+                 base + "simplifiedpasswordrecovery/jörg@xn--bcher-kva.example/send"_s);
         // The two other addresses of a recovery take the user as given.
         QCOMPARE(make(ResetPassword)->getRestURL(),
-                 base + QString::fromUtf8("simplifiedpasswordrecovery/jörg@bücher.example/change"));
+                 base + "simplifiedpasswordrecovery/jörg@bücher.example/change"_s);
         QCOMPARE(make(RetrieveSecurityQuestion)->getRestURL(),
-                 base +
-                     QString::fromUtf8("simplifiedpasswordrecovery/jörg@bücher.example/question"));
+                 base + "simplifiedpasswordrecovery/jörg@bücher.example/question"_s);
     }
 
     void aUserNameInTheRecoveryAddressStays()
     {
-        mValues.userId = QStringLiteral("+358401234567");
+        mValues.userId = "+358401234567"_s;
         QCOMPARE(make(SendResetMessage)->getRestURL(),
                  base + QLatin1String("simplifiedpasswordrecovery/+358401234567/send"));
     }
 
     void theTermsAddressLeavesOutWhatIsEmpty_data()
     {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("country");
-        QTest::addColumn<int>("format");
-        QTest::addColumn<QString>("address");
-        const auto fi = QStringLiteral("fi");
-        const auto FI = QStringLiteral("FI");
+        columns<QString, QString, int, QString>("language", "country", "format", "address");
+        const auto fi = "fi"_s;
+        const auto FI = "FI"_s;
         QTest::newRow("both") << fi << FI << 1 << "services/music?lang=fi&country=FI&format=html";
         QTest::newRow("language") << fi << QString() << 1 << "services/music?lang=fi&format=html";
         QTest::newRow("country") << QString() << FI << 1 << "services/music?country=FI&format=html";
@@ -185,7 +177,6 @@ private Q_SLOTS:
         QTest::newRow("as text") << fi << FI << 0
                                  << "services/music?lang=fi&country=FI&format=text";
     }
-
     void theTermsAddressLeavesOutWhatIsEmpty()
     {
         QFETCH(QString, language);

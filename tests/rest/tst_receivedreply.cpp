@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/reply/receivedreply.h"
+#include "support/literals.h"
 
 #include <QTest>
 
@@ -7,9 +8,8 @@ using namespace KelRestHandler;
 
 namespace {
 
-const auto head = QStringLiteral("HTTP line\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n");
-const auto answer =
-    head + QStringLiteral("<?xml version=\"1.0\"?><tokenRefreshResponse></tokenRefreshResponse>");
+const auto head = "HTTP line\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s;
+const auto answer = head + "<?xml version=\"1.0\"?><tokenRefreshResponse></tokenRefreshResponse>"_s;
 
 } // namespace
 
@@ -50,7 +50,7 @@ private Q_SLOTS:
 
     void aDocumentBeyondTheBoundsIsAFailureWhateverTheNetworkSays()
     {
-        const QString text = head + QStringLiteral("<?xml version=\"1.0\"?><!DOCTYPE a><a/>");
+        const QString text = head + "<?xml version=\"1.0\"?><!DOCTYPE a><a/>"_s;
         for (const auto error : {QNetworkReply::NoError, QNetworkReply::ContentNotFoundError}) {
             const ReceivedReply reply = receivedReply(error, 200, text);
             QCOMPARE(reply.error, QNetworkReply::ProtocolFailure);
@@ -61,7 +61,7 @@ private Q_SLOTS:
     void onlyTheDocumentHasBounds()
     {
         // Without a declaration it is no document, and never read as one.
-        const QString text = head + QStringLiteral("<!DOCTYPE html><p>").repeated(100'000);
+        const QString text = head + "<!DOCTYPE html><p>"_s.repeated(100'000);
         const ReceivedReply reply = receivedReply(QNetworkReply::NoError, 200, text);
         QCOMPARE(reply.error, QNetworkReply::NoError);
         QCOMPARE(reply.text, text);

@@ -4,6 +4,8 @@
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 
@@ -41,18 +43,15 @@ private Q_SLOTS:
 
     void aFloodIsSeenBesideOwnConnections_data()
     {
-        QTest::addColumn<int>("others");
-        QTest::addColumn<int>("pause");
+        columns<int, int>("others", "pause");
         for (const int others : {0, 1, 5}) {
             QTest::addRow("%d others, at once", others) << others << 0;
             QTest::addRow("%d others, later", others) << others << 100;
         }
     }
-
     void aFloodIsSeenBesideOwnConnections()
     {
-        QFETCH(int, others);
-        QFETCH(int, pause);
+        const auto [others, pause] = fetch<int, int>("others", "pause");
         ScriptedServer server(mAuthority.serverFor("x", "IP:127.0.0.1"));
         NetworkHandler handler(nullptr);
         for (int i = 0; i <= others; ++i)
@@ -81,7 +80,6 @@ private Q_SLOTS:
         QTest::newRow("connected before the request") << false;
         QTest::newRow("connected during the request") << true;
     }
-
     void whatTheApplicationReceivesIsNotCounted()
     {
         QFETCH(bool, during);
@@ -118,8 +116,8 @@ private:
     std::unique_ptr<OAuthRequest> request(const ScriptedServer& server)
     {
         return std::make_unique<RetrieveEmailIdAvailabilityRequest>(
-            mSigner, QStringLiteral("bob@mail.example"), QByteArray("tag"), QStringLiteral("key"),
-            server.base(), RetrieveEmailIdAvailability);
+            mSigner, "bob@mail.example"_s, "tag"_ba, "key"_s, server.base(),
+            RetrieveEmailIdAvailability);
     }
 
     QList<int> ask(NetworkHandler& handler, const ScriptedServer& server, int count)

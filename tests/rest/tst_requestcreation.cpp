@@ -37,7 +37,6 @@ private Q_SLOTS:
     void cleanup() { outOfMemory = false; }
 
     void withoutMemoryTheOperationSaysSoAndFails_data() { operations::sendRows(); }
-
     void withoutMemoryTheOperationSaysSoAndFails()
     {
         QFETCH(int, send);

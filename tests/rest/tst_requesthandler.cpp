@@ -6,6 +6,7 @@
 #include "rest/request/timestampmanager.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "signedrequests.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/scriptedserver.h"
 
@@ -96,7 +97,6 @@ private Q_SLOTS:
     }
 
     void theRequestGoesOutAsItsRowSays_data() { operations::sendRows(); }
-
     void theRequestGoesOutAsItsRowSays()
     {
         QFETCH(int, send);
@@ -115,9 +115,9 @@ private Q_SLOTS:
 
         QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
         const WireRequest& seen = server.requests().first();
-        QCOMPARE(seen.method, QByteArray("POST"));
+        QCOMPARE(seen.method, "POST"_ba);
         QCOMPARE(seen.header("rest-verb"), QByteArray(operation.verb));
-        QCOMPARE(seen.target, QByteArray("/rest/1.0/") + operation.addressWith(mValues).toUtf8());
+        QCOMPARE(seen.target, "/rest/1.0/"_ba + operation.addressWith(mValues).toUtf8());
         QCOMPARE(operations::withoutChance(documentIn(seen.body), mValues.password),
                  operation.documentWith(mValues));
         QCOMPARE(seen.header("Accept-Language"), operation.languageWith(mValues).toUtf8());
@@ -128,7 +128,6 @@ private Q_SLOTS:
     }
 
     void theAnswerArrives_data() { operations::sendRows(); }
-
     void theAnswerArrives()
     {
         QFETCH(int, send);
@@ -173,19 +172,15 @@ private Q_SLOTS:
     }
 
     void aValueThatWouldChangeTheAddressIsNotSent_data() { operations::sendRows(); }
-
     void aValueThatWouldChangeTheAddressIsNotSent()
     {
         QFETCH(int, send);
         const Send& row = operations::sends().at(send);
         const QStringList breakingPaths = {
-            QStringLiteral("a/b"),     QStringLiteral("/"),   QStringLiteral("a/../b"),
-            QStringLiteral("a?x=1"),   QStringLiteral("a#x"), QStringLiteral("al%69ce"),
-            QStringLiteral("a\nb"),    QStringLiteral("\t"),  QStringLiteral("a\u007f"),
-            QStringLiteral("a\u0085"), QString(QChar(0)),     QStringLiteral("."),
-            QStringLiteral(".."),
+            "a/b"_s, "/"_s,       "a/../b"_s,  "a?x=1"_s,         "a#x"_s, "al%69ce"_s, "a\nb"_s,
+            "\t"_s,  "a\u007f"_s, "a\u0085"_s, QString(QChar(0)), "."_s,   ".."_s,
         };
-        const QStringList breakingQueries = {QStringLiteral("a&b"), QStringLiteral("a=b")};
+        const QStringList breakingQueries = {"a&b"_s, "a=b"_s};
         ScriptedServer server;
         RESTRequestHandler handler;
         const RecordedAnswers answers(handler);
@@ -198,9 +193,9 @@ private Q_SLOTS:
                 const MessageLog log;
                 QCOMPARE(sendWith(row, field, value, handler, server, &request), -1);
                 QVERIFY(!request);
-                QCOMPARE(log.all(), QStringList(QStringLiteral(
-                                        "C A value cannot stand in the address of its request; "
-                                        "nothing is sent")));
+                QCOMPARE(log.all(),
+                         QStringList("C A value cannot stand in the address of its request; "
+                                     "nothing is sent"_s));
             }
         }
         QTest::qWait(20);
@@ -209,19 +204,18 @@ private Q_SLOTS:
     }
 
     void anyOtherValueIsSentAsItIs_data() { operations::sendRows(); }
-
     void anyOtherValueIsSentAsItIs()
     {
         QFETCH(int, send);
         const Send& row = operations::sends().at(send);
         // Bytes on the wire: percent-encoded only where HTTP asks for it.
         const QList<QPair<QString, QByteArray>> values = {
-            {QStringLiteral("..."), "..."},
-            {QStringLiteral(".alice"), ".alice"},
-            {QStringLiteral("a b+c@d.example"), "a%20b+c@d.example"},
-            {QStringLiteral("j\u00f6rg"), "j%C3%B6rg"},
-            {QStringLiteral("+358401234567"), "+358401234567"},
-            {QStringLiteral("a;b:c,d!e*f'(g)$~_-"), "a;b:c,d!e*f'(g)$~_-"},
+            {"..."_s, "..."},
+            {".alice"_s, ".alice"},
+            {"a b+c@d.example"_s, "a%20b+c@d.example"},
+            {"j\u00f6rg"_s, "j%C3%B6rg"},
+            {"+358401234567"_s, "+358401234567"},
+            {"a;b:c,d!e*f'(g)$~_-"_s, "a;b:c,d!e*f'(g)$~_-"},
         };
         ScriptedServer server;
         server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
@@ -259,9 +253,7 @@ private Q_SLOTS:
             if (!fieldsInAddress(row).contains(&Values::token))
                 continue;
             OAuthRequest* request = nullptr;
-            QCOMPARE(sendWith(row, &Values::token, QStringLiteral("ab/cd+ef=="), handler, server,
-                              &request),
-                     0);
+            QCOMPARE(sendWith(row, &Values::token, "ab/cd+ef=="_s, handler, server, &request), 0);
             handedOut.emplace_back(request);
             ++sent;
             QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, patience);
@@ -277,26 +269,24 @@ private Q_SLOTS:
         RESTRequestHandler handler;
         const MessageLog log;
         QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(
-                     mProvider, QStringLiteral("a&b=c"), QStringLiteral("fi"),
-                     operations::consumerKey, server.base()),
+                     mProvider, "a&b=c"_s, "fi"_s, operations::consumerKey, server.base()),
                  0);
         QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
         QCOMPARE(server.requests().first().target,
-                 QByteArray("/rest/1.0/simplifiedpasswordrecovery/a&b=c/question"));
+                 "/rest/1.0/simplifiedpasswordrecovery/a&b=c/question"_ba);
     }
 
     void aDomainInWideCharactersStaysOneSegment()
     {
         // Converting a domain makes plain characters of their wide forms, but none of these.
-        const QStringList domains = {QStringLiteral("b\uff0f..\uff0fc"), QStringLiteral("b\uff1fc"),
-                                     QStringLiteral("b\uff03c"), QStringLiteral("b\uff05c")};
+        const QStringList domains = {"b\uff0f..\uff0fc"_s, "b\uff1fc"_s, "b\uff03c"_s,
+                                     "b\uff05c"_s};
         ScriptedServer server;
         server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
         RESTRequestHandler handler;
         for (const QString& domain : domains) {
-            QCOMPARE(handler.sendresetPasswordRequest(mProvider, QStringLiteral("a@") + domain, {},
-                                                      {}, true, {}, {}, operations::consumerKey,
-                                                      server.base()),
+            QCOMPARE(handler.sendresetPasswordRequest(mProvider, "a@"_s + domain, {}, {}, true, {},
+                                                      {}, operations::consumerKey, server.base()),
                      0);
         }
         QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), domains.size(), patience);
@@ -314,9 +304,9 @@ private Q_SLOTS:
         server.expect(Reaction::reply(200, ""));
         RESTRequestHandler handler;
         const MessageLog log;
-        const auto name = QStringLiteral(".a");
+        const auto name = ".a"_s;
         QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(
-                     mProvider, name, QStringLiteral("fi"), operations::consumerKey, server.base()),
+                     mProvider, name, "fi"_s, operations::consumerKey, server.base()),
                  -1);
         // At the end of an address it stays.
         OAuthRequest* request = nullptr;
@@ -325,13 +315,13 @@ private Q_SLOTS:
                  0);
         const std::unique_ptr<OAuthRequest> owner(request);
         QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
-        QCOMPARE(server.requests().first().target, QByteArray("/rest/1.0/availability/.a"));
+        QCOMPARE(server.requests().first().target, "/rest/1.0/availability/.a"_ba);
     }
 
     void aRequestIsNotSentAgainUnderAnotherAddress()
     {
         ScriptedServer server;
-        DownloadProfileRequest request(mProvider, QStringLiteral("1/../2"), operations::consumerKey,
+        DownloadProfileRequest request(mProvider, "1/../2"_s, operations::consumerKey,
                                        server.base(), DownloadProfile);
         RESTRequestHandler handler;
         const MessageLog log;
@@ -344,7 +334,6 @@ private Q_SLOTS:
     {
         operations::sendRows([](const Send& row) { return row.handsOut; });
     }
-
     void withoutAnOutParameterNothingIsMade()
     {
         QFETCH(int, send);
@@ -369,7 +358,6 @@ private Q_SLOTS:
     {
         operations::sendRows([](const Send& row) { return !row.handsOut; });
     }
-
     void aKeptRequestDiesWithItsReply()
     {
         QFETCH(int, send);
@@ -396,8 +384,8 @@ private Q_SLOTS:
         RESTRequestHandler handler;
         QSignalSpy spy(&handler, &RESTRequestHandler::retrieveSecQueListResponse);
         const KeptRequests kept;
-        QCOMPARE(handler.sendRetrieveSecQueListRequest(mProvider, QStringLiteral("fi"),
-                                                       operations::consumerKey, server.base()),
+        QCOMPARE(handler.sendRetrieveSecQueListRequest(mProvider, "fi"_s, operations::consumerKey,
+                                                       server.base()),
                  0);
         QVERIFY(spy.wait(patience));
         QCOMPARE(spy.first().at(0).toInt(), 404);
@@ -459,7 +447,7 @@ private Q_SLOTS:
         QVERIFY(spy.wait(patience));
         const auto answer = spy.first().at(0).value<DownloadProfileResponse>();
         QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.userName, QStringLiteral("somebody"));
+        QCOMPARE(answer.userName, "somebody"_s);
         QCOMPARE(answer.requestId, request->getRequestId());
     }
 
@@ -467,7 +455,6 @@ private Q_SLOTS:
     {
         operations::sendRows([](const Send& row) { return row.handsOut; });
     }
-
     void resendingSendsTheSameAgain()
     {
         QFETCH(int, send);
@@ -511,8 +498,7 @@ private Q_SLOTS:
         auto copy = std::make_unique<DownloadProfileRequest>(request);
         const MessageLog log;
         QCOMPARE(handler.resendRequest(copy.get()), -1);
-        QCOMPARE(log.all(),
-                 QStringList(QStringLiteral("C sendNetWorkRequest: invalid request type")));
+        QCOMPARE(log.all(), QStringList("C sendNetWorkRequest: invalid request type"_s));
         QTest::qWait(20);
         QCOMPARE(server.connections(), 0);
     }
@@ -559,8 +545,8 @@ private Q_SLOTS:
         const std::unique_ptr<OAuthRequest> owner(request);
         QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty(), patience);
         QTest::qWait(600);
-        QCOMPARE(answers.names(), QStringList(QStringLiteral("userNameAvailabilityResponse")));
-        QVERIFY(answers.lines().contains(QStringLiteral("status: 0")));
+        QCOMPARE(answers.names(), QStringList("userNameAvailabilityResponse"_s));
+        QVERIFY(answers.lines().contains("status: 0"_s));
     }
 
     void aRegistrationsReceiverMayDeleteTheHandlerInTheFirstOfItsTwoAnswers()
@@ -577,8 +563,8 @@ private Q_SLOTS:
                                                      mValues.captchaId, mValues.serviceTag,
                                                      operations::consumerKey, server.base()),
                  0);
-        QTRY_COMPARE_WITH_TIMEOUT(answers.names(),
-                                  QStringList(QStringLiteral("registerAccountResponse")), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.names(), QStringList("registerAccountResponse"_s),
+                                  patience);
         QTest::qWait(20);
         QCOMPARE(answers.names().size(), 1);
         QCOMPARE(kept.alive(), 0);
@@ -591,13 +577,12 @@ private:
         const Operation& operation = operations::of(row.number);
         const auto addressWith = [&](const Values& values) {
             mProvider.token = values.token;
-            return operation.make(mProvider, QStringLiteral("https://host.example/"), values)
-                ->getRestURL();
+            return operation.make(mProvider, "https://host.example/"_s, values)->getRestURL();
         };
         QVector<QString Values::*> fields;
         for (const auto field : Values::texts()) {
             Values marked = mValues;
-            marked.*field = QStringLiteral("marked");
+            marked.*field = "marked"_s;
             if (addressWith(marked) != addressWith(mValues))
                 fields.append(field);
         }
@@ -620,8 +605,8 @@ private:
         const QString body = wiredata::body(row.success);
         QStringList lines = operations::answer(
             row, 0, body.isEmpty() ? operations::unfilled(row, 0) : row.record, time);
-        lines.replaceInStrings(QStringLiteral("request: %1").arg(operations::requestId),
-                               QStringLiteral("request: %1").arg(requestId));
+        lines.replaceInStrings("request: %1"_s.arg(operations::requestId),
+                               "request: %1"_s.arg(requestId));
         return lines;
     }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/reply/networkresponseprocessor.h"
 #include "rest/request/netrequesttype.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
 
 #include <QSignalSpy>
@@ -10,13 +11,12 @@ using namespace KelRestHandler;
 
 namespace {
 
-const auto declaration = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+const auto declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"_s;
 
 QString document(const QString& root, const QString& content = QString())
 {
-    return declaration +
-           QStringLiteral("<%1 xmlns=\"https://account.example/schemas/rest/v1_0\">").arg(root) +
-           content + QStringLiteral("</%1>").arg(root);
+    return declaration + "<%1 xmlns=\"https://account.example/schemas/rest/v1_0\">"_s.arg(root) +
+           content + "</%1>"_s.arg(root);
 }
 
 } // namespace
@@ -31,14 +31,13 @@ private Q_SLOTS:
     void aTakenNameWithoutSuggestionsKeepsItsStatus_data()
     {
         QTest::addColumn<QString>("text");
-        const auto root = QStringLiteral("userNameAvailabilityResponse");
-        QTest::newRow("empty list") << document(root, QStringLiteral("<userNameSuggestions/>"));
+        const auto root = "userNameAvailabilityResponse"_s;
+        QTest::newRow("empty list") << document(root, "<userNameSuggestions/>"_s);
         QTest::newRow("no list") << document(root);
         QTest::newRow("no document") << QString();
-        QTest::newRow("unknown root") << document(QStringLiteral("somethingElse"));
+        QTest::newRow("unknown root") << document("somethingElse"_s);
         QTest::newRow("cut") << document(root).left(60);
     }
-
     void aTakenNameWithoutSuggestionsKeepsItsStatus()
     {
         QFETCH(QString, text);
@@ -51,7 +50,7 @@ private Q_SLOTS:
     void aDateAtTheVeryEndIsReadToo()
     {
         const auto answer =
-            process(QNetworkReply::NoError, QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT"));
+            process(QNetworkReply::NoError, "Date: Tue, 15 Nov 1994 08:12:31 GMT"_s);
         QCOMPARE(answer.serverTime, QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
     }
 
@@ -59,7 +58,7 @@ private Q_SLOTS:
     {
         auto* const clock = TimeStampManager::getTimeStampManager();
         clock->setServerTimeDifference(42);
-        const auto answer = process(QNetworkReply::NoError, QStringLiteral("200 OK\r\n\r\n"));
+        const auto answer = process(QNetworkReply::NoError, "200 OK\r\n\r\n"_s);
         QCOMPARE(clock->serverTimeDifference(), 42);
         QVERIFY(qAbs(answer.serverTime.secsTo(QDateTime::currentDateTime())) <= 1);
     }
@@ -68,8 +67,7 @@ private Q_SLOTS:
     {
         auto* const clock = TimeStampManager::getTimeStampManager();
         clock->setServerTimeDifference(42);
-        const auto answer =
-            process(QNetworkReply::NoError, QStringLiteral("200 OK\r\nDate: tomorrow\r\n\r\n"));
+        const auto answer = process(QNetworkReply::NoError, "200 OK\r\nDate: tomorrow\r\n\r\n"_s);
         QCOMPARE(clock->serverTimeDifference(), 42);
         QVERIFY(!answer.serverTime.isValid());
     }
@@ -78,13 +76,12 @@ private Q_SLOTS:
     {
         auto* const clock = TimeStampManager::getTimeStampManager();
         HttpResponse response(QNetworkReply::NoError,
-                              QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"),
-                              QStringLiteral("key"), 17);
-        response.setClockOf(QStringLiteral("a.example"));
+                              "Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s, "key"_s, 17);
+        response.setClockOf("a.example"_s);
         NetworkResponseProcessor processor(nullptr);
         QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
         QCOMPARE(clock->serverTimeDifference(), 0);
-        clock->selectServer(QStringLiteral("a.example"));
+        clock->selectServer("a.example"_s);
         const int offset = clock->serverTimeDifference();
         clock->selectServer(QString());
         QVERIFY(offset < -100000000);
@@ -93,8 +90,7 @@ private Q_SLOTS:
     void aReplyOfNobodySetsNoClock()
     {
         HttpResponse response(QNetworkReply::NoError,
-                              QStringLiteral("Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"),
-                              QStringLiteral("key"), 17);
+                              "Date: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s, "key"_s, 17);
         response.setClockOfNobody();
         NetworkResponseProcessor processor(nullptr);
         QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
@@ -106,7 +102,7 @@ private Q_SLOTS:
     void aFailedReplySetsTheClockToo()
     {
         process(QNetworkReply::ContentNotFoundError,
-                QStringLiteral("404 Not Found\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"));
+                "404 Not Found\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s);
         QVERIFY(TimeStampManager::getTimeStampManager()->serverTimeDifference() < -100000000);
     }
 
@@ -124,7 +120,7 @@ private:
     {
         NetworkResponseProcessor processor(nullptr);
         QSignalSpy spy(&processor, &NetworkResponseProcessor::userNameAvailabilityResponse);
-        HttpResponse response(error, text, QStringLiteral("key"), 17);
+        HttpResponse response(error, text, "key"_s, 17);
         if (processor.processResponseFromServer(RetrieveUserNameAvailability, &response) != 0 ||
             spy.count() != 1)
             qFatal("not answered exactly once");

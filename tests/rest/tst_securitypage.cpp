@@ -6,6 +6,7 @@
 #include "rest/request/clientidentification.h"
 #include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
 #include "support/scriptedserver.h"
 
 #include <QDomDocument>
@@ -31,7 +32,7 @@ QString pageText(const char* name)
 QStringList codeIn(const QString& text)
 {
     QStringList names;
-    static const QRegularExpression code(QStringLiteral("`([^`]+)`"));
+    static const QRegularExpression code("`([^`]+)`"_s);
     for (auto match = code.globalMatch(text); match.hasNext();)
         names.append(match.next().captured(1));
     return names;
@@ -82,83 +83,79 @@ class TestSecurityPage : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theDocumentsSayWhatThePageSays();
-    void thePageHasEveryDocument();
-    void theHeadersOnTheWireAreThePages();
+    void theDocumentsSayWhatThePageSays()
+    {
+        Names written;
+        for (const operations::Body& body : operations::bodies()) {
+            const QString text = body.make();
+            // No document, no row.
+            if (text.isEmpty())
+                continue;
+            QDomDocument document;
+            QVERIFY2(document.setContent(text), body.name);
+            const QDomElement root = document.documentElement();
+            addElementsWithValue(root, written[root.tagName()]);
+        }
+        Names onThePage;
+        const auto rows = tableBehind("### In the documents");
+        for (const auto& row : rows)
+            onThePage.insert(row.first.value(0), row.second);
+        QCOMPARE(sorted(onThePage), sorted(written));
+    }
+
+    void thePageHasEveryDocument()
+    {
+        QStringList documented;
+        for (const operations::Facts& facts : operations::table)
+            documented += operations::formsOf(facts.body);
+        documented.removeDuplicates();
+        QStringList onThePage;
+        const auto rows = tableBehind("### In the documents");
+        for (const auto& row : rows)
+            onThePage += row.first;
+        documented.sort();
+        onThePage.sort();
+        QVERIFY(!documented.isEmpty());
+        QCOMPARE(onThePage, documented);
+    }
+
+    void theHeadersOnTheWireAreThePages()
+    {
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        qunsetenv("http_proxy");
+        qunsetenv("https_proxy");
+        KelTest::FakeModem::reset();
+        ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, "<a/>"); });
+        FixedSigner signer;
+        signer.token = "token-77"_s;
+        NetworkHandler handler(nullptr);
+        std::vector<std::unique_ptr<OAuthRequest>> requests;
+        for (const operations::Operation& row : operations::all()) {
+            requests.push_back(row.make(signer, server.base(), operations::Values()));
+            QCOMPARE(handler.sendNetWorkRequest(requests.back().get(),
+                                                static_cast<NetRequestType>(row.number)),
+                     0);
+        }
+        QTRY_COMPARE(server.requests().size(), operations::all().size());
+
+        QStringList sent;
+        for (const WireRequest& request : server.requests()) {
+            for (const auto& header : request.headers)
+                sent.append(QString::fromLatin1(header.first).toLower());
+        }
+        sent.removeDuplicates();
+        sent.sort();
+        QStringList onThePage;
+        const auto rows = tableBehind("### With every request");
+        for (const auto& row : rows)
+            onThePage += row.first;
+        for (QString& name : onThePage)
+            name = name.toLower();
+        onThePage.sort();
+        QCOMPARE(sent, onThePage);
+    }
 };
-
-void TestSecurityPage::theDocumentsSayWhatThePageSays()
-{
-    Names written;
-    for (const operations::Body& body : operations::bodies()) {
-        const QString text = body.make();
-        // No document, no row.
-        if (text.isEmpty())
-            continue;
-        QDomDocument document;
-        QVERIFY2(document.setContent(text), body.name);
-        const QDomElement root = document.documentElement();
-        addElementsWithValue(root, written[root.tagName()]);
-    }
-    Names onThePage;
-    const auto rows = tableBehind("### In the documents");
-    for (const auto& row : rows)
-        onThePage.insert(row.first.value(0), row.second);
-    QCOMPARE(sorted(onThePage), sorted(written));
-}
-
-void TestSecurityPage::thePageHasEveryDocument()
-{
-    QStringList documented;
-    for (const operations::Facts& facts : operations::table)
-        documented += operations::formsOf(facts.body);
-    documented.removeDuplicates();
-    QStringList onThePage;
-    const auto rows = tableBehind("### In the documents");
-    for (const auto& row : rows)
-        onThePage += row.first;
-    documented.sort();
-    onThePage.sort();
-    QVERIFY(!documented.isEmpty());
-    QCOMPARE(onThePage, documented);
-}
-
-void TestSecurityPage::theHeadersOnTheWireAreThePages()
-{
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
-    qunsetenv("http_proxy");
-    qunsetenv("https_proxy");
-    KelTest::FakeModem::reset();
-    ScriptedServer server;
-    server.answerBy([](const WireRequest&) { return Reaction::reply(200, "<a/>"); });
-    FixedSigner signer;
-    signer.token = QStringLiteral("token-77");
-    NetworkHandler handler(nullptr);
-    std::vector<std::unique_ptr<OAuthRequest>> requests;
-    for (const operations::Operation& row : operations::all()) {
-        requests.push_back(row.make(signer, server.base(), operations::Values()));
-        QCOMPARE(handler.sendNetWorkRequest(requests.back().get(),
-                                            static_cast<NetRequestType>(row.number)),
-                 0);
-    }
-    QTRY_COMPARE(server.requests().size(), operations::all().size());
-
-    QStringList sent;
-    for (const WireRequest& request : server.requests()) {
-        for (const auto& header : request.headers)
-            sent.append(QString::fromLatin1(header.first).toLower());
-    }
-    sent.removeDuplicates();
-    sent.sort();
-    QStringList onThePage;
-    const auto rows = tableBehind("### With every request");
-    for (const auto& row : rows)
-        onThePage += row.first;
-    for (QString& name : onThePage)
-        name = name.toLower();
-    onThePage.sort();
-    QCOMPARE(sent, onThePage);
-}
 
 QTEST_MAIN(TestSecurityPage)
 #include "tst_securitypage.moc"

@@ -8,7 +8,9 @@
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/serviceconnections.h"
 #include "signedrequests.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 #include "support/tunnelproxy.h"
@@ -69,16 +71,13 @@ struct Service
           proxy(tunnelled ? std::make_unique<TunnelProxy>(server.port()) : nullptr)
     {
         if (proxy) {
-            QNetworkProxy::setApplicationProxy(QNetworkProxy(
-                QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), proxy->port()));
+            QNetworkProxy::setApplicationProxy(
+                QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1"_s, proxy->port()));
         }
     }
     ~Service() { QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy)); }
 
-    QString base() const
-    {
-        return proxy ? QStringLiteral("https://service.example/rest/1.0/") : server.base();
-    }
+    QString base() const { return proxy ? "https://service.example/rest/1.0/"_s : server.base(); }
 
     std::unique_ptr<TestAuthority> authority;
     ScriptedServer server;
@@ -103,10 +102,7 @@ private Q_SLOTS:
 
     void everyEndingIsOneRequestAndOneAnswer_data()
     {
-        QTest::addColumn<bool>("tunnelled");
-        QTest::addColumn<bool>("kept");
-        QTest::addColumn<bool>("withBody");
-        QTest::addColumn<int>("index");
+        columns<bool, bool, bool, int>("tunnelled", "kept", "withBody", "index");
         const auto all = endings();
         for (int i = 0; i < all.size(); ++i) {
             for (int way = 0; way < 8; ++way) {
@@ -119,13 +115,10 @@ private Q_SLOTS:
             }
         }
     }
-
     void everyEndingIsOneRequestAndOneAnswer()
     {
-        QFETCH(bool, tunnelled);
-        QFETCH(bool, kept);
-        QFETCH(bool, withBody);
-        QFETCH(int, index);
+        const auto [tunnelled, kept, withBody, index] =
+            fetch<bool, bool, bool, int>("tunnelled", "kept", "withBody", "index");
         Service service(tunnelled);
         RESTRequestHandler handler;
         QVERIFY(!kept || prepareConnection(handler, service));
@@ -144,9 +137,7 @@ private Q_SLOTS:
 
     void everyOperationGoesOutOnce_data()
     {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<bool>("tunnelled");
-        QTest::addColumn<bool>("kept");
+        columns<int, bool, bool>("index", "tunnelled", "kept");
         QSet<int> types;
         for (int i = 0; i < operations::sends().size(); ++i) {
             const Send& row = operations::sends().at(i);
@@ -161,12 +152,9 @@ private Q_SLOTS:
         }
         QCOMPARE(types.size(), lastNetRequestType - firstNetRequestType + 1);
     }
-
     void everyOperationGoesOutOnce()
     {
-        QFETCH(int, index);
-        QFETCH(bool, tunnelled);
-        QFETCH(bool, kept);
+        const auto [index, tunnelled, kept] = fetch<int, bool, bool>("index", "tunnelled", "kept");
         const Send& row = operations::sends().at(index);
         Service service(tunnelled);
         RESTRequestHandler handler;
@@ -202,7 +190,6 @@ private Q_SLOTS:
         for (const int status : {301, 302, 303, 305, 307, 308})
             QTest::addRow("%d", status) << status;
     }
-
     void aRedirectIsNotTakenForALostConnection()
     {
         QFETCH(int, httpStatus);
@@ -218,9 +205,7 @@ private Q_SLOTS:
 
     void noOtherAuthenticationIsTried_data()
     {
-        QTest::addColumn<int>("httpStatus");
-        QTest::addColumn<QByteArray>("challenge");
-        QTest::addColumn<bool>("tunnelled");
+        columns<int, QByteArray, bool>("httpStatus", "challenge", "tunnelled");
         for (const char* challenge :
              {"NTLM", "Negotiate", "Negotiate\r\nWWW-Authenticate: NTLM", "Basic realm=\"a\"",
               "Digest realm=\"a\", nonce=\"b\", qop=\"auth\"", "OAuth realm=\"a\"", "Unheard of"}) {
@@ -234,7 +219,6 @@ private Q_SLOTS:
             }
         }
     }
-
     void noOtherAuthenticationIsTried()
     {
         QFETCH(int, httpStatus);
@@ -274,15 +258,15 @@ private Q_SLOTS:
     void theProxysCredentialsAreUsedStill()
     {
         Service service(true);
-        const QByteArray credentials = QByteArray("user:pass").toBase64();
+        const QByteArray credentials = "user:pass"_ba.toBase64();
         service.proxy->demand("Basic " + credentials);
         RESTRequestHandler handler;
         QCOMPARE(askForName(handler, service.base()), 412);
         QCOMPARE(service.server.requests().size(), 0);
 
         QNetworkProxy proxy = QNetworkProxy::applicationProxy();
-        proxy.setUser(QStringLiteral("user"));
-        proxy.setPassword(QStringLiteral("pass"));
+        proxy.setUser("user"_s);
+        proxy.setPassword("pass"_s);
         QNetworkProxy::setApplicationProxy(proxy);
         service.server.expect(Reaction::reply(200, ""));
         QCOMPARE(askForName(handler, service.base()), 0);
@@ -291,7 +275,6 @@ private Q_SLOTS:
     }
 
     void aConnectionIsKeptForTheNextRequest_data() { addWays(); }
-
     void aConnectionIsKeptForTheNextRequest()
     {
         QFETCH(bool, tunnelled);
@@ -303,7 +286,6 @@ private Q_SLOTS:
     }
 
     void aConnectionThatWasIdleTooLongIsNotUsedAgain_data() { addWays(); }
-
     void aConnectionThatWasIdleTooLongIsNotUsedAgain()
     {
         QFETCH(bool, tunnelled);
@@ -361,7 +343,6 @@ private Q_SLOTS:
         for (const int count : {1, 2, 6})
             QTest::addRow("%d at once", count) << count;
     }
-
     void noConnectionIsMadeWithoutARequestForIt()
     {
         QFETCH(int, atOnce);

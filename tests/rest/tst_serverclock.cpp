@@ -4,6 +4,7 @@
 #include "rest/request/timestampmanager.h"
 #include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 #include "support/tunnelproxy.h"
@@ -22,8 +23,7 @@ constexpr int anHour = 3600;
 QByteArray dateHeader(int offset)
 {
     const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(offset);
-    return "Date: " +
-           QLocale::c().toString(time, QStringLiteral("ddd, dd MMM yyyy HH:mm:ss")).toLatin1() +
+    return "Date: " + QLocale::c().toString(time, "ddd, dd MMM yyyy HH:mm:ss"_s).toLatin1() +
            " GMT\r\n";
 }
 
@@ -43,7 +43,6 @@ private Q_SLOTS:
         for (const int status : {200, 401, 404, 503})
             QTest::addRow("%d", status) << status;
     }
-
     void aServersTimeIsTakenFromInsideTls()
     {
         QFETCH(int, httpStatus);
@@ -92,9 +91,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("statusLine");
         for (const char* line : {"200 OK", "403 No", "407 Who", "502 No", "503 No"})
-            QTest::newRow(line) << QByteArray("HTTP/1.1 ") + line + "\r\n";
+            QTest::newRow(line) << "HTTP/1.1 "_ba + line + "\r\n";
     }
-
     void aProxysRefusalTellsNoTime()
     {
         QFETCH(QByteArray, statusLine);
@@ -102,8 +100,8 @@ private Q_SLOTS:
         // After "200 OK" this is no handshake.
         proxy.refuseWith(statusLine + dateHeader(anHour) + "Content-Length: 2\r\n\r\nno");
         QNetworkProxy::setApplicationProxy(
-            QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), proxy.port()));
-        const auto base = QStringLiteral("https://service.example/rest/1.0/");
+            QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1"_s, proxy.port()));
+        const auto base = "https://service.example/rest/1.0/"_s;
         QVERIFY(ask(base));
         QVERIFY(isAbout(base, 0));
     }
@@ -122,8 +120,7 @@ private:
     {
         QSignalSpy spy(&mHandler, &NetworkHandler::emailIdAvailabilityResponse);
         return mHandler.sendOwnedRequest(std::make_unique<RetrieveEmailIdAvailabilityRequest>(
-                                             mSigner, QStringLiteral("bob@mail.example"),
-                                             QByteArray("tag"), QStringLiteral("key"), base,
+                                             mSigner, "bob@mail.example"_s, "tag"_ba, "key"_s, base,
                                              RetrieveEmailIdAvailability),
                                          RetrieveEmailIdAvailability) == 0 &&
                spy.wait(patience);

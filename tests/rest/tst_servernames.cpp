@@ -3,6 +3,8 @@
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/servernames.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 #include "support/tunnelproxy.h"
@@ -28,10 +30,7 @@ private Q_SLOTS:
 
     void aCertificateIsForItsAlternativeNames_data()
     {
-        QTest::addColumn<QByteArray>("commonName");
-        QTest::addColumn<QByteArray>("names");
-        QTest::addColumn<QString>("host");
-        QTest::addColumn<bool>("issued");
+        columns<QByteArray, QByteArray, QString, bool>("commonName", "names", "host", "issued");
         const auto row = [](const char* label, const char* commonName, const char* names,
                             const char* host, bool issued) {
             QTest::newRow(label) << QByteArray(commonName) << QByteArray(names)
@@ -76,12 +75,10 @@ private Q_SLOTS:
         row("another of the sixth version", "x", "IP:::2", "::1", false);
         row("no host", "x", "DNS:a.example", "", false);
     }
-
     void aCertificateIsForItsAlternativeNames()
     {
-        QFETCH(QByteArray, commonName);
-        QFETCH(QByteArray, names);
-        QFETCH(QString, host);
+        const auto [commonName, names, host] =
+            fetch<QByteArray, QByteArray, QString>("commonName", "names", "host");
         const TestAuthority authority;
         const QSslCertificate certificate =
             authority.serverFor(commonName, names).localCertificate();
@@ -89,25 +86,19 @@ private Q_SLOTS:
         QTEST(isIssuedFor(certificate, host), "issued");
     }
 
-    void noCertificateIsForNobody()
-    {
-        QVERIFY(!isIssuedFor(QSslCertificate(), QStringLiteral("a.example")));
-    }
+    void noCertificateIsForNobody() { QVERIFY(!isIssuedFor(QSslCertificate(), "a.example"_s)); }
 
     void aServerWithAnotherNameGetsNothing_data()
     {
-        QTest::addColumn<QByteArray>("names");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<int>("atOnce");
+        columns<QByteArray, int, int>("names", "status", "atOnce");
         for (const int atOnce : {1, 3, 20}) {
             QTest::addRow("the name, %d at once", atOnce)
-                << QByteArray("DNS:service.example") << 0 << atOnce;
+                << "DNS:service.example"_ba << 0 << atOnce;
             QTest::addRow("another name, %d at once", atOnce)
-                << QByteArray("DNS:stranger.example") << 406 << atOnce;
+                << "DNS:stranger.example"_ba << 406 << atOnce;
             QTest::addRow("no names, %d at once", atOnce) << QByteArray() << 406 << atOnce;
         }
     }
-
     void aServerWithAnotherNameGetsNothing()
     {
         QFETCH(QByteArray, names);
@@ -119,7 +110,7 @@ private Q_SLOTS:
         server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
         const TunnelProxy proxy(server.port());
         QNetworkProxy::setApplicationProxy(
-            QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), proxy.port()));
+            QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1"_s, proxy.port()));
         auto handler = std::make_unique<NetworkHandler>(nullptr);
         QSignalSpy spy(handler.get(), &NetworkHandler::emailIdAvailabilityResponse);
         // A second time: nothing of the first is left over.
@@ -141,8 +132,8 @@ private:
     std::unique_ptr<OAuthRequest> request()
     {
         return std::make_unique<RetrieveEmailIdAvailabilityRequest>(
-            mSigner, QStringLiteral("bob@mail.example"), QByteArray("tag"), QStringLiteral("key"),
-            QStringLiteral("https://service.example/rest/1.0/"), RetrieveEmailIdAvailability);
+            mSigner, "bob@mail.example"_s, "tag"_ba, "key"_s, "https://service.example/rest/1.0/"_s,
+            RetrieveEmailIdAvailability);
     }
 
     FixedSigner mSigner;

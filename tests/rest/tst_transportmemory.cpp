@@ -3,6 +3,8 @@
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
 #include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/testauthority.h"
 
 #include <QElapsedTimer>
@@ -106,7 +108,7 @@ private:
 
 qint64 statusValue(const QByteArray& name)
 {
-    QFile file(QStringLiteral("/proc/self/status"));
+    QFile file("/proc/self/status"_s);
     if (!file.open(QIODevice::ReadOnly))
         return -1;
     const QList<QByteArray> lines = file.readAll().split('\n');
@@ -120,7 +122,7 @@ qint64 statusValue(const QByteArray& name)
 // The peak counts from here on.
 bool forgetPeak()
 {
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    QFile file("/proc/self/clear_refs"_s);
     return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
 }
 
@@ -144,16 +146,14 @@ private Q_SLOTS:
 
     void whateverIsSentMemoryIsBounded_data()
     {
-        QTest::addColumn<QByteArray>("beginning");
-        QTest::addColumn<QByteArray>("unit");
-        QTest::addColumn<QString>("way");
-        const auto plain = QStringLiteral("plain");
+        columns<QByteArray, QByteArray, QString>("beginning", "unit", "way");
+        const auto plain = "plain"_s;
         const auto row = [](const char* name, const QByteArray& beginning, const QByteArray& unit,
                             const QString& way) {
             QTest::addRow("%s, %s", name, qPrintable(way)) << beginning << unit << way;
         };
         const QByteArray chunk = "1000\r\n" + QByteArray(0x1000, 'x') + "\r\n";
-        const auto tls = QStringLiteral("TLS");
+        const auto tls = "TLS"_s;
         const QByteArray chunked = "Transfer-Encoding: chunked\r\n\r\n";
         row("200", "HTTP/1.1 200 OK\r\n" + endlessLength, "x", plain);
         row("200 in chunks", "HTTP/1.1 200 OK\r\n" + chunked, chunk, plain);
@@ -165,27 +165,23 @@ private Q_SLOTS:
         row("a header without end", "HTTP/1.1 200 OK\r\nX: ", "x", tls);
         row("headers without end", "HTTP/1.1 200 OK\r\n", "X: y\r\n", plain);
         row("going on without end", "", "HTTP/1.1 100 Continue\r\n\r\n", plain);
-        row("a header without end", "HTTP/1.1 200 OK\r\nX: ", "x", QStringLiteral("proxy"));
-        row("a refusal without end", "HTTP/1.1 407 Who\r\n" + endlessLength, "x",
-            QStringLiteral("proxy"));
+        row("a header without end", "HTTP/1.1 200 OK\r\nX: ", "x", "proxy"_s);
+        row("a refusal without end", "HTTP/1.1 407 Who\r\n" + endlessLength, "x", "proxy"_s);
     }
-
     void whateverIsSentMemoryIsBounded()
     {
-        QFETCH(QByteArray, beginning);
-        QFETCH(QByteArray, unit);
-        QFETCH(QString, way);
-        const bool tls = way == QStringLiteral("TLS");
-        const bool proxy = way == QStringLiteral("proxy");
+        const auto [beginning, unit, way] =
+            fetch<QByteArray, QByteArray, QString>("beginning", "unit", "way");
+        const bool tls = way == "TLS"_s;
+        const bool proxy = way == "proxy"_s;
         const Flood flood(beginning, unit,
                           tls ? mAuthority.serverFor("x", "IP:127.0.0.1") : QSslConfiguration());
-        QString base = QStringLiteral("%1://127.0.0.1:%2/rest/1.0/")
-                           .arg(tls ? QStringLiteral("https") : QStringLiteral("http"))
-                           .arg(flood.port());
+        QString base =
+            "%1://127.0.0.1:%2/rest/1.0/"_s.arg(tls ? "https"_s : "http"_s).arg(flood.port());
         if (proxy) {
-            base = QStringLiteral("https://service.example/rest/1.0/");
+            base = "https://service.example/rest/1.0/"_s;
             QNetworkProxy::setApplicationProxy(
-                QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), flood.port()));
+                QNetworkProxy(QNetworkProxy::HttpProxy, "127.0.0.1"_s, flood.port()));
         }
         QVERIFY(isBounded(base));
         QVERIFY2(flood.sent() < 256 * mebi, qPrintable(QString::number(flood.sent())));
@@ -198,7 +194,7 @@ private Q_SLOTS:
         const Flood flood("HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: " +
                               QByteArray::number(body.size()) + "\r\n\r\n" + body,
                           "x");
-        QVERIFY(isBounded(QStringLiteral("http://127.0.0.1:%1/rest/1.0/").arg(flood.port())));
+        QVERIFY(isBounded("http://127.0.0.1:%1/rest/1.0/"_s.arg(flood.port())));
     }
 
 private:
@@ -207,8 +203,7 @@ private:
         NetworkHandler handler(nullptr);
         QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
         auto request = std::make_unique<RetrieveEmailIdAvailabilityRequest>(
-            mSigner, QStringLiteral("bob@mail.example"), QByteArray("tag"), QStringLiteral("key"),
-            base, RetrieveEmailIdAvailability);
+            mSigner, "bob@mail.example"_s, "tag"_ba, "key"_s, base, RetrieveEmailIdAvailability);
         ::malloc_trim(0); // what the rows before have left
         const qint64 before = statusValue("VmRSS:");
         if (!forgetPeak() ||

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/request/wiretime.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QLocale>
 #include <QTest>
@@ -86,19 +88,16 @@ void TestWireTime::init()
 
 void TestWireTime::datesAreWrittenInAsciiDigits_data()
 {
-    QTest::addColumn<QDate>("date");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("usual") << QDate(1979, 12, 31) << QStringLiteral("1979-12-31");
-    QTest::newRow("leading zeros") << QDate(2001, 2, 3) << QStringLiteral("2001-02-03");
-    QTest::newRow("early") << QDate(33, 4, 5) << QStringLiteral("0033-04-05");
+    columns<QDate, QString>("date", "text");
+    QTest::newRow("usual") << QDate(1979, 12, 31) << "1979-12-31"_s;
+    QTest::newRow("leading zeros") << QDate(2001, 2, 3) << "2001-02-03"_s;
+    QTest::newRow("early") << QDate(33, 4, 5) << "0033-04-05"_s;
 }
-
 void TestWireTime::datesAreWrittenInAsciiDigits()
 {
     QFETCH(QDate, date);
     for (const QLocale& locale :
-         {QLocale::system(), QLocale(QStringLiteral("fa_IR")), QLocale(QStringLiteral("ar_EG")),
-          QLocale(QStringLiteral("tr_TR"))}) {
+         {QLocale::system(), QLocale("fa_IR"_s), QLocale("ar_EG"_s), QLocale("tr_TR"_s)}) {
         QLocale::setDefault(locale);
         QTEST(wireDate(date), "text");
     }
@@ -112,16 +111,14 @@ void TestWireTime::anInvalidDateIsEmpty()
 
 void TestWireTime::datesOnTheWireAreRead_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QDate>("date");
-    QTest::newRow("usual") << QStringLiteral("1979-12-31Z") << QDate(1979, 12, 31);
-    QTest::newRow("leap day") << QStringLiteral("2004-02-29Z") << QDate(2004, 2, 29);
+    columns<QString, QDate>("text", "date");
+    QTest::newRow("usual") << "1979-12-31Z"_s << QDate(1979, 12, 31);
+    QTest::newRow("leap day") << "2004-02-29Z"_s << QDate(2004, 2, 29);
     for (const char* text :
          {"", "Z", "1979-12-31", "1979-12-31z", "1979-12-3Z", "1979-12-31ZZ", " 1979-12-31Z",
           "1979/12/31Z", "2003-02-29Z", "1979-13-01Z", "0000-01-01Z", "-979-12-31Z", "31-12-1979Z"})
         QTest::newRow(text) << QString::fromLatin1(text) << QDate();
 }
-
 void TestWireTime::datesOnTheWireAreRead()
 {
     QFETCH(QString, text);
@@ -130,14 +127,11 @@ void TestWireTime::datesOnTheWireAreRead()
 
 void TestWireTime::timesOnTheWireAreRead_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QDateTime>("time");
-    QTest::newRow("usual") << QStringLiteral("2011-03-04T05:06:07.089Z")
-                           << utc(2011, 3, 4, 5, 6, 7, 89);
-    QTest::newRow("first moment") << QStringLiteral("1970-01-01T00:00:00.000Z")
-                                  << utc(1970, 1, 1, 0, 0, 0);
+    columns<QString, QDateTime>("text", "time");
+    QTest::newRow("usual") << "2011-03-04T05:06:07.089Z"_s << utc(2011, 3, 4, 5, 6, 7, 89);
+    QTest::newRow("first moment") << "1970-01-01T00:00:00.000Z"_s << utc(1970, 1, 1, 0, 0, 0);
     QTest::newRow("last moment of a day")
-        << QStringLiteral("2011-03-04T23:59:59.999Z") << utc(2011, 3, 4, 23, 59, 59, 999);
+        << "2011-03-04T23:59:59.999Z"_s << utc(2011, 3, 4, 23, 59, 59, 999);
     for (const char* text :
          {"", "2011-03-04", "2011-03-04T", "2011-03-04T05:06:07Z", "2011-03-04T05:06:07.08Z",
           "2011-03-04T05:06:07.089", "2011-03-04t05:06:07.089Z", "2011-03-04 05:06:07.089Z",
@@ -145,11 +139,9 @@ void TestWireTime::timesOnTheWireAreRead_data()
           "2011-03-04T05:06:07.089ZZ", "T05:06:07.089Z"})
         QTest::newRow(text) << QString::fromLatin1(text) << QDateTime();
 }
-
 void TestWireTime::timesOnTheWireAreRead()
 {
-    QFETCH(QString, text);
-    QFETCH(QDateTime, time);
+    const auto [text, time] = fetch<QString, QDateTime>("text", "time");
     const QDateTime read = timeOnWire(text);
     QCOMPARE(read, time);
     QCOMPARE(read.isValid(), time.isValid());
@@ -159,8 +151,7 @@ void TestWireTime::timesOnTheWireAreRead()
 
 void TestWireTime::dateHeadersAreRead_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QDateTime>("time");
+    columns<QString, QDateTime>("text", "time");
     // The example of RFC 7231, and one day for each month and each day of the week.
     const QPair<const char*, QDateTime> rows[] = {
         {"Sun, 06 Nov 1994 08:49:37", utc(1994, 11, 6, 8, 49, 37)},
@@ -184,11 +175,9 @@ void TestWireTime::dateHeadersAreRead_data()
           "Sun, 06 Nov 1994 08:49:37 GMT"})
         QTest::newRow(text) << QString::fromLatin1(text) << QDateTime();
 }
-
 void TestWireTime::dateHeadersAreRead()
 {
-    QFETCH(QString, text);
-    QFETCH(QDateTime, time);
+    const auto [text, time] = fetch<QString, QDateTime>("text", "time");
     const QDateTime read = headerTimeOnWire(text);
     QCOMPARE(read, time);
     QCOMPARE(read.isValid(), time.isValid());
@@ -198,29 +187,22 @@ void TestWireTime::dateHeadersAreRead()
 
 void TestWireTime::hoursThatTheLocalZoneLeavesOutAreTimes_data()
 {
-    QTest::addColumn<QByteArray>("zone");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("header");
-    QTest::addColumn<QDateTime>("time");
+    columns<QByteArray, QString, QString, QDateTime>("zone", "text", "header", "time");
     QTest::newRow("the hour of spring")
-        << QByteArray("Europe/Berlin") << QStringLiteral("2026-03-29T02:30:00.000Z")
-        << QStringLiteral("Sun, 29 Mar 2026 02:30:00") << utc(2026, 3, 29, 2, 30, 0);
-    QTest::newRow("midnight") << QByteArray("America/Sao_Paulo")
-                              << QStringLiteral("2018-11-04T00:15:00.000Z")
-                              << QStringLiteral("Sun, 04 Nov 2018 00:15:00")
-                              << utc(2018, 11, 4, 0, 15, 0);
-    QTest::newRow("a whole day") << QByteArray("Pacific/Apia")
-                                 << QStringLiteral("2011-12-30T12:00:00.000Z")
-                                 << QStringLiteral("Fri, 30 Dec 2011 12:00:00")
-                                 << utc(2011, 12, 30, 12, 0, 0);
+        << "Europe/Berlin"_ba
+        << "2026-03-29T02:30:00.000Z"_s
+        << "Sun, 29 Mar 2026 02:30:00"_s << utc(2026, 3, 29, 2, 30, 0);
+    QTest::newRow("midnight") << "America/Sao_Paulo"_ba
+                              << "2018-11-04T00:15:00.000Z"_s
+                              << "Sun, 04 Nov 2018 00:15:00"_s << utc(2018, 11, 4, 0, 15, 0);
+    QTest::newRow("a whole day") << "Pacific/Apia"_ba
+                                 << "2011-12-30T12:00:00.000Z"_s
+                                 << "Fri, 30 Dec 2011 12:00:00"_s << utc(2011, 12, 30, 12, 0, 0);
 }
-
 void TestWireTime::hoursThatTheLocalZoneLeavesOutAreTimes()
 {
-    QFETCH(QByteArray, zone);
-    QFETCH(QString, text);
-    QFETCH(QString, header);
-    QFETCH(QDateTime, time);
+    const auto [zone, text, header, time] =
+        fetch<QByteArray, QString, QString, QDateTime>("zone", "text", "header", "time");
     const TimeZone away(zone);
     QVERIFY2(!QDateTime(time.date(), time.time(), Qt::LocalTime).isValid(),
              "the zone does not leave this hour out; is the package tzdata installed?");
@@ -235,16 +217,14 @@ void TestWireTime::otherScriptsDigitsAreNoTimeInAnyLocale_data()
     for (const char* name : {"C", "fa_IR", "ar_EG"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
-
 void TestWireTime::otherScriptsDigitsAreNoTimeInAnyLocale()
 {
     QFETCH(QString, locale);
     QLocale::setDefault(QLocale(locale));
     for (const ushort zero : {persianZero, arabicZero}) {
-        QVERIFY(!dateOnWire(digits(QStringLiteral("1979-12-31Z"), zero)).isValid());
-        QVERIFY(!timeOnWire(digits(QStringLiteral("2011-03-04T05:06:07.089Z"), zero)).isValid());
-        QVERIFY(
-            !headerTimeOnWire(digits(QStringLiteral("Sun, 06 Nov 1994 08:49:37"), zero)).isValid());
+        QVERIFY(!dateOnWire(digits("1979-12-31Z"_s, zero)).isValid());
+        QVERIFY(!timeOnWire(digits("2011-03-04T05:06:07.089Z"_s, zero)).isValid());
+        QVERIFY(!headerTimeOnWire(digits("Sun, 06 Nov 1994 08:49:37"_s, zero)).isValid());
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "configure/kelconfigure.h"
 #include "signon/kelauthsessioninterface.h"
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 
 #include <QSignalSpy>
@@ -20,12 +21,12 @@ public:
 
     static const QString& key()
     {
-        static const QString text = QStringLiteral("the-consumer-key");
+        static const QString text = "the-consumer-key"_s;
         return text;
     }
     static const QString& secret()
     {
-        static const QString text = QStringLiteral("the-consumer-secret");
+        static const QString text = "the-consumer-secret"_s;
         return text;
     }
 
@@ -39,7 +40,7 @@ protected:
     {
         KelAccount::KelConfigure store;
         QSignalSpy stored(&store, &KelAccount::KelConfigure::storeUserCredentialsStatus);
-        store.storeUserCredentials(QStringLiteral("user"), QStringLiteral("the-password"));
+        store.storeUserCredentials("user"_s, "the-password"_s);
         KelTest::waitUntil([&] { return !stored.isEmpty(); });
         return stored.value(0).value(1).toUInt();
     }
@@ -60,7 +61,7 @@ protected:
         note(&Interface::closeResponse, "close");
     }
 
-    bool open(const QString& service = QStringLiteral("service"))
+    bool open(const QString& service = "service"_s)
     {
         return mInterface->createAuthSession(key(), secret(), service, server, mCredentials);
     }
@@ -86,7 +87,7 @@ private:
     void note(void (Interface::*signal)(int, Arguments...), const char* name)
     {
         connect(mInterface.get(), signal, this, [this, name](int error) {
-            mAnswers.append(QStringLiteral("%1 %2").arg(QLatin1String(name)).arg(error));
+            mAnswers.append("%1 %2"_s.arg(QLatin1String(name)).arg(error));
         });
     }
 };

@@ -2,7 +2,9 @@
 #include "bytereader.h"
 #include "rest/records/registrationinfodata.h"
 #include "signonfixture.h"
+#include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QLoggingCategory>
 
@@ -16,18 +18,18 @@ namespace {
 
 using Call = std::function<void(KelAuthSessionInterface&)>;
 
-const QString securityAnswer = QStringLiteral("the-security-answer");
-const QString oldPassword = QStringLiteral("the-old-password");
-const QString newPassword = QStringLiteral("the-new-password");
+const QString securityAnswer = "the-security-answer"_s;
+const QString oldPassword = "the-old-password"_s;
+const QString newPassword = "the-new-password"_s;
 
 RegistrationInfoData registration()
 {
     RegistrationInfoData record;
-    record.userName = QStringLiteral("new.user");
+    record.userName = "new.user"_s;
     record.password = newPassword;
-    record.emailAddress = QStringLiteral("new.user@mail.example");
+    record.emailAddress = "new.user@mail.example"_s;
     record.dateOfBirth = QDate(1990, 12, 31);
-    record.serviceTag = QByteArray("tag");
+    record.serviceTag = "tag"_ba;
     return record;
 }
 
@@ -47,7 +49,7 @@ struct Operation
 
 QList<Operation> operations()
 {
-    const QVariantMap manual = {{QStringLiteral("ManualSignIn"), true}};
+    const QVariantMap manual = {{"ManualSignIn"_s, true}};
     return {
         {"signIn", "signIn", [](auto& s) { s.signIn(); }, manual},
         {"token", "token", [](auto& s) { s.token(); }, {}},
@@ -57,22 +59,20 @@ QList<Operation> operations()
          {}},
         {"setSecurityQuestion",
          "privateMechanism_updateSecurityQuestion",
-         [](auto& s) { s.setSecurityQuestion(QStringLiteral("question"), securityAnswer); },
-         {{QStringLiteral("UpdateSecurityQuestion"), QVariant()}}},
+         [](auto& s) { s.setSecurityQuestion("question"_s, securityAnswer); },
+         {{"UpdateSecurityQuestion"_s, QVariant()}}},
         {"registerAccount",
          "privateMechanism_registerAccount",
          &registerNewUser,
-         {{QStringLiteral("RegistrationData"), QVariant()},
-          {QStringLiteral("ManualSignIn"), true}}},
+         {{"RegistrationData"_s, QVariant()}, {"ManualSignIn"_s, true}}},
         {"changePassword",
          "privateMechanism_changepassword",
          [](auto& s) { s.changePassword(oldPassword, newPassword); },
-         {{QStringLiteral("OldPassword"), oldPassword},
-          {QStringLiteral("NewPassword"), newPassword}}},
+         {{"OldPassword"_s, oldPassword}, {"NewPassword"_s, newPassword}}},
         {"userIdUpdate",
          "setUserId",
-         [](auto& s) { s.userIdUpdate(QStringLiteral("other")); },
-         {{QStringLiteral("NewUserName"), QStringLiteral("other")}}},
+         [](auto& s) { s.userIdUpdate("other"_s); },
+         {{"NewUserName"_s, "other"_s}}},
         {"updateDeviceInfo",
          "privateMechanism_updateDeviceInfo",
          [](auto& s) { s.updateDeviceInfo(); },
@@ -101,315 +101,263 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void initialiseCarriesTheServiceName();
-    void requestsReachThePluginAsTheyShould_data();
-    void requestsReachThePluginAsTheyShould();
-    void closeReachesThePlugin();
-    void registrationArrivesWhole();
-    void securityQuestionArrivesWhole();
-    void successIsAnsweredWithZero_data();
-    void successIsAnsweredWithZero();
-    void thePluginsErrorIsPassedOn_data();
-    void thePluginsErrorIsPassedOn();
-    void signInAndRegistrationHandTheDataOn();
-    void errorsComeWithoutData();
-    void tokenIsReadAsText_data();
-    void tokenIsReadAsText();
-    void nullTextsArriveEmpty();
-    void registrationWithoutARecordIsRefused();
-    void nothingSecretIsLogged();
+    void initTestCase()
+    {
+        mCredentials = storeCredentials();
+        QVERIFY(mCredentials > 0);
+    }
+
+    void init()
+    {
+        mSandbox.script({});
+        makeInterface();
+    }
+
+    void initialiseCarriesTheServiceName()
+    {
+        QVERIFY(open("my-service"_s));
+        QCOMPARE(mSandbox.mechanisms(), QStringList("initialise"_s));
+        QVariantMap expected = commonKeys();
+        expected.insert("ZorService"_s, "my-service"_s);
+        const QVariantMap data = mSandbox.requests().at(0).data;
+        QCOMPARE(withoutTheDaemonsKeys(data), expected);
+        QCOMPARE(data.value("UserName"_s), QVariant("user"_s));
+        QCOMPARE(data.value("Secret"_s), QVariant("the-password"_s));
+    }
+
+    void requestsReachThePluginAsTheyShould_data() { operationRows(); }
+    void requestsReachThePluginAsTheyShould()
+    {
+        const auto [mechanism, call, added] =
+            fetch<QString, Call, QVariantMap>("mechanism", "call", "added");
+        QVERIFY(open());
+        call(*mInterface);
+        QVERIFY(waitForAnswers(1));
+
+        const QList<PluginRequest> requests = mSandbox.requests();
+        QCOMPARE(requests.size(), 2);
+        QCOMPARE(requests.at(1).mechanism, mechanism);
+        QVariantMap data = withoutTheDaemonsKeys(requests.at(1).data);
+        QVariantMap expected = commonKeys();
+        for (auto entry = added.cbegin(); entry != added.cend(); ++entry) {
+            expected.insert(entry.key(), entry.value());
+            if (!entry.value().isNull())
+                continue;
+            QCOMPARE(data.value(entry.key()).userType(), int(QMetaType::QByteArray));
+            data.insert(entry.key(), QVariant()); // its content has a test of its own
+        }
+        QCOMPARE(data, expected);
+        for (auto entry = expected.cbegin(); entry != expected.cend(); ++entry)
+            QCOMPARE(data.value(entry.key()).userType(), entry.value().userType());
+    }
+
+    void closeReachesThePlugin()
+    {
+        QVERIFY(open());
+        mInterface->close();
+        QCOMPARE(mAnswers, QStringList("close 0"_s));
+        QVERIFY(mSandbox.waitForRequests(2));
+        QCOMPARE(mSandbox.mechanisms().last(), "close"_s);
+        QCOMPARE(withoutTheDaemonsKeys(mSandbox.requests().at(1).data), commonKeys());
+        letPass(100); // the plugin's own answer is nobody's
+        QCOMPARE(mAnswers.size(), 1);
+    }
+
+    void registrationArrivesWhole()
+    {
+        QVERIFY(open());
+        registerNewUser(*mInterface);
+        QVERIFY(waitForAnswers(1));
+        ByteReader reader(mSandbox.requests().at(1).data.value("RegistrationData"_s).toByteArray());
+        QCOMPARE(reader.text(), "new.user"_s);
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.text(), newPassword);
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.text(), "new.user@mail.example"_s);
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.date(), QDate(1990, 12, 31));
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.integer(), 0);
+        QCOMPARE(reader.flag(), false);
+        QCOMPARE(reader.flag(), false);
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.integer(), int(QLocale::C));
+        QCOMPARE(reader.integer(), int(QLocale::AnyCountry));
+        QCOMPARE(reader.integer(), 0);
+        QCOMPARE(reader.flag(), false);
+        QCOMPARE(reader.flag(), false);
+        QCOMPARE(reader.text(), QString());
+        QCOMPARE(reader.block(), "tag"_ba);
+        QVERIFY(reader.atEnd());
+    }
+
+    void securityQuestionArrivesWhole()
+    {
+        QVERIFY(open());
+        mInterface->setSecurityQuestion("Où ?"_s, securityAnswer);
+        QVERIFY(waitForAnswers(1));
+        ByteReader reader(
+            mSandbox.requests().at(1).data.value("UpdateSecurityQuestion"_s).toByteArray());
+        QCOMPARE(reader.text(), "Où ?"_s);
+        QCOMPARE(reader.text(), securityAnswer);
+        QVERIFY(reader.atEnd());
+    }
+
+    void successIsAnsweredWithZero_data() { operationRows(); }
+    void successIsAnsweredWithZero()
+    {
+        const auto [name, call] = fetch<QString, Call>("name", "call");
+        QVERIFY(open());
+        call(*mInterface);
+        QCOMPARE(mAnswers, QStringList());
+        QVERIFY(waitForAnswers(1));
+        letPass(50);
+        QCOMPARE(mAnswers, QStringList(name + " 0"_s));
+    }
+
+    void thePluginsErrorIsPassedOn_data() { operationRows(); }
+    void thePluginsErrorIsPassedOn()
+    {
+        const auto [name, mechanism, call] =
+            fetch<QString, QString, Call>("name", "mechanism", "call");
+        mSandbox.script({{mechanism, PluginStep::Err, {}, 614}});
+        QVERIFY(open());
+        call(*mInterface);
+        QVERIFY(waitForAnswers(1));
+        letPass(50);
+        QCOMPARE(mAnswers, QStringList(name + " 614"_s));
+        QVERIFY(mInterface->sessionExists(mCredentials));
+    }
+
+    void signInAndRegistrationHandTheDataOn()
+    {
+        const QVariantMap sent = {{"UserId"_s, "u"_s},
+                                  {"LoginId"_s, "l"_s},
+                                  {"KelAccountId"_s, 17},
+                                  {"DownloadedProfile"_s, "p"_ba}};
+        mSandbox.script({{{}, PluginStep::Answer, sent}});
+        QVERIFY(open());
+        QList<QVariantMap> received;
+        const auto take = [&received](int, const SignOn::SessionData& data) {
+            received.append(data.toMap());
+        };
+        connect(mInterface.get(), &Interface::signInResponse, this, take);
+        connect(mInterface.get(), &Interface::registerationCompleted, this, take);
+        connect(mInterface.get(), &Interface::downloadProfileResponse, this, take);
+        mInterface->signIn();
+        registerNewUser(*mInterface);
+        mInterface->downloadProfile();
+        QVERIFY(waitForAnswers(3));
+        QCOMPARE(received, QList<QVariantMap>({sent, sent, sent}));
+    }
+
+    void errorsComeWithoutData()
+    {
+        mSandbox.script({{"signIn"_s, PluginStep::Err, {}, 606}});
+        QVERIFY(open());
+        QSignalSpy signedIn(mInterface.get(), &Interface::signInResponse);
+        mInterface->signIn();
+        QVERIFY(waitForAnswers(1));
+        QCOMPARE(signedIn.at(0).at(0).toInt(), 606);
+        QCOMPARE(signedIn.at(0).at(1).value<SignOn::SessionData>().toMap(), QVariantMap());
+    }
+
+    void tokenIsReadAsText_data()
+    {
+        columns<QVariantMap, int, QString>("answer", "error", "token");
+        const QString name = "Token"_s;
+        QTest::newRow("text") << QVariantMap{{name, "abc"_s}} << 0 << "abc"_s;
+        QTest::newRow("missing") << QVariantMap() << 0 << QString();
+        QTest::newRow("number") << QVariantMap{{name, 12}} << 0 << "12"_s;
+        QTest::newRow("list") << QVariantMap{{name, QVariantList{1, 2}}} << 0 << QString();
+        QTest::newRow("error") << QVariantMap() << 604 << QString();
+    }
+    void tokenIsReadAsText()
+    {
+        const auto [answer, error, token] =
+            fetch<QVariantMap, int, QString>("answer", "error", "token");
+        const int action = error ? PluginStep::Err : PluginStep::Answer;
+        mSandbox.script({{"token"_s, action, answer, error}});
+        QVERIFY(open());
+        QSignalSpy tokens(mInterface.get(), &Interface::tokenResponse);
+        mInterface->token();
+        QVERIFY(waitForAnswers(1));
+        QCOMPARE(tokens.at(0).at(0).toInt(), error);
+        QCOMPARE(tokens.at(0).at(1).toString(), token);
+    }
+
+    void nullTextsArriveEmpty()
+    {
+        QVERIFY(mInterface->createAuthSession(QString(), QString(), QString(), 0, mCredentials));
+        mInterface->changePassword(QString(), QString());
+        QVERIFY(waitForAnswers(1));
+        const QList<PluginRequest> requests = mSandbox.requests();
+        const QVariant empty = QString(QLatin1String(""));
+        QCOMPARE(requests.at(0).data.value("ConsumerKey"_s), empty);
+        QCOMPARE(requests.at(0).data.value("ZorService"_s), empty);
+        QCOMPARE(requests.at(1).data.value("OldPassword"_s), empty);
+        QVERIFY(requests.at(1).data.contains("NewPassword"_s));
+    }
+
+    void registrationWithoutARecordIsRefused()
+    {
+        QVERIFY(open());
+        const MessageLog log;
+        mInterface->registerAccount(nullptr);
+        QCOMPARE(mAnswers, QStringList());
+        QVERIFY(waitForAnswers(1));
+        QCOMPARE(mAnswers, QStringList("registerAccount 1001"_s));
+        QCOMPARE(mSandbox.mechanisms(), QStringList("initialise"_s));
+    }
+
+    void nothingSecretIsLogged()
+    {
+        QLoggingCategory::setFilterRules("*=true"_s);
+        QStringList logged;
+        {
+            const MessageLog log;
+            mSandbox.script({{"token"_s, PluginStep::Answer, {{"Token"_s, "the-token"_s}}},
+                             {"privateMechanism_changepassword"_s, PluginStep::Err, {}, 614}});
+            QVERIFY(open());
+            const QList<Operation> all = operations();
+            for (const Operation& operation : all)
+                operation.call(*mInterface);
+            QVERIFY(waitForAnswers(all.size()));
+            mInterface->changePassword(oldPassword, newPassword);
+            mInterface->destroyActiveAuthSession();
+            mInterface->setSecurityQuestion("question"_s,
+                                            securityAnswer); // no session
+            QVERIFY(waitForAnswers(all.size() + 2));
+            logged = log.all();
+        }
+        QLoggingCategory::setFilterRules(QString());
+        QVERIFY(!logged.isEmpty());
+        const QString text = logged.join(QLatin1Char('\n'));
+        for (const QString& hidden :
+             {secret(), oldPassword, newPassword, securityAnswer, "the-token"_s, "the-password"_s})
+            QVERIFY2(!text.contains(hidden), qPrintable(hidden));
+    }
 
 private:
-    void operationRows();
-    QVariantMap commonKeys() const;
-};
-
-void TestRequests::initTestCase()
-{
-    mCredentials = storeCredentials();
-    QVERIFY(mCredentials > 0);
-}
-
-void TestRequests::init()
-{
-    mSandbox.script({});
-    makeInterface();
-}
-
-QVariantMap TestRequests::commonKeys() const
-{
-    return {
-        {QStringLiteral("ConsumerKey"), key()},     {QStringLiteral("ConsumerSecret"), secret()},
-        {QStringLiteral("ServerUrlValue"), server}, {QStringLiteral("ManualSignIn"), false},
-        {QStringLiteral("VerifyUser"), false},      {QStringLiteral("KelIdHashRequestType"), 0}};
-}
-
-void TestRequests::operationRows()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("mechanism");
-    QTest::addColumn<Call>("call");
-    QTest::addColumn<QVariantMap>("added");
-    const QList<Operation> all = operations();
-    for (const Operation& operation : all)
-        QTest::newRow(operation.name)
-            << QString::fromLatin1(operation.name) << QString::fromLatin1(operation.mechanism)
-            << operation.call << operation.added;
-}
-
-void TestRequests::initialiseCarriesTheServiceName()
-{
-    QVERIFY(open(QStringLiteral("my-service")));
-    QCOMPARE(mSandbox.mechanisms(), QStringList(QStringLiteral("initialise")));
-    QVariantMap expected = commonKeys();
-    expected.insert(QStringLiteral("ZorService"), QStringLiteral("my-service"));
-    const QVariantMap data = mSandbox.requests().at(0).data;
-    QCOMPARE(withoutTheDaemonsKeys(data), expected);
-    QCOMPARE(data.value(QStringLiteral("UserName")), QVariant(QStringLiteral("user")));
-    QCOMPARE(data.value(QStringLiteral("Secret")), QVariant(QStringLiteral("the-password")));
-}
-
-void TestRequests::requestsReachThePluginAsTheyShould_data()
-{
-    operationRows();
-}
-
-void TestRequests::requestsReachThePluginAsTheyShould()
-{
-    QFETCH(QString, mechanism);
-    QFETCH(Call, call);
-    QFETCH(QVariantMap, added);
-    QVERIFY(open());
-    call(*mInterface);
-    QVERIFY(waitForAnswers(1));
-
-    const QList<PluginRequest> requests = mSandbox.requests();
-    QCOMPARE(requests.size(), 2);
-    QCOMPARE(requests.at(1).mechanism, mechanism);
-    QVariantMap data = withoutTheDaemonsKeys(requests.at(1).data);
-    QVariantMap expected = commonKeys();
-    for (auto entry = added.cbegin(); entry != added.cend(); ++entry) {
-        expected.insert(entry.key(), entry.value());
-        if (!entry.value().isNull())
-            continue;
-        QCOMPARE(data.value(entry.key()).userType(), int(QMetaType::QByteArray));
-        data.insert(entry.key(), QVariant()); // its content has a test of its own
-    }
-    QCOMPARE(data, expected);
-    for (auto entry = expected.cbegin(); entry != expected.cend(); ++entry)
-        QCOMPARE(data.value(entry.key()).userType(), entry.value().userType());
-}
-
-void TestRequests::closeReachesThePlugin()
-{
-    QVERIFY(open());
-    mInterface->close();
-    QCOMPARE(mAnswers, QStringList(QStringLiteral("close 0")));
-    QVERIFY(mSandbox.waitForRequests(2));
-    QCOMPARE(mSandbox.mechanisms().last(), QStringLiteral("close"));
-    QCOMPARE(withoutTheDaemonsKeys(mSandbox.requests().at(1).data), commonKeys());
-    letPass(100); // the plugin's own answer is nobody's
-    QCOMPARE(mAnswers.size(), 1);
-}
-
-void TestRequests::registrationArrivesWhole()
-{
-    QVERIFY(open());
-    registerNewUser(*mInterface);
-    QVERIFY(waitForAnswers(1));
-    ByteReader reader(
-        mSandbox.requests().at(1).data.value(QStringLiteral("RegistrationData")).toByteArray());
-    QCOMPARE(reader.text(), QStringLiteral("new.user"));
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.text(), newPassword);
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.text(), QStringLiteral("new.user@mail.example"));
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.date(), QDate(1990, 12, 31));
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.integer(), 0);
-    QCOMPARE(reader.flag(), false);
-    QCOMPARE(reader.flag(), false);
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.integer(), int(QLocale::C));
-    QCOMPARE(reader.integer(), int(QLocale::AnyCountry));
-    QCOMPARE(reader.integer(), 0);
-    QCOMPARE(reader.flag(), false);
-    QCOMPARE(reader.flag(), false);
-    QCOMPARE(reader.text(), QString());
-    QCOMPARE(reader.block(), QByteArray("tag"));
-    QVERIFY(reader.atEnd());
-}
-
-void TestRequests::securityQuestionArrivesWhole()
-{
-    QVERIFY(open());
-    mInterface->setSecurityQuestion(QStringLiteral("Où ?"), securityAnswer);
-    QVERIFY(waitForAnswers(1));
-    ByteReader reader(mSandbox.requests()
-                          .at(1)
-                          .data.value(QStringLiteral("UpdateSecurityQuestion"))
-                          .toByteArray());
-    QCOMPARE(reader.text(), QStringLiteral("Où ?"));
-    QCOMPARE(reader.text(), securityAnswer);
-    QVERIFY(reader.atEnd());
-}
-
-void TestRequests::successIsAnsweredWithZero_data()
-{
-    operationRows();
-}
-
-void TestRequests::successIsAnsweredWithZero()
-{
-    QFETCH(QString, name);
-    QFETCH(Call, call);
-    QVERIFY(open());
-    call(*mInterface);
-    QCOMPARE(mAnswers, QStringList());
-    QVERIFY(waitForAnswers(1));
-    letPass(50);
-    QCOMPARE(mAnswers, QStringList(name + QStringLiteral(" 0")));
-}
-
-void TestRequests::thePluginsErrorIsPassedOn_data()
-{
-    operationRows();
-}
-
-void TestRequests::thePluginsErrorIsPassedOn()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, mechanism);
-    QFETCH(Call, call);
-    mSandbox.script({{mechanism, PluginStep::Err, {}, 614}});
-    QVERIFY(open());
-    call(*mInterface);
-    QVERIFY(waitForAnswers(1));
-    letPass(50);
-    QCOMPARE(mAnswers, QStringList(name + QStringLiteral(" 614")));
-    QVERIFY(mInterface->sessionExists(mCredentials));
-}
-
-void TestRequests::signInAndRegistrationHandTheDataOn()
-{
-    const QVariantMap sent = {{QStringLiteral("UserId"), QStringLiteral("u")},
-                              {QStringLiteral("LoginId"), QStringLiteral("l")},
-                              {QStringLiteral("KelAccountId"), 17},
-                              {QStringLiteral("DownloadedProfile"), QByteArray("p")}};
-    mSandbox.script({{{}, PluginStep::Answer, sent}});
-    QVERIFY(open());
-    QList<QVariantMap> received;
-    const auto take = [&received](int, const SignOn::SessionData& data) {
-        received.append(data.toMap());
-    };
-    connect(mInterface.get(), &Interface::signInResponse, this, take);
-    connect(mInterface.get(), &Interface::registerationCompleted, this, take);
-    connect(mInterface.get(), &Interface::downloadProfileResponse, this, take);
-    mInterface->signIn();
-    registerNewUser(*mInterface);
-    mInterface->downloadProfile();
-    QVERIFY(waitForAnswers(3));
-    QCOMPARE(received, QList<QVariantMap>({sent, sent, sent}));
-}
-
-void TestRequests::errorsComeWithoutData()
-{
-    mSandbox.script({{QStringLiteral("signIn"), PluginStep::Err, {}, 606}});
-    QVERIFY(open());
-    QSignalSpy signedIn(mInterface.get(), &Interface::signInResponse);
-    mInterface->signIn();
-    QVERIFY(waitForAnswers(1));
-    QCOMPARE(signedIn.at(0).at(0).toInt(), 606);
-    QCOMPARE(signedIn.at(0).at(1).value<SignOn::SessionData>().toMap(), QVariantMap());
-}
-
-void TestRequests::tokenIsReadAsText_data()
-{
-    QTest::addColumn<QVariantMap>("answer");
-    QTest::addColumn<int>("error");
-    QTest::addColumn<QString>("token");
-    const QString name = QStringLiteral("Token");
-    QTest::newRow("text") << QVariantMap{{name, QStringLiteral("abc")}} << 0
-                          << QStringLiteral("abc");
-    QTest::newRow("missing") << QVariantMap() << 0 << QString();
-    QTest::newRow("number") << QVariantMap{{name, 12}} << 0 << QStringLiteral("12");
-    QTest::newRow("list") << QVariantMap{{name, QVariantList{1, 2}}} << 0 << QString();
-    QTest::newRow("error") << QVariantMap() << 604 << QString();
-}
-
-void TestRequests::tokenIsReadAsText()
-{
-    QFETCH(QVariantMap, answer);
-    QFETCH(int, error);
-    QFETCH(QString, token);
-    const int action = error ? PluginStep::Err : PluginStep::Answer;
-    mSandbox.script({{QStringLiteral("token"), action, answer, error}});
-    QVERIFY(open());
-    QSignalSpy tokens(mInterface.get(), &Interface::tokenResponse);
-    mInterface->token();
-    QVERIFY(waitForAnswers(1));
-    QCOMPARE(tokens.at(0).at(0).toInt(), error);
-    QCOMPARE(tokens.at(0).at(1).toString(), token);
-}
-
-void TestRequests::nullTextsArriveEmpty()
-{
-    QVERIFY(mInterface->createAuthSession(QString(), QString(), QString(), 0, mCredentials));
-    mInterface->changePassword(QString(), QString());
-    QVERIFY(waitForAnswers(1));
-    const QList<PluginRequest> requests = mSandbox.requests();
-    const QVariant empty = QString(QLatin1String(""));
-    QCOMPARE(requests.at(0).data.value(QStringLiteral("ConsumerKey")), empty);
-    QCOMPARE(requests.at(0).data.value(QStringLiteral("ZorService")), empty);
-    QCOMPARE(requests.at(1).data.value(QStringLiteral("OldPassword")), empty);
-    QVERIFY(requests.at(1).data.contains(QStringLiteral("NewPassword")));
-}
-
-void TestRequests::registrationWithoutARecordIsRefused()
-{
-    QVERIFY(open());
-    const MessageLog log;
-    mInterface->registerAccount(nullptr);
-    QCOMPARE(mAnswers, QStringList());
-    QVERIFY(waitForAnswers(1));
-    QCOMPARE(mAnswers, QStringList(QStringLiteral("registerAccount 1001")));
-    QCOMPARE(mSandbox.mechanisms(), QStringList(QStringLiteral("initialise")));
-}
-
-void TestRequests::nothingSecretIsLogged()
-{
-    QLoggingCategory::setFilterRules(QStringLiteral("*=true"));
-    QStringList logged;
+    void operationRows()
     {
-        const MessageLog log;
-        mSandbox.script(
-            {{QStringLiteral("token"),
-              PluginStep::Answer,
-              {{QStringLiteral("Token"), QStringLiteral("the-token")}}},
-             {QStringLiteral("privateMechanism_changepassword"), PluginStep::Err, {}, 614}});
-        QVERIFY(open());
+        columns<QString, QString, Call, QVariantMap>("name", "mechanism", "call", "added");
         const QList<Operation> all = operations();
         for (const Operation& operation : all)
-            operation.call(*mInterface);
-        QVERIFY(waitForAnswers(all.size()));
-        mInterface->changePassword(oldPassword, newPassword);
-        mInterface->destroyActiveAuthSession();
-        mInterface->setSecurityQuestion(QStringLiteral("question"), securityAnswer); // no session
-        QVERIFY(waitForAnswers(all.size() + 2));
-        logged = log.all();
+            QTest::newRow(operation.name)
+                << QString::fromLatin1(operation.name) << QString::fromLatin1(operation.mechanism)
+                << operation.call << operation.added;
     }
-    QLoggingCategory::setFilterRules(QString());
-    QVERIFY(!logged.isEmpty());
-    const QString text = logged.join(QLatin1Char('\n'));
-    for (const QString& hidden : {secret(), oldPassword, newPassword, securityAnswer,
-                                  QStringLiteral("the-token"), QStringLiteral("the-password")})
-        QVERIFY2(!text.contains(hidden), qPrintable(hidden));
-}
+
+    QVariantMap commonKeys() const
+    {
+        return {{"ConsumerKey"_s, key()},     {"ConsumerSecret"_s, secret()},
+                {"ServerUrlValue"_s, server}, {"ManualSignIn"_s, false},
+                {"VerifyUser"_s, false},      {"KelIdHashRequestType"_s, 0}};
+    }
+};
 
 int main(int argc, char** argv)
 {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "signonfixture.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -36,7 +38,7 @@ constexpr int sessionTimeout = 2;
 
 int openDescriptors(qint64 process)
 {
-    return QDir(QStringLiteral("/proc/%1/fd").arg(process))
+    return QDir("/proc/%1/fd"_s.arg(process))
         .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
         .size();
 }
@@ -44,7 +46,7 @@ int openDescriptors(qint64 process)
 /// Resident memory in KiB; 0 when it cannot be read.
 int residentMemory(qint64 process)
 {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    QFile status("/proc/%1/status"_s.arg(process));
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QList<QByteArray> lines = status.readAll().split('\n');
@@ -59,14 +61,12 @@ int residentMemory(qint64 process)
 int daemonObjects(const QString& prefix)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("com.google.code.AccountsSSO.SingleSignOn"),
-        QStringLiteral("/com/google/code/AccountsSSO/SingleSignOn"),
-        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"));
+        "com.google.code.AccountsSSO.SingleSignOn"_s, "/com/google/code/AccountsSSO/SingleSignOn"_s,
+        "org.freedesktop.DBus.Introspectable"_s, "Introspect"_s);
     const QDBusMessage answer = QDBusConnection::sessionBus().call(call, QDBus::Block, 10000);
     if (answer.type() != QDBusMessage::ReplyMessage)
         return -1;
-    return answer.arguments().value(0).toString().count(
-        QStringLiteral("<node name=\"%1").arg(prefix));
+    return answer.arguments().value(0).toString().count("<node name=\"%1"_s.arg(prefix));
 }
 
 } // namespace
@@ -80,100 +80,90 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
-    void initTestCase();
-    void nothingGrowsWithTheSessions_data();
-    void nothingGrowsWithTheSessions();
+    void initTestCase()
+    {
+        mCredentials = storeCredentials();
+        QVERIFY(mCredentials > 0);
+        makeInterface();
+    }
+
+    void nothingGrowsWithTheSessions_data()
+    {
+        columns<int, bool, int>("action", "withRequest", "rounds");
+        QTest::newRow("opened and closed") << int(PluginStep::Answer) << true << 500;
+        QTest::newRow("failed to open") << int(PluginStep::Err) << false << 100;
+    }
+    void nothingGrowsWithTheSessions()
+    {
+        QFETCH(int, action);
+        QFETCH(bool, withRequest);
+        QFETCH(int, rounds);
+        mSandbox.script({{"initialise"_s, action, {}, 605}});
+
+        int failures = 0;
+        const auto run = [&](int count) {
+            for (int i = 0; i < count; ++i) {
+                mAnswers.clear();
+                const bool opened = open();
+                failures += opened == withRequest ? 0 : 1;
+                if (withRequest) {
+                    mInterface->token();
+                    mInterface->close();
+                    failures += waitForAnswers(2) ? 0 : 1;
+                }
+                mInterface->destroyActiveAuthSession();
+            }
+        };
+
+        run(warmUpRounds);
+        QVERIFY(settle());
+        const pid_t daemon = mSandbox.daemonProcessId();
+        QVERIFY(daemon > 1);
+        letPass(200);
+        const qint64 self = QCoreApplication::applicationPid();
+        const int ownDescriptors = openDescriptors(self);
+        const int ownMemory = residentMemory(self);
+        const int daemonDescriptors = openDescriptors(daemon);
+        const int daemonMemory = residentMemory(daemon);
+        const int identities = daemonObjects("Identity_"_s);
+        const int objects = mInterface->findChildren<QObject*>().size();
+        QVERIFY(ownDescriptors > 0 && daemonDescriptors > 0 && ownMemory > 0 && daemonMemory > 0);
+
+        run(rounds);
+        QVERIFY(settle());
+        QCOMPARE(failures, 0);
+        QCOMPARE(mSandbox.daemonProcessId(), daemon);
+        // Connections of the test itself are closed a moment later, in the thread of the bus.
+        QTRY_COMPARE(openDescriptors(self), ownDescriptors);
+        QTRY_COMPARE(openDescriptors(daemon), daemonDescriptors);
+        QCOMPARE(daemonObjects("Identity_"_s), identities);
+        QCOMPARE(mInterface->findChildren<QObject*>().size(), objects);
+        const int ownGrowth = residentMemory(self) - ownMemory;
+        const int daemonGrowth = residentMemory(daemon) - daemonMemory;
+        qInfo("KiB in %d rounds: %d here, %d in the daemon", rounds, ownGrowth, daemonGrowth);
+        QVERIFY(ownGrowth < ownAllowance);
+        QVERIFY(daemonGrowth < daemonAllowance);
+    }
 
 private:
-    bool settle();
+    /// Until the daemon has forgotten every session but one: it looks for unused ones when it makes
+    /// a new one.
+    bool settle()
+    {
+        letPass(1000 * sessionTimeout + 2000);
+        open();
+        mInterface->destroyActiveAuthSession();
+        letPass(100);
+        return daemonObjects("AuthSession_"_s) == 1;
+    }
 };
-
-void TestRounds::initTestCase()
-{
-    mCredentials = storeCredentials();
-    QVERIFY(mCredentials > 0);
-    makeInterface();
-}
-
-/// Until the daemon has forgotten every session but one: it looks for unused ones when it makes a
-/// new one.
-bool TestRounds::settle()
-{
-    letPass(1000 * sessionTimeout + 2000);
-    open();
-    mInterface->destroyActiveAuthSession();
-    letPass(100);
-    return daemonObjects(QStringLiteral("AuthSession_")) == 1;
-}
-
-void TestRounds::nothingGrowsWithTheSessions_data()
-{
-    QTest::addColumn<int>("action");
-    QTest::addColumn<bool>("withRequest");
-    QTest::addColumn<int>("rounds");
-    QTest::newRow("opened and closed") << int(PluginStep::Answer) << true << 500;
-    QTest::newRow("failed to open") << int(PluginStep::Err) << false << 100;
-}
-
-void TestRounds::nothingGrowsWithTheSessions()
-{
-    QFETCH(int, action);
-    QFETCH(bool, withRequest);
-    QFETCH(int, rounds);
-    mSandbox.script({{QStringLiteral("initialise"), action, {}, 605}});
-
-    int failures = 0;
-    const auto run = [&](int count) {
-        for (int i = 0; i < count; ++i) {
-            mAnswers.clear();
-            const bool opened = open();
-            failures += opened == withRequest ? 0 : 1;
-            if (withRequest) {
-                mInterface->token();
-                mInterface->close();
-                failures += waitForAnswers(2) ? 0 : 1;
-            }
-            mInterface->destroyActiveAuthSession();
-        }
-    };
-
-    run(warmUpRounds);
-    QVERIFY(settle());
-    const pid_t daemon = mSandbox.daemonProcessId();
-    QVERIFY(daemon > 1);
-    letPass(200);
-    const qint64 self = QCoreApplication::applicationPid();
-    const int ownDescriptors = openDescriptors(self);
-    const int ownMemory = residentMemory(self);
-    const int daemonDescriptors = openDescriptors(daemon);
-    const int daemonMemory = residentMemory(daemon);
-    const int identities = daemonObjects(QStringLiteral("Identity_"));
-    const int objects = mInterface->findChildren<QObject*>().size();
-    QVERIFY(ownDescriptors > 0 && daemonDescriptors > 0 && ownMemory > 0 && daemonMemory > 0);
-
-    run(rounds);
-    QVERIFY(settle());
-    QCOMPARE(failures, 0);
-    QCOMPARE(mSandbox.daemonProcessId(), daemon);
-    // Connections of the test itself are closed a moment later, in the thread of the bus.
-    QTRY_COMPARE(openDescriptors(self), ownDescriptors);
-    QTRY_COMPARE(openDescriptors(daemon), daemonDescriptors);
-    QCOMPARE(daemonObjects(QStringLiteral("Identity_")), identities);
-    QCOMPARE(mInterface->findChildren<QObject*>().size(), objects);
-    const int ownGrowth = residentMemory(self) - ownMemory;
-    const int daemonGrowth = residentMemory(daemon) - daemonMemory;
-    qInfo("KiB in %d rounds: %d here, %d in the daemon", rounds, ownGrowth, daemonGrowth);
-    QVERIFY(ownGrowth < ownAllowance);
-    QVERIFY(daemonGrowth < daemonAllowance);
-}
 
 int main(int argc, char** argv)
 {
     return runInSession<TestRounds>(argc, argv, [](KelEmulator::Sandbox& session) {
-        session.setVariable(QStringLiteral("SSO_AUTHSESSION_TIMEOUT"),
-                            QString::number(sessionTimeout));
+        session.setVariable("SSO_AUTHSESSION_TIMEOUT"_s, QString::number(sessionTimeout));
         // The daemon's objects are seen on the bus only when the library meets it there.
-        session.setVariable(QStringLiteral("SSO_USE_PEER_BUS"), QStringLiteral("0"));
+        session.setVariable("SSO_USE_PEER_BUS"_s, "0"_s);
     });
 }
 

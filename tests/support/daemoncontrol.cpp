@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/daemoncontrol.h"
 
+#include "support/literals.h"
 #include "support/sqlitereader.h"
 
 #include <QDBusConnection>
@@ -24,13 +25,12 @@ const QLatin1String daemonName("com.google.code.AccountsSSO.SingleSignOn");
 QDBusMessage askBus(const QString& method, const QVariantList& arguments)
 {
     static int count = 0;
-    const QString name = QStringLiteral("kel-test-%1").arg(count++);
+    const QString name = "kel-test-%1"_s.arg(count++);
     QDBusMessage answer;
     {
         QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
         QDBusMessage call = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), method);
+            "org.freedesktop.DBus"_s, "/org/freedesktop/DBus"_s, "org.freedesktop.DBus"_s, method);
         call.setArguments(arguments);
         answer = bus.call(call, QDBus::Block, busTimeoutMs);
     }
@@ -44,7 +44,7 @@ bool isMade(const char* database)
     const QString file =
         qEnvironmentVariable("SSO_STORAGE_PATH") + QLatin1Char('/') + QLatin1String(database);
     return QFile::exists(file) &&
-           sqliteRows(file, QStringLiteral("PRAGMA user_version")).value(0).value(0).toInt() > 0;
+           sqliteRows(file, "PRAGMA user_version"_s).value(0).value(0).toInt() > 0;
 }
 
 /// Not by QTest::qWaitFor(): no event is to be seen.
@@ -64,8 +64,7 @@ bool waitForDatabases()
 
 pid_t processId()
 {
-    const QDBusMessage answer =
-        askBus(QStringLiteral("GetConnectionUnixProcessID"), {QString(daemonName)});
+    const QDBusMessage answer = askBus("GetConnectionUnixProcessID"_s, {QString(daemonName)});
     return answer.type() == QDBusMessage::ReplyMessage
                ? static_cast<pid_t>(answer.arguments().value(0).toUInt())
                : 0;
@@ -89,16 +88,16 @@ bool kill()
 
 bool start()
 {
-    askBus(QStringLiteral("StartServiceByName"), {QString(daemonName), 0U});
+    askBus("StartServiceByName"_s, {QString(daemonName), 0U});
     return processId() > 1 && waitForDatabases();
 }
 
 void setInstalled(const QString& sessionFolder, bool installed)
 {
-    const QString file = sessionFolder + QStringLiteral("/bus-services/") + daemonName;
-    const QString used = file + QStringLiteral(".service");
+    const QString file = sessionFolder + "/bus-services/"_s + daemonName;
+    const QString used = file + ".service"_s;
     QFile::rename(installed ? file : used, installed ? used : file);
-    askBus(QStringLiteral("ReloadConfig"), {});
+    askBus("ReloadConfig"_s, {});
 }
 
 } // namespace KelTest::DaemonControl

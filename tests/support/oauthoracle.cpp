@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/oauthoracle.h"
+#include "support/literals.h"
 
 #include <QOAuth1Signature>
 #include <QUrl>
@@ -76,8 +77,8 @@ QByteArray signatureWithLiboauth(const Call& call)
     Array array;
     array.add(call.address.toUtf8());
     array.add(call.parameters);
-    array.add(QStringLiteral("oauth_nonce"), call.nonce);
-    array.add(QStringLiteral("oauth_timestamp"), call.timeStamp);
+    array.add("oauth_nonce"_s, call.nonce);
+    array.add("oauth_timestamp"_s, call.timeStamp);
     const QByteArray token = call.token.toUtf8();
     oauth_sign_array2_process(&array.count, &array.values, nullptr, OA_HMAC, "POST",
                               call.consumerKey.toUtf8().constData(),
@@ -98,13 +99,13 @@ QByteArray signatureWithQt(const Call& call)
                                QOAuth1Signature::HttpRequestMethod::Post);
     for (const auto& parameter : call.parameters)
         signature.insert(parameter.first, parameter.second);
-    signature.insert(QStringLiteral("oauth_consumer_key"), call.consumerKey);
-    signature.insert(QStringLiteral("oauth_nonce"), call.nonce);
-    signature.insert(QStringLiteral("oauth_timestamp"), call.timeStamp);
-    signature.insert(QStringLiteral("oauth_signature_method"), QStringLiteral("HMAC-SHA1"));
-    signature.insert(QStringLiteral("oauth_version"), QStringLiteral("1.0"));
+    signature.insert("oauth_consumer_key"_s, call.consumerKey);
+    signature.insert("oauth_nonce"_s, call.nonce);
+    signature.insert("oauth_timestamp"_s, call.timeStamp);
+    signature.insert("oauth_signature_method"_s, "HMAC-SHA1"_s);
+    signature.insert("oauth_version"_s, "1.0"_s);
     if (!call.token.isNull())
-        signature.insert(QStringLiteral("oauth_token"), call.token);
+        signature.insert("oauth_token"_s, call.token);
     return signature.hmacSha1().toBase64();
 }
 
@@ -113,7 +114,7 @@ QVector<QByteArray> headerPiecesWithLiboauth(const Parameters& parameters)
     QVector<QByteArray> pieces;
     for (const auto& parameter : parameters) {
         Array array;
-        array.add(QByteArray("address"));
+        array.add("address"_ba);
         array.add(parameter.first, parameter.second);
         // 4: values stand in double quotes
         char separator[] = ", ";

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/processmemory.h"
+#include "support/literals.h"
 
 #include <QFile>
 
@@ -19,8 +20,8 @@ void count(const QByteArray& memory, const QList<QByteArray>& texts, QList<int>&
 
 QList<int> countInMemory(pid_t process, const QList<QByteArray>& texts)
 {
-    QFile maps(QStringLiteral("/proc/%1/maps").arg(process));
-    QFile memory(QStringLiteral("/proc/%1/mem").arg(process));
+    QFile maps("/proc/%1/maps"_s.arg(process));
+    QFile memory("/proc/%1/mem"_s.arg(process));
     if (!maps.open(QIODevice::ReadOnly) ||
         !memory.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return {};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/scriptedserver.h"
+#include "support/literals.h"
 
 #include <QSslCertificate>
 #include <QSslSocket>
@@ -69,14 +70,13 @@ ScriptedServer::ScriptedServer(const QSslConfiguration& tls)
     mServer.tls = tls;
     connect(&mServer, &QTcpServer::newConnection, this, &ScriptedServer::onConnection);
     if (!mServer.listen(QHostAddress::LocalHost))
-        mProblems.append(QStringLiteral("cannot listen: ") + mServer.errorString());
+        mProblems.append("cannot listen: "_s + mServer.errorString());
 }
 
 QString ScriptedServer::base() const
 {
-    const QString scheme =
-        mServer.tls.localCertificate().isNull() ? QStringLiteral("http") : QStringLiteral("https");
-    return QStringLiteral("%1://127.0.0.1:%2/rest/1.0/").arg(scheme).arg(port());
+    const QString scheme = mServer.tls.localCertificate().isNull() ? "http"_s : "https"_s;
+    return "%1://127.0.0.1:%2/rest/1.0/"_s.arg(scheme).arg(port());
 }
 
 void ScriptedServer::closeConnections()
@@ -90,8 +90,7 @@ QStringList ScriptedServer::problems() const
 {
     QStringList result = mProblems;
     if (!mReactions.isEmpty())
-        result.append(
-            QStringLiteral("%1 ordered reactions were never used").arg(mReactions.size()));
+        result.append("%1 ordered reactions were never used"_s.arg(mReactions.size()));
     return result;
 }
 
@@ -133,7 +132,7 @@ void ScriptedServer::onData(QTcpSocket* socket)
 void ScriptedServer::react(QTcpSocket* socket)
 {
     if (mReactions.isEmpty() && !mAnswer) {
-        mProblems.append(QStringLiteral("unexpected request for ") +
+        mProblems.append("unexpected request for "_s +
                          QString::fromLatin1(mRequests.last().target));
         socket->abort();
         return;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/sessionsandbox.h"
 
+#include "support/literals.h"
 #include "support/sqlitereader.h"
 
 #include <QCoreApplication>
@@ -32,9 +33,9 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
 
 SessionSandbox::SessionSandbox()
 {
-    mSession.setPlugin(QStringLiteral("zorauth"), QStringLiteral(KELACCOUNT_TEST_PLUGIN));
+    mSession.setPlugin("zorauth"_s, QStringLiteral(KELACCOUNT_TEST_PLUGIN));
     // The daemon has each answered request written out to disk; in memory that is ten times faster.
-    const QString memory = QStringLiteral("/dev/shm");
+    const QString memory = "/dev/shm"_s;
     if (QFileInfo(memory).isWritable())
         mSession.setParentFolder(memory);
 }
@@ -52,7 +53,7 @@ bool SessionSandbox::start()
 
 QString SessionSandbox::pluginFile(const char* name) const
 {
-    return mSession.path(QStringLiteral("home/") + QLatin1String(name));
+    return mSession.path("home/"_s + QLatin1String(name));
 }
 
 void SessionSandbox::script(const QList<PluginStep>& steps)
@@ -112,17 +113,17 @@ void SessionSandbox::setDaemonInstalled(bool installed) const
 
 QList<QVariantList> SessionSandbox::credentials(const QString& query) const
 {
-    return sqliteRows(mSession.path(QStringLiteral("credentials/signon.db")), query);
+    return sqliteRows(mSession.path("credentials/signon.db"_s), query);
 }
 
 QList<QVariantList> SessionSandbox::secrets(const QString& query) const
 {
-    return sqliteRows(mSession.path(QStringLiteral("credentials/signon-secrets.db")), query);
+    return sqliteRows(mSession.path("credentials/signon-secrets.db"_s), query);
 }
 
 QList<QVariantList> SessionSandbox::accounts(const QString& query) const
 {
-    return sqliteRows(mSession.path(QStringLiteral("accounts/accounts.db")), query);
+    return sqliteRows(mSession.path("accounts/accounts.db"_s), query);
 }
 
 } // namespace KelTest

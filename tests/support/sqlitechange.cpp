@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/sqlitechange.h"
+#include "support/literals.h"
 
 #include <QFile>
 
@@ -37,13 +38,13 @@ void SqliteLock::Close::operator()(sqlite3* database) const
 
 SqliteLock::SqliteLock(const QString& databaseFile) : mDatabase(opened(databaseFile))
 {
-    mHeld = execute(mDatabase.get(), QStringLiteral("BEGIN EXCLUSIVE"));
+    mHeld = execute(mDatabase.get(), "BEGIN EXCLUSIVE"_s);
 }
 
 SqliteLock::~SqliteLock()
 {
     if (mHeld)
-        execute(mDatabase.get(), QStringLiteral("ROLLBACK"));
+        execute(mDatabase.get(), "ROLLBACK"_s);
 }
 
 bool sqliteChange(const QString& databaseFile, const QString& statements)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/sqlitereader.h"
+#include "support/literals.h"
 
 #include <QFile>
 
@@ -41,7 +42,7 @@ QVariant column(sqlite3_stmt* statement, int index)
 
 QList<QVariantList> failure(sqlite3* database)
 {
-    return {{QStringLiteral("sqlite: ") + QString::fromUtf8(sqlite3_errmsg(database))}};
+    return {{"sqlite: "_s + QString::fromUtf8(sqlite3_errmsg(database))}};
 }
 
 } // namespace

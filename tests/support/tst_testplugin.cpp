@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/literals.h"
 #include "support/sessionsandbox.h"
 
 #include <SignOn/AuthSession>
@@ -13,7 +14,7 @@ using namespace KelTest;
 
 namespace {
 
-const QString mechanism = QStringLiteral("initialise");
+const QString mechanism = "initialise"_s;
 
 } // namespace
 
@@ -26,21 +27,150 @@ public:
     explicit TestTestPlugin(SessionSandbox& sandbox) : mSandbox(sandbox) {}
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void recordsKeysTypesAndValues();
-    void answersWithWhatItWasGiven();
-    void reportsTheGivenError();
-    void stepsAreTakenInOrderAndTheLastStays();
-    void stepsBelongToAMechanism();
-    void hangsUntilItIsCancelled();
-    void answersLate();
-    void diesAndIsStartedAgain();
-    void deafToCancellationItAnswersAllTheSame();
+    void init()
+    {
+        mAnswers.clear();
+        mErrors.clear();
+        mSandbox.script({});
+        mIdentity.reset(SignOn::Identity::newIdentity());
+        mSession = mIdentity->createSession("zorauth"_s);
+        QVERIFY(mSession);
+        connect(mSession, &SignOn::AuthSession::response, this,
+                [this](const SignOn::SessionData& data) { mAnswers.append(data.toMap()); });
+        connect(mSession, &SignOn::AuthSession::error, this,
+                [this](const SignOn::Error& error) { mErrors.append(error.type()); });
+    }
+
+    void cleanup() { mIdentity.reset(); }
+
+    void recordsKeysTypesAndValues()
+    {
+        const QVariantMap sent = {{"Text"_s, "väl\u0301ue"_s},
+                                  {"Empty"_s, QString(QLatin1String(""))},
+                                  {"Number"_s, -7},
+                                  {"Flag"_s, true},
+                                  {"Bytes"_s, QByteArray("\0\1\xff", 3)}};
+        process(sent);
+        QVERIFY(waitForAnswer());
+        const QList<PluginRequest> requests = mSandbox.requests();
+        QCOMPARE(requests.size(), 1);
+        QCOMPARE(requests.at(0).mechanism, mechanism);
+        for (auto entry = sent.cbegin(); entry != sent.cend(); ++entry) {
+            const QVariant got = requests.at(0).data.value(entry.key());
+            QCOMPARE(got, entry.value());
+            QCOMPARE(got.userType(), entry.value().userType());
+        }
+    }
+
+    void answersWithWhatItWasGiven()
+    {
+        mSandbox.script({{mechanism,
+                          PluginStep::Answer,
+                          {{"Token"_s, "t"_s}, {"Number"_s, 3}, {"Bytes"_s, "ab"_ba}}}});
+        process();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>());
+        QCOMPARE(mAnswers.at(0).value("Token"_s), QVariant("t"_s));
+        QCOMPARE(mAnswers.at(0).value("Number"_s), QVariant(3));
+        QCOMPARE(mAnswers.at(0).value("Bytes"_s), QVariant("ab"_ba));
+    }
+
+    void reportsTheGivenError()
+    {
+        mSandbox.script({{mechanism, PluginStep::Err, {}, 614}});
+        process();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>({614}));
+        QCOMPARE(mAnswers.size(), 0);
+    }
+
+    void stepsAreTakenInOrderAndTheLastStays()
+    {
+        mSandbox.script(
+            {{mechanism, PluginStep::Err, {}, 601}, {mechanism, PluginStep::Err, {}, 602}});
+        for (int i = 0; i < 3; ++i) {
+            process();
+            QVERIFY(waitForAnswer());
+        }
+        QCOMPARE(mErrors, QList<int>({601, 602, 602}));
+    }
+
+    void stepsBelongToAMechanism()
+    {
+        mSandbox.script({{"token"_s, PluginStep::Err, {}, 601}});
+        process();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>());
+        mSession->process(SignOn::SessionData(), "token"_s);
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>({601}));
+        QCOMPARE(mSandbox.mechanisms(), QStringList({mechanism, "token"_s}));
+    }
+
+    void hangsUntilItIsCancelled()
+    {
+        mSandbox.script({{mechanism, PluginStep::Hang}});
+        process();
+        QVERIFY(mSandbox.waitForRequests(1));
+        QVERIFY(!waitUntil([this] { return !mAnswers.isEmpty() || !mErrors.isEmpty(); }, 300));
+        mSession->cancel();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>({SignOn::Error::SessionCanceled}));
+        QVERIFY(waitUntil([this] { return mSandbox.cancellations() == 1; }));
+    }
+
+    void answersLate()
+    {
+        mSandbox.script({{mechanism, PluginStep::Answer, {{"A"_s, 1}}, 0, 300}});
+        process();
+        QVERIFY(!waitUntil([this] { return !mAnswers.isEmpty(); }, 150));
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mAnswers.at(0).value("A"_s), QVariant(1));
+    }
+
+    void diesAndIsStartedAgain()
+    {
+        mSandbox.script({{mechanism, PluginStep::Die}, {mechanism, PluginStep::Answer}});
+        process();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors.size(), 1);
+        const pid_t first = mSandbox.pluginProcessId();
+        // The daemon notices the end of the process a moment after it has reported it.
+        QVERIFY(waitUntil([this] {
+            process();
+            waitForAnswer();
+            return !mAnswers.isEmpty();
+        }));
+        QVERIFY(mSandbox.pluginProcessId() != first);
+    }
+
+    void deafToCancellationItAnswersAllTheSame()
+    {
+        mSandbox.script({{mechanism, PluginStep::IgnoreCancel, {}, 0, 400},
+                         {mechanism, PluginStep::Err, {}, 601}});
+        process();
+        QVERIFY(mSandbox.waitForRequests(1));
+        mSession->cancel();
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors, QList<int>({SignOn::Error::SessionCanceled}));
+        // The daemon keeps the next request until the plugin has done with the cancelled one.
+        process();
+        QVERIFY(!mSandbox.waitForRequests(2, 150));
+        QVERIFY(waitForAnswer());
+        QCOMPARE(mErrors.last(), 601);
+    }
 
 private:
-    void process(const QVariantMap& data = QVariantMap());
-    bool waitForAnswer();
+    void process(const QVariantMap& data = QVariantMap())
+    {
+        mSession->process(SignOn::SessionData(data), mechanism);
+    }
+
+    bool waitForAnswer()
+    {
+        const int before = mAnswers.size() + mErrors.size();
+        return waitUntil([this, before] { return mAnswers.size() + mErrors.size() > before; });
+    }
 
     SessionSandbox& mSandbox;
     std::unique_ptr<SignOn::Identity> mIdentity;
@@ -48,154 +178,6 @@ private:
     QList<QVariantMap> mAnswers;
     QList<int> mErrors;
 };
-
-void TestTestPlugin::init()
-{
-    mAnswers.clear();
-    mErrors.clear();
-    mSandbox.script({});
-    mIdentity.reset(SignOn::Identity::newIdentity());
-    mSession = mIdentity->createSession(QStringLiteral("zorauth"));
-    QVERIFY(mSession);
-    connect(mSession, &SignOn::AuthSession::response, this,
-            [this](const SignOn::SessionData& data) { mAnswers.append(data.toMap()); });
-    connect(mSession, &SignOn::AuthSession::error, this,
-            [this](const SignOn::Error& error) { mErrors.append(error.type()); });
-}
-
-void TestTestPlugin::cleanup()
-{
-    mIdentity.reset();
-}
-
-void TestTestPlugin::process(const QVariantMap& data)
-{
-    mSession->process(SignOn::SessionData(data), mechanism);
-}
-
-bool TestTestPlugin::waitForAnswer()
-{
-    const int before = mAnswers.size() + mErrors.size();
-    return waitUntil([this, before] { return mAnswers.size() + mErrors.size() > before; });
-}
-
-void TestTestPlugin::recordsKeysTypesAndValues()
-{
-    const QVariantMap sent = {{QStringLiteral("Text"), QStringLiteral("väl\u0301ue")},
-                              {QStringLiteral("Empty"), QString(QLatin1String(""))},
-                              {QStringLiteral("Number"), -7},
-                              {QStringLiteral("Flag"), true},
-                              {QStringLiteral("Bytes"), QByteArray("\0\1\xff", 3)}};
-    process(sent);
-    QVERIFY(waitForAnswer());
-    const QList<PluginRequest> requests = mSandbox.requests();
-    QCOMPARE(requests.size(), 1);
-    QCOMPARE(requests.at(0).mechanism, mechanism);
-    for (auto entry = sent.cbegin(); entry != sent.cend(); ++entry) {
-        const QVariant got = requests.at(0).data.value(entry.key());
-        QCOMPARE(got, entry.value());
-        QCOMPARE(got.userType(), entry.value().userType());
-    }
-}
-
-void TestTestPlugin::answersWithWhatItWasGiven()
-{
-    mSandbox.script({{mechanism,
-                      PluginStep::Answer,
-                      {{QStringLiteral("Token"), QStringLiteral("t")},
-                       {QStringLiteral("Number"), 3},
-                       {QStringLiteral("Bytes"), QByteArray("ab")}}}});
-    process();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>());
-    QCOMPARE(mAnswers.at(0).value(QStringLiteral("Token")), QVariant(QStringLiteral("t")));
-    QCOMPARE(mAnswers.at(0).value(QStringLiteral("Number")), QVariant(3));
-    QCOMPARE(mAnswers.at(0).value(QStringLiteral("Bytes")), QVariant(QByteArray("ab")));
-}
-
-void TestTestPlugin::reportsTheGivenError()
-{
-    mSandbox.script({{mechanism, PluginStep::Err, {}, 614}});
-    process();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>({614}));
-    QCOMPARE(mAnswers.size(), 0);
-}
-
-void TestTestPlugin::stepsAreTakenInOrderAndTheLastStays()
-{
-    mSandbox.script({{mechanism, PluginStep::Err, {}, 601}, {mechanism, PluginStep::Err, {}, 602}});
-    for (int i = 0; i < 3; ++i) {
-        process();
-        QVERIFY(waitForAnswer());
-    }
-    QCOMPARE(mErrors, QList<int>({601, 602, 602}));
-}
-
-void TestTestPlugin::stepsBelongToAMechanism()
-{
-    mSandbox.script({{QStringLiteral("token"), PluginStep::Err, {}, 601}});
-    process();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>());
-    mSession->process(SignOn::SessionData(), QStringLiteral("token"));
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>({601}));
-    QCOMPARE(mSandbox.mechanisms(), QStringList({mechanism, QStringLiteral("token")}));
-}
-
-void TestTestPlugin::hangsUntilItIsCancelled()
-{
-    mSandbox.script({{mechanism, PluginStep::Hang}});
-    process();
-    QVERIFY(mSandbox.waitForRequests(1));
-    QVERIFY(!waitUntil([this] { return !mAnswers.isEmpty() || !mErrors.isEmpty(); }, 300));
-    mSession->cancel();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>({SignOn::Error::SessionCanceled}));
-    QVERIFY(waitUntil([this] { return mSandbox.cancellations() == 1; }));
-}
-
-void TestTestPlugin::answersLate()
-{
-    mSandbox.script({{mechanism, PluginStep::Answer, {{QStringLiteral("A"), 1}}, 0, 300}});
-    process();
-    QVERIFY(!waitUntil([this] { return !mAnswers.isEmpty(); }, 150));
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mAnswers.at(0).value(QStringLiteral("A")), QVariant(1));
-}
-
-void TestTestPlugin::diesAndIsStartedAgain()
-{
-    mSandbox.script({{mechanism, PluginStep::Die}, {mechanism, PluginStep::Answer}});
-    process();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors.size(), 1);
-    const pid_t first = mSandbox.pluginProcessId();
-    // The daemon notices the end of the process a moment after it has reported it.
-    QVERIFY(waitUntil([this] {
-        process();
-        waitForAnswer();
-        return !mAnswers.isEmpty();
-    }));
-    QVERIFY(mSandbox.pluginProcessId() != first);
-}
-
-void TestTestPlugin::deafToCancellationItAnswersAllTheSame()
-{
-    mSandbox.script(
-        {{mechanism, PluginStep::IgnoreCancel, {}, 0, 400}, {mechanism, PluginStep::Err, {}, 601}});
-    process();
-    QVERIFY(mSandbox.waitForRequests(1));
-    mSession->cancel();
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors, QList<int>({SignOn::Error::SessionCanceled}));
-    // The daemon keeps the next request until the plugin has done with the cancelled one.
-    process();
-    QVERIFY(!mSandbox.waitForRequests(2, 150));
-    QVERIFY(waitForAnswer());
-    QCOMPARE(mErrors.last(), 601);
-}
 
 int main(int argc, char** argv)
 {
