@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# usage: packages.sh SOURCES BUILD
+# Makes the Debian packages from what is built, unpacks them into a folder, and has that build programs and
+# tell the demo's story. ./package --check does the same with optimised ones in a Debian of its own.
+set -euo pipefail
+source=$1
+build=$2
+for program in dh dpkg-buildpackage; do
+    command -v "$program" >/dev/null || { echo "$program is missing: packages debhelper and dpkg-dev"; exit 1; }
+done
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# What dh needs of the sources; it builds nothing.
+mkdir "$work/sources"
+cp -r "$source/debian" "$source/examples" "$work/sources"
+(cd "$work/sources" && KELACCOUNT_BUILT=$build DEB_BUILD_OPTIONS=noautodbgsym \
+    dpkg-buildpackage --no-check-builddeps --unsigned-changes --build=binary) >"$work/packages.log" 2>&1 ||
+    { cat "$work/packages.log"; exit 1; }
+
+described=$(sed -n 's/^Package: //p' "$source/debian/control" | sort)
+made=$(cd "$work" && printf '%s\n' *.deb | sed 's/_.*//' | sort)
+[ "$described" = "$made" ] || { echo "packages made: $made"; exit 1; }
+for package in "$work"/*.deb; do
+    files=$(dpkg-deb --contents "$package" | grep -v '^d' | grep -vE '/(changelog|NEWS)\.gz$|/copyright$')
+    [ -n "$files" ] || { echo "${package##*/} is empty"; exit 1; }
+    dpkg-deb --extract "$package" "$work/tree"
+    # Two packages with the same file are not to be installed together.
+    dpkg-deb --fsys-tarfile "$package" | tar --list | grep -v '/$' >>"$work/files"
+done
+twice=$(sort "$work/files" | uniq --repeated)
+[ -z "$twice" ] || { echo "in two packages: $twice"; exit 1; }
+
+# One version everywhere.
+version=$(sed -nE 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
+packaged=$(dpkg-parsechangelog --file "$source/debian/changelog" --show-field Version)
+[ "$version" = "$packaged" ] || { echo "debian/changelog has version $packaged, the build $version"; exit 1; }
+
+"$source/debian/tests/story" "$work/tree/usr"
+"$source/debian/tests/consumers" "$work/tree/usr"
