@@ -180,3 +180,7 @@ void KelAccounts::retrieveCountryCode()
 }
 
 } // namespace KelAccount
+
+// Here, so that all of the class is in one translation unit, as the check of its binary interface
+// needs it.
+#include "kelaccount/moc_kelaccounts.cpp"

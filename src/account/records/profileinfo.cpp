@@ -207,3 +207,7 @@ void ProfileInfo::clearData()
 }
 
 } // namespace KelAccount
+
+// Here, so that all of the class is in one translation unit, as the check of its binary interface
+// needs it.
+#include "kelaccount/moc_profileinfo.cpp"

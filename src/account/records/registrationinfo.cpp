@@ -246,3 +246,7 @@ void RegistrationInfo::clearData()
 }
 
 } // namespace KelAccount
+
+// Here, so that all of the class is in one translation unit, as the check of its binary interface
+// needs it.
+#include "kelaccount/moc_registrationinfo.cpp"
