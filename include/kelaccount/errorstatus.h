@@ -107,8 +107,9 @@ enum ErrorStatus : int {
     ErrorCredentialsNotAvailable = 801,        ///< There are no stored credentials.
     ErrorInitializationPending = 802,          ///< `initialize` has not been called successfully.
     ErrorAccountAlreadyPresent = 803,          ///< An account is on the device already.
-    ErrorAccountConfigurationInProgress = 804, ///< An account set-up is in progress.
-    /// The service accepted, but the account could not be created on the device.
+    ErrorAccountConfigurationInProgress = 804, ///< A set-up or a sign-out is in progress.
+    /// The service accepted, but the account could not be created on the device, or removed from
+    /// it.
     ErrorFailedToConfigureAccount = 805,
     ErrorFailedToEstablishZorAuthSession = 806, ///< No authentication session could be opened.
 

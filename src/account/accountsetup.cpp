@@ -74,6 +74,13 @@ quint32 AccountSetUp::sessionCredentials() const
     return mState == State::Idle ? mWithoutAccount : mCredentialsId;
 }
 
+void AccountSetUp::forgetCredentials(quint32 credentialsId)
+{
+    mReturned.remove(credentialsId);
+    if (mWithoutAccount == credentialsId)
+        mWithoutAccount = 0;
+}
+
 void AccountSetUp::handle(Event event, int status)
 {
     const SetUp::Transition transition = SetUp::transition(mState, event);

@@ -77,6 +77,11 @@ public:
     /// that the last one left without an account on the device; 0 for the account's, whoever made
     /// it.
     quint32 sessionCredentials() const;
+    /// Any that set-ups of this object have returned and that are not known to be gone; 0 when
+    /// there are none.
+    quint32 anyReturned() const { return mReturned.isEmpty() ? 0 : *mReturned.cbegin(); }
+    /// They are gone.
+    void forgetCredentials(quint32 credentialsId);
     /// Whether a set-up of this object has returned these credentials.
     bool hasReturned(quint32 credentialsId) const { return mReturned.contains(credentialsId); }
 

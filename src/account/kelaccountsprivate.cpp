@@ -24,6 +24,7 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent), mRest
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
     createSetUp();
+    createSignOut();
     connectRestHandler();
     connectSession();
 }

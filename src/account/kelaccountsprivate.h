@@ -34,6 +34,7 @@ class SessionData;
 namespace KelAccount {
 
 class AccountSetUp;
+class AccountSignOut;
 class KelAuthSessionInterface;
 class KelConfigure;
 class ProfileInfo;
@@ -110,6 +111,17 @@ public:
     void ensureTokenAvailable(unsigned int credentialsId);
     void close();
 
+    /// Signs the user out of the device: the token at the service, what the plugin has stored, the
+    /// credentials and the device account are deleted, in this order, and so are credentials that
+    /// set-ups of this object left without an account. What is gone already counts as deleted; with
+    /// nothing there, that is success. After a failure, some of it may be gone: call it again.
+    ///
+    /// Answered by signOutResponse(), once: 0 when all is gone; 802; 804 during a set-up or another
+    /// sign-out; 806 without a session; what the plugin reported of the service; 404 when it does
+    /// not answer; 3 when the sign-on daemon does not do its part; 805 when the accounts database
+    /// does not. Until then all that needs a session is refused with 804.
+    void signOut();
+
     /// The call that was made last through one of the operations above, refused ones included. An
     /// operation sets it when it is entered, and when it returns: it may have run the event loop,
     /// and others in it.
@@ -123,8 +135,9 @@ public:
     const AnswerDetails& answerDetails() const;
 
     /// The call gets no answer any more. What has not gone out does not go out; what has is aborted
-    /// or cancelled, and a set-up is taken back whole. A call that has been answered, or was never
-    /// made, is none.
+    /// or cancelled, and a set-up is taken back whole. A sign-out that has deleted anything goes on
+    /// to its end all the same: half of it is no state to be left in. A call that has been
+    /// answered, or was never made, is none.
     void abandon(CallId call);
 
     bool isCaptchaRequired();
@@ -167,6 +180,7 @@ Q_SIGNALS:
     void resetPasswordUsingSecurityQuestionResponse(KelAccount::ErrorStatus error);
     void closeResponse(KelAccount::ErrorStatus error);
     void retrieveCountryCodeResponse(KelAccount::ErrorStatus error, QString countryCode);
+    void signOutResponse(KelAccount::ErrorStatus error);
 
 public Q_SLOTS:
     /// Emits the signal of the type with the error and empty values. Called from the event loop
@@ -211,6 +225,7 @@ private:
     void connectRestHandler();
     void connectSession();
     void createSetUp();
+    void createSignOut();
 
     /// A call and the answer that it gets when it is refused.
     struct Call
@@ -254,8 +269,11 @@ private:
                   KelRestHandler::OAuthRequest* handedOut = nullptr);
     CallId takeRequest(int requestId);
 
-    /// The same for a call that needs the session: also while a set-up is under way.
+    /// The same for a call that needs the session: also during a set-up or a sign-out.
     bool isSessionRefused(Call call);
+    /// Why such a call is refused; ErrorNone when it is not.
+    ErrorStatus sessionRefusal() const;
+    void answerSignOut(CallId call, int status);
     /// False, with the refusal posted, when no session can be had, when the call was abandoned
     /// while it waited for one, or when this object came to its end in that: then nothing of it may
     /// be used.
@@ -287,12 +305,14 @@ private:
     KelAuthSessionInterface* mAuthSessionInterface = nullptr;   // a child of this object
     KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
     AccountSetUp* mSetUp = nullptr;                             // a child of this object
+    AccountSignOut* mSignOut = nullptr;                         // a child of this object
     int mInitialized = 0;
 
     CallId mCallsMade = 0;
     CallId mLastCall = 0;
     std::unordered_set<CallId> mUnanswered;     // and not abandoned
     CallId mSetUpCall = 0;                      // of the set-up under way, or of the last
+    CallId mSignOutCall = 0;                    // of the sign-out
     std::unordered_map<int, Request> mRequests; // under way, by identifier
     Answering* mAnswering = nullptr;            // on the stack
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Which answer belongs to which call, and calls that nobody waits for any more.
 #include "account/accountsetup.h"
+#include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "signon/kelauthsessioninterface.h"
 
@@ -85,6 +86,8 @@ void KelAccountsPrivate::abandon(CallId call)
     mAuthSessionInterface->abandon(call);
     if (call == mSetUpCall)
         mSetUp->handle(SetUp::Event::Withdrawn);
+    if (call == mSignOutCall)
+        mSignOut->withdraw();
 }
 
 } // namespace KelAccount

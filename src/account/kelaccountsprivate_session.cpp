@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The operations through the sign-on session.
 #include "account/accountsetup.h"
+#include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/profileconversion.h"
 #include "account/tostatus.h"
@@ -20,15 +21,19 @@ namespace KelAccount {
 
 bool KelAccountsPrivate::isSessionRefused(Call call)
 {
-    if (!mInitialized) {
-        deferError(call, ErrorInitializationPending);
-        return true;
-    }
-    if (mSetUp->pending() != AccountSetUp::None) {
-        deferError(call, ErrorAccountConfigurationInProgress);
-        return true;
-    }
-    return false;
+    const ErrorStatus refusal = sessionRefusal();
+    if (refusal != ErrorNone)
+        deferError(call, refusal);
+    return refusal != ErrorNone;
+}
+
+ErrorStatus KelAccountsPrivate::sessionRefusal() const
+{
+    if (!mInitialized)
+        return ErrorInitializationPending;
+    if (mSetUp->pending() != AccountSetUp::None || mSignOut->isUnderWay())
+        return ErrorAccountConfigurationInProgress;
+    return ErrorNone;
 }
 
 bool KelAccountsPrivate::createSession(quint32 credentialsId)
@@ -114,6 +119,35 @@ void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
     }
     if (openSession(call, credentialsId))
         mAuthSessionInterface->ensureToken();
+}
+
+void KelAccountsPrivate::createSignOut()
+{
+    const auto openSession = [this](quint32 credentialsId) { return createSession(credentialsId); };
+    mSignOut =
+        new AccountSignOut(*mKelConfigure, *mAuthSessionInterface, *mSetUp, openSession, this);
+    connect(mSignOut, &AccountSignOut::finished, this,
+            [this](int status) { answerSignOut(mSignOutCall, status); });
+}
+
+void KelAccountsPrivate::answerSignOut(CallId call, int status)
+{
+    AnswerDetails details;
+    details.status = status;
+    answer(call, std::move(details), [this, status] { Q_EMIT signOutResponse(toStatus(status)); });
+}
+
+void KelAccountsPrivate::signOut()
+{
+    const CallId call = newCall();
+    const ErrorStatus refusal = sessionRefusal();
+    if (refusal != ErrorNone) {
+        QMetaObject::invokeMethod(
+            this, [this, call, refusal] { answerSignOut(call, refusal); }, Qt::QueuedConnection);
+        return;
+    }
+    mSignOutCall = call;
+    mSignOut->begin();
 }
 
 void KelAccountsPrivate::close()

@@ -10,6 +10,12 @@ class QObject;
 
 namespace KelAccount {
 
+struct DeviceAccount
+{
+    quint32 id = 0; ///< in the accounts database; 0 for no account
+    quint32 credentialsId = 0;
+};
+
 /// The device's accounts of the service. The accounts framework brings GLib, SQLite and libxml2
 /// into a process, so it stands in a module that is loaded when an account is first asked for.
 class DeviceAccounts
@@ -24,6 +30,9 @@ public:
     /// opened.
     virtual std::optional<unsigned int> activeCredentialsId() = 0;
 
+    /// The first one, enabled or not; nothing when the database cannot be opened.
+    virtual std::optional<DeviceAccount> firstAccount() = 0;
+
     /// Creates one and has it stored. 0 when the framework has it, -1 on failure. What storing
     /// takes belongs to `owner`.
     ///
@@ -32,8 +41,8 @@ public:
     virtual int createAccount(const QString& name, unsigned int credentialsId, QObject* owner,
                               int timeoutMs, const std::function<void(bool)>& stored) = 0;
 
-    /// Removes the one with the credentials. Then `removed` is called, at once when there is none,
-    /// with whether it is out of the database; the rest is as above.
+    /// Removes the first one with the credentials, 0 for one without any. Then `removed` is called,
+    /// at once when there is none, with whether it is out of the database; the rest is as above.
     virtual void removeAccount(unsigned int credentialsId, QObject* owner, int timeoutMs,
                                const std::function<void(bool)>& removed) = 0;
 };

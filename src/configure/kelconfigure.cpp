@@ -4,7 +4,6 @@
 #include "common/logging.h"
 #include "common/signondaemon.h"
 #include "configure/deviceaccounts.h"
-#include "configure/identityremoval.h"
 
 #include <SignOn/Identity>
 
@@ -206,7 +205,7 @@ void KelConfigure::abandonStore()
     connect(identity, &SignOn::Identity::credentialsStored, identity,
             [identity, patienceMs = mRemovalTimeoutMs](quint32 credentialsId) {
                 identity->deleteLater();
-                (new IdentityRemoval(credentialsId, patienceMs))->start();
+                (new IdentityTask(IdentityTask::Remove, credentialsId, patienceMs))->start();
             });
 }
 
@@ -255,10 +254,19 @@ void KelConfigure::removeAll(QList<quint32> credentialsIds)
 
 void KelConfigure::removeIdentity(unsigned int credentialsId, const std::function<void()>& next)
 {
-    auto* const removal = new IdentityRemoval(credentialsId, mRemovalTimeoutMs);
-    if (next)
-        connect(removal, &IdentityRemoval::ended, this, next);
-    removal->start();
+    askOfIdentity(IdentityTask::Remove, credentialsId, [next](IdentityTask::Outcome) {
+        if (next)
+            next();
+    });
+}
+
+QObject* KelConfigure::askOfIdentity(IdentityTask::Kind kind, unsigned int credentialsId,
+                                     const std::function<void(IdentityTask::Outcome)>& next)
+{
+    auto* const task = new IdentityTask(kind, credentialsId, mRemovalTimeoutMs);
+    connect(task, &IdentityTask::ended, this, next);
+    task->start();
+    return task;
 }
 
 void KelConfigure::onRemovalComplete()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "configure/identitytask.h"
 #include "configure/ownidentities.h"
 
 #include <QList>
@@ -38,6 +39,11 @@ public:
     /// time; not once this object is gone.
     void removeIdentity(unsigned int credentialsId, const std::function<void()>& next = nullptr);
 
+    /// The same for anything that can be asked of an identity, with its outcome. What asks lives
+    /// until the daemon has done it or is given up.
+    QObject* askOfIdentity(IdentityTask::Kind kind, unsigned int credentialsId,
+                           const std::function<void(IdentityTask::Outcome)>& next);
+
     /// Whether the device has an account of the service, enabled or not.
     bool isKelAccountPresent();
 
@@ -55,7 +61,8 @@ public:
     void setStoreTimeout(int milliseconds) { mStoreGuard.setInterval(milliseconds); }
     /// How long the accounts database may be locked by others.
     void setAccountTimeout(int milliseconds) { mAccountTimeoutMs = milliseconds; }
-    /// How long a caller of removeIdentity() is kept waiting.
+    int accountTimeout() const { return mAccountTimeoutMs; }
+    /// How long a caller of removeIdentity() or askOfIdentity() is kept waiting.
     void setRemovalTimeout(int milliseconds) { mRemovalTimeoutMs = milliseconds; }
 
 Q_SIGNALS:

@@ -467,6 +467,9 @@ void KelAuthSessionInterface::emitAnswer(KelAccountRequestType type, int code,
     case EnsureTokenRequest:
         Q_EMIT ensureTokenResponse(code);
         return;
+    case SignOutRequest:
+        Q_EMIT signOutResponse(code);
+        return;
     case CloseRequest:
         return; // close() has answered
     case NoRequest:

@@ -83,6 +83,8 @@ public:
     void userIdUpdate(const QString& newUserName);
     void updateDeviceInfo();
     void ensureToken();
+    /// Has the token deleted at the service. The plugin reports 604 when there is none.
+    void signOut();
     void close();
 
     /// Who makes the requests from now on; answeredCaller() says it with each answer. 0 is nobody.
@@ -112,6 +114,7 @@ Q_SIGNALS:
     void userIdUpdateResponse(int error);
     void updateDeviceInfoResponse(int error);
     void ensureTokenResponse(int error);
+    void signOutResponse(int error);
     void closeResponse(int error);
 
 public Q_SLOTS:

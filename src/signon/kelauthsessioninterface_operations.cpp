@@ -106,6 +106,13 @@ void KelAuthSessionInterface::ensureToken()
                                EnsureTokenRequest);
 }
 
+void KelAuthSessionInterface::signOut()
+{
+    ZorAuthSessionPrivateData record;
+    addCommonKeys(record);
+    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_signOut"), SignOutRequest);
+}
+
 void KelAuthSessionInterface::close()
 {
     if (mSessionOpen) {

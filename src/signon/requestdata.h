@@ -23,6 +23,7 @@ enum KelAccountRequestType : int {
     EnsureTokenRequest = 9,
     CloseRequest = 10,
     NoRequest = 11, ///< nothing is in flight
+    SignOutRequest = 12,
 };
 
 /// One request to the plugin. Known to Qt as "RequestData", so that the event loop can carry it.

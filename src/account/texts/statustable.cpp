@@ -258,7 +258,8 @@ constexpr StatusRow rows[] = {
                        "until that is finished.")},
     {ErrorFailedToConfigureAccount, passing, "",
      QT_TRANSLATE_NOOP("KelAccount::StatusText",
-                       "Your account could not be set up on this device. Please try signing in.")},
+                       "The account could not be set up on this device or removed from it. "
+                       "Please try signing in or out again.")},
     {ErrorFailedToEstablishZorAuthSession, passing, "", signOnAway},
     // The modem may not be there yet.
     {807, passing, "",

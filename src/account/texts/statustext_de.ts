@@ -280,8 +280,8 @@
         <translation>Das Konto auf diesem Gerät wird gerade eingerichtet oder entfernt. Bitte warten Sie, bis das abgeschlossen ist.</translation>
     </message>
     <message>
-        <source>Your account could not be set up on this device. Please try signing in.</source>
-        <translation>Ihr Konto konnte auf diesem Gerät nicht eingerichtet werden. Bitte versuchen Sie, sich anzumelden.</translation>
+        <source>The account could not be set up on this device or removed from it. Please try signing in or out again.</source>
+        <translation>Das Konto konnte auf diesem Gerät nicht eingerichtet oder von ihm entfernt werden. Bitte versuchen Sie noch einmal, sich an- oder abzumelden.</translation>
     </message>
     <message>
         <source>The country of this device is not known.</source>

@@ -280,8 +280,8 @@
         <translation>The account on this device is just being set up or removed. Please wait until that is finished.</translation>
     </message>
     <message>
-        <source>Your account could not be set up on this device. Please try signing in.</source>
-        <translation>Your account could not be set up on this device. Please try signing in.</translation>
+        <source>The account could not be set up on this device or removed from it. Please try signing in or out again.</source>
+        <translation>The account could not be set up on this device or removed from it. Please try signing in or out again.</translation>
     </message>
     <message>
         <source>The country of this device is not known.</source>

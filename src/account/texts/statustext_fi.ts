@@ -280,8 +280,8 @@
         <translation>Laitteen tiliä otetaan parhaillaan käyttöön tai poistetaan. Odota, kunnes toiminto on valmis.</translation>
     </message>
     <message>
-        <source>Your account could not be set up on this device. Please try signing in.</source>
-        <translation>Tiliäsi ei voitu ottaa käyttöön tässä laitteessa. Yritä kirjautua sisään.</translation>
+        <source>The account could not be set up on this device or removed from it. Please try signing in or out again.</source>
+        <translation>Tiliä ei voitu ottaa käyttöön tässä laitteessa tai poistaa siitä. Yritä kirjautua uudelleen sisään tai ulos.</translation>
     </message>
     <message>
         <source>The country of this device is not known.</source>

@@ -280,8 +280,8 @@
         <translation>Le compte de cet appareil est en cours de configuration ou de suppression. Veuillez attendre que ce soit terminé.</translation>
     </message>
     <message>
-        <source>Your account could not be set up on this device. Please try signing in.</source>
-        <translation>Votre compte n’a pas pu être configuré sur cet appareil. Veuillez essayer de vous connecter.</translation>
+        <source>The account could not be set up on this device or removed from it. Please try signing in or out again.</source>
+        <translation>Le compte n’a pas pu être configuré sur cet appareil ou en être supprimé. Veuillez réessayer de vous connecter ou de vous déconnecter.</translation>
     </message>
     <message>
         <source>The country of this device is not known.</source>

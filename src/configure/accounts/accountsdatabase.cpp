@@ -55,9 +55,9 @@ bool runsGlib()
     return dispatcher && dispatcher->inherits("QEventDispatcherGlib");
 }
 
-// One account on its way into the database. Reports once: the account's own outcome or, without one
-// in time, a failure. Everything of it ends with that, while the account itself lives on for as
-// long as the application stays in the slot of its answer.
+// One account on its way into the database, or out of it. Reports once: the account's own outcome
+// or, without one in time, a failure. Everything of it ends with that, while the account itself
+// lives on for as long as the application stays in the slot of its answer.
 class Storing : public QObject
 {
 public:
@@ -148,6 +148,16 @@ std::optional<unsigned int> AccountsDatabase::activeCredentialsId()
     Accounts::Account* const account =
         findAccount(*manager, [](const Accounts::Account& a) { return a.enabled(); });
     return account ? account->credentialsId() : 0;
+}
+
+std::optional<DeviceAccount> AccountsDatabase::firstAccount()
+{
+    const auto manager = openAccounts();
+    if (!manager)
+        return {};
+    Accounts::Account* const account =
+        findAccount(*manager, [](const Accounts::Account&) { return true; });
+    return account ? DeviceAccount{account->id(), account->credentialsId()} : DeviceAccount{};
 }
 
 int AccountsDatabase::createAccount(const QString& name, unsigned int credentialsId, QObject* owner,

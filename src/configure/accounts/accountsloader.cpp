@@ -12,6 +12,7 @@ class NoAccounts : public DeviceAccounts
 public:
     std::optional<bool> hasAccount() override { return {}; }
     std::optional<unsigned int> activeCredentialsId() override { return {}; }
+    std::optional<DeviceAccount> firstAccount() override { return {}; }
     int createAccount(const QString& /*name*/, unsigned int /*credentialsId*/, QObject* /*owner*/,
                       int /*timeoutMs*/, const std::function<void(bool)>& /*stored*/) override
     {

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "configure/accountslock.h"
+#include "configure/deviceaccounts.h"
+#include "configure/identitytask.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace KelAccount {
+
+class AccountSetUp;
+class KelAuthSessionInterface;
+class KelConfigure;
+
+/// Signing out: deletes the token at the service, what the plugin has stored, the credentials and
+/// the device account, in this order, of each account of the service and of the credentials that
+/// set-ups of this object left without one. The account is the last to go, since it is what tells
+/// of the others: whenever a sign-out fails or its process ends, the next one finds what is left.
+///
+/// Each step has a bound of its own. One that finds nothing counts as done. Any other failure ends
+/// the sign-out.
+///
+/// It has the accounts to itself, in all processes: the daemon stores credentials anew, for good,
+/// when an answer of the plugin meets their removal.
+class AccountSignOut : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All of these outlive this object. `openSession` may run an event loop.
+    AccountSignOut(KelConfigure& configure, KelAuthSessionInterface& session, AccountSetUp& setUp,
+                   std::function<bool(quint32 credentialsId)> openSession, QObject* parent);
+
+    /// `finished` follows, once. Only when none is under way.
+    void begin();
+    /// Nobody waits for it any more. It ends, without a word, where nothing of the account at hand
+    /// has been touched yet; otherwise it goes on.
+    void withdraw();
+    bool isUnderWay() const { return mStep != Step::None; }
+
+    /// How long another one, or a set-up, may keep the accounts to itself.
+    void setReservationTimeout(int milliseconds) { mReservationGuard.setInterval(milliseconds); }
+    /// How long the plugin may take. More than the service may.
+    void setTokenTimeout(int milliseconds) { mTokenGuard.setInterval(milliseconds); }
+
+Q_SIGNALS:
+    void finished(int status);
+
+private:
+    enum class Step { None, Opening, DeletingToken, Removing };
+
+    void reserve(unsigned run);
+    void takeNext();
+    void open();
+    void processNoSession();
+    void processTokenAnswer(int status);
+    void giveTokenUp();
+    void forget();
+    void removeCredentials();
+    void removeAccount();
+    void finish(int status);
+    void ask(IdentityTask::Kind kind, const std::function<void(IdentityTask::Outcome)>& next);
+    /// Whether this run still is the one under way, and has not begun to delete.
+    bool isOpening(unsigned run) const { return mStep == Step::Opening && mRun == run; }
+
+    KelConfigure& mConfigure;
+    KelAuthSessionInterface& mSession;
+    AccountSetUp& mSetUp;
+    std::function<bool(quint32)> mOpenSession;
+    Step mStep = Step::None;
+    unsigned mRun = 0;
+    bool mHasReopened = false;
+    /// Kept by what is asked of the daemon, too, which may outlive this object.
+    std::shared_ptr<AccountsLock> mAccounts;
+    QTimer mReservationGuard;
+    DeviceAccount mAccount;   // the one under way; without an id, credentials that have none
+    quint32 mLastAccount = 0; // which was removed
+    QTimer mTokenGuard;
+};
+
+} // namespace KelAccount
