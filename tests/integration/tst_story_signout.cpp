@@ -13,6 +13,7 @@
 #include "support/sqlitereader.h"
 
 #include <SignOn/Error>
+#include <SignOn/Identity>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -68,6 +69,27 @@ private Q_SLOTS:
         QCOMPARE(deletions(), QList<int>{200});
         expectSignedOut();
         QCOMPARE(succeedsNow(SignIn), QString());
+    }
+
+    // As another client of the daemon is told.
+    void theStoredSessionGoesAfterTheTokenAndBeforeTheCredentials()
+    {
+        SignOn::Identity* const identity =
+            SignOn::Identity::existingIdentity(quint32(identityNumber()), this);
+        QSignalSpy known(identity, &SignOn::Identity::info);
+        identity->queryInfo();
+        QVERIFY(waitUntil([&] { return !known.isEmpty(); }));
+        QList<int> tokens;
+        QList<QVariantList> credentials;
+        connect(identity, &SignOn::Identity::signedOut, this, [&] {
+            tokens = deletions();
+            credentials = identities();
+        });
+        QCOMPARE(signOut(), 0);
+        delete identity;
+        QCOMPARE(tokens, QList<int>{200});
+        QCOMPARE(credentials.size(), 1);
+        expectSignedOut();
     }
 
     void whatIsNotThereIsNotMissed_data()
