@@ -22,6 +22,17 @@ namespace ZorAuth {
 using namespace KelAccount;
 using namespace KelRestHandler;
 
+namespace {
+
+/// To a token in the address.
+bool isUnknownToken(int status)
+{
+    return status == ErrorInvalidAccessToken || status == ErrorResourceNotFound ||
+           status == ErrorContentNotFound;
+}
+
+} // namespace
+
 /// What a mechanism needs of what is kept.
 enum class Job::Wants {
     Nothing,
@@ -306,7 +317,7 @@ void Job::signOut()
             return mService.sendDeleteTokenRequest(*this, mConsumerKey, mBaseAddress, request);
         },
         [this, forget](const RESTResponseBase& reply) {
-            if (reply.status == ErrorNone || reply.status == ErrorInvalidAccessToken)
+            if (reply.status == ErrorNone || isUnknownToken(reply.status))
                 forget();
             else
                 fail(reply.status);

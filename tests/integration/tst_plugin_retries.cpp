@@ -258,6 +258,34 @@ private Q_SLOTS:
         QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "first", "second"}));
     }
 
+    void aTokenThatTheServiceDoesNotHaveIsDeleted_data()
+    {
+        columns<int, QByteArray, QString>("http", "code", "status");
+        QTest::newRow("not valid") << 401 << "invalidAccessToken"_ba
+                                   << "result"_s;
+        QTest::newRow("not there") << 404 << "resourceNotFound"_ba
+                                   << "result"_s;
+        QTest::newRow("not there, without a word") << 404 << ""_ba
+                                                   << "result"_s;
+        QTest::newRow("not allowed") << 403 << "accountLocked"_ba
+                                     << "510"_s;
+        QTest::newRow("not this time") << 503 << ""_ba
+                                       << "1004"_s;
+    }
+
+    void aTokenThatTheServiceDoesNotHaveIsDeleted()
+    {
+        const auto [http, code, status] = fetch<int, QByteArray, QString>("http", "code", "status");
+        order({code.isEmpty() ? Reaction::reply(http, "none") : refusal(http, code)});
+        ask("privateMechanism_signOut");
+        QCOMPARE(requests(), QList<QByteArray>{"DELETE tokens/first"});
+        QCOMPARE(mEvents.last(), status);
+        const bool isForgotten = status == "result"_s;
+        QCOMPARE(mEvents.contains("store"_s), isForgotten);
+        if (isForgotten)
+            QCOMPARE(storedToken().toString(), QString());
+    }
+
 private:
     void order(const QList<Reaction>& reactions)
     {
@@ -265,8 +293,10 @@ private:
             mServer->expect(reaction);
     }
 
-    /// The profile, with a token "first" from before.
-    void askProfile()
+    void askProfile() { ask("privateMechanism_downloadProfile"); }
+
+    /// With a token "first" from before.
+    void ask(const char* mechanism)
     {
         mEvents.clear();
         const QVariantMap session = {
@@ -279,7 +309,7 @@ private:
                  .toMap()}};
         const QVariantMap kept = {{"Server"_s, 2},
                                   {"Sessions"_s, QVariantMap{{"demo-key"_s, session}}}};
-        process("privateMechanism_downloadProfile", request({{"Kept first"_s, kept}}));
+        process(mechanism, request({{"Kept first"_s, kept}}));
         QVERIFY(waitForEnd());
     }
 
