@@ -111,10 +111,11 @@ int Job::refusal(Wants wants) const
     return ErrorNone;
 }
 
-// There is nothing to prepare: the next request brings everything again.
+// There is nothing to prepare: the next request brings everything again. The library compares
+// versions.
 void Job::initialise()
 {
-    answer();
+    answer({{QStringLiteral("PluginVersion"), QStringLiteral(KELACCOUNT_VERSION)}});
 }
 
 void Job::signIn()

@@ -21,6 +21,21 @@ struct Close
     void operator()(void* module) const { ::dlclose(module); }
 };
 
+// What module and library say to each other changes from version to version. They are two when the
+// installation was updated while this process ran.
+bool isOfThisVersion(void* module, const QByteArray& path)
+{
+    const auto* const version =
+        static_cast<const char*>(::dlsym(module, "kelaccountModuleVersion"));
+    if (version && qstrcmp(version, KELACCOUNT_VERSION) == 0)
+        return true;
+    qCCritical(logAccount,
+               "%s is of version %s, the library of version " KELACCOUNT_VERSION
+               ": it was updated while this application ran, which has to be started anew",
+               path.constData(), version ? version : "unknown");
+    return false;
+}
+
 } // namespace
 
 QString moduleFolder()
@@ -52,6 +67,8 @@ void* demandedFunction(const char* moduleName, const char* functionName)
     const QByteArray path = QFile::encodeName(folder + QLatin1Char('/') +
                                               QLatin1String(moduleName) + QLatin1String(".so"));
     void* const module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
+    if (module && !isOfThisVersion(module, path))
+        return nullptr;
     void* const function = module ? ::dlsym(module, functionName) : nullptr;
     if (!function)
         qCCritical(logAccount, "The installation is incomplete: %s", ::dlerror());

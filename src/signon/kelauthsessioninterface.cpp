@@ -6,6 +6,7 @@
 #include "common/typename.h"
 #include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
+#include "signon/pluginversion.h"
 #include "signon/zorauthsessiondata.h"
 
 #include <SignOn/AuthService>
@@ -387,6 +388,8 @@ KelAuthSessionInterface::Asked KelAuthSessionInterface::takeCurrentRequest()
 
 void KelAuthSessionInterface::processPluginResponse(const SignOn::SessionData& data)
 {
+    if (mCurrentRequest == InitialiseRequest)
+        comparePluginVersion(data);
     answer(takeCurrentRequest(), ErrorNone, data);
 }
 

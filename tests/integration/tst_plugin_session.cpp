@@ -46,7 +46,7 @@ private Q_SLOTS:
     {
         const Outcome outcome = process("initialise", {{"ZorService"_s, "music"_s}});
         QCOMPARE(outcome.error, 0);
-        QCOMPARE(outcome.data, QVariantMap());
+        QCOMPARE(outcome.data, (QVariantMap{{"PluginVersion"_s, KELACCOUNT_TEST_VERSION ""_s}}));
         QCOMPARE(operations(), QList<int>());
         QCOMPARE(stored(), QVariantMap());
     }

@@ -28,6 +28,7 @@ struct Outcome
 {
     int status = -1;
     QByteArrayList modules;
+    QByteArray log;
 };
 
 } // namespace
@@ -90,14 +91,36 @@ private Q_SLOTS:
         QCOMPARE(outcome.modules, modulesIn(goodModules));
     }
 
+    // As after an update while the application runs: it has one version in memory, and loads what
+    // lies on the disk.
+    void modulesOfAnotherVersionAreNotCalled()
+    {
+        const QString folder = mFolder->filePath("updated"_s);
+        const QString modules = folder + "/" KELACCOUNT_MODULE_FOLDER ""_s;
+        QVERIFY(copyLibrary(folder));
+        QVERIFY(copyModules(text(KELACCOUNT_OTHER_MODULE), modules));
+        const Outcome outcome = run(folder, {{"LD_LIBRARY_PATH"_s, folder}});
+        QCOMPARE(outcome.status, 0);
+        const QString said =
+            "%1/%2 is of version 0.9.0, the library of version " KELACCOUNT_TEST_VERSION
+            ": it was updated while this application ran, which has to be started "
+            "anew"_s;
+        for (const QString& name : moduleNames)
+            QCOMPARE(outcome.log.count(QFile::encodeName(said.arg(modules, name))), 1);
+    }
+
 private:
-    bool plantModules(const QString& folder)
+    static bool copyModules(const QString& module, const QString& folder)
     {
         bool good = QDir().mkpath(folder);
         for (const QString& name : moduleNames)
-            good = QFile::copy(text(KELACCOUNT_PLANTED_MODULE), folder + QLatin1Char('/') + name) &&
-                   good;
+            good = QFile::copy(module, folder + QLatin1Char('/') + name) && good;
         return good;
+    }
+
+    bool plantModules(const QString& folder)
+    {
+        return copyModules(text(KELACCOUNT_PLANTED_MODULE), folder);
     }
 
     bool copyLibrary(const QString& folder)
@@ -120,13 +143,15 @@ private:
         QProcess process;
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(folder);
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(text(KELACCOUNT_MODULE_PROBE), arguments);
         if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
             return {};
         QByteArrayList modules = process.readAllStandardOutput().trimmed().split('\n');
         std::sort(modules.begin(), modules.end());
-        return {process.exitCode(), modules};
+        const QByteArray log = process.readAllStandardError();
+        if (process.exitCode() != 0)
+            qWarning("%s", log.constData());
+        return {process.exitCode(), modules, log};
     }
 
     std::unique_ptr<QTemporaryDir> mFolder;
