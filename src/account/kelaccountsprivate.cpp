@@ -4,6 +4,7 @@
 #include "common/typename.h"
 #include "common/wipe.h"
 #include "configure/kelconfigure.h"
+#include "device/interruption.h"
 #include "rest/request/cryptographicutils.h"
 #include "rest/request/serviceaddress.h"
 #include "signon/kelauthsessioninterface.h"
@@ -157,6 +158,16 @@ ObcMgrWrapper& KelAccountsPrivate::serviceTags()
 {
     clockOfServer();
     return mObcMgrWrapper;
+}
+
+// What is taken back while its tag is read has not gone out, and does not go out.
+bool KelAccountsPrivate::loadServiceTag(Call call, const QString& operation)
+{
+    serviceTags().loadServiceTag(mServiceTag, operation);
+    if (!Interruption::isRequested())
+        return true;
+    deferError(call, ErrorOperationCanceled);
+    return false;
 }
 
 } // namespace KelAccount

@@ -259,6 +259,8 @@ private:
     void answerRequest(int status, const std::function<void()>& emitSignals);
     void answerSession(int status, const std::function<void()>& emitSignals);
 
+    /// False, with the answer posted, when this thread was told not to wait for the tag.
+    bool loadServiceTag(Call call, const QString& operation);
     void deferError(Call call, ErrorStatus error);
     void sendStatusResponse(ResponseType type, ErrorStatus status);
     /// Posts the refusal of a call with bad arguments, or before initialize(); false without one.

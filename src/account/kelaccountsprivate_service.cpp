@@ -115,7 +115,8 @@ void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
     const Call call = newCall(ResponseIsEmailIdAvailable);
     if (isRefused(call, !email.isEmpty()))
         return;
-    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::emailAvailabilityCheck);
+    if (!loadServiceTag(call, ServiceTagOperation::emailAvailabilityCheck))
+        return;
     noteSent(mRestHandler.sendisEmailAddAvailableRequest(*this, email, mServiceTag, mConsumerKey,
                                                          mServerUrl),
              call, "Failed to send isEmailIdAvailable Request");
@@ -136,7 +137,8 @@ void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QStri
     const Call call = newCall(ResponseRequestPasswordReset);
     if (isRefused(call, true))
         return;
-    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::passwordRecovery);
+    if (!loadServiceTag(call, ServiceTagOperation::passwordRecovery))
+        return;
     noteSent(mRestHandler.sendresetPasswordRequest(*this, userId, mCaptchaId, captchaText,
                                                    sendMessage, messageBody, mServiceTag,
                                                    mConsumerKey, mServerUrl),

@@ -51,7 +51,8 @@ void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool conf
     if (isSetUpRefused(call, isComplete(info)))
         return;
     mSetUpCall = call.id;
-    serviceTags().loadServiceTag(mServiceTag, ServiceTagOperation::registration);
+    if (!loadServiceTag(call, ServiceTagOperation::registration))
+        return;
     updateRegisterInfoData(info, &mRegistrationInfoData);
     mSetUp->begin(AccountSetUp::Registration, signInName(info), info.password(), configureOnDb);
 }

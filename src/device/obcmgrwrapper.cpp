@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcmgrwrapper.h"
 
+#include "device/interruption.h"
 #include "device/obcservicetag.h"
 #include "rest/request/timestampmanager.h"
 
 #include <array>
+#include <utility>
 
 namespace KelRestHandler {
 
@@ -26,11 +28,13 @@ bool ObcMgrWrapper::serviceTag(QByteArray& tag, const QString& key)
 
 void ObcMgrWrapper::loadServiceTag(QByteArray& tag, const QString& operation)
 {
-    state = LoadFailed;
+    const qint32 before = std::exchange(state, LoadFailed);
     const QString key =
         operation + QLatin1Char(':') + TimeStampManager::getTimeStampManager()->timeStamp();
     if (serviceTag(tag, key))
         state = Loaded;
+    else if (Interruption::isRequested())
+        state = before; // nobody has failed
 }
 
 bool ObcMgrWrapper::isServiceTagAvailable()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcservicetag.h"
 
+#include "device/interruption.h"
 #include "device/tagreply.h"
 #include "device/tagserveraddress.h"
 #include "device/tagserverending.h"
@@ -29,7 +30,7 @@ constexpr int connectPauseMs = 10;
 
 using Frame = std::array<unsigned char, frameHeadSize + TagError::longestKey>;
 
-enum class Connection { Made, Refused, OutOfTime, ToStranger };
+enum class Connection { Made, Refused, OutOfTime, ToStranger, Interrupted };
 
 class Socket
 {
@@ -70,7 +71,8 @@ Connection Socket::connect(const QDeadlineTimer& deadline)
             return Connection::Refused;
         if (queueDeadline.hasExpired())
             return Connection::OutOfTime;
-        poll(nullptr, 0, connectPauseMs);
+        if (Interruption::pause(connectPauseMs))
+            return Connection::Interrupted;
     }
 }
 
@@ -85,9 +87,10 @@ void Socket::send(const Frame& frame, std::size_t size)
 ssize_t Socket::receive(TagReply& reply, const QDeadlineTimer& deadline)
 {
     for (;;) {
-        pollfd readable = {mDescriptor, POLLIN, 0};
-        const int ready = poll(&readable, 1, static_cast<int>(deadline.remainingTime()));
-        if (ready == 0 || (ready == -1 && errno != EINTR))
+        // poll() passes over a descriptor of -1.
+        pollfd readable[] = {{mDescriptor, POLLIN, 0}, {Interruption::descriptor(), POLLIN, 0}};
+        const int ready = poll(readable, 2, static_cast<int>(deadline.remainingTime()));
+        if (ready == 0 || (ready == -1 && errno != EINTR) || (ready > 0 && readable[1].revents))
             return -1;
         if (ready == -1)
             continue;
@@ -141,7 +144,9 @@ unsigned exchange(const Frame& frame, std::size_t frameSize, TagReply& reply,
         socket.send(frame, frameSize);
         count = socket.receive(reply, deadline);
     }
-    if (connection == Connection::OutOfTime || (count <= 0 && deadline.hasExpired()))
+    const bool interrupted = Interruption::isRequested();
+    if (!interrupted &&
+        (connection == Connection::OutOfTime || (count <= 0 && deadline.hasExpired())))
         noteTagServerHang();
     // A server may end by itself when its caller hangs up.
     socket.close();

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/tagserverlaunch.h"
 
+#include "device/interruption.h"
 #include "device/tagserveraddress.h"
 
-#include <cerrno>
 #include <csignal>
-#include <ctime>
 #include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
 namespace {
 
+// For the server to listen.
+constexpr int startingMs = 500;
 constexpr int firstInheritable = STDERR_FILENO + 1;
 
 // Runs in a copy of the application in which only this thread is left, and any lock may be held for
@@ -41,13 +42,6 @@ constexpr int firstInheritable = STDERR_FILENO + 1;
     _exit(0);
 }
 
-void waitUntilListening()
-{
-    timespec left = {0, 500000000};
-    while (nanosleep(&left, &left) == -1 && errno == EINTR) {
-    }
-}
-
 } // namespace
 
 int launch_server()
@@ -63,6 +57,6 @@ int launch_server()
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
     if (child > 0)
-        waitUntilListening();
+        KelRestHandler::Interruption::pause(startingMs);
     return child;
 }

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "device/interruption.h"
+#include "device/tagservertrust.h"
 #include "device/testtagserver.h"
 #include "support/literals.h"
 
 #include <QTest>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -14,6 +17,7 @@
 #include <unistd.h>
 
 using namespace KelTest;
+using namespace KelRestHandler;
 
 namespace {
 
@@ -84,6 +88,46 @@ private Q_SLOTS:
         const int listener = listenAsTagServer(1);
         QVERIFY(listener != -1);
         close(listener);
+    }
+
+    void anExchangeThatIsInterruptedEndsAndNobodyIsToBlame()
+    {
+        Interruption interruption;
+        const Interruption::Scope scope(interruption);
+        std::atomic<bool> leftInPeace{false};
+        const ThreadTagServer server([&](int connection) {
+            interruption.request();
+            char byte = 0;
+            // Ends when the client hangs up.
+            while (recv(connection, &byte, 1, 0) > 0) {
+            }
+            leftInPeace = true;
+        });
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.error, 0x2005U);
+        QTRY_VERIFY(leftInPeace);
+        QVERIFY(Interruption::isRequested());
+        interruption.clear();
+        QVERIFY(!hasTagServerHungLately());
+    }
+
+    void aServerThatIsBeingStartedIsNotWaitedForAnyMore()
+    {
+        Interruption interruption;
+        interruption.request();
+        const Interruption::Scope scope(interruption);
+        setStartedServerOptions("--hang");
+        const TagOutcome outcome = askForTag();
+        QCOMPARE(outcome.result, 0);
+        QVERIFY2(outcome.elapsedMs < serverStartMs, QByteArray::number(outcome.elapsedMs));
+    }
+
+    void otherThreadsWaitAsIfNothingWere()
+    {
+        Interruption interruption;
+        interruption.request();
+        QVERIFY(!Interruption::isRequested());
+        QCOMPARE(Interruption::descriptor(), -1);
     }
 
     void aServerThatCannotBeExecutedIsReported()
