@@ -6,6 +6,7 @@
 
 #include <ctime>
 #include <limits>
+#include <thread>
 
 using namespace KelRestHandler;
 
@@ -50,6 +51,23 @@ private Q_SLOTS:
         QVERIFY(instance);
         QCOMPARE(TimeStampManager::getTimeStampManager(), instance);
         QCOMPARE(instance->serverTimeDifference(), 0);
+    }
+
+    void eachThreadHasItsOwn()
+    {
+        TimeStampManager* const here = TimeStampManager::getTimeStampManager();
+        here->setServerTimeDifference(17);
+        TimeStampManager* there = nullptr;
+        int difference = -1;
+        std::thread([&] {
+            there = TimeStampManager::getTimeStampManager();
+            difference = there->serverTimeDifference();
+            there->setServerTimeDifference(23);
+        }).join();
+        QVERIFY(there != here);
+        QCOMPARE(difference, 0);
+        QCOMPARE(here->serverTimeDifference(), 17);
+        here->setServerTimeDifference(0);
     }
 
     void withoutDifferenceItIsTheDevicesClock()

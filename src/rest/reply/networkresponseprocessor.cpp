@@ -63,12 +63,17 @@ const auto lineEnd = QLatin1String("\r\n");
 // A date of the service has 29 characters.
 constexpr int longestDate = 256;
 
+// Of the thread that this runs on, which may have changed since the processor was made.
+TimeStampManager* clock()
+{
+    return TimeStampManager::getTimeStampManager();
+}
+
 } // namespace
 
-NetworkResponseProcessor::NetworkResponseProcessor(QObject* parent)
-    : ServiceSignals(parent), mTimeStampManager(TimeStampManager::getTimeStampManager())
+NetworkResponseProcessor::NetworkResponseProcessor(QObject* parent) : ServiceSignals(parent)
 {
-    if (!mTimeStampManager)
+    if (!TimeStampManager::getTimeStampManager())
         qFatal("Unable to retrieve the timestam manager object");
 }
 
@@ -99,7 +104,7 @@ int NetworkResponseProcessor::secondsToWait(const HttpResponse& response) const
         return -1;
     const QDateTime now = response.getServerTime();
     return retryAfterSeconds(response.retryAfter(),
-                             now.isValid() ? now : mTimeStampManager->currentServerTime());
+                             now.isValid() ? now : clock()->currentServerTime());
 }
 
 int NetworkResponseProcessor::convertNetworkErrorCodeToEnablerErrorCode(
@@ -165,9 +170,9 @@ void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* resp
     const QDateTime time = headerTimeOnWire(text);
     response->setServerTime(time);
     if (response->clock() == HttpResponse::Clock::Anybodys)
-        mTimeStampManager->syncToTime(time);
+        clock()->syncToTime(time);
     else if (response->clock() == HttpResponse::Clock::Servers)
-        mTimeStampManager->syncToTime(time, response->server());
+        clock()->syncToTime(time, response->server());
 }
 
 void NetworkResponseProcessor::checkForErrorResponses(HttpResponse* response,

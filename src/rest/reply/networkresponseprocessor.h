@@ -82,7 +82,6 @@ private:
 
     int secondsToWait(const HttpResponse& response) const;
 
-    TimeStampManager* mTimeStampManager;
     AnsweredRequest mNobody;
     // On the stack, and a member only while it is there: a receiver may run an event loop, in which
     // the next reply is processed.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace KelRestHandler {
 
@@ -22,8 +23,18 @@ qint32 differenceTo(QDateTime const& serverTime)
 
 TimeStampManager* TimeStampManager::getTimeStampManager()
 {
-    // Leaked on purpose: replies may still be read while static objects are being destroyed.
-    static auto* const instance = new TimeStampManager;
+    thread_local TimeStampManager* instance = nullptr;
+    if (!instance) {
+        instance = new TimeStampManager;
+        // Replies may still be read while static objects are being destroyed, which is when those
+        // of the thread are gone: then another one is made, which nobody deletes.
+        struct Owner
+        {
+            ~Owner() { delete std::exchange(instance, nullptr); }
+        };
+        thread_local const Owner owner;
+        static_cast<void>(&owner);
+    }
     return instance;
 }
 

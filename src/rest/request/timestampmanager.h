@@ -12,8 +12,8 @@ namespace KelRestHandler {
 ///
 /// The service refuses requests whose time stamp is too far from its own clock, and handsets'
 /// clocks are often wrong, so every reply's "Date:" header corrects the offset of the server that
-/// it came from. There is one instance in the process, made on first use by the thread of the REST
-/// layer and never destroyed.
+/// it came from. Each thread has its own instance, so that nothing is locked: what a KelAccounts
+/// and a Client of one process know of a clock they have learnt each for themselves.
 ///
 /// What does not name a server reads the chosen server's clock, and sets that of all of them.
 /// Whoever signs for a server chooses it first.
@@ -22,7 +22,7 @@ class TimeStampManager
 public:
     static TimeStampManager* getTimeStampManager();
 
-    TimeStampManager() = default; ///< for tests; the library uses the one instance
+    TimeStampManager() = default; ///< for tests; the library uses its thread's
 
     /// Name under which the clock of the server at this address is kept: its host, and the port
     /// when the address has one. Empty for an address without a host.
