@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace KelRestHandler {
 
@@ -14,6 +15,7 @@ struct AnswerDetails
     int retryAfterSeconds = -1;
     QByteArray picture; ///< a captcha as it was received, whether or not it can be decoded
     QString pictureFormat;
+    QStringList order; ///< the keys of the signal's map as the reply has them
 };
 
 /// A request whose answer is being emitted.

@@ -62,6 +62,9 @@ public:
 
     /// Question identifier to question text.
     static void parseSecurityQuestionsResponse(QVariantMap& questions, const QDomNode& node);
+    /// The same; `order` gets the identifiers as the reply has them, each once.
+    static void parseOrderedSecurityQuestions(QVariantMap& questions, QStringList& order,
+                                              const QDomNode& node);
     static void parseSecurityQuestionResponse(SecurityQuestionData& question, const QDomNode& node);
 
     static void parseUserNameSuggestionsResponseNode(QStringList& suggestions,

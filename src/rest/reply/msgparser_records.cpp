@@ -61,6 +61,7 @@ struct QuestionList
     QVariantMap& questions;
     // Where the next question belongs if they come in order, which spares the map its search.
     QVariantMap::const_iterator behindLast;
+    QStringList order;
 };
 
 using Node = const QDomNode&;
@@ -188,6 +189,7 @@ constexpr ChildReader<QuestionList> questionList[] = {
          Question one;
          readChildren(child, oneQuestion, one);
          to.behindLast = std::next(to.questions.insert(to.behindLast, one.id, one.text));
+         to.order.append(one.id);
      }},
 };
 
@@ -372,8 +374,17 @@ void MsgParser::parseCaptchaCreationResponse(QString& captchaId, QString& imageT
 
 void MsgParser::parseSecurityQuestionsResponse(QVariantMap& questions, const QDomNode& node)
 {
-    QuestionList list{questions, questions.cend()};
+    QStringList order;
+    parseOrderedSecurityQuestions(questions, order, node);
+}
+
+void MsgParser::parseOrderedSecurityQuestions(QVariantMap& questions, QStringList& order,
+                                              const QDomNode& node)
+{
+    QuestionList list{questions, questions.cend(), {}};
     readChildren(node, questionList, list);
+    order = list.order;
+    order.removeDuplicates();
 }
 
 void MsgParser::parseSecurityQuestionResponse(SecurityQuestionData& question, const QDomNode& node)

@@ -95,7 +95,8 @@ void NetworkResponseProcessor::processRetrieveSecQueListResponse(HttpResponse* r
     const Outcome outcome = decide(response);
     QVariantMap questions;
     if (outcome.info.statusCode == ErrorNone)
-        MsgParser::parseSecurityQuestionsResponse(questions, outcome.document);
+        MsgParser::parseOrderedSecurityQuestions(questions, mAnswering->details.order,
+                                                 outcome.document);
     Q_EMIT retrieveSecQueListResponse(outcome.info.statusCode, questions);
 }
 
