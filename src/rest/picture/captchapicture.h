@@ -3,6 +3,8 @@
 
 #include <QByteArray>
 
+#include <array>
+#include <cstddef>
 #include <functional>
 
 class QPixmap;
@@ -18,6 +20,28 @@ namespace KelRestHandler {
 /// first picture is wanted. Programs of the build tree link it directly. When the module is
 /// missing, which is a broken installation, the picture is null.
 void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const QPixmap&)>& use);
+
+/// While one lives, nobody on this thread looks at pictures: none is made, which Qt only allows on
+/// some threads, and no module is needed. What is called with a picture may only pass it on.
+class UnseenPictures
+{
+public:
+    UnseenPictures() { ++ofThisThread; }
+    ~UnseenPictures() { --ofThisThread; }
+    UnseenPictures(const UnseenPictures&) = delete;
+    UnseenPictures& operator=(const UnseenPictures&) = delete;
+
+    static bool isAny() { return ofThisThread > 0; }
+    /// To be passed on: there is no picture at this place.
+    static const QPixmap& placeholder()
+    {
+        alignas(std::max_align_t) static std::array<std::byte, 64> place{};
+        return *reinterpret_cast<const QPixmap*>(place.data());
+    }
+
+private:
+    static inline thread_local int ofThisThread = 0;
+};
 
 /// False when the module is missing; the reason is logged.
 bool canHoldCaptchaPictures();

@@ -44,6 +44,10 @@ const QPixmap& nullPicture()
 
 void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const QPixmap&)>& use)
 {
+    if (UnseenPictures::isAny()) {
+        use(UnseenPictures::placeholder());
+        return;
+    }
     if (const WithPicture function = moduleFunction())
         function(bytes, use);
     else
@@ -52,7 +56,7 @@ void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const 
 
 bool canHoldCaptchaPictures()
 {
-    return moduleFunction() != nullptr;
+    return UnseenPictures::isAny() || moduleFunction() != nullptr;
 }
 
 } // namespace KelRestHandler
