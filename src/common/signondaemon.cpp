@@ -8,7 +8,20 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 
+#include <atomic>
+
 namespace KelAccount {
+
+namespace {
+
+std::atomic<void (*)()> daemonFound{nullptr};
+
+} // namespace
+
+void setSignOnDaemonFound(void (*found)())
+{
+    daemonFound = found;
+}
 
 bool reachesSessionBus()
 {
@@ -32,6 +45,8 @@ void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<voi
                          const bool running = !finished->isError();
                          if (!running)
                              qCCritical(logSignon, "The sign-on daemon cannot be started");
+                         else if (const auto found = daemonFound.load())
+                             found();
                          next(running);
                      });
 }

@@ -21,6 +21,10 @@ bool reachesSessionBus();
 /// that it had to tell before, so when `next` runs, the news of an earlier end has arrived.
 void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<void(bool)>& next);
 
+/// Has a function called on the asking thread whenever the daemon was found running, before the
+/// sign-on library is used there. For the whole process; there is none at first.
+void setSignOnDaemonFound(void (*found)());
+
 /// Calls `lost` from the event loop whenever the sign-on daemon has ended; not once `context` is
 /// gone. What was asked of it then may never be answered.
 void whenSignOnDaemonIsLost(QObject* context, const std::function<void()>& lost);

@@ -26,6 +26,8 @@ bool saysThereIsNone(const SignOn::Error& error)
 IdentityTask::IdentityTask(Kind kind, unsigned int credentialsId, int patienceMs)
     : mKind(kind), mCredentialsId(credentialsId)
 {
+    if (kind == Remove)
+        mUnfinished.emplace();
     mPatience.setSingleShot(true);
     mPatience.setInterval(patienceMs);
     connect(&mPatience, &QTimer::timeout, this, &IdentityTask::endPatience);

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "common/unfinishedwork.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+
+#include <optional>
 
 namespace SignOn {
 class Error;
@@ -54,6 +58,7 @@ private:
     void finish(Outcome outcome);
 
     Kind mKind;
+    std::optional<UnfinishedWork> mUnfinished; // of a removal
     unsigned int mCredentialsId;
     QPointer<SignOn::Identity> mIdentity; // of the attempt under way
     int mFailedStarts = 0;

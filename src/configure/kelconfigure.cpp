@@ -3,6 +3,7 @@
 
 #include "common/logging.h"
 #include "common/signondaemon.h"
+#include "common/unfinishedwork.h"
 #include "configure/deviceaccounts.h"
 
 #include <SignOn/Identity>
@@ -203,7 +204,8 @@ void KelConfigure::abandonStore()
     identity->setParent(nullptr);
     connect(identity, &SignOn::Identity::error, identity, &QObject::deleteLater);
     connect(identity, &SignOn::Identity::credentialsStored, identity,
-            [identity, patienceMs = mRemovalTimeoutMs](quint32 credentialsId) {
+            [identity, patienceMs = mRemovalTimeoutMs,
+             unfinished = std::make_shared<UnfinishedWork>()](quint32 credentialsId) {
                 identity->deleteLater();
                 (new IdentityTask(IdentityTask::Remove, credentialsId, patienceMs))->start();
             });
