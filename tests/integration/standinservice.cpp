@@ -145,6 +145,8 @@ Reaction StandInService::answer(const WireRequest& request)
 {
     constexpr int notFound = 404;
     constexpr int unprocessable = 422;
+    if (replyBy)
+        return replyBy(request);
     if (request.target == "/rest/1.0/availability/taken")
         return Reaction::reply(unprocessable, recorded("usernameavailability/suggestions"));
     for (const ServedOperation& operation : servedOperations()) {

@@ -36,8 +36,11 @@ public:
 
     /// Decides about every request; without it all is well.
     std::function<Disturbance(const WireRequest&)> disturb;
+    /// Answers every request in the service's place.
+    std::function<Reaction(const WireRequest&)> replyBy;
 
     const QList<WireRequest>& requests() const { return mServer.requests(); }
+    int openConnections() const { return mServer.openConnections(); }
     /// Requests for something that no operation asks for.
     QStringList problems() const { return mProblems + mServer.problems(); }
 

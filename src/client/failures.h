@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "client/callstate.h"
+
+#include <chrono>
+
+namespace KelAccount {
+
+/// The reason that belongs to a status.
+FailureReason failureOf(int status, std::chrono::seconds retryAfter = std::chrono::seconds(0));
+
+} // namespace KelAccount

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <kelaccount/client.h>
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <functional>
+
+/// What tests of KelAccount::Client have in common.
+namespace KelTest {
+
+/// How calls were answered, a line each: the operation and what came.
+class Answers
+{
+public:
+    QStringList lines;
+
+    /// `context` as for Call::then().
+    template <class Result>
+    void expect(const KelAccount::Call<Result>& call, QObject* context)
+    {
+        call.then(
+            context,
+            [this, name = call.operation()](const Result& result) {
+                lines.append(name + QLatin1String(": ") + described(result));
+            },
+            [this, name = call.operation()](const KelAccount::Failure& failure) {
+                lines.append(name + QLatin1String(" failed: ") + QString::number(failure.status));
+            });
+    }
+
+    static QString described(const KelAccount::Done& result);
+    static QString described(const KelAccount::Availability& result);
+    static QString described(const KelAccount::Captcha& result);
+    static QString described(const KelAccount::SetUp& result);
+    static QString described(const KelAccount::Profile& result);
+    static QString described(const KelAccount::Terms& result);
+    static QString described(const KelAccount::SecurityQuestions& result);
+    static QString described(const KelAccount::RecoveryQuestion& result);
+    static QString described(const KelAccount::PreAccount& result);
+    static QString described(const KelAccount::Country& result);
+    static QString described(const KelAccount::MarketingConsent& result);
+    static QString described(const KelAccount::CaptchaRequirement& result);
+    static QString described(const KelAccount::DeviceAccountState& result);
+};
+
+/// What is known of a call whatever its result.
+struct MadeCall
+{
+    KelAccount::CallBase call;
+    /// Makes a future of it, and gives the question whether that is finished.
+    std::function<std::function<bool()>()> future;
+};
+
+/// One method of the client, with arguments that are good.
+struct ClientCall
+{
+    const char* name;
+    /// Has the answer written down.
+    std::function<MadeCall(KelAccount::Client&, Answers&, QObject* context)> make;
+};
+
+/// Every method, each once.
+const QVector<ClientCall>& clientCalls();
+
+} // namespace KelTest
