@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accountcommands.h"
 
+#include "clientsettings.h"
+#include "tools/commandline/checks.h"
+
 #include <kelaccount/profileinfo.h>
 #include <kelaccount/registrationinfo.h>
 
@@ -42,7 +45,7 @@ void signIn(KelAccounts& accounts, QObject* context, const CommandInput& input,
     reportMap(accounts, context, &KelAccounts::signInAndConfigureResponse,
               "signInAndConfigureResponse", report);
     accounts.signInAndConfigure(input.arguments.at(0), input.secrets.at(0),
-                                input.option("--no-device-account").isEmpty());
+                                !input.has("--no-device-account"));
 }
 
 void registerAccount(KelAccounts& accounts, QObject* context, const CommandInput& input,
@@ -64,8 +67,30 @@ void registerAccount(KelAccounts& accounts, QObject* context, const CommandInput
     info.setSecurityQuestion(input.option("--question"));
     info.setSecurityAnswer(input.secrets.value(1)); // asked for with a question only
     info.setDateOfBirth(QDate::fromString(input.option("--born"), Qt::ISODate));
-    info.setMarketingInfo(!input.option("--marketing").isEmpty());
-    accounts.registerAccount(info, input.option("--no-device-account").isEmpty());
+    info.setMarketingInfo(input.has("--marketing"));
+    accounts.registerAccount(info, !input.has("--no-device-account"));
+}
+
+// An answer to a security question is as good as a password.
+bool isSecret(const QMetaProperty& property)
+{
+    return qstrcmp(property.name(), "securityAnswer") == 0;
+}
+
+Field::Type fieldType(const QMetaProperty& property)
+{
+    switch (property.type()) {
+    case QVariant::Bool:
+        return Field::Type::YesNo;
+    case QVariant::Int:
+    case QVariant::UInt:
+    case QVariant::LongLong:
+        return Field::Type::Number;
+    case QVariant::StringList:
+        return Field::Type::Texts;
+    default:
+        return Field::Type::Text;
+    }
 }
 
 void profile(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
@@ -78,8 +103,7 @@ void profile(KelAccounts& accounts, QObject* context, const CommandInput& /*inpu
             const QMetaObject& meta = ProfileInfo::staticMetaObject;
             for (int i = meta.propertyOffset(); info && i < meta.propertyCount(); ++i) {
                 const QMetaProperty property = meta.property(i);
-                // An answer to a security question is as good as a password.
-                if (qstrcmp(property.name(), "securityAnswer") == 0)
+                if (isSecret(property))
                     continue;
                 outcome.values.push_back({QLatin1String(property.name()), property.read(info)});
             }
@@ -127,30 +151,125 @@ void closeSession(KelAccounts& accounts, QObject* context, const CommandInput& /
     accounts.close();
 }
 
-const char registrationOptions[] =
-    "--email=ADDRESS --user-name=NAME --mobile=NUMBER --captcha-id=ID --captcha-text=TEXT "
-    "--first-name=NAME --last-name=NAME --country=CODE --language=CODE --question=ID "
-    "--born=YYYY-MM-DD --marketing --no-device-account";
+std::vector<CommandLine::Option> registrationOptions()
+{
+    return {
+        {"--email", {"ADDRESS"}, "the e-mail address to register with"},
+        {"--user-name", {"NAME"}, "the user name to register with"},
+        {"--mobile", {"NUMBER"}, "the mobile number, beginning with +"},
+        {"--captcha-id", {"ID"}, "of the captcha that was solved"},
+        {"--captcha-text", {"TEXT"}, "what its picture says"},
+        {"--first-name", {"NAME"}, "the first name"},
+        {"--last-name", {"NAME"}, "the last name"},
+        {"--country", {"CODE", countryProblem}, "the country, such as FI"},
+        {"--language", {"CODE", languageProblem}, "the language, such as fi"},
+        {"--question", {"ID"}, "the security question, see security-questions"},
+        {"--born", {"YYYY-MM-DD", CommandLine::date}, "the birthday"},
+        {"--marketing", {}, "agree to marketing messages"},
+        {"--no-device-account", {}, "set up no account on the device"},
+    };
+}
+
+std::vector<ClientCommand> setUpCommands()
+{
+    return {
+        {{"sign-in",
+          {{{"USER"}, "user name, e-mail address or mobile number"}},
+          {{"--no-device-account", {}, "set up no account on the device"}},
+          "sign in and set the account up on the device",
+          "sign-in alice"},
+         {{"password"}},
+         "signInAndConfigure",
+         true,
+         {{"*"}},
+         signIn},
+        {{"register",
+          {},
+          registrationOptions(),
+          "register and set the account up on the device",
+          "register --email bob@example.org --country FI --language fi --born 1990-02-28"},
+         {{"password"}, {"answer", "--question"}},
+         "registerAccount",
+         true,
+         {{"*"}},
+         registerAccount},
+        {{"close", {}, {}, "end the sign-on session", "close"},
+         {},
+         "close",
+         false,
+         {},
+         closeSession},
+    };
+}
+
+std::vector<Field> profileFields()
+{
+    std::vector<Field> fields;
+    const QMetaObject& meta = ProfileInfo::staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        if (!isSecret(property))
+            fields.push_back({property.name(), fieldType(property), false});
+    }
+    return fields;
+}
+
+std::vector<ClientCommand> signedInCommands()
+{
+    return {
+        {{"profile", {}, {}, "show the profile of the signed-in user", "profile"},
+         {},
+         "downloadProfile",
+         true,
+         profileFields(),
+         profile},
+        {{"update-question",
+          {{{"QUESTION-ID"}, "see security-questions"}},
+          {},
+          "change the security question",
+          "update-question 4"},
+         {{"answer"}},
+         "updateSecurityQuestion",
+         true,
+         {},
+         updateQuestion},
+        {{"change-password", {}, {}, "change the password", "change-password"},
+         {{"old-password"}, {"new-password"}},
+         "changePassword",
+         true,
+         {},
+         changePassword},
+        {{"change-user-name",
+          {{{"NAME"}, "the user name, which is for good"}},
+          {},
+          "give the account a user name",
+          "change-user-name bob"},
+         {},
+         "userIdUpdate",
+         true,
+         {},
+         changeUserName},
+        {{"ensure-token",
+          {{{"CREDENTIALS-ID", CommandLine::number<1, 4294967295>},
+            "whose token, instead of the device account's",
+            true}},
+          {},
+          "make sure that there is an access token",
+          "ensure-token"},
+         {},
+         "ensureTokenAvailable",
+         true,
+         {},
+         ensureToken},
+    };
+}
 
 } // namespace
 
-std::vector<Command> accountCommands()
+std::vector<ClientCommand> accountCommands()
 {
-    return {
-        {"sign-in", "USER", "--no-device-account", "password",
-         "sign in and set the account up on the device", "signInAndConfigure", true, signIn},
-        {"register", "", registrationOptions, "password answer@--question",
-         "register and set the account up on the device", "registerAccount", true, registerAccount},
-        {"profile", "", "", "", "the profile of the signed-in user", "downloadProfile", true,
-         profile},
-        {"update-question", "QUESTION-ID", "", "answer", "change the security question",
-         "updateSecurityQuestion", true, updateQuestion},
-        {"change-password", "", "", "old-password new-password", "change the password",
-         "changePassword", true, changePassword},
-        {"change-user-name", "NAME", "", "", "give the account a user name", "userIdUpdate", true,
-         changeUserName},
-        {"ensure-token", "[CREDENTIALS-ID]", "", "", "make sure that there is an access token",
-         "ensureTokenAvailable", true, ensureToken},
-        {"close", "", "", "", "end the sign-on session", "close", false, closeSession},
-    };
+    std::vector<ClientCommand> all = setUpCommands();
+    for (const ClientCommand& command : signedInCommands())
+        all.push_back(command);
+    return all;
 }

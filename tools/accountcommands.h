@@ -6,4 +6,4 @@
 #include <vector>
 
 /// Signing in, registering, and what a signed-in user does.
-std::vector<Command> accountCommands();
+std::vector<ClientCommand> accountCommands();

@@ -1,125 +1,119 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "clientsettings.h"
 
-#include "commands.h"
+#include "tools/commandline/checks.h"
 
 #include <QFile>
+#include <QLocale>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace {
 
 constexpr int longestSecret = 4096;
 
-// The servers by name and by the index that the library knows them by.
-bool readServer(const QString& text, int& server)
+// In the order of their indexes.
+const char* const servers[] = {"test-a", "test-b", "production", "staging", "test-c", "test-d"};
+
+bool readServer(const std::string& text, int& server)
 {
-    static const QHash<QString, int> names = {
-        {QStringLiteral("test-a"), 0},     {QStringLiteral("test-b"), 1},
-        {QStringLiteral("production"), 2}, {QStringLiteral("staging"), 3},
-        {QStringLiteral("test-c"), 4},     {QStringLiteral("test-d"), 5},
-    };
-    bool number = false;
-    server = names.contains(text) ? names.value(text) : text.toInt(&number);
-    return names.contains(text) || number;
+    const auto named = std::find(std::begin(servers), std::end(servers), text);
+    std::int64_t index = named - std::begin(servers);
+    if (named == std::end(servers) &&
+        !CommandLine::readNumber(text, std::numeric_limits<int>::min(),
+                                 std::numeric_limits<int>::max(), index))
+        return false;
+    server = static_cast<int>(index);
+    return true;
 }
 
-bool readNumber(const QString& text, int lowest, int highest, int& value)
+int readInt(const std::string& text, int otherwise)
 {
-    bool number = false;
-    value = text.toInt(&number);
-    return number && value >= lowest && value <= highest;
+    std::int64_t number = otherwise;
+    CommandLine::readNumber(text, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+                            number);
+    return static_cast<int>(number);
 }
 
-const QStringList& optionsWithValue()
+QString fromLocal(const std::string& text)
 {
-    static const QStringList names = {
-        QStringLiteral("--consumer-key"), QStringLiteral("--consumer-secret-file"),
-        QStringLiteral("--password-fd"),  QStringLiteral("--server"),
-        QStringLiteral("--service"),      QStringLiteral("--timeout"),
-    };
-    return names;
+    return QString::fromLocal8Bit(text.data(), static_cast<int>(text.size()));
+}
+
+bool isLanguage(const QString& code)
+{
+    const bool formed =
+        code.size() >= 2 && code.size() <= 3 && std::all_of(code.begin(), code.end(), [](QChar c) {
+            return c >= QLatin1Char('a') && c <= QLatin1Char('z');
+        });
+    // An unknown one becomes the C locale.
+    return formed && QLocale(code).language() != QLocale::C;
+}
+
+bool isCountry(const QString& code)
+{
+    if (code.size() != 2)
+        return false; // regions have names of three digits
+    const QList<QLocale> all =
+        QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry);
+    return std::any_of(all.begin(), all.end(), [&code](const QLocale& locale) {
+        return locale.language() != QLocale::C &&
+               locale.name().section(QLatin1Char('_'), -1) == code;
+    });
 }
 
 } // namespace
 
-ClientSettings ClientSettings::read(const QStringList& arguments, QString& problem)
+const std::vector<std::string>& serverNames()
+{
+    static const std::vector<std::string> names(std::begin(servers), std::end(servers));
+    return names;
+}
+
+std::string serverProblem(const std::string& text)
+{
+    int server = 0;
+    if (readServer(text, server))
+        return {};
+    return "needs production, staging, test-a to test-d or a server's index, not '" + text + '\'';
+}
+
+std::string languageProblem(const std::string& text)
+{
+    const QString code = QString::fromStdString(text).replace(QLatin1Char('-'), QLatin1Char('_'));
+    const QString language = code.section(QLatin1Char('_'), 0, 0);
+    const bool withCountry = language.size() < code.size();
+    if (isLanguage(language) && (!withCountry || isCountry(code.mid(language.size() + 1))))
+        return {};
+    return "needs a language's code like fi or pt_BR, not '" + text + '\'';
+}
+
+std::string countryProblem(const std::string& text)
+{
+    if (isCountry(QString::fromStdString(text)))
+        return {};
+    return "needs a country's code like FI, not '" + text + '\'';
+}
+
+ClientSettings ClientSettings::from(const CommandLine::Line& line)
 {
     ClientSettings settings;
-    bool optionsEnded = false;
-    for (int i = 0; i < arguments.size() && problem.isEmpty(); ++i) {
-        const QString& argument = arguments.at(i);
-        if (!optionsEnded && argument == QLatin1String("--"))
-            optionsEnded = true;
-        else if (!optionsEnded && argument.startsWith(QLatin1String("--")))
-            settings.takeOption(arguments, i, problem);
-        else if (settings.command.isNull())
-            settings.command = argument;
-        else
-            settings.arguments.append(argument);
-    }
+    settings.consumerKey = fromLocal(line.value("--consumer-key"));
+    settings.hasSecretFile = line.has("--consumer-secret-file");
+    settings.secretFile = fromLocal(line.value("--consumer-secret-file"));
+    readServer(line.value("--server", "production"), settings.server);
+    if (line.has("--service"))
+        settings.service = fromLocal(line.value("--service"));
+    settings.timeLimitSeconds = readInt(line.value("--timeout"), settings.timeLimitSeconds);
+    settings.passwordDescriptor = readInt(line.value("--password-fd"), settings.passwordDescriptor);
+    if (line.has("--line"))
+        settings.format = OutputFormat::Line;
+    if (line.has("--json"))
+        settings.format = OutputFormat::Json;
+    settings.verbose = line.has("--verbose");
     return settings;
-}
-
-void ClientSettings::takeOption(const QStringList& all, int& position, QString& problem)
-{
-    const QString& argument = all.at(position);
-    const QString name = argument.section(QLatin1Char('='), 0, 0);
-    const bool joined = name.size() < argument.size();
-    if (!joined && takeFlag(name))
-        return;
-    if (!optionsWithValue().contains(name) && !isCommandOption(name)) {
-        problem = QStringLiteral("unknown option '%1'; kelaccount --help lists them").arg(name);
-        return;
-    }
-    if (!joined && position + 1 == all.size()) {
-        problem =
-            QStringLiteral("option '%1' needs a value; kelaccount --help says which").arg(name);
-        return;
-    }
-    const QString value = joined ? argument.mid(name.size() + 1) : all.at(++position);
-    if (!takeValue(name, value)) {
-        problem = QStringLiteral("'%1' is no value for %2; kelaccount --help says which are")
-                      .arg(value, name);
-    }
-}
-
-bool ClientSettings::takeFlag(const QString& name)
-{
-    if (name == QLatin1String("--json"))
-        format = OutputFormat::Json;
-    else if (name == QLatin1String("--line"))
-        format = OutputFormat::Line;
-    else if (name == QLatin1String("--verbose"))
-        verbose = true;
-    else if (name == QLatin1String("--help"))
-        wish = Wish::ShowHelp;
-    else if (name == QLatin1String("--version"))
-        wish = Wish::ShowVersion;
-    else if (isCommandFlag(name))
-        commandOptions.insert(name, QStringLiteral("yes"));
-    else
-        return false;
-    return true;
-}
-
-bool ClientSettings::takeValue(const QString& name, const QString& value)
-{
-    constexpr int longestTimeLimit = 3600;
-    constexpr int highestDescriptor = 1023;
-    if (name == QLatin1String("--server"))
-        return readServer(value, server);
-    if (name == QLatin1String("--timeout"))
-        return readNumber(value, 1, longestTimeLimit, timeLimitSeconds);
-    if (name == QLatin1String("--password-fd"))
-        return readNumber(value, 0, highestDescriptor, passwordDescriptor);
-    if (name == QLatin1String("--consumer-key"))
-        consumerKey = value;
-    else if (name == QLatin1String("--consumer-secret-file"))
-        secretFile = value;
-    else if (name == QLatin1String("--service"))
-        service = value;
-    else
-        commandOptions.insert(name, value);
-    return true;
 }
 
 void ClientSettings::findCredentials(QString& problem)
@@ -131,7 +125,11 @@ void ClientSettings::findCredentials(QString& problem)
                                  "KELACCOUNT_CONSUMER_KEY");
         return;
     }
-    if (secretFile.isEmpty()) {
+    if (hasSecretFile && secretFile.isEmpty()) {
+        problem = QStringLiteral("the name of the secret file is empty");
+        return;
+    }
+    if (!hasSecretFile) {
         consumerSecret = qEnvironmentVariable("KELACCOUNT_CONSUMER_SECRET");
     } else {
         QFile file(secretFile);

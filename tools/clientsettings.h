@@ -2,17 +2,13 @@
 #pragma once
 
 #include "outcome.h"
+#include "tools/commandline/reader.h"
 
-#include <QHash>
 #include <QString>
-#include <QStringList>
 
-/// What the command line and the environment ask for.
+/// What holds for every command.
 struct ClientSettings
 {
-    enum class Wish { RunCommand, ShowHelp, ShowVersion };
-
-    Wish wish = Wish::RunCommand;
     QString consumerKey;
     QString consumerSecret;
     int server = 2;
@@ -21,21 +17,22 @@ struct ClientSettings
     int passwordDescriptor = -1; ///< where passwords are read from; -1 asks for them
     OutputFormat format = OutputFormat::Rows;
     bool verbose = false;
-    QString command;
-    QStringList arguments;
-    QHash<QString, QString> commandOptions; ///< those that only some commands know, by name
 
-    /// Reads the arguments (without the program's name). On misuse, `problem` becomes one line that
-    /// says what to do, and the settings are of no use.
-    static ClientSettings read(const QStringList& arguments, QString& problem);
+    static ClientSettings from(const CommandLine::Line& line);
 
-    /// Finds key and secret in options, files and environment; a missing one is a problem.
+    /// Finds key and secret in options, files and environment; a missing one is a problem, and
+    /// `problem` becomes one line that says what to do.
     void findCredentials(QString& problem);
 
 private:
-    void takeOption(const QStringList& all, int& position, QString& problem);
-    bool takeFlag(const QString& name);
-    bool takeValue(const QString& name, const QString& value);
-
     QString secretFile;
+    bool hasSecretFile = false;
 };
+
+/// The servers that have names, and the check for one.
+const std::vector<std::string>& serverNames();
+std::string serverProblem(const std::string& text);
+
+/// Checks for the code of a language, such as fi or pt_BR, and of a country, such as FI.
+std::string languageProblem(const std::string& text);
+std::string countryProblem(const std::string& text);

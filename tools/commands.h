@@ -2,6 +2,7 @@
 #pragma once
 
 #include "outcome.h"
+#include "tools/commandline/reader.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -15,43 +16,53 @@
 struct CommandInput
 {
     QStringList arguments;
-    QHash<QString, QString> options; ///< by name, "--" included
+    QHash<QString, QString> options; ///< by name, "--" included; of a flag, empty
     QStringList secrets;             ///< in the order in which the command names them
 
     QString option(const char* name, const char* otherwise = "") const
     {
         return options.value(QLatin1String(name), QLatin1String(otherwise));
     }
+    bool has(const char* flag) const { return options.contains(QLatin1String(flag)); }
 };
 
 /// Receives a command's outcome; what comes after the first is ignored.
 using Report = std::function<void(const Outcome&)>;
 
-/// One operation of the library on the command line.
-struct Command
+/// A secret that a command asks for without showing it.
+struct Secret
 {
-    const char* name;
-    const char* arguments; ///< their names, blank-separated, optional ones in brackets
-    const char* options;   ///< the command's own, as "--name=VALUE" or "--flag", blank-separated
-    const char* secrets;   ///< what to ask for without showing it, blank-separated; behind an "@"
-                           ///< the option without which it is not asked for
-    const char* summary;
+    std::string name;
+    std::string onlyWith = {}; ///< the option without which it is not asked for
+};
+
+/// A value that a command answers with, in rows and in JSON.
+struct Field
+{
+    std::string name; ///< "*": the service names them
+    enum class Type { Text, Number, YesNo, Texts } type = Type::Text;
+    bool always = true; ///< false: with some answers only
+};
+
+/// One operation of the library on the command line.
+struct ClientCommand
+{
+    CommandLine::Command line;
+    std::vector<Secret> secrets;
     const char* operation; ///< the method that is called
     bool callsService;     ///< and so needs key and secret
+    std::vector<Field> fields;
 
     /// Connects to the answering signal with `context`, and calls the operation.
     void (*start)(KelAccount::KelAccounts& accounts, QObject* context, const CommandInput& input,
                   const Report& report);
 
-    /// Empty when the command can be run with this many arguments and these options.
-    QString problemWith(const CommandInput& input) const;
     /// The names of the secrets that a call with these options takes.
     QStringList secretsFor(const CommandInput& input) const;
 };
 
-const std::vector<Command>& commands();
-const Command* findCommand(const QString& name);
+const std::vector<ClientCommand>& commands();
+const ClientCommand* findCommand(const std::string& name);
 
-/// Whether any command knows the option, with a value or as a flag.
-bool isCommandOption(const QString& name);
-bool isCommandFlag(const QString& name);
+/// The client's command line: what holds for all commands, and the commands.
+const CommandLine::Program& clientProgram();

@@ -50,7 +50,7 @@ void deviceInfo(KelAccounts& /*accounts*/, QObject* /*context*/, const CommandIn
                      {QStringLiteral("SIM"), device.simStatus()},
                      {QStringLiteral("home MCC"), device.deviceMCC()},
                      {QStringLiteral("home MNC"), device.deviceMNC()}}};
-    const bool show = !input.option("--show-identifiers").isEmpty();
+    const bool show = input.has("--show-identifiers");
     const auto identifier = [show](const QString& value) {
         const QString hidden = QStringLiteral("known; --show-identifiers shows it");
         return show || value.isEmpty() ? value : hidden;
@@ -62,15 +62,47 @@ void deviceInfo(KelAccounts& /*accounts*/, QObject* /*context*/, const CommandIn
 
 } // namespace
 
-std::vector<Command> deviceCommands()
+std::vector<ClientCommand> deviceCommands()
 {
     return {
-        {"country", "", "", "", "the country of the device", "retrieveCountryCode", false, country},
-        {"captcha-required", "", "", "", "must a registration solve a captcha?",
-         "isCaptchaRequired", false, captchaRequired},
-        {"is-configured", "", "", "", "has the device an account?", "isKeLAccountConfigured", false,
+        {{"country", {}, {}, "show the country of the device", "country"},
+         {},
+         "retrieveCountryCode",
+         false,
+         {{"country"}},
+         country},
+        {{"captcha-required",
+          {},
+          {},
+          "say whether a registration must solve a captcha",
+          "captcha-required"},
+         {},
+         "isCaptchaRequired",
+         false,
+         {{"required", Field::Type::YesNo}},
+         captchaRequired},
+        {{"is-configured", {}, {}, "say whether the device has an account", "is-configured"},
+         {},
+         "isKeLAccountConfigured",
+         false,
+         {{"configured", Field::Type::YesNo}},
          isConfigured},
-        {"device-info", "", "--show-identifiers", "", "what the library sees of the device",
-         "device facts", false, deviceInfo},
+        {{"device-info",
+          {},
+          {{"--show-identifiers", {}, "show IMEI and IMSI, too"}},
+          "show what the library sees of the device",
+          "device-info"},
+         {},
+         "device facts",
+         false,
+         {{"manufacturer"},
+          {"model"},
+          {"firmware"},
+          {"SIM", Field::Type::YesNo},
+          {"home MCC"},
+          {"home MNC"},
+          {"IMEI"},
+          {"IMSI"}},
+         deviceInfo},
     };
 }

@@ -6,4 +6,4 @@
 #include <vector>
 
 /// What the library knows about the device.
-std::vector<Command> deviceCommands();
+std::vector<ClientCommand> deviceCommands();

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "outcome.h"
 
-#include <kelaccount/commonutils.h>
+#include "tools/commandline/reader.h"
+
+#include <kelaccount/statustext.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,6 +11,7 @@
 #include <QStringList>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -27,36 +30,110 @@ QString textOf(const QVariant& value)
     return text.isEmpty() ? QStringLiteral("-") : printable(text);
 }
 
-void row(const QString& name, const QString& value)
+// How a terminal that wants them is shown colours.
+class Colours
 {
-    constexpr int nameWidth = 22;
-    printLine(QLatin1String("  ") + name.leftJustified(nameWidth) + value);
+public:
+    Colours()
+    {
+        const QByteArray terminal = qgetenv("TERM");
+        mWanted = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
+                  !terminal.isEmpty() && terminal != "dumb";
+    }
+    QString good(const QString& text) const { return painted("32", text); }
+    QString bad(const QString& text) const { return painted("31", text); }
+    QString strong(const QString& text) const { return painted("1", text); }
+    QString forStatus(int status, const QString& text) const
+    {
+        return status == 0 ? good(text) : bad(text);
+    }
+
+private:
+    QString painted(const char* code, const QString& text) const
+    {
+        if (!mWanted)
+            return text;
+        return QStringLiteral("\x1b[%1m%2\x1b[0m").arg(QLatin1String(code), text);
+    }
+    bool mWanted = false;
+};
+
+// Broken between words, and words that are too long anywhere.
+QStringList brokenLines(const QString& text, int width)
+{
+    QStringList lines;
+    QString rest = text;
+    while (rest.size() > width) {
+        const int blank = rest.lastIndexOf(QLatin1Char(' '), width);
+        const int end = blank > 0 ? blank : width;
+        lines.append(rest.left(end));
+        rest.remove(0, blank > 0 ? end + 1 : end);
+    }
+    lines.append(rest);
+    return lines;
 }
 
-void printRows(const QString& call, const Outcome& outcome, double milliseconds)
+// The rows of one answer, as wide as the terminal; elsewhere, as long as their values.
+class Rows
 {
-    printLine(printable(call));
-    row(QStringLiteral("signal"), outcome.signal);
-    row(QStringLiteral("status"), QString::number(outcome.status) + QLatin1Char(' ') +
-                                      CommonUtils::ConvertErrorCodeToString(outcome.status));
+public:
+    void add(const QString& name, const QString& value) const { print(name, value, value); }
+    // With colours, which take no room.
+    void addStatus(const QString& name, const QString& value, int status) const
+    {
+        print(name, value, mColours.forStatus(status, value));
+    }
+    const Colours& colours() const { return mColours; }
+
+private:
+    void print(const QString& name, const QString& value, const QString& shown) const
+    {
+        constexpr int nameWidth = 22;
+        constexpr int narrowest = 20;
+        const QString start = QLatin1String("  ") + name.leftJustified(nameWidth);
+        const int room = qMax(narrowest, mWidth - start.size());
+        if (mWidth == 0 || value.size() <= room) {
+            printLine(start + shown);
+            return;
+        }
+        const QStringList lines = brokenLines(value, room);
+        for (int i = 0; i < lines.size(); ++i)
+            printLine((i == 0 ? start : QString(start.size(), QLatin1Char(' '))) + lines.at(i));
+    }
+
+    Colours mColours;
+    int mWidth = CommandLine::terminalWidth(STDOUT_FILENO);
+};
+
+void printRows(const Outcome& outcome)
+{
+    const Rows rows;
+    printLine(rows.colours().strong(printable(outcome.call)));
+    rows.add(QStringLiteral("signal"), outcome.signal);
+    rows.addStatus(QStringLiteral("status"),
+                   QString::number(outcome.status) + QLatin1Char(' ') +
+                       KelAccount::statusName(outcome.status),
+                   outcome.status);
+    if (outcome.status != 0)
+        rows.add(QStringLiteral("meaning"), KelAccount::statusText(outcome.status));
     // Names, too, may come from the service.
     for (const auto& value : outcome.values)
-        row(printable(value.first), textOf(value.second));
+        rows.add(printable(value.first), textOf(value.second));
     if (!outcome.failure.isEmpty())
-        row(QStringLiteral("failed"), printable(outcome.failure));
-    row(QStringLiteral("time"), QString::number(milliseconds, 'f', 1) + QLatin1String(" ms"));
+        rows.addStatus(QStringLiteral("failed"), printable(outcome.failure), 1);
+    rows.add(QStringLiteral("time"),
+             QString::number(outcome.milliseconds, 'f', 1) + QLatin1String(" ms"));
 }
 
 // "ErrorNone" of "ZorKeLDefs::ErrorNone"
 QString shortName(int status)
 {
-    return CommonUtils::ConvertErrorCodeToString(status).section(QLatin1String("::"), -1);
+    return KelAccount::statusName(status).section(QLatin1String("::"), -1);
 }
 
-// Behind the line, or below it, as many on each as a wide terminal shows.
-QString valuesBehind(const QString& line, const QStringList& values)
+// Behind the line, or below it, as many on each as the width allows.
+QString valuesBehind(const QString& line, const QStringList& values, int width)
 {
-    constexpr int width = 110;
     const QString gap = QStringLiteral("  ");
     const QString all = values.join(QLatin1String(", "));
     if (values.isEmpty() || line.size() + gap.size() + all.size() <= width)
@@ -77,11 +154,12 @@ QString valuesBehind(const QString& line, const QStringList& values)
     return text;
 }
 
-void printAsLine(const QString& call, const Outcome& outcome, double milliseconds)
+void printAsLine(const Outcome& outcome)
 {
     constexpr int callWidth = 41;
     constexpr int statusWidth = 30;
     constexpr int timeWidth = 10;
+    constexpr int usualWidth = 110;
     QStringList values;
     for (const auto& value : outcome.values) {
         const QString text = textOf(value.second);
@@ -90,25 +168,34 @@ void printAsLine(const QString& call, const Outcome& outcome, double millisecond
     }
     if (!outcome.failure.isEmpty())
         values.append(QLatin1String("failed: ") + printable(outcome.failure));
+    const QString call = printable(outcome.call).leftJustified(callWidth) + QLatin1Char(' ');
     const QString status =
-        QString::number(outcome.status) + QLatin1Char(' ') + shortName(outcome.status);
-    const QString time = QString::number(milliseconds, 'f', 1) + QLatin1String(" ms");
-    QString line = printable(call).leftJustified(callWidth) + QLatin1Char(' ') +
-                   status.leftJustified(statusWidth) + time.rightJustified(timeWidth);
-    printLine(line + valuesBehind(line, values));
+        (QString::number(outcome.status) + QLatin1Char(' ') + shortName(outcome.status))
+            .leftJustified(statusWidth);
+    const QString time = (QString::number(outcome.milliseconds, 'f', 1) + QLatin1String(" ms"))
+                             .rightJustified(timeWidth);
+    const int width = CommandLine::terminalWidth(STDOUT_FILENO);
+    printLine(call + Colours().forStatus(outcome.status, status) + time +
+              valuesBehind(call + status + time, values, width == 0 ? usualWidth : width));
 }
 
-void printAsJson(const Outcome& outcome, double milliseconds)
+// docs/client.md says what holds for every version of it.
+void printAsJson(const Outcome& outcome)
 {
-    QJsonObject object;
-    // First: nothing that the service names may replace what the client says.
+    constexpr int schema = 1;
+    QJsonObject values;
     for (const auto& value : outcome.values)
-        object.insert(value.first, QJsonValue::fromVariant(value.second));
-    object.insert(QStringLiteral("signal"), outcome.signal);
-    object.insert(QStringLiteral("status"), outcome.status);
-    object.insert(QStringLiteral("statusName"),
-                  CommonUtils::ConvertErrorCodeToString(outcome.status));
-    object.insert(QStringLiteral("milliseconds"), milliseconds);
+        values.insert(value.first, QJsonValue::fromVariant(value.second));
+    QJsonObject object = {
+        {QStringLiteral("schema"), schema},
+        {QStringLiteral("command"), outcome.command},
+        {QStringLiteral("signal"), outcome.signal},
+        {QStringLiteral("status"), outcome.status},
+        {QStringLiteral("statusName"), KelAccount::statusName(outcome.status)},
+        {QStringLiteral("text"), KelAccount::statusText(outcome.status)},
+        {QStringLiteral("values"), values},
+        {QStringLiteral("milliseconds"), outcome.milliseconds},
+    };
     if (!outcome.failure.isEmpty())
         object.insert(QStringLiteral("failed"), outcome.failure);
     std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
@@ -117,21 +204,19 @@ void printAsJson(const Outcome& outcome, double milliseconds)
 
 } // namespace
 
-void printOutcome(const QString& call, const Outcome& outcome, double milliseconds,
-                  OutputFormat format)
+void printOutcome(const Outcome& outcome, OutputFormat format)
 {
     switch (format) {
     case OutputFormat::Rows:
-        printRows(call, outcome, milliseconds);
+        printRows(outcome);
         break;
     case OutputFormat::Line:
-        printAsLine(call, outcome, milliseconds);
+        printAsLine(outcome);
         break;
     case OutputFormat::Json:
-        printAsJson(outcome, milliseconds);
+        printAsJson(outcome);
         break;
     }
-    std::fflush(stdout);
 }
 
 QString printable(const QString& text)

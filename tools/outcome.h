@@ -14,6 +14,10 @@ struct Outcome
     int status = 0;
     std::vector<std::pair<QString, QVariant>> values; ///< what the signal carried, by name
     QString failure = {}; ///< why the command failed although the status is 0
+
+    QString command = {};
+    QString call = {}; ///< the operation with its arguments
+    double milliseconds = 0;
 };
 
 enum class OutputFormat {
@@ -23,8 +27,7 @@ enum class OutputFormat {
 };
 
 /// Prints an outcome on standard output.
-void printOutcome(const QString& call, const Outcome& outcome, double milliseconds,
-                  OutputFormat format);
+void printOutcome(const Outcome& outcome, OutputFormat format);
 
 /// Makes text safe for a terminal: control characters are shown as \xNN.
 QString printable(const QString& text);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "servicecommands.h"
 
+#include "clientsettings.h"
+#include "tools/commandline/checks.h"
+
 #include <QPixmap>
 
 using KelAccount::ConsentQueryVariant;
@@ -124,8 +127,7 @@ void terms(KelAccounts& accounts, QObject* context, const CommandInput& input, c
                          report(withMap("termsOfServiceResponse", status, addresses));
                      });
     accounts.retrieveTermsOfService(input.arguments.at(0), input.option("--language"),
-                                    input.option("--country"),
-                                    input.option("--html").isEmpty() ? 0 : 1);
+                                    input.option("--country"), input.has("--html") ? 1 : 0);
 }
 
 void marketingVariant(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
@@ -175,31 +177,131 @@ void resetWithQuestion(KelAccounts& accounts, QObject* context, const CommandInp
                                                 input.secrets.at(1), input.secrets.at(2));
 }
 
-} // namespace
-
-std::vector<Command> serviceCommands()
+std::vector<ClientCommand> lookupCommands()
 {
     return {
-        {"check-user", "NAME", "", "", "is this user name free?", "isUserIdAvailable", true,
+        {{"check-user",
+          {{{"NAME"}, "the user name"}},
+          {},
+          "ask whether a user name is free",
+          "check-user bob"},
+         {},
+         "isUserIdAvailable",
+         true,
+         {{"available", Field::Type::YesNo}, {"suggestions", Field::Type::Texts}},
          checkUser},
-        {"check-email", "ADDRESS", "", "", "is this e-mail address free?", "isEmailIdAvailable",
-         true, checkEmail},
-        {"captcha", "", "--out=FILE --width=PIXELS --height=PIXELS", "", "fetch a captcha picture",
-         "retrieveCaptchaImage", true, captcha},
-        {"security-questions", "[LANGUAGE]", "", "", "the questions to choose from",
-         "retrieveSecurityQuestionList", true, securityQuestions},
-        {"detect-pre-account", "", "", "", "the account that is held ready for the SIM",
-         "detectPreAccount", true, detectPreAccount},
-        {"terms", "SERVICE", "--language=CODE --country=CODE --html", "",
-         "where a service's terms are", "retrieveTermsOfService", true, terms},
-        {"marketing-variant", "", "", "", "how to ask for marketing consent",
-         "queryMarketingVariant", true, marketingVariant},
-        {"reset-password", "USER", "--message=TEXT", "", "have a recovery message sent",
-         "requestPasswordReset", true, resetPassword},
-        {"security-question", "USER [LANGUAGE]", "", "", "the security question of a user",
-         "retrievePasswordResetSecQuestion", true, securityQuestion},
-        {"reset-with-question", "USER", "", "recovery-token new-password answer",
-         "a new password for the security answer", "resetPasswordUsingSecurityQuestion", true,
+        {{"check-email",
+          {{{"ADDRESS"}, "the e-mail address"}},
+          {},
+          "ask whether an e-mail address is free",
+          "check-email bob@example.org"},
+         {},
+         "isEmailIdAvailable",
+         true,
+         {{"available", Field::Type::YesNo}},
+         checkEmail},
+        {{"captcha",
+          {},
+          {{"--out", {"FILE", nullptr, CommandLine::Completion::Files}, "write the picture here"},
+           {"--width", {"PIXELS", CommandLine::number<1, 10000>}, "of the picture (200)"},
+           {"--height", {"PIXELS", CommandLine::number<1, 10000>}, "of the picture (80)"}},
+          "fetch a captcha picture",
+          "captcha --out captcha.png"},
+         {},
+         "retrieveCaptchaImage",
+         true,
+         {{"captchaId", Field::Type::Text, false},
+          {"size", Field::Type::Text, false},
+          {"file", Field::Type::Text, false}},
+         captcha},
+        {{"security-questions",
+          {{{"LANGUAGE", languageProblem}, "of the questions (en)", true}},
+          {},
+          "show the security questions to choose from",
+          "security-questions fi"},
+         {},
+         "retrieveSecurityQuestionList",
+         true,
+         {{"*"}},
+         securityQuestions},
+        {{"detect-pre-account",
+          {},
+          {},
+          "show the account that is held ready for the SIM",
+          "detect-pre-account"},
+         {},
+         "detectPreAccount",
+         true,
+         {{"preAccountId"}, {"username"}, {"mobile"}, {"country"}},
+         detectPreAccount},
+        {{"terms",
+          {{{"SERVICE"}, "the service's name"}},
+          {{"--language", {"CODE", languageProblem}, "of the terms"},
+           {"--country", {"CODE", countryProblem}, "of the user"},
+           {"--html", {}, "as web pages instead of plain text"}},
+          "show where a service's terms are",
+          "terms music --language fi --country FI"},
+         {},
+         "retrieveTermsOfService",
+         true,
+         {{"*"}},
+         terms},
+        {{"marketing-variant",
+          {},
+          {},
+          "show how to ask for marketing consent",
+          "marketing-variant"},
+         {},
+         "queryMarketingVariant",
+         true,
+         {{"variant", Field::Type::Number}},
+         marketingVariant},
+    };
+}
+
+std::vector<ClientCommand> recoveryCommands()
+{
+    return {
+        {{"reset-password",
+          {{{"USER"}, "user name, e-mail address or mobile number"}},
+          {{"--message", {"TEXT"}, "what the message says before the code"}},
+          "have a recovery message sent",
+          "reset-password bob --message 'Your code:'"},
+         {},
+         "requestPasswordReset",
+         true,
+         {},
+         resetPassword},
+        {{"security-question",
+          {{{"USER"}, "user name, e-mail address or mobile number"},
+           {{"LANGUAGE", languageProblem}, "of the question (en)", true}},
+          {},
+          "show the security question of a user",
+          "security-question bob fi"},
+         {},
+         "retrievePasswordResetSecQuestion",
+         true,
+         {{"*"}},
+         securityQuestion},
+        {{"reset-with-question",
+          {{{"USER"}, "user name, e-mail address or mobile number"}},
+          {},
+          "set a new password with the recovery token and the security answer",
+          "reset-with-question bob"},
+         {{"recovery-token"}, {"new-password"}, {"answer"}},
+         "resetPasswordUsingSecurityQuestion",
+         true,
+         {},
          resetWithQuestion},
     };
+}
+
+} // namespace
+
+std::vector<ClientCommand> serviceCommands()
+{
+    std::vector<ClientCommand> all = lookupCommands();
+    for (const ClientCommand& command : recoveryCommands())
+        all.push_back(command);
+    return all;
 }

@@ -6,4 +6,4 @@
 #include <vector>
 
 /// What needs no signed-in user.
-std::vector<Command> serviceCommands();
+std::vector<ClientCommand> serviceCommands();

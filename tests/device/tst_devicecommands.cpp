@@ -83,7 +83,8 @@ private:
 
     QJsonObject facts(const QStringList& arguments)
     {
-        return QJsonDocument::fromJson(output(QStringList{"--json"_s} + arguments)).object();
+        return QJsonDocument::fromJson(output(QStringList{"--json"_s} + arguments))["values"_s]
+            .toObject();
     }
 
     KelTest::PrivateBus mBus;

@@ -308,7 +308,11 @@ private:
 
     static QJsonObject ask(const EmulatorProcess& emulator, const QStringList& words)
     {
-        return Client(emulator.environment()).run(words + QStringList{"--json"_s}).json();
+        const QJsonObject answer =
+            Client(emulator.environment()).run(words + QStringList{"--json"_s}).json();
+        QJsonObject values = answer["values"_s].toObject();
+        values.insert("status"_s, answer["status"_s]);
+        return values;
     }
 };
 

@@ -100,11 +100,16 @@ private Q_SLOTS:
         QTEST(answer.value("status"_s).toInt(-1), "status");
         QTEST(answer.value("statusName"_s).toString(), "statusName");
         QVERIFY(answer.value("milliseconds"_s).toDouble(-1) >= 0);
-        QVERIFY(answer.value("available"_s).isBool());
-        QCOMPARE(answer.value("available"_s).toBool(), name == "bob"_s);
-        QVERIFY(answer.value("suggestions"_s).isArray());
-        QTEST(answer.value("suggestions"_s).toArray().size(), "suggestions");
-        QCOMPARE(answer.size(), 6);
+        QCOMPARE(answer.value("schema"_s).toInt(), 1);
+        QCOMPARE(answer.value("command"_s).toString(), "check-user"_s);
+        QVERIFY(!answer.value("text"_s).toString().isEmpty());
+        const QJsonObject values = answer.value("values"_s).toObject();
+        QVERIFY(values.value("available"_s).isBool());
+        QCOMPARE(values.value("available"_s).toBool(), name == "bob"_s);
+        QVERIFY(values.value("suggestions"_s).isArray());
+        QTEST(values.value("suggestions"_s).toArray().size(), "suggestions");
+        QCOMPARE(values.size(), 2);
+        QCOMPARE(answer.size(), 8);
     }
 
     void aLineHoldsOperationStatusTimeAndValues_data()
