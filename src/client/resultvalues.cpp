@@ -4,14 +4,15 @@
 #include "client/picturesize.h"
 
 #include <kelaccount/profileinfo.h>
+#include <kelaccount/resultkeys.h>
 
 namespace KelAccount {
 
 namespace {
 
-QString text(const QVariantMap& map, const char* key)
+QString text(const QVariantMap& map, QLatin1String key)
 {
-    return map.value(QLatin1String(key)).toString();
+    return map.value(key).toString();
 }
 
 } // namespace
@@ -24,11 +25,11 @@ std::shared_ptr<const Availability> availability(bool available, const QStringLi
 std::shared_ptr<const SetUp> setUp(const QVariantMap& accountData)
 {
     return std::make_shared<const SetUp>(SetUp{
-        accountData.value(QStringLiteral("IdentityId")).toUInt(),
-        text(accountData, "AccountId"),
-        text(accountData, "LoginId"),
-        text(accountData, "UserId"),
-        text(accountData, "EmailAddress"),
+        accountData.value(ResultKey::identityId).toUInt(),
+        text(accountData, ResultKey::accountId),
+        text(accountData, ResultKey::loginId),
+        text(accountData, ResultKey::userId),
+        text(accountData, ResultKey::emailAddress),
         nullptr,
     });
 }
@@ -54,9 +55,9 @@ std::shared_ptr<const MarketingConsent> marketingConsent(ConsentQueryVariant var
 
 std::shared_ptr<const RecoveryQuestion> recoveryQuestion(const QVariantMap& question)
 {
-    return std::make_shared<const RecoveryQuestion>(
-        RecoveryQuestion{text(question, "userId"), text(question, "securityQuestionId"),
-                         text(question, "securityQuestionText"), nullptr});
+    return std::make_shared<const RecoveryQuestion>(RecoveryQuestion{
+        text(question, ResultKey::recoveryUserId), text(question, ResultKey::securityQuestionId),
+        text(question, ResultKey::securityQuestionText), nullptr});
 }
 
 std::shared_ptr<const Country> country(const QString& code)
