@@ -1,66 +1,32 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Signing out of the device, with each step failing: what is left is what the steps before it left,
-// and signing out again takes that away, too.
+// Signing out of the device, with the service or a database failing at each step: what is left is
+// what the steps before it left, and signing out again takes that away, too.
 #include "account/accountsignout.h"
-#include "account/kelaccountsprivate.h"
 #include "configure/kelconfigure.h"
-#include "integration/setupfixture.h"
-#include "support/daemoncontrol.h"
+#include "integration/signoutfixture.h"
 #include "support/literals.h"
 #include "support/rows.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitechange.h"
-#include "support/sqlitereader.h"
 
 #include <SignOn/Error>
 #include <SignOn/Identity>
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QSignalSpy>
-#include <QTimer>
-
-#include <csignal>
-#include <thread>
 
 using namespace KelTest;
 using KelAccount::AccountSignOut;
 using KelAccount::KelAccountsPrivate;
 using KelAccount::KelConfigure;
 
-class TestStorySignOut : public SetUpFixture
+class TestStorySignOut : public SignOutFixture
 {
     Q_OBJECT
 
-public:
-    enum Ending { Kill, Stop };
-    Q_ENUM(Ending)
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM");
-        mAccountsFolder = qEnvironmentVariable("ACCOUNTS");
-    }
-
-    void init()
-    {
-        prepare(SignIn);
-        QCOMPARE(succeedsNow(SignIn), QString());
-        QVERIFY(!storedFor(identityNumber()).isEmpty());
-        operations();
-    }
-
-    void cleanup()
-    {
-        allow();
-        qputenv("ACCOUNTS", QFile::encodeName(mAccountsFolder));
-        DaemonControl::setInstalled(sessionFolder(), true);
-        if (mWaking.joinable())
-            mWaking.join();
-        tidyUp();
-    }
-
+    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
+    void init() { prepareUser(); }
+    void cleanup() { restore(); }
     void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
 
     void everythingIsDeleted()
@@ -232,169 +198,10 @@ private Q_SLOTS:
     {
         qputenv("ACCOUNTS", "/proc/nonexistent");
         QCOMPARE(signOut(), 805);
-        qputenv("ACCOUNTS", QFile::encodeName(mAccountsFolder));
+        qputenv("ACCOUNTS", QFile::encodeName(accountsFolder()));
         expectEverything();
         QCOMPARE(signOut(), 0);
         expectSignedOut();
-    }
-
-    void aPluginThatIsKilledLeavesEverything()
-    {
-        QVERIFY(EmulatedService::orderFaults("hang"));
-        whenTheFaultIsTaken([] { killPluginProcesses(); });
-        QCOMPARE(signOut(), int(SignOn::Error::Unknown));
-        expectEverything();
-        QCOMPARE(signOut(), 0);
-        expectSignedOut();
-    }
-
-    void aDaemonThatIsKilledDuringTheRequestLeavesEverything()
-    {
-        QVERIFY(EmulatedService::orderFaults("hang"));
-        whenTheFaultIsTaken([] { QVERIFY(DaemonControl::kill()); });
-        QCOMPARE(signOut(), int(SignOn::Error::InternalCommunication));
-        expectEverything();
-        QCOMPARE(signOut(), 0);
-        expectSignedOut();
-    }
-
-    void aDaemonThatCannotBeStartedLeavesEverything()
-    {
-        DaemonControl::setInstalled(sessionFolder(), false);
-        QVERIFY(DaemonControl::kill());
-        QTest::qWait(50); // until this program knows, too
-        QCOMPARE(signOut(), 806);
-        QCOMPARE(identities().size(), 1);
-        QCOMPARE(deviceAccounts().size(), 1);
-        DaemonControl::setInstalled(sessionFolder(), true);
-        QCOMPARE(signOut(), 0);
-        expectSignedOut();
-    }
-
-    void aDaemonThatHangsIsNotWaitedForForEver()
-    {
-        part<AccountSignOut>()->setTokenTimeout(1500);
-        QVERIFY(EmulatedService::orderFaults("hang"));
-        const pid_t daemon = DaemonControl::processId();
-        QVERIFY(daemon > 1);
-        whenTheFaultIsTaken([daemon] { ::kill(daemon, SIGSTOP); });
-        const int status = signOut();
-        ::kill(daemon, SIGCONT);
-        QCOMPARE(status, 404);
-        QVERIFY(killPluginProcesses()); // which asks the service that does not answer
-        EmulatedService::ask("DELETE", "/faults");
-        part<AccountSignOut>()->setTokenTimeout(20000);
-        const int again = signOut();
-        QCOMPARE(again == int(SignOn::Error::Unknown) ? signOut() : again, 0);
-        expectSignedOut();
-    }
-
-    void aDaemonThatLeavesAtAnyMomentIsOneAnswer_data()
-    {
-        columns<Ending, int>("ending", "moment");
-        for (const int moment : {0, 3, 6, 10, 15, 20, 25, 30, 40, 50, 60, 80})
-            QTest::addRow("kill, %d ms", moment) << Kill << moment;
-        for (const int moment : {0, 10, 25, 40, 60})
-            QTest::addRow("stop, %d ms", moment) << Stop << moment;
-    }
-
-    // Which step it is in then depends on the machine.
-    void aDaemonThatLeavesAtAnyMomentIsOneAnswer()
-    {
-        const auto [ending, moment] = fetch<Ending, int>("ending", "moment");
-        const pid_t daemon = DaemonControl::processId();
-        QVERIFY(daemon > 1);
-        bool disturbed = false;
-        QTimer::singleShot(moment, Qt::PreciseTimer, this, [&, leaving = ending] {
-            disturbed = true;
-            if (leaving == Kill) {
-                DaemonControl::kill();
-                return;
-            }
-            ::kill(daemon, SIGSTOP);
-            mWaking = std::thread([daemon] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-                ::kill(daemon, SIGCONT);
-            });
-        });
-        const int status = signOut();
-        QVERIFY(status >= 0);
-        QVERIFY(waitUntil([&disturbed] { return disturbed; }));
-        if (mWaking.joinable())
-            mWaking.join();
-        // A daemon that stood still for a moment is waited for.
-        QVERIFY(ending == Kill || status == 0);
-        QTest::qWait(50);
-        if (status != 0)
-            QCOMPARE(signOut(), 0);
-        QCOMPARE(identities(), QList<QVariantList>());
-        QCOMPARE(deviceAccounts(), QList<QVariantList>());
-        // The daemon does not write its two databases as one: what it leaves in this one when it is
-        // killed between them, no call can reach.
-        if (ending == Kill)
-            QVERIFY(sqliteChange(storeFile("signon-secrets.db"),
-                                 "DELETE FROM CREDENTIALS; DELETE FROM STORE"_s));
-        expectSignedOut();
-        QCOMPARE(succeedsNow(SignIn), QString());
-    }
-
-    void aFacadeThatGoesMeanwhileLeavesTheRestToTheNext_data()
-    {
-        QTest::addColumn<int>("moment");
-        for (const int moment : {0, 5, 15, 25, 35, 50})
-            QTest::addRow("%d ms", moment) << moment;
-    }
-
-    void aFacadeThatGoesMeanwhileLeavesTheRestToTheNext()
-    {
-        QFETCH(int, moment);
-        orchestrator()->signOut();
-        QTest::qWait(moment);
-        openFacade();
-        QCOMPARE(signOut(), 0);
-        expectSignedOut();
-    }
-
-    void twoAtOnceLeaveNothing()
-    {
-        KelAccount::KelAccounts other;
-        other.initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
-        QSignalSpy spy(other.findChild<KelAccountsPrivate*>(),
-                       &KelAccountsPrivate::signOutResponse);
-        other.findChild<KelAccountsPrivate*>()->signOut();
-        const int status = signOut();
-        QVERIFY(waitUntil([&] { return !spy.isEmpty(); }, patienceMs));
-        QCOMPARE(status, 0);
-        QCOMPARE(spy.at(0).at(0).toInt(), 0);
-        QCOMPARE(deletions(), QList<int>{200});
-        expectSignedOut();
-    }
-
-    void accountsThatAreKeptAreWaitedFor_data()
-    {
-        columns<int, int>("patience", "status");
-        QTest::newRow("long enough") << 20000 << 0;
-        QTest::newRow("not long enough") << 60 << 805;
-    }
-
-    void accountsThatAreKeptAreWaitedFor()
-    {
-        const auto [patience, status] = fetch<int, int>("patience", "status");
-        part<AccountSignOut>()->setReservationTimeout(patience);
-        KelAccount::AccountsLock kept;
-        QCOMPARE(kept.tryTake(), KelAccount::AccountsLock::Taken);
-        QTimer::singleShot(300, this, [&] {
-            if (operations().isEmpty())
-                kept.release();
-        });
-        QCOMPARE(signOut(), status);
-        kept.release();
-        if (status == 0) {
-            expectSignedOut();
-            return;
-        }
-        expectEverything();
-        QCOMPARE(signOut(), 0);
     }
 
     void whatNeedsASessionIsRefusedMeanwhile()
@@ -470,89 +277,6 @@ private Q_SLOTS:
         QCOMPARE(spy.size(), 0);
         expectSignedOut();
     }
-
-private:
-    static constexpr int patienceMs = 30000;
-
-    static QString sessionFolder() { return qEnvironmentVariable("SSO_STORAGE_PATH") + "/.."_s; }
-    QString accountsFile() const { return mAccountsFolder + "/accounts.db"_s; }
-
-    KelAccountsPrivate* orchestrator() { return facade().findChild<KelAccountsPrivate*>(); }
-    template <class Part>
-    Part* part()
-    {
-        return facade().findChild<Part*>();
-    }
-
-    /// The status of the one answer; -1 when there was another number of them, or one from inside
-    /// the call.
-    int signOut()
-    {
-        QSignalSpy spy(orchestrator(), &KelAccountsPrivate::signOutResponse);
-        orchestrator()->signOut();
-        if (!spy.isEmpty())
-            return -1;
-        waitUntil([&] { return !spy.isEmpty(); }, patienceMs);
-        QTest::qWait(20);
-        return spy.size() == 1 ? spy.at(0).at(0).toInt() : -1;
-    }
-
-    /// What the service answered to each deletion of a token since this was last called.
-    static QList<int> deletions()
-    {
-        const QJsonArray requests =
-            QJsonDocument::fromJson(EmulatedService::ask("GET", "/requests").body).array();
-        EmulatedService::ask("DELETE", "/requests");
-        QList<int> statuses;
-        for (const QJsonValue& request : requests) {
-            constexpr int tokenDeletion = 9;
-            if (request.toObject().value("operation"_s).toInt() == tokenDeletion)
-                statuses.append(request.toObject().value("status"_s).toInt());
-        }
-        return statuses;
-    }
-
-    void expectSignedOut()
-    {
-        QCOMPARE(leftOnTheDevice(), QString());
-        QVERIFY(!facade().isKeLAccountConfigured());
-    }
-
-    void expectEverything()
-    {
-        QCOMPARE(identities().size(), 1);
-        QCOMPARE(deviceAccounts().size(), 1);
-        QVERIFY(!storedFor(identityNumber()).isEmpty());
-        QCOMPARE(answers([this] { facade().downloadProfile(); }),
-                 QStringList("downloadProfileResponse(0, profile)"_s));
-    }
-
-    bool removeCredentials()
-    {
-        KelConfigure configure;
-        bool removed = false;
-        configure.removeIdentity(quint32(identityNumber()), [&] { removed = true; });
-        return waitUntil([&] { return removed; }) && identities().isEmpty();
-    }
-
-    /// The database keeps what is in the table.
-    void refuse(const QString& file, const char* table)
-    {
-        QVERIFY(sqliteChange(file, "CREATE TRIGGER refuse BEFORE DELETE ON %1 BEGIN "
-                                   "SELECT RAISE(ABORT, 'refused'); END"_s.arg(text(table))));
-        mRefusing = file;
-    }
-
-    void allow()
-    {
-        if (!mRefusing.isEmpty())
-            QVERIFY(sqliteChange(mRefusing, "DROP TRIGGER refuse"_s));
-        mRefusing.clear();
-    }
-
-    QString mAccountsFolder;
-    QString mRefusing;
-    std::thread mWaking;
 };
 
 QTEST_MAIN(TestStorySignOut)

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Signing out of the device, with the plugin or the daemon ending or standing still, with another
+// one at the same time, and with nobody left to hear of it: the next sign-out finds what is left.
+#include "account/accountsignout.h"
+#include "configure/accountslock.h"
+#include "integration/signoutfixture.h"
+#include "support/daemoncontrol.h"
+#include "support/literals.h"
+#include "support/rows.h"
+#include "support/sessionsandbox.h"
+#include "support/sqlitechange.h"
+
+#include <SignOn/Error>
+
+#include <QSignalSpy>
+#include <QTimer>
+
+#include <csignal>
+#include <thread>
+
+using namespace KelTest;
+using KelAccount::AccountSignOut;
+using KelAccount::KelAccountsPrivate;
+
+class TestStorySignOutProcesses : public SignOutFixture
+{
+    Q_OBJECT
+
+public:
+    enum Ending { Kill, Stop };
+    Q_ENUM(Ending)
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
+    void init() { prepareUser(); }
+
+    void cleanup()
+    {
+        if (mWaking.joinable())
+            mWaking.join();
+        restore();
+    }
+
+    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
+
+    void aPluginThatIsKilledLeavesEverything()
+    {
+        QVERIFY(EmulatedService::orderFaults("hang"));
+        whenTheFaultIsTaken([] { killPluginProcesses(); });
+        QCOMPARE(signOut(), int(SignOn::Error::Unknown));
+        expectEverything();
+        QCOMPARE(signOut(), 0);
+        expectSignedOut();
+    }
+
+    void aDaemonThatIsKilledDuringTheRequestLeavesEverything()
+    {
+        QVERIFY(EmulatedService::orderFaults("hang"));
+        whenTheFaultIsTaken([] { QVERIFY(DaemonControl::kill()); });
+        QCOMPARE(signOut(), int(SignOn::Error::InternalCommunication));
+        expectEverything();
+        QCOMPARE(signOut(), 0);
+        expectSignedOut();
+    }
+
+    void aDaemonThatCannotBeStartedLeavesEverything()
+    {
+        DaemonControl::setInstalled(sessionFolder(), false);
+        QVERIFY(DaemonControl::kill());
+        QTest::qWait(50); // until this program knows, too
+        QCOMPARE(signOut(), 806);
+        QCOMPARE(identities().size(), 1);
+        QCOMPARE(deviceAccounts().size(), 1);
+        DaemonControl::setInstalled(sessionFolder(), true);
+        QCOMPARE(signOut(), 0);
+        expectSignedOut();
+    }
+
+    void aDaemonThatHangsIsNotWaitedForForEver()
+    {
+        part<AccountSignOut>()->setTokenTimeout(1500);
+        QVERIFY(EmulatedService::orderFaults("hang"));
+        const pid_t daemon = DaemonControl::processId();
+        QVERIFY(daemon > 1);
+        whenTheFaultIsTaken([daemon] { ::kill(daemon, SIGSTOP); });
+        const int status = signOut();
+        ::kill(daemon, SIGCONT);
+        QCOMPARE(status, 404);
+        QVERIFY(killPluginProcesses()); // which asks the service that does not answer
+        EmulatedService::ask("DELETE", "/faults");
+        part<AccountSignOut>()->setTokenTimeout(20000);
+        const int again = signOut();
+        QCOMPARE(again == int(SignOn::Error::Unknown) ? signOut() : again, 0);
+        expectSignedOut();
+    }
+
+    void aDaemonThatLeavesAtAnyMomentIsOneAnswer_data()
+    {
+        columns<Ending, int>("ending", "moment");
+        for (const int moment : {0, 3, 6, 10, 15, 20, 25, 30, 40, 50, 60, 80})
+            QTest::addRow("kill, %d ms", moment) << Kill << moment;
+        for (const int moment : {0, 10, 25, 40, 60})
+            QTest::addRow("stop, %d ms", moment) << Stop << moment;
+    }
+
+    // Which step it is in then depends on the machine.
+    void aDaemonThatLeavesAtAnyMomentIsOneAnswer()
+    {
+        const auto [ending, moment] = fetch<Ending, int>("ending", "moment");
+        const pid_t daemon = DaemonControl::processId();
+        QVERIFY(daemon > 1);
+        bool disturbed = false;
+        QTimer::singleShot(moment, Qt::PreciseTimer, this, [&, leaving = ending] {
+            disturbed = true;
+            if (leaving == Kill) {
+                DaemonControl::kill();
+                return;
+            }
+            ::kill(daemon, SIGSTOP);
+            mWaking = std::thread([daemon] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+                ::kill(daemon, SIGCONT);
+            });
+        });
+        const int status = signOut();
+        QVERIFY(status >= 0);
+        QVERIFY(waitUntil([&disturbed] { return disturbed; }));
+        if (mWaking.joinable())
+            mWaking.join();
+        // A daemon that stood still for a moment is waited for.
+        QVERIFY(ending == Kill || status == 0);
+        QTest::qWait(50);
+        if (status != 0)
+            QCOMPARE(signOut(), 0);
+        QCOMPARE(identities(), QList<QVariantList>());
+        QCOMPARE(deviceAccounts(), QList<QVariantList>());
+        // The daemon does not write its two databases as one: what it leaves in this one when it is
+        // killed between them, no call can reach.
+        if (ending == Kill)
+            QVERIFY(sqliteChange(storeFile("signon-secrets.db"),
+                                 "DELETE FROM CREDENTIALS; DELETE FROM STORE"_s));
+        expectSignedOut();
+        QCOMPARE(succeedsNow(SignIn), QString());
+    }
+
+    void aFacadeThatGoesMeanwhileLeavesTheRestToTheNext_data()
+    {
+        QTest::addColumn<int>("moment");
+        for (const int moment : {0, 5, 15, 25, 35, 50})
+            QTest::addRow("%d ms", moment) << moment;
+    }
+
+    void aFacadeThatGoesMeanwhileLeavesTheRestToTheNext()
+    {
+        QFETCH(int, moment);
+        orchestrator()->signOut();
+        QTest::qWait(moment);
+        openFacade();
+        QCOMPARE(signOut(), 0);
+        expectSignedOut();
+    }
+
+    void twoAtOnceLeaveNothing()
+    {
+        KelAccount::KelAccounts other;
+        other.initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
+        QSignalSpy spy(other.findChild<KelAccountsPrivate*>(),
+                       &KelAccountsPrivate::signOutResponse);
+        other.findChild<KelAccountsPrivate*>()->signOut();
+        const int status = signOut();
+        QVERIFY(waitUntil([&] { return !spy.isEmpty(); }, patienceMs));
+        QCOMPARE(status, 0);
+        QCOMPARE(spy.at(0).at(0).toInt(), 0);
+        QCOMPARE(deletions(), QList<int>{200});
+        expectSignedOut();
+    }
+
+    void accountsThatAreKeptAreWaitedFor_data()
+    {
+        columns<int, int>("patience", "status");
+        QTest::newRow("long enough") << 20000 << 0;
+        QTest::newRow("not long enough") << 60 << 805;
+    }
+
+    void accountsThatAreKeptAreWaitedFor()
+    {
+        const auto [patience, status] = fetch<int, int>("patience", "status");
+        part<AccountSignOut>()->setReservationTimeout(patience);
+        KelAccount::AccountsLock kept;
+        QCOMPARE(kept.tryTake(), KelAccount::AccountsLock::Taken);
+        QTimer::singleShot(300, this, [&] {
+            if (operations().isEmpty())
+                kept.release();
+        });
+        QCOMPARE(signOut(), status);
+        kept.release();
+        if (status == 0) {
+            expectSignedOut();
+            return;
+        }
+        expectEverything();
+        QCOMPARE(signOut(), 0);
+    }
+
+private:
+    std::thread mWaking;
+};
+
+QTEST_MAIN(TestStorySignOutProcesses)
+#include "tst_story_signout_processes.moc"
