@@ -3,33 +3,7 @@
 
 #include "common/logging.h"
 #include "device/devicedescription.h"
-#include "rest/operations/changepasswordrequest.h"
-#include "rest/operations/consentqueryvariantrequest.h"
-#include "rest/operations/deletetokenrequest.h"
-#include "rest/operations/downloadprofilerequest.h"
-#include "rest/operations/refreshtokenrequest.h"
-#include "rest/operations/registeraccountrequest.h"
-#include "rest/operations/resetpasswordrequest.h"
-#include "rest/operations/retrievecaptchaimagerequest.h"
-#include "rest/operations/retrievecontactsinforequest.h"
-#include "rest/operations/retrieveemailidavailabilityrequest.h"
-#include "rest/operations/retrievemarketingconsentinforequest.h"
-#include "rest/operations/retrievepreaccountinforequest.h"
-#include "rest/operations/retrievesecurityquestionlistrequest.h"
-#include "rest/operations/retrievesecurityquestionrequest.h"
-#include "rest/operations/retrievetermsacceptancerequest.h"
-#include "rest/operations/retrievetermsofservicerequest.h"
-#include "rest/operations/retrieveusernameavailabilityrequest.h"
-#include "rest/operations/sendresetmessagerequest.h"
-#include "rest/operations/setusernamerequest.h"
-#include "rest/operations/signinrequest.h"
-#include "rest/operations/updatecontactsinforequest.h"
-#include "rest/operations/updatedeviceinforequest.h"
-#include "rest/operations/updatemarketingconsentinforequest.h"
-#include "rest/operations/updateprofilerequest.h"
-#include "rest/operations/updatesecurityquestion.h"
-#include "rest/operations/updatetermsacceptancerequest.h"
-#include "rest/picture/captchapicture.h"
+#include "rest/operations/all.h"
 #include "rest/request/clientidentification.h"
 #include "rest/request/cryptographicutils.h"
 #include "rest/transport/networkhandler.h"
@@ -58,13 +32,17 @@ bool canBeSent(const OAuthRequest& request)
 }
 
 // Null, and a line in the log, when there is no memory for the request, or it must not be sent.
-template <class Request, class... Arguments>
-std::unique_ptr<Request> makeRequest(const char* creationFailure, NetRequestType type,
-                                     ISignatureProvider& provider, const Arguments&... arguments)
+template <NetRequestType type, class... Arguments>
+std::unique_ptr<OAuthRequest> makeRequest(ISignatureProvider& provider,
+                                          const Arguments&... arguments)
 {
-    std::unique_ptr<Request> request(new (std::nothrow) Request(provider, arguments..., type));
+    using Described = Description<type>;
+    using Request = typename Described::Request;
+    if (!Described::isOfUse())
+        return nullptr;
+    std::unique_ptr<OAuthRequest> request(new (std::nothrow) Request(provider, arguments..., type));
     if (!request)
-        qCCritical(logRest, "%s", creationFailure);
+        qCCritical(logRest, "%s", Described::creationFailure);
     else if (!canBeSent(*request))
         request.reset();
     return request;
@@ -72,14 +50,13 @@ std::unique_ptr<Request> makeRequest(const char* creationFailure, NetRequestType
 
 } // namespace
 
-template <class Request, class... Arguments>
-int RESTRequestHandler::sendHandedOut(const char* creationFailure, NetRequestType type,
-                                      OAuthRequest** out, ISignatureProvider& provider,
-                                      const Arguments&... arguments)
+template <NetRequestType type, class... Arguments>
+int RESTRequestHandler::send(OAuthRequest** out, ISignatureProvider& provider,
+                             const Arguments&... arguments)
 {
     if (!out)
         return -1;
-    auto request = makeRequest<Request>(creationFailure, type, provider, arguments...);
+    auto request = makeRequest<type>(provider, arguments...);
     if (!request || mNetworkHandler->sendNetWorkRequest(request.get(), type) != 0)
         return -1;
     mLastRequestId = request->getRequestId();
@@ -87,11 +64,10 @@ int RESTRequestHandler::sendHandedOut(const char* creationFailure, NetRequestTyp
     return 0;
 }
 
-template <class Request, class... Arguments>
-int RESTRequestHandler::sendOwned(const char* creationFailure, NetRequestType type,
-                                  ISignatureProvider& provider, const Arguments&... arguments)
+template <NetRequestType type, class... Arguments>
+int RESTRequestHandler::send(ISignatureProvider& provider, const Arguments&... arguments)
 {
-    auto request = makeRequest<Request>(creationFailure, type, provider, arguments...);
+    auto request = makeRequest<type>(provider, arguments...);
     if (!request)
         return -1;
     const int id = request->getRequestId();
@@ -137,16 +113,14 @@ int RESTRequestHandler::sendSignInRequest(ISignatureProvider& provider, QString 
                                           QString const& password, QString const& consumerKey,
                                           QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<SignInRequest>("SignInRequest object creation failed", SignIn, request,
-                                        provider, userName, password, consumerKey, baseAddress);
+    return send<SignIn>(request, provider, userName, password, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendTokenRefreshRequest(ISignatureProvider& provider,
                                                 QString const& consumerKey,
                                                 QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<RefreshTokenRequest>("Token request object creation failed", RefreshToken,
-                                              request, provider, consumerKey, baseAddress);
+    return send<RefreshToken>(request, provider, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendisUserIdAvailRequest(ISignatureProvider& provider,
@@ -154,21 +128,15 @@ int RESTRequestHandler::sendisUserIdAvailRequest(ISignatureProvider& provider,
                                                  QString const& consumerKey,
                                                  QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<RetrieveUserNameAvailabilityRequest>(
-        "Retreive Username request object creation failed", RetrieveUserNameAvailability, request,
-        provider, userName, consumerKey, baseAddress);
+    return send<RetrieveUserNameAvailability>(request, provider, userName, consumerKey,
+                                              baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveCaptchaImageRequest(ISignatureProvider& provider, int width,
                                                         int height, QString const& consumerKey,
                                                         QString const& baseAddress)
 {
-    // The service would make a picture that nobody can be shown.
-    if (!canHoldCaptchaPictures())
-        return -1;
-    return sendOwned<RetrieveCaptchaImageRequest>("Retreive Captcha request object creation failed",
-                                                  RetrieveCaptchaImage, provider, width, height,
-                                                  consumerKey, baseAddress);
+    return send<RetrieveCaptchaImage>(provider, width, height, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendRegisterAccountRequest(ISignatureProvider& provider,
@@ -178,9 +146,8 @@ int RESTRequestHandler::sendRegisterAccountRequest(ISignatureProvider& provider,
                                                    QString const& consumerKey,
                                                    QString const& baseAddress)
 {
-    return sendOwned<RegisterAccountRequest>("Register account request object creation failed",
-                                             RegisterAccount, provider, registration, captchaId,
-                                             serviceTag, consumerKey, baseAddress);
+    return send<RegisterAccount>(provider, registration, captchaId, serviceTag, consumerKey,
+                                 baseAddress);
 }
 
 int RESTRequestHandler::sendRegisterAccountRequest(
@@ -188,9 +155,8 @@ int RESTRequestHandler::sendRegisterAccountRequest(
     QString const& captchaId, QByteArray const& serviceTag, QString const& consumerKey,
     QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<RegisterAccountRequest>("Register account request object creation failed",
-                                                 RegisterAccount, request, provider, registration,
-                                                 captchaId, serviceTag, consumerKey, baseAddress);
+    return send<RegisterAccount>(request, provider, registration, captchaId, serviceTag,
+                                 consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveSecQueListRequest(ISignatureProvider& provider,
@@ -198,18 +164,14 @@ int RESTRequestHandler::sendRetrieveSecQueListRequest(ISignatureProvider& provid
                                                       QString const& consumerKey,
                                                       QString const& baseAddress)
 {
-    return sendOwned<RetrieveSecurityQuestionListRequest>(
-        "Security question request object creation failed", RetrieveSecurityQuestionList, provider,
-        language, consumerKey, baseAddress);
+    return send<RetrieveSecurityQuestionList>(provider, language, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::senddetectPreAccountRequest(ISignatureProvider& provider,
                                                     QString const& consumerKey,
                                                     QString const& baseAddress)
 {
-    return sendOwned<RetrievePreAccountInfoRequest>(
-        "Register account request object creation failed", RetrievePreAccountInfo, provider,
-        consumerKey, baseAddress);
+    return send<RetrievePreAccountInfo>(provider, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendretrieveTOSRequest(ISignatureProvider& provider,
@@ -218,17 +180,15 @@ int RESTRequestHandler::sendretrieveTOSRequest(ISignatureProvider& provider,
                                                QString const& consumerKey,
                                                QString const& baseAddress)
 {
-    return sendOwned<RetrieveTermsOfServiceRequest>(
-        "TOS request object creation failed", RetrieveTermsOfService, provider, serviceId, language,
-        country, format, consumerKey, baseAddress);
+    return send<RetrieveTermsOfService>(provider, serviceId, language, country, format, consumerKey,
+                                        baseAddress);
 }
 
 int RESTRequestHandler::sendDeleteTokenRequest(ISignatureProvider& provider,
                                                QString const& consumerKey,
                                                QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<DeleteTokenRequest>("Token delete object creation failed", DeleteToken,
-                                             request, provider, consumerKey, baseAddress);
+    return send<DeleteToken>(request, provider, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendresetPasswordRequest(
@@ -236,9 +196,8 @@ int RESTRequestHandler::sendresetPasswordRequest(
     QString const& captchaText, bool sendMessage, QString const& messageBody,
     QByteArray const& serviceTag, QString const& consumerKey, QString const& baseAddress)
 {
-    return sendOwned<SendResetMessageRequest>(
-        "SendResetMessageRequest object creation failed", SendResetMessage, provider, userId,
-        captchaId, captchaText, sendMessage, messageBody, serviceTag, consumerKey, baseAddress);
+    return send<SendResetMessage>(provider, userId, captchaId, captchaText, sendMessage,
+                                  messageBody, serviceTag, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendisEmailAddAvailableRequest(ISignatureProvider& provider,
@@ -247,18 +206,15 @@ int RESTRequestHandler::sendisEmailAddAvailableRequest(ISignatureProvider& provi
                                                        QString const& consumerKey,
                                                        QString const& baseAddress)
 {
-    return sendOwned<RetrieveEmailIdAvailabilityRequest>(
-        "Email Avail object creation failed", RetrieveEmailIdAvailability, provider, emailAddress,
-        serviceTag, consumerKey, baseAddress);
+    return send<RetrieveEmailIdAvailability>(provider, emailAddress, serviceTag, consumerKey,
+                                             baseAddress);
 }
 
 int RESTRequestHandler::sendQueryMarketingRequest(ISignatureProvider& provider,
                                                   QString const& consumerKey,
                                                   QString const& baseAddress)
 {
-    return sendOwned<ConsentQueryVariantRequest>("Consent query object creation failed",
-                                                 QueryConsentVariant, provider, consumerKey,
-                                                 baseAddress);
+    return send<QueryConsentVariant>(provider, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendResetPasswordRequest(
@@ -266,9 +222,8 @@ int RESTRequestHandler::sendResetPasswordRequest(
     QString const& newPassword, QString const& securityAnswer, QString const& language,
     QString const& consumerKey, QString const& baseAddress)
 {
-    return sendOwned<ResetPasswordRequest>(
-        "resetPasswordRequest object creation failed", ResetPassword, provider, userId,
-        securityToken, newPassword, securityAnswer, language, consumerKey, baseAddress);
+    return send<ResetPassword>(provider, userId, securityToken, newPassword, securityAnswer,
+                               language, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveSecurityQuestionRequest(ISignatureProvider& provider,
@@ -277,18 +232,15 @@ int RESTRequestHandler::sendRetrieveSecurityQuestionRequest(ISignatureProvider& 
                                                             QString const& consumerKey,
                                                             QString const& baseAddress)
 {
-    return sendOwned<RetrieveSecurityQuestionRequest>(
-        "retrieveSecurityQuestionRequest object creation failed", RetrieveSecurityQuestion,
-        provider, userId, language, consumerKey, baseAddress);
+    return send<RetrieveSecurityQuestion>(provider, userId, language, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendChangePasswordRequest(
     ISignatureProvider& provider, QString const& accountId, QString const& newPassword,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<ChangePasswordRequest>("changePasswordRequest object creation failed",
-                                                ChangePassword, request, provider, accountId,
-                                                newPassword, consumerKey, baseAddress);
+    return send<ChangePassword>(request, provider, accountId, newPassword, consumerKey,
+                                baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveMarketingConsentRequest(ISignatureProvider& provider,
@@ -297,18 +249,16 @@ int RESTRequestHandler::sendRetrieveMarketingConsentRequest(ISignatureProvider& 
                                                             QString const& baseAddress,
                                                             OAuthRequest** request)
 {
-    return sendHandedOut<RetrieveMarketingConsentInfoRequest>(
-        "retrieveMarketingConsentRequest object creation failed", RetrieveMarketingConsentInfo,
-        request, provider, accountId, consumerKey, baseAddress);
+    return send<RetrieveMarketingConsentInfo>(request, provider, accountId, consumerKey,
+                                              baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateMarketingConsentRequest(
     ISignatureProvider& provider, MarketingConsentInfo const& consent, QString const& accountId,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<UpdateMarketingConsentInfoRequest>(
-        "updateMarketingConsentRequest object creation failed", UpdateMarketingConsentInfo, request,
-        provider, consent, accountId, consumerKey, baseAddress);
+    return send<UpdateMarketingConsentInfo>(request, provider, consent, accountId, consumerKey,
+                                            baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveContactsInfoRequest(ISignatureProvider& provider,
@@ -317,36 +267,31 @@ int RESTRequestHandler::sendRetrieveContactsInfoRequest(ISignatureProvider& prov
                                                         QString const& baseAddress,
                                                         OAuthRequest** request)
 {
-    return sendHandedOut<RetrieveContactsInfoRequest>(
-        "retrieveContactsInfoRequest object creation failed", RetrieveContactsInfo, request,
-        provider, accountId, consumerKey, baseAddress);
+    return send<RetrieveContactsInfo>(request, provider, accountId, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateContactsInfoRequest(
     ISignatureProvider& provider, ContactsInfo const& contacts, QString const& accountId,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<UpdateContactsInfoRequest>(
-        "updateContactsInfoRequest object creation failed", UpdateContactsInfo, request, provider,
-        contacts, accountId, consumerKey, baseAddress);
+    return send<UpdateContactsInfo>(request, provider, contacts, accountId, consumerKey,
+                                    baseAddress);
 }
 
 int RESTRequestHandler::sendRetrieveTermsAcceptanceRequest(
     ISignatureProvider& provider, QString const& identifier, QString const& language,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<RetrieveTermsAcceptanceRequest>(
-        "retrieveTermsAcceptanceRequest object creation failed", RetrieveTermsAcceptance, request,
-        provider, identifier, language, consumerKey, baseAddress);
+    return send<RetrieveTermsAcceptance>(request, provider, identifier, language, consumerKey,
+                                         baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateTermsAcceptanceRequest(
     ISignatureProvider& provider, TermsAcceptanceData const& acceptance, QString const& identifier,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<UpdateTermsAcceptanceRequest>(
-        "updateTermsAcceptanceRequest object creation failed", UpdateTermsAcceptance, request,
-        provider, acceptance, identifier, consumerKey, baseAddress);
+    return send<UpdateTermsAcceptance>(request, provider, acceptance, identifier, consumerKey,
+                                       baseAddress);
 }
 
 int RESTRequestHandler::sendDownloadProfileRequest(ISignatureProvider& provider,
@@ -355,9 +300,7 @@ int RESTRequestHandler::sendDownloadProfileRequest(ISignatureProvider& provider,
                                                    QString const& baseAddress,
                                                    OAuthRequest** request)
 {
-    return sendHandedOut<DownloadProfileRequest>("downloadProfileRequest object creation failed",
-                                                 DownloadProfile, request, provider, accountId,
-                                                 consumerKey, baseAddress);
+    return send<DownloadProfile>(request, provider, accountId, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateProfileRequest(ISignatureProvider& provider,
@@ -366,18 +309,15 @@ int RESTRequestHandler::sendUpdateProfileRequest(ISignatureProvider& provider,
                                                  QString const& consumerKey,
                                                  QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<UpdateProfileRequest>("updateProfileRequest object creation failed",
-                                               UpdateProfile, request, provider, profile, accountId,
-                                               consumerKey, baseAddress);
+    return send<UpdateProfile>(request, provider, profile, accountId, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateSecurityQuestionRequest(
     ISignatureProvider& provider, ProfileInfo const& profile, QString const& accountId,
     QString const& consumerKey, QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<UpdateSecurityQuestion>("updateProfileRequest object creation failed",
-                                                 UpdateSecurityQuestionType, request, provider,
-                                                 profile, accountId, consumerKey, baseAddress);
+    return send<UpdateSecurityQuestionType>(request, provider, profile, accountId, consumerKey,
+                                            baseAddress);
 }
 
 int RESTRequestHandler::sendSetUserNameRequest(ISignatureProvider& provider,
@@ -385,9 +325,7 @@ int RESTRequestHandler::sendSetUserNameRequest(ISignatureProvider& provider,
                                                QString const& consumerKey,
                                                QString const& baseAddress, OAuthRequest** request)
 {
-    return sendHandedOut<SetUserNameRequest>("setUsrNameRequest object creation failed",
-                                             SetUserName, request, provider, accountId, newUserName,
-                                             consumerKey, baseAddress);
+    return send<SetUserName>(request, provider, accountId, newUserName, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::sendUpdateDeviceInfoRequest(ISignatureProvider& provider,
@@ -396,9 +334,7 @@ int RESTRequestHandler::sendUpdateDeviceInfoRequest(ISignatureProvider& provider
                                                     QString const& baseAddress,
                                                     OAuthRequest** request)
 {
-    return sendHandedOut<UpdateDeviceInfoRequest>(
-        "SendUpdateDeviceInfoRequest object creation failed", UpdateDeviceInfo, request, provider,
-        accountId, consumerKey, baseAddress);
+    return send<UpdateDeviceInfo>(request, provider, accountId, consumerKey, baseAddress);
 }
 
 int RESTRequestHandler::resendRequest(OAuthRequest* request)

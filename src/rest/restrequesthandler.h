@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/operations/retrievetermsofservicerequest.h"
 #include "rest/records/contactsinfo.h"
 #include "rest/records/plainrecords.h"
 #include "rest/records/profileinfo.h"
@@ -188,12 +187,10 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    template <class Request, class... Arguments>
-    int sendHandedOut(const char* creationFailure, NetRequestType type, OAuthRequest** out,
-                      ISignatureProvider& provider, const Arguments&... arguments);
-    template <class Request, class... Arguments>
-    int sendOwned(const char* creationFailure, NetRequestType type, ISignatureProvider& provider,
-                  const Arguments&... arguments);
+    template <NetRequestType type, class... Arguments>
+    int send(OAuthRequest** out, ISignatureProvider& provider, const Arguments&... arguments);
+    template <NetRequestType type, class... Arguments>
+    int send(ISignatureProvider& provider, const Arguments&... arguments);
 
     std::unique_ptr<NetworkHandler> mNetworkHandler;
     int mLastRequestId = -1;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/records/responses.h"
+#include "rest/reply/servicesignals.h"
 
 #include <QDomNode>
 #include <QMap>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/records/profileinfo.h"
 #include "rest/records/registrationinfodata.h"
-#include "rest/records/responses.h"
+#include "rest/reply/servicesignals.h"
 #include "support/literals.h"
 #include "support/rows.h"
 

@@ -1,21 +1,29 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/request/oauthrequest.h"
+#include "rest/operations/description.h"
+#include "rest/reply/networkresponseprocessor.h"
 
 namespace KelRestHandler {
 
+template <>
+struct Description<DeleteToken> : DescriptionDefaults
+{
+    using Request = class DeleteTokenRequest;
+    static constexpr char verb[] = "DELETE";
+    static constexpr auto folder = &RestUrlHelper::tokenUrl;
+    static constexpr bool tokenIdentifies = true;
+    static constexpr bool tokenSigns = true;
+    static constexpr char creationFailure[] = "Token delete object creation failed";
+    static constexpr auto signal = &ServiceSignals::tokenDeletionResponse;
+    static constexpr auto process = &NetworkResponseProcessor::processDeleteTokenResponse;
+};
+
 /// Ends the access token.
-class DeleteTokenRequest : public OAuthRequest
+class DeleteTokenRequest : public RequestOf<DeleteToken>
 {
 public:
-    DeleteTokenRequest(ISignatureProvider& provider, QString const& consumerKey,
-                       QString const& baseAddress, NetRequestType type);
-
-    QString createXMLMessage() override;
-    QString getRestURL() override;
-    QString getHttpRequestType() override;
-    bool isTokenRequired() override;
+    using RequestOf::RequestOf;
 };
 
 } // namespace KelRestHandler

@@ -1,21 +1,37 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/request/oauthrequest.h"
+#include "rest/operations/description.h"
+#include "rest/reply/msgparser.h"
+#include "rest/reply/networkresponseprocessor.h"
 
 namespace KelRestHandler {
 
+template <>
+struct Description<RefreshToken> : DescriptionDefaults
+{
+    using Request = class RefreshTokenRequest;
+    static constexpr char verb[] = "PUT";
+    static constexpr auto folder = &RestUrlHelper::tokenUrl;
+    static constexpr bool tokenIdentifies = true;
+    static constexpr bool tokenSigns = true;
+    static constexpr std::array roots{"tokenRefreshResponse"};
+    static constexpr char creationFailure[] = "Token request object creation failed";
+    static constexpr auto signal = &ServiceSignals::tokenRefreshResponse;
+    static constexpr auto process = &NetworkResponseProcessor::processTokenResponse;
+
+    static void read(TokenRefreshResponse& into, const QDomNode& element)
+    {
+        MsgParser::parseTokenResponseInfoNode(into.userName, into.tokenInfo, into.accountInfo,
+                                              into.termsInfo, element);
+    }
+};
+
 /// Renews the access token.
-class RefreshTokenRequest : public OAuthRequest
+class RefreshTokenRequest : public RequestOf<RefreshToken>
 {
 public:
-    RefreshTokenRequest(ISignatureProvider& provider, QString const& consumerKey,
-                        QString const& baseAddress, NetRequestType type);
-
-    QString createXMLMessage() override;
-    QString getRestURL() override;
-    QString getHttpRequestType() override;
-    bool isTokenRequired() override;
+    using RequestOf::RequestOf;
 };
 
 } // namespace KelRestHandler

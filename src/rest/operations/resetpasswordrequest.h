@@ -2,30 +2,42 @@
 #pragma once
 
 #include "common/wipe.h"
-#include "rest/request/oauthrequest.h"
+#include "rest/operations/description.h"
+#include "rest/reply/networkresponseprocessor.h"
+#include "rest/request/msgcreator.h"
 
 namespace KelRestHandler {
 
+template <>
+struct Description<ResetPassword> : DescriptionDefaults
+{
+    using Request = class ResetPasswordRequest;
+    static constexpr char verb[] = "PUT";
+    static constexpr auto folder = &RestUrlHelper::passwordRecoveryUrl;
+    static constexpr int identifier = 0;
+    static constexpr char tail[] = "/change";
+    static constexpr int language = 4;
+    static constexpr std::array roots{"simplifiedChangePasswordResponse"};
+    static constexpr char creationFailure[] = "resetPasswordRequest object creation failed";
+    static constexpr auto signal = &ServiceSignals::passwordResetResponse;
+    static constexpr auto process =
+        &NetworkResponseProcessor::processResetPasswordUsingSecurityQuestionResponse;
+
+    static QString document(const QString& /*userId*/, const QString& securityToken,
+                            const QString& newPassword, const QString& securityAnswer,
+                            const QString& /*language*/)
+    {
+        return MsgCreator::xmlChangePasswordRequest(securityToken, newPassword, securityAnswer);
+    }
+};
+
 /// Sets a new password with a recovery token and the answer to the security question.
-class ResetPasswordRequest : public OAuthRequest
+class ResetPasswordRequest
+    : public RequestOf<ResetPassword, QString, KelAccount::SecretText, KelAccount::SecretText,
+                       KelAccount::SecretText, QString>
 {
 public:
-    ResetPasswordRequest(ISignatureProvider& provider, QString const& userId,
-                         QString const& securityToken, QString const& newPassword,
-                         QString const& securityAnswer, QString const& language,
-                         QString const& consumerKey, QString const& baseAddress,
-                         NetRequestType type);
-
-    QString createXMLMessage() override;
-    QString getRestURL() override;
-    QString getHttpRequestType() override;
-    bool isTokenRequired() override;
-
-private:
-    QString mUserId;
-    KelAccount::SecretText mSecurityToken;
-    KelAccount::SecretText mNewPassword;
-    KelAccount::SecretText mSecurityAnswer;
+    using RequestOf::RequestOf;
 };
 
 } // namespace KelRestHandler

@@ -1,25 +1,29 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/request/oauthrequest.h"
+#include "rest/operations/description.h"
 
 namespace KelRestHandler {
 
+template <>
+struct Description<RetrieveMarketingConsentInfo> : DescriptionDefaults
+{
+    using Request = class RetrieveMarketingConsentInfoRequest;
+    static constexpr char verb[] = "GET";
+    static constexpr auto folder = &RestUrlHelper::registrationUrl;
+    static constexpr int identifier = 0;
+    static constexpr char tail[] = "/marketing";
+    static constexpr bool tokenSigns = true;
+    static constexpr std::array roots{"marketingConsentQueryResponse"};
+    static constexpr char creationFailure[] =
+        "retrieveMarketingConsentRequest object creation failed";
+};
+
 /// Asks what marketing the user has consented to.
-class RetrieveMarketingConsentInfoRequest : public OAuthRequest
+class RetrieveMarketingConsentInfoRequest : public RequestOf<RetrieveMarketingConsentInfo, QString>
 {
 public:
-    RetrieveMarketingConsentInfoRequest(ISignatureProvider& provider, QString const& accountId,
-                                        QString const& consumerKey, QString const& baseAddress,
-                                        NetRequestType type);
-
-    QString createXMLMessage() override;
-    QString getRestURL() override;
-    QString getHttpRequestType() override;
-    bool isTokenRequired() override;
-
-private:
-    QString mAccountId;
+    using RequestOf::RequestOf;
 };
 
 } // namespace KelRestHandler

@@ -2,26 +2,43 @@
 #pragma once
 
 #include "common/wipe.h"
-#include "rest/request/oauthrequest.h"
+#include "rest/operations/description.h"
+#include "rest/reply/msgparser.h"
+#include "rest/reply/networkresponseprocessor.h"
+#include "rest/request/msgcreator.h"
 
 namespace KelRestHandler {
 
+template <>
+struct Description<SignIn> : DescriptionDefaults
+{
+    using Request = class SignInRequest;
+    static constexpr char verb[] = "POST";
+    static constexpr auto folder = &RestUrlHelper::signInUrl;
+    static constexpr std::array roots{"tokenCreationResponse"};
+    static constexpr char creationFailure[] = "SignInRequest object creation failed";
+    static constexpr auto signal = &ServiceSignals::signInResponse;
+    static constexpr auto process = &NetworkResponseProcessor::processSignInResponse;
+
+    static constexpr bool takesTokensTime = true;
+
+    static QString document(OAuthRequest& request, const QString& userName, const QString& password)
+    {
+        return MsgCreator::xmlTokenCreation(userName, password, request.getTimeStamp());
+    }
+    static void read(TokenCreationResponse& into, const QDomNode& element)
+    {
+        MsgParser::parseTokenResponseInfoNode(into.userName, into.tokenInfo, into.accountInfo,
+                                              into.termsInfo, element);
+    }
+};
+
 /// Creates an access token from a user's name and password. The password itself is not sent: a
 /// digest over it, a nonce and the time stands for it.
-class SignInRequest : public OAuthRequest
+class SignInRequest : public RequestOf<SignIn, QString, KelAccount::SecretText>
 {
 public:
-    SignInRequest(ISignatureProvider& provider, QString const& userName, QString const& password,
-                  QString const& consumerKey, QString const& baseAddress, NetRequestType type);
-
-    QString createXMLMessage() override;
-    QString getRestURL() override;
-    QString getHttpRequestType() override;
-    bool isTokenRequired() override;
-
-private:
-    QString mUserName;
-    KelAccount::SecretText mPassword;
+    using RequestOf::RequestOf;
 };
 
 } // namespace KelRestHandler

@@ -20,6 +20,9 @@ struct TermsAcceptanceData
     bool hasAcceptedPrivacyPolicy = false;
 };
 
+/// In which form terms are wanted.
+enum TermsFormat : int { TermsFormatText = 0, TermsFormatHtml = 1 };
+
 /// Outcome of classifying a reply.
 struct RequestInfoData
 {

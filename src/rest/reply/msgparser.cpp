@@ -3,6 +3,7 @@
 
 #include "rest/reply/elementreading.h"
 #include "rest/reply/replydocument.h"
+#include "rest/reply/responseroots.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -74,33 +75,6 @@ const int* findStatus(const StatusRow (&rows)[count], const QString& text)
             return text == QLatin1String(candidate.text);
         });
     return row == std::end(rows) ? nullptr : &row->status;
-}
-
-constexpr const char* responseRoots[] = {
-    "tokenCreationResponse",
-    "tokenRefreshResponse",
-    "captchaCreationResponse",
-    "userNameAvailabilityResponse",
-    "registrationResponse",
-    "profileQueryResponse",
-    "simplifiedPasswordQuestionResponse",
-    "simplifiedChangePasswordResponse",
-    "securityQuestionsResponse",
-    "profileUpdateResponse",
-    "marketingConsentQueryResponse",
-    "contactsUpdateResponse",
-    "serviceQueryResponse",
-    "termsQueryResponse",
-    "guardianTokenCreationResponse",
-    "consentQueryVariantResponse",
-    "autoDetectionResponse",
-    "phoneActivationRegistrationResponse",
-};
-
-bool isResponseRoot(const QString& tag)
-{
-    return std::any_of(std::begin(responseRoots), std::end(responseRoots),
-                       [&](const char* root) { return tag == QLatin1String(root); });
 }
 
 // Whether "Error" or "error" stands anywhere in the text. Searching twice would cost a sixth of

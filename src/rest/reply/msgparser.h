@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "rest/records/responses.h"
+#include "rest/records/accountinfodata.h"
+#include "rest/records/plainrecords.h"
+#include "rest/records/profileinfodata.h"
+#include "rest/records/publicrecords.h"
+#include "rest/records/securityquestiondata.h"
+#include "rest/records/termsinfodata.h"
+#include "rest/records/tokeninfodata.h"
 
 #include <QByteArray>
 #include <QDomNode>

@@ -5,7 +5,6 @@
 #include "rest/reply/msgparser.h"
 #include "rest/reply/replydocument.h"
 #include "rest/reply/retryafter.h"
-#include "rest/request/netrequesttype.h"
 #include "rest/request/wiretime.h"
 
 #include <kelaccount/errorstatus.h>
@@ -115,42 +114,6 @@ int NetworkResponseProcessor::convertNetworkErrorCodeToEnablerErrorCode(
     return row != std::end(transportStatuses) ? row->status : ErrorUndefined;
 }
 
-NetworkResponseProcessor::Processor NetworkResponseProcessor::processorFor(int requestType)
-{
-    struct Row
-    {
-        NetRequestType type;
-        Processor process;
-    };
-    using P = NetworkResponseProcessor;
-    static constexpr Row rows[] = {
-        {SignIn, &P::processSignInResponse},
-        {RefreshToken, &P::processTokenResponse},
-        {RetrieveUserNameAvailability, &P::processUsernameAvailabilityResponse},
-        {RetrieveCaptchaImage, &P::processRetrieveCaptchaResponse},
-        {RegisterAccount, &P::processRegisterAccountResponse},
-        {RetrieveSecurityQuestionList, &P::processRetrieveSecQueListResponse},
-        {RetrievePreAccountInfo, &P::processDetectPreAccountResponse},
-        {RetrieveTermsOfService, &P::processretrieveTOSResponse},
-        {DeleteToken, &P::processDeleteTokenResponse},
-        {SendResetMessage, &P::processrequestPasswordResetResponse},
-        {RetrieveEmailIdAvailability, &P::processEmailAvailabilityResponse},
-        {QueryConsentVariant, &P::processQueryVariantResponse},
-        {ResetPassword, &P::processResetPasswordUsingSecurityQuestionResponse},
-        {RetrieveSecurityQuestion, &P::processRetrieveSecuirtyQuestonResponse},
-        {ChangePassword, &P::processChangePasswordResponse},
-        {RetrieveTermsAcceptance, &P::processRetrieveTermsAcceptanceResponse},
-        {UpdateTermsAcceptance, &P::processUpdateTermsAcceptanceResponse},
-        {DownloadProfile, &P::processDownloadProfileResponse},
-        {UpdateSecurityQuestionType, &P::processUpdateSecurityQuestionResponse},
-        {SetUserName, &P::processSetUserNameResponse},
-        {UpdateDeviceInfo, &P::processUpdateDeviceInfoResponse},
-    };
-    const auto row = std::find_if(std::begin(rows), std::end(rows),
-                                  [requestType](const Row& r) { return r.type == requestType; });
-    return row != std::end(rows) ? row->process : nullptr;
-}
-
 void NetworkResponseProcessor::retrieveServerTimeFromResponse(HttpResponse* response)
 {
     const QString data = response->getData();
@@ -213,20 +176,22 @@ int NetworkResponseProcessor::updateResponseWithBasicData(HttpResponse* response
     return 0;
 }
 
-NetworkResponseProcessor::Outcome NetworkResponseProcessor::decide(HttpResponse* response)
+int NetworkResponseProcessor::decide(HttpResponse* response, QDomNode& element)
 {
-    Outcome outcome;
-    outcome.info.statusCode = ErrorMax;
-    checkForErrorResponses(response, outcome.document, outcome.info);
-    mAnswering->details.status = outcome.info.statusCode;
-    return outcome;
+    RequestInfoData info;
+    info.statusCode = ErrorMax;
+    checkForErrorResponses(response, element, info);
+    details().status = info.statusCode;
+    return info.statusCode;
 }
 
-RESTResponseBase NetworkResponseProcessor::statusOf(HttpResponse* response)
+void NetworkResponseProcessor::complete(RESTResponseBase& answer, HttpResponse* response,
+                                        int status)
 {
-    RESTResponseBase answer;
-    updateResponseWithBasicData(response, answer, decide(response).info);
-    return answer;
+    RequestInfoData info;
+    info.statusCode = status;
+    details().status = status;
+    updateResponseWithBasicData(response, answer, info);
 }
 
 } // namespace KelRestHandler

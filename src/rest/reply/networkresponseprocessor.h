@@ -5,9 +5,12 @@
 #include "rest/reply/answerdetails.h"
 #include "rest/reply/httpresponse.h"
 #include "rest/reply/servicesignals.h"
+#include "rest/request/netrequesttype.h"
 #include "rest/request/timestampmanager.h"
 
 #include <QDomNode>
+
+#include <utility>
 
 namespace KelRestHandler {
 
@@ -33,12 +36,8 @@ public:
     static int convertNetworkErrorCodeToEnablerErrorCode(QNetworkReply::NetworkError error);
 
 private:
-    // What deciding the status of a reply yields; the document is null without one.
-    struct Outcome
-    {
-        RequestInfoData info;
-        QDomNode document;
-    };
+    template <NetRequestType>
+    friend struct Description;
 
     void retrieveServerTimeFromResponse(HttpResponse* response);
     static void checkForErrorResponses(HttpResponse* response, QDomNode& responseElement,
@@ -47,13 +46,28 @@ private:
                                       QDomNode& responseElement);
     static int updateResponseWithBasicData(HttpResponse* response, RESTResponseBase& base,
                                            const RequestInfoData& info);
-    Outcome decide(HttpResponse* response);
-    RESTResponseBase statusOf(HttpResponse* response);
-    /// The operation's structure, filled by `parse` only when the status is 0.
-    template <class Answer, class Parse>
-    Answer read(HttpResponse* response, Parse parse);
-    static void takeTimeOfSignIn(HttpResponse* response, const TokenInfoData& token);
 
+    // What answering takes. A function that answers emits last: a receiver may delete this object.
+
+    /// The status of the reply; the element is null without one.
+    int decide(HttpResponse* response, QDomNode& element);
+    /// Says in the structure what every answer says.
+    void complete(RESTResponseBase& answer, HttpResponse* response, int status);
+    AnswerDetails& details() { return mAnswering->details; }
+
+    /// Answers as the operation's description says.
+    template <NetRequestType type>
+    void answer(HttpResponse* response);
+    template <class Described, class Structure>
+    void answerBy(void (ServiceSignals::*signal)(Structure), HttpResponse* response);
+    template <class Described>
+    void answerBy(void (ServiceSignals::*signal)(int), HttpResponse* response);
+    template <class Described, class Value>
+    void answerBy(void (ServiceSignals::*signal)(int, Value), HttpResponse* response);
+    template <class Structure>
+    static void takeTimeOfToken(HttpResponse* response, const Structure& answer);
+
+    // By these names each operation's part is known; new operations need none.
     void processSignInResponse(HttpResponse* response);
     void processTokenResponse(HttpResponse* response);
     void processUsernameAvailabilityResponse(HttpResponse* response);
@@ -78,6 +92,11 @@ private:
     void processUpdateDeviceInfoResponse(HttpResponse* response);
 
     using Processor = void (NetworkResponseProcessor::*)(HttpResponse*);
+    template <NetRequestType type>
+    static constexpr Processor processorOf();
+    template <int... index>
+    static Processor processorAt(int wanted, std::integer_sequence<int, index...> all);
+    /// Null for an operation that is not answered, and for a number that is none.
     static Processor processorFor(int requestType);
 
     int secondsToWait(const HttpResponse& response) const;

@@ -31,9 +31,10 @@ enum NetRequestType : int {
     UpdateSecurityQuestionType = 24,
     SetUserName = 25,
     UpdateDeviceInfo = 26,
+    EndOfNetRequestTypes ///< one past the last
 };
 
 constexpr int firstNetRequestType = SignIn;
-constexpr int lastNetRequestType = UpdateDeviceInfo;
+constexpr int lastNetRequestType = EndOfNetRequestTypes - 1;
 
 } // namespace KelRestHandler
