@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Calls of a client that need the sign-on daemon: the real one, with a plugin that does what the
+// test says.
+#include "account/accountfixture.h"
+#include "client/clientcalls.h"
+#include "client/threadnames.h"
+#include "support/literals.h"
+
+#include <kelaccount/client.h>
+
+#include <QElapsedTimer>
+
+using namespace KelAccount;
+using namespace KelTest;
+
+class TestClientSession : public AccountFixture
+{
+    Q_OBJECT
+
+public:
+    using AccountFixture::AccountFixture;
+
+private Q_SLOTS:
+    void init()
+    {
+        QVERIFY(reset());
+        mClient = ready();
+        mAnswers.lines.clear();
+    }
+    void cleanup()
+    {
+        mClient.reset();
+        endFacade();
+        QVERIFY(waitUntil([] { return !runsThread("kelaccount"); }));
+    }
+
+    void aSetUpGivesItsValues();
+    void aSetUpThatIsCancelledLeavesNothing_data();
+    void aSetUpThatIsCancelledLeavesNothing();
+    void aSetUpWithoutItsClientLeavesNothing_data();
+    void aSetUpWithoutItsClientLeavesNothing();
+    void aSessionThatIsBeingOpenedEndsWithItsClient();
+    void callsGoOnWhileASessionIsBeingOpened();
+    void aUserIsSignedOut();
+    void aClientAndAFacadeDoNotMeet();
+
+private:
+    using Begin = std::function<CallBase(Client&, Answers&, QObject*)>;
+
+    static std::unique_ptr<Client> ready()
+    {
+        auto client = std::make_unique<Client>();
+        client->initialize("the-consumer-key"_s, "the-consumer-secret"_s, Server::Production,
+                           "the-service"_s);
+        return client;
+    }
+    bool waitForLines(int count)
+    {
+        return waitUntil([this, count] { return mAnswers.lines.size() >= count; });
+    }
+    /// A set-up that is with the plugin, as long as that waits.
+    CallBase setUpThatHangs(const QString& mechanism);
+    bool isNothingLeft() const { return identities().isEmpty() && deviceAccounts().isEmpty(); }
+
+    std::unique_ptr<Client> mClient;
+    Answers mAnswers;
+};
+
+void TestClientSession::aSetUpGivesItsValues()
+{
+    KelAccount::SetUp values;
+    mClient->signInAndConfigure("alice"_s, "the-password"_s)
+        .then(this, [&values](const KelAccount::SetUp& result) { values = result; });
+    QVERIFY(waitUntil([&values] { return values.credentialsId != 0; }));
+    QCOMPARE(values.userId, "the-user-id"_s);
+    QCOMPARE(values.loginId, "the-login-id"_s);
+    QCOMPARE(values.serviceAccountId, "the-account-id"_s);
+    QCOMPARE(values.emailAddress, "the-address@mail.example"_s);
+    QCOMPARE(identities(), QList<quint32>{values.credentialsId});
+    QCOMPARE(deviceAccounts(),
+             QList<QVariantList>({{"the-user-id"_s, QString::number(values.credentialsId)}}));
+
+    mAnswers.expect(mClient->isKeLAccountConfigured(), this);
+    mAnswers.expect(mClient->downloadProfile(), this);
+    mAnswers.expect(mClient->ensureTokenAvailable(values.credentialsId), this);
+    mAnswers.expect(mClient->signInAndConfigure("alice"_s, "the-password"_s), this);
+    QVERIFY(waitForLines(4));
+    mAnswers.lines.sort();
+    QCOMPARE(mAnswers.lines, QStringList({
+                                 "downloadProfile:  "_s,
+                                 "ensureTokenAvailable: done"_s,
+                                 "isKeLAccountConfigured: yes"_s,
+                                 "signInAndConfigure failed: 803"_s,
+                             }));
+}
+
+// ---- Nothing is left
+// -----------------------------------------------------------------------------
+
+CallBase TestClientSession::setUpThatHangs(const QString& mechanism)
+{
+    mSandbox.script({{mechanism, PluginStep::Hang}});
+    const auto call = mClient->signInAndConfigure("alice"_s, "the-password"_s);
+    mAnswers.expect(call, this);
+    if (!waitUntil([&] { return mSandbox.mechanisms().contains(mechanism); }))
+        mAnswers.lines.append("the plugin was not asked"_s);
+    return call;
+}
+
+void TestClientSession::aSetUpThatIsCancelledLeavesNothing_data()
+{
+    QTest::addColumn<QString>("mechanism");
+    QTest::newRow("while its session is opened") << "initialise"_s;
+    QTest::newRow("while the plugin signs in") << "signIn"_s;
+}
+
+void TestClientSession::aSetUpThatIsCancelledLeavesNothing()
+{
+    QFETCH(QString, mechanism);
+    const CallBase call = setUpThatHangs(mechanism);
+    QCOMPARE(identities().size(), 1);
+    QCOMPARE(mAnswers.lines, QStringList());
+    call.cancel();
+    QVERIFY(waitUntil([this] { return isNothingLeft(); }));
+    // And the next one is another's business.
+    mSandbox.script(succeeding());
+    mAnswers.expect(mClient->signInAndConfigure("alice"_s, "the-password"_s), this);
+    QVERIFY(waitForLines(1));
+    QCOMPARE(mAnswers.lines, QStringList("signInAndConfigure: the-account-id the-login-id "
+                                         "the-user-id the-address@mail.example"_s));
+}
+
+void TestClientSession::aSetUpWithoutItsClientLeavesNothing_data()
+{
+    aSetUpThatIsCancelledLeavesNothing_data();
+}
+
+void TestClientSession::aSetUpWithoutItsClientLeavesNothing()
+{
+    QFETCH(QString, mechanism);
+    const CallBase call = setUpThatHangs(mechanism);
+    QCOMPARE(identities().size(), 1);
+    mClient.reset();
+    QVERIFY(call.isFinished());
+    QVERIFY(waitUntil([this] { return isNothingLeft(); }));
+    QCOMPARE(mAnswers.lines, QStringList());
+}
+
+// ---- Opening
+// -------------------------------------------------------------------------------------
+
+void TestClientSession::aSessionThatIsBeingOpenedEndsWithItsClient()
+{
+    mCredentials = storeIdentity();
+    QVERIFY(createDeviceAccount(mCredentials));
+    mSandbox.script({{"initialise"_s, PluginStep::Hang}});
+    const auto call = mClient->downloadProfile();
+    mAnswers.expect(call, this);
+    QVERIFY(mSandbox.waitForRequests(1));
+    mClient.reset();
+    QVERIFY(call.isFinished());
+    // Long before the session would be given up.
+    QVERIFY(waitUntil([] { return !runsThread("kelaccount"); }));
+    QCOMPARE(mAnswers.lines, QStringList());
+}
+
+void TestClientSession::callsGoOnWhileASessionIsBeingOpened()
+{
+    mCredentials = storeIdentity();
+    QVERIFY(createDeviceAccount(mCredentials));
+    mSandbox.script({{"initialise"_s, PluginStep::Hang}});
+    const auto opening = mClient->downloadProfile();
+    mAnswers.expect(opening, this);
+    QVERIFY(mSandbox.waitForRequests(1));
+    mAnswers.expect(mClient->isKeLAccountConfigured(), this);
+    mAnswers.expect(mClient->retrieveCountryCode(), this);
+    QVERIFY(waitForLines(2));
+    opening.cancel();
+    mAnswers.expect(mClient->isKeLAccountConfigured(), this);
+    QVERIFY(waitForLines(3));
+    QCOMPARE(mAnswers.lines.filter("downloadProfile"_s), QStringList());
+}
+
+// ---- Others
+// --------------------------------------------------------------------------------------
+
+void TestClientSession::aUserIsSignedOut()
+{
+    mAnswers.expect(mClient->signInAndConfigure("alice"_s, "the-password"_s), this);
+    QVERIFY(waitForLines(1));
+    QVERIFY(!isNothingLeft());
+    mAnswers.expect(mClient->signOut(), this);
+    QVERIFY(waitForLines(2));
+    QCOMPARE(mAnswers.lines.last(), "signOut: done"_s);
+    QVERIFY(isNothingLeft());
+    mAnswers.expect(mClient->signOut(), this);
+    QVERIFY(waitForLines(3));
+    QCOMPARE(mAnswers.lines.last(), "signOut: done"_s);
+}
+
+void TestClientSession::aClientAndAFacadeDoNotMeet()
+{
+    mCredentials = storeIdentity();
+    QVERIFY(createDeviceAccount(mCredentials));
+    mSandbox.script({});
+    makeFacade();
+    constexpr int rounds = 5;
+    for (int i = 0; i < rounds; ++i) {
+        mAnswers.expect(mClient->downloadProfile(), this);
+        mAccounts->downloadProfile();
+    }
+    QVERIFY(waitForLines(rounds));
+    QVERIFY(waitUntil([this] { return lines().size() == rounds; }));
+    QCOMPARE(mAnswers.lines.count("downloadProfile:  "_s), rounds);
+    for (const QString& line : lines())
+        QVERIFY2(line.startsWith("downloadProfileResponse(0"_s), qPrintable(line));
+}
+
+int main(int argc, char** argv)
+{
+    return runInSession<TestClientSession>(argc, argv);
+}
+
+#include "tst_clientsession.moc"
