@@ -4,6 +4,7 @@
 #include "clientsettings.h"
 #include "tools/commandline/checks.h"
 
+#include <kelaccount/client.h>
 #include <kelaccount/profileinfo.h>
 #include <kelaccount/registrationinfo.h>
 
@@ -144,6 +145,22 @@ void ensureToken(KelAccounts& accounts, QObject* context, const CommandInput& in
     accounts.ensureTokenAvailable(input.arguments.value(0).toUInt());
 }
 
+// Which the facade does not offer.
+void signOut(KelAccounts& /*accounts*/, QObject* context, const CommandInput& input,
+             const Report& report)
+{
+    auto* const client = new KelAccount::Client(context);
+    const ClientSettings& settings = *input.settings;
+    client->initialize(settings.consumerKey, settings.consumerSecret,
+                       static_cast<KelAccount::Server>(settings.server), settings.service);
+    const auto answer = [report](int status) {
+        report({QStringLiteral("none, answered by the call"), status, {}});
+    };
+    client->signOut().then(
+        context, [answer](const KelAccount::Done&) { answer(KelAccount::ErrorNone); },
+        [answer](const KelAccount::Failure& failure) { answer(failure.status); });
+}
+
 void closeSession(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
                   const Report& report)
 {
@@ -193,6 +210,12 @@ std::vector<ClientCommand> setUpCommands()
          true,
          {{"*"}},
          registerAccount},
+        {{"sign-out", {}, {}, "take token, credentials and account off the device", "sign-out"},
+         {},
+         "signOut",
+         true,
+         {},
+         signOut},
         {{"close", {}, {}, "end the sign-on session", "close"},
          {},
          "close",

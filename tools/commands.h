@@ -12,9 +12,12 @@
 #include <functional>
 #include <vector>
 
+struct ClientSettings;
+
 /// What a command was given.
 struct CommandInput
 {
+    const ClientSettings* settings = nullptr; ///< never null; outlives the answer
     QStringList arguments;
     QHash<QString, QString> options; ///< by name, "--" included; of a flag, empty
     QStringList secrets;             ///< in the order in which the command names them

@@ -104,6 +104,7 @@ int main(int argc, char** argv)
     const auto application = makeApplication(argc, argv, line.command == "captcha");
     ClientSettings settings = ClientSettings::from(line);
     CommandInput input = inputFrom(line);
+    input.settings = &settings;
     QString problem;
     if (command.callsService)
         settings.findCredentials(problem);

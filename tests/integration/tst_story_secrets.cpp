@@ -162,6 +162,12 @@ private Q_SLOTS:
             client({"reset-with-question"_s, email}, {wrongToken, secondPassword, wrongAnswer}),
             504);
         QCOMPARE(client({"close"_s}), 0);
+        QVERIFY(EmulatedService::orderFaults("status=500"));
+        QCOMPARE(client({"sign-out"_s}), 1004);
+        QVERIFY(!leftOnTheDevice().isEmpty());
+        QCOMPARE(client({"sign-out"_s}), 0);
+        QCOMPARE(leftOnTheDevice(), QString());
+        QCOMPARE(client({"sign-in"_s, email}, {thirdPassword}), 0);
     }
 
     void onlyTheDaemonsStoreHoldsSecrets()
@@ -233,8 +239,9 @@ private:
         mAnswers.append(QString::fromUtf8(output));
         noteTokens();
         const QJsonObject answer = QJsonDocument::fromJson(output).object();
-        if (answer.contains("captchaId"_s))
-            mCaptchaId = answer.value("captchaId"_s).toString();
+        const QJsonObject values = answer.value("values"_s).toObject();
+        if (values.contains("captchaId"_s))
+            mCaptchaId = values.value("captchaId"_s).toString();
         return answer.value("status"_s).toInt(-1);
     }
 
