@@ -7,7 +7,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
 #include <cstdlib>
 #include <httplib.h>
 
@@ -43,7 +42,7 @@ std::string described(const QJsonObject& message)
 
 } // namespace
 
-bool printInbox(const std::string& name, std::string& problem)
+bool readInbox(const std::string& name, std::string& text, std::string& problem)
 {
     const char* const address = std::getenv(addressVariable);
     if (!address || !*address) {
@@ -61,11 +60,10 @@ bool printInbox(const std::string& name, std::string& problem)
     }
     const QJsonArray messages =
         QJsonDocument::fromJson(QByteArray::fromStdString(answer->body)).array();
-    std::string text = messages.isEmpty() ? "No messages.\n" : "";
+    text = messages.isEmpty() ? "No messages.\n" : "";
     for (const QJsonValue& message : messages)
         text += (text.empty() ? "" : "\n") + described(message.toObject());
-    std::fputs(text.c_str(), stdout);
-    return std::fflush(stdout) == 0;
+    return true;
 }
 
 } // namespace KelEmulator

@@ -5,8 +5,8 @@
 
 namespace KelEmulator {
 
-/// Prints the inbox of the emulator whose administrative endpoint the environment names; with a
+/// Reads the inbox of the emulator whose administrative endpoint the environment names; with a
 /// name or a recipient, only the messages to it. False, and why in `problem`.
-bool printInbox(const std::string& name, std::string& problem);
+bool readInbox(const std::string& name, std::string& messages, std::string& problem);
 
 } // namespace KelEmulator

@@ -5,14 +5,11 @@
 #include "emulator/common/log.h"
 #include "emulator/common/standardstreams.h"
 
-#include <cstdio>
 #include <exception>
 
 namespace KelEmulator {
 
 namespace {
-
-constexpr int misuse = 2;
 
 std::string shellQuoted(const std::string& text)
 {
@@ -22,7 +19,7 @@ std::string shellQuoted(const std::string& text)
     return quoted + '\'';
 }
 
-void printEnvironment(const std::vector<EnvironmentChange>& changes)
+std::string environmentText(const std::vector<EnvironmentChange>& changes)
 {
     std::string text;
     for (const EnvironmentChange& change : changes) {
@@ -30,8 +27,7 @@ void printEnvironment(const std::vector<EnvironmentChange>& changes)
                              : "unset " + change.name;
         text += '\n';
     }
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
+    return text;
 }
 
 int runOrServe(const Options& options)
@@ -44,9 +40,11 @@ int runOrServe(const Options& options)
         return Command::cannotStart;
     }
     if (options.mode == Options::Mode::Serve) {
-        printEnvironment(emulator->environment());
-        waitForEnd();
-        return 0;
+        const int status =
+            CommandLine::printed(emulatorProgram(), environmentText(emulator->environment()));
+        if (status == 0)
+            waitForEnd();
+        return status;
     }
     Command command;
     const int failure = command.start(options.command, emulator->environment(), signals, problem);
@@ -59,30 +57,23 @@ int runOrServe(const Options& options)
 
 int run(int count, char** arguments)
 {
+    CommandLine::Line line;
+    if (const auto status = CommandLine::answer(emulatorProgram(), count, arguments, line))
+        return *status;
     Options options;
     std::string problem;
-    if (!readOptions(count, arguments, options, problem)) {
+    if (!readOptions(line, options, problem)) {
         logLine(problem);
-        return misuse;
+        return CommandLine::exitMisuse;
     }
-    switch (options.mode) {
-    case Options::Mode::Help:
-        std::fputs(helpText().c_str(), stdout);
-        return 0;
-    case Options::Mode::Version:
-        std::puts("kelaccount-emulator " KELACCOUNT_VERSION);
-        return 0;
-    case Options::Mode::Inbox:
-        if (!printInbox(options.inboxOf, problem)) {
-            logLine(problem);
-            return Command::cannotStart;
-        }
-        return 0;
-    case Options::Mode::Run:
-    case Options::Mode::Serve:
-        break;
+    if (options.mode != Options::Mode::Inbox)
+        return runOrServe(options);
+    std::string messages;
+    if (!readInbox(options.inboxOf, messages, problem)) {
+        logLine(problem);
+        return Command::cannotStart;
     }
-    return runOrServe(options);
+    return CommandLine::printed(emulatorProgram(), messages);
 }
 
 } // namespace

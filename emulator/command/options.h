@@ -4,6 +4,7 @@
 #include "emulator/modem/sim.h"
 #include "emulator/service/devices.h"
 #include "emulator/service/fault.h"
+#include "tools/commandline/reader.h"
 
 #include <cstdint>
 #include <optional>
@@ -15,9 +16,9 @@ namespace KelEmulator {
 /// The command line.
 struct Options
 {
-    enum class Mode { Run, Serve, Inbox, Help, Version };
+    enum class Mode { Run, Serve, Inbox };
 
-    Mode mode = Mode::Help;
+    Mode mode = Mode::Run;
     std::vector<std::string> command;  ///< with Run only, never empty then
     std::string database = ":memory:"; ///< SQLite's name for none
     std::string consumerKey = "demo-key";
@@ -37,10 +38,11 @@ struct Options
     bool verbose = false;
 };
 
-/// Reads the arguments. False, and one line saying what to do in `problem`, on misuse.
-bool readOptions(int count, char* const* arguments, Options& options, std::string& problem);
+/// What the program's help, manual page and completions say.
+const CommandLine::Program& emulatorProgram();
 
-/// The text of --help.
-std::string helpText();
+/// The options that a command line of the program says. False, and one line saying what to do in
+/// `problem`, on misuse.
+bool readOptions(const CommandLine::Line& line, Options& options, std::string& problem);
 
 } // namespace KelEmulator

@@ -90,6 +90,14 @@ bool readFault(std::string_view text, std::vector<Fault>& faults, std::string& p
     return fail("unknown; the faults are " + knownNames());
 }
 
+std::vector<std::string> knownFaults()
+{
+    std::vector<std::string> names;
+    for (const FaultName& row : faultNames)
+        names.push_back(std::string(row.name) + (row.largest ? "=" : ""));
+    return names;
+}
+
 std::string faultText(const Fault& fault)
 {
     for (const FaultName& row : faultNames) {

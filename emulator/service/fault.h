@@ -36,6 +36,9 @@ struct Fault
 /// Reads "[COUNT*]NAME[=VALUE]" and appends the fault COUNT times. False, and why in `problem`.
 bool readFault(std::string_view text, std::vector<Fault>& faults, std::string& problem);
 
+/// What can be ordered, without the values: "hang", "status=".
+std::vector<std::string> knownFaults();
+
 /// The fault as it is ordered.
 std::string faultText(const Fault& fault);
 

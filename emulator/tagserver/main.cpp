@@ -1,29 +1,30 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "server.h"
 
-#include <algorithm>
 #include <csignal>
-#include <iostream>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 int main(int argc, char** argv)
 {
     const pid_t parent = getppid();
-    std::vector<std::string> arguments = TagServerEmulator::environmentArguments();
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    if (std::find(arguments.begin(), arguments.end(), "--help") != arguments.end()) {
-        std::cout << TagServerEmulator::usage;
-        return 0;
-    }
-    const auto options = TagServerEmulator::parseOptions(arguments);
-    if (!options)
-        return 2;
-    if (options->dieWithParent) {
+    std::vector<std::string> words = TagServerEmulator::environmentArguments();
+    words.insert(words.begin(), argv, argv + (argc > 0 ? 1 : 0));
+    words.insert(words.end(), argv + (argc > 0 ? 1 : 0), argv + argc);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    CommandLine::Line line;
+    if (const auto status =
+            CommandLine::answer(TagServerEmulator::tagServerProgram(),
+                                static_cast<int>(arguments.size()), arguments.data(), line))
+        return *status;
+    const TagServerEmulator::Options options = TagServerEmulator::optionsFrom(line);
+    if (options.dieWithParent) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         // It may have ended before the request was made.
         if (getppid() != parent)
             return 0;
     }
-    return TagServerEmulator::serve(*options);
+    return TagServerEmulator::serve(options);
 }

@@ -1,36 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "options.h"
 
+#include "tools/commandline/checks.h"
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <iostream>
 #include <sstream>
 
 namespace TagServerEmulator {
-
-const char* const usage =
-    "Usage: kelaccount-tag-server [OPTION...]\n"
-    "Answers service tag requests on an abstract Unix socket.\n"
-    "\n"
-    "  --name NAME         socket name (default: obc)\n"
-    "  --tag TEXT          the tag (without blanks in the environment variable)\n"
-    "  --refuse CODE       answer with a failure and this error code\n"
-    "  --reply-bytes N     a successful reply of N bytes, 1 to 65536, its status included\n"
-    "  --slow MS           wait before each reply\n"
-    "  --hang              never reply\n"
-    "  --die-after-accept  end as soon as a client has connected\n"
-    "  --die-with-parent   end when the process that started this one ends\n"
-    "  --help              print this text\n"
-    "\n"
-    "The environment variable KELACCOUNT_TAG_SERVER_OPTIONS holds options too; those of the\n"
-    "command line come after them. Writes \"ready\" to standard output once it listens.\n";
 
 namespace {
 
 constexpr long largestReply = 65536;
 constexpr std::size_t longestName = 107;
 
+// Error codes are known by their hexadecimal numbers, too.
 std::optional<long> number(const std::string& text, long smallest, long largest)
 {
     char* end = nullptr;
@@ -41,65 +26,77 @@ std::optional<long> number(const std::string& text, long smallest, long largest)
     return value;
 }
 
-// Whether the option is one that takes a value, and the value was good.
-bool setValue(Options& options, const std::string& option, const std::string& value)
+std::string codeProblem(const std::string& text)
 {
-    if (option == "--name" && !value.empty() && value.size() <= longestName) {
-        options.name = value;
-        return true;
-    }
-    if (option == "--tag" && value.size() < largestReply) {
-        options.tag = value;
-        return true;
-    }
-    if (option == "--refuse") {
-        if (const auto code = number(value, 0, 0xFFFFFFFFL)) {
-            options.refusal = static_cast<unsigned>(*code);
-            return true;
-        }
-    }
-    if (option == "--reply-bytes") {
-        if (const auto size = number(value, 1, largestReply)) {
-            options.replyBytes = static_cast<int>(*size);
-            return true;
-        }
-    }
-    if (option == "--slow") {
-        if (const auto wait = number(value, 0, INT_MAX)) {
-            options.slowMs = static_cast<int>(*wait);
-            return true;
-        }
-    }
-    return false;
+    if (number(text, 0, 0xFFFFFFFFL))
+        return {};
+    return "needs a code from 0 to 0xFFFFFFFF, not '" + text + '\'';
 }
 
-bool* findSwitch(Options& options, const std::string& option)
+std::string nameProblem(const std::string& text)
 {
-    if (option == "--hang")
-        return &options.hang;
-    if (option == "--die-after-accept")
-        return &options.dieAfterAccept;
-    if (option == "--die-with-parent")
-        return &options.dieWithParent;
-    return nullptr;
+    if (!text.empty() && text.size() <= longestName)
+        return {};
+    return "needs a name of 1 to " + std::to_string(longestName) + " bytes";
+}
+
+std::string tagProblem(const std::string& text)
+{
+    if (text.size() < largestReply)
+        return {};
+    return "needs less than " + std::to_string(largestReply) + " bytes";
 }
 
 } // namespace
 
-std::optional<Options> parseOptions(const std::vector<std::string>& arguments)
+const CommandLine::Program& tagServerProgram()
+{
+    static const CommandLine::Program program = {
+        "kelaccount-tag-server",
+        KELACCOUNT_VERSION,
+        "stand in for the device's tag server",
+        "Answers service tag requests on an abstract Unix socket, and writes \"ready\" to standard "
+        "output once it listens.",
+        {{"--name", {"NAME", nameProblem}, "socket name (obc)"},
+         {"--tag", {"TEXT", tagProblem}, "the tag (without blanks in the environment variable)"},
+         {"--refuse", {"CODE", codeProblem}, "answer with a failure and this error code"},
+         {"--reply-bytes",
+          {"N", CommandLine::number<1, largestReply>},
+          "a successful reply of N bytes, its status included"},
+         {"--slow", {"MS", CommandLine::number<0, INT_MAX>}, "wait before each reply"},
+         {"--hang", {}, "never reply"},
+         {"--die-after-accept", {}, "end as soon as a client has connected"},
+         {"--die-with-parent", {}, "end when the process that started this one ends"}},
+        {},
+        {},
+        {{"Environment",
+          {{"KELACCOUNT_TAG_SERVER_OPTIONS",
+            "options; those of the command line come after them"}}},
+         {"Exit status",
+          {{"0", "ended as --die-after-accept wants it"},
+           {"1", "it cannot listen"},
+           {"2", "misuse"},
+           {"4", "the output cannot be written"}}}},
+        "--refuse 0x3001",
+        {"kelaccount-emulator"},
+    };
+    return program;
+}
+
+Options optionsFrom(const CommandLine::Line& line)
 {
     Options options;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        if (bool* on = findSwitch(options, arguments[i])) {
-            *on = true;
-            continue;
-        }
-        if (i + 1 == arguments.size() || !setValue(options, arguments[i], arguments[i + 1])) {
-            std::cerr << "kelaccount-tag-server: cannot use " << arguments[i] << "\n" << usage;
-            return std::nullopt;
-        }
-        ++i;
-    }
+    options.name = line.value("--name", options.name);
+    options.tag = line.value("--tag", options.tag);
+    if (const auto code = number(line.value("--refuse"), 0, 0xFFFFFFFFL))
+        options.refusal = static_cast<unsigned>(*code);
+    if (const auto size = number(line.value("--reply-bytes"), 1, largestReply))
+        options.replyBytes = static_cast<int>(*size);
+    if (const auto wait = number(line.value("--slow"), 0, INT_MAX))
+        options.slowMs = static_cast<int>(*wait);
+    options.hang = line.has("--hang");
+    options.dieAfterAccept = line.has("--die-after-accept");
+    options.dieWithParent = line.has("--die-with-parent");
     return options;
 }
 

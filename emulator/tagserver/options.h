@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "tools/commandline/reader.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,10 +21,11 @@ struct Options
     bool dieWithParent = false;
 };
 
-extern const char* const usage;
+/// What the program's help, manual page and completions say.
+const CommandLine::Program& tagServerProgram();
 
-/// Nothing, with the reason on standard error, when the arguments cannot be understood.
-std::optional<Options> parseOptions(const std::vector<std::string>& arguments);
+/// The options that a command line of the program says.
+Options optionsFrom(const CommandLine::Line& line);
 
 /// The words of the environment variable KELACCOUNT_TAG_SERVER_OPTIONS: the only way to tell a
 /// server something that is started on demand, without arguments.

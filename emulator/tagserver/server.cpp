@@ -108,8 +108,8 @@ int serve(const Options& options)
     const int listener = listenOn(options.name);
     if (listener == -1)
         return 1;
-    std::puts("ready");
-    std::fflush(stdout);
+    if (const int status = CommandLine::printed(tagServerProgram(), "ready\n"))
+        return status;
 
     for (;;) {
         const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);

@@ -85,10 +85,12 @@ private Q_SLOTS:
                 << QByteArray(hint);
         };
         row("", "--help");
-        row("walk", "say 'run -- COMMAND' or 'serve'");
+        row("walk", "unknown command 'walk'");
         row("run", "run needs a command");
         row("run --", "run needs a command");
-        row("serve -- true", "serve takes no command");
+        row("serve -- true", "usage: kelaccount-emulator serve");
+        row("rnu -- true", "did you mean run?");
+        row("serve --verbos", "did you mean --verbose?");
         row("run --swim -- true", "unknown option '--swim'");
         row("run -x -- true", "unknown option '-x'");
         row("serve --database", "--database needs a value");
@@ -114,7 +116,7 @@ private Q_SLOTS:
     {
         const Result help = run({"--help"_s});
         QCOMPARE(help.status, 0);
-        QVERIFY(help.output.startsWith("usage: kelaccount-emulator run [options] -- COMMAND"));
+        QVERIFY(help.output.startsWith("usage: kelaccount-emulator [OPTIONS] COMMAND"));
         const Result version = run({"--version"_s});
         QCOMPARE(version.status, 0);
         QVERIFY(version.output.startsWith("kelaccount-emulator "));

@@ -209,9 +209,9 @@ private Q_SLOTS:
         QTest::newRow("emulator gone") << QStringList{inbox} << "http://127.0.0.1:9"_s << 125
                                        << "no emulator answers at http://127.0.0.1"_ba;
         QTest::newRow("two names") << QStringList{inbox, "a"_s, "b"_s} << "http://127.0.0.1:9"_s
-                                   << 2 << "inbox takes a name or nothing"_ba;
+                                   << 2 << "usage: kelaccount-emulator inbox [NAME]"_ba;
         QTest::newRow("option") << QStringList{inbox, "--verbose"_s} << "http://127.0.0.1:9"_s << 2
-                                << "inbox takes a name or nothing"_ba;
+                                << "unknown option '--verbose'"_ba;
     }
 
     void tellsWhyThereIsNoInbox()

@@ -79,6 +79,13 @@ for shell in bash fish zsh; do
     expect $shell 'kelaccount register --la' --language --last-name
     expect $shell 'kelaccount help regi' register
 done
+expect bash 'kelaccount-emulator run --fault hu' huge-body=
+expect fish 'kelaccount-emulator run --fault hu' huge-body=
+expect zsh 'kelaccount-emulator run --fault hu' huge-body
+expect bash 'kelaccount-tag-server --die-w' --die-with-parent
+expect fish 'kelaccount-tag-server --die-w' --die-with-parent
+expect zsh 'kelaccount-tag-server --die-w' --die-with-parent
+expect bash 'kelaccount-emulator run kelaccount-no-such-program'
 # Values that are joined to their option come to bash in three words.
 expect bash 'kelaccount --server = test-' test-a test-b test-c test-d
 expect bash 'kelaccount --server = ' production staging test-a test-b test-c test-d

@@ -29,7 +29,7 @@ const Program& program()
         {{"--heat", {"DEGREES", number<50, 300>}, "how hot"}, {"--fan", {}, "with the fan"}},
         {},
         {{"bake",
-          {{{"CAKE"}, "what"}, {{"SHORT", shortText}, "how", true}},
+          {{{"CAKE[,SIZE]"}, "what"}, {{"SHORT[,ER]", shortText}, "how", true}},
           {{"--with", {"THING"}, "something in it", true}, {"--for", {"NAME"}, "for whom"}},
           "bake something",
           "bake bread"},
@@ -138,10 +138,10 @@ private Q_SLOTS:
         };
         row({}, "no command given; oven --help lists them");
         row({"bakke"}, "unknown command 'bakke', did you mean bake? oven --help lists them");
-        row({"bake"}, "usage: oven bake CAKE [SHORT] [OPTIONS]");
-        row({"bake", "a", "b", "secret"}, "usage: oven bake CAKE [SHORT] [OPTIONS]");
+        row({"bake"}, "usage: oven bake CAKE[,SIZE] [SHORT[,ER]] [OPTIONS]");
+        row({"bake", "a", "b", "secret"}, "usage: oven bake CAKE[,SIZE] [SHORT[,ER]] [OPTIONS]");
         row({"bake", "a", "long"},
-            "SHORT needs three letters at most, not 'long'; oven help bake tells more");
+            "SHORT[,ER] needs three letters at most, not 'long'; oven help bake tells more");
         row({"bake", "a", "--heat", "301"},
             "--heat needs a number from 50 to 300, not '301'; oven help bake tells more");
         row({"bake", "a", "--heat="},

@@ -15,6 +15,12 @@ namespace {
 const std::string helpOption = "--help";
 const std::string versionOption = "--version";
 
+/// What an argument is called in the parsing library, to which a comma parts names.
+std::string internalName(size_t argument)
+{
+    return "argument" + std::to_string(argument);
+}
+
 /// One level of the command line as the parsing library knows it: the program, or one command.
 class Level
 {
@@ -78,7 +84,7 @@ private:
 
     void add(const Argument& argument)
     {
-        CLI::Option* const added = mApp.add_option(argument.value.name);
+        CLI::Option* const added = mApp.add_option(internalName(mArguments.size()));
         setCheck(*added, argument.value);
         added->required(!argument.optional);
         mArguments.push_back(added);
@@ -172,6 +178,17 @@ std::string unexpected(const Program& program, const Command* command, const std
            " --help lists them";
 }
 
+/// An option's or an argument's name, as the parsing library's complaint has it in front.
+std::string nameIn(const std::string& complaint, const std::vector<Argument>& arguments)
+{
+    const std::string name = complaint.substr(0, complaint.find(": "));
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (name == internalName(i))
+            return arguments[i].value.name;
+    }
+    return name;
+}
+
 std::string problemOf(const Program& program, const Command* command, const CLI::App& app,
                       const CLI::ParseError& error)
 {
@@ -180,7 +197,7 @@ std::string problemOf(const Program& program, const Command* command, const CLI:
         return unexpected(program, command, left.front());
     const std::string what = error.what();
     const size_t colon = what.find(": ");
-    const std::string name = what.substr(0, colon);
+    const std::string name = nameIn(what, command ? command->arguments : program.arguments);
     if (error.get_name() == "ValidationError")
         return name + ' ' + what.substr(colon + 2) + "; " + seeHelp(program, command);
     if (error.get_name() == "ArgumentMismatch") {

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the emulator's help, manual page and completions say.
+#include "emulator/command/options.h"
+#include "emulator/service/accounts.h"
+#include "emulator/service/administration.h"
+#include "tools/commandline/checks.h"
+
+using CommandLine::Completion;
+using CommandLine::Option;
+using CommandLine::Table;
+
+namespace KelEmulator {
+
+namespace {
+
+std::string nameProblem(const std::string& text)
+{
+    if (Accounts::isWellFormed(text))
+        return {};
+    return "needs a name of 1 to 64 letters, digits or . _ - @ +, not '" + text + '\'';
+}
+
+std::string preAccountProblem(const std::string& text)
+{
+    std::string why;
+    return readPreAccount(text, why) ? std::string() : "cannot take '" + text + "': " + why;
+}
+
+std::string simProblem(const std::string& text)
+{
+    std::string why;
+    return readSim(text, why) ? std::string() : "cannot take '" + text + "': " + why;
+}
+
+std::string faultProblem(const std::string& text)
+{
+    std::string why;
+    std::vector<Fault> faults;
+    return readFault(text, faults, why) ? std::string() : "cannot order the " + why;
+}
+
+std::vector<Option> accountOptions()
+{
+    return {
+        {"--account",
+         {"NAME", nameProblem},
+         "make an account with password \"secret\" and the address NAME@example.org",
+         true},
+        {"--pre-account",
+         {"MSIN[,USERNAME[,MOBILE[,COUNTRY]]]", preAccountProblem},
+         "know the subscriber with this number",
+         true},
+        {"--reserve", {"NAME", nameProblem}, "keep a name from being given to anybody", true},
+        {"--no-default-accounts", {}, "without account \"alice\" and reserved name \"admin\""},
+        {"--database",
+         {"FILE", nullptr, Completion::Files},
+         "keep accounts, with their passwords in clear, in an SQLite file that only its owner can "
+         "read, instead of in memory"},
+    };
+}
+
+std::vector<Option> serviceOptions()
+{
+    return {
+        {"--sim",
+         {"MCC-MNC-MSIN[,IMEI]", simProblem},
+         "a modem with this SIM in it, such as 244-05-1234567890 (no modem)"},
+        {"--tag-server",
+         {},
+         "run kelaccount-tag-server, whose tags spare registrations the captcha"},
+        {"--consumer-key", {"KEY"}, "key that clients sign with (demo-key)"},
+        {"--consumer-secret-file",
+         {"FILE", nullptr, Completion::Files},
+         "file whose first line is the consumer secret (demo-secret)"},
+        {"--clock-skew",
+         {"SECONDS", CommandLine::number<-315360000, 315360000>},
+         "move the service's clock"},
+        {"--fault",
+         {"[COUNT*]FAULT", faultProblem, Completion::Choices, knownFaults()},
+         "let a request go wrong, in order, one a request: none, delay=MS, hang, "
+         "close-before-headers, close-in-headers, close-after-headers, cut-body, wrong-length, "
+         "short-length, status=NNN, not-xml, huge-body=BYTES, wrong-host",
+         true},
+        {"--refuse", {}, "refuse connections until told to accept"},
+        {"--proxy-port",
+         {"PORT", CommandLine::number<0, 65535>},
+         "port of the proxy (any free one)"},
+        {"--admin-port",
+         {"PORT", CommandLine::number<0, 65535>},
+         "port of the administrative endpoint (any free one)"},
+        {"--no-session", {}, "without bus, sign-on daemon and accounts database"},
+        {"--verbose", {}, "one line a request on standard error"},
+    };
+}
+
+std::vector<Option> sessionOptions()
+{
+    std::vector<Option> options = accountOptions();
+    for (const Option& option : serviceOptions())
+        options.push_back(option);
+    return options;
+}
+
+constexpr const char* details =
+    "Emulates the account service on this machine, for trying programs out and for tests. Its "
+    "accounts are made up, and it keeps their passwords in clear: give it none that is used "
+    "elsewhere.\n\n"
+    "The environment of \"run\" and \"serve\" is a device's session of its own: a private bus, the "
+    "real sign-on daemon with the plugin for method \"zorauth\", and a private accounts database. "
+    "HOME and the XDG folders are empty ones that vanish at the end. The private bus is the system "
+    "bus, too: the machine's own modem stays out of sight.";
+
+std::vector<Table> tables()
+{
+    return {
+        {"Environment of the command",
+         {{"KELACCOUNT_EMULATOR_ADMIN",
+           "address of the administrative endpoint: POST /faults, /refuse, /accept, /accounts, "
+           "/pre-accounts, /tokens/expire; GET /faults, /requests, /accounts, /inbox, "
+           "/captchas/ID, /health"},
+          {"KELACCOUNT_EMULATOR_CA", "a file with the certificate authority"},
+          {"https_proxy", "what leads everybody to the service"}}},
+        {"Exit status",
+         {{"0", "everything but \"run\" went well"},
+          {"2", "misuse"},
+          {"4", "the output cannot be written"},
+          {"125", "the emulator cannot start, or none answers"},
+          {"126", "run: COMMAND cannot be run"},
+          {"127", "run: there is no such COMMAND"},
+          {"128+N", "run: signal N ended COMMAND"},
+          {"other", "run: COMMAND's own"}}},
+    };
+}
+
+} // namespace
+
+const CommandLine::Program& emulatorProgram()
+{
+    static const CommandLine::Program program = {
+        "kelaccount-emulator",
+        KELACCOUNT_VERSION,
+        "stand in for the account service on this machine",
+        details,
+        {},
+        {},
+        {{"run",
+          {},
+          sessionOptions(),
+          "run COMMAND in an environment that leads it to the service, and end with its exit "
+          "status",
+          "run -- kelaccount check-user bob",
+          {},
+          true},
+         {"serve",
+          {},
+          sessionOptions(),
+          "print that environment as lines for a shell, and stay until interrupted",
+          "serve --no-session > environment.sh"},
+         {"inbox",
+          {{{"NAME"}, "a user name or a recipient; without one, everybody's", true}},
+          {},
+          "show the messages that the service sent, said in that environment",
+          "inbox alice"},
+         {"help",
+          {{{"COMMAND", nullptr, Completion::Choices, {"run", "serve", "inbox"}},
+            "the command to tell about",
+            true}},
+          {},
+          "say what a command does and takes",
+          "help run"}},
+        tables(),
+        {},
+        {"kelaccount", "kelaccount-tag-server", "kelaccount-modem"},
+    };
+    return program;
+}
+
+} // namespace KelEmulator
