@@ -15,7 +15,7 @@ trap 'rm -rf "$work"' EXIT
 # What dh needs of the sources; it builds nothing.
 mkdir "$work/sources"
 cp -r "$source/debian" "$source/examples" "$work/sources"
-(cd "$work/sources" && KELACCOUNT_BUILT=$build DEB_BUILD_OPTIONS=noautodbgsym \
+(cd "$work/sources" && KELACCOUNT_BUILT=$build DEB_BUILD_OPTIONS=noautodbgsym DPKG_DEB_COMPRESSOR_TYPE=none \
     dpkg-buildpackage --no-check-builddeps --unsigned-changes --build=binary) >"$work/packages.log" 2>&1 ||
     { cat "$work/packages.log"; exit 1; }
 
