@@ -15,6 +15,12 @@ set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+# What is not for the debugger says nothing of the folders that it was built in: the same sources make the
+# same files, bit by bit, wherever they lie. Of two that fit, the compiler takes the later one.
+add_compile_options(
+  "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+  "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
+
 # Sanitizers and coverage reach every target, third-party test code included.
 if(KELACCOUNT_SANITIZE)
   add_compile_options(-fsanitize=${KELACCOUNT_SANITIZE} -fno-omit-frame-pointer
