@@ -40,6 +40,21 @@ for program in "$work/cmake/is-user-free" "$work/by-pkg-config"; do
     output=$(env -u KELACCOUNT_CONSUMER_KEY "$program" alice) && { echo "no failure: $output"; exit 1; }
     [ "$output" = "ZorKeLDefs::ErrorInitializationPending" ] || { echo "got: $output"; exit 1; }
 done
+# The other way, with a call's failure; and an awaited one, and then one that was taken back.
+output=$(env -u KELACCOUNT_CONSUMER_KEY "$work/cmake/register" alice a@mail.example x) &&
+    { echo "no failure: $output"; exit 1; }
+[[ $output == *"(ZorKeLDefs::ErrorInitializationPending)" ]] || { echo "got: $output"; exit 1; }
+output=$(env -u KELACCOUNT_CONSUMER_KEY "$work/cmake/coroutine" alice) &&
+    { echo "no failure: $output"; exit 1; }
+[ "$output" = "ZorKeLDefs::ErrorInitializationPending
+ZorKeLDefs::ErrorOperationCanceled" ] || { echo "got: $output"; exit 1; }
+
+# What stands in README.md is what was compiled here.
+shown=$(awk '/^```cpp$/ { inside = 1; next } /^```$/ { exit } inside' "$source/README.md" | sed 1,2d)
+compiled=$(awk '/README.md begins/ { inside = 1; next } /That is all/ { exit } inside' \
+    "$source/examples/register.cpp" | sed 's/^    //')
+[ "$shown" = "$compiled" ] || { diff <(echo "$shown") <(echo "$compiled"); exit 1; }
+
 [ -e "$libdir/libaccounts-kel.so.1" ] || { echo "no libaccounts-kel.so.1"; exit 1; }
 [ -e "$libdir/libaccounts-kel-1/picture.so" ] || { echo "no picture module"; exit 1; }
 for language in en de fr fi; do
