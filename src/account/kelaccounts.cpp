@@ -61,16 +61,6 @@ void KelAccounts::initValues(const QString& first, const QString& second, int th
     mPrivate->initValues(first, second, third);
 }
 
-void KelAccounts::isUserIdAvailable(const QString& userId)
-{
-    mPrivate->isUserIdAvailable(userId);
-}
-
-void KelAccounts::retrieveCaptchaImage(int width, int height)
-{
-    mPrivate->retrieveCaptchaImage(width, height);
-}
-
 void KelAccounts::registerAccount(const RegistrationInfo& info, bool configureOnDb)
 {
     mPrivate->registerAccount(info, configureOnDb);
@@ -79,22 +69,6 @@ void KelAccounts::registerAccount(const RegistrationInfo& info, bool configureOn
 void KelAccounts::registerAccount(QObject* info, bool configureOnDb)
 {
     mPrivate->registerAccount(info, configureOnDb);
-}
-
-void KelAccounts::retrieveSecurityQuestionList(const QString& language)
-{
-    mPrivate->retrieveSecurityQuestionList(language);
-}
-
-void KelAccounts::detectPreAccount()
-{
-    mPrivate->detectPreAccount();
-}
-
-void KelAccounts::retrieveTermsOfService(const QString& serviceId, const QString& language,
-                                         const QString& country, int format)
-{
-    mPrivate->retrieveTermsOfService(serviceId, language, country, format);
 }
 
 void KelAccounts::signInAndConfigure(const QString& userName, const QString& password,
@@ -111,22 +85,6 @@ bool KelAccounts::isCaptchaRequired()
 bool KelAccounts::isKeLAccountConfigured()
 {
     return mPrivate->isKeLAccountConfigured();
-}
-
-void KelAccounts::isEmailIdAvailable(const QString& email)
-{
-    mPrivate->isEmailIdAvailable(email);
-}
-
-void KelAccounts::queryMarketingVariant()
-{
-    mPrivate->queryMarketingVariant();
-}
-
-void KelAccounts::requestPasswordReset(const QString& userId, const QString& captchaText,
-                                       bool sendMessage, const QString& messageBody)
-{
-    mPrivate->requestPasswordReset(userId, captchaText, sendMessage, messageBody);
 }
 
 void KelAccounts::downloadProfile()
@@ -154,29 +112,9 @@ void KelAccounts::userIdUpdate(const QString& userId)
     mPrivate->userIdUpdate(userId);
 }
 
-void KelAccounts::retrievePasswordResetSecQuestion(const QString& userId, const QString& language)
-{
-    mPrivate->retrievePasswordResetSecQuestion(userId, language);
-}
-
-void KelAccounts::resetPasswordUsingSecurityQuestion(const QString& userId,
-                                                     const QString& securityToken,
-                                                     const QString& newPassword,
-                                                     const QString& securityAnswer)
-{
-    // The service words this answer for programs, not for people.
-    mPrivate->resetPasswordUsingSecurityQuestion(userId, securityToken, newPassword, securityAnswer,
-                                                 QStringLiteral("en"));
-}
-
 void KelAccounts::close()
 {
     mPrivate->close();
-}
-
-void KelAccounts::retrieveCountryCode()
-{
-    mPrivate->retrieveCountryCode();
 }
 
 } // namespace KelAccount

@@ -30,31 +30,6 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent), mRest
     connectSession();
 }
 
-void KelAccountsPrivate::connectRestHandler()
-{
-    using Handler = RESTRequestHandler;
-    using Self = KelAccountsPrivate;
-    connect(&mRestHandler, &Handler::userNameAvailabilityResponse, this,
-            &Self::processUserNameAvailResponse);
-    connect(&mRestHandler, &Handler::retrieveCaptchaImageResponse, this,
-            &Self::processCaptchaImageResponse);
-    connect(&mRestHandler, &Handler::retrieveSecQueListResponse, this,
-            &Self::processSecurityQueListResponse);
-    connect(&mRestHandler, &Handler::detectPreAccountResponse, this,
-            &Self::processdetectPreAccountResponse);
-    connect(&mRestHandler, &Handler::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
-    connect(&mRestHandler, &Handler::emailIdAvailabilityResponse, this,
-            &Self::processEmailAvailabilityReponse);
-    connect(&mRestHandler, &Handler::queryMarketingVariantResponse, this,
-            &Self::processQueryMarketingVariantResponse);
-    connect(&mRestHandler, &Handler::requestPasswordResetResponse, this,
-            &Self::processRequestPasswordResetResponse);
-    connect(&mRestHandler, &Handler::retrieveSecurityQuestionResponse, this,
-            &Self::processRetrieveSecurityQuestionResponse);
-    connect(&mRestHandler, &Handler::passwordResetResponse, this,
-            &Self::processPasswordResetUsingSecurityQuestionResponse);
-}
-
 void KelAccountsPrivate::connectSession()
 {
     using Session = KelAuthSessionInterface;

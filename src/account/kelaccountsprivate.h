@@ -22,6 +22,7 @@
 
 #include <functional>
 #include <memory>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -52,8 +53,9 @@ class KelAccountsPrivate : public QObject, public KelRestHandler::ISignatureProv
     Q_OBJECT
 
 public:
-    /// Which signal a deferred error goes out on. There is none for retrieveCaptchaImageResponse,
-    /// closeResponse and retrieveCountryCodeResponse, which are never deferred.
+    /// Which signal a deferred error goes out on; see `refusals` below. There is none for
+    /// retrieveCaptchaImageResponse, closeResponse and retrieveCountryCodeResponse, which are never
+    /// deferred.
     enum ResponseType {
         ResponseInitialize = 0,
         ResponseIsUserIdAvailable = 1,
@@ -73,6 +75,7 @@ public:
         ResponseUserIdUpdate = 15,
         ResponseRetrievePasswordResetSecQuestion = 16,
         ResponseResetPasswordUsingSecurityQuestion = 17,
+        EndOfResponseTypes ///< one past the last
     };
 
     explicit KelAccountsPrivate(QObject* parent);
@@ -262,7 +265,6 @@ private:
     /// False, with the answer posted, when this thread was told not to wait for the tag.
     bool loadServiceTag(Call call, const QString& operation);
     void deferError(Call call, ErrorStatus error);
-    void sendStatusResponse(ResponseType type, ErrorStatus status);
     /// Posts the refusal of a call with bad arguments, or before initialize(); false without one.
     bool isRefused(Call call, bool argumentsAreGood);
     /// Notes the request that was sent, or posts the answer of one that could not be, after a line
@@ -318,6 +320,53 @@ private:
     std::unordered_map<int, Request> mRequests; // under way, by identifier
     Answering* mAnswering = nullptr;            // on the stack
 };
+
+/// How a call is refused: by this signal, with the status and nothing in whatever else it carries.
+template <class... Carried>
+struct Refusal
+{
+    KelAccountsPrivate::ResponseType type;
+    void (KelAccountsPrivate::*signal)(ErrorStatus, Carried...);
+};
+template <class... Carried>
+Refusal(KelAccountsPrivate::ResponseType, void (KelAccountsPrivate::*)(ErrorStatus, Carried...))
+    -> Refusal<Carried...>;
+
+/// For each type, in their order.
+constexpr auto refusals = std::make_tuple(
+    Refusal{KelAccountsPrivate::ResponseInitialize, &KelAccountsPrivate::initializeResponse},
+    Refusal{KelAccountsPrivate::ResponseIsUserIdAvailable,
+            &KelAccountsPrivate::isUserIdAvailableResponse},
+    Refusal{KelAccountsPrivate::ResponseCaptchaImage, &KelAccountsPrivate::captchaImageResponse},
+    Refusal{KelAccountsPrivate::ResponseRegisterAccount,
+            &KelAccountsPrivate::registerAccountResponse},
+    Refusal{KelAccountsPrivate::ResponseSecurityQuestionList,
+            &KelAccountsPrivate::securityQuestionListResponse},
+    Refusal{KelAccountsPrivate::ResponseDetectPreAccount,
+            &KelAccountsPrivate::detectPreAccountResponse},
+    Refusal{KelAccountsPrivate::ResponseTermsOfService,
+            &KelAccountsPrivate::termsOfServiceResponse},
+    Refusal{KelAccountsPrivate::ResponseIsEmailIdAvailable,
+            &KelAccountsPrivate::isEmailIdAvailableResponse},
+    Refusal{KelAccountsPrivate::ResponseMarketingVariant,
+            &KelAccountsPrivate::marketingVariantResponse},
+    Refusal{KelAccountsPrivate::ResponseSignInAndConfigure,
+            &KelAccountsPrivate::signInAndConfigureResponse},
+    Refusal{KelAccountsPrivate::ResponseRequestPasswordReset,
+            &KelAccountsPrivate::requestPasswordResetResponse},
+    Refusal{KelAccountsPrivate::ResponseDownloadProfile,
+            &KelAccountsPrivate::downloadProfileResponse},
+    Refusal{KelAccountsPrivate::ResponseUpdateSecurityQuestion,
+            &KelAccountsPrivate::updateSecurityQuestionResponse},
+    Refusal{KelAccountsPrivate::ResponseEnsureTokenAvailable,
+            &KelAccountsPrivate::ensureTokenAvailableResponse},
+    Refusal{KelAccountsPrivate::ResponseChangePassword,
+            &KelAccountsPrivate::changePasswordResponse},
+    Refusal{KelAccountsPrivate::ResponseUserIdUpdate, &KelAccountsPrivate::userIdUpdateResponse},
+    Refusal{KelAccountsPrivate::ResponseRetrievePasswordResetSecQuestion,
+            &KelAccountsPrivate::retrievePasswordResetSecQuestionResponse},
+    Refusal{KelAccountsPrivate::ResponseResetPasswordUsingSecurityQuestion,
+            &KelAccountsPrivate::resetPasswordUsingSecurityQuestionResponse});
 
 } // namespace KelAccount
 

@@ -5,7 +5,50 @@
 #include "common/logging.h"
 #include "rest/picture/captchapicture.h"
 
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
 namespace KelAccount {
+
+namespace {
+
+// Ill-formed, and the compiler names the type, when the rows leave one out or are out of order.
+template <size_t index>
+struct RowOfType
+{
+    static constexpr auto wanted = KelAccountsPrivate::ResponseType(index);
+    static constexpr auto type = std::get<index>(refusals).type;
+    static_assert(type == wanted, "the rows of refusals are not in the order of their types");
+};
+
+template <size_t... index>
+constexpr size_t rowCount(std::index_sequence<index...> /*all*/)
+{
+    return (size_t{RowOfType<index>::type == RowOfType<index>::wanted} + ... + 0);
+}
+
+static_assert(rowCount(std::make_index_sequence<KelAccountsPrivate::EndOfResponseTypes>()) ==
+                  std::tuple_size_v<decltype(refusals)>,
+              "refusals has a row too many");
+
+template <class... Carried>
+void refuse(KelAccountsPrivate* from, void (KelAccountsPrivate::*signal)(ErrorStatus, Carried...),
+            ErrorStatus status)
+{
+    Q_EMIT(from->*signal)(status, std::decay_t<Carried>()...);
+}
+
+// Only who makes a picture, a null one too, needs Qt Gui.
+void refuse(KelAccountsPrivate* from,
+            void (KelAccountsPrivate::*signal)(ErrorStatus, const QPixmap&), ErrorStatus status)
+{
+    KelRestHandler::withCaptchaPicture(QByteArray(), [from, signal, status](const QPixmap& none) {
+        Q_EMIT(from->*signal)(status, none);
+    });
+}
+
+} // namespace
 
 void KelAccountsPrivate::deferError(Call call, ErrorStatus error)
 {
@@ -19,77 +62,17 @@ void KelAccountsPrivate::deferError(Call call, ErrorStatus error)
 
 void KelAccountsPrivate::sendErrorResponse(ResponseType type, int error)
 {
-    const ErrorStatus status = toStatus(error);
-    switch (type) {
-    case ResponseIsUserIdAvailable:
-        Q_EMIT isUserIdAvailableResponse(status, false, QStringList());
-        return;
-    case ResponseCaptchaImage:
-        KelRestHandler::withCaptchaPicture(QByteArray(), [this, status](const QPixmap& none) {
-            Q_EMIT captchaImageResponse(status, none);
-        });
-        return;
-    case ResponseRegisterAccount:
-        Q_EMIT registerAccountResponse(status, QVariantMap());
-        return;
-    case ResponseSecurityQuestionList:
-        Q_EMIT securityQuestionListResponse(status, QVariantMap());
-        return;
-    case ResponseDetectPreAccount:
-        Q_EMIT detectPreAccountResponse(status, PreAccountInfo());
-        return;
-    case ResponseTermsOfService:
-        Q_EMIT termsOfServiceResponse(status, QVariantMap());
-        return;
-    case ResponseIsEmailIdAvailable:
-        Q_EMIT isEmailIdAvailableResponse(status, false);
-        return;
-    case ResponseMarketingVariant:
-        Q_EMIT marketingVariantResponse(status, static_cast<ConsentQueryVariant>(0));
-        return;
-    case ResponseSignInAndConfigure:
-        Q_EMIT signInAndConfigureResponse(status, QVariantMap());
-        return;
-    case ResponseDownloadProfile:
-        Q_EMIT downloadProfileResponse(status, nullptr);
-        return;
-    case ResponseRetrievePasswordResetSecQuestion:
-        Q_EMIT retrievePasswordResetSecQuestionResponse(status, QVariantMap());
-        return;
-    default:
-        sendStatusResponse(type, status);
-    }
-}
-
-// The signals that carry nothing but the status.
-void KelAccountsPrivate::sendStatusResponse(ResponseType type, ErrorStatus status)
-{
-    switch (type) {
-    case ResponseInitialize:
-        Q_EMIT initializeResponse(status);
-        return;
-    case ResponseRequestPasswordReset:
-        Q_EMIT requestPasswordResetResponse(status);
-        return;
-    case ResponseUpdateSecurityQuestion:
-        Q_EMIT updateSecurityQuestionResponse(status);
-        return;
-    case ResponseEnsureTokenAvailable:
-        Q_EMIT ensureTokenAvailableResponse(status);
-        return;
-    case ResponseChangePassword:
-        Q_EMIT changePasswordResponse(status);
-        return;
-    case ResponseUserIdUpdate:
-        Q_EMIT userIdUpdateResponse(status);
-        return;
-    case ResponseResetPasswordUsingSecurityQuestion:
-        Q_EMIT resetPasswordUsingSecurityQuestionResponse(status);
-        return;
-    default:
+    const auto sendIfOfType = [this, type, error](const auto& refusal) {
+        if (refusal.type != type)
+            return false;
+        refuse(this, refusal.signal, toStatus(error));
+        return true;
+    };
+    const bool sent = std::apply(
+        [&sendIfOfType](const auto&... rows) { return (sendIfOfType(rows) || ...); }, refusals);
+    if (!sent)
         qCWarning(logAccount, "Failed to send some response...!!!! Is client application still "
                               "waiting for this response??");
-    }
 }
 
 } // namespace KelAccount

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The operations that need no sign-on session. They do not look at the state of a set-up, and may
-// run beside one and beside each other.
+// The operations that need no sign-on session: what the facade hands on, and what becomes of it.
+// They do not look at the state of a set-up, and may run beside one and beside each other.
 #include "account/kelaccountsprivate.h"
 #include "account/tostatus.h"
 #include "common/logging.h"
 #include "device/devicecountrypicker.h"
 #include "rest/request/addressvalue.h"
 
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/resultkeys.h>
 
 #include <QPointer>
@@ -33,6 +34,31 @@ bool isGivenLanguage(const QString& language)
 
 } // namespace
 
+void KelAccountsPrivate::connectRestHandler()
+{
+    using Handler = RESTRequestHandler;
+    using Self = KelAccountsPrivate;
+    connect(&mRestHandler, &Handler::userNameAvailabilityResponse, this,
+            &Self::processUserNameAvailResponse);
+    connect(&mRestHandler, &Handler::retrieveCaptchaImageResponse, this,
+            &Self::processCaptchaImageResponse);
+    connect(&mRestHandler, &Handler::retrieveSecQueListResponse, this,
+            &Self::processSecurityQueListResponse);
+    connect(&mRestHandler, &Handler::detectPreAccountResponse, this,
+            &Self::processdetectPreAccountResponse);
+    connect(&mRestHandler, &Handler::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
+    connect(&mRestHandler, &Handler::emailIdAvailabilityResponse, this,
+            &Self::processEmailAvailabilityReponse);
+    connect(&mRestHandler, &Handler::queryMarketingVariantResponse, this,
+            &Self::processQueryMarketingVariantResponse);
+    connect(&mRestHandler, &Handler::requestPasswordResetResponse, this,
+            &Self::processRequestPasswordResetResponse);
+    connect(&mRestHandler, &Handler::retrieveSecurityQuestionResponse, this,
+            &Self::processRetrieveSecurityQuestionResponse);
+    connect(&mRestHandler, &Handler::passwordResetResponse, this,
+            &Self::processPasswordResetUsingSecurityQuestionResponse);
+}
+
 bool KelAccountsPrivate::isRefused(Call call, bool argumentsAreGood)
 {
     if (!argumentsAreGood)
@@ -54,6 +80,11 @@ void KelAccountsPrivate::noteSent(int result, Call call, const char* failure,
     deferError(call, ErrorUnabletoSendRequest);
 }
 
+void KelAccounts::isUserIdAvailable(const QString& userId)
+{
+    mPrivate->isUserIdAvailable(userId);
+}
+
 void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
 {
     const Call call = newCall(ResponseIsUserIdAvailable);
@@ -65,6 +96,11 @@ void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
     noteSent(result, call, "Failed to send isUserIdAvailable request", request);
 }
 
+void KelAccounts::retrieveCaptchaImage(int width, int height)
+{
+    mPrivate->retrieveCaptchaImage(width, height);
+}
+
 void KelAccountsPrivate::retrieveCaptchaImage(int width, int height)
 {
     const Call call = newCall(ResponseCaptchaImage);
@@ -73,6 +109,11 @@ void KelAccountsPrivate::retrieveCaptchaImage(int width, int height)
     noteSent(mRestHandler.sendRetrieveCaptchaImageRequest(*this, width, height, mConsumerKey,
                                                           mServerUrl),
              call, "Failed to send retrieveCaptchaImage request");
+}
+
+void KelAccounts::retrieveSecurityQuestionList(const QString& language)
+{
+    mPrivate->retrieveSecurityQuestionList(language);
 }
 
 void KelAccountsPrivate::retrieveSecurityQuestionList(const QString& language)
@@ -88,6 +129,11 @@ void KelAccountsPrivate::retrieveSecurityQuestionList(const QString& language)
              call, "Failed to send retrieveSecurityQuestionList");
 }
 
+void KelAccounts::detectPreAccount()
+{
+    mPrivate->detectPreAccount();
+}
+
 void KelAccountsPrivate::detectPreAccount()
 {
     const Call call = newCall(ResponseDetectPreAccount);
@@ -95,6 +141,12 @@ void KelAccountsPrivate::detectPreAccount()
         return;
     noteSent(mRestHandler.senddetectPreAccountRequest(*this, mConsumerKey, mServerUrl), call,
              "Failed to send detectPreAccount request");
+}
+
+void KelAccounts::retrieveTermsOfService(const QString& serviceId, const QString& language,
+                                         const QString& country, int format)
+{
+    mPrivate->retrieveTermsOfService(serviceId, language, country, format);
 }
 
 void KelAccountsPrivate::retrieveTermsOfService(const QString& serviceId, const QString& language,
@@ -110,6 +162,11 @@ void KelAccountsPrivate::retrieveTermsOfService(const QString& serviceId, const 
              call, "Failed to send retrieveTermsOfService Request");
 }
 
+void KelAccounts::isEmailIdAvailable(const QString& email)
+{
+    mPrivate->isEmailIdAvailable(email);
+}
+
 void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
 {
     const Call call = newCall(ResponseIsEmailIdAvailable);
@@ -122,6 +179,11 @@ void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
              call, "Failed to send isEmailIdAvailable Request");
 }
 
+void KelAccounts::queryMarketingVariant()
+{
+    mPrivate->queryMarketingVariant();
+}
+
 void KelAccountsPrivate::queryMarketingVariant()
 {
     const Call call = newCall(ResponseMarketingVariant);
@@ -129,6 +191,12 @@ void KelAccountsPrivate::queryMarketingVariant()
         return;
     noteSent(mRestHandler.sendQueryMarketingRequest(*this, mConsumerKey, mServerUrl), call,
              "Failed to send queryMarketingVariant Request");
+}
+
+void KelAccounts::requestPasswordReset(const QString& userId, const QString& captchaText,
+                                       bool sendMessage, const QString& messageBody)
+{
+    mPrivate->requestPasswordReset(userId, captchaText, sendMessage, messageBody);
 }
 
 void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QString& captchaText,
@@ -145,6 +213,11 @@ void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QStri
              call, "Failed to send requestPasswordReset Request");
 }
 
+void KelAccounts::retrievePasswordResetSecQuestion(const QString& userId, const QString& language)
+{
+    mPrivate->retrievePasswordResetSecQuestion(userId, language);
+}
+
 void KelAccountsPrivate::retrievePasswordResetSecQuestion(const QString& userId,
                                                           const QString& language)
 {
@@ -154,6 +227,16 @@ void KelAccountsPrivate::retrievePasswordResetSecQuestion(const QString& userId,
     noteSent(mRestHandler.sendRetrieveSecurityQuestionRequest(*this, userId, language, mConsumerKey,
                                                               mServerUrl),
              call, "Failed to send retrievePasswordResetSecQuestion");
+}
+
+void KelAccounts::resetPasswordUsingSecurityQuestion(const QString& userId,
+                                                     const QString& securityToken,
+                                                     const QString& newPassword,
+                                                     const QString& securityAnswer)
+{
+    // The service words this answer for programs, not for people.
+    mPrivate->resetPasswordUsingSecurityQuestion(userId, securityToken, newPassword, securityAnswer,
+                                                 QStringLiteral("en"));
 }
 
 void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userId,
@@ -171,6 +254,11 @@ void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userI
                                                    securityAnswer, language, mConsumerKey,
                                                    mServerUrl),
              call, "Failed to send resetPasswordUsingSecurityQuestion Request");
+}
+
+void KelAccounts::retrieveCountryCode()
+{
+    mPrivate->retrieveCountryCode();
 }
 
 void KelAccountsPrivate::retrieveCountryCode()
