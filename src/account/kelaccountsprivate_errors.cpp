@@ -14,18 +14,17 @@ namespace KelAccount {
 namespace {
 
 // Ill-formed, and the compiler names the type, when the rows leave one out or are out of order.
-template <size_t index>
-struct RowOfType
+template <KelAccountsPrivate::ResponseType type>
+struct RowOf
 {
-    static constexpr auto wanted = KelAccountsPrivate::ResponseType(index);
-    static constexpr auto type = std::get<index>(refusals).type;
-    static_assert(type == wanted, "the rows of refusals are not in the order of their types");
+    static constexpr bool isThere = std::get<size_t{type}>(refusals).type == type;
+    static_assert(isThere, "this type has no row in refusals, or not in its place");
 };
 
 template <size_t... index>
 constexpr size_t rowCount(std::index_sequence<index...> /*all*/)
 {
-    return (size_t{RowOfType<index>::type == RowOfType<index>::wanted} + ... + 0);
+    return (size_t{RowOf<KelAccountsPrivate::ResponseType(index)>::isThere} + ... + 0);
 }
 
 static_assert(rowCount(std::make_index_sequence<KelAccountsPrivate::EndOfResponseTypes>()) ==
