@@ -47,7 +47,12 @@ for target in "${targets[@]}"; do
     [ -d "$KEL_ROOT/fuzz/corpus/$target" ] && corpora+=("$KEL_ROOT/fuzz/corpus/$target")
     options=(-max_total_time="$seconds" -max_len=16384 -timeout=10 -rss_limit_mb=1024
              -print_final_stats=1 -artifact_prefix="$build/findings/$target-")
-    [ -f "$KEL_ROOT/fuzz/$target.dict" ] && options+=(-dict="$KEL_ROOT/fuzz/$target.dict")
+    if [ -f "$KEL_ROOT/fuzz/$target.dict" ]; then
+        # With the roots of replies, which the operations name.
+        grep -hoE '"[A-Za-z]+Response"' "$KEL_ROOT"/src/rest/operations/*.h | sort -u |
+            cat "$KEL_ROOT/fuzz/$target.dict" - > "$build/$target.dict"
+        options+=(-dict="$build/$target.dict")
+    fi
 
     "$program" "${options[@]}" "${corpora[@]}" >"$log" 2>&1 &
     fuzzer=$!
