@@ -211,3 +211,7 @@ Call<Country> Client::retrieveCountryCode(When when)
 }
 
 } // namespace KelAccount
+
+// Here, so that all of the class is in one translation unit, as the check of its binary interface
+// needs it.
+#include "kelaccount/moc_client.cpp"
