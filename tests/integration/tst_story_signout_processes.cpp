@@ -63,6 +63,33 @@ private Q_SLOTS:
         expectSignedOut();
     }
 
+    void aDaemonThatLeavesWhileItRemovesTheCredentialsIsAskedAgain_data()
+    {
+        QTest::addColumn<Ending>("ending");
+        QTest::newRow("kill") << Kill;
+        QTest::newRow("stop") << Stop;
+    }
+
+    // Its database does not let go of them before.
+    void aDaemonThatLeavesWhileItRemovesTheCredentialsIsAskedAgain()
+    {
+        QFETCH(Ending, ending);
+        const int identity = identityNumber();
+        const pid_t daemon = DaemonControl::processId();
+        QVERIFY(daemon > 1);
+        refuse(storeFile("signon.db"), "CREDENTIALS");
+        bool left = false;
+        when([identity] { return storedFor(identity).isEmpty(); },
+             [&, how = ending] {
+                 left = true;
+                 leave(how, daemon);
+                 allow();
+             });
+        QCOMPARE(signOut(), 0);
+        QVERIFY(left);
+        expectSignedOut();
+    }
+
     void aDaemonThatCannotBeStartedLeavesEverything()
     {
         DaemonControl::setInstalled(sessionFolder(), false);
@@ -110,17 +137,9 @@ private Q_SLOTS:
         const pid_t daemon = DaemonControl::processId();
         QVERIFY(daemon > 1);
         bool disturbed = false;
-        QTimer::singleShot(moment, Qt::PreciseTimer, this, [&, leaving = ending] {
+        QTimer::singleShot(moment, Qt::PreciseTimer, this, [&, how = ending] {
             disturbed = true;
-            if (leaving == Kill) {
-                DaemonControl::kill();
-                return;
-            }
-            ::kill(daemon, SIGSTOP);
-            mWaking = std::thread([daemon] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-                ::kill(daemon, SIGCONT);
-            });
+            leave(how, daemon);
         });
         const int status = signOut();
         QVERIFY(status >= 0);
@@ -203,6 +222,19 @@ private Q_SLOTS:
     }
 
 private:
+    void leave(Ending ending, pid_t daemon)
+    {
+        if (ending == Kill) {
+            DaemonControl::kill();
+            return;
+        }
+        ::kill(daemon, SIGSTOP);
+        mWaking = std::thread([daemon] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+            ::kill(daemon, SIGCONT);
+        });
+    }
+
     std::thread mWaking;
 };
 
