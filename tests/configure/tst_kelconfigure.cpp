@@ -2,6 +2,7 @@
 #include "configure/kelconfigure.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/rows.h"
 #include "support/sessionsandbox.h"
 
 #include <SignOn/Error>
@@ -247,11 +248,10 @@ private Q_SLOTS:
 
     void removingAnUnknownIdentityIsLogged_data()
     {
-        QTest::addColumn<unsigned>("id");
-        QTest::newRow("zero") << 0U;
-        QTest::newRow("never stored") << 4711U;
+        const auto row = rows<unsigned>("id");
+        row("zero", 0U);
+        row("never stored", 4711U);
     }
-
     void removingAnUnknownIdentityIsLogged()
     {
         QFETCH(unsigned, id);

@@ -92,7 +92,6 @@ private Q_SLOTS:
     }
 
     void aDaemonThatEndsMeanwhileIsAskedAgain_data() { endings(); }
-
     void aDaemonThatEndsMeanwhileIsAskedAgain()
     {
         QFETCH(int, ending);
@@ -116,7 +115,6 @@ private Q_SLOTS:
     }
 
     void aStoreThatTheDaemonsEndCutsOffIsTakenBack_data() { endings(); }
-
     void aStoreThatTheDaemonsEndCutsOffIsTakenBack()
     {
         QFETCH(int, ending);

@@ -34,10 +34,7 @@ private Q_SLOTS:
 
     void theRegionIsWhatFollowsTheLastUnderscore_data()
     {
-        columns<QByteArray, QString>("value", "region");
-        const auto row = [](const char* name, const char* value, const char* region) {
-            QTest::newRow(name) << QByteArray(value) << QString::fromUtf8(region);
-        };
+        const auto row = rows<QByteArray, QString>("value", "region");
         row("unset", "", "");
         row("language and country", "'en_GB'", "GB");
         row("language only", "'fi'", "fi");
@@ -51,7 +48,6 @@ private Q_SLOTS:
         row("list of two texts", "['en_GB', 'fi_FI']", "");
         row("pair", "('en_GB', 1)", "");
     }
-
     void theRegionIsWhatFollowsTheLastUnderscore()
     {
         const auto [value, region] = fetch<QByteArray, QString>("value", "region");
@@ -71,19 +67,15 @@ private Q_SLOTS:
 
     void withASimItsHomeCountryCounts_data()
     {
-        columns<bool, QString, QString>("locked", "mcc", "country");
-        QTest::newRow("Finland") << false << "244"_s
-                                 << "FI"_s;
-        QTest::newRow("340") << false << "340"_s
-                             << "MQ"_s;
+        const auto row = rows<bool, QString, QString>("locked", "mcc", "country");
+        row("Finland", false, "244", "FI");
+        row("340", false, "340", "MQ");
         // The region is set, and must not be used.
-        QTest::newRow("unknown code") << false << "999"_s << QString();
-        QTest::newRow("no code") << false << QString() << QString();
-        QTest::newRow("locked, code known") << true << "262"_s
-                                            << "DE"_s;
-        QTest::newRow("locked, code unknown") << true << QString() << QString();
+        row("unknown code", false, "999", {});
+        row("no code", false, {}, {});
+        row("locked, code known", true, "262", "DE");
+        row("locked, code unknown", true, {}, {});
     }
-
     void withASimItsHomeCountryCounts()
     {
         const auto [locked, mcc] = fetch<bool, QString>("locked", "mcc");

@@ -54,21 +54,21 @@ private Q_SLOTS:
 
     void headerTextsArePrintableLatin1_data()
     {
-        columns<QString, QString>("text", "header");
+        const auto row = rows<QString, QString>("text", "header");
         const auto utf8 = [](const char* text) { return QString::fromUtf8(text); };
-        QTest::newRow("plain") << utf8("Phone (1.2)") << utf8("Phone (1.2)");
-        QTest::newRow("blanks") << utf8("  a \t b\n\nc ") << utf8("a b c");
-        QTest::newRow("Latin-1") << utf8("M\xC3\xBCller") << utf8("M\xC3\xBCller");
-        QTest::newRow("beyond Latin-1") << utf8("a \xE2\x82\xAC b\xF0\x9F\x93\xB1") << utf8("a b");
-        QTest::newRow("controls") << utf8("a\x01\x7F\xC2\x85"
-                                          "b")
-                                  << utf8("a b");
-        QTest::newRow("null") << QString(QChar(0)) + QLatin1Char('a') << utf8("a");
-        QTest::newRow("64") << QString(64, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
-        QTest::newRow("65") << QString(65, QLatin1Char('x')) << QString(64, QLatin1Char('x'));
-        QTest::newRow("empty") << QString() << QString();
+        row("plain", utf8("Phone (1.2)"), utf8("Phone (1.2)"));
+        row("blanks", utf8("  a \t b\n\nc "), utf8("a b c"));
+        row("Latin-1", utf8("M\xC3\xBCller"), utf8("M\xC3\xBCller"));
+        row("beyond Latin-1", utf8("a \xE2\x82\xAC b\xF0\x9F\x93\xB1"), utf8("a b"));
+        row("controls",
+            utf8("a\x01\x7F\xC2\x85"
+                 "b"),
+            utf8("a b"));
+        row("null", QString(QChar(0)) + QLatin1Char('a'), utf8("a"));
+        row("64", QString(64, QLatin1Char('x')), QString(64, QLatin1Char('x')));
+        row("65", QString(65, QLatin1Char('x')), QString(64, QLatin1Char('x')));
+        row("empty", {}, {});
     }
-
     void headerTextsArePrintableLatin1()
     {
         QFETCH(QString, text);

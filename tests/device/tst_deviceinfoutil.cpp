@@ -58,12 +58,7 @@ private Q_SLOTS:
 
     void msinIsTheImsiWithoutItsHome_data()
     {
-        columns<QString, QString, QString, QString>("imsi", "mcc", "mnc", "msin");
-        const auto row = [](const char* name, const char* imsi, const char* mcc, const char* mnc,
-                            const char* msin) {
-            QTest::newRow(name) << QString::fromLatin1(imsi) << QString::fromLatin1(mcc)
-                                << QString::fromLatin1(mnc) << QString::fromLatin1(msin);
-        };
+        const auto row = rows<QString, QString, QString, QString>("imsi", "mcc", "mnc", "msin");
         row("two-digit network", "244051234567890", "244", "05", "1234567890");
         row("three-digit network", "310150123456789", "310", "150", "123456789");
         row("as long as its home", "24405", "244", "05", "");
@@ -74,7 +69,6 @@ private Q_SLOTS:
         row("network only", "244051234567890", "", "05", "4051234567890");
         row("no IMSI", "", "244", "05", "");
     }
-
     void msinIsTheImsiWithoutItsHome()
     {
         const auto [imsi, mcc, mnc] = fetch<QString, QString, QString>("imsi", "mcc", "mnc");
@@ -133,13 +127,12 @@ private Q_SLOTS:
 
     void aSimCountsWhetherUsableOrLocked_data()
     {
-        columns<QVector<bool>, bool>("locked", "available");
-        QTest::newRow("none") << QVector<bool>() << false;
-        QTest::newRow("one") << QVector<bool>{false} << true;
-        QTest::newRow("one, locked") << QVector<bool>{true} << true;
-        QTest::newRow("two") << QVector<bool>{false, false} << true;
+        const auto row = rows<QVector<bool>, bool>("locked", "available");
+        row("none", QVector<bool>(), false);
+        row("one", QVector<bool>{false}, true);
+        row("one, locked", QVector<bool>{true}, true);
+        row("two", QVector<bool>{false, false}, true);
     }
-
     void aSimCountsWhetherUsableOrLocked()
     {
         QFETCH(QVector<bool>, locked);

@@ -47,36 +47,30 @@ class TestHexDump : public QObject
 private Q_SLOTS:
     void linesAreLaidOutAsOnPaper_data()
     {
-        columns<QByteArray, int, bool, QByteArray, QByteArray>(
+        const auto row = rows<QByteArray, int, bool, QByteArray, QByteArray>(
             "data", "indentation", "withIndentation", "withAscii", "withoutAscii");
 
-        QTest::newRow("nothing") << QByteArray() << 2 << true << QByteArray() << QByteArray();
-        QTest::newRow("one byte") << "A"_ba << 0 << true
-                                  << "41                                              A\n"_ba
-                                  << "41                                              \n"_ba;
-        QTest::newRow("three bytes, indented")
-            << QByteArray("\x00\xC3z", 3) << 2 << true
-            << "  00 C3 7A                                        ..z\n"_ba
-            << "  00 C3 7A                                        \n"_ba;
-        QTest::newRow("indentation suppressed")
-            << QByteArray("\x00\xC3z", 3) << 2 << false
-            << "00 C3 7A                                        ..z\n"_ba
-            << "00 C3 7A                                        \n"_ba;
-        QTest::newRow("negative indentation")
-            << "0"_ba << -3 << true << "30                                              0\n"_ba
-            << "30                                              \n"_ba;
-        QTest::newRow("a full line")
-            << "0123456789abcdef"_ba << 0 << true
-            << "30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"_ba
-            << "30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n"_ba;
-        QTest::newRow("a line and a byte, indented")
-            << "0123456789abcdef!"_ba << 1 << true
-            << " 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
-               " 21                                              .\n"_ba
-            << " 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n"
-               " 21                                              \n"_ba;
+        row("nothing", {}, 2, true, {}, {});
+        row("one byte", "A", 0, true, "41                                              A\n",
+            "41                                              \n");
+        row("three bytes, indented", QByteArray("\x00\xC3z", 3), 2, true,
+            "  00 C3 7A                                        ..z\n",
+            "  00 C3 7A                                        \n");
+        row("indentation suppressed", QByteArray("\x00\xC3z", 3), 2, false,
+            "00 C3 7A                                        ..z\n",
+            "00 C3 7A                                        \n");
+        row("negative indentation", "0", -3, true,
+            "30                                              0\n",
+            "30                                              \n");
+        row("a full line", "0123456789abcdef", 0, true,
+            "30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n",
+            "30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n");
+        row("a line and a byte, indented", "0123456789abcdef!", 1, true,
+            " 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
+            " 21                                              .\n",
+            " 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n"
+            " 21                                              \n");
     }
-
     void linesAreLaidOutAsOnPaper()
     {
         const auto [data, indentation, withIndentation] =

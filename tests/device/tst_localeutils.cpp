@@ -17,24 +17,23 @@ private Q_SLOTS:
 
     void countriesBecomeCodes_data()
     {
-        columns<int, QString>("country", "code");
-        QTest::newRow("Finland") << int(QLocale::Finland) << "FI"_s;
-        QTest::newRow("United Kingdom") << int(QLocale::UnitedKingdom) << "GB"_s;
-        QTest::newRow("United States") << int(QLocale::UnitedStates) << "US"_s;
-        QTest::newRow("India") << int(QLocale::India) << "IN"_s;
+        const auto row = rows<int, QString>("country", "code");
+        row("Finland", int(QLocale::Finland), "FI");
+        row("United Kingdom", int(QLocale::UnitedKingdom), "GB");
+        row("United States", int(QLocale::UnitedStates), "US");
+        row("India", int(QLocale::India), "IN");
         // No English is spoken there that Qt knows of: asked for it, Qt answers with the United
         // States.
-        QTest::newRow("Albania") << int(QLocale::Albania) << "AL"_s;
+        row("Albania", int(QLocale::Albania), "AL");
         // These have three digits.
-        QTest::newRow("the world") << int(QLocale::World) << "00"_s;
-        QTest::newRow("Europe") << int(QLocale::Europe) << "15"_s;
-        QTest::newRow("Latin America") << int(QLocale::LatinAmerica) << "41"_s;
-        QTest::newRow("none") << 0 << QString();
-        QTest::newRow("below the first") << -1 << QString();
-        QTest::newRow("behind the last") << int(QLocale::LastCountry) + 1 << QString();
-        QTest::newRow("far behind") << 100000 << QString();
+        row("the world", int(QLocale::World), "00");
+        row("Europe", int(QLocale::Europe), "15");
+        row("Latin America", int(QLocale::LatinAmerica), "41");
+        row("none", 0, {});
+        row("below the first", -1, {});
+        row("behind the last", int(QLocale::LastCountry) + 1, {});
+        row("far behind", 100000, {});
     }
-
     void countriesBecomeCodes()
     {
         QFETCH(int, country);
@@ -43,7 +42,7 @@ private Q_SLOTS:
 
     void everyCountryOfThisQtHasTheCodeOfTheStandard_data()
     {
-        columns<int, QString>("country", "code");
+        const auto row = rows<int, QString>("country", "code");
         QFile file(QStringLiteral(KELACCOUNT_TEST_DATA "/countries.tsv"));
         QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
         const auto countries = QMetaEnum::fromType<QLocale::Country>();
@@ -58,12 +57,11 @@ private Q_SLOTS:
             const int country = countries.keyToValue(fields.at(0), &known);
             QVERIFY2(known, line);
             listed.insert(country);
-            QTest::newRow(fields.at(0)) << country << QString::fromLatin1(fields.at(1));
+            row(fields.at(0), country, QString::fromLatin1(fields.at(1)));
         }
         for (int country = 1; country <= QLocale::LastCountry; ++country)
             QVERIFY2(listed.contains(country), countries.valueToKey(country));
     }
-
     void everyCountryOfThisQtHasTheCodeOfTheStandard()
     {
         const auto [country, code] = fetch<int, QString>("country", "code");
@@ -89,20 +87,19 @@ private Q_SLOTS:
 
     void languagesBecomeCodes_data()
     {
-        columns<int, QString>("language", "code");
-        QTest::newRow("Finnish") << int(QLocale::Finnish) << "fi"_s;
-        QTest::newRow("English") << int(QLocale::English) << "en"_s;
-        QTest::newRow("Chinese") << int(QLocale::Chinese) << "zh"_s;
+        const auto row = rows<int, QString>("language", "code");
+        row("Finnish", int(QLocale::Finnish), "fi");
+        row("English", int(QLocale::English), "en");
+        row("Chinese", int(QLocale::Chinese), "zh");
         // A code of three letters loses its last.
-        QTest::newRow("Filipino") << int(QLocale::Filipino) << "fi"_s;
+        row("Filipino", int(QLocale::Filipino), "fi");
         // Qt has the name of the language, but nothing about it.
-        QTest::newRow("Abkhazian") << int(QLocale::Abkhazian) << "C"_s;
-        QTest::newRow("any") << 0 << "C"_s;
-        QTest::newRow("C") << 1 << "C"_s;
-        QTest::newRow("behind the last") << int(QLocale::LastLanguage) + 1 << "C"_s;
-        QTest::newRow("below the first") << -1 << "C"_s;
+        row("Abkhazian", int(QLocale::Abkhazian), "C");
+        row("any", 0, "C");
+        row("C", 1, "C");
+        row("behind the last", int(QLocale::LastLanguage) + 1, "C");
+        row("below the first", -1, "C");
     }
-
     void languagesBecomeCodes()
     {
         QFETCH(int, language);
@@ -114,18 +111,17 @@ private Q_SLOTS:
 
     void codesBecomeCountries_data()
     {
-        columns<QString, int>("code", "country");
-        QTest::newRow("GB") << "GB"_s << int(QLocale::UnitedKingdom);
-        QTest::newRow("FI") << "FI"_s << int(QLocale::Finland);
-        QTest::newRow("FR") << "FR"_s << int(QLocale::France);
-        QTest::newRow("BR") << "BR"_s << int(QLocale::Brazil);
-        QTest::newRow("CN") << "CN"_s << int(QLocale::China);
-        QTest::newRow("only two characters count") << "INX"_s << int(QLocale::India);
+        const auto row = rows<QString, int>("code", "country");
+        row("GB", "GB", int(QLocale::UnitedKingdom));
+        row("FI", "FI", int(QLocale::Finland));
+        row("FR", "FR", int(QLocale::France));
+        row("BR", "BR", int(QLocale::Brazil));
+        row("CN", "CN", int(QLocale::China));
+        row("only two characters count", "INX", int(QLocale::India));
         // What Qt answers for "en_" and something that it does not know.
-        QTest::newRow("unknown") << "??"_s << int(QLocale::UnitedStates);
-        QTest::newRow("empty") << QString() << int(QLocale::UnitedStates);
+        row("unknown", "??", int(QLocale::UnitedStates));
+        row("empty", {}, int(QLocale::UnitedStates));
     }
-
     void codesBecomeCountries()
     {
         const auto [code, country] = fetch<QString, int>("code", "country");
@@ -134,15 +130,14 @@ private Q_SLOTS:
 
     void codesBecomeLanguages_data()
     {
-        columns<QString, int>("code", "language");
-        QTest::newRow("fi") << "fi"_s << int(QLocale::Finnish);
-        QTest::newRow("en_GB") << "en_GB"_s << int(QLocale::English);
-        QTest::newRow("only two characters count") << "svX"_s << int(QLocale::Swedish);
-        QTest::newRow("unknown") << "??"_s << int(QLocale::C);
-        QTest::newRow("empty") << QString() << int(QLocale::C);
-        QTest::newRow("one letter") << "f"_s << int(QLocale::C);
+        const auto row = rows<QString, int>("code", "language");
+        row("fi", "fi", int(QLocale::Finnish));
+        row("en_GB", "en_GB", int(QLocale::English));
+        row("only two characters count", "svX", int(QLocale::Swedish));
+        row("unknown", "??", int(QLocale::C));
+        row("empty", {}, int(QLocale::C));
+        row("one letter", "f", int(QLocale::C));
     }
-
     void codesBecomeLanguages()
     {
         const auto [code, language] = fetch<QString, int>("code", "language");

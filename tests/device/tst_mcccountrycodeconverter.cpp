@@ -2,6 +2,7 @@
 #include "device/mcccountrycodeconverter.h"
 #include "device/mcctable.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QFile>
 #include <QMap>
@@ -51,11 +52,10 @@ private Q_SLOTS:
 
     void otherTextsGiveNothing_data()
     {
-        QTest::addColumn<QString>("mcc");
+        const auto row = rows<QString>("mcc");
         for (const char* text : {"", "999", "END", "24", "2440", "244 ", "fi"})
-            QTest::newRow(*text ? text : "empty") << QString::fromLatin1(text);
+            row(*text ? text : "empty", QString::fromLatin1(text));
     }
-
     void otherTextsGiveNothing()
     {
         QFETCH(QString, mcc);

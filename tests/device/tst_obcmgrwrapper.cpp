@@ -3,6 +3,7 @@
 #include "device/testtagserver.h"
 #include "rest/request/timestampmanager.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDateTime>
 #include <QTest>
@@ -22,28 +23,21 @@ private Q_SLOTS:
         TagServerAddress::setProgram("/nonexistent/tag-server");
     }
 
+    void aTagIsGivenInBase64_data()
+    {
+        const auto row = rows<QByteArray, bool, QByteArray>("reply", "isGiven", "expected");
+        row("a tag", QByteArray::fromHex("01FBEFBE00FF10"), true, "++++AP8Q");
+        row("an empty one", "\x01", true, {});
+        row("a failure", QByteArray("\0\0\0\0\x01", 5), false, {});
+    }
     void aTagIsGivenInBase64()
     {
-        ThreadTagServer server(QByteArray::fromHex("01FBEFBE00FF10"));
+        const auto [reply, isGiven, expected] =
+            fetch<QByteArray, bool, QByteArray>("reply", "isGiven", "expected");
+        ThreadTagServer server(reply);
         QByteArray tag("before");
-        QVERIFY(ObcMgrWrapper().serviceTag(tag, "key"_s));
-        QCOMPARE(tag, "++++AP8Q"_ba);
-    }
-
-    void anEmptyTagIsASuccess()
-    {
-        ThreadTagServer server("\x01"_ba);
-        QByteArray tag("before");
-        QVERIFY(ObcMgrWrapper().serviceTag(tag, "key"_s));
-        QCOMPARE(tag, QByteArray());
-    }
-
-    void aFailureEmptiesTheTag()
-    {
-        ThreadTagServer server(QByteArray("\0\0\0\0\x01", 5));
-        QByteArray tag("before");
-        QVERIFY(!ObcMgrWrapper().serviceTag(tag, "key"_s));
-        QCOMPARE(tag, QByteArray());
+        QCOMPARE(ObcMgrWrapper().serviceTag(tag, "key"_s), isGiven);
+        QCOMPARE(tag, expected);
     }
 
     void aKeyIsSentInOneBytePerCharacter()

@@ -51,34 +51,27 @@ private Q_SLOTS:
         QVERIFY(!hasChildren());
     }
 
-    void anErrorOnEntryTouchesNothing()
+    void anErrorOnEntryOrNoneTouchesNothing()
     {
-        char tag[8] = "before";
-        unsigned length = 77;
         unsigned error = 1;
-        QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error), 0);
-        QCOMPARE(error, 1U);
-        QCOMPARE(length, 77U);
-        QCOMPARE(tag, "before");
-    }
-
-    void aNullErrorIsRefused()
-    {
-        char tag[8] = "before";
-        unsigned length = 77;
-        QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, nullptr), 0);
-        QCOMPARE(length, 77U);
+        for (unsigned* const given : {&error, static_cast<unsigned*>(nullptr)}) {
+            char tag[8] = "before";
+            unsigned length = 77;
+            QCOMPARE(ObC_ServiceTag("key", 3, tag, &length, sizeof tag, given), 0);
+            QCOMPARE(error, 1U);
+            QCOMPARE(length, 77U);
+            QCOMPARE(tag, "before");
+        }
     }
 
     void aNullArgumentIsReported_data()
     {
-        columns<bool, bool, bool>("withKey", "withTag", "withLength");
-        QTest::newRow("no key") << false << true << true;
-        QTest::newRow("no tag buffer") << true << false << true;
-        QTest::newRow("no tag length") << true << true << false;
-        QTest::newRow("nothing") << false << false << false;
+        const auto row = rows<bool, bool, bool>("withKey", "withTag", "withLength");
+        row("no key", false, true, true);
+        row("no tag buffer", true, false, true);
+        row("no tag length", true, true, false);
+        row("nothing", false, false, false);
     }
-
     void aNullArgumentIsReported()
     {
         const auto [withKey, withTag, withLength] =
@@ -97,46 +90,34 @@ private Q_SLOTS:
         QCOMPARE(server.connections(), 0);
     }
 
-    void aKeyOf501BytesFailsBeforeAnySocketIsMade()
-    {
-        const QByteArray key(501, 'k');
-        char tag[8];
-        unsigned length = 77;
-        unsigned error = 0;
-        int result = -1;
-        {
-            const NoDescriptors none;
-            result = ObC_ServiceTag(key.constData(), 501, tag, &length, sizeof tag, &error);
-        }
-        QCOMPARE(result, 0);
-        QCOMPARE(error, 0x2002U);
-        QCOMPARE(length, 0U);
-    }
-
+    // The length of the key is looked at before any socket is made.
     void aMissingSocketIsReported()
     {
-        char tag[8];
-        unsigned length = 77;
-        unsigned error = 0;
-        int result = -1;
-        {
-            const NoDescriptors none;
-            result = ObC_ServiceTag("key", 3, tag, &length, sizeof tag, &error);
+        const QByteArray key(501, 'k');
+        for (const unsigned keyLength : {501U, 3U}) {
+            char tag[8];
+            unsigned length = 77;
+            unsigned error = 0;
+            int result = -1;
+            {
+                const NoDescriptors none;
+                result =
+                    ObC_ServiceTag(key.constData(), keyLength, tag, &length, sizeof tag, &error);
+            }
+            QCOMPARE(result, 0);
+            QCOMPARE(error, keyLength == 501 ? 0x2002U : 0x2003U);
+            QCOMPARE(length, 0U);
         }
-        QCOMPARE(result, 0);
-        QCOMPARE(error, 0x2003U);
-        QCOMPARE(length, 0U);
     }
 
     void theFrameIsWrittenAsOnTheWire_data()
     {
-        columns<QByteArray, QByteArray>("key", "head");
-        QTest::newRow("10 bytes") << "0123456789"_ba << QByteArray::fromHex("00C3000D30000A");
-        QTest::newRow("no byte") << ""_ba << QByteArray::fromHex("00C30003300000");
-        QTest::newRow("253 bytes") << QByteArray(253, 'a') << QByteArray::fromHex("00C301003000FD");
-        QTest::newRow("500 bytes") << QByteArray(500, 'z') << QByteArray::fromHex("00C301F73001F4");
+        const auto row = rows<QByteArray, QByteArray>("key", "head");
+        row("10 bytes", "0123456789", QByteArray::fromHex("00C3000D30000A"));
+        row("no byte", "", QByteArray::fromHex("00C30003300000"));
+        row("253 bytes", QByteArray(253, 'a'), QByteArray::fromHex("00C301003000FD"));
+        row("500 bytes", QByteArray(500, 'z'), QByteArray::fromHex("00C301F73001F4"));
     }
-
     void theFrameIsWrittenAsOnTheWire()
     {
         const auto [key, head] = fetch<QByteArray, QByteArray>("key", "head");
@@ -151,23 +132,20 @@ private Q_SLOTS:
 
     void theReplyIsReadAsOnTheWire_data()
     {
-        columns<QByteArray, int, unsigned, QByteArray>("reply", "result", "error", "tag");
+        const auto row =
+            rows<QByteArray, int, unsigned, QByteArray>("reply", "result", "error", "tag");
         const auto hex = [](const char* digits) { return QByteArray::fromHex(digits); };
-        QTest::newRow("failure like a client's")
-            << hex("0000002001") << 0 << 0x2001U << QByteArray();
-        QTest::newRow("big-endian failure")
-            << hex("0001020304") << 0 << 0x01020304U << QByteArray();
-        QTest::newRow("largest failure") << hex("00FFFFFFFF") << 0 << 0xFFFFFFFFU << QByteArray();
-        QTest::newRow("failure and more") << hex("00000000070908") << 0 << 7U << QByteArray();
-        QTest::newRow("failure without number") << hex("00") << 0 << 0U << QByteArray();
-        QTest::newRow("failure with half a number")
-            << hex("000102") << 0 << 0x01020000U << QByteArray();
-        QTest::newRow("status 1 alone") << hex("01") << 1 << 0U << QByteArray();
-        QTest::newRow("status 255 alone") << hex("FF") << 1 << 0U << QByteArray();
-        QTest::newRow("status 128 and tag") << hex("80616200FF") << 1 << 0U << hex("616200FF");
-        QTest::newRow("closed without reply") << QByteArray() << 0 << 0x2005U << QByteArray();
+        row("failure like a client's", hex("0000002001"), 0, 0x2001U, {});
+        row("big-endian failure", hex("0001020304"), 0, 0x01020304U, {});
+        row("largest failure", hex("00FFFFFFFF"), 0, 0xFFFFFFFFU, {});
+        row("failure and more", hex("00000000070908"), 0, 7U, {});
+        row("failure without number", hex("00"), 0, 0U, {});
+        row("failure with half a number", hex("000102"), 0, 0x01020000U, {});
+        row("status 1 alone", hex("01"), 1, 0U, {});
+        row("status 255 alone", hex("FF"), 1, 0U, {});
+        row("status 128 and tag", hex("80616200FF"), 1, 0U, hex("616200FF"));
+        row("closed without reply", {}, 0, 0x2005U, {});
     }
-
     void theReplyIsReadAsOnTheWire()
     {
         const auto [reply, result, error, tag] =
@@ -183,18 +161,17 @@ private Q_SLOTS:
 
     void aReplyOfAnySizeFitsOrIsDropped_data()
     {
-        columns<int, int>("replyBytes", "tagBytes");
-        QTest::newRow("1") << 1 << 0;
-        QTest::newRow("2") << 2 << 1;
-        QTest::newRow("2999") << 2999 << 2998;
-        QTest::newRow("3000") << 3000 << 2999;
-        QTest::newRow("3001") << 3001 << 0;
-        QTest::newRow("4095") << 4095 << 0;
-        QTest::newRow("4096") << 4096 << 0;
+        const auto row = rows<int, int>("replyBytes", "tagBytes");
+        row("1", 1, 0);
+        row("2", 2, 1);
+        row("2999", 2999, 2998);
+        row("3000", 3000, 2999);
+        row("3001", 3001, 0);
+        row("4095", 4095, 0);
+        row("4096", 4096, 0);
         // One read takes 4096 of them, which is too much already.
-        QTest::newRow("60000") << 60000 << 0;
+        row("60000", 60000, 0);
     }
-
     void aReplyOfAnySizeFitsOrIsDropped()
     {
         const auto [replyBytes, tagBytes] = fetch<int, int>("replyBytes", "tagBytes");
@@ -209,13 +186,12 @@ private Q_SLOTS:
 
     void aTagAsLongAsTheBufferIsDropped_data()
     {
-        columns<int, QByteArray>("capacity", "tag");
-        QTest::newRow("one byte to spare") << 4 << "tag"_ba;
-        QTest::newRow("just as long") << 3 << QByteArray();
-        QTest::newRow("none") << 0 << QByteArray();
-        QTest::newRow("negative") << -1 << QByteArray();
+        const auto row = rows<int, QByteArray>("capacity", "tag");
+        row("one byte to spare", 4, "tag");
+        row("just as long", 3, {});
+        row("none", 0, {});
+        row("negative", -1, {});
     }
-
     void aTagAsLongAsTheBufferIsDropped()
     {
         const auto [capacity, tag] = fetch<int, QByteArray>("capacity", "tag");

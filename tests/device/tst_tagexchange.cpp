@@ -3,6 +3,7 @@
 #include "device/tagservertrust.h"
 #include "device/testtagserver.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <memory>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -150,31 +152,41 @@ private Q_SLOTS:
         QCOMPARE(outcome.length, 0U);
     }
 
-    void aStartedServerThatRefusesIsEnded()
+    // Whatever was started is gone afterwards.
+    void whatAServerDoesIsToldInTime_data()
     {
-        setStartedServerOptions("--refuse 0x89ABCDEF");
-        const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 0);
-        QCOMPARE(outcome.error, 0x89ABCDEFU);
-    }
-
-    void aStartedServerThatHangsIsEnded()
-    {
-        setStartedServerOptions("--hang");
-        const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 0);
-        QCOMPARE(outcome.error, 0x2005U);
+        const auto row = rows<QByteArray, bool, uint, int, int>("options", "isRunning", "error",
+                                                                "atLeastMs", "lessThanMs");
+        constexpr int whenever = 10000;
         // The half second of its start is part of the time that it has.
-        QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
-                 QByteArray::number(outcome.elapsedMs));
+        row("started, hangs", "--hang", false, 0x2005U, limitMs - 50, limitMs + slackMs);
+        row("started, refuses", "--refuse 0x89ABCDEF", false, 0x89ABCDEFU, 0, whenever);
+        row("started, dies", "--die-after-accept", false, 0x2005U, 0, whenever);
+        row("running, hangs", "--hang", true, 0x2005U, limitMs - 50, limitMs + slackMs);
+        row("running, slow", "--slow 300", true, 0U, 300, whenever);
+        row("running, dies", "--die-after-accept", true, 0x2005U, 0, whenever);
     }
-
-    void aStartedServerThatDiesIsReaped()
+    void whatAServerDoesIsToldInTime()
     {
-        setStartedServerOptions("--die-after-accept");
+        const auto [options, isRunning, error, atLeastMs, lessThanMs] =
+            fetch<QByteArray, bool, uint, int, int>("options", "isRunning", "error", "atLeastMs",
+                                                    "lessThanMs");
+        std::unique_ptr<RunningTagServer> server;
+        if (isRunning) {
+            server = std::make_unique<RunningTagServer>(
+                QString::fromLatin1(options).split(QLatin1Char(' ')));
+            QVERIFY(server->isReady());
+        } else {
+            setStartedServerOptions(options);
+        }
         const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 0);
-        QCOMPARE(outcome.error, 0x2005U);
+        QCOMPARE(outcome.result, error == 0 ? 1 : 0);
+        QCOMPARE(outcome.error, error);
+        QCOMPARE(outcome.tag, error == 0 ? "emulated service tag"_ba : QByteArray());
+        QVERIFY2(outcome.elapsedMs >= atLeastMs && outcome.elapsedMs < lessThanMs,
+                 QByteArray::number(outcome.elapsedMs));
+        if (isRunning && !options.contains("die"))
+            QVERIFY(server->isAlive());
     }
 
     void aRunningServerStaysAlive()
@@ -188,37 +200,6 @@ private Q_SLOTS:
             QVERIFY(outcome.elapsedMs < serverStartMs);
             QVERIFY(server.isAlive());
         }
-    }
-
-    void aSlowServerIsWaitedFor()
-    {
-        RunningTagServer server({"--slow"_s, "300"_s});
-        QVERIFY(server.isReady());
-        const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 1);
-        QCOMPARE(outcome.tag, "emulated service tag"_ba);
-        QVERIFY(outcome.elapsedMs >= 300);
-    }
-
-    void aRunningServerThatHangsIsGivenUp()
-    {
-        RunningTagServer server({"--hang"_s});
-        QVERIFY(server.isReady());
-        const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 0);
-        QCOMPARE(outcome.error, 0x2005U);
-        QVERIFY2(outcome.elapsedMs >= limitMs - 50 && outcome.elapsedMs < limitMs + slackMs,
-                 QByteArray::number(outcome.elapsedMs));
-        QVERIFY(server.isAlive());
-    }
-
-    void aRunningServerThatDiesIsReported()
-    {
-        RunningTagServer server({"--die-after-accept"_s});
-        QVERIFY(server.isReady());
-        const TagOutcome outcome = askForTag();
-        QCOMPARE(outcome.result, 0);
-        QCOMPARE(outcome.error, 0x2005U);
     }
 
     void aServerThatDribblesIsReadOnce()

@@ -18,7 +18,7 @@ class TestTagServerEnding : public QObject
 private Q_SLOTS:
     void onlyOwnLivingServersAreSignalled_data()
     {
-        columns<int, QVector<Answer>, QStringList>("started", "answers", "calls");
+        const auto row = rows<int, QVector<Answer>, QStringList>("started", "answers", "calls");
         const auto list = [](std::initializer_list<const char*> texts) {
             QStringList strings;
             for (const char* text : texts)
@@ -26,24 +26,21 @@ private Q_SLOTS:
             return strings;
         };
         // WNOHANG is 1, SIGKILL is 9.
-        QTest::newRow("none was started") << -1 << QVector<Answer>{{0}, {0}} << QStringList();
-        QTest::newRow("zero means one's own group")
-            << 0 << QVector<Answer>{{0}, {0}} << QStringList();
-        QTest::newRow("another group") << -4711 << QVector<Answer>{{0}, {0}} << QStringList();
-        QTest::newRow("running") << 4711 << QVector<Answer>{{0}, {4711}}
-                                 << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
-        QTest::newRow("interrupted while it ends")
-            << 4711 << QVector<Answer>{{0}, {-1, EINTR}, {-1, EINTR}, {4711}}
-            << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0", "waitpid 4711 0",
-                     "waitpid 4711 0"});
-        QTest::newRow("reaped by the application while it ends")
-            << 4711 << QVector<Answer>{{0}, {-1, ECHILD}}
-            << list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"});
-        QTest::newRow("has ended") << 4711 << QVector<Answer>{{4711}} << list({"waitpid 4711 1"});
-        QTest::newRow("reaped by the application before")
-            << 4711 << QVector<Answer>{{-1, ECHILD}} << list({"waitpid 4711 1"});
+        row("none was started", -1, QVector<Answer>{{0}, {0}}, {});
+        row("zero means one's own group", 0, QVector<Answer>{{0}, {0}}, {});
+        row("another group", -4711, QVector<Answer>{{0}, {0}}, {});
+        row("running", 4711, QVector<Answer>{{0}, {4711}},
+            list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"}));
+        row("interrupted while it ends", 4711,
+            QVector<Answer>{{0}, {-1, EINTR}, {-1, EINTR}, {4711}},
+            list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0", "waitpid 4711 0",
+                  "waitpid 4711 0"}));
+        row("reaped by the application while it ends", 4711, QVector<Answer>{{0}, {-1, ECHILD}},
+            list({"waitpid 4711 1", "kill 4711 9", "waitpid 4711 0"}));
+        row("has ended", 4711, QVector<Answer>{{4711}}, list({"waitpid 4711 1"}));
+        row("reaped by the application before", 4711, QVector<Answer>{{-1, ECHILD}},
+            list({"waitpid 4711 1"}));
     }
-
     void onlyOwnLivingServersAreSignalled()
     {
         const auto [started, answers, calls] =

@@ -126,15 +126,14 @@ private Q_SLOTS:
 
     void whoListensDecides_data()
     {
-        columns<uint, uint, bool>("peer", "self", "asked");
-        QTest::newRow("root asks root") << 0U << 0U << true;
-        QTest::newRow("a user asks root") << 0U << 1000U << true;
-        QTest::newRow("a user asks himself") << 1000U << 1000U << true;
-        QTest::newRow("a user asks another") << 1001U << 1000U << false;
-        QTest::newRow("root asks a user") << 1000U << 0U << false;
-        QTest::newRow("a user asks nobody") << 65534U << 1000U << false;
+        const auto row = rows<uint, uint, bool>("peer", "self", "asked");
+        row("root asks root", 0U, 0U, true);
+        row("a user asks root", 0U, 1000U, true);
+        row("a user asks himself", 1000U, 1000U, true);
+        row("a user asks another", 1001U, 1000U, false);
+        row("root asks a user", 1000U, 0U, false);
+        row("a user asks nobody", 65534U, 1000U, false);
     }
-
     void whoListensDecides()
     {
         const auto [peer, self, asked] = fetch<uint, uint, bool>("peer", "self", "asked");

@@ -7,6 +7,7 @@
 #include "device/tagserverending.h"
 #include "device/testtagserver.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -67,26 +68,20 @@ private Q_SLOTS:
         QCOMPARE(RecordedCalls::made(), signalled("kill 4711 9"));
     }
 
-    void aRunningServersSuccessSignalsEveryone()
+    void aRunningServerSignalsEveryone_data()
     {
-        ThreadTagServer server("\x01tag"_ba);
-        QCOMPARE(ask(), 0U);
+        const auto row = rows<QByteArray, uint>("reply", "error");
+        row("success", "\x01tag", 0U);
+        row("refusal", QByteArray("\0\0\0\0\x05", 5), 5U);
+        row("silence", {}, 0x2005U);
+    }
+    void aRunningServerSignalsEveryone()
+    {
+        const auto [reply, error] = fetch<QByteArray, uint>("reply", "error");
+        ThreadTagServer server(reply);
+        QCOMPARE(ask(), error);
         QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
         QCOMPARE(starts, 0);
-    }
-
-    void aRunningServersRefusalSignalsEveryone()
-    {
-        ThreadTagServer server(QByteArray("\0\0\0\0\x05", 5));
-        QCOMPARE(ask(), 5U);
-        QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
-    }
-
-    void aRunningServersSilenceSignalsEveryone()
-    {
-        ThreadTagServer server(QByteArray{});
-        QCOMPARE(ask(), 0x2005U);
-        QCOMPARE(RecordedCalls::made(), signalled("kill -1 9"));
     }
 
     void aStrangersServerSignalsNobody()

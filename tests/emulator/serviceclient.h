@@ -37,6 +37,7 @@ public:
     /// With the emulator that this program runs in.
     bool joinSurrounding() { return mEmulator.joinSurrounding(); }
     EmulatorProcess& emulator() { return mEmulator; }
+    const EmulatorProcess& emulator() const { return mEmulator; }
 
     /// `path` after "/rest/1.0/".
     Answer ask(const QByteArray& verb, const QByteArray& path, const QByteArray& document = {},

@@ -3,6 +3,7 @@
 // it.
 #include "emulator/emulatorprocess.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -150,11 +151,10 @@ private Q_SLOTS:
 
     void nobodyOutlivesTheEmulator_data()
     {
-        QTest::addColumn<int>("number");
-        QTest::newRow("asked to end") << SIGTERM;
-        QTest::newRow("killed") << SIGKILL;
+        const auto row = rows<int>("number");
+        row("asked to end", SIGTERM);
+        row("killed", SIGKILL);
     }
-
     void nobodyOutlivesTheEmulator()
     {
         QFETCH(int, number);

@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void showsOnTheWire_data()
     {
-        columns<QByteArray, IsAsOrdered>("fault", "isAsOrdered");
+        rows<QByteArray, IsAsOrdered>("fault", "isAsOrdered");
         const auto row = [](const char* fault, IsAsOrdered isAsOrdered) {
             QTest::newRow(fault) << QByteArray(fault) << std::move(isAsOrdered);
         };
@@ -82,7 +82,6 @@ private Q_SLOTS:
             return r.status == 200 && r.body.endsWith(endOfDocument) && !r.closed;
         });
     }
-
     void showsOnTheWire()
     {
         const auto [fault, isAsOrdered] = fetch<QByteArray, IsAsOrdered>("fault", "isAsOrdered");
@@ -221,7 +220,6 @@ private Q_SLOTS:
                             "",
                             "\n"});
     }
-
     void refusesUnknownFaults()
     {
         QFETCH(QByteArray, fault);

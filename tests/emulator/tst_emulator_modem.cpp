@@ -71,21 +71,15 @@ class TestEmulatorModem : public QObject
 private Q_SLOTS:
     void theClientSeesTheSim_data()
     {
-        columns<QString, QString, QString, QString, QString, QString>("sim", "imsi", "imei", "mcc",
-                                                                      "mnc", "country");
-        const auto row = [](const char* sim, const char* imsi, const char* imei, const char* mcc,
-                            const char* mnc, const char* country) {
-            QTest::newRow(sim) << QString::fromLatin1(sim) << QString::fromLatin1(imsi)
-                               << QString::fromLatin1(imei) << QString::fromLatin1(mcc)
-                               << QString::fromLatin1(mnc) << QString::fromLatin1(country);
-        };
-        row("244-05-1234567890", "244051234567890", "356938035643809", "244", "05", "FI");
-        row("310-150-123456789,490154203237518", "310150123456789", "490154203237518", "310", "150",
-            "US");
-        row("999-01-7", "999017", "356938035643809", "999", "01", "");
-        row("", "", "", "", "", "");
+        const auto row = rows<QString, QString, QString, QString, QString, QString>(
+            "sim", "imsi", "imei", "mcc", "mnc", "country");
+        row("two-digit network", finnishSim, "244051234567890", "356938035643809", "244", "05",
+            "FI");
+        row("three-digit network, another modem", "310-150-123456789,490154203237518",
+            "310150123456789", "490154203237518", "310", "150", "US");
+        row("unknown country", "999-01-7", "999017", "356938035643809", "999", "01", "");
+        row("no SIM", "", "", "", "", "", "");
     }
-
     void theClientSeesTheSim()
     {
         const auto [sim, country] = fetch<QString, QString>("sim", "country");
@@ -109,15 +103,14 @@ private Q_SLOTS:
 
     void thePreAccountIsTheSims_data()
     {
-        columns<QString, int>("sim", "status");
-        QTest::newRow("the subscriber") << finnishSim << 0;
+        const auto row = rows<QString, int>("sim", "status");
+        row("the subscriber", finnishSim, 0);
         // The number alone says who it is: the hash knows nothing of the network.
-        QTest::newRow("the number in another network") << "310-15-1234567890"_s << 0;
-        QTest::newRow("another number") << "244-05-1234567891"_s << 507;
-        QTest::newRow("the same digits, parted elsewhere") << "244-051-234567890"_s << 507;
-        QTest::newRow("no SIM") << QString() << 507;
+        row("the number in another network", "310-15-1234567890", 0);
+        row("another number", "244-05-1234567891", 507);
+        row("the same digits, parted elsewhere", "244-051-234567890", 507);
+        row("no SIM", {}, 507);
     }
-
     void thePreAccountIsTheSims()
     {
         const auto [sim, status] = fetch<QString, int>("sim", "status");
@@ -137,37 +130,23 @@ private Q_SLOTS:
     {
         const QTemporaryDir folder;
         const QString database = folder.filePath("accounts.db"_s);
-        const Run inside = runApplication(
-            {"--sim"_s, finnishSim, "--pre-account"_s, preAccount, "--database"_s, database});
+        const ProgramRun inside = EmulatorProcess::run(
+            {"run"_s, "--sim"_s, finnishSim, "--pre-account"_s, preAccount, "--database"_s,
+             database, "--"_s, QCoreApplication::applicationFilePath()},
+            {{QLatin1String(taskVariable), "be an application"_s}});
         QVERIFY2(inside.status == 0, inside.errors.constData());
-        const QString said = inside.output.join(QLatin1Char('\n'));
-        QVERIFY2(inside.output.contains("retrieveCountryCodeResponse(0, 'FI')"_s),
-                 qPrintable(said));
-        QVERIFY2(said.contains("detectPreAccountResponse(0, pre-account '"_s), qPrintable(said));
-        QVERIFY2(said.contains("' 'carol' '+358401234567' %1)"_s.arg(int(QLocale::Finland))),
-                 qPrintable(said));
-        QVERIFY2(said.contains("signInAndConfigureResponse(0, "_s), qPrintable(said));
-        QVERIFY2(said.contains("downloadProfileResponse(0, profile)"_s), qPrintable(said));
-        QCOMPARE(inside.output.count("operation 26 200"_s), 1);
+        for (const QByteArray& said :
+             {"\nretrieveCountryCodeResponse(0, 'FI')\n"_ba,
+              "\ndetectPreAccountResponse(0, pre-account '"_ba,
+              "' 'carol' '+358401234567' %1)\n"_s.arg(int(QLocale::Finland)).toLatin1(),
+              "\nsignInAndConfigureResponse(0, "_ba, "\ndownloadProfileResponse(0, profile)\n"_ba})
+            QVERIFY2(inside.output.contains(said), inside.output.constData());
+        QCOMPARE(inside.output.count("\noperation 26 200\n"), 1);
 
         const QVariantList device = {"356938035643809"_s, "244"_s, "05"_s,
                                      QString::fromLatin1(finnishHash)};
         QCOMPARE(sqliteRows(database, "SELECT serial_number, mcc, mnc, hashed_msin FROM devices"_s),
                  QList<QVariantList>{device});
-    }
-
-    void anApplicationWithoutASimTellsNothing()
-    {
-        const Run inside = runApplication({"--pre-account"_s, preAccount});
-        QVERIFY2(inside.status == 0, inside.errors.constData());
-        const QString said = inside.output.join(QLatin1Char('\n'));
-        QVERIFY2(inside.output.contains("retrieveCountryCodeResponse(807, '')"_s),
-                 qPrintable(said));
-        QVERIFY2(said.contains("detectPreAccountResponse(507, "_s), qPrintable(said));
-        QVERIFY2(said.contains("signInAndConfigureResponse(0, "_s), qPrintable(said));
-        QVERIFY2(said.contains("downloadProfileResponse(0, profile)"_s), qPrintable(said));
-        QCOMPARE(inside.output.count("operation 1 200"_s), 1);
-        QVERIFY2(!said.contains("operation 26"_s), qPrintable(said));
     }
 
     void theMachinesOwnModemStaysOutOfSight()
@@ -200,51 +179,12 @@ private Q_SLOTS:
                         : qputenv("DBUS_SYSTEM_BUS_ADDRESS", before);
     }
 
-    void aSimThatIsNoneIsMisuse_data()
-    {
-        columns<QStringList, QByteArray>("options", "reason");
-        const auto row = [](const char* sim, const char* reason) {
-            QTest::newRow(*sim ? sim : "nothing")
-                << QStringList{"--sim="_s + QString::fromLatin1(sim)} << QByteArray(reason);
-        };
-        row("", "the MCC has three digits");
-        row("24-05-1234567890", "the MCC has three digits");
-        row("24x-05-1234567890", "the MCC has three digits");
-        row("244051234567890", "the MCC has three digits");
-        row("244", "the MNC has two or three digits");
-        row("244-5-1234567890", "the MNC has two or three digits");
-        row("244-0505-123456", "the MNC has two or three digits");
-        row("244-05", "the MSIN has digits only, at most 15 together with MCC and MNC");
-        row("244-05-12345678901", "the MSIN has digits only, at most 15 together with MCC and MNC");
-        row("244-051-1234567890", "the MSIN has digits only, at most 15 together with MCC and MNC");
-        row("244-05-1234-5678", "the MSIN has digits only, at most 15 together with MCC and MNC");
-        row("244-05-1234567890,", "the IMEI has 15 digits");
-        row("244-05-1234567890,35693803564380", "the IMEI has 15 digits");
-        row("244-05-1234567890,356938035643809,1", "the IMEI has 15 digits");
-        QTest::newRow("no value") << QStringList{"--sim"_s} << "--sim needs a value"_ba;
-        QTest::newRow("no session") << QStringList{"--sim"_s, finnishSim, "--no-session"_s}
-                                    << "--sim needs the session's bus"_ba;
-    }
-
-    void aSimThatIsNoneIsMisuse()
-    {
-        const auto [options, reason] = fetch<QStringList, QByteArray>("options", "reason");
-        // "serve" would print its environment; a value that is missing is missing at the end.
-        const Run misused = run(EmulatorProcess::program(), QStringList{"serve"_s} + options);
-        QCOMPARE(misused.status, 2);
-        QCOMPARE(misused.output, QStringList());
-        QVERIFY2(misused.errors.contains(reason), misused.errors.constData());
-        QCOMPARE(misused.errors.count('\n'), 1);
-    }
-
     void aSimWithoutASessionEndsTheStart()
     {
-        const QByteArray path = qgetenv("PATH");
-        qputenv("PATH", "/nonexistent");
-        const Run failed = run(EmulatorProcess::program(), {"serve"_s, "--sim"_s, finnishSim});
-        qputenv("PATH", path);
+        const ProgramRun failed = EmulatorProcess::run({"serve"_s, "--sim"_s, finnishSim},
+                                                       {{"PATH"_s, "/nonexistent"_s}});
         QCOMPARE(failed.status, 125);
-        QCOMPARE(failed.output, QStringList());
+        QCOMPARE(failed.output, QByteArray());
         QVERIFY2(failed.errors.contains("package dbus"), failed.errors.constData());
         QVERIFY2(failed.errors.contains("--sim"), failed.errors.constData());
         QCOMPARE(failed.errors.count('\n'), 1);
@@ -253,22 +193,19 @@ private Q_SLOTS:
     void theModemSaysWhyItCannotAppear()
     {
         const auto modem = QStringLiteral(KELACCOUNT_MODEM_PROGRAM);
-        QCOMPARE(run(modem, {}).status, 2);
-        const Run misused = run(modem, {"244"_s});
+        QCOMPARE(runProgram(modem, {}).status, 2);
+        const ProgramRun misused = runProgram(modem, {"244"_s});
         QCOMPARE(misused.status, 2);
         QVERIFY2(misused.errors.contains("MNC"), misused.errors.constData());
 
         // Each emulator has a bus of its own; on this one there is a modem already.
         EmulatorProcess emulator;
         QVERIFY2(emulator.start(withSim(finnishSim)), emulator.log().constData());
-        const QByteArray before = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS",
-                emulator.environment().value("DBUS_SYSTEM_BUS_ADDRESS"_s).toLocal8Bit());
-        const Run second = run(modem, {finnishSim});
+        const auto bus = "DBUS_SYSTEM_BUS_ADDRESS"_s;
+        const EnvironmentChange onTheBus = {{bus, emulator.environment().value(bus)}};
+        const ProgramRun second = runProgram(modem, {finnishSim}, onTheBus);
         emulator.stop();
-        const Run withoutBus = run(modem, {finnishSim});
-        before.isNull() ? qunsetenv("DBUS_SYSTEM_BUS_ADDRESS")
-                        : qputenv("DBUS_SYSTEM_BUS_ADDRESS", before);
+        const ProgramRun withoutBus = runProgram(modem, {finnishSim}, onTheBus);
         QCOMPARE(second.status, 1);
         QVERIFY2(second.errors.contains("somebody else is org.ofono on this bus"),
                  second.errors.constData());
@@ -277,35 +214,6 @@ private Q_SLOTS:
     }
 
 private:
-    struct Run
-    {
-        int status = -1;
-        QStringList output;
-        QByteArray errors;
-    };
-
-    static Run run(const QString& program, const QStringList& arguments)
-    {
-        BoundProcess process;
-        process.start(program, arguments);
-        if (!process.waitForFinished(2 * patience) || process.exitStatus() != QProcess::NormalExit)
-            return {};
-        return {process.exitCode(),
-                QString::fromLocal8Bit(process.readAllStandardOutput())
-                    .split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-                process.readAllStandardError()};
-    }
-
-    static Run runApplication(const QStringList& options)
-    {
-        qputenv(taskVariable, "be an application");
-        const Run inside = run(EmulatorProcess::program(),
-                               QStringList{"run"_s} + options +
-                                   QStringList{"--"_s, QCoreApplication::applicationFilePath()});
-        qunsetenv(taskVariable);
-        return inside;
-    }
-
     static QJsonObject ask(const EmulatorProcess& emulator, const QStringList& words)
     {
         const QJsonObject answer =

@@ -49,63 +49,38 @@ private Q_SLOTS:
 
     void passesTheExitStatusOn_data()
     {
-        columns<QStringList, int, int>("arguments", "status", "lines");
-        QTest::newRow("0") << shell("exit 0"_s) << 0 << 0;
-        QTest::newRow("7") << shell("exit 7"_s) << 7 << 0;
-        QTest::newRow("255") << shell("exit 255"_s) << 255 << 0;
-        QTest::newRow("SIGTERM") << shell("kill -TERM $$"_s) << 128 + SIGTERM << 0;
-        QTest::newRow("SIGKILL") << shell("kill -KILL $$"_s) << 128 + SIGKILL << 0;
-        QTest::newRow("SIGSEGV") << shell("kill -SEGV $$"_s) << 128 + SIGSEGV << 0;
+        const auto row = rows<QStringList, int, int>("arguments", "status", "lines");
+        row("0", shell("exit 0"_s), 0, 0);
+        row("7", shell("exit 7"_s), 7, 0);
+        row("255", shell("exit 255"_s), 255, 0);
+        row("SIGTERM", shell("kill -TERM $$"_s), 128 + SIGTERM, 0);
+        row("SIGKILL", shell("kill -KILL $$"_s), 128 + SIGKILL, 0);
+        row("SIGSEGV", shell("kill -SEGV $$"_s), 128 + SIGSEGV, 0);
         const auto command = [](const char* name) {
             return QStringList{"run"_s, "--"_s, QString::fromLatin1(name)};
         };
-        QTest::newRow("no such command") << command("kelaccount-no-such-command") << 127 << 1;
-        QTest::newRow("no such file") << command("/nowhere/command") << 127 << 1;
-        QTest::newRow("no program") << command("/etc/passwd") << 126 << 1;
-        QTest::newRow("without dashes") << QStringList{"run"_s, "false"_s} << 1 << 0;
+        row("no such command", command("kelaccount-no-such-command"), 127, 1);
+        row("no such file", command("/nowhere/command"), 127, 1);
+        row("no program", command("/etc/passwd"), 126, 1);
+        row("without dashes", QStringList{"run"_s, "false"_s}, 1, 0);
     }
-
     void passesTheExitStatusOn()
     {
         const auto [arguments, status, lines] =
             fetch<QStringList, int, int>("arguments", "status", "lines");
-        const Result result = run(arguments);
+        const ProgramRun result = run(arguments);
         QCOMPARE(result.status, status);
         QCOMPARE(result.errors.count('\n'), lines);
         if (lines > 0)
             QVERIFY2(result.errors.contains(arguments.last().toLocal8Bit()), result.errors);
     }
 
-    void tellsMisuseInOneLine_data()
-    {
-        columns<QStringList, QByteArray>("arguments", "hint");
-        const auto row = [](const char* arguments, const char* hint) {
-            QTest::newRow(arguments)
-                << QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts)
-                << QByteArray(hint);
-        };
-        row("", "--help");
-        row("walk", "unknown command 'walk'");
-        row("run", "run needs a command");
-        row("run --", "run needs a command");
-        row("serve -- true", "usage: kelaccount-emulator serve");
-        row("rnu -- true", "did you mean run?");
-        row("serve --verbos", "did you mean --verbose?");
-        row("run --swim -- true", "unknown option '--swim'");
-        row("run -x -- true", "unknown option '-x'");
-        row("serve --database", "--database needs a value");
-        row("serve --fault fire", "the faults are none, delay=N");
-        row("serve --clock-skew late", "--clock-skew needs a number");
-        row("serve --proxy-port 65536", "--proxy-port needs a number");
-        row("serve --account <a>", "--account needs a name");
-        row("serve --reserve=", "--reserve needs a name");
-        row("serve --consumer-secret-file /nowhere/secret", "whose first line is the secret");
-    }
-
+    void tellsMisuseInOneLine_data() { rowsOfFile(KELACCOUNT_TEST_DATA "/misuse.tsv", {"hint"}); }
     void tellsMisuseInOneLine()
     {
-        const auto [arguments, hint] = fetch<QStringList, QByteArray>("arguments", "hint");
-        const Result result = run(arguments);
+        QFETCH(QByteArray, hint);
+        const ProgramRun result = run(QString::fromLatin1(QTest::currentDataTag())
+                                          .split(QLatin1Char(' '), Qt::SkipEmptyParts));
         QCOMPARE(result.status, 2);
         QCOMPARE(result.output, QByteArray());
         QCOMPARE(result.errors.count('\n'), 1);
@@ -114,20 +89,20 @@ private Q_SLOTS:
 
     void tellsHelpAndVersion()
     {
-        const Result help = run({"--help"_s});
+        const ProgramRun help = run({"--help"_s});
         QCOMPARE(help.status, 0);
         QVERIFY(help.output.startsWith("usage: kelaccount-emulator [OPTIONS] COMMAND"));
-        const Result version = run({"--version"_s});
+        const ProgramRun version = run({"--version"_s});
         QCOMPARE(version.status, 0);
         QVERIFY(version.output.startsWith("kelaccount-emulator "));
         // An option of the command's is the command's.
-        const Result echo = run({"run"_s, "--"_s, "printf"_s, "%s"_s, "--help"_s});
+        const ProgramRun echo = run({"run"_s, "--"_s, "printf"_s, "%s"_s, "--help"_s});
         QCOMPARE(echo.output, "--help"_ba);
     }
 
     void preparesTheEnvironment()
     {
-        const Result result = run(shell(
+        const ProgramRun result = run(shell(
             "echo \"${http_proxy-unset}\"; echo $https_proxy; echo $KELACCOUNT_EMULATOR_ADMIN;"
             "head -n 1 $KELACCOUNT_EMULATOR_CA; echo $LD_PRELOAD"_s));
         const QList<QByteArray> lines = result.output.split('\n');
@@ -142,7 +117,7 @@ private Q_SLOTS:
         // (A sanitizer in the emulator itself wants to be told that this is meant.)
         qputenv("LD_PRELOAD", "libm.so.6");
         qputenv("ASAN_OPTIONS", "verify_asan_link_order=0");
-        const Result appended = run(shell("echo $LD_PRELOAD"_s));
+        const ProgramRun appended = run(shell("echo $LD_PRELOAD"_s));
         qunsetenv("LD_PRELOAD");
         qunsetenv("ASAN_OPTIONS");
         QVERIFY2(appended.output.startsWith("libm.so.6:/"), appended.output + appended.errors);
@@ -150,7 +125,7 @@ private Q_SLOTS:
 
     void hidesItsFolderFromOthers()
     {
-        const Result result =
+        const ProgramRun result =
             run(shell("d=$(dirname $KELACCOUNT_EMULATOR_CA); stat -c %a $d; grep -l "
                       "'PRIVATE KEY' $d/*; true"_s));
         QCOMPARE(result.output, "700\n"_ba);
@@ -158,7 +133,7 @@ private Q_SLOTS:
 
     void removesItsFolder()
     {
-        const Result result = run(shell("dirname $KELACCOUNT_EMULATOR_CA; exit 3"_s));
+        const ProgramRun result = run(shell("dirname $KELACCOUNT_EMULATOR_CA; exit 3"_s));
         const QString folder = QString::fromLocal8Bit(result.output.trimmed());
         QVERIFY(folder.startsWith(mTemporary->path() + QLatin1Char('/')));
         QCOMPARE(result.status, 3);
@@ -168,7 +143,7 @@ private Q_SLOTS:
 
     void handsOnInputAndOutput()
     {
-        const Result result = run(shell("cat; echo oops >&2"_s), "some\ninput\n");
+        const ProgramRun result = run(shell("cat; echo oops >&2"_s), "some\ninput\n");
         QCOMPARE(result.output, "some\ninput\n"_ba);
         QCOMPARE(result.errors, "oops\n"_ba);
     }
@@ -176,7 +151,7 @@ private Q_SLOTS:
     void leavesSignalsAndDescriptorsAsTheyWere()
     {
         const QString script = "grep -E '^Sig(Ign|Blk)' /proc/self/status; ls /proc/self/fd"_s;
-        const Result inside = run(shell(script));
+        const ProgramRun inside = run(shell(script));
         QProcess outside;
         outside.start("sh"_s, {"-c"_s, script});
         QVERIFY(outside.waitForFinished(patience));
@@ -185,16 +160,15 @@ private Q_SLOTS:
 
     void forwardsSignals_data()
     {
-        columns<int, QString, int>("number", "script", "status");
+        const auto row = rows<int, QString, int>("number", "script", "status");
         const QString sleep = "exec sleep 60"_s;
-        QTest::newRow("SIGTERM") << SIGTERM << sleep << 128 + SIGTERM;
-        QTest::newRow("SIGINT") << SIGINT << sleep << 128 + SIGINT;
-        QTest::newRow("SIGHUP") << SIGHUP << sleep << 128 + SIGHUP;
+        row("SIGTERM", SIGTERM, sleep, 128 + SIGTERM);
+        row("SIGINT", SIGINT, sleep, 128 + SIGINT);
+        row("SIGHUP", SIGHUP, sleep, 128 + SIGHUP);
         // A command may take its time and end as it likes.
-        QTest::newRow("SIGTERM with a trap")
-            << SIGTERM << "trap 'sleep 0.3; exit 9' TERM; while :; do sleep 0.05; done"_s << 9;
+        row("SIGTERM with a trap", SIGTERM,
+            "trap 'sleep 0.3; exit 9' TERM; while :; do sleep 0.05; done", 9);
     }
-
     void forwardsSignals()
     {
         const auto [number, script, status] =
@@ -235,7 +209,7 @@ private Q_SLOTS:
         QVERIFY(server.listen(QHostAddress::LocalHost));
         const QString port = QString::number(server.serverPort());
         for (const QString& option : {"--proxy-port"_s, "--admin-port"_s}) {
-            const Result result = run({"run"_s, option, port, "true"_s});
+            const ProgramRun result = run({"run"_s, option, port, "true"_s});
             QCOMPARE(result.status, 125);
             QCOMPARE(result.errors.count('\n'), 1);
             QVERIFY2(result.errors.contains(port.toLatin1()), result.errors);
@@ -256,7 +230,7 @@ private Q_SLOTS:
         file.write(QByteArray(5000, 'x'));
         file.close();
         for (const QString& name : {file.fileName(), "/nowhere/accounts.db"_s}) {
-            const Result result = run({"run"_s, "--database"_s, name, "true"_s});
+            const ProgramRun result = run({"run"_s, "--database"_s, name, "true"_s});
             QCOMPARE(result.status, 125);
             QCOMPARE(result.errors.count('\n'), 1);
             QVERIFY2(result.errors.contains(name.toLocal8Bit()), result.errors);
@@ -271,38 +245,20 @@ private Q_SLOTS:
         qputenv("ASAN_OPTIONS", "detect_leaks=0");
         // Not signed, so refused by the service itself (405,
         // QNetworkReply::ContentOperationNotPermitted): the handshake went well.
-        const Result trusting = run({"run"_s, "--"_s, probe});
+        const ProgramRun trusting = run({"run"_s, "--"_s, probe});
         QVERIFY2(trusting.output == "error 202 status 405\n", trusting.output + trusting.errors);
         // Without the module nobody trusts the emulator (QNetworkReply::SslHandshakeFailedError).
-        const Result doubting = run(shell("unset LD_PRELOAD; exec "_s + probe));
+        const ProgramRun doubting = run(shell("unset LD_PRELOAD; exec "_s + probe));
         qunsetenv("ASAN_OPTIONS");
         QVERIFY2(doubting.output == "error 6 status 0\n", doubting.output + doubting.errors);
     }
 
 private:
-    struct Result
+    ProgramRun run(const QStringList& arguments, const QByteArray& input = {})
     {
-        int status = -1;
-        QByteArray output;
-        QByteArray errors;
-    };
-
-    Result run(const QStringList& arguments, const QByteArray& input = {})
-    {
-        BoundProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("TMPDIR"_s, mTemporary->path());
-        environment.insert("http_proxy"_s, "http://127.0.0.1:9"_s);
-        process.setProcessEnvironment(environment);
-        process.start(EmulatorProcess::program(), arguments);
-        process.write(input);
-        process.closeWriteChannel();
-        Result result;
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
-            result.status = process.exitCode();
-        result.output = process.readAllStandardOutput();
-        result.errors = process.readAllStandardError();
-        return result;
+        return EmulatorProcess::run(
+            arguments, {{"TMPDIR"_s, mTemporary->path()}, {"http_proxy"_s, "http://127.0.0.1:9"_s}},
+            input);
     }
 
     /// Starts it and reads the process id and the authority file that the script prints.
@@ -310,9 +266,7 @@ private:
                                                 QString& folder)
     {
         auto process = std::make_unique<BoundProcess>();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("TMPDIR"_s, mTemporary->path());
-        process->setProcessEnvironment(environment);
+        process->setProcessEnvironment(changedEnvironment({{"TMPDIR"_s, mTemporary->path()}}));
         process->start(EmulatorProcess::program(),
                        shell("echo $$ $KELACCOUNT_EMULATOR_CA; "_s + script));
         while (!process->canReadLine() && process->waitForReadyRead(patience)) {

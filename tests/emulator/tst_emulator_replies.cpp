@@ -58,28 +58,27 @@ private Q_SLOTS:
 
     void answersAvailability_data()
     {
-        columns<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
+        const auto row =
+            rows<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
         const QString response = "userNameAvailabilityResponse"_s;
         const QString error = "errorResponse"_s;
         const QString syntax = "attributeSyntaxError"_s;
-        QTest::newRow("free") << "carol"_ba << 200 << response << QString();
-        QTest::newRow("64 characters") << QByteArray(64, 'a') << 200 << response << QString();
-        QTest::newRow("every kind of character")
-            << "+35 8.a_b-C@d"_ba.replace(" ", "") << 200 << response << QString();
-        QTest::newRow("taken") << "alice"_ba << 422 << response << QString();
-        QTest::newRow("taken, other case") << "ALICE"_ba << 422 << response << QString();
-        QTest::newRow("reserved") << "admin"_ba << 409 << error << "usernameReserved"_s;
-        QTest::newRow("reserved, other case") << "Admin"_ba << 409 << error << "usernameReserved"_s;
-        QTest::newRow("65 characters") << QByteArray(65, 'a') << 400 << error << syntax;
-        QTest::newRow("none") << QByteArray() << 400 << error << syntax;
-        QTest::newRow("blank") << "a b"_ba << 400 << error << syntax;
-        QTest::newRow("not Latin") << "\xd0\xb0"_ba << 400 << error << syntax;
-        QTest::newRow("control character") << "a\x01"_ba << 400 << error << syntax;
-        QTest::newRow("percent") << "100%"_ba << 400 << error << syntax;
-        QTest::newRow("markup") << "<a>&\"'"_ba << 400 << error << syntax;
-        QTest::newRow("longer path") << "a/b"_ba << 404 << error << "resourceNotFound"_s;
+        row("free", "carol", 200, response, {});
+        row("64 characters", QByteArray(64, 'a'), 200, response, {});
+        row("every kind of character", "+35 8.a_b-C@d"_ba.replace(" ", ""), 200, response, {});
+        row("taken", "alice", 422, response, {});
+        row("taken, other case", "ALICE", 422, response, {});
+        row("reserved", "admin", 409, error, "usernameReserved");
+        row("reserved, other case", "Admin", 409, error, "usernameReserved");
+        row("65 characters", QByteArray(65, 'a'), 400, error, syntax);
+        row("none", {}, 400, error, syntax);
+        row("blank", "a b", 400, error, syntax);
+        row("not Latin", "\xd0\xb0", 400, error, syntax);
+        row("control character", "a\x01", 400, error, syntax);
+        row("percent", "100%", 400, error, syntax);
+        row("markup", "<a>&\"'", 400, error, syntax);
+        row("longer path", "a/b", 404, error, "resourceNotFound");
     }
-
     void answersAvailability()
     {
         const auto [name, status, root, errorCode] =
@@ -118,34 +117,29 @@ private Q_SLOTS:
 
     void answersMalformedRequestsWithAnErrorDocument_data()
     {
-        columns<QByteArray, int, QString, QByteArray>("bytes", "status", "errorCode",
-                                                      "explanation");
+        const auto row = rows<QByteArray, int, QString, QByteArray>("bytes", "status", "errorCode",
+                                                                    "explanation");
         const QString method = "illegalRequestMethod"_s;
         const QString format = "invalidMessageFormat"_s;
 
         SignedRequest request;
         request.httpMethod = "GET";
-        QTest::newRow("GET on the wire")
-            << request.bytes() << 405 << method << "every request is an HTTP POST"_ba;
+        row("GET on the wire", request.bytes(), 405, method, "every request is an HTTP POST");
         request = SignedRequest();
         request.restVerb = "PUT";
-        QTest::newRow("another verb")
-            << request.bytes() << 405 << method << "no operation has this REST verb"_ba;
+        row("another verb", request.bytes(), 405, method, "no operation has this REST verb");
         request.restVerb = "";
-        QTest::newRow("no verb") << request.bytes() << 405 << method << "\"rest-verb\" header"_ba;
+        row("no verb", request.bytes(), 405, method, "\"rest-verb\" header");
         request.restVerb = "PATCH";
-        QTest::newRow("no such verb")
-            << request.bytes() << 405 << method << "\"rest-verb\" header"_ba;
-        QTest::newRow("unknown operation")
-            << SignedRequest("/rest/1.0/nothing").bytes() << 404 << "resourceNotFound"_s
-            << "no operation has this address"_ba;
-        QTest::newRow("another base")
-            << SignedRequest("/rest/2.0/availability/bob").bytes() << 404 << "invalidUrl"_s
-            << "every address begins with /rest/1.0/"_ba;
+        row("no such verb", request.bytes(), 405, method, "\"rest-verb\" header");
+        row("unknown operation", SignedRequest("/rest/1.0/nothing").bytes(), 404,
+            "resourceNotFound", "no operation has this address");
+        row("another base", SignedRequest("/rest/2.0/availability/bob").bytes(), 404, "invalidUrl",
+            "every address begins with /rest/1.0/");
         request = SignedRequest();
         request.contentType = "text/xml";
-        QTest::newRow("not a form") << request.bytes() << 415 << "unknownContentType"_s
-                                    << "application/x-www-form-urlencoded"_ba;
+        row("not a form", request.bytes(), 415, "unknownContentType",
+            "application/x-www-form-urlencoded");
 
         SignedRequest form;
         form.document = "<a/>";
@@ -154,7 +148,7 @@ private Q_SLOTS:
             const QByteArray good = form.bytes();
             QByteArray bytes = good.left(good.indexOf("Content-Length"));
             bytes += "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
-            QTest::newRow(name) << bytes << 400 << format << QByteArray(explanation);
+            row(name, bytes, 400, format, explanation);
         };
         formRow("bare document", "<a/>", "does not begin with the form field");
         formRow("another field", "Document=%3Ca%2F%3E", "does not begin with the form field");
@@ -164,19 +158,17 @@ private Q_SLOTS:
         formRow("lower-case digits", "XMLContent=%3ca%2f%3e", "not percent-encoded");
         formRow("plus", "XMLContent=%3Ca+b%2F%3E", "not percent-encoded");
 
-        QTest::newRow("no HTTP") << "Hello\r\n\r\n"_ba << 400 << format
-                                 << "refused a request: status 400"_ba;
-        QTest::newRow("no length") << "POST /rest/1.0/a HTTP/1.1\r\nHost: a\r\n\r\n"_ba << 411
-                                   << format << "Content-Length header is missing"_ba;
-        QTest::newRow("long address")
-            << SignedRequest(pathOf(QByteArray(20000, 'a'))).bytes() << 414 << "invalidUrl"_s
-            << "refused a request: status 414"_ba;
+        row("no HTTP", "Hello\r\n\r\n", 400, format, "refused a request: status 400");
+        row("no length", "POST /rest/1.0/a HTTP/1.1\r\nHost: a\r\n\r\n", 411, format,
+            "Content-Length header is missing");
+        row("long address", SignedRequest(pathOf(QByteArray(20000, 'a'))).bytes(), 414,
+            "invalidUrl", "refused a request: status 414");
         const auto headRow = [&](const char* name, const QByteArray& line, int status,
                                  const char* explanation) {
             const QByteArray head = SignedRequest().bytes();
             QByteArray bytes = head.left(head.indexOf("Content-Length"));
             bytes += line + "\r\n\r\n";
-            QTest::newRow(name) << bytes << status << format << QByteArray(explanation);
+            row(name, bytes, status, format, explanation);
         };
         headRow("pieces", "Transfer-Encoding: chunked", 411, "Content-Length header is missing");
         headRow("length and pieces", "Content-Length: 5\r\nTransfer-Encoding: chunked", 411,
@@ -193,15 +185,12 @@ private Q_SLOTS:
         headRow("line that is no header", "Hello", 400, "status 400");
         headRow("many headers", "Content-Length: 0" + "\r\nName: value"_ba.repeated(6000), 400,
                 "status 400");
-        QTest::newRow("another protocol")
-            << SignedRequest().bytes().replace(" HTTP/1.1\r\n", " HTTP/2.0\r\n") << 400 << format
-            << "refused a request: status 400"_ba;
+        row("another protocol", SignedRequest().bytes().replace(" HTTP/1.1\r\n", " HTTP/2.0\r\n"),
+            400, format, "refused a request: status 400");
         request = SignedRequest();
         request.consumerKey = QByteArray(20000, 'k');
-        QTest::newRow("long header")
-            << request.bytes() << 400 << format << "refused a request: status 400"_ba;
+        row("long header", request.bytes(), 400, format, "refused a request: status 400");
     }
-
     void answersMalformedRequestsWithAnErrorDocument()
     {
         const auto [bytes, status, errorCode, explanation] =
@@ -219,12 +208,11 @@ private Q_SLOTS:
 
     void datesEveryReplyByItsClock_data()
     {
-        QTest::addColumn<int>("skew");
-        QTest::newRow("true") << 0;
-        QTest::newRow("an hour ahead") << 3600;
-        QTest::newRow("ten days back") << -864000;
+        const auto row = rows<int>("skew");
+        row("true", 0);
+        row("an hour ahead", 3600);
+        row("ten days back", -864000);
     }
-
     void datesEveryReplyByItsClock()
     {
         QFETCH(int, skew);

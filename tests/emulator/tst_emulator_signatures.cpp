@@ -75,26 +75,30 @@ class TestEmulatorSignatures : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(mEmulator.start({"--verbose"_s}), mEmulator.log().constData()); }
+    void initTestCase()
+    {
+        QVERIFY2(mEmulator.start({"--verbose"_s}), mEmulator.log().constData());
+        // A secret that encoding changes, for mistakes about the key.
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write("demo /secret\n") > 0 && file.flush());
+        QVERIFY(mOther.start({"--consumer-secret-file"_s, file.fileName()}));
+    }
 
     void acceptsWhatIsSignedAsItShould_data()
     {
-        columns<QByteArray, QByteArray, QByteArray, bool>("path", "document", "token", "withQuery");
+        const auto row = rows<QByteArray, QByteArray, QByteArray, bool>("path", "document", "token",
+                                                                        "withQuery");
 
         const QByteArray path = "/rest/1.0/availability/bob";
-        QTest::newRow("nothing but a name") << path << QByteArray() << QByteArray() << false;
-        QTest::newRow("document") << path << document << QByteArray() << false;
-        QTest::newRow("token") << path << QByteArray() << "a/token+of=mine"_ba << false;
-        QTest::newRow("empty token") << path << QByteArray() << ""_ba << false;
-        QTest::newRow("query") << path << QByteArray() << QByteArray() << true;
-        QTest::newRow("everything") << path << document << "{t}"_ba << true;
-        QTest::newRow("odd name") << "/rest/1.0/availability/a+b@c"_ba << document << QByteArray()
-                                  << false;
-        QTest::newRow("large document")
-            << path << QByteArray("<a>" + QByteArray(1000000, '&') + "</a>") << QByteArray()
-            << false;
+        row("nothing but a name", path, {}, {}, false);
+        row("document", path, document, {}, false);
+        row("token", path, {}, "a/token+of=mine", false);
+        row("empty token", path, {}, "", false);
+        row("query", path, {}, {}, true);
+        row("everything", path, document, "{t}", true);
+        row("odd name", "/rest/1.0/availability/a+b@c", document, {}, false);
+        row("large document", path, "<a>" + QByteArray(1000000, '&') + "</a>", {}, false);
     }
-
     void acceptsWhatIsSignedAsItShould()
     {
         const auto [path, document, token, withQuery] =
@@ -117,10 +121,7 @@ private Q_SLOTS:
 
     void namesTheMistakeBehindASignature_data()
     {
-        columns<MakeMistake, QByteArray>("make", "explanation");
-        const auto row = [](const char* name, const char* explanation, MakeMistake make) {
-            QTest::newRow(name) << std::move(make) << QByteArray(explanation);
-        };
+        const auto row = rows<QByteArray, MakeMistake>("explanation", "make");
         const auto encoded = SignedRequest::encoded;
         const auto parts = [encoded](const Mistake& mistake) {
             return "POST&" + encoded(mistake.address) + '&';
@@ -207,11 +208,12 @@ private Q_SLOTS:
         for (const char* name :
              {"oauth_consumer_key", "oauth_nonce", "oauth_timestamp", "oauth_signature_method",
               "oauth_version", "oauth_token", "lang"}) {
-            QTest::newRow(name) << MakeMistake([name](Mistake& m) {
-                m.parameters = SignedRequest::joined(without(m.request.parameters(), name));
-            })
-                                << QByteArray("the parameter " + QByteArray(name) +
-                                              " is missing from the base string");
+            row(name,
+                QByteArray("the parameter " + QByteArray(name) +
+                           " is missing from the base string"),
+                MakeMistake([name](Mistake& m) {
+                    m.parameters = SignedRequest::joined(without(m.request.parameters(), name));
+                }));
         }
         row("realm", "the base string has the parameter realm, which does not belong there",
             [](Mistake& m) {
@@ -221,18 +223,9 @@ private Q_SLOTS:
                 m.parameters = SignedRequest::joined(pairs);
             });
     }
-
     void namesTheMistakeBehindASignature()
     {
         const auto [make, explanation] = fetch<MakeMistake, QByteArray>("make", "explanation");
-
-        // A secret that encoding changes, for mistakes about the key.
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        file.write("demo /secret\n");
-        file.close();
-        EmulatorProcess emulator;
-        QVERIFY(emulator.start({"--consumer-secret-file"_s, file.fileName()}));
 
         Mistake mistake;
         mistake.request = richRequest();
@@ -242,13 +235,11 @@ private Q_SLOTS:
         mistake.key = mistake.request.key();
         make(mistake);
 
-        WireClient client;
-        QVERIFY(client.open(emulator));
-        const WireReply reply =
-            client.ask(mistake.request.bytes(mistake.request.authorization(mistake.signature())));
-        QCOMPARE(reply.status, 401);
-        QVERIFY2(emulator.logHas("oauth_signature does not fit: "), emulator.log().constData());
-        QVERIFY2(emulator.log().contains(explanation), emulator.log().constData());
+        const QByteArray problem = problemOf(
+            mOther,
+            ask(mOther, mistake.request.bytes(mistake.request.authorization(mistake.signature()))));
+        QVERIFY2(problem.contains("oauth_signature does not fit: "), problem);
+        QVERIFY2(problem.contains(explanation), problem);
     }
 
     void namesTwoMistakesAtOnce()
@@ -279,10 +270,7 @@ private Q_SLOTS:
 
     void namesWhatIsWrongWithAHeader_data()
     {
-        columns<Spoil, QByteArray>("spoil", "explanation");
-        const auto row = [](const char* name, const char* explanation, Spoil spoil) {
-            QTest::newRow(name) << std::move(spoil) << QByteArray(explanation);
-        };
+        const auto row = rows<QByteArray, Spoil>("explanation", "spoil");
         const auto replace = [](const char* what, const char* with) {
             return [what, with](QByteArray& header) { header.replace(what, with); };
         };
@@ -300,8 +288,7 @@ private Q_SLOTS:
             replace("https://" KELACCOUNT_HOST_PRODUCTION, "https://elsewhere.example"));
         for (const char* name : {"oauth_consumer_key", "oauth_nonce", "oauth_timestamp",
                                  "oauth_signature", "oauth_signature_method"}) {
-            QTest::newRow(name) << Spoil(drop(name))
-                                << QByteArray(QByteArray(name) + " is missing from the header");
+            row(name, QByteArray(QByteArray(name) + " is missing from the header"), drop(name));
         }
         row("oauth_version", "oauth_version is missing from the header", [](QByteArray& header) {
             header.remove(header.indexOf("oauth_version"),
@@ -342,7 +329,6 @@ private Q_SLOTS:
                 header.remove(from, header.indexOf('"', from) - from);
             });
     }
-
     void namesWhatIsWrongWithAHeader()
     {
         const auto [spoil, explanation] = fetch<Spoil, QByteArray>("spoil", "explanation");
@@ -357,32 +343,28 @@ private Q_SLOTS:
 
     void judgesTimeStampsByItsClock_data()
     {
-        columns<int, int>("skew", "offset");
-        QTest::addColumn<QByteArray>("explanation"); // empty: accepted
-        QTest::newRow("now") << 0 << 0 << QByteArray();
-        QTest::newRow("a little late") << 0 << -240 << QByteArray();
-        QTest::newRow("a little early") << 0 << 240 << QByteArray();
-        QTest::newRow("late") << 0 << -360 << " s behind the service's clock"_ba;
-        QTest::newRow("early") << 0 << 360 << " s ahead of the service's clock"_ba;
-        QTest::newRow("moved clock, device's time")
-            << 7200 << 0 << " s behind the service's clock"_ba;
-        QTest::newRow("moved clock, its time") << 7200 << 7200 << QByteArray();
-        QTest::newRow("clock moved back") << -7200 << -7200 << QByteArray();
+        const auto row = rows<int, int, QByteArray>("skew", "offset", "explanation");
+        row("now", 0, 0, {});
+        row("a little late", 0, -240, {});
+        row("a little early", 0, 240, {});
+        row("late", 0, -360, " s behind the service's clock");
+        row("early", 0, 360, " s ahead of the service's clock");
+        row("moved clock, device's time", 7200, 0, " s behind the service's clock");
+        row("moved clock, its time", 7200, 7200, {});
+        row("clock moved back", -7200, -7200, {});
     }
-
     void judgesTimeStampsByItsClock()
     {
         const auto [skew, offset, explanation] =
             fetch<int, int, QByteArray>("skew", "offset", "explanation");
-        EmulatorProcess emulator;
-        QVERIFY(emulator.start({"--clock-skew"_s, QString::number(skew)}));
+        EmulatorProcess moved;
+        QVERIFY(skew == 0 || moved.start({"--clock-skew"_s, QString::number(skew)}));
+        EmulatorProcess& emulator = skew == 0 ? mEmulator : moved;
         SignedRequest request;
         request.timeStamp = QByteArray::number(QDateTime::currentSecsSinceEpoch() + offset);
-        WireClient client;
-        QVERIFY(client.open(emulator));
-        const WireReply reply = client.ask(request.bytes());
+        const WireReply reply = ask(emulator, request.bytes());
         QCOMPARE(reply.status, explanation.isEmpty() ? 200 : 401);
-        QVERIFY2(emulator.logHas(explanation), emulator.log().constData());
+        QVERIFY(problemOf(emulator, reply).contains(explanation));
     }
 
     void refusesANonceUsedBefore()
@@ -421,27 +403,28 @@ private Q_SLOTS:
     }
 
 private:
-    WireReply ask(const QByteArray& bytes)
+    static WireReply ask(EmulatorProcess& emulator, const QByteArray& bytes)
     {
         WireClient client;
-        return client.open(mEmulator) ? client.ask(bytes) : WireReply();
+        return client.open(emulator) ? client.ask(bytes) : WireReply();
     }
+    WireReply ask(const QByteArray& bytes) { return ask(mEmulator, bytes); }
 
     /// Why the latest request was refused; empty when it was not.
-    QByteArray problemOf(const WireReply& reply)
+    static QByteArray problemOf(EmulatorProcess& emulator, const WireReply& reply)
     {
-        const QJsonArray requests = mEmulator.requests();
+        const QJsonArray requests = emulator.requests();
         const QByteArray problem =
             requests.last().toObject().value("problem"_s).toString().toLatin1();
         const bool refused = reply.status == 401 && reply.body.contains("<errorResponse") &&
                              reply.body.contains("<errorCode>notAuthorized</errorCode>");
         // The reply, the list of requests and the log must tell the same.
-        if (!refused || !mEmulator.logHas(problem))
-            return QByteArray();
-        return problem;
+        return refused && emulator.logHas(problem) ? problem : QByteArray();
     }
+    QByteArray problemOf(const WireReply& reply) { return problemOf(mEmulator, reply); }
 
     EmulatorProcess mEmulator;
+    EmulatorProcess mOther;
 };
 
 QTEST_GUILESS_MAIN(TestEmulatorSignatures)

@@ -46,26 +46,6 @@ bool makeFile(const QString& path, const char* script)
     return good;
 }
 
-struct Outcome
-{
-    int status = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-Outcome runEmulator(const QStringList& arguments, const QMap<QString, QString>& environment = {})
-{
-    BoundProcess process;
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    for (auto it = environment.begin(); it != environment.end(); ++it)
-        variables.insert(it.key(), it.value());
-    process.setProcessEnvironment(variables);
-    process.start(EmulatorProcess::program(), arguments);
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
 } // namespace
 
 class TestOperationsAdministration : public QObject
@@ -104,36 +84,16 @@ private Q_SLOTS:
         QCOMPARE(mService.signIn("full", "plantedpassword").status, 200);
     }
 
-    void refusesMalformedAccounts_data()
+    void refusesWhatIsMalformed_data()
     {
-        columns<QByteArray, QByteArray>("body", "problem");
-        const auto row = [](const char* name, const char* body, const char* problem) {
-            QTest::newRow(name) << QByteArray(body) << QByteArray(problem);
-        };
-        row("nothing", "", "send names, one a line, or JSON");
-        row("broken", "{\"userName\": ", "no JSON: ");
-        row("empty array", "[]", "send a JSON object or an array of them");
-        row("array of texts", R"(["a"])", "send JSON objects");
-        row("empty object", "{}", "an account needs a userName or an email");
-        row("unknown field", R"({"userName": "x", "shoe": "42"})", "there is no field shoe");
-        row("number for text", R"({"userName": 5})", "userName must be a string");
-        row("text for flag", R"({"userName": "x", "locked": "yes"})",
-            "locked must be true or false");
-        row("name", R"({"userName": "a b"})", "userName is malformed");
-        row("address", R"({"email": "a"})", "email is malformed");
-        row("password", R"({"userName": "x", "password": "abc"})", "password is malformed");
-        row("question", R"({"userName": "x", "securityQuestion": "9"})",
-            "securityQuestion is malformed");
-        row("name taken", R"({"userName": "Alice"})", "an account has this userName already");
-        row("address taken", R"({"userName": "x", "email": "ALICE@example.org"})",
-            "an account has this email already");
+        rowsOfFile(KELACCOUNT_TEST_DATA "/malformed.tsv", {"path", "body", "problem"});
     }
-
-    void refusesMalformedAccounts()
+    void refusesWhatIsMalformed()
     {
-        const auto [body, problem] = fetch<QByteArray, QByteArray>("body", "problem");
+        const auto [path, body, problem] =
+            fetch<QByteArray, QByteArray, QByteArray>("path", "body", "problem");
         const int before = list("/accounts").size();
-        const AdminReply reply = post("/accounts", body);
+        const AdminReply reply = post(path.constData(), body);
         QCOMPARE(reply.status, 400);
         QVERIFY2(reply.body.startsWith(problem), reply.body.constData());
         QCOMPARE(list("/accounts").size(), before);
@@ -145,23 +105,6 @@ private Q_SLOTS:
         QCOMPARE(post("/accounts", "second\nnot a name\n").status, 400);
         QCOMPARE(mService.ask("GET", "availability/first").status, 200);
         QCOMPARE(mService.ask("GET", "availability/second").status, 200);
-    }
-
-    void refusesMalformedPreAccounts_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("no number") << "{}"_ba;
-        QTest::newRow("number twice") << QByteArray(R"({"msin": "1", "hashedMsin": "AAAA"})");
-        QTest::newRow("hash not base64") << QByteArray(R"({"hashedMsin": "A"})");
-        QTest::newRow("country") << QByteArray(R"({"msin": "1", "country": "fi"})");
-        QTest::newRow("unknown field") << QByteArray(R"({"msin": "1", "imei": "2"})");
-    }
-
-    void refusesMalformedPreAccounts()
-    {
-        QFETCH(QByteArray, body);
-        QCOMPARE(post("/pre-accounts", body).status, 400);
     }
 
     void printsTheInbox()
@@ -180,67 +123,42 @@ private Q_SLOTS:
         const QByteArray sent = first.value("sent"_s).toString().toLatin1();
         const auto environment = mService.emulator().environment();
 
-        const Outcome one = runEmulator({"inbox"_s, "ANN"_s}, environment);
+        const ProgramRun one = EmulatorProcess::run({"inbox"_s, "ANN"_s}, environment);
         QCOMPARE(one.status, 0);
         QCOMPARE(one.output, "To:   ann@mail.example (ann)\nSent: " + sent +
                                  "\n\n    Line 1\n    Line 2 \xc3\xa4\n    " + token + '\n');
-        const Outcome all = runEmulator({"inbox"_s}, environment);
+        const ProgramRun all = EmulatorProcess::run({"inbox"_s}, environment);
         QVERIFY(all.output.startsWith(one.output));
         QVERIFY(all.output.contains("To:   bea@mail.example ("));
-        const Outcome other = runEmulator({"inbox"_s, "bea@mail.example"_s}, environment);
+        const ProgramRun other =
+            EmulatorProcess::run({"inbox"_s, "bea@mail.example"_s}, environment);
         QVERIFY(other.output.startsWith("To:   bea@mail.example ("));
         QVERIFY(!other.output.contains("ann@mail.example"));
     }
 
     void printsTheInboxOfNobody()
     {
-        const Outcome none = runEmulator({"inbox"_s, "x&y=z"_s}, mService.emulator().environment());
+        const ProgramRun none =
+            EmulatorProcess::run({"inbox"_s, "x&y=z"_s}, mService.emulator().environment());
         QCOMPARE(none.status, 0);
         QCOMPARE(none.output, "No messages.\n"_ba);
     }
 
     void tellsWhyThereIsNoInbox_data()
     {
-        columns<QStringList, QString, int, QByteArray>("arguments", "address", "status", "problem");
-        const QString inbox = "inbox"_s;
-        QTest::newRow("outside") << QStringList{inbox} << QString() << 125
-                                 << "KELACCOUNT_EMULATOR_ADMIN is not set"_ba;
+        const auto row = rows<QString, QByteArray>("address", "problem");
+        row("outside", {}, "KELACCOUNT_EMULATOR_ADMIN is not set");
         // The discard port of this machine, where nobody listens.
-        QTest::newRow("emulator gone") << QStringList{inbox} << "http://127.0.0.1:9"_s << 125
-                                       << "no emulator answers at http://127.0.0.1"_ba;
-        QTest::newRow("two names") << QStringList{inbox, "a"_s, "b"_s} << "http://127.0.0.1:9"_s
-                                   << 2 << "usage: kelaccount-emulator inbox [NAME]"_ba;
-        QTest::newRow("option") << QStringList{inbox, "--verbose"_s} << "http://127.0.0.1:9"_s << 2
-                                << "unknown option '--verbose'"_ba;
+        row("emulator gone", "http://127.0.0.1:9", "no emulator answers at http://127.0.0.1");
     }
-
     void tellsWhyThereIsNoInbox()
     {
-        const auto [arguments, address, status, problem] =
-            fetch<QStringList, QString, int, QByteArray>("arguments", "address", "status",
-                                                         "problem");
-        const Outcome outcome = runEmulator(arguments, {{"KELACCOUNT_EMULATOR_ADMIN"_s, address}});
-        QCOMPARE(outcome.status, status);
+        const auto [address, problem] = fetch<QString, QByteArray>("address", "problem");
+        const ProgramRun outcome =
+            EmulatorProcess::run({"inbox"_s}, {{"KELACCOUNT_EMULATOR_ADMIN"_s, address}});
+        QCOMPARE(outcome.status, 125);
         QVERIFY2(outcome.errors.contains(problem), outcome.errors.constData());
         QCOMPARE(outcome.errors.count('\n'), 1);
-    }
-
-    void refusesMalformedPreAccountOptions_data()
-    {
-        QTest::addColumn<QString>("value");
-        QTest::newRow("nothing") << QString();
-        QTest::newRow("too much") << "1,a,+358401234567,FI,x"_s;
-        QTest::newRow("number") << "1,a,040"_s;
-        QTest::newRow("name") << "1,a b"_s;
-    }
-
-    void refusesMalformedPreAccountOptions()
-    {
-        QFETCH(QString, value);
-        const Outcome outcome = runEmulator({"serve"_s, "--pre-account"_s, value});
-        QCOMPARE(outcome.status, 2);
-        QVERIFY2(outcome.errors.contains("--pre-account cannot take '"),
-                 outcome.errors.constData());
     }
 
     void keepsEverythingInAFile()
@@ -322,15 +240,11 @@ private Q_SLOTS:
 
     void refusesFilesThatItDoesNotKnow_data()
     {
-        columns<QByteArray, QByteArray>("script", "problem");
-        QTest::newRow("newer") << "PRAGMA user_version = 99"_ba
-                               << "a newer program made it"_ba;
-        QTest::newRow("other columns") << "CREATE TABLE accounts (shoe INTEGER)"_ba
-                                       << "no such column: "_ba;
-        QTest::newRow("today's version without tables") << "PRAGMA user_version = 2"_ba
-                                                        << "no such table: "_ba;
+        const auto row = rows<QByteArray, QByteArray>("script", "problem");
+        row("newer", "PRAGMA user_version = 99", "a newer program made it");
+        row("other columns", "CREATE TABLE accounts (shoe INTEGER)", "no such column: ");
+        row("today's version without tables", "PRAGMA user_version = 2", "no such table: ");
     }
-
     void refusesFilesThatItDoesNotKnow()
     {
         const auto [script, problem] = fetch<QByteArray, QByteArray>("script", "problem");
@@ -340,7 +254,8 @@ private Q_SLOTS:
         QFile before(file);
         QVERIFY(before.open(QIODevice::ReadOnly));
         const QByteArray bytes = before.readAll();
-        const Outcome outcome = runEmulator({"serve"_s, "--no-session"_s, "--database"_s, file});
+        const ProgramRun outcome =
+            EmulatorProcess::run({"serve"_s, "--no-session"_s, "--database"_s, file});
         QCOMPARE(outcome.status, 125);
         QVERIFY2(outcome.errors.contains(problem), outcome.errors.constData());
         QFile after(file);
@@ -418,21 +333,18 @@ private Q_SLOTS:
                 .authority()
                 .toLatin1()
                 .mid(9);
-        columns<QByteArray, bool>("heading", "answered");
-        QTest::newRow("address") << QByteArray("Host: 127.0.0.1" + port + "\r\n") << true;
-        QTest::newRow("name") << QByteArray("Host: localhost" + port + "\r\n") << true;
-        QTest::newRow("rebound name") << QByteArray("Host: page.example" + port + "\r\n") << false;
-        QTest::newRow("name of its own") << "Host: localhost.page.example\r\n"_ba << false;
-        QTest::newRow("another port") << "Host: 127.0.0.1:1\r\n"_ba << false;
-        QTest::newRow("no name") << QByteArray() << false;
-        QTest::newRow("two names") << "Host: localhost\r\nHost: page.example\r\n"_ba << false;
-        QTest::newRow("order from a page")
-            << QByteArray("Host: 127.0.0.1" + port + "\r\nOrigin: http://page.example\r\n")
-            << false;
-        QTest::newRow("order from nowhere")
-            << QByteArray("Host: 127.0.0.1" + port + "\r\nOrigin: null\r\n") << false;
+        const auto row = rows<QByteArray, bool>("heading", "answered");
+        row("address", "Host: 127.0.0.1" + port + "\r\n", true);
+        row("name", "Host: localhost" + port + "\r\n", true);
+        row("rebound name", "Host: page.example" + port + "\r\n", false);
+        row("name of its own", "Host: localhost.page.example\r\n", false);
+        row("another port", "Host: 127.0.0.1:1\r\n", false);
+        row("no name", {}, false);
+        row("two names", "Host: localhost\r\nHost: page.example\r\n", false);
+        row("order from a page", "Host: 127.0.0.1" + port + "\r\nOrigin: http://page.example\r\n",
+            false);
+        row("order from nowhere", "Host: 127.0.0.1" + port + "\r\nOrigin: null\r\n", false);
     }
-
     void answersNoWebPage()
     {
         const auto [heading, answered] = fetch<QByteArray, bool>("heading", "answered");

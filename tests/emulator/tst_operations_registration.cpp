@@ -87,23 +87,20 @@ private Q_SLOTS:
 
     void signsInByNameAddressOrNumber_data()
     {
-        columns<QByteArray, QByteArray>("user", "password");
+        const auto row = rows<QByteArray, QByteArray>("user", "password");
         const QByteArray password = "p\xc3\xa4ssw\xc3\xb6rd";
-        QTest::newRow("name") << "kim"_ba << password;
-        QTest::newRow("name in capitals") << "KIM"_ba << password;
-        QTest::newRow("address") << "kim@mail.example"_ba << password;
-        QTest::newRow("number") << "+358401234567"_ba << password;
-        QTest::newRow("made by option") << "alice"_ba
-                                        << "secret"_ba;
-        QTest::newRow("address of one made by option") << "alice@example.org"_ba
-                                                       << "secret"_ba;
-        QTest::newRow("domain in ASCII") << "pet@xn--bcher-kva.example"_ba
-                                         << "secret"_ba;
-        QTest::newRow("domain in letters") << "pet@b\xc3\xbc"
-                                              "cher.example"_ba
-                                           << "secret"_ba;
+        row("name", "kim", password);
+        row("name in capitals", "KIM", password);
+        row("address", "kim@mail.example", password);
+        row("number", "+358401234567", password);
+        row("made by option", "alice", "secret");
+        row("address of one made by option", "alice@example.org", "secret");
+        row("domain in ASCII", "pet@xn--bcher-kva.example", "secret");
+        row("domain in letters",
+            "pet@b\xc3\xbc"
+            "cher.example",
+            "secret");
     }
-
     void signsInByNameAddressOrNumber()
     {
         const auto [user, password] = fetch<QByteArray, QByteArray>("user", "password");
@@ -231,11 +228,8 @@ private Q_SLOTS:
 
     void refusesRegistrations_data()
     {
-        columns<Change, int>("change", "status");
-        QTest::addColumn<QByteArray>("cause"); ///< where the error document has it
-        const auto row = [](const char* name, int status, const char* cause, Change change) {
-            QTest::newRow(name) << change << status << QByteArray(cause);
-        };
+        // The cause is where the error document has it.
+        const auto row = rows<int, QByteArray, Change>("status", "cause", "change");
         const char* const syntax = "registrationError/attributeSyntaxError";
         row("no proof", 400, "registrationError/captchaError",
             [](Registration& r) { r.proof.clear(); });
@@ -292,7 +286,6 @@ private Q_SLOTS:
             r.mobile.clear();
         });
     }
-
     void refusesRegistrations()
     {
         const auto [change, status, cause] =
@@ -314,19 +307,17 @@ private Q_SLOTS:
 
     void asksForConsentByAge_data()
     {
-        columns<QByteArray, QByteArray, QString>("birthday", "country", "expected");
+        const auto row = rows<QByteArray, QByteArray, QString>("birthday", "country", "expected");
         const QString simple = "SIMPLECONSENT"_s;
         const QString young = "too young"_s;
-        QTest::newRow("16 today") << birthdayYearsAgo(16) << "FI"_ba << QString();
-        QTest::newRow("16 tomorrow") << birthdayYearsAgo(16, 1) << "FI"_ba << simple;
-        QTest::newRow("13 today") << birthdayYearsAgo(13) << "FI"_ba << simple;
-        QTest::newRow("13 tomorrow") << birthdayYearsAgo(13, 1) << "FI"_ba << young;
-        QTest::newRow("born today") << birthdayYearsAgo(0) << "FI"_ba << young;
-        QTest::newRow("14 where it is not allowed") << birthdayYearsAgo(14) << "US"_ba
-                                                    << "DISALLOWED"_s;
-        QTest::newRow("12 where it is not allowed") << birthdayYearsAgo(12) << "US"_ba << young;
+        row("16 today", birthdayYearsAgo(16), "FI", {});
+        row("16 tomorrow", birthdayYearsAgo(16, 1), "FI", simple);
+        row("13 today", birthdayYearsAgo(13), "FI", simple);
+        row("13 tomorrow", birthdayYearsAgo(13, 1), "FI", young);
+        row("born today", birthdayYearsAgo(0), "FI", young);
+        row("14 where it is not allowed", birthdayYearsAgo(14), "US", "DISALLOWED");
+        row("12 where it is not allowed", birthdayYearsAgo(12), "US", young);
     }
-
     void asksForConsentByAge()
     {
         const auto [birthday, country, expected] =

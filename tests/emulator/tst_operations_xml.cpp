@@ -35,13 +35,10 @@ private Q_SLOTS:
 
     void readsNothingButPlainElements_data()
     {
-        columns<QByteArray, QByteArray>("document", "problem");
+        const auto row = rows<QByteArray, QByteArray>("document", "problem");
         const QByteArray start =
             "<captchaCreationRequest xmlns=\"" + schemaNamespace + "\"><width>1</width>";
         const QByteArray end = "<height>1</height></captchaCreationRequest>";
-        const auto row = [](const char* name, const QByteArray& document, const char* problem) {
-            QTest::newRow(name) << document << QByteArray(problem);
-        };
         const auto inside = [&](const char* name, const QByteArray& content, const char* problem) {
             row(name, declaration + start + content + end, problem);
         };
@@ -79,7 +76,6 @@ private Q_SLOTS:
             "the document is not well-formed XML");
         row("declaration alone", declaration, "the root element does not follow");
     }
-
     void readsNothingButPlainElements()
     {
         const auto [document, problem] = fetch<QByteArray, QByteArray>("document", "problem");

@@ -99,7 +99,7 @@ bool EmulatedDevice::changeStored(int identity, const QString& name, const QVari
                             .arg(name));
 }
 
-QList<pid_t> EmulatedDevice::pluginProcesses()
+QList<pid_t> EmulatedDevice::processesNamed(const char* beginning)
 {
     const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
     QList<pid_t> found;
@@ -108,8 +108,7 @@ QList<pid_t> EmulatedDevice::pluginProcesses()
         QFile commandName("/proc/%1/comm"_s.arg(process));
         QFile environment("/proc/%1/environ"_s.arg(process));
         if (process.toInt() > 1 && commandName.open(QIODevice::ReadOnly) &&
-            commandName.readAll().startsWith("signonplugin") &&
-            environment.open(QIODevice::ReadOnly) &&
+            commandName.readAll().startsWith(beginning) && environment.open(QIODevice::ReadOnly) &&
             environment.readAll().split('\0').contains(marker))
             found.append(process.toInt());
     }

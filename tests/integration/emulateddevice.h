@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QTest>
 #include <QVariantMap>
 
 #include <sys/types.h>
@@ -14,6 +15,12 @@
 class EmulatedDevice : public QObject
 {
     Q_OBJECT
+
+protected Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
+    }
 
 protected:
     /// Whether this program runs where it must.
@@ -32,8 +39,10 @@ protected:
     static QVariantMap storedFor(int identity);
     /// Has the daemon keep this instead of what stands under that name.
     static bool changeStored(int identity, const QString& name, const QVariant& value);
+    /// Processes of this session whose names, with the end of line behind them, begin with that.
+    static QList<pid_t> processesNamed(const char* beginning);
     /// What the daemon runs plugins in: one for each identity of which a session is open.
-    static QList<pid_t> pluginProcesses();
+    static QList<pid_t> pluginProcesses() { return processesNamed("signonplugin"); }
     /// Kills them. False when there was none.
     static bool killPluginProcesses();
 };

@@ -161,6 +161,15 @@ PluginFixture::Outcome PluginFixture::process(const char* mechanism, const QVari
     return wait();
 }
 
+QString PluginFixture::told(const char* mechanism, const QVariantMap& data)
+{
+    QString text = QString::number(process(mechanism, data).error) + QLatin1Char(':');
+    const QList<int> numbers = operations();
+    for (const int number : numbers)
+        text += QLatin1Char(' ') + QString::number(number);
+    return text;
+}
+
 QVariantMap PluginFixture::stored() const
 {
     return storedFor(int(mIdentityId));

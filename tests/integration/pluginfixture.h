@@ -51,6 +51,8 @@ protected:
     void send(const char* mechanism, const QVariantMap& data = {});
     Outcome wait(int timeoutMs = 20000);
     Outcome process(const char* mechanism, const QVariantMap& data = {});
+    /// The same as a text, with the numbers of what the service has been asked: "0: 1 22".
+    QString told(const char* mechanism, const QVariantMap& data = {});
     SignOn::AuthSession* session() { return mSession.data(); }
 
     /// What the daemon keeps for this identity, by name.

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/pluginobject.h"
 
-#include "support/literals.h"
+#include "integration/emulatedservice.h"
 #include "support/sessionsandbox.h"
+
+using namespace KelTest;
 
 QVariantMap PluginObject::request(const QVariantMap& more)
 {
@@ -41,5 +43,27 @@ void PluginObject::process(const char* mechanism, const QVariantMap& data)
 
 bool PluginObject::waitForEnd()
 {
-    return KelTest::waitUntil([this] { return !mEvents.isEmpty() && mEvents.last() != "store"_s; });
+    return waitUntil([this] { return !mEvents.isEmpty() && mEvents.last() != "store"_s; });
+}
+
+QStringList PluginObject::said(const char* mechanism, const QVariantMap& data)
+{
+    mEvents.clear();
+    process(mechanism, data);
+    waitForEnd();
+    return mEvents;
+}
+
+bool PluginObject::hangs(const char* mechanism, const QVariantMap& data)
+{
+    if (!EmulatedService::orderFaults("hang"))
+        return false;
+    process(mechanism, data);
+    return waitUntil([] { return EmulatedService::faultsLeft().isEmpty(); });
+}
+
+bool PluginObject::saysNothingMore(int milliseconds)
+{
+    const int before = mEvents.size();
+    return !waitUntil([&] { return mEvents.size() > before; }, milliseconds);
 }

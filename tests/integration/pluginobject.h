@@ -2,6 +2,7 @@
 #pragma once
 
 #include "plugin/zorauthplugin.h"
+#include "support/literals.h"
 
 #include <QObject>
 #include <QStringList>
@@ -21,12 +22,22 @@ protected:
 
     /// A new plugin, and nothing said or stored yet.
     void makePlugin();
-    void process(const char* mechanism, const QVariantMap& data);
+    void process(const char* mechanism, const QVariantMap& data = request());
     /// Until it has answered, and whatever it stored before.
     bool waitForEnd();
+    /// What it says to that: in their order "result", "store" or an error's type.
+    QStringList said(const char* mechanism, const QVariantMap& data = request());
+    /// Sends that to the emulated service, which hangs then.
+    bool hangs(const char* mechanism, const QVariantMap& data = request());
+    /// Whether nothing comes in that time.
+    bool saysNothingMore(int milliseconds);
+
+    const QStringList answered{"result"_s};
+    const QStringList stored{"store"_s, "result"_s};
+    static QStringList failed(int error) { return {QString::number(error)}; }
 
     std::unique_ptr<ZorAuth::ZorAuthPlugin> mPlugin;
-    QStringList mEvents; // in their order: "result", "store" or an error's type
+    QStringList mEvents;
     QVariantMap mAnswer;
     QVariantMap mStored;
 };

@@ -20,16 +20,10 @@ QString joined(const QStringList& lines)
 
 } // namespace
 
-void SetUpFixture::bothSetUps()
+void SetUpFixture::initTestCase()
 {
-    QTest::addColumn<SetUp>("setUp");
-    QTest::newRow("sign-in") << SignIn;
-    QTest::newRow("registration") << Registration;
-}
-
-bool SetUpFixture::isReady()
-{
-    return isInside() && mNoServiceTag.isReady();
+    QVERIFY2(isInside() && mNoServiceTag.isReady(),
+             "run this with kelaccount-emulator run -- PROGRAM");
 }
 
 void SetUpFixture::prepare(SetUp setUp)

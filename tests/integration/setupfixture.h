@@ -3,6 +3,7 @@
 
 #include "device/testtagserver.h"
 #include "integration/storyfixture.h"
+#include "support/rows.h"
 
 /// A set-up of the device account that is made to fail, and the one after it.
 class SetUpFixture : public StoryFixture
@@ -13,14 +14,33 @@ public:
     enum SetUp { SignIn, Registration };
     Q_ENUM(SetUp)
 
+protected Q_SLOTS:
+    void initTestCase();
+    void cleanup() { tidyUp(); }
+    void cleanupTestCase() { QVERIFY(KelTest::EmulatedService::waitForNetworkThreads()); }
+
 protected:
     static constexpr const char* password = "pässword 1";
 
     /// A row for each.
-    static void bothSetUps();
+    static void bothSetUps()
+    {
+        const auto row = rows<SetUp>("setUp");
+        row("sign-in", SignIn);
+        row("registration", Registration);
+    }
+    /// And for each with each row of a table.
+    template <class Table>
+    static void bothSetUpsWith(const Table& table)
+    {
+        const auto add = rows<SetUp, int>("setUp", "row");
+        int number = 0;
+        for (const auto& row : table) {
+            add("sign-in, " + QByteArray(row.name), SignIn, number);
+            add("registration, " + QByteArray(row.name), Registration, number++);
+        }
+    }
 
-    /// Whether this program runs where it must. What it does not find is a service tag.
-    bool isReady();
     /// A facade, and a user whom only this row knows: at the service when signing in, with a
     /// captcha that is solved when registering.
     void prepare(SetUp setUp);

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/standinservice.h"
 
+#include "integration/servicetable.h"
 #include "operations/answers.h"
-#include "rest/request/serviceaddress.h"
 #include "support/literals.h"
 
 using KelAccount::KelAccounts;
 
 namespace {
-
-QString standInBase;
 
 QByteArray recorded(const char* name)
 {
@@ -115,18 +113,6 @@ Reaction disturbed(KelTest::Disturbance disturbance, Reaction reaction)
 
 } // namespace
 
-namespace KelRestHandler {
-
-const char RestSchemaNamespace[] = "https://account.example/schemas/rest/v1_0";
-const char OAuthRealm[] = "OAuth realm=\"https://account.example\"";
-
-QString serverBaseAddress(int /*serverIndex*/)
-{
-    return standInBase;
-}
-
-} // namespace KelRestHandler
-
 namespace KelTest {
 
 const QVector<ServedOperation>& servedOperations()
@@ -137,18 +123,16 @@ const QVector<ServedOperation>& servedOperations()
 
 StandInService::StandInService()
 {
-    standInBase = mServer.base();
+    ServiceTable::leaveProxies();
+    ServiceTable::set(mServer.base());
     mServer.answerBy([this](const WireRequest& request) { return answer(request); });
 }
 
 Reaction StandInService::answer(const WireRequest& request)
 {
     constexpr int notFound = 404;
-    constexpr int unprocessable = 422;
     if (replyBy)
         return replyBy(request);
-    if (request.target == "/rest/1.0/availability/taken")
-        return Reaction::reply(unprocessable, recorded("usernameavailability/suggestions"));
     for (const ServedOperation& operation : servedOperations()) {
         if (request.target != "/rest/1.0/" + operation.target)
             continue;

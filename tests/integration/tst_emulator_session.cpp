@@ -127,13 +127,10 @@ private Q_SLOTS:
 
     void whatIsMissingIsNamedAndTheCommandRunsAllTheSame_data()
     {
-        columns<QString, QByteArray>("variable", "package");
-        QTest::newRow("bus") << "PATH"_s
-                             << "package dbus"_ba;
-        QTest::newRow("daemon") << "XDG_DATA_DIRS"_s
-                                << "package signond"_ba;
+        const auto row = rows<QString, QByteArray>("variable", "package");
+        row("bus", "PATH", "package dbus");
+        row("daemon", "XDG_DATA_DIRS", "package signond");
     }
-
     void whatIsMissingIsNamedAndTheCommandRunsAllTheSame()
     {
         const auto [variable, package] = fetch<QString, QByteArray>("variable", "package");
@@ -208,12 +205,11 @@ private Q_SLOTS:
 
     void standardStreamsMayBeMissing_data()
     {
-        QTest::addColumn<QString>("redirections");
-        QTest::newRow("input") << "<&-"_s;
-        QTest::newRow("errors") << "2>&-"_s;
-        QTest::newRow("input and errors") << "<&- 2>&-"_s;
+        const auto row = rows<QString>("redirections");
+        row("input", "<&-");
+        row("errors", "2>&-");
+        row("input and errors", "<&- 2>&-");
     }
-
     void standardStreamsMayBeMissing()
     {
         QFETCH(QString, redirections);

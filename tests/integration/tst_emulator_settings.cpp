@@ -3,6 +3,7 @@
 #include "configure/kelconfigure.h"
 #include "emulator/emulatorprocess.h"
 #include "support/literals.h"
+#include "support/rows.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 
@@ -118,12 +119,11 @@ private Q_SLOTS:
 
     void removingWhatIsNotThereIsAnError_data()
     {
-        QTest::addColumn<QString>("account");
-        QTest::newRow("never there") << "4711"_s;
-        QTest::newRow("no number") << "kim"_s;
-        QTest::newRow("nothing") << QString();
+        const auto row = rows<QString>("account");
+        row("never there", "4711");
+        row("no number", "kim");
+        row("nothing", {});
     }
-
     void removingWhatIsNotThereIsAnError()
     {
         QFETCH(QString, account);
@@ -136,13 +136,12 @@ private Q_SLOTS:
 
     void misuseIsExplained_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("nothing") << QStringList();
-        QTest::newRow("unknown") << QStringList{"list"_s};
-        QTest::newRow("remove what?") << QStringList{"remove"_s};
-        QTest::newRow("too many") << QStringList{"show"_s, "1"_s};
+        const auto row = rows<QStringList>("arguments");
+        row("nothing", {});
+        row("unknown", QStringList{"list"_s});
+        row("remove what?", QStringList{"remove"_s});
+        row("too many", QStringList{"show"_s, "1"_s});
     }
-
     void misuseIsExplained()
     {
         QFETCH(QStringList, arguments);

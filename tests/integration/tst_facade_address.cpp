@@ -8,7 +8,6 @@
 #include "support/messagelog.h"
 #include "support/rows.h"
 
-#include <QNetworkProxy>
 #include <QSet>
 #include <QTest>
 
@@ -115,9 +114,6 @@ class TestFacadeAddress : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        qunsetenv("http_proxy");
-        qunsetenv("https_proxy");
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
         FakeModem::reset();
         TagServerAddress::setProgram("/nonexistent/tag-server");
     }
@@ -139,14 +135,13 @@ private Q_SLOTS:
 
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument_data()
     {
-        columns<int, bool>("index", "initialized");
+        rows<int, bool>("index", "initialized");
         for (int i = 0; i < arguments().size(); ++i) {
             const Argument& argument = arguments().at(i);
             QTest::addRow("%s, %s", argument.operation, argument.name) << i << true;
             QTest::addRow("%s, %s, before", argument.operation, argument.name) << i << false;
         }
     }
-
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument()
     {
         const auto [index, initialized] = fetch<int, bool>("index", "initialized");

@@ -7,9 +7,9 @@
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QMap>
-#include <QNetworkProxy>
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -219,9 +219,6 @@ class TestFacadeSequences : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        qunsetenv("http_proxy");
-        qunsetenv("https_proxy");
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
         NetworkReplyContainer::setGuardMilliseconds(guardMilliseconds);
         FakeModem::reset();
         FakeModem::setSims({{false, {}, "244"_s, "91"_s}});
@@ -230,14 +227,13 @@ private Q_SLOTS:
 
     void everyCallIsAnsweredOnceWhereItsFacadeLives_data()
     {
-        QTest::addColumn<quint32>("seed");
+        rows<quint32>("seed");
         bool given = false;
         const int fromOutside = qEnvironmentVariableIntValue("KELACCOUNT_TEST_SEED", &given);
         const quint32 first = given ? quint32(fromOutside) : 1;
         for (quint32 seed = first; seed < first + sequenceCount; ++seed)
             QTest::addRow("seed %u", seed) << seed;
     }
-
     void everyCallIsAnsweredOnceWhereItsFacadeLives()
     {
         QFETCH(quint32, seed);

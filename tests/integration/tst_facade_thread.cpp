@@ -60,11 +60,6 @@ class TestFacadeThread : public StoryFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
     void init()
     {
         mThreads.clear();

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The whole library between an application's calls and the bytes on the wire.
+// The whole library between an application's calls and the bytes on the wire; also in an
+// application that deletes its facade in a slot, or shows a message box there: an event loop inside
+// the library's signal, which may last longer than the guard.
 #include "account/facaderecorder.h"
 #include "device/testtagserver.h"
 #include "integration/standinservice.h"
@@ -9,9 +11,10 @@
 #include "support/messagelog.h"
 #include "support/rows.h"
 
+#include <QEventLoop>
 #include <QLoggingCategory>
-#include <QNetworkProxy>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 
@@ -21,20 +24,15 @@ using KelRestHandler::NetworkReplyContainer;
 
 namespace {
 
-const auto secret = "planted-consumer-secret"_s;
+// No answer that comes takes so long; one that does not come is waited for briefly.
+constexpr int longGuard = 2000;
+constexpr int shortGuard = 30;
 
 std::unique_ptr<KelAccounts> initialized()
 {
     auto accounts = std::make_unique<KelAccounts>();
-    accounts->initialize("the key"_s, secret, 2, "service"_s, {});
+    accounts->initialize("the key"_s, "planted-consumer-secret"_s, 2, "service"_s, {});
     return accounts;
-}
-
-void addRowForEachOperation()
-{
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < servedOperations().size(); ++i)
-        QTest::newRow(servedOperations()[i].name) << i;
 }
 
 QStringList sorted(QStringList list)
@@ -68,6 +66,30 @@ QList<int> statusesOf(const QStringList& lines)
     return statuses;
 }
 
+QStringList linesOfAll()
+{
+    QStringList lines;
+    for (const ServedOperation& one : servedOperations())
+        lines += one.lines;
+    return lines;
+}
+
+const struct
+{
+    const char* name;
+    Disturbance disturbance;
+    int status;
+} disturbances[] = {
+    {"delayed", Disturbance::Delay, 0},
+    {"never answered", Disturbance::Hang, 404},
+    {"closed", Disturbance::Close, 402},
+    {"closed in the headers", Disturbance::CloseInHeaders, 402},
+    {"closed in the body", Disturbance::CloseInBody, 402},
+    // Without a document the status of the network decides.
+    {"no XML", Disturbance::NotXml, 0},
+    {"HTTP 500", Disturbance::Status500, 1004},
+};
+
 } // namespace
 
 class TestFacadeWire : public QObject
@@ -77,253 +99,183 @@ class TestFacadeWire : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        qunsetenv("http_proxy");
-        qunsetenv("https_proxy");
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        FakeModem::reset();
+        QVERIFY(mTags.isReady());
     }
 
     void init()
     {
-        NetworkReplyContainer::setGuardMilliseconds(60000);
-        FakeModem::reset();
+        NetworkReplyContainer::setGuardMilliseconds(longGuard);
         mService = std::make_unique<StandInService>();
-        mTags.reset(); // it has one name
-        mTags = std::make_unique<ThreadTagServer>("\x01planted-service-tag"_ba);
-        QVERIFY(mTags->isReady());
+        mAccounts = initialized();
+        mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
+        mInTheLoop.clear();
+        mHasBegun = false;
+        mIsOver = false;
     }
 
-    void cleanup() { QCOMPARE(mService->problems(), QStringList()); }
+    void cleanup()
+    {
+        mRecorder.reset();
+        mAccounts.reset();
+        QCOMPARE(mService->problems(), QStringList());
+        mService.reset();
+    }
 
-    void anOperationIsAnsweredWithWhatTheServiceSays_data() { addRowForEachOperation(); }
+    void anOperationIsAnsweredWithWhatTheServiceSays_data() { addRows(servedOperations()); }
     void anOperationIsAnsweredWithWhatTheServiceSays()
     {
-        QFETCH(int, index);
-        const ServedOperation& operation = servedOperations()[index];
-        const auto accounts = initialized();
-        const FacadeRecorder recorder(accounts.get());
-        operation.call(*accounts);
-        QCOMPARE(recorder.lines(), QStringList());
-        QVERIFY(recorder.waitFor(operation.lines.size()));
+        call();
+        QCOMPARE(mRecorder->lines(), QStringList());
+        QVERIFY(mRecorder->waitFor(operation().lines.size()));
         QTest::qWait(5);
-        QCOMPARE(recorder.lines(), operation.lines);
+        QCOMPARE(mRecorder->lines(), operation().lines);
         QCOMPARE(mService->requests().size(), 1);
-    }
-
-    void aTakenNameComesWithItsSuggestions()
-    {
-        const auto accounts = initialized();
-        const FacadeRecorder recorder(accounts.get());
-        accounts->isUserIdAvailable("taken"_s);
-        QVERIFY(recorder.waitFor(1));
-        QCOMPARE(recorder.lines(),
-                 QStringList("isUserIdAvailableResponse(0, false, [somebody1980, a.somebody])"_s));
     }
 
     void theAnswerToASecurityAnswerIsWordedInEnglish()
     {
-        const auto accounts = initialized();
-        const FacadeRecorder recorder(accounts.get());
-        accounts->resetPasswordUsingSecurityQuestion("bob"_s, "t"_s, "p"_s, "a"_s);
-        accounts->retrievePasswordResetSecQuestion("bob"_s, "de"_s);
-        QVERIFY(recorder.waitFor(2));
+        mAccounts->resetPasswordUsingSecurityQuestion("bob"_s, "t"_s, "p"_s, "a"_s);
+        mAccounts->retrievePasswordResetSecQuestion("bob"_s, "de"_s);
+        QVERIFY(mRecorder->waitFor(2));
         for (const WireRequest& request : mService->requests()) {
             const bool reset = request.target.endsWith("/change");
             QCOMPARE(request.header("Accept-Language"), QByteArray(reset ? "en" : "de"));
         }
     }
 
-    void theServersIndexDoesNotDecideWhoAnswers()
-    {
-        // The address is asked for once, from the table; nothing else in the library knows hosts.
-        KelAccounts accounts;
-        const FacadeRecorder recorder(&accounts);
-        accounts.initialize("k"_s, secret, 5, QString(), {});
-        accounts.queryMarketingVariant();
-        QVERIFY(recorder.waitFor(2));
-        QCOMPARE(recorder.lines().last(), "marketingVariantResponse(0, 2)"_s);
-    }
-
     void allOperationsAtOnceAreAnsweredOnceEach()
     {
-        const auto first = initialized();
         const auto second = initialized();
-        const FacadeRecorder firstRecorder(first.get());
         const FacadeRecorder secondRecorder(second.get());
-        QStringList expected;
         constexpr int rounds = 3;
+        QStringList expected;
         for (int round = 0; round < rounds; ++round) {
-            for (const ServedOperation& operation : servedOperations()) {
-                operation.call(*first);
-                operation.call(*second);
-                expected += operation.lines;
-            }
+            callAll(*mAccounts);
+            callAll(*second);
+            expected += linesOfAll();
         }
-        QVERIFY(firstRecorder.waitFor(expected.size()));
+        QVERIFY(mRecorder->waitFor(expected.size()));
         QVERIFY(secondRecorder.waitFor(expected.size()));
         QTest::qWait(20);
-        QCOMPARE(sorted(firstRecorder.lines()), sorted(expected));
+        QCOMPARE(sorted(mRecorder->lines()), sorted(expected));
         QCOMPARE(sorted(secondRecorder.lines()), sorted(expected));
     }
 
     void aDisturbedRequestIsAnsweredOnceAndTheNextIsWell_data()
     {
-        columns<int, int, int>("index", "disturbance", "status");
-        const QList<std::tuple<const char*, Disturbance, int>> rows = {
-            {"delayed", Disturbance::Delay, 0},
-            {"never answered", Disturbance::Hang, 404},
-            {"closed", Disturbance::Close, 402},
-            {"closed in the headers", Disturbance::CloseInHeaders, 402},
-            {"closed in the body", Disturbance::CloseInBody, 402},
-            // Without a document the status of the network decides.
-            {"no XML", Disturbance::NotXml, 0},
-            {"HTTP 500", Disturbance::Status500, 1004},
-        };
+        const auto add = rows<int, int>("row", "disturbed");
         for (int i = 0; i < servedOperations().size(); ++i) {
-            for (const auto& row : rows)
-                QTest::addRow("%s, %s", servedOperations()[i].name, std::get<0>(row))
-                    << i << int(std::get<1>(row)) << std::get<2>(row);
+            for (int j = 0; j < int(std::size(disturbances)); ++j)
+                add(servedOperations()[i].name + ", "_ba + disturbances[j].name, i, j);
         }
     }
-
     void aDisturbedRequestIsAnsweredOnceAndTheNextIsWell()
     {
-        QFETCH(int, index);
-        QFETCH(int, disturbance);
-        QFETCH(int, status);
-        const ServedOperation& operation = servedOperations()[index];
+        QFETCH(int, disturbed);
+        const int status = disturbances[disturbed].status;
+        const QStringList& lines = operation().lines;
         NetworkReplyContainer::setGuardMilliseconds(150);
-        mService->disturb = [=](const WireRequest&) {
-            return static_cast<Disturbance>(disturbance);
-        };
-        const auto accounts = initialized();
-        FacadeRecorder recorder(accounts.get());
-        operation.call(*accounts);
-        QVERIFY(recorder.waitFor(operation.lines.size()));
+        disturb(disturbances[disturbed].disturbance);
+        call();
+        QVERIFY(mRecorder->waitFor(lines.size()));
         QTest::qWait(5);
-        QCOMPARE(signalsOf(recorder.lines()), signalsOf(operation.lines));
+        QCOMPARE(signalsOf(mRecorder->lines()), signalsOf(lines));
         // A captcha's failure shows in its picture alone.
-        const bool captcha = operation.lines.size() == 2;
-        for (int seen : statusesOf(recorder.lines()))
+        const bool captcha = lines.size() == 2;
+        for (int seen : statusesOf(mRecorder->lines()))
             QCOMPARE(seen, captcha ? 0 : status);
         if (captcha && status != 0)
-            QCOMPARE(recorder.lines().first(), "captchaImageResponse(0, no picture)"_s);
+            QCOMPARE(mRecorder->lines().first(), "captchaImageResponse(0, no picture)"_s);
 
-        mService->disturb = nullptr;
-        recorder.clear();
-        NetworkReplyContainer::setGuardMilliseconds(60000);
-        operation.call(*accounts);
-        QVERIFY(recorder.waitFor(operation.lines.size()));
-        QCOMPARE(recorder.lines(), operation.lines);
+        disturb(Disturbance::None);
+        mRecorder->clear();
+        NetworkReplyContainer::setGuardMilliseconds(longGuard);
+        call();
+        QVERIFY(mRecorder->waitFor(lines.size()));
+        QCOMPARE(mRecorder->lines(), lines);
     }
 
     void aFacadeDeletedWithCallsUnderWayIsSilent_data()
     {
-        QTest::addColumn<int>("waitMs");
-        QTest::newRow("at once") << 0;
-        QTest::newRow("requests on their way") << 3;
-        QTest::newRow("answers on their way") << 10;
+        const auto row = rows<int>("waitMs");
+        row("at once", 0);
+        row("requests on their way", 3);
+        row("answers on their way", 10);
     }
-
     void aFacadeDeletedWithCallsUnderWayIsSilent()
     {
         QFETCH(int, waitMs);
-        mService->disturb = [](const WireRequest&) { return Disturbance::Delay; };
-        auto accounts = initialized();
-        const FacadeRecorder recorder(accounts.get());
-        for (const ServedOperation& operation : servedOperations())
-            operation.call(*accounts);
+        disturb(Disturbance::Delay);
+        callAll(*mAccounts);
         QTest::qWait(waitMs);
-        accounts.reset();
-        const QStringList before = recorder.lines();
+        mAccounts.reset();
+        const QStringList before = mRecorder->lines();
         QTest::qWait(60);
-        QCOMPARE(recorder.lines(), before);
+        QCOMPARE(mRecorder->lines(), before);
         QVERIFY(before.size() < servedOperations().size());
     }
 
-    void aFacadeDeletedFromItsSignalIsSilentAfterwards_data() { addRowForEachOperation(); }
+    void aFacadeDeletedFromItsSignalIsSilentAfterwards_data() { addRows(servedOperations()); }
     void aFacadeDeletedFromItsSignalIsSilentAfterwards()
     {
-        QFETCH(int, index);
-        const ServedOperation& operation = servedOperations()[index];
-        auto accounts = initialized();
-        FacadeRecorder recorder(accounts.get());
-        recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        operation.call(*accounts);
-        operation.call(*accounts);
-        QVERIFY(recorder.waitFor(1));
+        mRecorder->afterwards = [&](const QString&) { mAccounts.reset(); };
+        call();
+        call();
+        QVERIFY(mRecorder->waitFor(1));
         QTest::qWait(30);
-        QCOMPARE(recorder.lines(), operation.lines.mid(0, 1));
+        QCOMPARE(mRecorder->lines(), operation().lines.mid(0, 1));
     }
 
     void aFacadeDeletedFromTheSecondCaptchaSignalIsSilentAfterwards()
     {
-        auto accounts = initialized();
-        FacadeRecorder recorder(accounts.get());
-        recorder.afterwards = [&](const QString& signal) {
+        mRecorder->afterwards = [&](const QString& signal) {
             if (signal == "retrieveCaptchaImageResponse"_s)
-                accounts.reset();
+                mAccounts.reset();
         };
-        accounts->retrieveCaptchaImage(120, 40);
-        accounts->retrieveCaptchaImage(120, 40);
-        QVERIFY(recorder.waitFor(2));
+        mAccounts->retrieveCaptchaImage(120, 40);
+        mAccounts->retrieveCaptchaImage(120, 40);
+        QVERIFY(mRecorder->waitFor(2));
         QTest::qWait(30);
-        QCOMPARE(recorder.lines().size(), 2);
+        QCOMPARE(mRecorder->lines().size(), 2);
     }
 
     void aFacadeDeletedFromATimeOutIsSilentAfterwards()
     {
         NetworkReplyContainer::setGuardMilliseconds(40);
-        mService->disturb = [](const WireRequest&) { return Disturbance::Hang; };
-        auto accounts = initialized();
-        FacadeRecorder recorder(accounts.get());
-        recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        accounts->queryMarketingVariant();
-        accounts->detectPreAccount();
-        accounts->isUserIdAvailable("bob"_s);
-        QVERIFY(recorder.waitFor(1));
+        disturb(Disturbance::Hang);
+        mRecorder->afterwards = [&](const QString&) { mAccounts.reset(); };
+        mAccounts->queryMarketingVariant();
+        mAccounts->detectPreAccount();
+        mAccounts->isUserIdAvailable("bob"_s);
+        QVERIFY(mRecorder->waitFor(1));
         QTest::qWait(80);
-        QCOMPARE(statusesOf(recorder.lines()), QList<int>({404}));
+        QCOMPARE(statusesOf(mRecorder->lines()), QList<int>({404}));
     }
 
     void oneFacadeMayEndWhileTheOtherGoesOn()
     {
-        mService->disturb = [](const WireRequest&) { return Disturbance::Delay; };
-        auto first = initialized();
+        disturb(Disturbance::Delay);
         const auto second = initialized();
-        const FacadeRecorder firstRecorder(first.get());
         FacadeRecorder secondRecorder(second.get());
-        secondRecorder.afterwards = [&](const QString&) { first.reset(); };
+        secondRecorder.afterwards = [&](const QString&) { mAccounts.reset(); };
         second->queryMarketingVariant();
         QTest::qWait(5);
-        for (const ServedOperation& operation : servedOperations())
-            operation.call(*first);
+        callAll(*mAccounts);
         QVERIFY(secondRecorder.waitFor(1));
         second->detectPreAccount();
         QVERIFY(secondRecorder.waitFor(2));
         QCOMPARE(signalsOf(secondRecorder.lines()),
                  QStringList({"marketingVariantResponse"_s, "detectPreAccountResponse"_s}));
-        QVERIFY(!first);
+        QVERIFY(!mAccounts);
     }
 
-    void nothingPlantedIsInTheLog_data()
-    {
-        QTest::addColumn<int>("disturbance");
-        QTest::newRow("well") << int(Disturbance::None);
-        QTest::newRow("no XML") << int(Disturbance::NotXml);
-        QTest::newRow("closed in the body") << int(Disturbance::CloseInBody);
-        QTest::newRow("never answered") << int(Disturbance::Hang);
-        QTest::newRow("HTTP 500") << int(Disturbance::Status500);
-    }
-
+    void nothingPlantedIsInTheLog_data() { addRows(disturbances); }
     void nothingPlantedIsInTheLog()
     {
-        QFETCH(int, disturbance);
         NetworkReplyContainer::setGuardMilliseconds(150);
-        mService->disturb = [=](const WireRequest&) {
-            return static_cast<Disturbance>(disturbance);
-        };
+        disturb(currentRow(disturbances).disturbance);
         QLoggingCategory::setFilterRules("*=true"_s);
-        int expected = 0;
         QStringList logged;
         {
             const MessageLog log;
@@ -331,11 +283,8 @@ private Q_SLOTS:
             qCDebug(QLoggingCategory("kelaccount.rest"), "first line");
             const auto accounts = initialized();
             const FacadeRecorder recorder(accounts.get());
-            for (const ServedOperation& operation : servedOperations()) {
-                operation.call(*accounts);
-                expected += operation.lines.size();
-            }
-            QVERIFY(recorder.waitFor(expected));
+            callAll(*accounts);
+            QVERIFY(recorder.waitFor(linesOfAll().size()));
             logged = log.all();
         }
         QLoggingCategory::setFilterRules(QString());
@@ -344,9 +293,106 @@ private Q_SLOTS:
         QVERIFY2(found.isEmpty(), qPrintable(found.join(QLatin1Char('\n'))));
     }
 
+    void everySlotMayRunALoop()
+    {
+        int over = 0;
+        mRecorder->afterwards = [&over](const QString&) {
+            QEventLoop messageBox;
+            QTimer::singleShot(longGuard + shortGuard, &messageBox, &QEventLoop::quit);
+            messageBox.exec();
+            ++over;
+        };
+        callAll(*mAccounts);
+        QTRY_COMPARE_WITH_TIMEOUT(over, linesOfAll().size(), 20 * longGuard);
+        QCOMPARE(sorted(mRecorder->lines()), sorted(linesOfAll()));
+    }
+
+    void aCallFromOrBeforeTheLoopIsAnsweredInIt_data() { addRows(servedOperations()); }
+    void aCallFromOrBeforeTheLoopIsAnsweredInIt()
+    {
+        const QStringList& lines = operation().lines;
+        for (const bool isFrom : {true, false}) {
+            init();
+            inTheFirstSlot(1 + lines.size(), [=] {
+                if (isFrom)
+                    call();
+            });
+            call();
+            if (!isFrom)
+                call();
+            QTRY_VERIFY(mIsOver);
+            QCOMPARE(sorted(mInTheLoop), sorted(lines.mid(0, 1) + lines));
+            QTRY_COMPARE(sorted(mRecorder->lines()), sorted(lines + lines));
+        }
+    }
+
+    void aGuardThatExpiresInTheLoopAnswersOnce_data() { addRows(servedOperations()); }
+    void aGuardThatExpiresInTheLoopAnswersOnce()
+    {
+        const QStringList& lines = operation().lines;
+        inTheFirstSlot(1 + lines.size(), [&] {
+            disturb(Disturbance::Hang);
+            NetworkReplyContainer::setGuardMilliseconds(shortGuard);
+            call();
+        });
+        call();
+        QTRY_VERIFY(mIsOver);
+        QCOMPARE(mInTheLoop.size(), 1 + lines.size());
+        // No answer in time; a captcha says so by the picture.
+        QVERIFY2(mInTheLoop.at(1).contains("(404"_s) || mInTheLoop.at(1).contains("no picture"_s),
+                 qPrintable(mInTheLoop.at(1)));
+        QTRY_COMPARE(mRecorder->lines().size(), 2 * lines.size());
+    }
+
+    void theFacadeMayGoInTheLoop_data() { addRows(servedOperations()); }
+    void theFacadeMayGoInTheLoop()
+    {
+        inTheFirstSlot(1, [this] { mAccounts.reset(); });
+        call();
+        call();
+        QTRY_VERIFY(mIsOver);
+        QVERIFY(!mAccounts);
+        const QStringList said = mRecorder->lines();
+        QTest::qWait(2 * shortGuard);
+        QCOMPARE(mRecorder->lines(), said);
+    }
+
 private:
+    static const ServedOperation& operation() { return currentRow(servedOperations()); }
+    void call() { operation().call(*mAccounts); }
+    static void callAll(KelAccounts& accounts)
+    {
+        for (const ServedOperation& one : servedOperations())
+            one.call(accounts);
+    }
+    void disturb(Disturbance disturbance)
+    {
+        mService->disturb = [=](const WireRequest&) { return disturbance; };
+    }
+
+    /// In the slot of the first answer: a loop that begins with an action and ends when there are
+    /// so many answers and, after that, time for one too many.
+    void inTheFirstSlot(int answers, const std::function<void()>& action)
+    {
+        mRecorder->afterwards = [this, answers, action](const QString&) {
+            if (mHasBegun)
+                return;
+            mHasBegun = true;
+            QTimer::singleShot(0, this, action);
+            const bool came = QTest::qWaitFor([&] { return mRecorder->lines().size() >= answers; });
+            QTest::qWait(2 * shortGuard);
+            mInTheLoop = mRecorder->lines();
+            mIsOver = came;
+        };
+    }
+
+    ThreadTagServer mTags{"\x01planted-service-tag"_ba};
     std::unique_ptr<StandInService> mService;
-    std::unique_ptr<ThreadTagServer> mTags;
+    std::unique_ptr<KelAccounts> mAccounts;
+    std::unique_ptr<FacadeRecorder> mRecorder;
+    QStringList mInTheLoop; ///< what the facade said by the end of it
+    bool mHasBegun = false;
+    bool mIsOver = false;
 };
 
 QTEST_MAIN(TestFacadeWire)

@@ -37,13 +37,6 @@ QVariantMap registering(const RegistrationInfoData& registration)
     return {{"RegistrationData"_s, serializeRegistration(registration)}, {"ManualSignIn"_s, true}};
 }
 
-/// The same user with an identity of another device.
-struct AnotherDevice : PluginFixture
-{
-    using PluginFixture::openSignedOut;
-    using PluginFixture::process;
-};
-
 } // namespace
 
 class TestPluginAccount : public PluginUserFixture
@@ -51,11 +44,6 @@ class TestPluginAccount : public PluginUserFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
     void init() { QVERIFY(openNewUser()); }
 
     void aRegistrationNeedsACaptchaOrAServiceTag()
@@ -69,8 +57,7 @@ private Q_SLOTS:
         data.captchaText = "ABC"_s;
         QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, 611);
         const QVariantMap garbage = {{"RegistrationData"_s, "\xff\xff\xff"_ba}};
-        QCOMPARE(process("privateMechanism_registerAccount", garbage).error, 611);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told("privateMechanism_registerAccount", garbage), "611:"_s);
     }
 
     void aRegisteredUserIsSignedIn()
@@ -91,8 +78,7 @@ private Q_SLOTS:
         QCOMPARE(account.value("email"_s).toString(), data.emailAddress);
         QCOMPARE(account.value("dateOfBirth"_s).toString(), "1980-02-29"_s);
 
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), QList<int>{22});
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
     }
 
     void aServiceTagTakesTheCaptchasPlace()
@@ -100,44 +86,7 @@ private Q_SLOTS:
         RegistrationInfoData data = registration();
         data.serviceTag = "dGFn"; // the emulated service wants base64
         QVERIFY(openSession(data.emailAddress, mPassword));
-        QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, 0);
-        QCOMPARE(operations(), QList<int>{5});
-    }
-
-    void theServicesRefusalOfARegistrationIsPassedOn_data()
-    {
-        columns<QString, QString, int>("field", "value", "status");
-        const auto row = [](const char* name, const char* field, const char* value, int status) {
-            QTest::newRow(name) << QString::fromLatin1(field) << QString::fromLatin1(value)
-                                << status;
-        };
-        row("wrong captcha text", "captchaText", "NEVER", 513);
-        row("taken address", "emailAddress", "taken@example.org", 515);
-        row("taken name", "userName", "alice", 512);
-        row("short password", "password", "abc", 522);
-        row("a child", "dateOfBirth", "", 525);
-    }
-
-    void theServicesRefusalOfARegistrationIsPassedOn()
-    {
-        const auto [field, value, status] =
-            fetch<QString, QString, int>("field", "value", "status");
-        addAccount({{"email"_s, "taken@example.org"_s}});
-        RegistrationInfoData data = registration();
-        QVERIFY(makeCaptcha(data.captchaId, data.captchaText));
-        if (field == "captchaText"_s)
-            data.captchaText = value;
-        else if (field == "emailAddress"_s)
-            data.emailAddress = value;
-        else if (field == "userName"_s)
-            data.userName = value;
-        else if (field == "password"_s)
-            data.password = value;
-        else
-            data.dateOfBirth = QDate::currentDate().addYears(-5);
-        QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, status);
-        QCOMPARE(operations(), QList<int>{5});
-        QCOMPARE(process("token").error, 604);
+        QCOMPARE(told("privateMechanism_registerAccount", registering(data)), "0: 5"_s);
     }
 
     void theProfileIsTheServices()
@@ -182,36 +131,16 @@ private Q_SLOTS:
         const QString before = storedSession().value("Token"_s).toString();
         QVERIFY(letTokensExpire());
         operations();
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), (QList<int>{22, 2, 1, 22}));
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22 2 1 22"_s);
         QVERIFY(storedSession().value("Token"_s).toString() != before);
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), QList<int>{22});
-    }
-
-    void whatCannotBeRenewedIsGivenUp()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        QVERIFY(letTokensExpire());
-        operations();
-        // The identity's password is not the account's any more.
-        const QVariantMap other = {{"Secret"_s, "another one"_s}};
-        QCOMPARE(process("privateMechanism_downloadProfile", other).error, 504);
-        QCOMPARE(operations(), (QList<int>{22, 2, 1}));
-        // The network goes away in the middle of it: nothing else is tried.
-        QVERIFY(KelTest::EmulatedService::orderFaults("none\nclose-after-headers\n"));
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 402);
-        QCOMPARE(KelTest::EmulatedService::faultsLeft(), QByteArray());
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
     }
 
     void theQuestionIsSet()
     {
         QVERIFY(openSignedOut(mUser, mPassword));
-        QCOMPARE(
-            process("privateMechanism_updateSecurityQuestion", question("2"_s, "Hämeenlinna"_s))
-                .error,
-            0);
-        QCOMPARE(operations(), (QList<int>{1, 24}));
+        QCOMPARE(told("privateMechanism_updateSecurityQuestion", question("2"_s, "Hämeenlinna"_s)),
+                 "0: 1 24"_s);
         QCOMPARE(accountAtService(mNumber).value("securityQuestion"_s).toString(), "2"_s);
     }
 
@@ -223,8 +152,7 @@ private Q_SLOTS:
         QCOMPARE(process(mechanism, question("2"_s, QString())).error, 1001);
         // A length that no memory has.
         const QByteArray huge = QByteArray::fromHex("7ffffffe0041");
-        QCOMPARE(process(mechanism, {{"UpdateSecurityQuestion"_s, huge}}).error, 1001);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told(mechanism, {{"UpdateSecurityQuestion"_s, huge}}), "1001:"_s);
     }
 
     void theServicesRefusalOfAQuestionIsPassedOn()
@@ -246,8 +174,7 @@ private Q_SLOTS:
         QCOMPARE(process(mechanism, passwords(mPassword, ""_s)).error, 1001);
         QVariantMap noSecret = passwords(""_s, other);
         noSecret.insert("Secret"_s, ""_s);
-        QCOMPARE(process(mechanism, noSecret).error, 615);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told(mechanism, noSecret), "615:"_s);
     }
 
     // The daemon stores it while the request is under way.
@@ -275,8 +202,7 @@ private Q_SLOTS:
         const char* const mechanism = "privateMechanism_changepassword";
         const QString second = "zweites Paßwort"_s;
         const QString third = "the third one"_s;
-        QCOMPARE(process(mechanism, passwords(mPassword, second)).error, 0);
-        QCOMPARE(operations(), (QList<int>{1, 15}));
+        QCOMPARE(told(mechanism, passwords(mPassword, second)), "0: 1 15"_s);
 
         // The identity still has the first one, also for a new plugin process.
         QVERIFY(killPluginProcesses());
@@ -322,25 +248,11 @@ private Q_SLOTS:
         QCOMPARE(process("setUserId", newName("other"_s)).error, 608);
         QVERIFY(openNameless());
         const QString name = "given%1"_s.arg(mCount);
-        QCOMPARE(process("setUserId").error, 1001);
-        QCOMPARE(operations(), QList<int>());
-        QCOMPARE(process("setUserId", newName(name)).error, 0);
-        QCOMPARE(operations(), (QList<int>{1, 25}));
+        QCOMPARE(told("setUserId"), "1001:"_s);
+        QCOMPARE(told("setUserId", newName(name)), "0: 1 25"_s);
         QCOMPARE(accountAtService(mNumber).value("userName"_s).toString(), name);
         QCOMPARE(process("userId").data.value("UserId"_s).toString(), name);
-        QCOMPARE(process("setUserId", newName("other"_s)).error, 608);
-        QCOMPARE(operations(), QList<int>());
-    }
-
-    void aUserNameGivenElsewhereIsTheServicesRefusal()
-    {
-        QVERIFY(openNameless());
-        QCOMPARE(process("signIn").error, 0);
-        const QString email = "nameless%1@example.org"_s.arg(mCount);
-        AnotherDevice other;
-        QVERIFY(other.openSignedOut(email, mPassword));
-        QCOMPARE(other.process("setUserId", newName("elsewhere%1"_s.arg(mCount))).error, 0);
-        QCOMPARE(process("setUserId", newName("here%1"_s.arg(mCount))).error, 526);
+        QCOMPARE(told("setUserId", newName("other"_s)), "608:"_s);
     }
 
     void theServicesRefusalOfAUserNameIsPassedOn()
@@ -354,8 +266,7 @@ private Q_SLOTS:
     void theDeviceIsTold()
     {
         QVERIFY(openSignedOut(mUser, mPassword));
-        QCOMPARE(process("privateMechanism_updateDeviceInfo").error, 0);
-        QCOMPARE(operations(), (QList<int>{1, 26}));
+        QCOMPARE(told("privateMechanism_updateDeviceInfo"), "0: 1 26"_s);
     }
 
 private:

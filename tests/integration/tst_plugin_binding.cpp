@@ -4,12 +4,11 @@
 #include "integration/keptdata.h"
 #include "integration/pluginobject.h"
 #include "integration/scriptedservice.h"
+#include "integration/servicetable.h"
 #include "rest/records/registrationinfodata.h"
-#include "rest/request/serviceaddress.h"
 #include "support/literals.h"
 #include "support/rows.h"
 
-#include <QNetworkProxy>
 #include <QTest>
 
 #include <algorithm>
@@ -22,25 +21,7 @@ constexpr int elsewhere = 0;
 constexpr int home = 2;
 constexpr int homeAgain = 77; // every number that stands for no server of its own
 
-QString homeBase;
-QString elsewhereBase;
-
-const QStringList stored{"store"_s, "result"_s};
-const QStringList answered{"result"_s};
-
 } // namespace
-
-namespace KelRestHandler {
-
-const char RestSchemaNamespace[] = "https://account.example/schemas/rest/v1_0";
-const char OAuthRealm[] = "OAuth realm=\"https://account.example\"";
-
-QString serverBaseAddress(int serverIndex)
-{
-    return serverIndex == elsewhere ? elsewhereBase : homeBase;
-}
-
-} // namespace KelRestHandler
 
 class TestPluginBinding : public PluginObject
 {
@@ -49,13 +30,11 @@ class TestPluginBinding : public PluginObject
 private Q_SLOTS:
     void init()
     {
-        for (const char* name : {"http_proxy", "https_proxy"})
-            qunsetenv(name);
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        ServiceTable::leaveProxies();
         mHome = std::make_unique<ScriptedService>();
         mElsewhere = std::make_unique<ScriptedService>();
-        homeBase = mHome->base();
-        elsewhereBase = mElsewhere->base();
+        ServiceTable::set(mHome->base());
+        ServiceTable::set(elsewhere, mElsewhere->base());
         mKept.clear();
         makePlugin();
     }
@@ -69,7 +48,6 @@ private Q_SLOTS:
     }
 
     void anotherServerIsSentNothing_data() { everyMechanism(); }
-
     void anotherServerIsSentNothing()
     {
         QFETCH(QByteArray, mechanism);
@@ -83,7 +61,7 @@ private Q_SLOTS:
             {"NewPassword"_s, "another"_s},
             {"NewUserName"_s, "another"_s},
         };
-        QCOMPARE(said(mechanism.constData(), more), isHarmless ? answered : QStringList{"703"_s});
+        QCOMPARE(answerTo(mechanism, more), isHarmless ? answered : failed(703));
         QCOMPARE(mElsewhere->digests(), 0);
         QCOMPARE(mHome->digests(), 1);
         QCOMPARE(mHome->asked().size(), 1);
@@ -94,7 +72,7 @@ private Q_SLOTS:
     void theSameServerMayHaveSeveralNumbers()
     {
         signIn();
-        QCOMPARE(said("token", {{"ServerUrlValue"_s, homeAgain}}), answered);
+        QCOMPARE(answerTo("token", {{"ServerUrlValue"_s, homeAgain}}), answered);
         QCOMPARE(mAnswer.value("Token"_s), QVariant("token1"_s));
     }
 
@@ -103,15 +81,13 @@ private Q_SLOTS:
         rowsNamed("mechanism", {"token", "userId", "loginIdentifier", "kelAccountId",
                                 "emailAddress", "privateMechanism_signOut"});
     }
-
     void anotherConsumerSecretIsToldNothing()
     {
         QFETCH(QByteArray, mechanism);
         signIn();
-        QCOMPARE(said(mechanism.constData(), {{"ConsumerSecret"_s, "a guess"_s}}),
-                 QStringList{"603"_s});
+        QCOMPARE(answerTo(mechanism, {{"ConsumerSecret"_s, "a guess"_s}}), failed(603));
         QCOMPARE(mHome->asked().size(), 1);
-        QCOMPARE(said(mechanism.constData(), {}).last(), "result"_s);
+        QCOMPARE(answerTo(mechanism).last(), "result"_s);
     }
 
     void anotherConsumerSecretGetsATokenOfItsOwnOrNone()
@@ -120,29 +96,29 @@ private Q_SLOTS:
         const QVariantMap other = {{"ConsumerSecret"_s, "the new one"_s}};
         // What the service says of a secret that it does not know leaves the session as it was.
         mHome->refusesPasswords = true;
-        QCOMPARE(said("privateMechanism_ensureToken", other), QStringList{"504"_s});
-        QCOMPARE(said("token", {}), answered);
+        QCOMPARE(answerTo("privateMechanism_ensureToken", other), failed(504));
+        QCOMPARE(answerTo("token"), answered);
         QCOMPARE(mAnswer.value("Token"_s), QVariant("token1"_s));
 
         // An application that was given a new one.
         mHome->refusesPasswords = false;
-        QCOMPARE(said("privateMechanism_ensureToken", other), stored);
+        QCOMPARE(answerTo("privateMechanism_ensureToken", other), stored);
         mKept = mStored;
-        QCOMPARE(said("token", other), answered);
+        QCOMPARE(answerTo("token", other), answered);
         QCOMPARE(mAnswer.value("Token"_s), QVariant("token2"_s));
-        QCOMPARE(said("token", {}), QStringList{"603"_s});
+        QCOMPARE(answerTo("token"), failed(603));
     }
 
     void anotherConsumerHasASessionOfItsOwn()
     {
         signIn();
         const QVariantMap other = {{"ConsumerKey"_s, "other-key"_s}};
-        QCOMPARE(said("token", other), QStringList{"604"_s});
-        QCOMPARE(said("privateMechanism_ensureToken", other), stored);
+        QCOMPARE(answerTo("token", other), failed(604));
+        QCOMPARE(answerTo("privateMechanism_ensureToken", other), stored);
         mKept = mStored;
-        QCOMPARE(said("token", other), answered);
+        QCOMPARE(answerTo("token", other), answered);
         QCOMPARE(mAnswer.value("Token"_s), QVariant("token2"_s));
-        QCOMPARE(said("token", {}), answered);
+        QCOMPARE(answerTo("token"), answered);
         QCOMPARE(mAnswer.value("Token"_s), QVariant("token1"_s));
     }
 
@@ -159,7 +135,7 @@ private Q_SLOTS:
                  {"Kept 00000000000000000000000000000000", "Kept zzz", "Kept "}) {
                 const QVariantMap more = {{QLatin1String(name), forged},
                                           {"ServerUrlValue"_s, elsewhere}};
-                QCOMPARE(said(mechanism.constData(), more), QStringList{"603"_s});
+                QCOMPARE(answerTo(mechanism, more), failed(603));
             }
         }
         QCOMPARE(mHome->asked().size(), 1);
@@ -169,7 +145,7 @@ private Q_SLOTS:
     {
         QStringList names;
         for (int i = 0; i < 3; ++i) {
-            QCOMPARE(said("signIn", {}), stored);
+            QCOMPARE(answerTo("signIn"), stored);
             mKept = mStored;
             names.append(KeptData::nameIn(mStored));
             QVERIFY(names.last().size() >= 32 + int(qstrlen(KeptData::namePrefix)));
@@ -178,7 +154,6 @@ private Q_SLOTS:
     }
 
     void beforeTheFirstSignInNoPasswordGoesOut_data() { everyMechanism(); }
-
     void beforeTheFirstSignInNoPasswordGoesOut()
     {
         QFETCH(QByteArray, mechanism);
@@ -187,7 +162,7 @@ private Q_SLOTS:
                                   {"OldPassword"_s, "secret"_s},
                                   {"NewPassword"_s, "another"_s},
                                   {"NewUserName"_s, "another"_s}};
-        said(mechanism.constData(), more);
+        answerTo(mechanism, more);
         QCOMPARE(mElsewhere->digests(), 0);
         QVERIFY(!mEvents.contains("store"_s) || mechanism == "privateMechanism_changepassword");
     }
@@ -202,11 +177,11 @@ private Q_SLOTS:
             return QVariantMap{
                 {"RegistrationData"_s, KelRestHandler::serializeRegistration(newcomer)}};
         };
-        QCOMPARE(said("privateMechanism_registerAccount", registering()), stored);
+        QCOMPARE(answerTo("privateMechanism_registerAccount", registering()), stored);
         QVERIFY(!KeptData::mapIn(mStored).contains("Server"_s));
 
         newcomer.password = "secret"_s;
-        QCOMPARE(said("privateMechanism_registerAccount", registering()), stored);
+        QCOMPARE(answerTo("privateMechanism_registerAccount", registering()), stored);
         QCOMPARE(KeptData::mapIn(mStored).value("Server"_s), QVariant(home));
     }
 
@@ -217,12 +192,11 @@ private Q_SLOTS:
         mHome->refusesPasswords = true;
         const QVariantMap more = {
             {"Secret"_s, "mine"_s}, {"OldPassword"_s, "mine"_s}, {"NewPassword"_s, "mine too"_s}};
-        QCOMPARE(said("privateMechanism_changepassword", more).last(), "504"_s);
+        QCOMPARE(answerTo("privateMechanism_changepassword", more).last(), "504"_s);
         QCOMPARE(mHome->asked(), (QList<QByteArray>{"POST tokens", "POST tokens"}));
     }
 
     void strangersAreNotServed_data() { everyMechanism(); }
-
     void strangersAreNotServed()
     {
         QFETCH(QByteArray, mechanism);
@@ -235,30 +209,28 @@ private Q_SLOTS:
             1,
         };
         for (const QVariant& tokens : strangers) {
-            QCOMPARE(said(mechanism.constData(), {{"AccessControlTokens"_s, tokens}}),
-                     QStringList{"603"_s});
+            QCOMPARE(answerTo(mechanism, {{"AccessControlTokens"_s, tokens}}), failed(603));
         }
         QCOMPARE(mHome->asked().size(), 1);
     }
 
     void clientsOfTheListAreServed_data()
     {
-        QTest::addColumn<QVariant>("tokens");
+        const auto row = rows<QVariant>("tokens");
         const QString account = "account-plugin-zor::kelaccess"_s;
         const QString library = "libaccounts-kel::accesssvt"_s;
-        QTest::newRow("the account plugin") << QVariant(QStringList{account});
-        QTest::newRow("the library") << QVariant(QStringList{library});
-        QTest::newRow("both, no extension") << QVariant(QStringList{account, library});
-        QTest::newRow("among others") << QVariant(QStringList{"some::token"_s, library});
-        QTest::newRow("an identity without a list") << QVariant();
-        QTest::newRow("an identity with an empty one") << QVariant(QStringList());
+        row("the account plugin", QVariant(QStringList{account}));
+        row("the library", QVariant(QStringList{library}));
+        row("both, no extension", QVariant(QStringList{account, library}));
+        row("among others", QVariant(QStringList{"some::token"_s, library}));
+        row("an identity without a list", {});
+        row("an identity with an empty one", QVariant(QStringList()));
     }
-
     void clientsOfTheListAreServed()
     {
         QFETCH(QVariant, tokens);
         signIn();
-        QCOMPARE(said("token", {{"AccessControlTokens"_s, tokens}}), answered);
+        QCOMPARE(answerTo("token", {{"AccessControlTokens"_s, tokens}}), answered);
     }
 
 private:
@@ -272,21 +244,18 @@ private:
 
     void signIn()
     {
-        QCOMPARE(said("signIn", {}), stored);
+        QCOMPARE(answerTo("signIn"), stored);
         mKept = mStored;
         QCOMPARE(mHome->digests(), 1);
     }
 
-    /// What the plugin says to that, and to nothing else.
-    QStringList said(const char* mechanism, const QVariantMap& more)
+    /// What the plugin says to that, with what the daemon keeps.
+    QStringList answerTo(const QByteArray& mechanism, const QVariantMap& more = {})
     {
-        mEvents.clear();
         QVariantMap data = request(mKept);
         for (auto entry = more.cbegin(); entry != more.cend(); ++entry)
             data.insert(entry.key(), entry.value());
-        process(mechanism, data);
-        waitForEnd();
-        return mEvents;
+        return said(mechanism.constData(), data);
     }
 
     std::unique_ptr<ScriptedService> mHome;

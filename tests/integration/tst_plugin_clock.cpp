@@ -8,31 +8,23 @@ class TestPluginClock : public PluginFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
     void theFirstRequestIsSentAgainWithTheServicesTime()
     {
         QVERIFY(openSession("alice"_s, "secret"_s));
         QCOMPARE(process("signIn").error, 0);
         // A request with a wrong time reaches no operation.
         QCOMPARE(operations(), (QList<int>{0, 1}));
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), QList<int>{22});
-        QCOMPARE(process("token").error, 0);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
+        QCOMPARE(told("token"), "0:"_s);
 
-        const qint64 told = process("serverUTCTime").data.value("ServerUTCTime"_s).toLongLong();
+        const qint64 clock = process("serverUTCTime").data.value("ServerUTCTime"_s).toLongLong();
         const qint64 skew = qEnvironmentVariableIntValue("KELACCOUNT_TEST_SKEW");
         QVERIFY(skew != 0);
-        QVERIFY(qAbs(told - skew - QDateTime::currentSecsSinceEpoch()) < 10);
+        QVERIFY(qAbs(clock - skew - QDateTime::currentSecsSinceEpoch()) < 10);
 
         QVERIFY(killPluginProcesses());
         QVERIFY(startPluginAgain());
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), (QList<int>{0, 22}));
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 0 22"_s);
     }
 
     void whenThatIsRefusedTooItIsTheAnswer()
@@ -45,8 +37,7 @@ private Q_SLOTS:
         QCOMPARE(operations().size(), 2);
         QCOMPARE(process("token").error, 604);
         // The clock is known by now.
-        QCOMPARE(process("signIn").error, 0);
-        QCOMPARE(operations(), QList<int>{1});
+        QCOMPARE(told("signIn"), "0: 1"_s);
     }
 };
 

@@ -45,8 +45,7 @@ private Q_SLOTS:
     void init()
     {
         makePlugin();
-        process("signIn", request());
-        QVERIFY(waitForEnd());
+        QCOMPARE(said("signIn"), stored);
         mKept = mStored;
         mGood = KeptData::sessionIn(mStored);
         for (const char* name : {"Token", "TokenSecret", "ValidUntil", "AccountId", "UserId"})
@@ -60,18 +59,17 @@ private Q_SLOTS:
 
     void aSessionThatIsNoneIsSignedInAnew_data()
     {
-        QTest::addColumn<QVariant>("session");
-        QTest::newRow("nothing") << QVariant();
-        QTest::newRow("text") << QVariant("token"_s);
-        QTest::newRow("bytes") << QVariant(QByteArray::fromHex("00ff80fe"));
-        QTest::newRow("number") << QVariant(-1);
-        QTest::newRow("list") << QVariant(QVariantList{"Token"_s, 1});
-        QTest::newRow("texts") << QVariant(QStringList{"Token"_s});
-        QTest::newRow("hash") << QVariant(QVariantHash{{"Other"_s, 1}});
-        QTest::newRow("empty map") << QVariant(QVariantMap());
-        QTest::newRow("huge text") << hugeText();
+        const auto row = rows<QVariant>("session");
+        row("nothing", {});
+        row("text", QVariant("token"_s));
+        row("bytes", QVariant(QByteArray::fromHex("00ff80fe")));
+        row("number", QVariant(-1));
+        row("list", QVariant(QVariantList{"Token"_s, 1}));
+        row("texts", QVariant(QStringList{"Token"_s}));
+        row("hash", QVariant(QVariantHash{{"Other"_s, 1}}));
+        row("empty map", QVariant(QVariantMap()));
+        row("huge text", hugeText());
     }
-
     void aSessionThatIsNoneIsSignedInAnew()
     {
         QFETCH(QVariant, session);
@@ -81,7 +79,7 @@ private Q_SLOTS:
     // Without a good token or the account's number, the rest is of no use.
     void aSessionWithOneDamagedValueStillWorks_data()
     {
-        columns<QByteArray, QVariant, QList<int>>("name", "value", "expected");
+        rows<QByteArray, QVariant, QList<int>>("name", "value", "expected");
         const QVariantMap map = {{"Token"_s, "a"_s}};
         for (const char* name : {"Token", "AccountId", "Consumer"}) {
             const auto row = [name](const char* what, const QVariant& value) {
@@ -116,7 +114,6 @@ private Q_SLOTS:
         end("largest without sign", std::numeric_limits<quint64>::max());
         end("beyond milliseconds", std::numeric_limits<qint64>::max() / 1000 + 1);
     }
-
     void aSessionWithOneDamagedValueStillWorks()
     {
         const auto [name, value, expected] =
@@ -126,17 +123,16 @@ private Q_SLOTS:
 
     void aTokenThatIsNoneIsReplaced_data()
     {
-        QTest::addColumn<QString>("token");
-        QTest::newRow("another") << "0123456789abcdef"_s;
-        QTest::newRow("line break") << "a\r\nX-Planted: 1"_s;
-        QTest::newRow("quote") << "a\", oauth_version=\"9"_s;
-        QTest::newRow("path") << "../accounts/1?a=b#c"_s;
-        QTest::newRow("not Latin") << "Ключ"_s;
-        QTest::newRow("null character") << QString(QChar(0));
-        QTest::newRow("half a pair") << QString(QChar(0xD800));
-        QTest::newRow("long") << QString(3000, QLatin1Char('x'));
+        const auto row = rows<QString>("token");
+        row("another", "0123456789abcdef");
+        row("line break", "a\r\nX-Planted: 1");
+        row("quote", "a\", oauth_version=\"9");
+        row("path", "../accounts/1?a=b#c");
+        row("not Latin", "Ключ");
+        row("null character", QString(QChar(0)));
+        row("half a pair", QString(QChar(0xD800)));
+        row("long", QString(3000, QLatin1Char('x')));
     }
-
     void aTokenThatIsNoneIsReplaced()
     {
         QFETCH(QString, token);
@@ -174,20 +170,17 @@ private Q_SLOTS:
 
     void aDamagedNewPasswordIsNone_data()
     {
-        QTest::addColumn<QVariant>("changed");
-        QTest::newRow("list") << QVariant(QVariantList{"mistaken"_s});
-        QTest::newRow("number") << QVariant(12345);
-        QTest::newRow("bytes") << QVariant("mistaken"_ba);
-        QTest::newRow("map") << QVariant(QVariantMap{{"New"_s, "a"_s}});
-        QTest::newRow("huge") << hugeText();
+        const auto row = rows<QVariant>("changed");
+        row("list", QVariant(QVariantList{"mistaken"_s}));
+        row("number", QVariant(12345));
+        row("bytes", QVariant("mistaken"_ba));
+        row("map", QVariant(QVariantMap{{"New"_s, "a"_s}}));
+        row("huge", hugeText());
     }
-
     void aDamagedNewPasswordIsNone()
     {
         QFETCH(QVariant, changed);
-        process("signIn", request(KeptData::with(mKept, "NewPassword", changed)));
-        QVERIFY(waitForEnd());
-        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(said("signIn", request(KeptData::with(mKept, "NewPassword", changed))), stored);
         QVERIFY(!KeptData::mapIn(mStored).contains("NewPassword"_s));
     }
 
@@ -196,28 +189,22 @@ private Q_SLOTS:
         const QVariantMap kept = KeptData::with(mKept, "NewPassword", "mistaken"_s);
         for (const QVariant& mark : {QVariant(), QVariant("secret"_s), QVariant(1),
                                      QVariant(QVariantMap{{"Salt"_s, QByteArray()}})}) {
-            mEvents.clear();
-            process("signIn", request(KeptData::with(kept, "Secret", mark)));
-            QVERIFY(waitForEnd());
-            QCOMPARE(mEvents.last(), "result"_s);
+            QCOMPARE(said("signIn", request(KeptData::with(kept, "Secret", mark))).last(),
+                     "result"_s);
         }
-        mEvents.clear();
-        process("signIn", request(kept));
-        QVERIFY(waitForEnd());
-        QCOMPARE(mEvents, QStringList{"504"_s});
+        QCOMPARE(said("signIn", request(kept)), failed(504));
     }
 
     // Without it nobody can say where the password belongs: it stays here until the user types it
     // again.
     void aDamagedServerSendsNoPassword_data()
     {
-        QTest::addColumn<QVariant>("server");
-        QTest::newRow("gone") << QVariant();
-        QTest::newRow("text") << QVariant("2"_s);
-        QTest::newRow("list") << QVariant(QVariantList{2});
-        QTest::newRow("fraction") << QVariant(2.0);
+        const auto row = rows<QVariant>("server");
+        row("gone", {});
+        row("text", QVariant("2"_s));
+        row("list", QVariant(QVariantList{2}));
+        row("fraction", QVariant(2.0));
     }
-
     void aDamagedServerSendsNoPassword()
     {
         QFETCH(QVariant, server);
@@ -225,16 +212,10 @@ private Q_SLOTS:
         QVariantMap data = request(kept);
         data.insert("ManualSignIn"_s, false);
         for (const char* mechanism : {"privateMechanism_ensureToken", "signIn"}) {
-            mEvents.clear();
-            process(mechanism, data);
-            QVERIFY(waitForEnd());
-            QCOMPARE(mEvents, QStringList{"703"_s});
+            QCOMPARE(said(mechanism, data), failed(703));
         }
         QCOMPARE(Operations::operations(), QList<int>());
-        mEvents.clear();
-        process("signIn", request(kept));
-        QVERIFY(waitForEnd());
-        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(said("signIn", request(kept)), stored);
         QCOMPARE(KeptData::mapIn(mStored).value("Server"_s), QVariant(2));
     }
 
@@ -246,9 +227,7 @@ private Q_SLOTS:
                     QVariantMap{{"Token"_s, "a"_s}, {"AccountId"_s, "1"_s}});
         data.insert("ChangedPassword"_s,
                     QVariantMap{{"Old"_s, "secret"_s}, {"New"_s, "mistaken"_s}});
-        process("signIn", data);
-        QVERIFY(waitForEnd());
-        QCOMPARE(mEvents.last(), "result"_s);
+        QCOMPARE(said("signIn", data).last(), "result"_s);
         QVERIFY(!KeptData::nameIn(mStored).isEmpty());
     }
 
@@ -257,7 +236,6 @@ private Q_SLOTS:
         rowsNamed("mechanism", {"token", "userId", "loginIdentifier", "kelAccountId",
                                 "emailAddress", "privateMechanism_signOut"});
     }
-
     void whatOnlyTellsSaysThatThereIsNothing()
     {
         QFETCH(QByteArray, mechanism);
@@ -285,10 +263,8 @@ private:
     /// stored after it. What the service is asked for the first one.
     QList<int> repaired(const QVariant& session)
     {
-        const auto download = [this](const QVariantMap& stored) {
-            mEvents.clear();
-            process("privateMechanism_downloadProfile", request(stored));
-            return waitForEnd() && mEvents.last() == "result"_s;
+        const auto download = [this](const QVariantMap& kept) {
+            return said("privateMechanism_downloadProfile", request(kept)).endsWith("result"_s);
         };
         if (!download(KeptData::withSession(mKept, session)))
             return {};

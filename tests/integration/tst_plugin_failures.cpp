@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The service, the network, the plugin's process and the client's patience failing, each in turn.
+// The service, the network, the plugin's process and the client's patience failing, and the account
+// changing elsewhere, each in turn.
+#include "integration/keptdata.h"
 #include "integration/pluginfixture.h"
 #include "support/literals.h"
 #include "support/rows.h"
@@ -7,25 +9,25 @@
 
 using namespace KelTest;
 
-class TestPluginFailures : public PluginFixture
+namespace {
+
+/// The same user elsewhere: an identity and a session of its own.
+struct AnotherDevice : PluginFixture
+{
+    using PluginFixture::openSession;
+    using PluginFixture::process;
+};
+
+const QString newPassword = "given elsewhere"_s;
+
+} // namespace
+
+class TestPluginFailures : public PluginUserFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
-    void init()
-    {
-        mUser = "user%1"_s.arg(++mCount);
-        QVERIFY(!addAccount({{"userName"_s, mUser},
-                             {"email"_s, "%1@example.org"_s.arg(mUser)},
-                             {"password"_s, "password"_s}})
-                     .isEmpty());
-        QVERIFY(openSession(mUser, "password"_s));
-    }
+    void init() { QVERIFY(openNewUser()); }
 
     void cleanup()
     {
@@ -41,7 +43,7 @@ private Q_SLOTS:
         QCOMPARE(process("signIn").error, 420);
         QCOMPARE(process("privateMechanism_downloadProfile").error, 420);
         QCOMPARE(process("privateMechanism_changepassword",
-                         {{"OldPassword"_s, "password"_s}, {"NewPassword"_s, "another"_s}})
+                         {{"OldPassword"_s, mPassword}, {"NewPassword"_s, "another"_s}})
                      .error,
                  420);
         const QVariant good = storedSession();
@@ -57,18 +59,17 @@ private Q_SLOTS:
 
     void aFailedRequestIsReportedAndTheNextOneServed_data()
     {
-        columns<QByteArray, int>("fault", "status");
-        QTest::newRow("closed") << "close-after-headers"_ba << 402;
-        QTest::newRow("cut") << "cut-body"_ba << 402;
-        QTest::newRow("other host") << "wrong-host"_ba << 406;
-        QTest::newRow("not found") << "status=404"_ba << 415;
-        QTest::newRow("forbidden") << "status=403"_ba << 413;
-        QTest::newRow("unauthorised") << "status=401"_ba << 504;
-        QTest::newRow("bad request") << "status=400"_ba << 419;
-        QTest::newRow("failing") << "status=500"_ba << 1004;
-        QTest::newRow("unavailable") << "status=503"_ba << 1004;
+        const auto row = rows<QByteArray, int>("fault", "status");
+        row("closed", "close-after-headers", 402);
+        row("cut", "cut-body", 402);
+        row("other host", "wrong-host", 406);
+        row("not found", "status=404", 415);
+        row("forbidden", "status=403", 413);
+        row("unauthorised", "status=401", 504);
+        row("bad request", "status=400", 419);
+        row("failing", "status=500", 1004);
+        row("unavailable", "status=503", 1004);
     }
-
     void aFailedRequestIsReportedAndTheNextOneServed()
     {
         const auto [fault, status] = fetch<QByteArray, int>("fault", "status");
@@ -91,14 +92,13 @@ private Q_SLOTS:
         rowsNamed("mechanism",
                   {"signIn", "privateMechanism_ensureToken", "privateMechanism_downloadProfile"});
     }
-
     void aSuccessThatCannotBeReadIsNoSuccess()
     {
         QFETCH(QByteArray, mechanism);
         if (mechanism == "privateMechanism_downloadProfile")
             QCOMPARE(process("signIn").error, 0);
         if (mechanism == "privateMechanism_ensureToken")
-            QVERIFY(openSignedOut(mUser, "password"_s));
+            QVERIFY(openSignedOut(mUser, mPassword));
         QVERIFY(EmulatedService::orderFaults("not-xml"));
         QCOMPARE(process(mechanism.constData()).error, 423);
         QCOMPARE(process(mechanism.constData()).error, 0);
@@ -147,7 +147,113 @@ private Q_SLOTS:
         QCOMPARE(process("signIn").error, 0);
     }
 
+    // The account changes at the service while this device has its session.
+
+    void aPasswordChangedElsewhereEndsWithTheSignInsRefusal()
+    {
+        signIn();
+        QVERIFY(changePasswordElsewhere());
+        // The token is good for as long as the service says.
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
+
+        QVERIFY(letTokensExpire());
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            const Outcome outcome = process("privateMechanism_downloadProfile");
+            QCOMPARE(outcome.error, 504);
+            QCOMPARE(outcome.data, QVariantMap());
+            QVERIFY(!outcome.message.contains(mUser) && !outcome.message.contains(mPassword));
+            QCOMPARE(operations(), (QList<int>{22, 2, 1}));
+            QCOMPARE(stored(), mBefore);
+        }
+        // What it knows it still tells, without asking.
+        QCOMPARE(process("userId").data.value("UserId"_s).toString(), mUser);
+        QCOMPARE(told("token"), "0:"_s);
+        // To sign out needs no password.
+        QCOMPARE(told("privateMechanism_signOut"), "0: 9"_s);
+        QCOMPARE(told("privateMechanism_downloadProfile"), "504: 1"_s);
+    }
+
+    void anExpiredTokenEndsWithTheSignInsRefusalToo_data()
+    {
+        rowsNamed("mechanism",
+                  {"token", "privateMechanism_ensureToken", "privateMechanism_downloadProfile",
+                   "privateMechanism_updateDeviceInfo"});
+    }
+    void anExpiredTokenEndsWithTheSignInsRefusalToo()
+    {
+        QFETCH(QByteArray, mechanism);
+        signIn();
+        QVERIFY(changePasswordElsewhere());
+        QVERIFY(letTokensExpire());
+        QVERIFY(expire());
+        const QVariantMap before = stored();
+        QCOMPARE(told(mechanism.constData()), "504: 2 1"_s);
+        QCOMPARE(stored(), before);
+    }
+
+    void aPasswordRecoveredElsewhereIsUsedOnceTheIdentityHasIt()
+    {
+        signIn();
+        QVERIFY(changePasswordElsewhere());
+        QVERIFY(letTokensExpire());
+        QCOMPARE(told("privateMechanism_downloadProfile"), "504: 22 2 1"_s);
+        QVERIFY(storeSecret(newPassword));
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22 2 1 22"_s);
+        const QVariantMap session = storedSession();
+        QVERIFY(session.value("Token"_s) != KeptData::sessionIn(mBefore).value("Token"_s));
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
+    }
+
+    void anAccountLockedMeanwhileIsReported()
+    {
+        signIn();
+        QVERIFY(lockElsewhere());
+        // A lock keeps passwords out, not tokens.
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
+
+        QVERIFY(letTokensExpire());
+        QCOMPARE(told("privateMechanism_downloadProfile"), "510: 22 2 1"_s);
+        QCOMPARE(stored(), mBefore);
+        QVERIFY(expire());
+        const QVariantMap before = stored();
+        QCOMPARE(told("privateMechanism_ensureToken"), "510: 2 1"_s);
+        QCOMPARE(told("signIn"), "510: 1"_s);
+        QCOMPARE(stored(), before);
+    }
+
 private:
+    void signIn()
+    {
+        QCOMPARE(process("signIn").error, 0);
+        mBefore = stored();
+        operations();
+    }
+
+    bool changePasswordElsewhere()
+    {
+        AnotherDevice other;
+        const bool isChanged =
+            other.openSession(mUser, mPassword) && other.process("signIn").error == 0 &&
+            other.process("privateMechanism_changepassword",
+                          {{"OldPassword"_s, mPassword}, {"NewPassword"_s, newPassword}})
+                    .error == 0;
+        operations();
+        return isChanged;
+    }
+
+    bool lockElsewhere()
+    {
+        constexpr int failuresToLock = 10;
+        AnotherDevice other;
+        if (!other.openSession(mUser, "a guess"_s))
+            return false;
+        for (int i = 0; i < failuresToLock; ++i) {
+            if (other.process("signIn").error != 504)
+                return false;
+        }
+        operations();
+        return true;
+    }
     bool cancelOnceItHangs(const char* mechanism, const QVariantMap& data = {})
     {
         if (!EmulatedService::orderFaults("hang"))
@@ -159,8 +265,7 @@ private:
         return true;
     }
 
-    QString mUser;
-    int mCount = 0;
+    QVariantMap mBefore; // what the daemon keeps after signing in
 };
 
 QTEST_GUILESS_MAIN(TestPluginFailures)

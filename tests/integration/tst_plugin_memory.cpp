@@ -136,11 +136,6 @@ class TestPluginMemory : public EmulatedDevice
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
     void init()
     {
         mKept.clear();

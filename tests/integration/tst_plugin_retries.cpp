@@ -3,8 +3,8 @@
 // each request as the test ordered it.
 #include "integration/keptdata.h"
 #include "integration/pluginobject.h"
+#include "integration/servicetable.h"
 #include "plugin/storedsession.h"
-#include "rest/request/serviceaddress.h"
 #include "rest/request/timestampmanager.h"
 #include "support/literals.h"
 #include "support/rows.h"
@@ -13,28 +13,9 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QNetworkProxy>
 #include <QTest>
 
 using KelRestHandler::TimeStampManager;
-
-namespace {
-
-QString scriptedBase;
-
-} // namespace
-
-namespace KelRestHandler {
-
-const char RestSchemaNamespace[] = "https://account.example/schemas/rest/v1_0";
-const char OAuthRealm[] = "OAuth realm=\"https://account.example\"";
-
-QString serverBaseAddress(int /*serverIndex*/)
-{
-    return scriptedBase;
-}
-
-} // namespace KelRestHandler
 
 namespace {
 
@@ -121,13 +102,11 @@ class TestPluginRetries : public PluginObject
 private Q_SLOTS:
     void init()
     {
-        for (const char* name : {"http_proxy", "https_proxy"})
-            qunsetenv(name);
-        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        KelTest::ServiceTable::leaveProxies();
         TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
         // Over TLS: only then is the service's clock believed.
         mServer = std::make_unique<ScriptedServer>(mAuthority.serverFor("x", "IP:127.0.0.1"));
-        scriptedBase = mServer->base();
+        KelTest::ServiceTable::set(mServer->base());
         makePlugin();
     }
 
@@ -142,7 +121,7 @@ private Q_SLOTS:
     {
         order({tokenRefused(), renewed("second"), profile()});
         askProfile();
-        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(mEvents, stored);
         QCOMPARE(requests(), (QList<QByteArray>{askForProfile, "PUT tokens/first", askForProfile}));
         QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "second"}));
         QCOMPARE(storedToken(), QVariant("second"_s));
@@ -154,11 +133,10 @@ private Q_SLOTS:
 
     void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp_data()
     {
-        QTest::addColumn<bool>("isRenewed");
-        QTest::newRow("after a renewal") << true;
-        QTest::newRow("after signing in") << false;
+        const auto row = rows<bool>("isRenewed");
+        row("after a renewal", true);
+        row("after signing in", false);
     }
-
     void aRequestThatIsRefusedTwiceForItsTokenIsGivenUp()
     {
         QFETCH(bool, isRenewed);
@@ -182,15 +160,11 @@ private Q_SLOTS:
 
     void whatRefusesTheSignInIsTheAnswer_data()
     {
-        columns<int, QByteArray, QString>("http", "code", "status");
-        QTest::newRow("another password") << 401 << "notAuthorized"_ba
-                                          << "504"_s;
-        QTest::newRow("locked") << 403 << "accountLocked"_ba
-                                << "510"_s;
-        QTest::newRow("token refused") << 401 << "invalidAccessToken"_ba
-                                       << "500"_s;
+        const auto row = rows<int, QByteArray, QString>("http", "code", "status");
+        row("another password", 401, "notAuthorized", "504");
+        row("locked", 403, "accountLocked", "510");
+        row("token refused", 401, "invalidAccessToken", "500");
     }
-
     void whatRefusesTheSignInIsTheAnswer()
     {
         const auto [http, code, status] = fetch<int, QByteArray, QString>("http", "code", "status");
@@ -203,7 +177,7 @@ private Q_SLOTS:
 
         order({profile()});
         askProfile();
-        QCOMPARE(mEvents, QStringList{"result"_s});
+        QCOMPARE(mEvents, answered);
     }
 
     void aFailedRenewalIsNoReasonToSignIn()
@@ -216,16 +190,13 @@ private Q_SLOTS:
 
     void aRequestIsSentAgainOnceForTheClock_data()
     {
-        QTest::addColumn<int>("first");
-        QTest::addColumn<int>("second"); // 0: accepted
-        columns<QString, int>("end", "attempts");
-        QTest::newRow("then accepted") << 2 * hour << 0 << "result"_s << 2;
-        QTest::newRow("then refused") << 2 * hour << 2 * hour << "504"_s << 2;
-        QTest::newRow("a clock that moves on") << 2 * hour << 4 * hour << "504"_s << 2;
-        QTest::newRow("a clock that moves back") << -2 * hour << 2 * hour << "504"_s << 2;
-        QTest::newRow("a clock that is right") << 0 << 0 << "504"_s << 1;
+        const auto row = rows<int, int, QString, int>("first", "second", "end", "attempts");
+        row("then accepted", 2 * hour, 0, "result", 2);
+        row("then refused", 2 * hour, 2 * hour, "504", 2);
+        row("a clock that moves on", 2 * hour, 4 * hour, "504", 2);
+        row("a clock that moves back", -2 * hour, 2 * hour, "504", 2);
+        row("a clock that is right", 0, 0, "504", 1);
     }
-
     void aRequestIsSentAgainOnceForTheClock()
     {
         const auto [first, second, end, attempts] =
@@ -245,14 +216,14 @@ private Q_SLOTS:
 
         order({profile()});
         askProfile();
-        QCOMPARE(mEvents, QStringList{"result"_s});
+        QCOMPARE(mEvents, answered);
     }
 
     void theClockAndTheTokenEachHaveTheirSecondAttempt()
     {
         order({timeRefused(2 * hour), tokenRefused(), renewed("second"), profile()});
         askProfile();
-        QCOMPARE(mEvents, (QStringList{"store"_s, "result"_s}));
+        QCOMPARE(mEvents, stored);
         QCOMPARE(requests(), (QList<QByteArray>{askForProfile, askForProfile, "PUT tokens/first",
                                                 askForProfile}));
         QCOMPARE(tokens(), (QList<QByteArray>{"first", "first", "first", "second"}));
@@ -260,19 +231,13 @@ private Q_SLOTS:
 
     void aTokenThatTheServiceDoesNotHaveIsDeleted_data()
     {
-        columns<int, QByteArray, QString>("http", "code", "status");
-        QTest::newRow("not valid") << 401 << "invalidAccessToken"_ba
-                                   << "result"_s;
-        QTest::newRow("not there") << 404 << "resourceNotFound"_ba
-                                   << "result"_s;
-        QTest::newRow("not there, without a word") << 404 << ""_ba
-                                                   << "result"_s;
-        QTest::newRow("not allowed") << 403 << "accountLocked"_ba
-                                     << "510"_s;
-        QTest::newRow("not this time") << 503 << ""_ba
-                                       << "1004"_s;
+        const auto row = rows<int, QByteArray, QString>("http", "code", "status");
+        row("not valid", 401, "invalidAccessToken", "result");
+        row("not there", 404, "resourceNotFound", "result");
+        row("not there, without a word", 404, "", "result");
+        row("not allowed", 403, "accountLocked", "510");
+        row("not this time", 503, "", "1004");
     }
-
     void aTokenThatTheServiceDoesNotHaveIsDeleted()
     {
         const auto [http, code, status] = fetch<int, QByteArray, QString>("http", "code", "status");
@@ -298,19 +263,17 @@ private:
     /// With a token "first" from before.
     void ask(const char* mechanism)
     {
-        mEvents.clear();
         const QVariantMap session = {
             {"Token"_s, "first"_s},
             {"AccountId"_s, "1000042"_s},
             {"LoginId"_s, "alice"_s},
-            {"Consumer"_s,
-             ZorAuth::Mark(ZorAuth::Mark::Of::Key,
-                           ZorAuth::consumerIdentity("demo-key"_s, "demo-secret"_s, scriptedBase))
-                 .toMap()}};
+            {"Consumer"_s, ZorAuth::Mark(ZorAuth::Mark::Of::Key,
+                                         ZorAuth::consumerIdentity("demo-key"_s, "demo-secret"_s,
+                                                                   mServer->base()))
+                               .toMap()}};
         const QVariantMap kept = {{"Server"_s, 2},
                                   {"Sessions"_s, QVariantMap{{"demo-key"_s, session}}}};
-        process(mechanism, request({{"Kept first"_s, kept}}));
-        QVERIFY(waitForEnd());
+        said(mechanism, request({{"Kept first"_s, kept}}));
     }
 
     QList<QByteArray> requests() const

@@ -12,11 +12,6 @@ class TestPluginSession : public PluginUserFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(isInside(), "run this with kelaccount-emulator run -- PROGRAM");
-    }
-
     void init() { QVERIFY(openNewUser()); }
 
     void everyMechanismNeedsTheKeys_data()
@@ -29,7 +24,6 @@ private Q_SLOTS:
                    "close", "userId", "loginIdentifier", "kelAccountId", "emailAddress",
                    "serverUTCTime"});
     }
-
     void everyMechanismNeedsTheKeys()
     {
         QFETCH(QByteArray, mechanism);
@@ -38,8 +32,7 @@ private Q_SLOTS:
         const QVariantMap noSecret = {{"ConsumerSecret"_s, QVariant()}};
         QCOMPARE(process(mechanism.constData(), noKey).error, 600);
         QCOMPARE(process(mechanism.constData(), emptyKey).error, 600);
-        QCOMPARE(process(mechanism.constData(), noSecret).error, 601);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told(mechanism.constData(), noSecret), "601:"_s);
     }
 
     void initialisingAsksNobodyAndKeepsNothing()
@@ -81,38 +74,19 @@ private Q_SLOTS:
         QCOMPARE(process("signIn").error, 504);
         QCOMPARE(process("token").error, 604);
         // Nobody knows yet where the password belongs.
-        QCOMPARE(process("privateMechanism_ensureToken").error, 703);
-        QCOMPARE(operations(), QList<int>{1});
-    }
-
-    void aLockedAccountIsTheServicesRefusal()
-    {
-        const QString user = "locked%1"_s.arg(mCount);
-        QVERIFY(!addAccount({{"userName"_s, user}, {"password"_s, mPassword}, {"locked"_s, true}})
-                     .isEmpty());
-        QVERIFY(openSession(user, mPassword));
-        QCOMPARE(process("signIn").error, 510);
+        QCOMPARE(told("privateMechanism_ensureToken"), "703: 1"_s);
     }
 
     void anEmptyPasswordIsNotSent()
     {
         const QVariantMap none = {{"Secret"_s, ""_s}};
         QCOMPARE(process("signIn", none).error, 615);
-        QCOMPARE(process("privateMechanism_ensureToken", none).error, 615);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told("privateMechanism_ensureToken", none), "615:"_s);
     }
 
-    void anEmptyUserNameIsNotSent()
-    {
-        QCOMPARE(process("signIn", {{"UserName"_s, ""_s}}).error, 703);
-        QCOMPARE(operations(), QList<int>());
-    }
+    void anEmptyUserNameIsNotSent() { QCOMPARE(told("signIn", {{"UserName"_s, ""_s}}), "703:"_s); }
 
-    void withoutATokenThereIsNoneToTell()
-    {
-        QCOMPARE(process("token").error, 604);
-        QCOMPARE(operations(), QList<int>());
-    }
+    void withoutATokenThereIsNoneToTell() { QCOMPARE(told("token"), "604:"_s); }
 
     void theTokenIsTheOneThatTheDaemonKeeps()
     {
@@ -142,16 +116,7 @@ private Q_SLOTS:
         const Outcome after = process("token");
         QCOMPARE(after.error, 0);
         QCOMPARE(after.data, before);
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), QList<int>{22});
-    }
-
-    void theTokenBelongsToOneApplicationAndServer()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        QCOMPARE(process("token", {{"ConsumerKey"_s, "other"_s}}).error, 604);
-        QCOMPARE(process("token", {{"ServerUrlValue"_s, 3}}).error, 703);
-        QCOMPARE(process("token").error, 0);
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
     }
 
     void manyApplicationsAreServed()
@@ -180,8 +145,7 @@ private Q_SLOTS:
         operations();
         for (const char* mechanism :
              {"initialise", "signIn", "token", "privateMechanism_ensureToken"})
-            QCOMPARE(process(mechanism).error, 603);
-        QCOMPARE(operations(), QList<int>());
+            QCOMPARE(told(mechanism), "603:"_s);
         QVERIFY(storeAccessControlList({"some-app::some-token"_s, "libaccounts-kel::accesssvt"_s}));
         QCOMPARE(process("token").error, 0);
     }
@@ -221,20 +185,16 @@ private Q_SLOTS:
         QCOMPARE(storedSession().value("UserId"_s).toString(), mUser);
 
         QVERIFY(expire());
-        QCOMPARE(process("privateMechanism_ensureToken").error, 0);
-        QCOMPARE(operations(), QList<int>{2});
+        QCOMPARE(told("privateMechanism_ensureToken"), "0: 2"_s);
         QVERIFY(expire());
-        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        QCOMPARE(operations(), (QList<int>{2, 22}));
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 2 22"_s);
     }
 
     void aTokenIsMadeOnlyWhenThereIsNone()
     {
         QVERIFY(openSignedOut(mUser, mPassword));
-        QCOMPARE(process("privateMechanism_ensureToken").error, 0);
-        QCOMPARE(operations(), QList<int>{1});
-        QCOMPARE(process("privateMechanism_ensureToken").error, 0);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told("privateMechanism_ensureToken"), "0: 1"_s);
+        QCOMPARE(told("privateMechanism_ensureToken"), "0:"_s);
         QCOMPARE(process("userId").data.value("UserId"_s).toString(), mUser);
     }
 
@@ -245,8 +205,7 @@ private Q_SLOTS:
         QVERIFY(letTokensExpire());
         operations();
         QVERIFY(expire());
-        QCOMPARE(process("privateMechanism_ensureToken").error, 0);
-        QCOMPARE(operations(), (QList<int>{2, 1}));
+        QCOMPARE(told("privateMechanism_ensureToken"), "0: 2 1"_s);
         QVERIFY(storedSession().value("Token"_s).toString() != before);
     }
 
@@ -255,8 +214,7 @@ private Q_SLOTS:
         QCOMPARE(process("privateMechanism_signOut").error, 604);
         QCOMPARE(process("signIn").error, 0);
         operations();
-        QCOMPARE(process("privateMechanism_signOut").error, 0);
-        QCOMPARE(operations(), QList<int>{9});
+        QCOMPARE(told("privateMechanism_signOut"), "0: 9"_s);
         QCOMPARE(process("token").error, 604);
         QCOMPARE(storedSession().value("Token"_s).toString(), QString());
         QCOMPARE(storedSession().value("TokenSecret"_s).toString(), QString());
@@ -265,8 +223,7 @@ private Q_SLOTS:
         QCOMPARE(process("signIn").error, 0);
         QVERIFY(letTokensExpire());
         operations();
-        QCOMPARE(process("privateMechanism_signOut").error, 0);
-        QCOMPARE(operations(), QList<int>{9});
+        QCOMPARE(told("privateMechanism_signOut"), "0: 9"_s);
         QCOMPARE(process("token").error, 604);
     }
 
@@ -275,23 +232,17 @@ private Q_SLOTS:
         QCOMPARE(process("signIn").error, 0);
         operations();
         QCOMPARE(process("close").error, 0);
-        QCOMPARE(process("token").error, 0);
-        QCOMPARE(operations(), QList<int>());
+        QCOMPARE(told("token"), "0:"_s);
     }
 
     void dataItemsAreKnownAfterSigningIn_data()
     {
-        columns<QByteArray, QString>("mechanism", "key");
-        QTest::newRow("user name") << "userId"_ba
-                                   << "UserId"_s;
-        QTest::newRow("login") << "loginIdentifier"_ba
-                               << "LoginId"_s;
-        QTest::newRow("account") << "kelAccountId"_ba
-                                 << "KelAccountId"_s;
-        QTest::newRow("address") << "emailAddress"_ba
-                                 << "EmailAddress"_s;
+        const auto row = rows<QByteArray, QString>("mechanism", "key");
+        row("user name", "userId", "UserId");
+        row("login", "loginIdentifier", "LoginId");
+        row("account", "kelAccountId", "KelAccountId");
+        row("address", "emailAddress", "EmailAddress");
     }
-
     void dataItemsAreKnownAfterSigningIn()
     {
         const auto [mechanism, key] = fetch<QByteArray, QString>("mechanism", "key");
@@ -303,14 +254,6 @@ private Q_SLOTS:
         QCOMPARE(outcome.error, 0);
         QCOMPARE(outcome.data, (QVariantMap{{key, signedIn.data.value(key)}}));
         QCOMPARE(operations(), QList<int>());
-    }
-
-    void theServersTimeIsTold()
-    {
-        const Outcome outcome = process("serverUTCTime");
-        QCOMPARE(outcome.error, 0);
-        const qint64 told = outcome.data.value("ServerUTCTime"_s).toLongLong();
-        QVERIFY(qAbs(told - QDateTime::currentSecsSinceEpoch()) < 10);
     }
 
     void whatThePluginDoesNotDoItSays()

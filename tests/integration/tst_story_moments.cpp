@@ -11,9 +11,7 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTimer>
 
 #include <csignal>
@@ -43,9 +41,6 @@ public:
     Q_ENUM(Ending)
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
-    void cleanup() { tidyUp(); }
-
     void cleanupTestCase()
     {
         qInfo("slowest answer: %lld ms, %s", mSlowestMs, qPrintable(mSlowest));
@@ -54,34 +49,37 @@ private Q_SLOTS:
 
     void aDaemonThatLeavesIsOneAnswer_data()
     {
-        columns<SetUp, Ending, int>("setUp", "ending", "moment");
+        rows<SetUp, Ending, int, int>("setUp", "ending", "moment", "late");
         const QStringList sweep =
             qEnvironmentVariable(sweepVariable).split(QLatin1Char(' '), Qt::SkipEmptyParts);
         if (sweep.isEmpty()) {
-            rows(Term, 70);
-            rows(Kill, 110, 330);
-            rows(Stop, 150, 150);
+            addMoments(Term, 70);
+            addMoments(Kill, 110, 330);
+            addMoments(Stop, 150, 150);
+            // And with a service that answers at once.
+            for (const int moment : {0, 1, 2, 4, 6, 10, 15, 20, 25, 30})
+                addMoment(Kill, moment, 0);
             return;
         }
         const int step = sweep.value(1).toInt();
         QVERIFY2(step > 0, sweepVariable);
         const int ending = QStringList({"term"_s, "kill"_s, "stop"_s}).indexOf(sweep.value(0));
         QVERIFY2(ending >= 0, sweepVariable);
-        rows(Ending(ending), step);
+        addMoments(Ending(ending), step);
     }
-
     void aDaemonThatLeavesIsOneAnswer()
     {
         QFETCH(SetUp, setUp);
         QFETCH(Ending, ending);
         QFETCH(int, moment);
+        QFETCH(int, late);
         prepare(setUp);
         QVERIFY(DaemonControl::start());
         const pid_t daemon = DaemonControl::processId();
         QVERIFY(daemon > 1);
         QByteArray faults;
         for (int i = 0; i < 4; ++i)
-            faults += "delay=" + QByteArray::number(lateMs) + '\n';
+            faults += "delay=" + QByteArray::number(late) + '\n';
         QVERIFY(EmulatedService::orderFaults(faults));
         mDisturbed = false;
         QTimer::singleShot(moment, Qt::PreciseTimer, this,
@@ -129,15 +127,18 @@ private Q_SLOTS:
     }
 
 private:
-    static void rows(Ending ending, int stepMs, int endMs = spanMs)
+    static void addMoments(Ending ending, int stepMs, int endMs = spanMs)
+    {
+        for (int moment = stepMs / 2; moment < endMs; moment += stepMs)
+            addMoment(ending, moment, lateMs);
+    }
+    static void addMoment(Ending ending, int moment, int late)
     {
         const char* const names[] = {"term", "kill", "stop"};
-        for (int moment = stepMs / 2; moment < endMs; moment += stepMs) {
-            QTest::addRow("%s, sign-in, %d ms", names[ending], moment)
-                << SignIn << ending << moment;
-            QTest::addRow("%s, registration, %d ms", names[ending], moment)
-                << Registration << ending << moment;
-        }
+        QTest::addRow("%s, sign-in, %d ms, %d late", names[ending], moment, late)
+            << SignIn << ending << moment << late;
+        QTest::addRow("%s, registration, %d ms, %d late", names[ending], moment, late)
+            << Registration << ending << moment << late;
     }
 
     void disturb(Ending ending, pid_t daemon)
@@ -159,16 +160,9 @@ private:
     /// of it and keeps its name on the bus.
     static void endCopiesOfTheDaemon()
     {
-        const QByteArray marker = "SSO_STORAGE_PATH=" + qgetenv("SSO_STORAGE_PATH");
-        const QStringList processes = QDir("/proc"_s).entryList(QDir::Dirs);
-        for (const QString& process : processes) {
-            QFile name("/proc/%1/comm"_s.arg(process));
-            QFile environment("/proc/%1/environ"_s.arg(process));
-            if (process.toInt() > 1 && name.open(QIODevice::ReadOnly) &&
-                name.readAll() == "signond\n" && environment.open(QIODevice::ReadOnly) &&
-                environment.readAll().split('\0').contains(marker))
-                ::kill(process.toInt(), SIGKILL);
-        }
+        const QList<pid_t> copies = processesNamed("signond\n");
+        for (const pid_t copy : copies)
+            ::kill(copy, SIGKILL);
     }
 
     qint64 mSlowestMs = 0;

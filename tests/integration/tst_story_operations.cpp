@@ -24,20 +24,15 @@ public:
     Q_ENUM(Operation)
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
-
     void init()
     {
         prepare(SignIn);
         QCOMPARE(succeedsNow(SignIn), QString());
     }
 
-    void cleanup() { tidyUp(); }
-    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
-
     void aFailingServiceIsOneAnswerAndTheNextCallSucceeds_data()
     {
-        columns<Operation, QByteArray, int, bool>("operation", "faults", "status", "isDone");
+        rows<Operation, QByteArray, int, bool>("operation", "faults", "status", "isDone");
         const struct
         {
             const char* faults;
@@ -57,7 +52,6 @@ private Q_SLOTS:
                     << operation << QByteArray(one.faults) << one.status << one.isDone;
         }
     }
-
     void aFailingServiceIsOneAnswerAndTheNextCallSucceeds()
     {
         const auto [operation, faults, status, isDone] =
@@ -72,7 +66,6 @@ private Q_SLOTS:
     }
 
     void aKilledPluginIsOneAnswerAndTheNextCallSucceeds_data() { operationRows(); }
-
     void aKilledPluginIsOneAnswerAndTheNextCallSucceeds()
     {
         QFETCH(Operation, operation);
@@ -88,7 +81,6 @@ private Q_SLOTS:
     }
 
     void aKilledDaemonIsOneAnswerAndTheNextCallSucceeds_data() { operationRows(); }
-
     void aKilledDaemonIsOneAnswerAndTheNextCallSucceeds()
     {
         QFETCH(Operation, operation);
@@ -119,7 +111,6 @@ private Q_SLOTS:
     }
 
     void aDaemonThatIsGoneForGoodIsOneAnswer_data() { operationRows(); }
-
     void aDaemonThatIsGoneForGoodIsOneAnswer()
     {
         QFETCH(Operation, operation);

@@ -5,9 +5,13 @@
 #include "integration/keptdata.h"
 #include "integration/loudrun.h"
 #include "integration/storyfixture.h"
+#include "plugin/zorauthplugin.h"
+#include "rest/records/registrationinfodata.h"
 #include "support/literals.h"
 #include "support/secretsearch.h"
+#include "support/sessionsandbox.h"
 
+#include <QDataStream>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLoggingCategory>
@@ -129,6 +133,83 @@ private Q_SLOTS:
         QCOMPARE(reset(token, secondAnswer), 0);
         QCOMPARE(signsIn("one"_s, thirdPassword), 0);
         QVERIFY(cleanDevice());
+    }
+
+    // The daemon throws away what a plugin's process writes; written by this process, it is caught.
+    void thePluginDoesTheSameInThisProcess()
+    {
+        QVERIFY(!addAccount({{"userName"_s, "carol"_s},
+                             {"email"_s, "carol@example.org"_s},
+                             {"password"_s, firstPassword}})
+                     .isEmpty());
+        ZorAuth::ZorAuthPlugin plugin;
+        QVariantMap kept; // what the daemon would keep for it
+        const auto mechanism = [&](const char* name, const QVariantMap& data = {}) {
+            QVariantMap all = kept;
+            const QVariantMap own = {{"ConsumerKey"_s, "demo-key"_s},
+                                     {"ConsumerSecret"_s, consumerSecret},
+                                     {"ServerUrlValue"_s, 2},
+                                     {"UserName"_s, "carol"_s},
+                                     {"Secret"_s, firstPassword}};
+            for (const QVariantMap& more : {own, data}) {
+                for (auto entry = more.cbegin(); entry != more.cend(); ++entry)
+                    all.insert(entry.key(), entry.value());
+            }
+            int answer = -1;
+            const QObject context;
+            connect(&plugin, &AuthPluginInterface::result, &context, [&] { answer = 0; });
+            connect(&plugin, &AuthPluginInterface::store, &context,
+                    [&](const SignOn::SessionData& stored) { kept = stored.toMap(); });
+            connect(&plugin, &AuthPluginInterface::error, &context,
+                    [&](const SignOn::Error& error) {
+                        answer = error.type();
+                        mAnswers.append(error.message());
+                    });
+            plugin.process(SignOn::SessionData(all), QLatin1String(name));
+            waitUntil([&] { return answer >= 0; });
+            noteTokens(KeptData::sessionIn(kept));
+            return answer;
+        };
+        QCOMPARE(mechanism("signIn", {{"Secret"_s, wrongPassword}, {"ManualSignIn"_s, true}}), 504);
+        QCOMPARE(mechanism("initialise"), 0);
+        QCOMPARE(mechanism("signIn", {{"ManualSignIn"_s, true}}), 0);
+        QCOMPARE(mechanism("token"), 0);
+        QCOMPARE(mechanism("privateMechanism_downloadProfile"), 0);
+        QByteArray question;
+        QDataStream stream(&question, QIODevice::WriteOnly);
+        stream << "2"_s << secondAnswer;
+        QCOMPARE(mechanism("privateMechanism_updateSecurityQuestion",
+                           {{"UpdateSecurityQuestion"_s, question}}),
+                 0);
+        QCOMPARE(mechanism("privateMechanism_changepassword",
+                           {{"OldPassword"_s, wrongPassword}, {"NewPassword"_s, secondPassword}}),
+                 614);
+        QCOMPARE(mechanism("privateMechanism_changepassword",
+                           {{"OldPassword"_s, firstPassword}, {"NewPassword"_s, secondPassword}}),
+                 0);
+        QCOMPARE(mechanism("signIn"), 0);
+        QVERIFY(letTokensExpire());
+        QCOMPARE(mechanism("privateMechanism_updateDeviceInfo"), 0);
+        QCOMPARE(mechanism("setUserId", {{"NewUserName"_s, "other"_s}}), 608);
+        QCOMPARE(mechanism("userId"), 0);
+        for (const char* fault :
+             {"close-after-headers", "cut-body", "status=500", "wrong-host", "not-xml"}) {
+            QVERIFY(EmulatedService::orderFaults(fault));
+            QVERIFY(mechanism("signIn") > 0);
+        }
+        QCOMPARE(mechanism("signature"), int(SignOn::Error::MechanismNotAvailable));
+        QCOMPARE(mechanism("privateMechanism_signOut"), 0);
+        QCOMPARE(mechanism("close"), 0);
+        KelRestHandler::RegistrationInfoData newcomer;
+        newcomer.emailAddress = "newcomer@example.org"_s;
+        newcomer.password = secondPassword;
+        newcomer.securityQuestion = "2"_s;
+        newcomer.securityAnswer = firstAnswer;
+        newcomer.serviceTag = "dGFn"; // base64, as the emulated service wants it
+        const QVariantMap registering = {
+            {"RegistrationData"_s, KelRestHandler::serializeRegistration(newcomer)}};
+        QCOMPARE(mechanism("privateMechanism_registerAccount", registering), 0);
+        QCOMPARE(mechanism("privateMechanism_registerAccount", registering), 515);
     }
 
     void theClientDoesTheSame()
@@ -260,9 +341,9 @@ private:
     }
 
     /// The tokens are new with every sign-in.
-    void noteTokens()
+    void noteTokens() { noteTokens(KeptData::sessionIn(storedFor(identityNumber()))); }
+    void noteTokens(const QVariantMap& session)
     {
-        const QVariantMap session = KelTest::KeptData::sessionIn(storedFor(identityNumber()));
         for (const char* name : {"Token", "TokenSecret"}) {
             const QString secret = session.value(QLatin1String(name)).toString();
             if (!secret.isEmpty() && !mSecrets.contains(secret))

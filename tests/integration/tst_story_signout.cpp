@@ -24,10 +24,8 @@ class TestStorySignOut : public SignOutFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
     void init() { prepareUser(); }
     void cleanup() { restore(); }
-    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
 
     void everythingIsDeleted()
     {
@@ -60,15 +58,14 @@ private Q_SLOTS:
 
     void whatIsNotThereIsNotMissed_data()
     {
-        columns<QByteArray, QList<int>>("missing", "deleted");
-        QTest::newRow("everything") << "everything"_ba << QList<int>{};
-        QTest::newRow("token at the service") << "token"_ba << QList<int>{401};
-        QTest::newRow("stored session") << "session"_ba << QList<int>{};
-        QTest::newRow("credentials") << "credentials"_ba << QList<int>{};
-        QTest::newRow("credentials of a session that was closed")
-            << "closed credentials"_ba << QList<int>{};
-        QTest::newRow("credentials that the account names") << "name"_ba << QList<int>{};
-        QTest::newRow("account") << "account"_ba << QList<int>{200};
+        const auto row = rows<QByteArray, QList<int>>("missing", "deleted");
+        row("everything", "everything", QList<int>{});
+        row("token at the service", "token", QList<int>{401});
+        row("stored session", "session", QList<int>{});
+        row("credentials", "credentials", QList<int>{});
+        row("credentials of a session that was closed", "closed credentials", QList<int>{});
+        row("credentials that the account names", "name", QList<int>{});
+        row("account", "account", QList<int>{200});
     }
 
     void whatIsNotThereIsNotMissed()
@@ -124,11 +121,11 @@ private Q_SLOTS:
 
     void aServiceThatFailsLeavesEverything_data()
     {
-        columns<QByteArray, int>("faults", "status");
-        QTest::newRow("closed") << "close-before-headers"_ba << 402;
-        QTest::newRow("closed while it answered") << "close-in-headers"_ba << 402;
-        QTest::newRow("error") << "status=500"_ba << 1004;
-        QTest::newRow("wrong certificate") << "wrong-host"_ba << 406;
+        const auto row = rows<QByteArray, int>("faults", "status");
+        row("closed", "close-before-headers", 402);
+        row("closed while it answered", "close-in-headers", 402);
+        row("error", "status=500", 1004);
+        row("wrong certificate", "wrong-host", 406);
     }
 
     void aServiceThatFailsLeavesEverything()

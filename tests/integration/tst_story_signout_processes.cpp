@@ -31,7 +31,6 @@ public:
     Q_ENUM(Ending)
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
     void init() { prepareUser(); }
 
     void cleanup()
@@ -40,8 +39,6 @@ private Q_SLOTS:
             mWaking.join();
         restore();
     }
-
-    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
 
     void aPluginThatIsKilledLeavesEverything()
     {
@@ -123,7 +120,7 @@ private Q_SLOTS:
 
     void aDaemonThatLeavesAtAnyMomentIsOneAnswer_data()
     {
-        columns<Ending, int>("ending", "moment");
+        rows<Ending, int>("ending", "moment");
         for (const int moment : {0, 3, 6, 10, 15, 20, 25, 30, 40, 50, 60, 80})
             QTest::addRow("kill, %d ms", moment) << Kill << moment;
         for (const int moment : {0, 10, 25, 40, 60})
@@ -164,7 +161,7 @@ private Q_SLOTS:
 
     void aFacadeThatGoesMeanwhileLeavesTheRestToTheNext_data()
     {
-        QTest::addColumn<int>("moment");
+        rows<int>("moment");
         for (const int moment : {0, 5, 15, 25, 35, 50})
             QTest::addRow("%d ms", moment) << moment;
     }
@@ -196,9 +193,9 @@ private Q_SLOTS:
 
     void accountsThatAreKeptAreWaitedFor_data()
     {
-        columns<int, int>("patience", "status");
-        QTest::newRow("long enough") << 20000 << 0;
-        QTest::newRow("not long enough") << 60 << 805;
+        const auto row = rows<int, int>("patience", "status");
+        row("long enough", 20000, 0);
+        row("not long enough", 60, 805);
     }
 
     void accountsThatAreKeptAreWaitedFor()

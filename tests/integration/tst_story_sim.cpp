@@ -28,10 +28,6 @@ class TestStorySim : public SetUpFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(isReady(), "run this with kelaccount-emulator run -- PROGRAM"); }
-    void cleanup() { tidyUp(); }
-    void cleanupTestCase() { QVERIFY(EmulatedService::waitForNetworkThreads()); }
-
     void theCountryIsThatOfTheSim()
     {
         prepare(SignIn);
@@ -41,7 +37,6 @@ private Q_SLOTS:
     }
 
     void theServiceIsToldOfTheDeviceOnlyWithASim_data() { bothSetUps(); }
-
     void theServiceIsToldOfTheDeviceOnlyWithASim()
     {
         QFETCH(SetUp, setUp);
@@ -65,13 +60,12 @@ private Q_SLOTS:
 
     void thatItCannotBeToldChangesNothing_data()
     {
-        columns<SetUp, QByteArray>("setUp", "fault");
+        rows<SetUp, QByteArray>("setUp", "fault");
         for (const char* fault : {"close-after-headers", "status=401", "status=500", "not-xml"}) {
             QTest::addRow("sign-in, %s", fault) << SignIn << QByteArray(fault);
             QTest::addRow("registration, %s", fault) << Registration << QByteArray(fault);
         }
     }
-
     void thatItCannotBeToldChangesNothing()
     {
         const auto [setUp, fault] = fetch<SetUp, QByteArray>("setUp", "fault");
@@ -83,7 +77,6 @@ private Q_SLOTS:
     }
 
     void whatIsAskedMeanwhileIsAnsweredAfterwards_data() { bothSetUps(); }
-
     void whatIsAskedMeanwhileIsAnsweredAfterwards()
     {
         QFETCH(SetUp, setUp);
@@ -102,7 +95,6 @@ private Q_SLOTS:
     }
 
     void aFailedSetUpTellsNothing_data() { bothSetUps(); }
-
     void aFailedSetUpTellsNothing()
     {
         QFETCH(SetUp, setUp);

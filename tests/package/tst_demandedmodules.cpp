@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,12 +48,11 @@ private Q_SLOTS:
 
     void theEnvironmentHasNoSay_data()
     {
-        QTest::addColumn<QString>("variable");
-        QTest::newRow("none") << QString();
-        QTest::newRow("libraries") << "LD_LIBRARY_PATH"_s;
-        QTest::newRow("plugins") << "QT_PLUGIN_PATH"_s;
+        const auto row = rows<QString>("variable");
+        row("none", {});
+        row("libraries", "LD_LIBRARY_PATH");
+        row("plugins", "QT_PLUGIN_PATH");
     }
-
     void theEnvironmentHasNoSay()
     {
         QFETCH(QString, variable);

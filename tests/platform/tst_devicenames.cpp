@@ -18,27 +18,19 @@ private Q_SLOTS:
 
     void theDeviceTreeNamesTheDevice_data()
     {
-        columns<QByteArray, QByteArray, QString, QString>("model", "compatible", "manufacturer",
-                                                          "name");
-        const auto row = [](const char* title, const QByteArray& model,
-                            const QByteArray& compatible, const char* manufacturer,
-                            const char* name) {
-            QTest::newRow(title) << model << compatible << QString::fromLatin1(manufacturer)
-                                 << QString::fromLatin1(name);
-        };
+        const auto row = rows<QByteArray, QByteArray, QString, QString>("model", "compatible",
+                                                                        "manufacturer", "name");
         row("model repeats its maker", QByteArray("Acme Handset (1.2)\0", 19),
             QByteArray("acme,handset-1.2\0acme,handset\0soc,chip\0", 39), "Acme", "Handset (1.2)");
         row("model without its maker", QByteArray("Handset\0", 8), QByteArray("acme,handset\0", 13),
             "acme", "Handset");
         row("maker as part of a word", QByteArray("Acmeton\0", 8), QByteArray("acme,x\0", 7),
             "acme", "Acmeton");
-        row("no compatible", QByteArray("Acme Handset\0", 13), QByteArray(), "", "Acme Handset");
-        row("compatible only", QByteArray(), QByteArray("acme,handset\0soc,chip\0", 22), "acme",
-            "handset");
+        row("no compatible", QByteArray("Acme Handset\0", 13), {}, "", "Acme Handset");
+        row("compatible only", {}, QByteArray("acme,handset\0soc,chip\0", 22), "acme", "handset");
         row("no vendor", QByteArray("Handset\0", 8), QByteArray("handset\0", 8), "", "Handset");
-        row("no null at the end", "Handset"_ba, "acme,handset"_ba, "acme", "Handset");
+        row("no null at the end", "Handset", "acme,handset", "acme", "Handset");
     }
-
     void theDeviceTreeNamesTheDevice()
     {
         const auto [model, compatible] = fetch<QByteArray, QByteArray>("model", "compatible");
@@ -80,10 +72,7 @@ private Q_SLOTS:
 
     void theFirmwareVersionIsTheImages_data()
     {
-        columns<QByteArray, QString>("release", "version");
-        const auto row = [](const char* title, const char* release, const char* version) {
-            QTest::newRow(title) << QByteArray(release) << QString::fromUtf8(version);
-        };
+        const auto row = rows<QByteArray, QString>("release", "version");
         row("image", "VERSION_ID=12\nBUILD_ID=b7\nIMAGE_VERSION=33\n", "33");
         row("build", "VERSION_ID=12\nBUILD_ID=b7\n", "b7");
         row("version", "NAME=\"Some OS\"\nVERSION_ID=\"12\"\nVERSION=\"12 (x)\"\n", "12");
@@ -97,7 +86,6 @@ private Q_SLOTS:
         row("Windows line ends", "VERSION_ID=12\r\n", "12");
         row("none", "NAME=x\n", "");
     }
-
     void theFirmwareVersionIsTheImages()
     {
         QFETCH(QByteArray, release);

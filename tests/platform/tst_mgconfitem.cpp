@@ -33,28 +33,25 @@ private Q_SLOTS:
 
     void valuesKeepTheirKind_data()
     {
-        columns<QByteArray, QVariant>("text", "value");
-        QTest::newRow("text") << "'en_GB'"_ba << QVariant("en_GB"_s);
-        QTest::newRow("empty text") << "''"_ba << QVariant(""_s);
-        QTest::newRow("text beyond Latin-1") << "'\xE2\x82\xAC'"_ba << QVariant("\xE2\x82\xAC"_s);
-        QTest::newRow("truth value") << "true"_ba << QVariant(true);
-        QTest::newRow("byte") << "byte 0xfe"_ba << QVariant(254U);
-        QTest::newRow("int16") << "int16 -5"_ba << QVariant(-5);
-        QTest::newRow("uint16") << "uint16 65535"_ba << QVariant(65535U);
-        QTest::newRow("int32") << "-7"_ba << QVariant(-7);
-        QTest::newRow("uint32") << "uint32 4294967295"_ba << QVariant(4294967295U);
-        QTest::newRow("int64") << "int64 -9223372036854775807"_ba
-                               << QVariant(qlonglong(-9223372036854775807LL));
-        QTest::newRow("uint64") << "uint64 18446744073709551615"_ba
-                                << QVariant(qulonglong(18446744073709551615ULL));
-        QTest::newRow("double") << "1.5"_ba << QVariant(1.5);
-        QTest::newRow("texts") << "['a', 'b']"_ba << QVariant(QStringList{"a"_s, "b"_s});
-        QTest::newRow("no texts") << "@as []"_ba << QVariant(QStringList());
-        QTest::newRow("numbers") << "[1, 2]"_ba << QVariant();
-        QTest::newRow("pair") << "('a', 1)"_ba << QVariant();
-        QTest::newRow("variant") << "<'a'>"_ba << QVariant();
+        const auto row = rows<QByteArray, QVariant>("text", "value");
+        row("text", "'en_GB'", QVariant("en_GB"_s));
+        row("empty text", "''", QVariant(""_s));
+        row("text beyond Latin-1", "'\xE2\x82\xAC'", QVariant("\xE2\x82\xAC"_s));
+        row("truth value", "true", QVariant(true));
+        row("byte", "byte 0xfe", QVariant(254U));
+        row("int16", "int16 -5", QVariant(-5));
+        row("uint16", "uint16 65535", QVariant(65535U));
+        row("int32", "-7", QVariant(-7));
+        row("uint32", "uint32 4294967295", QVariant(4294967295U));
+        row("int64", "int64 -9223372036854775807", QVariant(qlonglong(-9223372036854775807LL)));
+        row("uint64", "uint64 18446744073709551615", QVariant(qulonglong(18446744073709551615ULL)));
+        row("double", "1.5", QVariant(1.5));
+        row("texts", "['a', 'b']", QVariant(QStringList{"a"_s, "b"_s}));
+        row("no texts", "@as []", QVariant(QStringList()));
+        row("numbers", "[1, 2]", {});
+        row("pair", "('a', 1)", {});
+        row("variant", "<'a'>", {});
     }
-
     void valuesKeepTheirKind()
     {
         const auto [text, value] = fetch<QByteArray, QVariant>("text", "value");
@@ -85,14 +82,13 @@ private Q_SLOTS:
 
     void whatIsNoPathOfAnItemIsInvalid_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("no slash in front") << "test/value"_s;
-        QTest::newRow("folder") << "/test/"_s;
-        QTest::newRow("two slashes") << "/test//value"_s;
-        QTest::newRow("half a surrogate pair") << "/test/"_s + QChar(0xD800);
+        const auto row = rows<QString>("key");
+        row("empty", {});
+        row("no slash in front", "test/value");
+        row("folder", "/test/");
+        row("two slashes", "/test//value");
+        row("half a surrogate pair", "/test/"_s + QChar(0xD800));
     }
-
     void whatIsNoPathOfAnItemIsInvalid()
     {
         QFETCH(QString, key);

@@ -35,18 +35,17 @@ private Q_SLOTS:
 
     void simStatusCountsSims_data()
     {
-        columns<QVector<SimCard>, int>("sims", "status");
+        const auto row = rows<QVector<SimCard>, int>("sims", "status");
         const SimCard usable = {false, {}, {}, {}};
         const SimCard locked = {true, {}, {}, {}};
-        QTest::newRow("none") << QVector<SimCard>{} << 0;
-        QTest::newRow("usable") << QVector<SimCard>{usable} << 1;
-        QTest::newRow("locked") << QVector<SimCard>{locked} << 3;
-        QTest::newRow("two") << QVector<SimCard>{usable, usable} << 2;
-        QTest::newRow("three") << QVector<SimCard>{usable, usable, usable} << 2;
-        QTest::newRow("one of two locked") << QVector<SimCard>{locked, usable} << 2;
-        QTest::newRow("two locked") << QVector<SimCard>{locked, locked} << 3;
+        row("none", QVector<SimCard>{}, 0);
+        row("usable", QVector<SimCard>{usable}, 1);
+        row("locked", QVector<SimCard>{locked}, 3);
+        row("two", QVector<SimCard>{usable, usable}, 2);
+        row("three", QVector<SimCard>{usable, usable, usable}, 2);
+        row("one of two locked", QVector<SimCard>{locked, usable}, 2);
+        row("two locked", QVector<SimCard>{locked, locked}, 3);
     }
-
     void simStatusCountsSims()
     {
         QFETCH(QVector<SimCard>, sims);

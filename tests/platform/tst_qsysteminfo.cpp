@@ -40,14 +40,11 @@ private Q_SLOTS:
 
     void theCountryIsTheLocales_data()
     {
-        columns<QByteArray, QString>("locale", "country");
-        QTest::newRow("Finland") << "fi_FI.UTF-8"_ba
-                                 << "FI"_s;
-        QTest::newRow("three-letter language") << "fil_PH"_ba
-                                               << "PH"_s;
-        QTest::newRow("C") << "C"_ba << QString();
+        const auto row = rows<QByteArray, QString>("locale", "country");
+        row("Finland", "fi_FI.UTF-8", "FI");
+        row("three-letter language", "fil_PH", "PH");
+        row("C", "C", {});
     }
-
     void theCountryIsTheLocales()
     {
         QFETCH(QByteArray, locale);

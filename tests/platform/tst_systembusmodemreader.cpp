@@ -94,7 +94,7 @@ private Q_SLOTS:
 
     void modemsAndSimsAreRead_data()
     {
-        columns<QStringList, QStringList>("modems", "sims");
+        rows<QStringList, QStringList>("modems", "sims");
         const auto row = [](const char* scenario, std::initializer_list<const char*> modems,
                             std::initializer_list<const char*> sims) {
             QTest::newRow(scenario) << list(modems) << list(sims);
@@ -124,7 +124,6 @@ private Q_SLOTS:
         row("mm-two", {modem0, modem1}, {finnish, american});
         row("mm-odd-types", {modem0}, {"usable  244 "});
     }
-
     void modemsAndSimsAreRead()
     {
         QVERIFY2(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())),
@@ -162,14 +161,13 @@ private Q_SLOTS:
 
     void aServiceThatHangsCostsOneSecond_data()
     {
-        QTest::addColumn<QStringList>("sims");
-        QTest::newRow("ofono-hang") << QStringList();
+        const auto row = rows<QStringList>("sims");
+        row("ofono-hang", {});
         // It is there, but does not tell whose it is; nor whether it is there, in oFono's case.
-        QTest::newRow("ofono-sim-hang") << QStringList();
-        QTest::newRow("mm-hang") << QStringList();
-        QTest::newRow("mm-sim-hang") << list({"usable   "});
+        row("ofono-sim-hang", {});
+        row("mm-hang", {});
+        row("mm-sim-hang", list({"usable   "}));
     }
-
     void aServiceThatHangsCostsOneSecond()
     {
         QVERIFY(mBus.runModem(QString::fromLatin1(QTest::currentDataTag())));

@@ -11,6 +11,31 @@
 /// Rows of data in fewer words.
 namespace KelTest::Rows {
 
+/// The row's values, as QFETCH gets them one by one.
+template <class... Values, class... Names>
+std::tuple<Values...> fetch(Names... names)
+{
+    static_assert(sizeof...(Values) == sizeof...(Names));
+    return {*static_cast<Values*>(QTest::qData(names, qMetaTypeId<Values>()))...};
+}
+
+/// How a column's value may be written in a row: a QString as a literal, too.
+template <class Value>
+struct Written
+{
+    using Type = Value;
+};
+template <>
+struct Written<QString>
+{
+    struct Type : QString
+    {
+        Type() = default;
+        Type(const char* text) : QString(QString::fromUtf8(text)) {}
+        Type(const QString& text) : QString(text) {}
+    };
+};
+
 /// Columns of these types under these names.
 template <class... Values, class... Names>
 void columns(Names... names)
@@ -19,12 +44,14 @@ void columns(Names... names)
     (QTest::addColumn<Values>(names), ...);
 }
 
-/// The row's values, as QFETCH gets them one by one.
+/// Makes such columns. What it returns makes a row of a name and its values.
 template <class... Values, class... Names>
-std::tuple<Values...> fetch(Names... names)
+auto rows(Names... names)
 {
-    static_assert(sizeof...(Values) == sizeof...(Names));
-    return {*static_cast<Values*>(QTest::qData(names, qMetaTypeId<Values>()))...};
+    columns<Values...>(names...);
+    return [](const char* name, const typename Written<Values>::Type&... values) {
+        (QTest::newRow(name) << ... << Values(values));
+    };
 }
 
 /// A column of texts, and a row named after each.

@@ -44,7 +44,7 @@ private Q_SLOTS:
 
     void theOutputNamesTheStatusAndTheExitStatusFollowsIt_data()
     {
-        columns<QString, int, QByteArray, QByteArray>("name", "exitStatus", "status", "available");
+        rows<QString, int, QByteArray, QByteArray>("name", "exitStatus", "status", "available");
         const auto row = [](const char* name, int exitStatus, const char* status,
                             const char* available) {
             QTest::newRow(name) << text(name) << exitStatus << QByteArray(status)
@@ -57,7 +57,6 @@ private Q_SLOTS:
         row("", OtherStatus, "1001 ZorKeLDefs::ErrorInvalidParameter", "false");
         row("a b", OtherStatus, "522 ZorKeLDefs::ErrorAttributeSyntaxError", "false");
     }
-
     void theOutputNamesTheStatusAndTheExitStatusFollowsIt()
     {
         const auto [name, exitStatus, status, available] =
@@ -79,16 +78,13 @@ private Q_SLOTS:
 
     void jsonIsOneObjectOnOneLine_data()
     {
-        columns<QString, int, int, QString, int>("name", "exitStatus", "status", "statusName",
-                                                 "suggestions");
-        QTest::newRow("free") << "bob"_s << int(Success) << 0 << "ZorKeLDefs::ErrorNone"_s << 0;
-        QTest::newRow("taken") << "alice"_s << int(Success) << 0 << "ZorKeLDefs::ErrorNone"_s << 3;
-        QTest::newRow("reserved") << "admin"_s << int(OtherStatus) << 512
-                                  << "ZorKelDefs::Error512"_s << 0;
-        QTest::newRow("empty") << QString() << int(OtherStatus) << 1001
-                               << "ZorKeLDefs::ErrorInvalidParameter"_s << 0;
+        const auto row = rows<QString, int, int, QString, int>("name", "exitStatus", "status",
+                                                               "statusName", "suggestions");
+        row("free", "bob", int(Success), 0, "ZorKeLDefs::ErrorNone", 0);
+        row("taken", "alice", int(Success), 0, "ZorKeLDefs::ErrorNone", 3);
+        row("reserved", "admin", int(OtherStatus), 512, "ZorKelDefs::Error512", 0);
+        row("empty", {}, int(OtherStatus), 1001, "ZorKeLDefs::ErrorInvalidParameter", 0);
     }
-
     void jsonIsOneObjectOnOneLine()
     {
         const auto [name, exitStatus] = fetch<QString, int>("name", "exitStatus");
@@ -114,22 +110,17 @@ private Q_SLOTS:
 
     void aLineHoldsOperationStatusTimeAndValues_data()
     {
-        columns<QString, QString>("name", "pattern");
+        const auto row = rows<QString, QString>("name", "pattern");
         const QString time = "[0-9]+\\.[0-9] ms"_s;
-        QTest::newRow("free") << "bob"_s
-                              << "isUserIdAvailable\\(\"bob\"\\) +0 ErrorNone +"_s + time +
-                                     "  available: true\n"_s;
-        QTest::newRow("an empty value is left out")
-            << "admin"_s
-            << "isUserIdAvailable\\(\"admin\"\\) +512 Error512 +"_s + time +
-                   "  available: false\n"_s;
+        row("free", "bob",
+            "isUserIdAvailable\\(\"bob\"\\) +0 ErrorNone +"_s + time + "  available: true\n"_s);
+        row("an empty value is left out", "admin",
+            "isUserIdAvailable\\(\"admin\"\\) +512 Error512 +"_s + time + "  available: false\n"_s);
         const QString longName(70, QLatin1Char('n'));
-        QTest::newRow("values that do not fit stand below")
-            << longName
-            << "isUserIdAvailable\\(\"n+\"\\) 522 ErrorAttributeSyntaxError +"_s + time +
-                   "\n    available: false\n"_s;
+        row("values that do not fit stand below", longName,
+            "isUserIdAvailable\\(\"n+\"\\) 522 ErrorAttributeSyntaxError +"_s + time +
+                "\n    available: false\n"_s);
     }
-
     void aLineHoldsOperationStatusTimeAndValues()
     {
         const auto [name, pattern] = fetch<QString, QString>("name", "pattern");
@@ -169,12 +160,11 @@ private Q_SLOTS:
 
     void aFailureOfTheNetworkIsAnAnswer_data()
     {
-        columns<QByteArray, int>("faults", "status");
-        QTest::newRow("wrong certificate") << "wrong-host"_ba << 406;
-        QTest::newRow("HTTP 503") << "status=503"_ba << 1004;
-        QTest::newRow("cut") << "cut-body"_ba << 402;
+        const auto row = rows<QByteArray, int>("faults", "status");
+        row("wrong certificate", "wrong-host", 406);
+        row("HTTP 503", "status=503", 1004);
+        row("cut", "cut-body", 402);
     }
-
     void aFailureOfTheNetworkIsAnAnswer()
     {
         QFETCH(QByteArray, faults);
@@ -198,18 +188,15 @@ private Q_SLOTS:
 
     void theSecretComesFromEnvironmentOrFile_data()
     {
-        columns<QString, QByteArray, int>("environment", "file", "status");
-        QTest::newRow("environment") << "demo-secret"_s << QByteArray() << 0;
-        QTest::newRow("wrong in the environment") << "other"_s << QByteArray() << 504;
-        QTest::newRow("file") << QString() << "demo-secret"_ba << 0;
-        QTest::newRow("file with a line's end") << QString() << "demo-secret\n"_ba << 0;
-        QTest::newRow("file of another system") << QString() << "demo-secret\r\n"_ba << 0;
-        QTest::newRow("file before environment") << "other"_s
-                                                 << "demo-secret"_ba << 0;
-        QTest::newRow("wrong in the file") << "demo-secret"_s
-                                           << "other"_ba << 504;
+        const auto row = rows<QString, QByteArray, int>("environment", "file", "status");
+        row("environment", "demo-secret", {}, 0);
+        row("wrong in the environment", "other", {}, 504);
+        row("file", {}, "demo-secret", 0);
+        row("file with a line's end", {}, "demo-secret\n", 0);
+        row("file of another system", {}, "demo-secret\r\n", 0);
+        row("file before environment", "other", "demo-secret", 0);
+        row("wrong in the file", "demo-secret", "other", 504);
     }
-
     void theSecretComesFromEnvironmentOrFile()
     {
         const auto [environment, file] = fetch<QString, QByteArray>("environment", "file");
@@ -236,12 +223,11 @@ private Q_SLOTS:
 
     void everyServersNameLeadsToOne_data()
     {
-        QTest::addColumn<QString>("server");
+        const auto row = rows<QString>("server");
         for (const char* server :
              {"production", "staging", "test-a", "test-b", "test-c", "test-d", "2", "-1", "7"})
-            QTest::newRow(server) << text(server);
+            row(server, text(server));
     }
-
     void everyServersNameLeadsToOne()
     {
         QFETCH(QString, server);
@@ -251,19 +237,18 @@ private Q_SLOTS:
 
     void strangeNamesAreAnsweredOnce_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("control characters") << "a\r\n\t\x01\x1b[31mz\x7f"_s;
-        QTest::newRow("later control characters") << "a\u009b31mz\u0085b"_s;
-        QTest::newRow("not Latin") << "борис"_s;
-        QTest::newRow("emoji") << "\xF0\x9F\x98\x80"_s;
-        QTest::newRow("quotes") << "\"'`$(true)\\"_s;
-        QTest::newRow("markup") << "<a href=\"&\">"_s;
-        QTest::newRow("like an option") << "--bogus option"_s;
+        const auto row = rows<QString>("name");
+        row("control characters", "a\r\n\t\x01\x1b[31mz\x7f");
+        row("later control characters", "a\u009b31mz\u0085b");
+        row("not Latin", "борис");
+        row("emoji", "\xF0\x9F\x98\x80");
+        row("quotes", "\"'`$(true)\\");
+        row("markup", "<a href=\"&\">");
+        row("like an option", "--bogus option");
         // A single argument cannot be longer than 128 KiB on Linux.
-        QTest::newRow("long") << QString(131000, QLatin1Char('a'));
-        QTest::newRow("long and wide") << QString(43000, QChar(0x20AC));
+        row("long", QString(131000, QLatin1Char('a')));
+        row("long and wide", QString(43000, QChar(0x20AC)));
     }
-
     void strangeNamesAreAnsweredOnce()
     {
         QFETCH(QString, name);
@@ -304,12 +289,11 @@ private Q_SLOTS:
 
     void textsAreUtf8InEveryLocale_data()
     {
-        QTest::addColumn<QString>("locale");
+        const auto row = rows<QString>("locale");
         for (const char* locale :
              {"C", "C.UTF-8", "fa_IR.UTF-8", "tr_TR.UTF-8", "de_DE.ISO-8859-1"})
-            QTest::newRow(locale) << text(locale);
+            row(locale, text(locale));
     }
-
     void textsAreUtf8InEveryLocale()
     {
         QFETCH(QString, locale);

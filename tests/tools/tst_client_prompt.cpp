@@ -39,16 +39,13 @@ private Q_SLOTS:
 
     void eachCommandAsksForItsOwn_data()
     {
-        columns<QByteArray, QList<QByteArray>>("arguments", "questions");
-        QTest::newRow("registering")
-            << "register --email bob@example.org"_ba << QList<QByteArray>{"password: "};
-        QTest::newRow("registering with a question")
-            << "register --email bob@example.org --question 2"_ba
-            << QList<QByteArray>{"password: ", "answer: "};
-        QTest::newRow("changing the password")
-            << "change-password"_ba << QList<QByteArray>{"old-password: ", "new-password: "};
+        const auto row = rows<QByteArray, QList<QByteArray>>("arguments", "questions");
+        row("registering", "register --email bob@example.org", QList<QByteArray>{"password: "});
+        row("registering with a question", "register --email bob@example.org --question 2",
+            QList<QByteArray>{"password: ", "answer: "});
+        row("changing the password", "change-password",
+            QList<QByteArray>{"old-password: ", "new-password: "});
     }
-
     void eachCommandAsksForItsOwn()
     {
         QFETCH(QByteArray, arguments);
@@ -69,11 +66,10 @@ private Q_SLOTS:
 
     void anInterruptedQuestionLeavesTheEchoOn_data()
     {
-        QTest::addColumn<QByteArray>("key");
-        QTest::newRow("Ctrl-C") << "\x03"_ba;
-        QTest::newRow("Ctrl-D") << "\x04"_ba;
+        const auto row = rows<QByteArray>("key");
+        row("Ctrl-C", "\x03");
+        row("Ctrl-D", "\x04");
     }
-
     void anInterruptedQuestionLeavesTheEchoOn()
     {
         QFETCH(QByteArray, key);

@@ -52,24 +52,21 @@ private Q_SLOTS:
 
     void noOutputHoldsWhatWasPlanted_data()
     {
-        columns<QStringList, QByteArray, QString, QByteArray>("arguments", "input", "clientSecret",
-                                                              "fault");
+        const auto row = rows<QStringList, QByteArray, QString, QByteArray>(
+            "arguments", "input", "clientSecret", "fault");
         const QStringList check = {"check-user"_s, "bob"_s};
-        QTest::newRow("success") << check << QByteArray() << secret << "none"_ba;
-        QTest::newRow("misfit") << check << QByteArray() << "planted wrong secret"_s
-                                << "none"_ba;
+        row("success", check, {}, secret, "none");
+        row("misfit", check, {}, "planted wrong secret", "none");
         for (const char* fault :
              {"close-in-headers", "cut-body", "not-xml", "status=500", "wrong-host"})
-            QTest::newRow(fault) << check << QByteArray() << secret << QByteArray(fault);
+            row(fault, check, {}, secret, QByteArray(fault));
         const QStringList reset = {"reset-with-question"_s, "alice"_s, "--password-fd"_s, "0"_s};
         const QByteArray three = "planted-token\nplanted-password\nplanted-answer\n";
-        QTest::newRow("reset") << reset << three << secret << "none"_ba;
-        QTest::newRow("reset, misfit") << reset << three << "planted wrong secret"_s
-                                       << "none"_ba;
-        QTest::newRow("reset, failure") << reset << three << secret << "status=500"_ba;
-        QTest::newRow("reset, not enough") << reset << "planted-token\n"_ba << secret << "none"_ba;
+        row("reset", reset, three, secret, "none");
+        row("reset, misfit", reset, three, "planted wrong secret", "none");
+        row("reset, failure", reset, three, secret, "status=500");
+        row("reset, not enough", reset, "planted-token\n", secret, "none");
     }
-
     void noOutputHoldsWhatWasPlanted()
     {
         const auto [arguments, input, clientSecret, fault] =
