@@ -23,7 +23,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         const QStringList options{"--pre-account"_s, "1234567890,somebody,+358409876543,FI"_s,
-                                  "--pre-account=5550001"_s};
+                                  "--pre-account=5550001"_s, "--pre-account=5550002"_s};
         QVERIFY2(mService.start(options), mService.emulator().log().constData());
         QVERIFY(mService.addAccount(
             R"([{"userName": "mailed", "email": "mailed@mail.example", "mobile": "+358401234599"},
@@ -35,7 +35,9 @@ private Q_SLOTS:
 
     void init()
     {
-        mValues = {{"site"_s, QStringLiteral("https://" KELACCOUNT_HOST_PRODUCTION)}};
+        mValues = {{"site"_s, QStringLiteral("https://" KELACCOUNT_HOST_PRODUCTION)},
+                   {"consent"_s, "<marketingConsent><email>true</email><mobile>false</mobile>"
+                                 "<serviceId>OneConsent</serviceId></marketingConsent>"_s}};
         mLanguage = "en";
         mQuery.clear();
         mWatched.clear();
@@ -128,6 +130,31 @@ private Q_SLOTS:
         QVERIFY(mService.captcha().second != mService.captcha().second);
     }
 
+    void tellsWhatComesWithAToken()
+    {
+        const Answer answer = mService.signIn("mailed", "secret");
+        const QString token = answer.at("tokenInfo/token");
+        const QString secret = answer.at("tokenInfo/tokenSecret");
+        QVERIFY(token.size() >= 20 && secret.size() >= 20 && token != secret);
+        QCOMPARE(answer.at("tokenInfo/conditions/ttl"), "86400"_s);
+        const QString format = "yyyy-MM-ddThh:mm:ss.zzzZ"_s;
+        const auto time =
+            QDateTime::fromString(answer.at("tokenInfo/authenticationInfo/time"), format);
+        const auto end = QDateTime::fromString(answer.at("tokenInfo/conditions/expires"), format);
+        QCOMPARE(time.secsTo(end), 86400);
+        QDateTime utc = time;
+        utc.setTimeSpec(Qt::UTC);
+        QVERIFY(qAbs(utc.secsTo(QDateTime::currentDateTimeUtc())) < 60);
+        QVERIFY(!answer.at("tokenInfo/authenticationInfo/level").isEmpty());
+        QCOMPARE(answer.leaves("userInfo"),
+                 "username=mailed accountId=%1 mobile=+358401234599 email=mailed@mail.example "
+                 "emailVerified=true mobileVerified=true"_s.arg(answer.at("userInfo/accountId")));
+        QCOMPARE(answer.leaves("termsInfo"), "hasAcceptedTos=true hasAcceptedPrivacyPolicy=true "
+                                             "hasAcceptedServiceSpecificTos=true"_s);
+        // Another sign-in has a token of its own.
+        QVERIFY(mService.tokenOf("mailed").token != token.toLatin1());
+    }
+
 private:
     QImage captcha(const QByteArray& width, const QByteArray& height)
     {
@@ -179,7 +206,7 @@ private:
         for (int time = 0; time < times && problem.isEmpty(); ++time) {
             for (int name = 1; name < in; ++name)
                 mValues[words.at(name)] =
-                    words.at(in + 1 + time).section(QLatin1Char(':'), name - 1, name - 1);
+                    filled(words.at(in + 1 + time)).section(QLatin1Char(':'), name - 1, name - 1);
             problem = run(lines);
         }
         return problem;
@@ -188,7 +215,7 @@ private:
     QString filled(QString text)
     {
         static const QRegularExpression form(
-            "\\{(?:(base64|sha1|\\d+) ([^{}]*)|([a-z][a-z.]*))\\}"_s);
+            "\\{(?:(base64|sha1|ago|\\d+) ([^{}]*)|([a-z][a-z.]*))\\}"_s);
         for (auto match = form.match(text); match.hasMatch(); match = form.match(text)) {
             const QString function = match.captured(1);
             const QByteArray argument = match.captured(2).toUtf8();
@@ -198,6 +225,12 @@ private:
             else if (function == "sha1"_s)
                 value = QString::fromLatin1(
                     QCryptographicHash::hash(argument, QCryptographicHash::Sha1).toBase64());
+            else if (function == "ago"_s)
+                value = QDateTime::currentDateTimeUtc()
+                            .date()
+                            .addYears(-argument.left(argument.indexOf(' ')).toInt())
+                            .addDays(argument.mid(argument.indexOf(' ') + 1).toInt())
+                            .toString(Qt::ISODate);
             else if (!function.isEmpty())
                 value = QString::fromUtf8(argument.repeated(function.toInt()));
             else if (!mValues.contains(match.captured(3)))
@@ -245,6 +278,13 @@ private:
                                      rest.section(QLatin1Char(' '), 1, 1),
                                      rest.section(QLatin1Char(' '), 2).toUtf8())
                               .status == 200);
+        if (word == "captcha"_s) {
+            const auto [id, solution] = mService.captcha();
+            mValues["captcha.id"_s] = QString::fromLatin1(id);
+            mValues["captcha.text"_s] = QString::fromLatin1(solution);
+            mValues["captcha.lower"_s] = QString::fromLatin1(solution.toLower());
+            return expect(!solution.isEmpty());
+        }
         if (word == "message"_s)
             return readMessage(rest);
         if (word == "language"_s) {
