@@ -121,11 +121,16 @@ const QVector<ServedOperation>& servedOperations()
     return operations;
 }
 
-StandInService::StandInService()
+StandInService::StandInService(const QHostAddress& address) : mServer(QSslConfiguration(), address)
 {
     ServiceTable::leaveProxies();
     ServiceTable::set(mServer.base());
     mServer.answerBy([this](const WireRequest& request) { return answer(request); });
+}
+
+void StandInService::callItself(const QString& host)
+{
+    ServiceTable::set(mServer.base().replace(text("127.0.0.1"), host));
 }
 
 Reaction StandInService::answer(const WireRequest& request)

@@ -32,7 +32,10 @@ enum class Disturbance { None, Delay, Hang, Close, CloseInHeaders, CloseInBody, 
 class StandInService
 {
 public:
-    StandInService();
+    explicit StandInService(const QHostAddress& address = QHostAddress::LocalHost);
+
+    /// Under another name of this machine, for facades and clients that are initialised after it.
+    void callItself(const QString& host);
 
     /// Decides about every request; without it all is well.
     std::function<Disturbance(const WireRequest&)> disturb;
@@ -41,6 +44,9 @@ public:
 
     const QList<WireRequest>& requests() const { return mServer.requests(); }
     int openConnections() const { return mServer.openConnections(); }
+    /// How many have brought a request.
+    int usedConnections() const { return mServer.usedConnections(); }
+    void closeConnections() { mServer.closeConnections(); }
     /// Requests for something that no operation asks for.
     QStringList problems() const { return mProblems + mServer.problems(); }
 

@@ -65,18 +65,21 @@ void ScriptedServer::Listener::incomingConnection(qintptr descriptor)
     addPendingConnection(socket);
 }
 
-ScriptedServer::ScriptedServer(const QSslConfiguration& tls)
+ScriptedServer::ScriptedServer(const QSslConfiguration& tls, const QHostAddress& address)
 {
     mServer.tls = tls;
     connect(&mServer, &QTcpServer::newConnection, this, &ScriptedServer::onConnection);
-    if (!mServer.listen(QHostAddress::LocalHost))
+    if (!mServer.listen(address))
         mProblems.append("cannot listen: "_s + mServer.errorString());
 }
 
 QString ScriptedServer::base() const
 {
     const QString scheme = mServer.tls.localCertificate().isNull() ? "http"_s : "https"_s;
-    return "%1://127.0.0.1:%2/rest/1.0/"_s.arg(scheme).arg(port());
+    const QString address = mServer.serverAddress().toString();
+    const bool isIPv6 = address.contains(QLatin1Char(':'));
+    return "%1://%2:%3/rest/1.0/"_s.arg(scheme, isIPv6 ? "[%1]"_s.arg(address) : address)
+        .arg(port());
 }
 
 void ScriptedServer::closeConnections()

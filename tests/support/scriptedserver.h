@@ -48,7 +48,8 @@ class ScriptedServer : public QObject
 
 public:
     /// Over TLS with a configuration that has a certificate and its key, else without.
-    explicit ScriptedServer(const QSslConfiguration& tls = QSslConfiguration());
+    explicit ScriptedServer(const QSslConfiguration& tls = QSslConfiguration(),
+                            const QHostAddress& address = QHostAddress::LocalHost);
 
     quint16 port() const { return mServer.serverPort(); }
     QString base() const; ///< "http://127.0.0.1:PORT/rest/1.0/", or https

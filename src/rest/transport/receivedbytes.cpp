@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -87,6 +88,30 @@ bool wasEndedByPeer(const ConnectedSocket& socket)
     socklen_t length = 0;
     return ::fstat(socket.descriptor, &status) == 0 && status.st_ino == socket.identity &&
            readInfo(socket.descriptor, info, length) && info.tcpi_state != established;
+}
+
+bool hasLostItsAddress(const ConnectedSocket& socket)
+{
+    struct stat status = {};
+    sockaddr_storage own = {};
+    socklen_t length = sizeof own;
+    if (::fstat(socket.descriptor, &status) != 0 || status.st_ino != socket.identity ||
+        ::getsockname(socket.descriptor, reinterpret_cast<sockaddr*>(&own), &length) != 0)
+        return false;
+    // Whose port does not matter.
+    if (own.ss_family == AF_INET)
+        reinterpret_cast<sockaddr_in&>(own).sin_port = 0;
+    else if (own.ss_family == AF_INET6)
+        reinterpret_cast<sockaddr_in6&>(own).sin6_port = 0;
+    else
+        return false;
+    const int probe = ::socket(own.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (probe < 0)
+        return false;
+    const bool lost = ::bind(probe, reinterpret_cast<const sockaddr*>(&own), length) != 0 &&
+                      errno == EADDRNOTAVAIL;
+    ::close(probe);
+    return lost;
 }
 
 void shutDown(const ConnectedSocket& socket)

@@ -24,6 +24,10 @@ quint64 bytesReceived(int descriptor);
 /// noticed.
 bool wasEndedByPeer(const ConnectedSocket& socket);
 
+/// Whether this is the socket still and the device has not the address any more that it was made
+/// with, as after a change of network: nothing comes or goes on it, and nobody says so.
+bool hasLostItsAddress(const ConnectedSocket& socket);
+
 /// Ends both directions of the socket, unless its descriptor belongs to another by now.
 void shutDown(const ConnectedSocket& socket);
 

@@ -44,7 +44,9 @@ void ServiceConnections::setIdleMilliseconds(int milliseconds)
 bool ServiceConnections::mustReconnect(const Line& line)
 {
     return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit ||
-           std::any_of(line.sockets->begin(), line.sockets->end(), &wasEndedByPeer);
+           std::any_of(line.sockets->begin(), line.sockets->end(), [](const auto& socket) {
+               return wasEndedByPeer(socket) || hasLostItsAddress(socket);
+           });
 }
 
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
