@@ -4,7 +4,7 @@
 
 #include "common/wipe.h"
 #include "jobexchange.h"
-#include "rest/request/cryptographicutils.h"
+#include "rest/request/consumersignature.h"
 #include "rest/request/serviceaddress.h"
 
 #include <utility>
@@ -75,12 +75,7 @@ QString Job::getToken(QString const& /*consumerKey*/)
 QString Job::createSignature(QString const& /*consumerKey*/, QString const& baseString,
                              bool /*useToken*/)
 {
-    QString encoded = OAuthRequest::urlEncode(mConsumerSecret);
-    QString key = encoded + QLatin1Char('&');
-    const QString signature = CryptographicUtils::HMACSHA1(baseString, key);
-    KelAccount::wipe(encoded);
-    KelAccount::wipe(key);
-    return signature;
+    return consumerSignature(baseString, mConsumerSecret);
 }
 
 QString Job::getTimeStamp()
@@ -90,9 +85,7 @@ QString Job::getTimeStamp()
 
 TimeStampManager& Job::clock() const
 {
-    auto* const clock = TimeStampManager::getTimeStampManager();
-    clock->selectServer(TimeStampManager::serverOf(QUrl(mBaseAddress)));
-    return *clock;
+    return TimeStampManager::clockOf(mBaseAddress);
 }
 
 std::shared_ptr<OAuthRequest> Job::made(const Send& send)

@@ -2,10 +2,9 @@
 #include "account/kelaccountsprivate.h"
 
 #include "common/typename.h"
-#include "common/wipe.h"
 #include "configure/kelconfigure.h"
 #include "device/interruption.h"
-#include "rest/request/cryptographicutils.h"
+#include "rest/request/consumersignature.h"
 #include "rest/request/serviceaddress.h"
 #include "signon/kelauthsessioninterface.h"
 
@@ -105,12 +104,7 @@ QString KelAccountsPrivate::getToken(const QString& /*consumerKey*/)
 QString KelAccountsPrivate::createSignature(const QString& /*consumerKey*/,
                                             const QString& baseString, bool /*useToken*/)
 {
-    QString encoded = OAuthRequest::urlEncode(mConsumerSecret);
-    QString key = encoded + QLatin1Char('&');
-    const QString signature = CryptographicUtils::HMACSHA1(baseString, key);
-    wipe(encoded);
-    wipe(key);
-    return signature;
+    return consumerSignature(baseString, mConsumerSecret);
 }
 
 QString KelAccountsPrivate::getTimeStamp()
@@ -118,14 +112,9 @@ QString KelAccountsPrivate::getTimeStamp()
     return clockOfServer().timeStamp();
 }
 
-// Before a server was named, whichever clock was read last.
 TimeStampManager& KelAccountsPrivate::clockOfServer() const
 {
-    auto* const clock = TimeStampManager::getTimeStampManager();
-    const QString server = TimeStampManager::serverOf(QUrl(mServerUrl));
-    if (!server.isEmpty())
-        clock->selectServer(server);
-    return *clock;
+    return TimeStampManager::clockOf(mServerUrl);
 }
 
 // A tag is bound to a time, which is the server's.

@@ -38,6 +38,15 @@ TimeStampManager* TimeStampManager::getTimeStampManager()
     return instance;
 }
 
+TimeStampManager& TimeStampManager::clockOf(QString const& baseAddress)
+{
+    TimeStampManager& clock = *getTimeStampManager();
+    const QString server = serverOf(QUrl(baseAddress));
+    if (!server.isEmpty())
+        clock.selectServer(server);
+    return clock;
+}
+
 QString TimeStampManager::serverOf(QUrl const& address)
 {
     return address.authority(QUrl::FullyEncoded).section(QLatin1Char('@'), -1);

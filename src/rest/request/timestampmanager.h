@@ -22,6 +22,10 @@ class TimeStampManager
 public:
     static TimeStampManager* getTimeStampManager();
 
+    /// This thread's with the server chosen that the address is of; without a server in it,
+    /// whichever was chosen last stays chosen.
+    static TimeStampManager& clockOf(QString const& baseAddress);
+
     TimeStampManager() = default; ///< for tests; the library uses its thread's
 
     /// Name under which the clock of the server at this address is kept: its host, and the port
