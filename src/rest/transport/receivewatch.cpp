@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/receivewatch.h"
 
+#include "rest/transport/firsthop.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/replyproperties.h"
 
-#include <QNetworkProxy>
 #include <QTimerEvent>
-#include <QUrl>
 
 #include <algorithm>
 #include <iterator>
@@ -31,17 +30,6 @@ QHash<quint16, int>& awaited()
     return counts;
 }
 
-quint16 peerPortFor(const QUrl& url)
-{
-    const auto proxies = QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(url));
-    if (!proxies.isEmpty() && !proxies.first().hostName().isEmpty())
-        return proxies.first().port();
-    constexpr int httpPort = 80;
-    constexpr int httpsPort = 443;
-    return static_cast<quint16>(
-        url.port(url.scheme() == QLatin1String("https") ? httpsPort : httpPort));
-}
-
 bool isStillOpen(const ConnectedSocket& socket)
 {
     struct stat status = {};
@@ -52,7 +40,7 @@ bool isStillOpen(const ConnectedSocket& socket)
 
 ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known,
                            bool isLikelyToReconnect)
-    : QObject(reply), mReply(reply), mKnown(std::move(known)), mPort(peerPortFor(reply->url()))
+    : QObject(reply), mReply(reply), mKnown(std::move(known)), mPort(firstHopTo(reply->url()).port)
 {
     ++awaited()[mPort];
     mKnown->erase(std::remove_if(mKnown->begin(), mKnown->end(),
