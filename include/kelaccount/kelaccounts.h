@@ -29,8 +29,9 @@ class RegistrationInfo;
 /// Except where an operation says otherwise, its answer never arrives from inside the call, but
 /// later from the event loop of the thread that owns the object. Use and delete all objects of a
 /// process on one thread that runs an event loop: they share the server's clock and more, and
-/// nothing is locked. Deleting one, also from a slot connected to it, drops the answers still to
-/// come.
+/// nothing is locked. A Client may be used beside them: it has a thread of its own, and does not
+/// block where some of these operations do. Deleting one, also from a slot connected to it, drops
+/// the answers still to come.
 ///
 /// This header alone suffices to connect to every signal. The keys of the maps that some carry, and
 /// the types of their values, are in <kelaccount/resultkeys.h>; sentences to show for a status are

@@ -12,9 +12,9 @@
 
 namespace KelAccount {
 
-using SetUp::Action;
-using SetUp::Event;
-using SetUp::State;
+using SetUpStates::Action;
+using SetUpStates::Event;
+using SetUpStates::State;
 
 namespace {
 
@@ -83,7 +83,7 @@ void AccountSetUp::forgetCredentials(quint32 credentialsId)
 
 void AccountSetUp::handle(Event event, int status)
 {
-    const SetUp::Transition transition = SetUp::transition(mState, event);
+    const SetUpStates::Transition transition = SetUpStates::transition(mState, event);
     mState = transition.next;
     if (mState != State::Reserving) {
         mReservationGuard.stop();

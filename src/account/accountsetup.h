@@ -64,12 +64,12 @@ public:
 
     // Outcomes.
     void stored(quint32 credentialsId);
-    void handle(SetUp::Event event, int status = 0);
+    void handle(SetUpStates::Event event, int status = 0);
     void succeeded(const SignOn::SessionData& data);
 
-    SetUp::State state() const { return mState; }
+    SetUpStates::State state() const { return mState; }
     /// None while no set-up is under way.
-    int pending() const { return mState == SetUp::State::Idle ? None : mKind; }
+    int pending() const { return mState == SetUpStates::State::Idle ? None : mKind; }
     bool wantsAccount() const { return mWantsAccount; }
     /// Of the set-up that is under way, 0 when it has stored none.
     quint32 credentialsId() const { return mCredentialsId; }
@@ -89,8 +89,8 @@ public:
     void setReservationTimeout(int milliseconds) { mReservationGuard.setInterval(milliseconds); }
 
 private:
-    void perform(SetUp::Action action, SetUp::Event event, int status);
-    void logTakingBack(SetUp::Event event) const;
+    void perform(SetUpStates::Action action, SetUpStates::Event event, int status);
+    void logTakingBack(SetUpStates::Event event) const;
     void openSession();
     void reserve();
     void create();
@@ -102,7 +102,7 @@ private:
     QVariantMap result() const;
 
     std::unique_ptr<SetUpSteps> mSteps;
-    SetUp::State mState = SetUp::State::Idle;
+    SetUpStates::State mState = SetUpStates::State::Idle;
     int mKind = None;
     bool mWantsAccount = false;
     QString mName;

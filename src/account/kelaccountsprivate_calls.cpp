@@ -85,7 +85,7 @@ void KelAccountsPrivate::abandon(CallId call)
     }
     mAuthSessionInterface->abandon(call);
     if (call == mSetUpCall)
-        mSetUp->handle(SetUp::Event::Withdrawn);
+        mSetUp->handle(SetUpStates::Event::Withdrawn);
     if (call == mSignOutCall)
         mSignOut->withdraw();
 }

@@ -17,7 +17,7 @@ namespace KelAccount {
 
 KelAccountsPrivate::~KelAccountsPrivate()
 {
-    mSetUp->handle(SetUp::Event::Abandoned);
+    mSetUp->handle(SetUpStates::Event::Abandoned);
 }
 
 bool KelAccountsPrivate::isSetUpRefused(Call call, bool argumentsAreGood)
@@ -83,7 +83,7 @@ void KelAccountsPrivate::processCredentialStoringStatusUpdate(bool stored, quint
 
 void KelAccountsPrivate::processErrorDuringStoreCredentials()
 {
-    mSetUp->handle(SetUp::Event::NotStored);
+    mSetUp->handle(SetUpStates::Event::NotStored);
 }
 
 void KelAccountsPrivate::signIn()
@@ -98,7 +98,8 @@ void KelAccountsPrivate::registerAccount()
 
 void KelAccountsPrivate::processSignInCompleted(int error, const SignOn::SessionData& data)
 {
-    error == ErrorNone ? mSetUp->succeeded(data) : mSetUp->handle(SetUp::Event::Failed, error);
+    error == ErrorNone ? mSetUp->succeeded(data)
+                       : mSetUp->handle(SetUpStates::Event::Failed, error);
 }
 
 void KelAccountsPrivate::processregisterAccountResponse(int error, const SignOn::SessionData& data)
@@ -108,7 +109,7 @@ void KelAccountsPrivate::processregisterAccountResponse(int error, const SignOn:
 
 void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
 {
-    mSetUp->handle(stored ? SetUp::Event::AccountStored : SetUp::Event::AccountFailed,
+    mSetUp->handle(stored ? SetUpStates::Event::AccountStored : SetUpStates::Event::AccountFailed,
                    stored ? ErrorNone : ErrorFailedToConfigureAccount);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/setuptable.h"
 
-namespace KelAccount::SetUp {
+namespace KelAccount::SetUpStates {
 
 namespace {
 
@@ -77,4 +77,4 @@ Transition transition(State state, Event event)
     return table[int(event)][int(state)];
 }
 
-} // namespace KelAccount::SetUp
+} // namespace KelAccount::SetUpStates

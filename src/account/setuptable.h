@@ -5,7 +5,7 @@
 
 /// What a set-up of the device account does when: every pair of a state and an event has its place
 /// in one table. docs/signon.md shows it.
-namespace KelAccount::SetUp {
+namespace KelAccount::SetUpStates {
 
 Q_NAMESPACE
 
@@ -79,4 +79,4 @@ struct Transition
 
 Transition transition(State state, Event event);
 
-} // namespace KelAccount::SetUp
+} // namespace KelAccount::SetUpStates

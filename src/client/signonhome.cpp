@@ -62,7 +62,9 @@ public:
     {
         const std::lock_guard<std::mutex> lock(mMutex);
         mThread.quit();
-        mThread.wait();
+        // It is idle, but for the moment in which the connection is made.
+        constexpr unsigned long longestMs = 2000;
+        mThread.wait(longestMs);
     }
 
 private:

@@ -16,9 +16,9 @@
 #include <memory>
 
 using namespace KelAccount;
-using SetUp::Action;
-using SetUp::Event;
-using SetUp::State;
+using SetUpStates::Action;
+using SetUpStates::Event;
+using SetUpStates::State;
 
 namespace {
 
@@ -150,7 +150,7 @@ private Q_SLOTS:
         for (int s = 0; s < QMetaEnum::fromType<State>().keyCount(); ++s) {
             for (int e = 0; e < QMetaEnum::fromType<Event>().keyCount(); ++e) {
                 const auto state = State(s);
-                const SetUp::Transition expected = SetUp::transition(state, Event(e));
+                const SetUpStates::Transition expected = SetUpStates::transition(state, Event(e));
                 QString there = nameOf(expected.action) + " → "_s + nameOf(expected.next);
                 if (expected.next == state && expected.action == Action::Ignore)
                     there = "·"_s;
@@ -177,7 +177,8 @@ private Q_SLOTS:
     {
         QFETCH(int, state);
         QFETCH(int, event);
-        const SetUp::Transition expected = SetUp::transition(State(state), Event(event));
+        const SetUpStates::Transition expected =
+            SetUpStates::transition(State(state), Event(event));
         QVERIFY(expected.action != Action::Missing);
         const bool nothing =
             expected.action == Action::Ignore || expected.action == Action::Complain;
@@ -326,7 +327,7 @@ private:
     void goOn()
     {
         mOther.release();
-        for (int i = 0; i < SetUp::stateCount && mSetUp->state() != State::Idle; ++i) {
+        for (int i = 0; i < SetUpStates::stateCount && mSetUp->state() != State::Idle; ++i) {
             switch (mSetUp->state()) {
             case State::Storing:
             case State::StoringInVain:
