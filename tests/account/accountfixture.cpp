@@ -19,6 +19,18 @@
 
 using namespace KelTest;
 
+namespace {
+
+template <class Table>
+void rowsOf(const char* column, const Table& table)
+{
+    QTest::addColumn<int>(column);
+    for (int i = 0; i < table.size(); ++i)
+        QTest::newRow(table.at(i).name) << i;
+}
+
+} // namespace
+
 bool AccountFixture::reset()
 {
     endFacade();
@@ -162,7 +174,7 @@ QVariantMap AccountFixture::userData()
 QList<PluginStep> AccountFixture::succeeding()
 {
     QList<PluginStep> steps;
-    for (const SetUp& setUp : sessionoperations::setUps())
+    for (const SetUp& setUp : facadecalls::setUps())
         steps.append({text(setUp.mechanism), PluginStep::Answer, userData()});
     return steps;
 }
@@ -192,39 +204,22 @@ bool AccountFixture::succeeds(const SetUp& setUp)
 
 void AccountFixture::setUpRows()
 {
-    QTest::addColumn<int>("setUp");
-    const QVector<SetUp> all = sessionoperations::setUps();
-    for (int i = 0; i < all.size(); ++i)
-        QTest::newRow(all[i].name) << i;
-}
-
-void AccountFixture::setUpRows(const char* column, const char* ifTrue, const char* ifFalse)
-{
-    QTest::addColumn<int>("setUp");
-    QTest::addColumn<bool>(column);
-    const QVector<SetUp> all = sessionoperations::setUps();
-    for (int i = 0; i < all.size(); ++i) {
-        QTest::addRow("%s%s", all[i].name, ifTrue) << i << true;
-        QTest::addRow("%s%s", all[i].name, ifFalse) << i << false;
-    }
+    rowsOf("setUp", facadecalls::setUps());
 }
 
 AccountFixture::SetUp AccountFixture::setUpOfTheRow()
 {
     QFETCH(int, setUp);
-    return sessionoperations::setUps().at(setUp);
+    return facadecalls::setUps().at(setUp);
 }
 
 void AccountFixture::operationRows()
 {
-    QTest::addColumn<int>("operation");
-    const QVector<Operation> all = sessionoperations::all();
-    for (int i = 0; i < all.size(); ++i)
-        QTest::newRow(all[i].name) << i;
+    rowsOf("operation", facadecalls::ofTheSession());
 }
 
 AccountFixture::Operation AccountFixture::operationOfTheRow()
 {
     QFETCH(int, operation);
-    return sessionoperations::all().at(operation);
+    return facadecalls::ofTheSession().at(operation);
 }

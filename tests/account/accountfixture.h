@@ -2,8 +2,8 @@
 #pragma once
 
 #include "account/facaderecorder.h"
-#include "account/sessionoperations.h"
 #include "device/testtagserver.h"
+#include "operations/facadecalls.h"
 #include "support/sessionsandbox.h"
 
 #include <QList>
@@ -11,8 +11,11 @@
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <array>
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <tuple>
 
 /// A facade in a sandbox, with a note of each of its signals, and what the daemon and the accounts
 /// database keep for it. The REST layer, the modem and the tag server answer as the test says.
@@ -23,8 +26,8 @@ public:
 
 protected:
     using KelAccounts = KelAccount::KelAccounts;
-    using Operation = sessionoperations::Operation;
-    using SetUp = sessionoperations::SetUp;
+    using Operation = facadecalls::Operation;
+    using SetUp = facadecalls::SetUp;
 
     /// No facade, no account, no script, no modem; what identities() counts starts here. False when
     /// the daemon cannot be brought to work.
@@ -69,11 +72,38 @@ protected:
     /// Whether a set-up of this kind succeeds now, with all that it has to leave behind.
     bool succeeds(const SetUp& setUp);
 
+    /// More columns of a table of set-ups or operations: what follows the name of a row, and
+    /// values.
+    template <class... Values>
+    using Further = std::initializer_list<std::tuple<const char*, Values...>>;
+
     static void setUpRows(); ///< a column "setUp" and a row for each
-    /// The same with a column of true or false; its texts follow the row's name.
-    static void setUpRows(const char* column, const char* ifTrue, const char* ifFalse);
+    template <class... Values>
+    static void setUpRows(const std::array<const char*, sizeof...(Values)>& names,
+                          Further<Values...> rows)
+    {
+        addRows("setUp", facadecalls::setUps(), names, rows);
+    }
+    /// The same with a column of true or false.
+    static void setUpRows(const char* column, const char* ifTrue, const char* ifFalse)
+    {
+        setUpRows<bool>({column}, {{ifTrue, true}, {ifFalse, false}});
+    }
     static SetUp setUpOfTheRow();
-    static void operationRows(); ///< a column "operation" and a row for each
+    /// The same, with a facade.
+    SetUp setUpWithFacade()
+    {
+        makeFacade();
+        return setUpOfTheRow();
+    }
+
+    static void operationRows(); ///< a column "operation" and a row for each of the session's
+    template <class... Values>
+    static void operationRows(const std::array<const char*, sizeof...(Values)>& names,
+                              Further<Values...> rows)
+    {
+        addRows("operation", facadecalls::ofTheSession(), names, rows);
+    }
     static Operation operationOfTheRow();
 
     KelTest::SessionSandbox& mSandbox;
@@ -84,5 +114,30 @@ protected:
     quint32 mCredentials = 0;
 
 private:
+    template <class Table, class... Values>
+    static void addRows(const char* column, const Table& table,
+                        const std::array<const char*, sizeof...(Values)>& names,
+                        Further<Values...> rows)
+    {
+        QTest::addColumn<int>(column);
+        std::size_t next = 0;
+        (QTest::addColumn<Values>(names[next++]), ...);
+        for (int i = 0; i < table.size(); ++i) {
+            for (const auto& row : rows) {
+                QTestData& data = QTest::addRow("%s, %s", table.at(i).name, std::get<0>(row)) << i;
+                std::apply(
+                    [&data](const char*, const Values&... values) { (data << ... << values); },
+                    row);
+            }
+        }
+    }
+
     quint32 mNewestBefore = 0;
 };
+
+/// There is one answer and this is it.
+#define COMPARE_ANSWER(line)                                                                       \
+    do {                                                                                           \
+        QVERIFY(answersOnce());                                                                    \
+        QCOMPARE(lines(), QStringList(line));                                                      \
+    } while (false)

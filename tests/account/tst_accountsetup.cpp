@@ -226,8 +226,8 @@ private Q_SLOTS:
         QTest::newRow("while the daemon stores") << int(State::Storing) << takenBack;
         QTest::newRow("while the plugin works") << int(State::Asking) << takenBack;
         QTest::newRow("while another has the accounts") << int(State::Reserving) << takenBack;
-        QTest::newRow("while the database stores")
-            << int(State::Creating) << QStringList({"take all back 7"_s, answer});
+        row("while the database stores", int(State::Creating),
+            QStringList({"take all back 7"_s, answer}));
     }
     void aSetUpThatIsWithdrawnLeavesNothing()
     {

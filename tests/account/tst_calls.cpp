@@ -4,9 +4,10 @@
 #include "account/facaderecorder.h"
 #include "account/fakeresthandler.h"
 #include "account/kelaccountsprivate.h"
-#include "account/serviceoperations.h"
 #include "device/testtagserver.h"
+#include "operations/facadecalls.h"
 #include "platform/fakemodem.h"
+#include "support/literals.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -19,11 +20,11 @@
 
 using namespace KelRestHandler;
 using namespace KelTest;
+using facadecalls::Operation;
 using KelAccount::AnswerDetails;
 using KelAccount::CallId;
 using KelAccount::KelAccounts;
 using KelAccount::KelAccountsPrivate;
-using serviceoperations::Operation;
 
 namespace {
 
@@ -32,27 +33,23 @@ std::function<void()> answerTo(const QString& sent)
 {
     RESTRequestHandler& handler = FakeRestHandler::latest();
     const QHash<QString, std::function<void()>> answers = {
-        {QStringLiteral("sendisUserIdAvailRequest"),
+        {"sendisUserIdAvailRequest"_s,
          [&] {
              UserNameAvailabilityResponse response;
              response.requestId = handler.answering().requestId;
              handler.userNameAvailabilityResponse(response);
          }},
-        {QStringLiteral("sendRetrieveCaptchaImageRequest"),
+        {"sendRetrieveCaptchaImageRequest"_s,
          [&] { handler.retrieveCaptchaImageResponse(0, QPixmap(), QString()); }},
-        {QStringLiteral("sendRetrieveSecQueListRequest"),
-         [&] { handler.retrieveSecQueListResponse(0, {}); }},
-        {QStringLiteral("senddetectPreAccountRequest"),
-         [&] { handler.detectPreAccountResponse(0, {}); }},
-        {QStringLiteral("sendretrieveTOSRequest"), [&] { handler.retrieveTOSResponse({}); }},
-        {QStringLiteral("sendresetPasswordRequest"),
-         [&] { handler.requestPasswordResetResponse(0); }},
-        {QStringLiteral("sendisEmailAddAvailableRequest"),
-         [&] { handler.emailIdAvailabilityResponse(0); }},
-        {QStringLiteral("sendQueryMarketingRequest"),
+        {"sendRetrieveSecQueListRequest"_s, [&] { handler.retrieveSecQueListResponse(0, {}); }},
+        {"senddetectPreAccountRequest"_s, [&] { handler.detectPreAccountResponse(0, {}); }},
+        {"sendretrieveTOSRequest"_s, [&] { handler.retrieveTOSResponse({}); }},
+        {"sendresetPasswordRequest"_s, [&] { handler.requestPasswordResetResponse(0); }},
+        {"sendisEmailAddAvailableRequest"_s, [&] { handler.emailIdAvailabilityResponse(0); }},
+        {"sendQueryMarketingRequest"_s,
          [&] { handler.queryMarketingVariantResponse(0, static_cast<ConsentQueryVariant>(1)); }},
-        {QStringLiteral("sendResetPasswordRequest"), [&] { handler.passwordResetResponse({}); }},
-        {QStringLiteral("sendRetrieveSecurityQuestionRequest"),
+        {"sendResetPasswordRequest"_s, [&] { handler.passwordResetResponse({}); }},
+        {"sendRetrieveSecurityQuestionRequest"_s,
          [&] { handler.retrieveSecurityQuestionResponse(SecurityQuestionResponse()); }},
     };
     return answers.value(sent);
@@ -168,7 +165,7 @@ private Q_SLOTS:
         mAccounts->queryMarketingVariant();
         const CallId call = mOrchestrator->lastCall();
         const int request = FakeRestHandler::lastRequestId();
-        giveAnswer(request, QStringLiteral("sendQueryMarketingRequest"));
+        giveAnswer(request, "sendQueryMarketingRequest"_s);
         mOrchestrator->abandon(call);
         mOrchestrator->abandon(0);
         mOrchestrator->abandon(call + 1000);
@@ -185,7 +182,7 @@ private Q_SLOTS:
             mAnswered.append(mOrchestrator->answeredCall());
             mOrchestrator->abandon(mOrchestrator->answeredCall());
         };
-        giveAnswer(request, QStringLiteral("sendRetrieveCaptchaImageRequest"));
+        giveAnswer(request, "sendRetrieveCaptchaImageRequest"_s);
         QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
     }
 
@@ -196,19 +193,18 @@ private Q_SLOTS:
         AnswerDetails details;
         details.status = 415;
         details.picture = "bytes";
-        details.pictureFormat = QStringLiteral("image/gif");
-        giveAnswer(FakeRestHandler::lastRequestId(),
-                   QStringLiteral("sendRetrieveCaptchaImageRequest"), details);
+        details.pictureFormat = "image/gif"_s;
+        giveAnswer(FakeRestHandler::lastRequestId(), "sendRetrieveCaptchaImageRequest"_s, details);
         QCOMPARE(mDetails.status, 415);
-        QCOMPARE(mDetails.picture, QByteArray("bytes"));
-        QCOMPARE(mDetails.pictureFormat, QStringLiteral("image/gif"));
-        QCOMPARE(mRecorder->lines().first(), QStringLiteral("captchaImageResponse(0, no picture)"));
+        QCOMPARE(mDetails.picture, "bytes"_ba);
+        QCOMPARE(mDetails.pictureFormat, "image/gif"_s);
+        QCOMPARE(mRecorder->lines().first(), "captchaImageResponse(0, no picture)"_s);
     }
 
     void aTakenAddressIsASuccess()
     {
         begin();
-        mAccounts->isEmailIdAvailable(QStringLiteral("a@mail.example"));
+        mAccounts->isEmailIdAvailable("a@mail.example"_s);
         AnswerDetails details;
         details.status = 508;
         FakeRestHandler::answer({FakeRestHandler::lastRequestId(), details},
@@ -273,17 +269,13 @@ private Q_SLOTS:
             QCoreApplication::processEvents(); // answered here
             afterwards = mOrchestrator->answeredCall();
         };
-        giveAnswer(outerRequest, QStringLiteral("sendQueryMarketingRequest"));
+        giveAnswer(outerRequest, "sendQueryMarketingRequest"_s);
         QCOMPARE(mRecorder->lines().size(), 2);
         QCOMPARE(afterwards, outer);
     }
 
 private:
-    void initialize()
-    {
-        mAccounts->initialize(QStringLiteral("key"), QStringLiteral("secret"), 2,
-                              QStringLiteral("service"), QVariantMap());
-    }
+    void initialize() { mAccounts->initialize("key"_s, "secret"_s, 2, "service"_s, QVariantMap()); }
 
     void begin()
     {
@@ -295,7 +287,7 @@ private:
     static void serviceRows()
     {
         QTest::addColumn<int>("operation");
-        const auto operations = serviceoperations::all();
+        const auto operations = facadecalls::ofTheService();
         for (int i = 0; i < operations.size(); ++i)
             QTest::newRow(operations[i].name) << i;
     }
@@ -303,7 +295,7 @@ private:
     static Operation rowsOperation()
     {
         QFETCH(int, operation);
-        return serviceoperations::all().at(operation);
+        return facadecalls::ofTheService().at(operation);
     }
 
     std::unique_ptr<KelAccounts> mAccounts;

@@ -4,7 +4,9 @@
 // process, the plugin a scripted one.
 #include "account/accountfixture.h"
 #include "account/fakeresthandler.h"
+#include "account/kelaccountsprivate.h"
 #include "rest/request/serviceaddress.h"
+#include "signon/kelauthsessioninterface.h"
 #include "support/literals.h"
 #include "support/rows.h"
 #include "support/scriptedserver.h"
@@ -173,96 +175,106 @@ private Q_SLOTS:
         }
     }
 
-    void everyMethodIsAnsweredOnceInEveryState_data();
-    void everyMethodIsAnsweredOnceInEveryState();
+    // Of one the slot does nothing, so that no answer would miss it.
+    void everyAnswerOfTheSessionIsHeard()
+    {
+        makeFacade();
+        auto* const session = mAccounts->findChild<KelAccount::KelAuthSessionInterface*>();
+        auto* const orchestrator = mAccounts->findChild<KelAccount::KelAccountsPrivate*>();
+        const QMetaObject& meta = KelAccount::KelAuthSessionInterface::staticMetaObject;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+            const QMetaMethod signal = meta.method(i);
+            // Nothing of the facade asks for these.
+            if (signal.methodType() != QMetaMethod::Signal || signal.name() == "tokenResponse" ||
+                signal.name() == "signOutResponse")
+                continue;
+            QVERIFY2(QObject::disconnect(session, signal, orchestrator, QMetaMethod()),
+                     signal.name());
+        }
+    }
+
+    void everyMethodIsAnsweredOnceInEveryState_data()
+    {
+        columns<int, int>("state", "method");
+        const QMetaEnum states = QMetaEnum::fromType<State>();
+        for (int state = 0; state < states.keyCount(); ++state) {
+            for (const QMetaMethod& method : answeredMethods())
+                QTest::addRow("%s in state %s", method.methodSignature().constData(),
+                              states.key(state))
+                    << state << method.methodIndex();
+        }
+    }
+
+    void everyMethodIsAnsweredOnceInEveryState()
+    {
+        const auto [state, index] = fetch<int, int>("state", "method");
+        const QMetaMethod method = facade.method(index);
+        QStringList expected = enter(State(state), method);
+        if (state == InTheSlotOfInitialize)
+            expected.append("initializeResponse"_s);
+        else
+            call(*mAccounts, method);
+        QStringList answers = answersOf(method);
+        // The service's answer is told by a second signal, a refusal is not.
+        if (state == Fresh || state == RefusedInitialize)
+            answers = answers.mid(0, 1);
+        expected += expected.removeAll("twice"_s) > 0 ? answers + answers : answers;
+        QVERIFY2(mRecorder->waitFor(expected.size()), qPrintable(lines().join("; "_s)));
+        letPass(20);
+        QStringList names;
+        for (const QString& line : lines())
+            names.append(line.section("("_s, 0, 0));
+        names.sort();
+        expected.sort();
+        QCOMPARE(names, expected);
+    }
 
 private:
-    QStringList enter(State state, const QMetaMethod& method);
+    /// A facade in the state. Returns the signals that are still to come without another call.
+    QStringList enter(State state, const QMetaMethod& method)
+    {
+        mSandbox.script(succeeding());
+        if (state == SignedIn || state == CalledTwice || state == Closed)
+            createDeviceAccount(mCredentials);
+        makeFacade(state != Fresh && state != RefusedInitialize && state != InTheSlotOfInitialize);
+        switch (state) {
+        case RefusedInitialize:
+            mAccounts->initialize({}, {}, 2, {}, {});
+            return {"initializeResponse"_s};
+        case InTheSlotOfInitialize:
+            mRecorder->afterwards = [this, method](const QString&) {
+                const QMetaMethod next = method; // outlives the function, which ends here
+                KelAccounts& accounts = *mAccounts;
+                mRecorder->afterwards = nullptr;
+                call(accounts, next);
+            };
+            mAccounts->initialize("key"_s, "secret"_s, 2, {}, {});
+            return {};
+        case CalledTwice:
+            call(*mAccounts, method);
+            return {"twice"_s};
+        case SetUpUnderWay:
+            mAccounts->signInAndConfigure("somebody"_s, "secret"_s, false);
+            return {"signInAndConfigureResponse"_s};
+        case AfterASetUpThatFailed:
+            mSandbox.script({{"signIn"_s, PluginStep::Err, {}, 615}});
+            mAccounts->signInAndConfigure("somebody"_s, "secret"_s, false);
+            mRecorder->waitFor(1);
+            mRecorder->clear();
+            mSandbox.script(succeeding());
+            return {};
+        case Closed:
+            mAccounts->close();
+            mRecorder->waitFor(1);
+            mRecorder->clear();
+            return {};
+        default:
+            return {};
+        }
+    }
 
     ScriptedServer mService;
 };
 
-void TestEveryMethod::everyMethodIsAnsweredOnceInEveryState_data()
-{
-    columns<int, int>("state", "method");
-    const QMetaEnum states = QMetaEnum::fromType<State>();
-    for (int state = 0; state < states.keyCount(); ++state) {
-        for (const QMetaMethod& method : answeredMethods())
-            QTest::addRow("%s in state %s", method.methodSignature().constData(), states.key(state))
-                << state << method.methodIndex();
-    }
-}
-
-/// A facade in the state. Returns the signals that are still to come without another call.
-QStringList TestEveryMethod::enter(State state, const QMetaMethod& method)
-{
-    mSandbox.script(succeeding());
-    if (state == SignedIn || state == CalledTwice || state == Closed)
-        createDeviceAccount(mCredentials);
-    makeFacade(state != Fresh && state != RefusedInitialize && state != InTheSlotOfInitialize);
-    switch (state) {
-    case RefusedInitialize:
-        mAccounts->initialize({}, {}, 2, {}, {});
-        return {"initializeResponse"_s};
-    case InTheSlotOfInitialize:
-        mRecorder->afterwards = [this, method](const QString&) {
-            const QMetaMethod next = method; // outlives the function, which ends here
-            KelAccounts& accounts = *mAccounts;
-            mRecorder->afterwards = nullptr;
-            call(accounts, next);
-        };
-        mAccounts->initialize("key"_s, "secret"_s, 2, {}, {});
-        return {};
-    case CalledTwice:
-        call(*mAccounts, method);
-        return {"twice"_s};
-    case SetUpUnderWay:
-        mAccounts->signInAndConfigure("somebody"_s, "secret"_s, false);
-        return {"signInAndConfigureResponse"_s};
-    case AfterASetUpThatFailed:
-        mSandbox.script({{"signIn"_s, PluginStep::Err, {}, 615}});
-        mAccounts->signInAndConfigure("somebody"_s, "secret"_s, false);
-        mRecorder->waitFor(1);
-        mRecorder->clear();
-        mSandbox.script(succeeding());
-        return {};
-    case Closed:
-        mAccounts->close();
-        mRecorder->waitFor(1);
-        mRecorder->clear();
-        return {};
-    default:
-        return {};
-    }
-}
-
-void TestEveryMethod::everyMethodIsAnsweredOnceInEveryState()
-{
-    const auto [state, index] = fetch<int, int>("state", "method");
-    const QMetaMethod method = facade.method(index);
-    QStringList expected = enter(State(state), method);
-    if (state == InTheSlotOfInitialize)
-        expected.append("initializeResponse"_s);
-    else
-        call(*mAccounts, method);
-    QStringList answers = answersOf(method);
-    // The service's answer is told by a second signal, a refusal is not.
-    if (state == Fresh || state == RefusedInitialize)
-        answers = answers.mid(0, 1);
-    expected += expected.removeAll("twice"_s) > 0 ? answers + answers : answers;
-    QVERIFY2(mRecorder->waitFor(expected.size()), qPrintable(lines().join("; "_s)));
-    letPass(20);
-    QStringList names;
-    for (const QString& line : lines())
-        names.append(line.section("("_s, 0, 0));
-    names.sort();
-    expected.sort();
-    QCOMPARE(names, expected);
-}
-
-int main(int argc, char** argv)
-{
-    return runInSession<TestEveryMethod>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestEveryMethod)
 #include "tst_everymethod.moc"

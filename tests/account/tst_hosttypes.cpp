@@ -12,7 +12,7 @@
 
 using namespace KelTest;
 using namespace KelAccount;
-using sessionoperations::line;
+using facadecalls::line;
 
 // Of other sizes than the library's.
 struct ResponseType
@@ -57,15 +57,15 @@ public:
     using AccountFixture::AccountFixture;
 
 private Q_SLOTS:
+    void init() { QVERIFY(reset()); }
+    void cleanup() { endFacade(); }
+
     void initTestCase()
     {
         makeFacade();
         endFacade();
         useStatuses();
     }
-
-    void init() { QVERIFY(reset()); }
-    void cleanup() { endFacade(); }
 
     void statusesAndVariantsAreNumbersToQt()
     {
@@ -120,13 +120,13 @@ private Q_SLOTS:
     {
         makeFacade(false);
         QStringList expected;
-        for (const auto& operation : sessionoperations::all()) {
+        for (const auto& operation : facadecalls::ofTheSession()) {
             operation.call(*mAccounts);
             expected.append(line(operation.refusal, ErrorInitializationPending));
         }
-        for (const auto& setUp : sessionoperations::setUps()) {
+        for (const auto& setUp : facadecalls::setUps()) {
             setUp.start(*mAccounts, true);
-            expected.append(sessionoperations::failure(setUp, ErrorInitializationPending));
+            expected.append(facadecalls::failure(setUp, ErrorInitializationPending));
         }
         QVERIFY(answersOnce(expected.size()));
         QCOMPARE(lines(), expected);
@@ -136,7 +136,7 @@ private Q_SLOTS:
     {
         QVERIFY(resetForSignedInUser());
         QStringList expected;
-        for (const auto& operation : sessionoperations::all()) {
+        for (const auto& operation : facadecalls::ofTheSession()) {
             operation.call(*mAccounts);
             expected.append(line(operation.answer, 0));
         }

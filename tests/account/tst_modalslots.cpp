@@ -9,8 +9,8 @@
 #include "support/rows.h"
 
 using namespace KelTest;
-using sessionoperations::failure;
-using sessionoperations::line;
+using facadecalls::failure;
+using facadecalls::line;
 
 namespace {
 
@@ -32,12 +32,14 @@ private Q_SLOTS:
     void init() { QVERIFY(reset()); }
     void cleanup() { endFacade(); }
 
-    void aSetUpStaysSuccessful_data() { setUpRows("configureOnDb", "", ", no device account"); }
+    void aSetUpStaysSuccessful_data()
+    {
+        setUpRows("configureOnDb", "with a device account", "no device account");
+    }
     void aSetUpStaysSuccessful()
     {
         QFETCH(bool, configureOnDb);
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50); // the facade's own first call starts the daemon
         showBoxes();
         // Called from the event loop, as applications do.
@@ -56,8 +58,8 @@ private Q_SLOTS:
     {
         columns<int, int>("setUp", "status");
         for (const int status : {615, 800, 805, 806})
-            QTest::addRow("%s, %d", sessionoperations::setUps()[0].name, status) << 0 << status;
-        QTest::addRow("%s, 805", sessionoperations::setUps()[1].name) << 1 << 805;
+            QTest::addRow("%s, %d", facadecalls::setUps()[0].name, status) << 0 << status;
+        QTest::addRow("%s, 805", facadecalls::setUps()[1].name) << 1 << 805;
     }
     void aSetUpFailsOnce()
     {
@@ -125,9 +127,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestModalSlots>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestModalSlots)
 #include "tst_modalslots.moc"

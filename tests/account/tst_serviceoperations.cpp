@@ -4,8 +4,8 @@
 #include "account/facaderecorder.h"
 #include "account/fakeresthandler.h"
 #include "account/kelaccountsprivate.h"
-#include "account/serviceoperations.h"
 #include "device/testtagserver.h"
+#include "operations/facadecalls.h"
 #include "platform/fakemodem.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
@@ -15,10 +15,10 @@
 #include <QTest>
 
 using namespace KelTest;
+using facadecalls::KelAccounts;
+using facadecalls::Operation;
 using KelAccount::KelAccountsPrivate;
 using KelRestHandler::ISignatureProvider;
-using serviceoperations::KelAccounts;
-using serviceoperations::Operation;
 
 namespace {
 
@@ -38,7 +38,7 @@ QString refusal(const Operation& operation, int status)
 
 Operation operationOfTheRow()
 {
-    for (const Operation& operation : serviceoperations::all()) {
+    for (const Operation& operation : facadecalls::ofTheService()) {
         if (QTest::currentDataTag() == QByteArray(operation.name))
             return operation;
     }
@@ -48,7 +48,7 @@ Operation operationOfTheRow()
 void addRowForEachOperation()
 {
     QTest::addColumn<bool>("initialized");
-    for (const Operation& operation : serviceoperations::all())
+    for (const Operation& operation : facadecalls::ofTheService())
         QTest::newRow(operation.name) << true;
 }
 
@@ -67,8 +67,6 @@ private Q_SLOTS:
         TagServerAddress::setProgram("/nonexistent/tag-server");
     }
 
-    void theTableHoldsEveryOperation() { QCOMPARE(serviceoperations::all().size(), 10); }
-
     void aGoodCallIsHandedOnAndNotAnsweredHere_data() { addRowForEachOperation(); }
     void aGoodCallIsHandedOnAndNotAnsweredHere()
     {
@@ -83,7 +81,7 @@ private Q_SLOTS:
         QCOMPARE(FakeRestHandler::sent().size(), 1);
         const SentRequest& sent = FakeRestHandler::sent().first();
         QCOMPARE(sent.operation, QString::fromLatin1(operation.sent));
-        QVariantList arguments = operation.arguments;
+        QVariantList arguments = operation.sentArguments;
         if (operation.tagPurpose)
             arguments.append(QByteArray());
         QCOMPARE(sent.arguments, arguments);
@@ -95,13 +93,14 @@ private Q_SLOTS:
     void aMissingArgumentIsRefusedFirst_data()
     {
         columns<int, int, bool>("operation", "badCall", "initialized");
-        const auto operations = serviceoperations::all();
+        const auto operations = facadecalls::ofTheService();
         for (int i = 0; i < operations.size(); ++i) {
-            for (int j = 0; j < operations[i].badCalls.size(); ++j) {
-                const char* const missing = operations[i].badCalls[j].name;
-                QTest::addRow("%s, no %s, initialised", operations[i].name, missing)
+            for (int j = 0; j < operations[i].badCalls().size(); ++j) {
+                const QByteArray missing = operations[i].badCalls()[j].name;
+                QTest::addRow("%s, no %s, initialised", operations[i].name, missing.constData())
                     << i << j << true;
-                QTest::addRow("%s, no %s, before", operations[i].name, missing) << i << j << false;
+                QTest::addRow("%s, no %s, before", operations[i].name, missing.constData())
+                    << i << j << false;
             }
         }
     }
@@ -109,14 +108,14 @@ private Q_SLOTS:
     {
         const auto [operation, badCall, initialized] =
             fetch<int, int, bool>("operation", "badCall", "initialized");
-        const Operation row = serviceoperations::all().at(operation);
+        const Operation row = facadecalls::ofTheService().at(operation);
         const ThreadTagServer tags(tagReply);
         QVERIFY(tags.isReady());
         KelAccounts accounts;
         if (initialized)
             initialize(accounts);
         const FacadeRecorder recorder(&accounts);
-        row.badCalls.at(badCall).call(accounts);
+        row.badCalls().at(badCall).call(accounts);
         QCOMPARE(recorder.lines(), QStringList());
         QCoreApplication::processEvents();
         QCOMPARE(recorder.lines(), QStringList(refusal(row, 1001)));
@@ -185,10 +184,10 @@ private Q_SLOTS:
         KelAccounts accounts;
         const FacadeRecorder recorder(&accounts);
         QStringList expected;
-        for (const Operation& operation : serviceoperations::all()) {
+        for (const Operation& operation : facadecalls::ofTheService()) {
             operation.call(accounts);
             expected.append(refusal(operation, 802));
-            for (const auto& bad : operation.badCalls) {
+            for (const auto& bad : operation.badCalls()) {
                 bad.call(accounts);
                 expected.append(refusal(operation, 1001));
             }

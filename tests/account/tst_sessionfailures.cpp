@@ -8,7 +8,7 @@
 #include <QTimer>
 
 using namespace KelTest;
-using sessionoperations::line;
+using facadecalls::line;
 
 namespace {
 
@@ -29,12 +29,8 @@ private Q_SLOTS:
 
     void withoutASessionTheAnswerIs806_data()
     {
-        columns<int, int>("operation", "action");
-        const auto operations = sessionoperations::all();
-        for (int i = 0; i < operations.size(); ++i) {
-            QTest::addRow("%s, error", operations[i].name) << i << int(PluginStep::Err);
-            QTest::addRow("%s, end of the plugin", operations[i].name) << i << int(PluginStep::Die);
-        }
+        operationRows<int>({"action"},
+                           {{"error", PluginStep::Err}, {"end of the plugin", PluginStep::Die}});
     }
     void withoutASessionTheAnswerIs806()
     {
@@ -43,8 +39,7 @@ private Q_SLOTS:
         mSandbox.script({{initialise, action, {}, 603}});
         operation.call(*mAccounts);
         QCOMPARE(lines(), QStringList()); // also after the wait in the call
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(line(operation.refusal, 806)));
+        COMPARE_ANSWER(line(operation.refusal, 806));
         QVERIFY(!mSandbox.mechanisms().contains(text(operation.mechanism)));
         mSandbox.script({});
         operation.call(*mAccounts);
@@ -78,20 +73,14 @@ private Q_SLOTS:
         const Operation operation = operationOfTheRow();
         mSandbox.script({{text(operation.mechanism), PluginStep::Die}});
         operation.call(*mAccounts);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(line(operation.answer, 1))); // the daemon's "unknown"
+        COMPARE_ANSWER(line(operation.answer, 1)); // the daemon's "unknown"
         QCOMPARE(identities(), QList<quint32>({mCredentials}));
         QCOMPARE(deviceAccounts().size(), 1);
     }
 
     void theFacadeMayEndInTheCall_data()
     {
-        columns<int, bool>("operation", "whileOpening");
-        const auto operations = sessionoperations::all();
-        for (int i = 0; i < operations.size(); ++i) {
-            QTest::addRow("%s, initialise", operations[i].name) << i << true;
-            QTest::addRow("%s, request", operations[i].name) << i << false;
-        }
+        operationRows<bool>({"whileOpening"}, {{"initialise", true}, {"request", false}});
     }
     void theFacadeMayEndInTheCall()
     {
@@ -117,12 +106,7 @@ private Q_SLOTS:
 
     void theFacadeMayEndInTheSlotOfTheAnswer_data()
     {
-        columns<int, int>("operation", "status");
-        const auto operations = sessionoperations::all();
-        for (int i = 0; i < operations.size(); ++i) {
-            QTest::addRow("%s, success", operations[i].name) << i << 0;
-            QTest::addRow("%s, error", operations[i].name) << i << 504;
-        }
+        operationRows<int>({"status"}, {{"success", 0}, {"error", 504}});
     }
     void theFacadeMayEndInTheSlotOfTheAnswer()
     {
@@ -141,9 +125,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSessionFailures>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSessionFailures)
 #include "tst_sessionfailures.moc"

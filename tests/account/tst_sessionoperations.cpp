@@ -13,11 +13,11 @@
 #include <QSignalSpy>
 
 using namespace KelTest;
+using facadecalls::line;
 using KelAccount::KelAccounts;
 using KelAccount::KelAccountsPrivate;
 using KelAccount::ProfileInfo;
 using KelRestHandler::ProfileInfoData;
-using sessionoperations::line;
 
 namespace {
 
@@ -67,12 +67,7 @@ private Q_SLOTS:
 
     void theAnswerIsRelayedOnce_data()
     {
-        columns<int, int>("operation", "status");
-        const auto operations = sessionoperations::all();
-        for (int i = 0; i < operations.size(); ++i) {
-            for (const int status : {0, 504, 512, 614})
-                QTest::addRow("%s, %d", operations[i].name, status) << i << status;
-        }
+        operationRows<int>({"status"}, {{"0", 0}, {"504", 504}, {"512", 512}, {"614", 614}});
     }
     void theAnswerIsRelayedOnce()
     {
@@ -84,8 +79,7 @@ private Q_SLOTS:
                           status}});
         operation.call(*mAccounts);
         QCOMPARE(lines(), QStringList());
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(line(operation.answer, status)));
+        COMPARE_ANSWER(line(operation.answer, status));
         QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(operation.mechanism)}));
         // Of the active account's identity, by the daemon.
         QCOMPARE(lastData().value("UserName"_s).toString(), "earlier"_s);
@@ -237,7 +231,7 @@ private Q_SLOTS:
         QStringList expected;
         QStringList asked{initialise};
         for (int round = 0; round < 2; ++round) {
-            for (const Operation& operation : sessionoperations::all()) {
+            for (const Operation& operation : facadecalls::ofTheSession()) {
                 operation.call(*mAccounts);
                 const bool fails = round == 1 && text(operation.mechanism) == setUserId;
                 expected.append(line(operation.answer, fails ? 608 : 0));
@@ -297,9 +291,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSessionOperations>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSessionOperations)
 #include "tst_sessionoperations.moc"

@@ -3,6 +3,7 @@
 // and what the application is told.
 #include "account/accountfixture.h"
 #include "account/fakeresthandler.h"
+#include "account/records/registrationconversion.h"
 #include "platform/fakemodem.h"
 #include "rest/records/registrationinfodata.h"
 #include "support/literals.h"
@@ -59,8 +60,7 @@ private Q_SLOTS:
     void theIdentityIsStored_data() { setUpRows(); }
     void theIdentityIsStored()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, true);
         QCOMPARE(lines(), QStringList());
         QVERIFY(answersOnce());
@@ -83,8 +83,7 @@ private Q_SLOTS:
     void theDeviceAccountIsThereWhenTheAnswerComes_data() { setUpRows(); }
     void theDeviceAccountIsThereWhenTheAnswerComes()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         QVERIFY(!mAccounts->isKeLAccountConfigured());
         QList<QVariantList> found;
         bool configured = false;
@@ -106,11 +105,11 @@ private Q_SLOTS:
         const QString user = "UserId"_s;
         const QString login = "LoginId"_s;
         const QString name = "the näme"_s;
-        setUpsTimes({{"both", {{user, name}, {login, "not this"_s}}},
-                     {"user id", {{user, name}}},
-                     {"login id", {{login, name}}},
-                     {"empty user id", {{user, ""_s}, {login, name}}},
-                     {"null user id", {{user, QVariant()}, {login, name}}}});
+        setUpRows<QVariantMap>({"answer"}, {{"both", {{user, name}, {login, "not this"_s}}},
+                                            {"user id", {{user, name}}},
+                                            {"login id", {{login, name}}},
+                                            {"empty user id", {{user, ""_s}, {login, name}}},
+                                            {"null user id", {{user, QVariant()}, {login, name}}}});
     }
     void theAccountsNameIsTheUserIdOrElseTheLoginId()
     {
@@ -130,7 +129,8 @@ private Q_SLOTS:
         more.insert("AccountId"_s, "not this"_s);
         more.insert("IdentityId"_s, 4711);
         more.insert("Token"_s, "a secret"_s);
-        setUpsTimes(
+        setUpRows<QVariantMap>(
+            {"answer"},
             {{"texts", userData()},
              {"more than is wanted", more},
              {"numbers",
@@ -155,8 +155,7 @@ private Q_SLOTS:
     void thePluginIsInitialisedAndAskedOnce_data() { setUpRows(); }
     void thePluginIsInitialisedAndAskedOnce()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, true);
         QVERIFY(answersOnce());
         const QList<PluginRequest> requests = mSandbox.requests();
@@ -179,8 +178,7 @@ private Q_SLOTS:
     void withoutADeviceAccountTheIdentityStays_data() { setUpRows(); }
     void withoutADeviceAccountTheIdentityStays()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, false);
         QVERIFY(answersOnce());
         const quint32 id = identities().value(0);
@@ -194,13 +192,12 @@ private Q_SLOTS:
 
     void theSessionGoesOnAfterTheSetUp_data()
     {
-        setUpRows("configureOnDb", "", ", no device account");
+        setUpRows("configureOnDb", "with a device account", "no device account");
     }
     void theSessionGoesOnAfterTheSetUp()
     {
         QFETCH(bool, configureOnDb);
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, configureOnDb);
         QVERIFY(answersOnce());
         mAccounts->ensureTokenAvailable(0);
@@ -212,18 +209,13 @@ private Q_SLOTS:
 
     void deviceInfoIsSentWithASimOnly_data()
     {
-        QTest::addColumn<int>("setUp");
-        QTest::addColumn<int>("sims"); // 0 none, 1 usable, 2 locked
-        QTest::addColumn<int>("pluginError");
-        QTest::addColumn<bool>("configureOnDb");
-        for (int i = 0; i < 2; ++i) {
-            const char* const name = sessionoperations::setUps()[i].name;
-            QTest::addRow("%s, a modem without SIM", name) << i << 0 << 0 << true;
-            QTest::addRow("%s, SIM", name) << i << 1 << 0 << true;
-            QTest::addRow("%s, locked SIM", name) << i << 2 << 0 << true;
-            QTest::addRow("%s, SIM and an error", name) << i << 1 << 605 << true;
-            QTest::addRow("%s, SIM, no device account", name) << i << 1 << 0 << false;
-        }
+        // SIMs: 0 none, 1 usable, 2 locked.
+        setUpRows<int, int, bool>({"sims", "pluginError", "configureOnDb"},
+                                  {{"a modem without SIM", 0, 0, true},
+                                   {"SIM", 1, 0, true},
+                                   {"locked SIM", 2, 0, true},
+                                   {"SIM and an error", 1, 605, true},
+                                   {"SIM, no device account", 1, 0, false}});
     }
     void deviceInfoIsSentWithASimOnly()
     {
@@ -241,8 +233,7 @@ private Q_SLOTS:
         mSandbox.script(steps);
         makeFacade();
         setUp.start(*mAccounts, configureOnDb);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+        COMPARE_ANSWER(success(setUp, identities().value(0)));
         QStringList expected{initialise, text(setUp.mechanism)};
         if (sims > 0) {
             expected.append(updateDeviceInfo);
@@ -258,30 +249,16 @@ private Q_SLOTS:
         QCOMPARE(deviceAccounts().size(), configureOnDb ? 1 : 0);
     }
 
+    // With the captcha and the service tag, which is "tag" in base 64.
     void aRegistrationReachesThePluginWhole()
     {
         makeFacade();
         mAccounts->registerAccount(completeRecord(), true);
         QVERIFY(answersOnce());
-        const RegistrationInfoData sent = sentRegistration();
-        QCOMPARE(sent.userName, "new.usér"_s);
-        QCOMPARE(sent.captchaText, "read from the picture"_s);
-        QCOMPARE(sent.password, "the new passwörd"_s);
-        QCOMPARE(sent.mobilePhoneNumber, "+358401234567"_s);
-        QCOMPARE(sent.emailAddress, "new@mail.example"_s);
-        QCOMPARE(sent.securityQuestion, "question-7"_s);
-        QCOMPARE(sent.securityAnswer, "Ünser Hund"_s);
-        QCOMPARE(sent.dateOfBirth, QDate(1990, 12, 31));
-        QCOMPARE(sent.firstName, "Mäx"_s);
-        QCOMPARE(sent.lastName, "Muster"_s);
-        QCOMPARE(sent.countryAsString, "FI"_s);
-        QCOMPARE(sent.languageAsString, "sv"_s);
-        QCOMPARE(sent.country, QLocale::Norway);
-        QCOMPARE(sent.language, QLocale::German);
-        QCOMPARE(sent.marketingInfoOnMobile, false);
-        QCOMPARE(sent.marketingInfoOnEmail, true);
-        QCOMPARE(sent.captchaId, "captcha-7"_s);
-        QCOMPARE(sent.serviceTag, "dGFn"_ba); // "tag" in base 64
+        QCOMPARE(KelRestHandler::serializeRegistration(sentRegistration()),
+                 KelRestHandler::serializeRegistration(
+                     KelAccount::toRegistrationInfoData(completeRecord(), {}, "dGFn")));
+        QCOMPARE(sentRegistration().captchaId, "captcha-7"_s);
         QCOMPARE(mTagServer->connections(), 1);
         const QByteArray asked = mTagServer->frames().value(0).mid(7); // behind the frame's head
         QVERIFY2(asked.startsWith(":SSO_REGISTRATION:"), asked);
@@ -291,12 +268,9 @@ private Q_SLOTS:
     {
         columns<QString, QString, QString, QString>("userName", "mobile", "address", "stored");
         const QString mobile = "+358401234567"_s;
-        QTest::newRow("address") << QString() << QString() << "a@b.example"_s
-                                 << "a@b.example"_s;
-        QTest::newRow("both") << "n"_s << QString() << "a@b.example"_s
-                              << "a@b.example"_s;
-        QTest::newRow("all") << "n"_s << mobile << "a@b.example"_s
-                             << "a@b.example"_s;
+        row("address", QString(), QString(), "a@b.example"_s, "a@b.example"_s);
+        row("both", "n"_s, QString(), "a@b.example"_s, "a@b.example"_s);
+        row("all", "n"_s, mobile, "a@b.example"_s, "a@b.example"_s);
         QTest::newRow("name and mobile") << "n"_s << mobile << QString() << "n"_s;
     }
     void theNameToSignInWithIsTheAddressOrElseTheUserName()
@@ -312,7 +286,7 @@ private Q_SLOTS:
         mAccounts->registerAccount(info, true);
         QVERIFY(answersOnce());
         const quint32 id = identities().value(0);
-        QCOMPARE(lines(), QStringList(success(sessionoperations::setUps()[1], id)));
+        QCOMPARE(lines(), QStringList(success(facadecalls::setUps()[1], id)));
         QCOMPARE(mSandbox.credentials("select username from credentials where id=%1"_s.arg(id)),
                  QList<QVariantList>({{stored}}));
         // The plugin gets the record as it was filled in, whatever the name to sign in with is.
@@ -340,9 +314,7 @@ private Q_SLOTS:
         TagServerAddress::setProgram("/nonexistent/tag-server");
         makeFacade();
         mAccounts->registerAccount(completeRecord(), true);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(),
-                 QStringList(success(sessionoperations::setUps()[1], identities().value(0))));
+        COMPARE_ANSWER(success(facadecalls::setUps()[1], identities().value(0)));
         QCOMPARE(sentRegistration().serviceTag, QByteArray());
         QCOMPARE(sentRegistration().captchaId, "captcha-7"_s);
     }
@@ -353,9 +325,7 @@ private Q_SLOTS:
         QObject* const object = &info;
         makeFacade();
         mAccounts->registerAccount(object, false);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(),
-                 QStringList(success(sessionoperations::setUps()[1], identities().value(0))));
+        COMPARE_ANSWER(success(facadecalls::setUps()[1], identities().value(0)));
         QCOMPARE(deviceAccounts(), QList<QVariantList>());
         QCOMPARE(sentRegistration().emailAddress, "new@mail.example"_s);
         QCOMPARE(sentRegistration().firstName, "Mäx"_s);
@@ -374,17 +344,6 @@ private Q_SLOTS:
     }
 
 private:
-    // Two columns and, for each answer of the plugin, a row for each kind of set-up.
-    void setUpsTimes(const QVector<QPair<const char*, QVariantMap>>& answers)
-    {
-        columns<int, QVariantMap>("setUp", "answer");
-        for (int i = 0; i < 2; ++i) {
-            for (const auto& answer : answers)
-                QTest::addRow("%s, %s", sessionoperations::setUps()[i].name, answer.first)
-                    << i << answer.second;
-        }
-    }
-
     /// The record as the plugin reads it.
     RegistrationInfoData sentRegistration() const
     {
@@ -403,9 +362,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSetUp>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSetUp)
 #include "tst_setup.moc"

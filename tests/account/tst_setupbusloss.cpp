@@ -9,8 +9,8 @@
 #include <csignal>
 
 using namespace KelTest;
-using sessionoperations::failure;
-using sessionoperations::line;
+using facadecalls::failure;
+using facadecalls::line;
 
 class TestSetUpBusLoss : public AccountFixture
 {
@@ -35,8 +35,7 @@ private Q_SLOTS:
             QCOMPARE(lines(), QStringList());
             return;
         }
-        const SetUp setUp =
-            sessionoperations::setUps().at(moment == QLatin1String("register") ? 1 : 0);
+        const SetUp setUp = facadecalls::setUps().at(moment == QLatin1String("register") ? 1 : 0);
         QCOMPARE(moment, text(setUp.name));
         mSandbox.script({{text(setUp.mechanism), PluginStep::Hang}});
         bool ended = false;
@@ -63,8 +62,7 @@ private Q_SLOTS:
             setUp.start(*mAccounts, true);
             QVERIFY(log.hasCritical(setUp.notStored));
             QCOMPARE(lines(), QStringList());
-            QVERIFY(answersOnce());
-            QCOMPARE(lines(), QStringList(failure(setUp, 800)));
+            COMPARE_ANSWER(failure(setUp, 800));
         }
         QCOMPARE(identities().size(), before);
         QCOMPARE(deviceAccounts(), QList<QVariantList>());
@@ -84,8 +82,7 @@ private Q_SLOTS:
         const MessageLog log;
         operation.call(*mAccounts);
         QCOMPARE(lines(), QStringList());
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(line(operation.refusal, 806)));
+        COMPARE_ANSWER(line(operation.refusal, 806));
         QVERIFY(log.hasCritical("There is no session bus to reach the sign-on daemon through"));
         QVERIFY(sqliteChange(database, "DELETE FROM Settings; DELETE FROM Accounts"_s));
     }
@@ -106,9 +103,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSetUpBusLoss>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSetUpBusLoss)
 #include "tst_setupbusloss.moc"

@@ -10,8 +10,8 @@
 #include <csignal>
 
 using namespace KelTest;
+using facadecalls::failure;
 using KelAccount::KelAuthSessionInterface;
-using sessionoperations::failure;
 
 namespace {
 
@@ -33,8 +33,7 @@ private Q_SLOTS:
     void rightAfterTheCall_data() { setUpRows(); }
     void rightAfterTheCall()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, true);
         mAccounts.reset();
         letPass(100);
@@ -45,8 +44,7 @@ private Q_SLOTS:
     void whileCredentialsAreStored_data() { setUpRows(); }
     void whileCredentialsAreStored()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50); // the facade's own first call starts the daemon
         const pid_t daemon = SessionSandbox::daemonProcessId();
         QVERIFY(daemon > 1);
@@ -67,20 +65,12 @@ private Q_SLOTS:
 
     void whileThePluginIsAsked_data()
     {
-        columns<int, bool, int>("setUp", "whileOpening", "action");
-        for (int i = 0; i < 2; ++i) {
-            for (const bool whileOpening : {true, false}) {
-                const QByteArray row = QByteArray(sessionoperations::setUps()[i].name) +
-                                       (whileOpening ? ", initialise" : ", request");
-                QTest::addRow("%s, no answer", row.constData())
-                    << i << whileOpening << int(PluginStep::Hang);
-                QTest::addRow("%s, a late answer", row.constData())
-                    << i << whileOpening << int(PluginStep::Answer);
-                if (!whileOpening)
-                    QTest::addRow("%s, a late error", row.constData())
-                        << i << whileOpening << int(PluginStep::Err);
-            }
-        }
+        setUpRows<bool, int>({"whileOpening", "action"},
+                             {{"initialise, no answer", true, PluginStep::Hang},
+                              {"initialise, a late answer", true, PluginStep::Answer},
+                              {"request, no answer", false, PluginStep::Hang},
+                              {"request, a late answer", false, PluginStep::Answer},
+                              {"request, a late error", false, PluginStep::Err}});
     }
     void whileThePluginIsAsked()
     {
@@ -116,8 +106,7 @@ private Q_SLOTS:
     void whileTheAccountIsStored_data() { setUpRows(); }
     void whileTheAccountIsStored()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         // After the facade, which has handed the account over by then.
         QVERIFY(endsInThePluginsAnswer(setUp));
         letPass(100);
@@ -129,12 +118,14 @@ private Q_SLOTS:
         QCOMPARE(deviceAccounts(), expected);
     }
 
-    void inTheSlotOfTheSuccess_data() { setUpRows("configureOnDb", "", ", no device account"); }
+    void inTheSlotOfTheSuccess_data()
+    {
+        setUpRows("configureOnDb", "with a device account", "no device account");
+    }
     void inTheSlotOfTheSuccess()
     {
         QFETCH(bool, configureOnDb);
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         endInTheSlot();
         setUp.start(*mAccounts, configureOnDb);
         QVERIFY(answersOnce());
@@ -151,12 +142,7 @@ private Q_SLOTS:
 
     void inTheSlotOfTheFailure_data()
     {
-        columns<int, int>("setUp", "status");
-        for (int i = 0; i < 2; ++i) {
-            const char* const name = sessionoperations::setUps()[i].name;
-            for (const int status : {615, 800, 805, 806})
-                QTest::addRow("%s, %d", name, status) << i << status;
-        }
+        setUpRows<int>({"status"}, {{"615", 615}, {"800", 800}, {"805", 805}, {"806", 806}});
     }
     void inTheSlotOfTheFailure()
     {
@@ -190,8 +176,7 @@ private Q_SLOTS:
     void inTheSlotOfTheStoresError_data() { setUpRows(); }
     void inTheSlotOfTheStoresError()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50);
         QVERIFY(setCredentialsReadable(false));
         endInTheSlot();
@@ -208,8 +193,7 @@ private Q_SLOTS:
     void inTheSlotOfARefusal_data() { setUpRows(); }
     void inTheSlotOfARefusal()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.startWithoutArguments(*mAccounts);
         setUp.startWithoutArguments(*mAccounts);
         endInTheSlot();
@@ -257,9 +241,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSetUpEnding>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSetUpEnding)
 #include "tst_setupending.moc"

@@ -12,7 +12,7 @@
 #include <csignal>
 
 using namespace KelTest;
-using sessionoperations::failure;
+using facadecalls::failure;
 
 namespace {
 
@@ -42,16 +42,13 @@ private Q_SLOTS:
 
     void whatThePluginSaysIsTakenBackAndPassedOn_data()
     {
-        columns<int, bool, int, int>("setUp", "whileOpening", "code", "status");
-        for (int i = 0; i < 2; ++i) {
-            const char* const name = sessionoperations::setUps()[i].name;
-            QTest::addRow("%s, initialise", name) << i << true << 603 << 806;
-            QTest::addRow("%s, service", name) << i << false << 504 << 504;
-            QTest::addRow("%s, network", name) << i << false << 404 << 404;
-            QTest::addRow("%s, plugin", name) << i << false << 615 << 615;
-            QTest::addRow("%s, not initialised", name) << i << false << 702 << 702;
-            QTest::addRow("%s, a status without a name", name) << i << false << 512 << 512;
-        }
+        setUpRows<bool, int, int>({"whileOpening", "code", "status"},
+                                  {{"initialise", true, 603, 806},
+                                   {"service", false, 504, 504},
+                                   {"network", false, 404, 404},
+                                   {"plugin", false, 615, 615},
+                                   {"not initialised", false, 702, 702},
+                                   {"a status without a name", false, 512, 512}});
     }
     void whatThePluginSaysIsTakenBackAndPassedOn()
     {
@@ -70,10 +67,7 @@ private Q_SLOTS:
         QVERIFY(succeeds(setUp));
     }
 
-    void aPluginThatEndsFailsTheSetUp_data()
-    {
-        setUpRows("whileOpening", ", initialise", ", request");
-    }
+    void aPluginThatEndsFailsTheSetUp_data() { setUpRows("whileOpening", "initialise", "request"); }
     void aPluginThatEndsFailsTheSetUp()
     {
         QFETCH(bool, whileOpening);
@@ -107,8 +101,7 @@ private Q_SLOTS:
     void aDaemonThatCannotBeStartedStoresNothing_data() { setUpRows(); }
     void aDaemonThatCannotBeStartedStoresNothing()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50); // the facade's own first call starts the daemon
         QVERIFY(mSandbox.killDaemon());
         mSandbox.setDaemonInstalled(false);
@@ -126,8 +119,7 @@ private Q_SLOTS:
     void aDaemonThatEndsBeforeItStoresIsStartedAgain_data() { setUpRows(); }
     void aDaemonThatEndsBeforeItStoresIsStartedAgain()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50);
         const pid_t daemon = SessionSandbox::daemonProcessId();
         QVERIFY(daemon > 1);
@@ -140,8 +132,7 @@ private Q_SLOTS:
     void aDaemonWithoutItsDatabaseStoresNothing_data() { setUpRows(); }
     void aDaemonWithoutItsDatabaseStoresNothing()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         QVERIFY(setCredentialsReadable(false));
         const MessageLog log;
         setUp.start(*mAccounts, true);
@@ -159,8 +150,7 @@ private Q_SLOTS:
     void aDaemonThatDoesNotStoreInTimeFailsTheSetUp_data() { setUpRows(); }
     void aDaemonThatDoesNotStoreInTimeFailsTheSetUp()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         letPass(50);
         mAccounts->findChild<KelAccount::KelConfigure*>()->setStoreTimeout(300);
         const pid_t daemon = SessionSandbox::daemonProcessId();
@@ -179,8 +169,7 @@ private Q_SLOTS:
     void anAccountThatCannotBeCreatedTakesTheSetUpBack_data() { setUpRows(); }
     void anAccountThatCannotBeCreatedTakesTheSetUpBack()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         const QByteArray folder = qgetenv("ACCOUNTS");
         QTimer::singleShot(0, this, [] { qputenv("ACCOUNTS", "/proc/nonexistent"); });
         const MessageLog log;
@@ -196,8 +185,7 @@ private Q_SLOTS:
     void anAccountThatTheDatabaseRefusesTakesTheSetUpBack_data() { setUpRows(); }
     void anAccountThatTheDatabaseRefusesTakesTheSetUpBack()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         QVERIFY(sqliteChange(accountsFile(), "CREATE TRIGGER refuse BEFORE INSERT ON Settings "
                                              "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s));
         const MessageLog log;
@@ -211,8 +199,7 @@ private Q_SLOTS:
     void anAccountThatIsNotStoredInTimeTakesTheSetUpBack_data() { setUpRows(); }
     void anAccountThatIsNotStoredInTimeTakesTheSetUpBack()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         mAccounts->findChild<KelAccount::KelConfigure*>()->setAccountTimeout(300);
         std::unique_ptr<SqliteLock> lock;
         setUp.start(*mAccounts, true); // looks for an account before the event loop runs
@@ -234,8 +221,7 @@ private Q_SLOTS:
     void aDatabaseThatIsLockedForAMomentIsWaitedFor_data() { setUpRows(); }
     void aDatabaseThatIsLockedForAMomentIsWaitedFor()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, true); // looks for an account before the event loop runs
         auto lock = std::make_unique<SqliteLock>(accountsFile());
         QVERIFY(lock->isHeld());
@@ -255,12 +241,8 @@ private Q_SLOTS:
 
     void theNextSetUpMayStartInTheSlotOfTheAnswer_data()
     {
-        columns<int, bool, int>("setUp", "whileOpening", "status");
-        for (int i = 0; i < 2; ++i) {
-            const char* const name = sessionoperations::setUps()[i].name;
-            QTest::addRow("%s, initialise", name) << i << true << 806;
-            QTest::addRow("%s, request", name) << i << false << 615;
-        }
+        setUpRows<bool, int>({"whileOpening", "status"},
+                             {{"initialise", true, 806}, {"request", false, 615}});
     }
     void theNextSetUpMayStartInTheSlotOfTheAnswer()
     {
@@ -309,14 +291,13 @@ private Q_SLOTS:
 
     void anEarlierIdentityIsLeftAlone()
     {
-        const SetUp setUp = sessionoperations::setUps()[0];
+        const SetUp setUp = facadecalls::setUps()[0];
         const quint32 earlier = storeIdentity();
         QVERIFY(earlier > 0);
         mSandbox.script({{"signIn"_s, PluginStep::Err, {}, 615}});
         makeFacade();
         setUp.start(*mAccounts, true);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(failure(setUp, 615)));
+        COMPARE_ANSWER(failure(setUp, 615));
         QCOMPARE(identities(), QList<quint32>({earlier}));
     }
 
@@ -342,9 +323,5 @@ private:
     QList<QVariantList> mAccountsInTheSlot;
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestSetUpFailures>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestSetUpFailures)
 #include "tst_setupfailures.moc"

@@ -17,8 +17,8 @@
 #include <cstring>
 
 using namespace KelTest;
+using facadecalls::failure;
 using KelAccount::AccountsLock;
-using sessionoperations::failure;
 
 namespace {
 
@@ -83,7 +83,7 @@ private Q_SLOTS:
 
     void aLockThatSomebodyHoldsIsWaitedFor()
     {
-        const SetUp setUp = sessionoperations::setUps()[0];
+        const SetUp setUp = facadecalls::setUps()[0];
         makeFacade();
         AccountsLock lock;
         QCOMPARE(lock.tryTake(), AccountsLock::Taken);
@@ -92,8 +92,7 @@ private Q_SLOTS:
         letPass(200);
         QCOMPARE(lines(), QStringList());
         lock.release();
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+        COMPARE_ANSWER(success(setUp, identities().value(0)));
     }
 
     void anOldLockCountsAsLongAsSomebodyHoldsIt()
@@ -121,7 +120,7 @@ private Q_SLOTS:
 
     void whatAKilledProcessLockedDoesNotCount()
     {
-        const SetUp setUp = sessionoperations::setUps()[0];
+        const SetUp setUp = facadecalls::setUps()[0];
         makeFacade();
         QProcess other;
         other.start(QCoreApplication::applicationFilePath(), {"lock"_s});
@@ -132,14 +131,13 @@ private Q_SLOTS:
         other.kill();
         QVERIFY(other.waitForFinished());
         setUp.start(*mAccounts, true);
-        QVERIFY(answersOnce());
-        QCOMPARE(lines(), QStringList(success(setUp, identities().value(0))));
+        COMPARE_ANSWER(success(setUp, identities().value(0)));
     }
 
     void theAccountThatAnotherMadeAnewIsUsed()
     {
         makeFacade();
-        QVERIFY(succeeds(sessionoperations::setUps()[0]));
+        QVERIFY(succeeds(facadecalls::setUps()[0]));
         const quint32 old = identities().at(0);
         // As the device's settings do when the user removes the account and signs in again.
         QVERIFY(removeDeviceAccounts());
@@ -160,12 +158,14 @@ private Q_SLOTS:
         QCOMPARE(nextLine(), ensured.arg(1001));
     }
 
-    void whatASetUpReturnedIsValid_data() { setUpRows("configureOnDb", "", ", no device account"); }
+    void whatASetUpReturnedIsValid_data()
+    {
+        setUpRows("configureOnDb", "with a device account", "no device account");
+    }
     void whatASetUpReturnedIsValid()
     {
         QFETCH(bool, configureOnDb);
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, configureOnDb);
         QVERIFY(answersOnce());
         const quint32 id = identities().value(0);
@@ -181,8 +181,7 @@ private Q_SLOTS:
     void credentialsThatAreGoneAreNoSession_data() { setUpRows(); }
     void credentialsThatAreGoneAreNoSession()
     {
-        const SetUp setUp = setUpOfTheRow();
-        makeFacade();
+        const SetUp setUp = setUpWithFacade();
         setUp.start(*mAccounts, false);
         QVERIFY(answersOnce());
         const quint32 id = identities().value(0);
@@ -256,7 +255,7 @@ int runBeside(int argc, char** argv)
         });
         return QCoreApplication::exec();
     }
-    const auto all = sessionoperations::setUps();
+    const auto all = facadecalls::setUps();
     const auto& setUp = all.at(QCoreApplication::arguments().at(2) == text(all[0].name) ? 0 : 1);
     KelAccount::KelAccounts accounts;
     accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});

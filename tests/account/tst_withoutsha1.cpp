@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A system whose policy takes SHA-1 away: nothing can be signed, and everything is answered.
 #include "account/facaderecorder.h"
-#include "account/serviceoperations.h"
 #include "device/testtagserver.h"
+#include "operations/facadecalls.h"
 #include "platform/fakemodem.h"
 #include "rest/request/cryptographicutils.h"
 #include "support/literals.h"
@@ -12,8 +12,8 @@
 #include <QTest>
 
 using namespace KelTest;
-using serviceoperations::KelAccounts;
-using serviceoperations::Operation;
+using facadecalls::KelAccounts;
+using facadecalls::Operation;
 
 class TestWithoutSha1 : public QObject
 {
@@ -46,14 +46,14 @@ private Q_SLOTS:
     void aRequestCannotBeSent_data()
     {
         QTest::addColumn<int>("index");
-        const auto operations = serviceoperations::all();
+        const auto operations = facadecalls::ofTheService();
         for (int i = 0; i < operations.size(); ++i)
             QTest::newRow(operations[i].name) << i;
     }
     void aRequestCannotBeSent()
     {
         QFETCH(int, index);
-        const Operation operation = serviceoperations::all().at(index);
+        const Operation operation = facadecalls::ofTheService().at(index);
         KelAccounts accounts;
         accounts.initialize("key"_s, "secret"_s, 2, {}, {});
         const FacadeRecorder recorder(&accounts);

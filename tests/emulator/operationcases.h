@@ -2,24 +2,55 @@
 // A good request of every operation, and documents of every form, typed in by hand.
 #pragma once
 
+#include "operations/table.h"
+#include "rest/request/netrequesttype.h"
+
 #include <QByteArray>
 #include <QVector>
 
+/// Of what the table of operations says, and of a document. Number, verb, address and roots are the
+/// table's.
 struct OperationCase
 {
+    enum Use { Asked, AskedWithSim, DocumentAlone, DocumentAloneWithSim };
+
+    OperationCase(KelRestHandler::NetRequestType type, const char* rowName, Use use = Asked,
+                  const char* document = "", const char* optionalElements = "",
+                  const char* served = nullptr)
+        : operation(type), name(rowName), content(document), optional(optionalElements)
+    {
+        const operations::Facts& facts = operations::factsOf(type);
+        const bool withSim = use == AskedWithSim || use == DocumentAloneWithSim;
+        const auto form = [withSim](const char* text) {
+            const QStringList forms = operations::formsOf(text);
+            return forms.isEmpty() ? QByteArray() : forms.at(withSim ? 1 : 0).toLatin1();
+        };
+        root = form(facts.body);
+        if (use == DocumentAlone || use == DocumentAloneWithSim)
+            return;
+        verb = facts.verb;
+        path = form(facts.address).split('?').first();
+        path.replace("{user}", type == KelRestHandler::RetrieveSecurityQuestion ? "asked" : "alice")
+            .replace("{user name}", "nobody")
+            .replace("{service}", "music")
+            .replace("{account}", "{id}")
+            .replace("{terms}", "{id}");
+        replyRoot = served ? QByteArray(served) : form(facts.reply);
+    }
+
     int operation;
     const char* name;
-    const char* verb; ///< null for a row that is of the document alone
-    const char* path; ///< "{id}", "{token}" stand for the account's
-    const char* root; ///< of its document, null without one
-    const char* content;
-    const char* optional;  ///< elements that may be left out alone, separated by blanks
-    const char* replyRoot; ///< null when the reply has no document
+    QByteArray content;
+    const char* optional; ///< elements that may be left out alone, separated by blanks
+    QByteArray verb;      ///< empty for a row that is of the document alone
+    QByteArray path;      ///< "{id}", "{token}" stand for the account's
+    QByteArray root;      ///< of its document, empty without one
+    QByteArray replyRoot; ///< empty when the reply has no document
 
-    bool isAsked() const { return verb; }
-    bool hasDocument() const { return root; }
+    bool isAsked() const { return !verb.isEmpty(); }
+    bool hasDocument() const { return !root.isEmpty(); }
     /// It is the owner's who signed in then.
-    bool needsToken() const { return isAsked() && QByteArray(path).contains('{'); }
+    bool needsToken() const { return path.contains('{'); }
 };
 
 #define KEL_DEVICE_FACTS                                                                           \
@@ -33,20 +64,19 @@ struct OperationCase
 // end the token and change the name.
 inline const QVector<OperationCase>& operationCases()
 {
+    using namespace KelRestHandler;
     static const QVector<OperationCase> cases = {
-        {1, "token creation", "POST", "tokens", "tokenCreationRequest",
+        {SignIn, "token creation", OperationCase::Asked,
          "<digestAuth><username>alice</username><nonce>n</nonce><created>c</created>"
-         "<digest>oW58lSglaieq/6hDoEaLchyqRF4=</digest></digestAuth><checkTerms>true</checkTerms>",
-         "", "tokenCreationResponse"},
-        {3, "user name availability", "GET", "availability/nobody", nullptr, "", "",
-         "userNameAvailabilityResponse"},
-        {4, "captcha", "POST", "captchas", "captchaCreationRequest",
-         "<width>200</width><height>60</height>", "", "captchaCreationResponse"},
-        {5, "registration", "POST", "accounts", "registrationRequest",
+         "<digest>oW58lSglaieq/6hDoEaLchyqRF4=</digest></digestAuth><checkTerms>true</checkTerms>"},
+        {RetrieveUserNameAvailability, "user name availability"},
+        {RetrieveCaptchaImage, "captcha", OperationCase::Asked,
+         "<width>200</width><height>60</height>"},
+        {RegisterAccount, "registration", OperationCase::Asked,
          "<serviceTag>dGFn</serviceTag><userData><email>new@mail.example</email>"
          "<password>U2VjcmV0IDEh</password><country></country></userData>" KEL_CONSENT,
-         "serviceTag email", "registrationResponse"},
-        {5, "registration, all", nullptr, nullptr, "registrationRequest",
+         "serviceTag email"},
+        {RegisterAccount, "registration, all", OperationCase::DocumentAlone,
          "<captchaId>c</captchaId><imageText>xk7Qp</imageText><username>somebody</username>"
          "<userData><mobile>+358401234567</mobile><email>a@b.example</email>"
          "<password>U2VjcmV0IDEh</password><passwordQuestion>3</passwordQuestion>"
@@ -54,88 +84,77 @@ inline const QVector<OperationCase>& operationCases()
          "<dateOfBirth>1980-02-09</dateOfBirth><firstName>J</firstName><lastName>B</lastName>"
          "</userData>" KEL_CONSENT,
          "username mobile email passwordQuestion passwordAnswer language dateOfBirth firstName "
-         "lastName",
-         nullptr},
-        {5, "phone activation", "POST", "phoneactivationregistration",
-         "phoneActivationRegistrationRequest",
+         "lastName"},
+        {RegisterAccount, "phone activation", OperationCase::AskedWithSim,
          "<serviceTag>dGFn</serviceTag>" KEL_DEVICE_FACTS
          "<userData><email>phone@mail.example</email><password>U2VjcmV0IDEh</password>"
          "<country>FI</country></userData>" KEL_CONSENT,
-         "serviceTag email", "phoneActivationRegistrationResponse"},
-        {5, "phone activation, captcha", nullptr, nullptr, "phoneActivationRegistrationRequest",
+         "serviceTag email"},
+        {RegisterAccount, "phone activation, captcha", OperationCase::DocumentAloneWithSim,
          "<captchaId></captchaId><imageText>xk7Qp</imageText>" KEL_DEVICE_FACTS
          "<username>somebody</username><userData><email>a@b.example</email>"
          "<password>U2VjcmV0IDEh</password><country>FI</country></userData>" KEL_CONSENT,
-         "username email", nullptr},
-        {6, "security questions", "GET", "securityquestions", nullptr, "", "",
-         "securityQuestionsResponse"},
-        {7, "detection", "POST", "autodetection", "autoDetectionRequest", KEL_DEVICE_FACTS, "",
-         "autoDetectionResponse"},
-        {8, "terms addresses", "GET", "services/music", nullptr, "", "", "serviceQueryResponse"},
-        {10, "recovery", "POST", "simplifiedpasswordrecovery/alice/send",
-         "simplifiedSendRecoveryMessageRequest",
-         "<serviceTag>dGFn</serviceTag><sendPlainToken></sendPlainToken>", "serviceTag", nullptr},
-        {10, "recovery, message", nullptr, nullptr, "simplifiedSendRecoveryMessageRequest",
+         "username email"},
+        {RetrieveSecurityQuestionList, "security questions"},
+        {RetrievePreAccountInfo, "detection", OperationCase::Asked, KEL_DEVICE_FACTS},
+        {RetrieveTermsOfService, "terms addresses"},
+        {SendResetMessage, "recovery", OperationCase::Asked,
+         "<serviceTag>dGFn</serviceTag><sendPlainToken></sendPlainToken>", "serviceTag"},
+        {SendResetMessage, "recovery, message", OperationCase::DocumentAlone,
          "<captchaId>c</captchaId><imageText>xk7Qp</imageText><messageBody>Hello</messageBody>"
          "<returnUrl>https://site.example/back</returnUrl>",
-         "returnUrl", nullptr},
-        {10, "recovery, empty message", nullptr, nullptr, "simplifiedSendRecoveryMessageRequest",
-         "<serviceTag>dGFn</serviceTag><messageBody></messageBody>", "serviceTag", nullptr},
-        {11, "e-mail availability", "POST", "emailavailability/", "emailAvailabilityRequest",
-         "<email>free@mail.example</email><serviceTag>dGFn</serviceTag>", "", nullptr},
-        {12, "consent variant", "POST", "consentqueryvariant", "consentQueryVariantRequest",
+         "returnUrl"},
+        {SendResetMessage, "recovery, empty message", OperationCase::DocumentAlone,
+         "<serviceTag>dGFn</serviceTag><messageBody></messageBody>", "serviceTag"},
+        {RetrieveEmailIdAvailability, "e-mail availability", OperationCase::Asked,
+         "<email>free@mail.example</email><serviceTag>dGFn</serviceTag>"},
+        {QueryConsentVariant, "consent variant", OperationCase::Asked,
          "<mobilePhoneSerialNumber></mobilePhoneSerialNumber><mcc>262</mcc><mnc></mnc>"
-         "<hashedMSIN>not base64</hashedMSIN>",
-         "", "consentQueryVariantResponse"},
-        {13, "reset", "PUT", "simplifiedpasswordrecovery/alice/change",
-         "simplifiedChangePasswordRequest",
+         "<hashedMSIN>not base64</hashedMSIN>"},
+        {ResetPassword, "reset", OperationCase::Asked,
          "<securityToken>{recovery}</securityToken><newPassword>c2VjcmV0</newPassword>"
          "<passwordQuestionAnswer>Rex</passwordQuestionAnswer>",
          "securityToken newPassword passwordQuestionAnswer", "simplifiedChangePasswordResponse"},
-        {14, "question of a user", "GET", "simplifiedpasswordrecovery/asked/question", nullptr, "",
-         "", "simplifiedPasswordQuestionResponse"},
-        {15, "password", "PUT", "accounts/{id}/profile", "profileUpdateRequest",
+        {RetrieveSecurityQuestion, "question of a user"},
+        {ChangePassword, "password", OperationCase::Asked,
          "<userData><password>c2VjcmV0</password></userData>", "", "profileUpdateResponse"},
-        {16, "consent", "GET", "accounts/{id}/marketing", nullptr, "", "",
+        {RetrieveMarketingConsentInfo, "consent", OperationCase::Asked, "", "",
          "marketingConsentQueryResponse"},
-        {17, "consent update", "PUT", "accounts/{id}/marketing", "marketingConsentUpdateRequest",
-         "<marketingConsent><email>true</email><mobile>false</mobile></marketingConsent>", "",
-         nullptr},
-        {18, "contacts", "GET", "accounts/{id}/contacts", nullptr, "", "",
-         "contactsUpdateResponse"},
-        {19, "contacts update", "PUT", "accounts/{id}/contacts", "contactsUpdateRequest",
+        {UpdateMarketingConsentInfo, "consent update", OperationCase::Asked,
+         "<marketingConsent><email>true</email><mobile>false</mobile></marketingConsent>"},
+        {RetrieveContactsInfo, "contacts", OperationCase::Asked, "", "", "contactsUpdateResponse"},
+        {UpdateContactsInfo, "contacts update", OperationCase::Asked,
          "<mobileContacts><mobileContact><mobileNumber>+358401234567</mobileNumber>"
          "<preferred>true</preferred></mobileContact><mobileContact>"
          "<mobileNumber>+358407654321</mobileNumber><preferred>false</preferred></mobileContact>"
          "</mobileContacts><emailContacts><emailContact><emailAddress>a@b.example</emailAddress>"
          "<preferred>true</preferred></emailContact></emailContacts>",
          "mobileContact emailContact", "contactsUpdateResponse"},
-        {20, "terms", "GET", "terms/{id}", nullptr, "", "", "termsQueryResponse"},
-        {21, "terms update", "POST", "terms/{id}", "termsUpdateRequest",
+        {RetrieveTermsAcceptance, "terms"},
+        {UpdateTermsAcceptance, "terms update", OperationCase::Asked,
          "<hasAcceptedTos>true</hasAcceptedTos>"
          "<hasAcceptedServiceSpecificTos>false</hasAcceptedServiceSpecificTos>"
-         "<hasAcceptedPrivacyPolicy>true</hasAcceptedPrivacyPolicy>",
-         "", nullptr},
-        {22, "profile", "GET", "accounts/{id}/profile", nullptr, "", "", "profileQueryResponse"},
-        {23, "profile update", "PUT", "accounts/{id}/profile", "profileUpdateRequest",
+         "<hasAcceptedPrivacyPolicy>true</hasAcceptedPrivacyPolicy>"},
+        {DownloadProfile, "profile"},
+        {UpdateProfile, "profile update", OperationCase::Asked,
          "<userData><mobile>+358401234567</mobile><email>erin@mail.example</email>"
          "<language>sv</language><country>SE</country><dateOfBirth>1980-02-09</dateOfBirth>"
          "<firstName>J</firstName><lastName></lastName><gender>female</gender></userData>",
          "language country dateOfBirth gender", "profileUpdateResponse"},
-        {24, "question update", "PUT", "accounts/{id}/profile", "profileUpdateRequest",
+        {UpdateSecurityQuestionType, "question update", OperationCase::Asked,
          "<userData><passwordQuestion>3</passwordQuestion><passwordAnswer>Rex</passwordAnswer>"
          "</userData>",
          "passwordQuestion passwordAnswer", "profileUpdateResponse"},
-        {25, "user name", "PUT", "accounts/{id}/profile", "profileUpdateRequest",
-         "<username>erin</username><userData></userData>", "", "profileUpdateResponse"},
-        {26, "devices", "POST", "accounts/{id}/devices", "devicesUpdateRequest",
-         "<deviceInformation>" KEL_DEVICE_FACTS "</deviceInformation>", "", nullptr},
-        {26, "devices, pre-account", nullptr, nullptr, "devicesUpdateRequest",
+        {SetUserName, "user name", OperationCase::Asked,
+         "<username>erin</username><userData></userData>"},
+        {UpdateDeviceInfo, "devices", OperationCase::Asked,
+         "<deviceInformation>" KEL_DEVICE_FACTS "</deviceInformation>"},
+        {UpdateDeviceInfo, "devices, pre-account", OperationCase::DocumentAlone,
          "<preAccountId>p</preAccountId><deviceInformation>" KEL_DEVICE_FACTS
          "</deviceInformation>",
-         "preAccountId", nullptr},
-        {2, "refresh", "PUT", "tokens/{token}", nullptr, "", "", "tokenRefreshResponse"},
-        {9, "deletion", "DELETE", "tokens/{token}", nullptr, "", "", nullptr},
+         "preAccountId"},
+        {RefreshToken, "refresh"},
+        {DeleteToken, "deletion"},
     };
     return cases;
 }
