@@ -7,6 +7,8 @@
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/serviceconnections.h"
 #include "support/fixedsigner.h"
+#include "support/literals.h"
+#include "support/rows.h"
 #include "support/scriptedserver.h"
 
 #include <QNetworkProxy>
@@ -22,7 +24,7 @@ using namespace KelRestHandler;
 namespace {
 
 constexpr int patience = 5000;
-const auto key = QStringLiteral("the key");
+const auto key = "the key"_s;
 const QByteArray variantReply = "<consentQueryVariantResponse><consentQueryVariant>implicit"
                                 "</consentQueryVariant></consentQueryVariantResponse>";
 
@@ -67,16 +69,16 @@ private Q_SLOTS:
         mServer->expect(Reaction::reply(200, "<userNameAvailabilityResponse/>"));
         const int owned = ask();
         OAuthRequest* request = nullptr;
-        QCOMPARE(mHandler->sendisUserIdAvailRequest(mSigner, QStringLiteral("bob"), key,
-                                                    mServer->base(), &request),
-                 0);
+        QCOMPARE(
+            mHandler->sendisUserIdAvailRequest(mSigner, "bob"_s, key, mServer->base(), &request),
+            0);
         const std::unique_ptr<OAuthRequest> handedOut(request);
         QCOMPARE(mHandler->lastRequestId(), handedOut->getRequestId());
         QVERIFY(owned != handedOut->getRequestId());
         // One that is not sent is none.
-        QCOMPARE(mHandler->sendisUserIdAvailRequest(mSigner, QStringLiteral("a/../b"), key,
-                                                    mServer->base(), &request),
-                 -1);
+        QCOMPARE(
+            mHandler->sendisUserIdAvailRequest(mSigner, "a/../b"_s, key, mServer->base(), &request),
+            -1);
         QCOMPARE(mHandler->lastRequestId(), handedOut->getRequestId());
         QTRY_COMPARE_WITH_TIMEOUT(mAnswered.size(), 2, patience);
         QVERIFY(mAnswered.contains(owned));
@@ -122,7 +124,6 @@ private Q_SLOTS:
         QTest::newRow("before it has left") << 0;
         QTest::newRow("while it is awaited") << 1;
     }
-
     void anAbandonedRequestIsNotAnswered()
     {
         QFETCH(int, requestsBefore);
@@ -196,19 +197,15 @@ private Q_SLOTS:
 
     void aServiceThatAsksToWaitIsHeard_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("headers");
-        QTest::addColumn<int>("seconds");
+        columns<int, QByteArray, int>("status", "headers", "seconds");
         const QByteArray date = "Date: Fri, 31 Dec 1999 23:59:00 GMT\r\n";
-        QTest::newRow("too many requests") << 429 << QByteArray("Retry-After: 30\r\n") << 30;
-        QTest::newRow("unavailable") << 503 << QByteArray("retry-after: 60\r\n") << 60;
-        QTest::newRow("until a time, by the service's clock")
-            << 503 << date + "Retry-After: Sat, 01 Jan 2000 00:00:01 GMT\r\n"
-            << 61;
+        QTest::newRow("too many requests") << 429 << "Retry-After: 30\r\n"_ba << 30;
+        QTest::newRow("unavailable") << 503 << "retry-after: 60\r\n"_ba << 60;
+        row("until a time, by the service's clock", 503,
+            date + "Retry-After: Sat, 01 Jan 2000 00:00:01 GMT\r\n", 61);
         QTest::newRow("it does not say") << 503 << QByteArray() << -1;
-        QTest::newRow("another status") << 500 << QByteArray("Retry-After: 30\r\n") << -1;
+        QTest::newRow("another status") << 500 << "Retry-After: 30\r\n"_ba << -1;
     }
-
     void aServiceThatAsksToWaitIsHeard()
     {
         QFETCH(int, status);
@@ -224,17 +221,12 @@ private Q_SLOTS:
 
     void aCaptchaIsKnownAsItCame_data()
     {
-        QTest::addColumn<int>("httpStatus");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("picture");
-        QTest::addColumn<QString>("format");
+        columns<int, QByteArray, int, QByteArray, QString>("httpStatus", "body", "status",
+                                                           "picture", "format");
         const QByteArray noPicture("this is no picture");
-        QTest::newRow("that cannot be decoded")
-            << 200 << captchaReply(noPicture) << 0 << noPicture << QStringLiteral("image/png");
+        row("that cannot be decoded", 200, captchaReply(noPicture), 0, noPicture, "image/png"_s);
         QTest::newRow("refused") << 404 << QByteArray() << 415 << QByteArray() << QString();
     }
-
     void aCaptchaIsKnownAsItCame()
     {
         QFETCH(int, httpStatus);

@@ -113,9 +113,8 @@ private Q_SLOTS:
         QTest::newRow("gif with a large screen") << gifOn(4001, 4000);
         QTest::newRow("bitmap") << bitmapOf(8000, 8000);
         QTest::newRow("bitmap from the top") << bitmapOf(8000, -8000);
-        QTest::newRow("a few letters")
-            << QByteArray("#define a_width 30000\n#define a_height 30000\n"
-                          "static char a_bits[] = { 0x00");
+        row("a few letters", QByteArray("#define a_width 30000\n#define a_height 30000\n"
+                                        "static char a_bits[] = { 0x00"));
     }
     void aPictureBeyondSixteenMegapixelsIsNone()
     {

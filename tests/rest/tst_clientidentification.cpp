@@ -61,27 +61,20 @@ private Q_SLOTS:
     {
         columns<AddressList, QString, QString>("list", "first", "all");
 
-        QTest::newRow("loopback and IPv6 are passed over")
-            << addresses({"127.0.0.1", "fe80::1", "10.0.0.5", "192.168.1.2"}) << "10.0.0.5"_s
-            << "10.0.0.5,192.168.1.2"_s;
-        QTest::newRow("the interfaces' order stays")
-            << addresses({"192.168.1.2", "10.0.0.5", "127.0.0.1"}) << "192.168.1.2"_s
-            << "192.168.1.2,10.0.0.5"_s;
-        QTest::newRow("one") << addresses({"10.0.0.5"}) << "10.0.0.5"_s
-                             << "10.0.0.5"_s;
-        QTest::newRow("none") << addresses({}) << ""_s
-                              << ""_s;
-        QTest::newRow("only loopback") << addresses({"127.0.0.1", "::1"}) << ""_s
-                                       << ""_s;
-        QTest::newRow("only IPv6")
-            << addresses({"fe80::1%eth0", "2001:db8::1", "::ffff:10.0.0.5"}) << ""_s
-            << ""_s;
+        row("loopback and IPv6 are passed over",
+            addresses({"127.0.0.1", "fe80::1", "10.0.0.5", "192.168.1.2"}), "10.0.0.5"_s,
+            "10.0.0.5,192.168.1.2"_s);
+        row("the interfaces' order stays", addresses({"192.168.1.2", "10.0.0.5", "127.0.0.1"}),
+            "192.168.1.2"_s, "192.168.1.2,10.0.0.5"_s);
+        row("one", addresses({"10.0.0.5"}), "10.0.0.5"_s, "10.0.0.5"_s);
+        row("none", addresses({}), ""_s, ""_s);
+        row("only loopback", addresses({"127.0.0.1", "::1"}), ""_s, ""_s);
+        row("only IPv6", addresses({"fe80::1%eth0", "2001:db8::1", "::ffff:10.0.0.5"}), ""_s, ""_s);
         // Only this one text is the loopback address.
-        QTest::newRow("other loopback addresses count")
-            << addresses({"127.0.0.1", "127.0.0.2", "127.0.1.1"}) << "127.0.0.2"_s
-            << "127.0.0.2,127.0.1.1"_s;
-        QTest::newRow("the same twice") << addresses({"10.0.0.5", "10.0.0.5"}) << "10.0.0.5"_s
-                                        << "10.0.0.5,10.0.0.5"_s;
+        row("other loopback addresses count", addresses({"127.0.0.1", "127.0.0.2", "127.0.1.1"}),
+            "127.0.0.2"_s, "127.0.0.2,127.0.1.1"_s);
+        row("the same twice", addresses({"10.0.0.5", "10.0.0.5"}), "10.0.0.5"_s,
+            "10.0.0.5,10.0.0.5"_s);
     }
     void addressesFillTheFourHeaders()
     {
@@ -112,16 +105,11 @@ private Q_SLOTS:
     {
         columns<QString, QString, QString, QString>("manufacturer", "model", "firmware", "agent");
         // Manufacturer and model stand side by side with nothing between them.
-        QTest::newRow("all known") << "Acme"_s
-                                   << "Handset 9"_s
-                                   << "20.2012.32-1"_s
-                                   << "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s;
+        row("all known", "Acme"_s, "Handset 9"_s, "20.2012.32-1"_s,
+            "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s);
         QTest::newRow("none known") << QString() << QString() << QString() << "QtDE/2.0 (/)"_s;
         QTest::newRow("model only") << QString() << "M"_s << QString() << "QtDE/2.0 (M/)"_s;
-        QTest::newRow("placeholders in the facts") << "%2"_s
-                                                   << "%3"_s
-                                                   << "%1%5"_s
-                                                   << "QtDE/2.0 (%2%3/%1%5)"_s;
+        row("placeholders in the facts", "%2"_s, "%3"_s, "%1%5"_s, "QtDE/2.0 (%2%3/%1%5)"_s);
     }
     void theDescriptionBecomesTheUserAgent()
     {

@@ -243,21 +243,17 @@ private Q_SLOTS:
     void theUsualFormOfLanguageAndCountryStays_data()
     {
         columns<QString, QString, QString>("written", "language", "country");
-        QTest::newRow("both") << "fi\x1FXX"_s
-                              << "fi"_s
-                              << "XX"_s;
+        row("both", "fi\x1FXX"_s, "fi"_s, "XX"_s);
         QTest::newRow("neither") << "\x1F"_s << QString() << QString();
-        QTest::newRow("language") << "fi\x1F"_s
-                                  << "fi"_s << QString();
+        row("language", "fi\x1F"_s, "fi"_s, QString());
         QTest::newRow("country") << "\x1FXX"_s << QString() << "XX"_s;
-        QTest::newRow("a country with the separator") << "fi\x1FX\x1FX"_s
-                                                      << "fi"_s
-                                                      << "X\x1FX"_s;
-        QTest::newRow("other control characters") << "\x1E\x1D"
-                                                     "0\x1F\x1D"_s
-                                                  << "\x1E\x1D"
-                                                     "0"_s
-                                                  << "\x1D"_s;
+        row("a country with the separator", "fi\x1FX\x1FX"_s, "fi"_s, "X\x1FX"_s);
+        row("other control characters",
+            "\x1E\x1D"
+            "0\x1F\x1D"_s,
+            "\x1E\x1D"
+            "0"_s,
+            "\x1D"_s);
     }
     void theUsualFormOfLanguageAndCountryStays()
     {
@@ -355,35 +351,6 @@ private Q_SLOTS:
 
         QCOMPARE(consent.toHex(), "0001"_ba);
         checkContacts(contacts);
-    }
-
-    void aRegistrationIsWrittenInItsSequence()
-    {
-        const QByteArray bytes = serializeRegistration(fullRegistration());
-        QDataStream stream(bytes);
-        for (const char* one :
-             {"somebody", "xk7Qp", "Secret 1!", "+358401234567", "jörg@bücher.example", "3", "Rex"})
-            QCOMPARE(take<QString>(stream), text(one));
-        QCOMPARE(take<QDate>(stream), QDate(1980, 2, 9));
-        for (const char* one : {"Jörg", "Bücher", "FI"})
-            QCOMPARE(take<QString>(stream), text(one));
-        QCOMPARE(take<int>(stream), -7);
-        QCOMPARE(take<bool>(stream), false);
-        QCOMPARE(take<bool>(stream), true);
-        QCOMPARE(take<QString>(stream), "fi"_s);
-        QCOMPARE(take<int>(stream), int(QLocale::Swedish));
-        QCOMPARE(take<int>(stream), int(QLocale::Sweden));
-        QCOMPARE(take<int>(stream), 9);
-        QCOMPARE(take<bool>(stream), false);
-        QCOMPARE(take<bool>(stream), true);
-        QCOMPARE(take<QString>(stream), "captcha-9"_s);
-        QCOMPARE(take<QByteArray>(stream), "tag\x00\xff"_ba);
-        QVERIFY(stream.atEnd());
-    }
-
-    void anEmptyServiceTagIsWrittenAsANullArray()
-    {
-        QVERIFY(serializeRegistration({}).endsWith("\xff\xff\xff\xff"_ba));
     }
 
     void aRegistrationComesBackAsItWasWritten()

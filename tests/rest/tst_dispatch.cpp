@@ -177,9 +177,9 @@ private Q_SLOTS:
         QTest::newRow("an empty one") << info("") << operations::headTime;
         QTest::newRow("no time") << info("yesterday") << operations::headTime;
         QTest::newRow("no such day") << info("2001-02-30T04:05:06.007Z") << operations::headTime;
-        QTest::newRow("the expiry is not it")
-            << "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>"_s
-            << operations::headTime;
+        row("the expiry is not it",
+            "<conditions><expires>2001-02-03T04:05:06.007Z</expires></conditions>"_s,
+            operations::headTime);
     }
     void signingInTellsTheTimeOfTheToken()
     {

@@ -86,142 +86,127 @@ class InterfaceAddressesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanup();
+    void initTestCase() { VERIFY_IP("link set lo up"); }
 
-    void theAddressesAreThoseOfTheInterfaces();
-    void unchangedAddressesAreNotReadAgain();
-    void anAddedAndARemovedAddressAreNoticed();
-    void anInterfaceGoingDownAndUpIsNoticed();
-    void lostAnnouncementsAreNews();
-    void withoutAnnouncementsEveryReadingIsFresh();
-    void theDescriptorIsClosedOnExecAndAtTheEnd();
-    void requestsNameTheAddressesOfTheirMoment();
+    void cleanup()
+    {
+        VERIFY_IP("address flush dev lo scope global");
+        VERIFY_IP("link set lo up");
+    }
+
+    void theAddressesAreThoseOfTheInterfaces()
+    {
+        VERIFY_IP("address add 10.9.8.7/32 dev lo");
+        VERIFY_IP("address add 2001:db8::7/128 dev lo");
+        InterfaceAddresses addresses;
+        const QList<QHostAddress> current = addresses.current();
+        QCOMPARE(current, QNetworkInterface::allAddresses());
+        for (const char* expected : {"127.0.0.1", "10.9.8.7", "2001:db8::7"})
+            QVERIFY2(current.contains(address(expected)), expected);
+    }
+
+    void unchangedAddressesAreNotReadAgain()
+    {
+        InterfaceAddresses addresses;
+        const QList<QHostAddress> first = addresses.current();
+        // The same list, not an equal one
+        QVERIFY(addresses.current().isSharedWith(first));
+        QVERIFY(addresses.current().isSharedWith(first));
+        VERIFY_IP("address add 10.9.8.7/32 dev lo");
+        const QList<QHostAddress> second = addresses.current();
+        QVERIFY(!second.isSharedWith(first));
+        QVERIFY(addresses.current().isSharedWith(second));
+    }
+
+    void anAddedAndARemovedAddressAreNoticed()
+    {
+        InterfaceAddresses addresses;
+        for (const char* changed : {"10.9.8.7", "10.9.8.6", "2001:db8::7"}) {
+            QVERIFY(!addresses.current().contains(address(changed)));
+            const QByteArray behind =
+                QByteArray(changed) + (strchr(changed, ':') ? "/128 dev lo" : "/32 dev lo");
+            VERIFY_IP("address add " + behind);
+            QVERIFY(addresses.current().contains(address(changed)));
+            QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
+            VERIFY_IP("address delete " + behind);
+            QVERIFY(!addresses.current().contains(address(changed)));
+            QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
+        }
+    }
+
+    void anInterfaceGoingDownAndUpIsNoticed()
+    {
+        InterfaceAddresses addresses;
+        QVERIFY(addresses.current().contains(address("::1")));
+        // Going down takes the IPv6 addresses away.
+        VERIFY_IP("link set lo down");
+        QVERIFY(!addresses.current().contains(address("::1")));
+        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
+        VERIFY_IP("link set lo up");
+        QVERIFY(addresses.current().contains(address("::1")));
+        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
+    }
+
+    void lostAnnouncementsAreNews()
+    {
+        InterfaceAddresses addresses;
+        QVERIFY(!addresses.current().contains(address("10.9.8.7")));
+        // More than the socket's buffer holds, with the change that counts at the end
+        QByteArray changes;
+        for (int i = 0; i < 3000; ++i)
+            changes += "address add 10.1.1.1/32 dev lo\naddress delete 10.1.1.1/32 dev lo\n";
+        changes += "address add 10.9.8.7/32 dev lo\n";
+        const QStringList batch{"-batch"_s, "-"_s};
+        VERIFY_RAN(run("ip"_s, batch, changes));
+        QVERIFY(addresses.current().contains(address("10.9.8.7")));
+        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
+        VERIFY_IP("address delete 10.9.8.7/32 dev lo");
+        QVERIFY(!addresses.current().contains(address("10.9.8.7")));
+    }
+
+    void withoutAnnouncementsEveryReadingIsFresh()
+    {
+        std::unique_ptr<InterfaceAddresses> addresses;
+        {
+            const NoMoreDescriptors none;
+            addresses = std::make_unique<InterfaceAddresses>();
+        }
+        const QList<QHostAddress> first = addresses->current();
+        QCOMPARE(first, QNetworkInterface::allAddresses());
+        QVERIFY(!addresses->current().isSharedWith(first));
+        VERIFY_IP("address add 10.9.8.7/32 dev lo");
+        QVERIFY(addresses->current().contains(address("10.9.8.7")));
+        VERIFY_IP("address delete 10.9.8.7/32 dev lo");
+        QVERIFY(!addresses->current().contains(address("10.9.8.7")));
+    }
+
+    void theDescriptorIsClosedOnExecAndAtTheEnd()
+    {
+        // The lowest free number is the one that comes next.
+        const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        QVERIFY(next >= 0);
+        ::close(next);
+        {
+            const InterfaceAddresses addresses;
+            const int flags = fcntl(next, F_GETFD);
+            QVERIFY(flags >= 0);
+            QVERIFY(flags & FD_CLOEXEC);
+        }
+        QCOMPARE(fcntl(next, F_GETFD), -1);
+    }
+
+    void requestsNameTheAddressesOfTheirMoment()
+    {
+        const QString name = "X-Forwarded-For"_s;
+        QCOMPARE(ClientIdentification::headers().value(name), QString());
+        VERIFY_IP("address add 10.9.8.7/32 dev lo");
+        QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7"_s);
+        VERIFY_IP("address add 10.9.8.6/32 dev lo");
+        QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7,10.9.8.6"_s);
+        VERIFY_IP("address delete 10.9.8.7/32 dev lo");
+        QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.6"_s);
+    }
 };
-
-void InterfaceAddressesTest::initTestCase()
-{
-    VERIFY_IP("link set lo up");
-}
-
-void InterfaceAddressesTest::cleanup()
-{
-    VERIFY_IP("address flush dev lo scope global");
-    VERIFY_IP("link set lo up");
-}
-
-void InterfaceAddressesTest::theAddressesAreThoseOfTheInterfaces()
-{
-    VERIFY_IP("address add 10.9.8.7/32 dev lo");
-    VERIFY_IP("address add 2001:db8::7/128 dev lo");
-    InterfaceAddresses addresses;
-    const QList<QHostAddress> current = addresses.current();
-    QCOMPARE(current, QNetworkInterface::allAddresses());
-    for (const char* expected : {"127.0.0.1", "10.9.8.7", "2001:db8::7"})
-        QVERIFY2(current.contains(address(expected)), expected);
-}
-
-void InterfaceAddressesTest::unchangedAddressesAreNotReadAgain()
-{
-    InterfaceAddresses addresses;
-    const QList<QHostAddress> first = addresses.current();
-    // The same list, not an equal one
-    QVERIFY(addresses.current().isSharedWith(first));
-    QVERIFY(addresses.current().isSharedWith(first));
-    VERIFY_IP("address add 10.9.8.7/32 dev lo");
-    const QList<QHostAddress> second = addresses.current();
-    QVERIFY(!second.isSharedWith(first));
-    QVERIFY(addresses.current().isSharedWith(second));
-}
-
-void InterfaceAddressesTest::anAddedAndARemovedAddressAreNoticed()
-{
-    InterfaceAddresses addresses;
-    for (const char* changed : {"10.9.8.7", "10.9.8.6", "2001:db8::7"}) {
-        QVERIFY(!addresses.current().contains(address(changed)));
-        const QByteArray behind =
-            QByteArray(changed) + (strchr(changed, ':') ? "/128 dev lo" : "/32 dev lo");
-        VERIFY_IP("address add " + behind);
-        QVERIFY(addresses.current().contains(address(changed)));
-        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
-        VERIFY_IP("address delete " + behind);
-        QVERIFY(!addresses.current().contains(address(changed)));
-        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
-    }
-}
-
-void InterfaceAddressesTest::anInterfaceGoingDownAndUpIsNoticed()
-{
-    InterfaceAddresses addresses;
-    QVERIFY(addresses.current().contains(address("::1")));
-    // Going down takes the IPv6 addresses away.
-    VERIFY_IP("link set lo down");
-    QVERIFY(!addresses.current().contains(address("::1")));
-    QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
-    VERIFY_IP("link set lo up");
-    QVERIFY(addresses.current().contains(address("::1")));
-    QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
-}
-
-void InterfaceAddressesTest::lostAnnouncementsAreNews()
-{
-    InterfaceAddresses addresses;
-    QVERIFY(!addresses.current().contains(address("10.9.8.7")));
-    // More than the socket's buffer holds, with the change that counts at the end
-    QByteArray changes;
-    for (int i = 0; i < 3000; ++i)
-        changes += "address add 10.1.1.1/32 dev lo\naddress delete 10.1.1.1/32 dev lo\n";
-    changes += "address add 10.9.8.7/32 dev lo\n";
-    const QStringList batch{"-batch"_s, "-"_s};
-    VERIFY_RAN(run("ip"_s, batch, changes));
-    QVERIFY(addresses.current().contains(address("10.9.8.7")));
-    QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
-    VERIFY_IP("address delete 10.9.8.7/32 dev lo");
-    QVERIFY(!addresses.current().contains(address("10.9.8.7")));
-}
-
-void InterfaceAddressesTest::withoutAnnouncementsEveryReadingIsFresh()
-{
-    std::unique_ptr<InterfaceAddresses> addresses;
-    {
-        const NoMoreDescriptors none;
-        addresses = std::make_unique<InterfaceAddresses>();
-    }
-    const QList<QHostAddress> first = addresses->current();
-    QCOMPARE(first, QNetworkInterface::allAddresses());
-    QVERIFY(!addresses->current().isSharedWith(first));
-    VERIFY_IP("address add 10.9.8.7/32 dev lo");
-    QVERIFY(addresses->current().contains(address("10.9.8.7")));
-    VERIFY_IP("address delete 10.9.8.7/32 dev lo");
-    QVERIFY(!addresses->current().contains(address("10.9.8.7")));
-}
-
-void InterfaceAddressesTest::theDescriptorIsClosedOnExecAndAtTheEnd()
-{
-    // The lowest free number is the one that comes next.
-    const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    QVERIFY(next >= 0);
-    ::close(next);
-    {
-        const InterfaceAddresses addresses;
-        const int flags = fcntl(next, F_GETFD);
-        QVERIFY(flags >= 0);
-        QVERIFY(flags & FD_CLOEXEC);
-    }
-    QCOMPARE(fcntl(next, F_GETFD), -1);
-}
-
-void InterfaceAddressesTest::requestsNameTheAddressesOfTheirMoment()
-{
-    const QString name = "X-Forwarded-For"_s;
-    QCOMPARE(ClientIdentification::headers().value(name), QString());
-    VERIFY_IP("address add 10.9.8.7/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7"_s);
-    VERIFY_IP("address add 10.9.8.6/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.7,10.9.8.6"_s);
-    VERIFY_IP("address delete 10.9.8.7/32 dev lo");
-    QCOMPARE(ClientIdentification::headers().value(name), "10.9.8.6"_s);
-}
 
 int main(int argc, char** argv)
 {

@@ -114,11 +114,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("refused");
         QTest::newRow("no document") << QString();
         QTest::newRow("not well-formed") << "<profileQueryResponse>"_s;
-        QTest::newRow("a document type")
-            << "<!DOCTYPE a><profileQueryResponse><profile><username>x</username></profile>"
-               "</profileQueryResponse>"_s;
-        QTest::newRow("a document type and an error")
-            << "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>"_s;
+        row("a document type",
+            "<!DOCTYPE a><profileQueryResponse><profile><username>x</username></profile>"
+            "</profileQueryResponse>"_s);
+        row("a document type and an error",
+            "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>"_s);
         QTest::newRow("too deep") << nested(300);
         QTest::newRow("an unknown root") << "<html><body>none</body></html>"_s;
     }
@@ -442,45 +442,42 @@ private Q_SLOTS:
         QTest::newRow("257 elements deep") << nested(257) << false;
         QTest::newRow("10,000 elements deep") << nested(10000) << false;
         QTest::newRow("a million elements deep, cut") << repeated("<a>", 1000000) << false;
-        QTest::newRow("depth behind comments that look like end tags")
-            << repeated("<a><!-- </a> -->", 300) + repeated("</a>", 300) << false;
-        QTest::newRow("depth behind character data that looks like end tags")
-            << repeated("<a><![CDATA[</a>]]>", 300) + repeated("</a>", 300) << false;
-        QTest::newRow("depth behind instructions that look like end tags")
-            << repeated("<a><?p </a> ?>", 300) + repeated("</a>", 300) << false;
-        QTest::newRow("depth behind attributes that look like end tags")
-            << repeated("<a b='</a>'>", 300) + repeated("</a>", 300) << false;
-        QTest::newRow("depth behind many attributes")
-            << repeated("<a b=''>", 257) + repeated("</a>", 257) << false;
-        QTest::newRow("depth in a long text")
-            << repeated("<a>", 257) + QString(5000, QLatin1Char('x')) + repeated("</a>", 257)
-            << false;
-        QTest::newRow("depth behind attributes that look like empty elements")
-            << repeated("<a b='/>'>", 300) + repeated("</a>", 300) << false;
+        row("depth behind comments that look like end tags",
+            repeated("<a><!-- </a> -->", 300) + repeated("</a>", 300), false);
+        row("depth behind character data that looks like end tags",
+            repeated("<a><![CDATA[</a>]]>", 300) + repeated("</a>", 300), false);
+        row("depth behind instructions that look like end tags",
+            repeated("<a><?p </a> ?>", 300) + repeated("</a>", 300), false);
+        row("depth behind attributes that look like end tags",
+            repeated("<a b='</a>'>", 300) + repeated("</a>", 300), false);
+        row("depth behind many attributes", repeated("<a b=''>", 257) + repeated("</a>", 257),
+            false);
+        row("depth in a long text",
+            repeated("<a>", 257) + QString(5000, QLatin1Char('x')) + repeated("</a>", 257), false);
+        row("depth behind attributes that look like empty elements",
+            repeated("<a b='/>'>", 300) + repeated("</a>", 300), false);
         QTest::newRow("many elements side by side") << reply(repeated("<a/>", 9990)) << true;
         QTest::newRow("too many elements side by side") << reply(repeated("<a/>", 10001)) << false;
-        QTest::newRow("too many attributes in all")
-            << reply(repeated("<a b='' c='' d=''/>", 2510)) << false;
+        row("too many attributes in all", reply(repeated("<a b='' c='' d=''/>", 2510)), false);
         QString attributes;
         for (int i = 0; i < 64; ++i)
             attributes += " a%1=''"_s.arg(i);
         QTest::newRow("64 attributes") << reply("<a%1/>"_s.arg(attributes)) << true;
         QTest::newRow("65 attributes") << reply("<a%1 b=''/>"_s.arg(attributes)) << false;
-        QTest::newRow("2,000,000 characters")
-            << reply(QString(2'000'000, QLatin1Char('x'))) << true;
+        row("2,000,000 characters", reply(QString(2'000'000, QLatin1Char('x'))), true);
         QTest::newRow("2 MiB and more") << reply(QString(2 << 20, QLatin1Char('x'))) << false;
         QTest::newRow("50 MB") << reply(QString(50'000'000, QLatin1Char('x'))) << false;
         QTest::newRow("document type") << "<!DOCTYPE a>"_s + reply({}) << false;
-        QTest::newRow("entities of entities")
-            << "<!DOCTYPE a [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;\">"
-               "<!ENTITY c \"&b;&b;&b;&b;\">]>"_s +
-                   reply("&c;"_s)
-            << false;
+        row("entities of entities",
+            "<!DOCTYPE a [<!ENTITY a \"haha\"><!ENTITY b \"&a;&a;&a;&a;\">"
+            "<!ENTITY c \"&b;&b;&b;&b;\">]>"_s +
+                reply("&c;"_s),
+            false);
         QTest::newRow("document type in a comment") << "<!--<!DOCTYPE a>-->"_s + reply({}) << true;
-        QTest::newRow("list of 30 KB and picture of 200 KB")
-            << reply(repeated("<q><i>12</i><t>What was the name of your first pet?</t></q>", 600) +
-                     element("p"_s, QString(200'000, QLatin1Char('A'))))
-            << true;
+        row("list of 30 KB and picture of 200 KB",
+            reply(repeated("<q><i>12</i><t>What was the name of your first pet?</t></q>", 600) +
+                  element("p"_s, QString(200'000, QLatin1Char('A')))),
+            true);
     }
     void aReplyBeyondTheBoundsIsUnreadable()
     {

@@ -24,19 +24,6 @@ class OAuthHeaderTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void anUnneededTokenIsNeitherSignedNorSent()
-    {
-        RecordingProvider provider;
-        provider.token = "held"_s;
-        FactualOperation operation(provider, {});
-        QVERIFY2(!provider.signedBase.contains(QLatin1String("oauth_token")),
-                 qPrintable(provider.signedBase));
-        QVERIFY(!provider.signedWithToken);
-        const QString header = operation.getHeaders().value("Authorization"_s);
-        QVERIFY2(!header.contains(QLatin1String("oauth_token")), qPrintable(header));
-        QVERIFY2(header.endsWith(QLatin1String(", oauth_version=\"1.0\"")), qPrintable(header));
-    }
-
     void anEmptyNeededTokenIsSignedButNotSent()
     {
         RecordingProvider provider;
@@ -70,30 +57,6 @@ private Q_SLOTS:
         static const QRegularExpression encodedUuid(
             "^%7B[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}%7D$"_s);
         QVERIFY2(encodedUuid.match(sentNonce).hasMatch(), qPrintable(sentNonce));
-    }
-
-    void theHeaderOfATokenRequestEndsUnclosed()
-    {
-        RecordingProvider provider;
-        provider.token = "token/1+2="_s;
-        OperationFacts facts;
-        facts.tokenRequired = true;
-        FactualOperation operation(provider, facts);
-        const QString header = operation.getHeaders().value("Authorization"_s);
-        QVERIFY2(header.endsWith(
-                     QLatin1String(", oauth_version=\"1.0\", oauth_token=\"token%2F1%2B2%3D")),
-                 qPrintable(header));
-    }
-
-    void theSignatureTravelsUnencoded()
-    {
-        RecordingProvider provider;
-        provider.fixedSignature = "+/+/="_s;
-        FactualOperation operation(provider, {});
-        const QString header = operation.getHeaders().value("Authorization"_s);
-        QVERIFY2(
-            header.contains(QLatin1String(", oauth_signature=\"+/+/=\", oauth_signature_method=")),
-            qPrintable(header));
     }
 
     void headerValuesAreEncoded()

@@ -174,8 +174,7 @@ private Q_SLOTS:
         QTest::newRow("language") << fi << QString() << 1 << "services/music?lang=fi&format=html";
         QTest::newRow("country") << QString() << FI << 1 << "services/music?country=FI&format=html";
         QTest::newRow("neither") << QString() << QString() << 1 << "services/music?format=html";
-        QTest::newRow("as text") << fi << FI << 0
-                                 << "services/music?lang=fi&country=FI&format=text";
+        row("as text", fi, FI, 0, "services/music?lang=fi&country=FI&format=text");
     }
     void theTermsAddressLeavesOutWhatIsEmpty()
     {

@@ -51,7 +51,7 @@ private Q_SLOTS:
         QVERIFY(request.getHeaders().isEmpty());
         QCOMPARE(request.RetryCount(), 0);
         QCOMPARE(request.getConsumerKey(), "key"_s);
-        QCOMPARE(static_cast<int>(request.getRequestType()), 26);
+        QCOMPARE(request.getRequestType(), UpdateDeviceInfo);
         QVERIFY(!request.parent());
     }
 
@@ -173,14 +173,6 @@ private Q_SLOTS:
         QCOMPARE(response.getRequestId(), request.getRequestId());
     }
 
-    void theServersTimeReplacesTheDevices()
-    {
-        HttpResponse response(QNetworkReply::NoError, QString(), QString(), 0);
-        const QDateTime serverTime(QDate(2010, 2, 1), QTime(12, 0), Qt::UTC);
-        response.setServerTime(serverTime);
-        QCOMPARE(response.getServerTime(), serverTime);
-    }
-
     void aCopyOfAResponseHasEverything()
     {
         HttpResponse response(QNetworkReply::HostNotFoundError, "data"_s, "key"_s, 7);
@@ -210,31 +202,6 @@ private Q_SLOTS:
         QCOMPARE(calls, expected);
     }
 
-    void anOperationsFactsBecomeTheRequest()
-    {
-        RecordingProvider provider;
-        OperationFacts facts;
-        facts.address = "https://account.example/rest/1.0/services/x?lang=en"_s;
-        facts.verb = "DELETE"_s;
-        FactualOperation operation(provider, facts);
-        QCOMPARE(operation.getUrl(), QUrl(facts.address));
-        QCOMPARE(operation.getTypOfRequest(), "DELETE"_s);
-        QCOMPARE(operation.getRequestType(), SignIn);
-        QCOMPARE(operation.getLanguage(), "en-GB"_s);
-        QCOMPARE(operation.getTimeStamp(), provider.timeStamp);
-    }
-
-    void anEmptyDocumentLeavesTheBodyEmpty()
-    {
-        RecordingProvider provider;
-        OperationFacts facts;
-        facts.document = QString();
-        const FactualOperation operation(provider, facts);
-        QVERIFY(operation.getHttpBody().isEmpty());
-        QVERIFY2(!provider.signedBase.contains(QLatin1String("XMLContent")),
-                 qPrintable(provider.signedBase));
-    }
-
     void theBodyIsAFormWithOneEncodedField()
     {
         RecordingProvider provider;
@@ -244,25 +211,6 @@ private Q_SLOTS:
         QCOMPARE(operation.getHttpBody(),
                  "XMLContent=%3Ca%20b%3D%22c%2Bd%20%26%20%E2%98%83%22%2F%3E%0A"_s);
     }
-
-    void everyVerbIsSignedAsPost_data()
-    {
-        QTest::addColumn<QString>("verb");
-        for (const char* verb : {"GET", "PUT", "POST", "DELETE"})
-            QTest::newRow(verb) << QString::fromLatin1(verb);
-    }
-    void everyVerbIsSignedAsPost()
-    {
-        QFETCH(QString, verb);
-        RecordingProvider provider;
-        OperationFacts facts;
-        facts.verb = verb;
-        const FactualOperation operation(provider, facts);
-        QVERIFY2(provider.signedBase.startsWith(QLatin1String("POST&https%3A%2F%2F")),
-                 qPrintable(provider.signedBase));
-        QCOMPARE(operation.getTypOfRequest(), verb);
-    }
-
     void theHeadersAreReplacedInOnePiece()
     {
         RecordingProvider provider;
@@ -289,18 +237,6 @@ private Q_SLOTS:
         for (const char* name : {"True-Client-IP", "X-Forwarded-For", "X-Halda-Original-IP",
                                  "X-Halda-Original-User-IP"})
             QCOMPARE(headers.value(QLatin1String(name)), "10.0.0.5"_s);
-    }
-
-    void theProviderSignsForTheRequestsKey()
-    {
-        for (const bool tokenRequired : {false, true}) {
-            RecordingProvider provider;
-            OperationFacts facts;
-            facts.tokenRequired = tokenRequired;
-            FactualOperation operation(provider, facts);
-            QCOMPARE(provider.signedFor, "key"_s);
-            QCOMPARE(provider.signedWithToken, tokenRequired);
-        }
     }
 
     void aRequestMadeBeforeMainIsComplete()

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/reply/retryafter.h"
+#include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -14,28 +16,24 @@ class TestRetryAfter : public QObject
 private Q_SLOTS:
     void aValueIsRead_data()
     {
-        QTest::addColumn<QByteArray>("value");
-        QTest::addColumn<int>("seconds");
+        columns<QByteArray, int>("value", "seconds");
         const int longest = std::numeric_limits<int>::max();
-        QTest::newRow("seconds") << QByteArray("120") << 120;
-        QTest::newRow("at once") << QByteArray("0") << 0;
-        QTest::newRow("with blanks around") << QByteArray(" 7\t") << 7;
-        QTest::newRow("longer than an int") << QByteArray("2147483648") << longest;
+        QTest::newRow("seconds") << "120"_ba << 120;
+        QTest::newRow("at once") << "0"_ba << 0;
+        QTest::newRow("with blanks around") << " 7\t"_ba << 7;
+        QTest::newRow("longer than an int") << "2147483648"_ba << longest;
         QTest::newRow("longer than any number") << QByteArray(400, '9') << longest;
-        QTest::newRow("a time") << QByteArray("Fri, 31 Dec 1999 23:59:59 GMT") << 59;
-        QTest::newRow("a time that has passed") << QByteArray("Fri, 31 Dec 1999 23:58:59 GMT") << 0;
-        QTest::newRow("a time in thousands of years")
-            << QByteArray("Fri, 31 Dec 9999 23:59:59 GMT") << longest;
+        QTest::newRow("a time") << "Fri, 31 Dec 1999 23:59:59 GMT"_ba << 59;
+        QTest::newRow("a time that has passed") << "Fri, 31 Dec 1999 23:58:59 GMT"_ba << 0;
+        row("a time in thousands of years", "Fri, 31 Dec 9999 23:59:59 GMT"_ba, longest);
         QTest::newRow("nothing") << QByteArray() << -1;
-        QTest::newRow("blanks") << QByteArray("  ") << -1;
-        QTest::newRow("a negative number") << QByteArray("-5") << -1;
-        QTest::newRow("a fraction") << QByteArray("1.5") << -1;
-        QTest::newRow("words") << QByteArray("soon GMT") << -1;
-        QTest::newRow("a time of no zone") << QByteArray("Fri, 31 Dec 1999 23:59:59") << -1;
-        QTest::newRow("the wrong day of the week")
-            << QByteArray("Mon, 31 Dec 1999 23:59:59 GMT") << -1;
+        QTest::newRow("blanks") << "  "_ba << -1;
+        QTest::newRow("a negative number") << "-5"_ba << -1;
+        QTest::newRow("a fraction") << "1.5"_ba << -1;
+        QTest::newRow("words") << "soon GMT"_ba << -1;
+        QTest::newRow("a time of no zone") << "Fri, 31 Dec 1999 23:59:59"_ba << -1;
+        row("the wrong day of the week", "Mon, 31 Dec 1999 23:59:59 GMT"_ba, -1);
     }
-
     void aValueIsRead()
     {
         QFETCH(QByteArray, value);

@@ -65,22 +65,19 @@ private Q_SLOTS:
         QTest::newRow("signInUrl") << &RestUrlHelper::signInUrl << "tokens"_s;
         QTest::newRow("tokenUrl") << &RestUrlHelper::tokenUrl << "tokens/"_s;
         QTest::newRow("availabilityUrl") << &RestUrlHelper::availabilityUrl << "availability/"_s;
-        QTest::newRow("emailAvailabilityUrl")
-            << &RestUrlHelper::emailAvailabilityUrl << "emailavailability/"_s;
+        row("emailAvailabilityUrl", &RestUrlHelper::emailAvailabilityUrl, "emailavailability/"_s);
         QTest::newRow("retrieveCaptchaUrl") << &RestUrlHelper::retrieveCaptchaUrl << "captchas"_s;
-        QTest::newRow("securityQuestionsUrl")
-            << &RestUrlHelper::securityQuestionsUrl << "securityquestions"_s;
-        QTest::newRow("detectPreAccountUrl")
-            << &RestUrlHelper::detectPreAccountUrl << "autodetection"_s;
-        QTest::newRow("consentQueryVariantUrl")
-            << &RestUrlHelper::consentQueryVariantUrl << "consentqueryvariant"_s;
-        QTest::newRow("newPreAccountRegistrationUrl")
-            << &RestUrlHelper::newPreAccountRegistrationUrl << "phoneactivationregistration"_s;
+        row("securityQuestionsUrl", &RestUrlHelper::securityQuestionsUrl, "securityquestions"_s);
+        row("detectPreAccountUrl", &RestUrlHelper::detectPreAccountUrl, "autodetection"_s);
+        row("consentQueryVariantUrl", &RestUrlHelper::consentQueryVariantUrl,
+            "consentqueryvariant"_s);
+        row("newPreAccountRegistrationUrl", &RestUrlHelper::newPreAccountRegistrationUrl,
+            "phoneactivationregistration"_s);
         QTest::newRow("newRegistrationUrl") << &RestUrlHelper::newRegistrationUrl << "accounts"_s;
         QTest::newRow("registrationUrl") << &RestUrlHelper::registrationUrl << "accounts/"_s;
         QTest::newRow("termsUrl") << &RestUrlHelper::termsUrl << "terms/"_s;
-        QTest::newRow("passwordRecoveryUrl")
-            << &RestUrlHelper::passwordRecoveryUrl << "simplifiedpasswordrecovery/"_s;
+        row("passwordRecoveryUrl", &RestUrlHelper::passwordRecoveryUrl,
+            "simplifiedpasswordrecovery/"_s);
         QTest::newRow("serviceInfoUrl") << &RestUrlHelper::serviceInfoUrl << "services/"_s;
         QTest::newRow("guardianTokenUrl") << &RestUrlHelper::guardianTokenUrl << "guardiantokens"_s;
     }

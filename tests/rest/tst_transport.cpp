@@ -66,6 +66,23 @@ UserNameAvailabilityResponse answerIn(const QSignalSpy& spy, int index = 0)
     return spy.at(index).at(0).value<UserNameAvailabilityResponse>();
 }
 
+// A server that reacts to one request, and the request on its way.
+struct Exchange
+{
+    Exchange(ISignatureProvider& provider, const Reaction& reaction,
+             const QString& language = "fi"_s)
+        : request(provider, "GET"_s, server.base(), language)
+    {
+        server.expect(reaction);
+        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
+    }
+
+    ScriptedServer server;
+    NetworkHandler handler{nullptr};
+    QSignalSpy spy{&handler, &NetworkHandler::userNameAvailabilityResponse};
+    VerbRequest request;
+};
+
 } // namespace
 
 class TestTransport : public QObject
@@ -93,43 +110,12 @@ private Q_SLOTS:
                                        QHostAddress("10.0.0.5"_s), QHostAddress("192.168.1.2"_s)};
         });
     }
-
-    void everyRequestIsAPostWithItsVerbInAHeader_data()
-    {
-        QTest::addColumn<QString>("verb");
-        for (const char* verb : {"GET", "PUT", "POST", "DELETE"})
-            QTest::newRow(verb) << QString::fromLatin1(verb);
-    }
-    void everyRequestIsAPostWithItsVerbInAHeader()
-    {
-        QFETCH(QString, verb);
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, freeName));
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, verb, server.base());
-
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(server.problems(), QStringList());
-        const WireRequest& seen = server.requests().first();
-        QCOMPARE(seen.method, "POST"_ba);
-        QCOMPARE(seen.target, "/rest/1.0/availability/x"_ba);
-        QCOMPARE(seen.header("rest-verb"), verb.toLatin1());
-        QCOMPARE(seen.body, "XMLContent=%3Ca%3E%C3%A4%3C%2Fa%3E"_ba);
-    }
-
     void theHeaderSetIsComplete()
     {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, freeName));
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base());
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
+        Exchange one(mSigner, Reaction::reply(200, freeName));
+        QVERIFY(one.spy.wait(patience));
 
-        const WireRequest& seen = server.requests().first();
+        const WireRequest& seen = one.server.requests().first();
         const QList<QPair<QByteArray, QByteArray>> expected = {
             {"Accept-Language", "fi"},
             {"Content-Type", "application/x-www-form-urlencoded"},
@@ -144,27 +130,24 @@ private Q_SLOTS:
             QVERIFY2(seen.headers.contains(header), header.first.constData());
             QCOMPARE(seen.headerCount(header.first), 1);
         }
+        QCOMPARE(seen.method, "POST"_ba);
+        QCOMPARE(seen.body, "XMLContent=%3Ca%3E%C3%A4%3C%2Fa%3E"_ba);
         QCOMPARE(seen.headerCount("Authorization"), 1);
         QVERIFY(seen.header("Authorization").startsWith("OAuth realm=\""));
     }
 
     void aLineBreakInALanguageStartsNoHeader()
     {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, freeName));
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base(), "fi\r\nX-Smuggled: yes"_s);
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(server.requests().first().headerCount("X-Smuggled"), 0);
-        QCOMPARE(server.requests().first().header("Accept-Language"), "fiX-Smuggled: yes"_ba);
+        Exchange one(mSigner, Reaction::reply(200, freeName), "fi\r\nX-Smuggled: yes"_s);
+        QVERIFY(one.spy.wait(patience));
+        QCOMPARE(one.server.requests().first().headerCount("X-Smuggled"), 0);
+        QCOMPARE(one.server.requests().first().header("Accept-Language"), "fiX-Smuggled: yes"_ba);
     }
 
     void aTypeOutsideTheTableIsRefused_data()
     {
         QTest::addColumn<int>("type");
-        for (int type : {-1, 0, 27, 1000})
+        for (const int type : {-1, 0, lastNetRequestType + 1, 1000})
             QTest::addRow("%d", type) << type;
     }
     void aTypeOutsideTheTableIsRefused()
@@ -212,20 +195,15 @@ private Q_SLOTS:
     void aSilentServerIsAnsweredOnceWithATimeOut()
     {
         NetworkReplyContainer::setGuardMilliseconds(100);
-        ScriptedServer server;
         Reaction late = Reaction::reply(200, freeName);
         late.delayMilliseconds = 300;
-        server.expect(late);
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base());
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(answerIn(spy).status, 404);
-        QCOMPARE(answerIn(spy).requestId, request.getRequestId());
-        QCOMPARE(answerIn(spy).consumerKey, consumerKey);
+        Exchange one(mSigner, late);
+        QVERIFY(one.spy.wait(patience));
+        QCOMPARE(answerIn(one.spy).status, 404);
+        QCOMPARE(answerIn(one.spy).requestId, one.request.getRequestId());
+        QCOMPARE(answerIn(one.spy).consumerKey, consumerKey);
         QTest::qWait(500);
-        QCOMPARE(spy.count(), 1);
+        QCOMPARE(one.spy.count(), 1);
     }
 
     void theGuardIsNeverEarly_data()
@@ -275,11 +253,10 @@ private Q_SLOTS:
         };
         QTest::newRow("closed before the headers") << raw("") << 402;
         QTest::newRow("closed within the headers") << raw("HTTP/1.1 200 OK\r\nDate: Tue") << 402;
-        QTest::newRow("closed after the headers")
-            << raw("HTTP/1.1 200 OK\r\nContent-Length: 80\r\n\r\n") << 402;
-        QTest::newRow("cut body")
-            << raw("HTTP/1.1 200 OK\r\nContent-Length: 80\r\n\r\n<?xml version=\"1.0\"?><userNam")
-            << 402;
+        row("closed after the headers", raw("HTTP/1.1 200 OK\r\nContent-Length: 80\r\n\r\n"), 402);
+        row("cut body",
+            raw("HTTP/1.1 200 OK\r\nContent-Length: 80\r\n\r\n<?xml version=\"1.0\"?><userNam"),
+            402);
         QTest::newRow("not HTTP") << raw("SSH-2.0-nothing for you\r\n\r\n") << 402;
         // HTTP status and what Qt makes of it; 413 has no name
         const QList<QPair<int, int>> rows = {
@@ -324,17 +301,12 @@ private Q_SLOTS:
     void transportFailuresGetTheirStatus()
     {
         const auto [reaction, status] = fetch<Reaction, int>("reaction", "status");
-        ScriptedServer server;
-        server.expect(reaction);
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base());
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(answerIn(spy).status, status);
-        QCOMPARE(answerIn(spy).available, status == 0);
+        Exchange one(mSigner, reaction);
+        QVERIFY(one.spy.wait(patience));
+        QCOMPARE(answerIn(one.spy).status, status);
+        QCOMPARE(answerIn(one.spy).available, status == 0);
         QTest::qWait(20);
-        QCOMPARE(spy.count(), 1);
+        QCOMPARE(one.spy.count(), 1);
     }
 
     void aClosedPortIsAConnectionRefused()
@@ -378,21 +350,16 @@ private Q_SLOTS:
     {
         QFETCH(bool, announced);
         const QByteArray huge(static_cast<int>(NetworkReplyContainer::maximumReplyBytes) + 1, ' ');
-        ScriptedServer server;
         Reaction reaction;
         reaction.bytes = announced
                              ? "HTTP/1.1 200 OK\r\nContent-Length: 50000000\r\n\r\n<?xml version"
                              : "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + freeName + huge;
-        server.expect(reaction);
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base());
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(answerIn(spy).status, 423);
-        QVERIFY(!answerIn(spy).available);
+        Exchange one(mSigner, reaction);
+        QVERIFY(one.spy.wait(patience));
+        QCOMPARE(answerIn(one.spy).status, 423);
+        QVERIFY(!answerIn(one.spy).available);
         QTest::qWait(20);
-        QCOMPARE(spy.count(), 1);
+        QCOMPARE(one.spy.count(), 1);
     }
 
     void aReplyThatCannotBeReadIsAFailure_data()
@@ -425,15 +392,10 @@ private Q_SLOTS:
     void aReplyThatCannotBeReadIsAFailure()
     {
         const auto [httpStatus, body] = fetch<int, QByteArray>("httpStatus", "body");
-        ScriptedServer server;
-        server.expect(Reaction::reply(httpStatus, body));
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        VerbRequest request(mSigner, "GET"_s, server.base());
-        QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
-        QVERIFY(spy.wait(patience));
-        QTEST(answerIn(spy).status, "status");
-        QCOMPARE(server.problems(), QStringList());
+        Exchange one(mSigner, Reaction::reply(httpStatus, body));
+        QVERIFY(one.spy.wait(patience));
+        QTEST(answerIn(one.spy).status, "status");
+        QCOMPARE(one.server.problems(), QStringList());
     }
 
     void repliesAreMatchedByTheirIdentifier()
@@ -475,20 +437,6 @@ private Q_SLOTS:
         delete reply;
     }
 
-    void anOwnedRequestDiesWithItsReply()
-    {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, freeName));
-        NetworkHandler handler(nullptr);
-        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
-        auto request = std::make_unique<VerbRequest>(mSigner, "GET"_s, server.base());
-        const QPointer<VerbRequest> watched(request.get());
-        QCOMPARE(handler.sendOwnedRequest(std::move(request), RetrieveUserNameAvailability), 0);
-        QVERIFY(watched);
-        QVERIFY(spy.wait(patience));
-        QTRY_VERIFY_WITH_TIMEOUT(!watched, patience);
-    }
-
     void anOwnedRequestThatIsRefusedDiesAtOnce()
     {
         NetworkHandler handler(nullptr);
@@ -496,19 +444,6 @@ private Q_SLOTS:
         const QPointer<VerbRequest> watched(request.get());
         const MessageLog log;
         QCOMPARE(handler.sendOwnedRequest(std::move(request), static_cast<NetRequestType>(0)), -1);
-        QVERIFY(!watched);
-    }
-
-    void anOwnedRequestDiesWithTheHandler()
-    {
-        ScriptedServer server;
-        QPointer<VerbRequest> watched;
-        {
-            NetworkHandler handler(nullptr);
-            auto request = std::make_unique<VerbRequest>(mSigner, "GET"_s, server.base());
-            watched = request.get();
-            QCOMPARE(handler.sendOwnedRequest(std::move(request), RetrieveUserNameAvailability), 0);
-        }
         QVERIFY(!watched);
     }
 
@@ -558,38 +493,6 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(answers, 1, patience);
         QTest::qWait(50);
         delete request;
-    }
-
-    void aRequestIsHandedOutAndCanBeSentAgain()
-    {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, freeName));
-        server.expect(Reaction::reply(200, freeName));
-        RESTRequestHandler handler;
-        QSignalSpy spy(&handler, &RESTRequestHandler::userNameAvailabilityResponse);
-        OAuthRequest* request = nullptr;
-        QCOMPARE(
-            handler.sendisUserIdAvailRequest(mSigner, "a"_s, consumerKey, server.base(), &request),
-            0);
-        const std::unique_ptr<OAuthRequest> owner(request);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(handler.resendRequest(request), 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(answerIn(spy, 1).requestId, request->getRequestId());
-        QCOMPARE(request->RetryCount(), 0);
-        QCOMPARE(server.problems(), QStringList());
-    }
-
-    void withoutAnOutParameterNothingIsMade()
-    {
-        ScriptedServer server;
-        RESTRequestHandler handler;
-        QCOMPARE(
-            handler.sendisUserIdAvailRequest(mSigner, "a"_s, consumerKey, server.base(), nullptr),
-            -1);
-        QCOMPARE(handler.resendRequest(nullptr), -1);
-        QTest::qWait(50);
-        QCOMPARE(server.connections(), 0);
     }
 
     void theProxyComesFromTheEnvironment_data()

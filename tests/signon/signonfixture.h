@@ -30,6 +30,19 @@ public:
         return text;
     }
 
+protected Q_SLOTS:
+    void initTestCase()
+    {
+        mCredentials = storeCredentials();
+        QVERIFY(mCredentials > 0);
+    }
+
+    void init()
+    {
+        mSandbox.script({});
+        makeInterface();
+    }
+
 protected:
     using Interface = KelAccount::KelAuthSessionInterface;
 

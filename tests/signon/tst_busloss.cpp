@@ -110,9 +110,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestBusLoss>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestBusLoss)
 #include "tst_busloss.moc"

@@ -27,18 +27,6 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        mCredentials = storeCredentials();
-        QVERIFY(mCredentials > 0);
-    }
-
-    void init()
-    {
-        mSandbox.script({});
-        makeInterface();
-    }
-
     void killedBeforeInitialise()
     {
         QVERIFY(mSandbox.startDaemon());
@@ -267,9 +255,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestDaemonLoss>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestDaemonLoss)
 #include "tst_daemonloss.moc"

@@ -49,18 +49,6 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        mCredentials = storeCredentials();
-        QVERIFY(mCredentials > 0);
-    }
-
-    void init()
-    {
-        mSandbox.script({});
-        makeInterface();
-    }
-
     void cleanup()
     {
         mInterface.reset();
@@ -307,9 +295,5 @@ private:
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestOpening>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestOpening)
 #include "tst_opening.moc"

@@ -21,18 +21,6 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        mCredentials = storeCredentials();
-        QVERIFY(mCredentials > 0);
-    }
-
-    void init()
-    {
-        mSandbox.script({});
-        makeInterface();
-    }
-
     void requestsRunInTheOrderInWhichTheyWereMade()
     {
         QVERIFY(open());
@@ -316,9 +304,5 @@ private:
     bool initialisedOnce() const { return mSandbox.mechanisms().count(initialise) == 1; }
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestQueue>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestQueue)
 #include "tst_queue.moc"

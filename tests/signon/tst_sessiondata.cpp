@@ -147,22 +147,6 @@ private Q_SLOTS:
         QCOMPARE(bytes.right(4), "\xff\xff\xff\xff"_ba);
     }
 
-    void securityQuestionIsReadBackByAnotherReader()
-    {
-        SetSecurityQuestionInput input;
-        input.question = "Première école ?"_s;
-        input.answer = "Élysée"_s;
-        ZorAuthSessionPrivateData record;
-        record.setUpdateSecurityQuestion(input);
-        const QVariant value = record.getProperty("UpdateSecurityQuestion"_s);
-        QCOMPARE(value.userType(), int(QMetaType::QByteArray));
-
-        ByteReader reader(value.toByteArray());
-        QCOMPARE(reader.text(), input.question);
-        QCOMPARE(reader.text(), input.answer);
-        QVERIFY(reader.atEnd());
-    }
-
     void aProfileThatWasNotSentIsEmpty()
     {
         const ProfileInfoData profile = ZorAuthSessionPrivateData().DownloadedProfile();

@@ -54,6 +54,14 @@ auto rows(Names... names)
     };
 }
 
+/// A row of these values.
+template <class... Values>
+void row(const char* name, const Values&... values)
+{
+    QTestData& data = QTest::newRow(name);
+    (data << ... << values);
+}
+
 /// A column of texts, and a row named after each.
 inline void rowsNamed(const char* column, std::initializer_list<const char*> texts)
 {

@@ -87,3 +87,10 @@ int runInSession(int argc, char** argv,
 }
 
 } // namespace KelTest
+
+/// The main() of a test whose constructor takes the sandbox.
+#define KEL_TEST_IN_SESSION(Test)                                                                  \
+    int main(int argc, char** argv)                                                                \
+    {                                                                                              \
+        return KelTest::runInSession<Test>(argc, argv);                                            \
+    }

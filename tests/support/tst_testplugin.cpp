@@ -179,9 +179,5 @@ private:
     QList<int> mErrors;
 };
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestTestPlugin>(argc, argv);
-}
-
+KEL_TEST_IN_SESSION(TestTestPlugin)
 #include "tst_testplugin.moc"
