@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "clientsettings.h"
 #include "commands.h"
+#include "doctorcommand.h"
 #include "secretinput.h"
 #include "waitingnote.h"
 
@@ -100,9 +101,14 @@ int main(int argc, char** argv)
     CommandLine::Line line;
     if (const auto status = CommandLine::answer(clientProgram(), argc, argv, line))
         return *status;
-    const ClientCommand& command = *findCommand(line.command);
     const auto application = makeApplication(argc, argv, line.command == "captcha");
     ClientSettings settings = ClientSettings::from(line);
+    // The status says what happened; the log is for who looks into it.
+    if (!settings.verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
+    if (line.command == doctorCommand().name)
+        return runDoctor(settings);
+    const ClientCommand& command = *findCommand(line.command);
     CommandInput input = inputFrom(line);
     input.settings = &settings;
     QString problem;
@@ -114,8 +120,5 @@ int main(int argc, char** argv)
     }
     if (!problem.isEmpty())
         return complain(problem, exitMisuse);
-    // The status says what happened; the log is for who looks into it.
-    if (!settings.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
     return run(settings, command, input);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "outcome.h"
 
+#include "display.h"
+
 #include "tools/commandline/reader.h"
 
 #include <kelaccount/statustext.h>
@@ -15,11 +17,6 @@
 
 namespace {
 
-void printLine(const QString& text)
-{
-    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stdout);
-}
-
 QString textOf(const QVariant& value)
 {
     if (value.type() == QVariant::StringList) {
@@ -28,49 +25,6 @@ QString textOf(const QVariant& value)
     }
     const QString text = value.toString();
     return text.isEmpty() ? QStringLiteral("-") : printable(text);
-}
-
-// How a terminal that wants them is shown colours.
-class Colours
-{
-public:
-    Colours()
-    {
-        const QByteArray terminal = qgetenv("TERM");
-        mWanted = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
-                  !terminal.isEmpty() && terminal != "dumb";
-    }
-    QString good(const QString& text) const { return painted("32", text); }
-    QString bad(const QString& text) const { return painted("31", text); }
-    QString strong(const QString& text) const { return painted("1", text); }
-    QString forStatus(int status, const QString& text) const
-    {
-        return status == 0 ? good(text) : bad(text);
-    }
-
-private:
-    QString painted(const char* code, const QString& text) const
-    {
-        if (!mWanted)
-            return text;
-        return QStringLiteral("\x1b[%1m%2\x1b[0m").arg(QLatin1String(code), text);
-    }
-    bool mWanted = false;
-};
-
-// Broken between words, and words that are too long anywhere.
-QStringList brokenLines(const QString& text, int width)
-{
-    QStringList lines;
-    QString rest = text;
-    while (rest.size() > width) {
-        const int blank = rest.lastIndexOf(QLatin1Char(' '), width);
-        const int end = blank > 0 ? blank : width;
-        lines.append(rest.left(end));
-        rest.remove(0, blank > 0 ? end + 1 : end);
-    }
-    lines.append(rest);
-    return lines;
 }
 
 // The rows of one answer, as wide as the terminal; elsewhere, as long as their values.
@@ -217,16 +171,4 @@ void printOutcome(const Outcome& outcome, OutputFormat format)
         printAsJson(outcome);
         break;
     }
-}
-
-QString printable(const QString& text)
-{
-    QString result;
-    for (const QChar c : text) {
-        if (c.category() == QChar::Other_Control)
-            result += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
-        else
-            result += c;
-    }
-    return result;
 }

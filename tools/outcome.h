@@ -28,6 +28,3 @@ enum class OutputFormat {
 
 /// Prints an outcome on standard output.
 void printOutcome(const Outcome& outcome, OutputFormat format);
-
-/// Makes text safe for a terminal: control characters are shown as \xNN.
-QString printable(const QString& text);

@@ -2,6 +2,7 @@
 // What the client's help, manual page and completions say.
 #include "clientsettings.h"
 #include "commands.h"
+#include "doctorcommand.h"
 #include "tools/commandline/checks.h"
 
 using CommandLine::Completion;
@@ -85,7 +86,8 @@ std::vector<Table> tables()
           {"1", "any other status"},
           {"2", "misuse: nothing was called"},
           {"3", "no answer came in time"},
-          {"4", "the output cannot be written"}}},
+          {"4", "the output cannot be written"},
+          {"5", "doctor: there are warnings, and no error"}}},
     };
 }
 
@@ -111,6 +113,7 @@ const CommandLine::Program& clientProgram()
             made.commands.push_back(command.line);
             made.commands.back().details = detailsOf(command);
         }
+        made.commands.push_back(doctorCommand());
         std::vector<std::string> names;
         for (const CommandLine::Command& command : made.commands)
             names.push_back(command.name);
