@@ -29,8 +29,8 @@ STANDS_FOR = {
 FOLDERS = ('benchmarks', 'docs', 'emulator', 'fuzz', 'include', 'plugin', 'src', 'tests', 'tools')
 OF_OLD = {'src/rest/reply/networkresponseprocessor.h', 'src/rest/operations/answers.cpp'}
 
-# For applications: by its method, its signal and the type of its refusal. Only the product counts:
-# tests of the facade use operations as examples everywhere.
+# For applications: by its method, its signal and the type of its refusal. Only in the product is all
+# that names it listed: tests of the facade use operations as examples everywhere.
 FACADE = re.compile(r'\bretrieveTermsOfService\b|termsOfServiceResponse|\bResponseTermsOfService\b')
 OF_CLIENT = {'include/kelaccount/client.h', 'include/kelaccount/resultkeys.h',
              'src/client/client.cpp', 'src/client/worker.cpp'}
@@ -38,12 +38,18 @@ OF_CLIENT = {'include/kelaccount/client.h', 'include/kelaccount/resultkeys.h',
 
 def files(top, folders):
     for folder in folders:
+        if os.path.isfile(os.path.join(top, folder)):
+            yield folder
         for where, _, names in os.walk(os.path.join(top, folder)):
             for name in names:
                 path = os.path.relpath(os.path.join(where, name), top)
                 if not path.startswith('fuzz/corpus/') and path != DOCUMENT and \
                         path != os.path.relpath(__file__, top):
                     yield path
+
+
+def is_product(path):
+    return path.startswith(('src/', 'include/'))
 
 
 def naming(top, folders, names):
@@ -95,10 +101,11 @@ def main(arguments):
                 if path not in document and os.path.basename(path) not in document]
     problems += compare('RetrieveTermsAcceptance', operation,
                         naming(top, FOLDERS, OPERATION) - OF_OLD)
+    naming_facade = naming(top, FOLDERS + ('README.md',), FACADE) - OF_CLIENT
     problems += compare('retrieveTermsOfService of the facade', facade,
-                        naming(top, ('include', 'src'), FACADE) - OF_CLIENT)
-    product = {path for path in operation if path.startswith(('src/', 'include/'))}
-    for count, most, where in ((len(product | facade), MOST_OF_PRODUCT, 'src/ and include/'),
+                        {path for path in naming_facade if path in facade or is_product(path)})
+    product = {path for path in operation | facade if is_product(path)}
+    for count, most, where in ((len(product), MOST_OF_PRODUCT, 'src/ and include/'),
                                (len(operation) + BESIDE, MOST_IN_ALL, 'all')):
         if count > most:
             problems.append(f'{DOCUMENT}: an operation takes {count} files in {where}, and is to '
