@@ -16,6 +16,7 @@ removed unnoticed.
 """
 import argparse
 import atexit
+import concurrent.futures
 import json
 import os
 import pathlib
@@ -23,12 +24,14 @@ import re
 import signal
 import subprocess
 import sys
+import threading
 import time
 
 # Which programs answer for a file, the quickest first; the first line that fits counts.
 RESPONSIBLE = [
     (r"account/texts/", "tst_statustext tst_commonutils"),
     (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_sessionoperations"),
+    (r"account/accountsignout", "tst_clientsession tst_story_signout tst_story_signout_processes"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_setupstogether "
      "tst_abandonedcalls"),
@@ -98,8 +101,11 @@ def cases(code):
                 code, c.end())
             body = code[c.end():following.start()].strip()
             end = following.start() if body else c.end()
-            # All labels of a switch share its expression, so their edits are one nested call.
-            yield Place("case", c.start() + len(c[1]), end, lambda n, o=m.end(), e=closing - 1, c=c: [
+            # All labels of a switch share its expression, so their edits are one nested call. One
+            # that is to know every value of an enumeration is the compiler's.
+            complete = "default:" not in code[block:last]
+            yield Place("case", c.start() + len(c[1]), end, None if complete else
+                        lambda n, o=m.end(), e=closing - 1, c=c: [
                 (o, "kelCase("), (e, ", (long long)(@%d:%d@), %d)" % (c.start(2), c.end(2), n))])
 
 
@@ -227,9 +233,8 @@ def run(command, environment, removed):
         variables["KEL_REMOVED"] = str(removed)
     program = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                                errors="replace", env=variables)
-    stop = lambda *_: program.terminate()
-    signal.signal(signal.SIGALRM, stop)
-    signal.alarm(PATIENCE)
+    guard = threading.Timer(PATIENCE, program.terminate)
+    guard.start()
     begin, failure = time.monotonic(), ""
     for line in program.stdout:
         found = re.match(r"(?:FAIL!|QFATAL)\s*: (.*)", line)
@@ -239,7 +244,7 @@ def run(command, environment, removed):
             break
     program.stdout.close()
     status = program.wait()
-    signal.alarm(0)
+    guard.cancel()
     if failure or status == 0:
         return failure
     return "hangs" if time.monotonic() - begin >= PATIENCE else "ends with status %d" % status
@@ -250,7 +255,7 @@ def build(folder, names):
                           stderr=subprocess.STDOUT, text=True)
 
 
-def noticed(place, folder, known, removed):
+def noticed(place, folder, known, within, removed):
     for name in programs_of(place.path):
         if not known.get(name, ([], []))[0]:
             continue
@@ -259,7 +264,8 @@ def noticed(place, folder, known, removed):
             if built.returncode:
                 error = re.search(r"error: (.*)", built.stdout)
                 return "the compiler: " + (error[1] if error else "it does not link")
-        failure = run(*known[name], removed)
+        command, environment = known[name]
+        failure = run([*within, *command], environment, removed)
         if failure:
             return failure if failure.startswith("Test") else "%s %s" % (name, failure)
     return ""
@@ -271,6 +277,9 @@ def main():
     parser.add_argument("--build", default="build/dev")
     parser.add_argument("--list", action="store_true", help="say what would be removed")
     parser.add_argument("--only", default="", help="only places whose file, kind or text fits")
+    parser.add_argument("--jobs", type=int, default=1, help="how many programs at a time")
+    parser.add_argument("--within", default="", help="a command that runs each of them; with more "
+                        "than one job they need a network namespace each, such as of \"unshare -n\"")
     parser.add_argument("--report", type=pathlib.Path, help="write the listing there, as Markdown")
     parser.add_argument("folders", nargs="*", default=["src/account", "src/rest"])
     given = parser.parse_args()
@@ -310,14 +319,16 @@ def main():
     known = commands(given.build) # of programs that had not been built there were none
     print("built in %d s" % (time.monotonic() - begun), flush=True)
     results = {}
+    within = given.within.split()
 
     def tell(place, by):
         results[place.number] = by
         print("%s:%d: %s: %s\n     %s" % (place.path, place.line, place.kind, place.shown[:90],
                                           by or "NOBODY NOTICES"), flush=True)
-    for place in chosen:
-        if place.edits:
-            tell(place, noticed(place, given.build, known, place.number))
+    with concurrent.futures.ThreadPoolExecutor(given.jobs) as pool:
+        for place, by in [(p, pool.submit(noticed, p, given.build, known, within, p.number))
+                          for p in chosen if p.edits]:
+            tell(place, by.result())
     for path, text in originals.items():
         restore(path, text)
     for place in chosen:
@@ -325,7 +336,7 @@ def main():
             continue
         text = originals[place.path]
         place.path.write_text(text[:place.begin] + text[place.end:])
-        tell(place, noticed(place, given.build, known, None))
+        tell(place, noticed(place, given.build, known, within, None))
         restore(place.path, text)
     missed = [p for p in chosen if not results[p.number]]
     print("%d removed, %d unnoticed" % (len(chosen), len(missed)))
