@@ -38,14 +38,13 @@ RESPONSIBLE = [
     (r"account/", "tst_serviceanswers tst_serviceoperations tst_kelaccounts tst_everymethod tst_calls "
      "tst_abandonedcalls tst_sessionoperations tst_setup tst_setupfailures tst_setupstogether"),
     (r"rest/records/", "tst_datarecords tst_msgparser tst_sessionoperations"),
-    (r"rest/reply/", "tst_msgparser tst_servicesignals tst_operationcoverage tst_dispatch "
-     "tst_responseprocessor tst_receivedreply"),
-    (r"rest/request/", "tst_msgcreator tst_clientidentification tst_oauthheader tst_requestmodel "
+    (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply"),
+    (r"rest/request/", "tst_msgcreator tst_clientidentification tst_requestmodel "
      "tst_signing tst_operations tst_signedaddress tst_wiretime"),
     (r"rest/transport/", "tst_requesthandler tst_transport tst_receivewatch tst_connectionlatency "
      "tst_servernames tst_sentonce tst_serverclock tst_transportmemory"),
     (r"rest/picture/", "tst_captchapicture tst_captchawithoutgui"),
-    (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser tst_servicesignals "
+    (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
      "tst_requestcreation tst_requesthandler"),
 ]
 PATIENCE = 90  # seconds for a program that hangs

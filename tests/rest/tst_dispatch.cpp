@@ -2,6 +2,8 @@
 #include "operations/answers.h"
 #include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
+#include "rest/restrequesthandler.h"
+#include "rest/transport/networkhandler.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/rows.h"
@@ -48,6 +50,38 @@ QVector<int> rejectedTypes()
             types.append(row.number);
     }
     return types;
+}
+
+QStringList signaturesOf(const QMetaObject& meta)
+{
+    QStringList signatures;
+    for (int i = QObject::staticMetaObject.methodCount(); i < meta.methodCount(); ++i) {
+        if (meta.method(i).methodType() == QMetaMethod::Signal)
+            signatures.append(QString::fromLatin1(meta.method(i).methodSignature()));
+    }
+    return signatures;
+}
+
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
+QString availability(const QString& root, const QString& content = QString())
+{
+    return operations::declaration + operations::element(root, content);
+}
+
+UserNameAvailabilityResponse process(QNetworkReply::NetworkError error, const QString& text)
+{
+    NetworkResponseProcessor processor(nullptr);
+    QSignalSpy spy(&processor, &NetworkResponseProcessor::userNameAvailabilityResponse);
+    HttpResponse response = responseOf(error, text);
+    if (processor.processResponseFromServer(RetrieveUserNameAvailability, &response) != 0 ||
+        spy.count() != 1)
+        qFatal("not answered exactly once");
+    return spy.first().at(0).value<UserNameAvailabilityResponse>();
 }
 
 } // namespace
@@ -267,6 +301,118 @@ private Q_SLOTS:
             processor.processResponseFromServer(testCase.number, &response);
             QCOMPARE(answers.lines(), testCase.answer);
         }
+    }
+
+    void everyStageDeclaresTheSignalsOfTheTable()
+    {
+        const QStringList expected = sorted(operations::answerSignatures());
+        QCOMPARE(sorted(signaturesOf(NetworkResponseProcessor::staticMetaObject)), expected);
+        QCOMPARE(sorted(signaturesOf(NetworkHandler::staticMetaObject)), expected);
+        QCOMPARE(sorted(signaturesOf(RESTRequestHandler::staticMetaObject)), expected);
+    }
+
+    void theRelayPassesEverySignalOnUnchanged()
+    {
+        NetworkResponseProcessor processor(nullptr);
+        NetworkHandler transport(nullptr);
+        ServiceSignals last(nullptr);
+        ServiceSignals::relay(&processor, &transport);
+        ServiceSignals::relay(&transport, &last);
+        const RecordedAnswers sent(processor);
+        const RecordedAnswers arrived(last);
+        const MessageLog log;
+        for (const operations::Case& testCase : operations::cases()) {
+            HttpResponse response = responseOf(testCase.error, testCase.text);
+            processor.processResponseFromServer(testCase.number, &response);
+        }
+        QCOMPARE(arrived.lines(), sent.lines());
+        QStringList arrivedNames = arrived.names();
+        arrivedNames.removeDuplicates();
+        QCOMPARE(sorted(arrivedNames), sorted(operations::namesOf(operations::answerSignatures())));
+    }
+
+    void aTakenNameWithoutSuggestionsKeepsItsStatus_data()
+    {
+        QTest::addColumn<QString>("text");
+        const auto root = "userNameAvailabilityResponse"_s;
+        QTest::newRow("empty list") << availability(root, "<userNameSuggestions/>"_s);
+        QTest::newRow("no list") << availability(root);
+        QTest::newRow("no document") << QString();
+        QTest::newRow("unknown root") << availability("somethingElse"_s);
+        QTest::newRow("cut") << availability(root).left(60);
+    }
+    void aTakenNameWithoutSuggestionsKeepsItsStatus()
+    {
+        QFETCH(QString, text);
+        const auto answer = process(QNetworkReply::UnknownContentError, text);
+        QCOMPARE(answer.status, 422);
+        QVERIFY(!answer.available);
+        QCOMPARE(answer.suggestions, QStringList());
+    }
+
+    void aDateAtTheVeryEndIsReadToo()
+    {
+        const auto answer =
+            process(QNetworkReply::NoError, "Date: Tue, 15 Nov 1994 08:12:31 GMT"_s);
+        QCOMPARE(answer.serverTime, QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
+    }
+
+    void withoutADateTheClockStays()
+    {
+        auto* const clock = TimeStampManager::getTimeStampManager();
+        clock->setServerTimeDifference(42);
+        const auto answer = process(QNetworkReply::NoError, "200 OK\r\n\r\n"_s);
+        QCOMPARE(clock->serverTimeDifference(), 42);
+        QVERIFY(qAbs(answer.serverTime.secsTo(QDateTime::currentDateTime())) <= 1);
+    }
+
+    void anUnreadableDateChangesNoClock()
+    {
+        auto* const clock = TimeStampManager::getTimeStampManager();
+        clock->setServerTimeDifference(42);
+        const auto answer = process(QNetworkReply::NoError, "200 OK\r\nDate: tomorrow\r\n\r\n"_s);
+        QCOMPARE(clock->serverTimeDifference(), 42);
+        QVERIFY(!answer.serverTime.isValid());
+    }
+
+    void aReplyOfAServerSetsThatServersClockAlone()
+    {
+        auto* const clock = TimeStampManager::getTimeStampManager();
+        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
+        response.setClockOf("a.example"_s);
+        NetworkResponseProcessor processor(nullptr);
+        QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
+        QCOMPARE(clock->serverTimeDifference(), 0);
+        clock->selectServer("a.example"_s);
+        const int offset = clock->serverTimeDifference();
+        clock->selectServer(QString());
+        QVERIFY(offset < -100000000);
+    }
+
+    void aReplyOfNobodySetsNoClock()
+    {
+        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
+        response.setClockOfNobody();
+        NetworkResponseProcessor processor(nullptr);
+        QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
+        QCOMPARE(response.getServerTime(),
+                 QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
+        QCOMPARE(TimeStampManager::getTimeStampManager()->serverTimeDifference(), 0);
+    }
+
+    void aFailedReplySetsTheClockToo()
+    {
+        process(QNetworkReply::ContentNotFoundError,
+                "404 Not Found\r\nDate: Tue, 15 Nov 1994 08:12:31 GMT\r\n\r\n"_s);
+        QVERIFY(TimeStampManager::getTimeStampManager()->serverTimeDifference() < -100000000);
+    }
+
+    void aNullReplyIsRejectedSilently()
+    {
+        NetworkResponseProcessor processor(nullptr);
+        const MessageLog log;
+        QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, nullptr), -1);
+        QCOMPARE(log.all(), QStringList());
     }
 
 private:
