@@ -5,17 +5,15 @@
 #include "rest/request/servicehosts.h"
 #include "support/literals.h"
 #include "support/rows.h"
+#include "support/scenarios.h"
 
-#include <QCryptographicHash>
-#include <QDir>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QtTest>
 #include <QUrl>
 
-class TestOperationsScenarios : public QObject
+class TestOperationsScenarios : public QObject, private KelTest::Scenarios
 {
     Q_OBJECT
 
@@ -43,28 +41,12 @@ private Q_SLOTS:
         mWatched.clear();
     }
 
-    void everyScenario_data()
-    {
-        const auto row = rows<QStringList>("lines");
-        const QDir folder(QStringLiteral(KELACCOUNT_TEST_DATA "/scenarios"));
-        const QStringList files = folder.entryList({"*.txt"_s}, QDir::Files);
-        QVERIFY(!files.isEmpty());
-        for (const QString& name : files) {
-            QFile file(folder.filePath(name));
-            QVERIFY(file.open(QIODevice::ReadOnly));
-            const QStringList scenarios = QString::fromUtf8(file.readAll()).split("\n= "_s);
-            QVERIFY(scenarios.size() > 1);
-            for (const QString& scenario : scenarios.mid(1)) {
-                const QStringList lines = scenario.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-                row(qPrintable(name.chopped(4) + ": "_s + lines.first()), lines.mid(1));
-            }
-        }
-    }
+    void everyScenario_data() { scenarioRows(QStringLiteral(KELACCOUNT_TEST_DATA "/scenarios")); }
     void everyScenario()
     {
         QFETCH(QStringList, lines);
         const QString problem = run(lines);
-        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+        QVERIFY2(problem.isEmpty(), qPrintable(problem + "\n"_s + QString::fromUtf8(mAnswer.body)));
     }
 
     void aScenarioThatDoesNotHoldFails_data()
@@ -168,85 +150,13 @@ private:
         return QImage::fromData(QByteArray::fromBase64(mAnswer.at("imageData").toLatin1()), "PNG");
     }
 
-    /// What does not hold, and where; empty when all does.
-    QString run(const QStringList& lines)
+    QString ask(const QString& line, const QString& document, bool asOwner)
     {
-        for (int at = 0; at < lines.size(); ++at) {
-            const QStringList words = lines.at(at).split(QLatin1Char(' '));
-            QString problem;
-            if (words.first() == "for"_s || words.value(1) == "times"_s) {
-                const int end = lines.indexOf("once"_s, at);
-                problem = end < 0 ? "there is no end of it"_s
-                                  : repeat(words, lines.mid(at + 1, end - at - 1));
-                at = end;
-            } else if (words.first() == "ask"_s || words.first() == "own"_s) {
-                const QString& request = lines.at(at);
-                QString document;
-                for (; lines.value(at + 1).startsWith("| "_s); ++at)
-                    document += lines.at(at + 1).mid(2);
-                problem = ask(filled(request), filled(document));
-            } else {
-                problem = step(words.first(), filled(lines.at(at).section(QLatin1Char(' '), 1)));
-            }
-            if (!mUnknown.isEmpty())
-                problem = "there is no "_s + std::exchange(mUnknown, {});
-            if (!problem.isEmpty())
-                return lines.value(at) + ": "_s + problem + "\n"_s +
-                       QString::fromUtf8(mAnswer.body);
-        }
-        return {};
-    }
-
-    /// "9 times", or "for a b in 1:2 3:4".
-    QString repeat(const QStringList& words, const QStringList& lines)
-    {
-        const int in = words.indexOf("in"_s);
-        const int times = in < 0 ? words.first().toInt() : words.size() - in - 1;
-        QString problem = times > 0 ? QString() : "there is nothing to do"_s;
-        for (int time = 0; time < times && problem.isEmpty(); ++time) {
-            for (int name = 1; name < in; ++name)
-                mValues[words.at(name)] =
-                    filled(words.at(in + 1 + time)).section(QLatin1Char(':'), name - 1, name - 1);
-            problem = run(lines);
-        }
-        return problem;
-    }
-
-    QString filled(QString text)
-    {
-        static const QRegularExpression form(
-            "\\{(?:(base64|sha1|ago|\\d+) ([^{}]*)|([a-z][a-z.]*))\\}"_s);
-        for (auto match = form.match(text); match.hasMatch(); match = form.match(text)) {
-            const QString function = match.captured(1);
-            const QByteArray argument = match.captured(2).toUtf8();
-            QString value = mValues.value(match.captured(3));
-            if (function == "base64"_s)
-                value = QString::fromLatin1(argument.toBase64());
-            else if (function == "sha1"_s)
-                value = QString::fromLatin1(
-                    QCryptographicHash::hash(argument, QCryptographicHash::Sha1).toBase64());
-            else if (function == "ago"_s)
-                value = QDateTime::currentDateTimeUtc()
-                            .date()
-                            .addYears(-argument.left(argument.indexOf(' ')).toInt())
-                            .addDays(argument.mid(argument.indexOf(' ') + 1).toInt())
-                            .toString(Qt::ISODate);
-            else if (!function.isEmpty())
-                value = QString::fromUtf8(argument.repeated(function.toInt()));
-            else if (!mValues.contains(match.captured(3)))
-                mUnknown = match.captured(3);
-            text.replace(match.capturedStart(), match.capturedLength(), value);
-        }
-        return text;
-    }
-
-    QString ask(const QString& line, const QString& document)
-    {
-        SignedRequest request(("/rest/1.0/"_s + line.section(QLatin1Char(' '), 2)).toUtf8());
-        request.restVerb = line.section(QLatin1Char(' '), 1, 1).toLatin1();
+        SignedRequest request(("/rest/1.0/"_s + line.section(QLatin1Char(' '), 1)).toUtf8());
+        request.restVerb = line.section(QLatin1Char(' '), 0, 0).toLatin1();
         request.language = mLanguage;
         request.query = std::exchange(mQuery, {});
-        if (line.startsWith("own"_s))
+        if (asOwner)
             request.token = mValues.value("token"_s).toLatin1();
         if (!document.isEmpty())
             request.document =
@@ -256,15 +166,17 @@ private:
         return mAnswer.status == 0 ? "no answer"_s : QString();
     }
 
-    QString step(const QString& word, const QString& rest)
+    QString step(const QString& word, const QString& rest, const QString& more) override
     {
         const bool isEquation = rest.contains(" = "_s) || rest.endsWith(" ="_s);
         const QString left = rest.section(" ="_s, 0, 0);
         const QString right = rest.section(" ="_s, 1).mid(1);
         const QByteArray path = left == "/"_s ? QByteArray() : left.toLatin1();
-        if (word.startsWith(QLatin1Char('#')))
-            return {};
         // What is asked, and what is remembered.
+        if (word == "ask"_s || word == "own"_s)
+            return ask(rest, more, word == "own"_s);
+        if (!more.isEmpty())
+            return "what is the document for?"_s;
         if (word == "owner"_s)
             return rest.isEmpty() ? makeOwner() : "of what?"_s;
         if (word == "sign-in"_s) {
@@ -338,12 +250,6 @@ private:
         return "what does it mean?"_s;
     }
 
-    static QString expect(bool holds) { return holds ? QString() : "does not hold"_s; }
-    static QString same(const QString& actual, const QString& expected)
-    {
-        return actual == expected ? QString() : "it is "_s + actual;
-    }
-
     bool isRoot(const QString& name) const
     {
         return name.isEmpty() || (name == "-"_s ? mAnswer.body.isEmpty() : mAnswer.tag() == name);
@@ -383,8 +289,6 @@ private:
 
     ServiceClient mService;
     Answer mAnswer;
-    QMap<QString, QString> mValues;
-    QString mUnknown; ///< a value that was asked for
     QByteArray mLanguage;
     SignedRequest::Pairs mQuery; ///< of the next request
     QString mWatched;            ///< at the administrative endpoint; the latest answer otherwise

@@ -1,11 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Signing in and tokens, through the real daemon.
+// What the plugin does through the real daemon and no scenario can say: registrations and profiles,
+// sessions as they are stored, requests that are given up.
 #include "integration/keptdata.h"
 #include "integration/pluginfixture.h"
+#include "rest/records/profileinfodata.h"
+#include "rest/records/registrationinfodata.h"
 #include "support/literals.h"
-#include "support/rows.h"
+#include "support/sessionsandbox.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
+
+using namespace KelTest;
+using namespace KelRestHandler;
+
+namespace {
+
+QVariantMap registering(const RegistrationInfoData& registration)
+{
+    return {{"RegistrationData"_s, serializeRegistration(registration)}, {"ManualSignIn"_s, true}};
+}
+
+} // namespace
 
 class TestPluginSession : public PluginUserFixture
 {
@@ -13,27 +29,7 @@ class TestPluginSession : public PluginUserFixture
 
 private Q_SLOTS:
     void init() { QVERIFY(openNewUser()); }
-
-    void everyMechanismNeedsTheKeys_data()
-    {
-        rowsNamed("mechanism",
-                  {"initialise", "signIn", "token", "privateMechanism_ensureToken",
-                   "privateMechanism_registerAccount", "privateMechanism_downloadProfile",
-                   "privateMechanism_updateSecurityQuestion", "privateMechanism_changepassword",
-                   "setUserId", "privateMechanism_updateDeviceInfo", "privateMechanism_signOut",
-                   "close", "userId", "loginIdentifier", "kelAccountId", "emailAddress",
-                   "serverUTCTime"});
-    }
-    void everyMechanismNeedsTheKeys()
-    {
-        QFETCH(QByteArray, mechanism);
-        const QVariantMap noKey = {{"ConsumerKey"_s, QVariant()}};
-        const QVariantMap emptyKey = {{"ConsumerKey"_s, ""_s}};
-        const QVariantMap noSecret = {{"ConsumerSecret"_s, QVariant()}};
-        QCOMPARE(process(mechanism.constData(), noKey).error, 600);
-        QCOMPARE(process(mechanism.constData(), emptyKey).error, 600);
-        QCOMPARE(told(mechanism.constData(), noSecret), "601:"_s);
-    }
+    void cleanup() { EmulatedService::ask("DELETE", "/faults"); }
 
     void initialisingAsksNobodyAndKeepsNothing()
     {
@@ -43,50 +39,6 @@ private Q_SLOTS:
         QCOMPARE(operations(), QList<int>());
         QCOMPARE(stored(), QVariantMap());
     }
-
-    void signingInAnswersWithWhoTheUserIs()
-    {
-        const Outcome outcome = process("signIn", {{"ManualSignIn"_s, true}});
-        QCOMPARE(outcome.error, 0);
-        const QVariantMap expected = {{"UserId"_s, mUser},
-                                      {"LoginId"_s, mUser},
-                                      {"KelAccountId"_s, mNumber},
-                                      {"EmailAddress"_s, mEmail}};
-        QCOMPARE(outcome.data, expected);
-        QCOMPARE(operations(), QList<int>{1});
-    }
-
-    void aUserWithoutANameStillHasTheKey()
-    {
-        const QString email = "nameless%1@example.org"_s.arg(mCount);
-        QVERIFY(!addAccount({{"email"_s, email}, {"password"_s, mPassword}}).isEmpty());
-        QVERIFY(openSession(email, mPassword));
-        const Outcome outcome = process("signIn");
-        QCOMPARE(outcome.error, 0);
-        QCOMPARE(outcome.data.size(), 4);
-        QCOMPARE(outcome.data.value("UserId"_s), QVariant(""_s));
-        QCOMPARE(outcome.data.value("LoginId"_s).toString(), email);
-    }
-
-    void aWrongPasswordIsTheServicesRefusal()
-    {
-        QVERIFY(openSession(mUser, "another one"_s));
-        QCOMPARE(process("signIn").error, 504);
-        QCOMPARE(process("token").error, 604);
-        // Nobody knows yet where the password belongs.
-        QCOMPARE(told("privateMechanism_ensureToken"), "703: 1"_s);
-    }
-
-    void anEmptyPasswordIsNotSent()
-    {
-        const QVariantMap none = {{"Secret"_s, ""_s}};
-        QCOMPARE(process("signIn", none).error, 615);
-        QCOMPARE(told("privateMechanism_ensureToken", none), "615:"_s);
-    }
-
-    void anEmptyUserNameIsNotSent() { QCOMPARE(told("signIn", {{"UserName"_s, ""_s}}), "703:"_s); }
-
-    void withoutATokenThereIsNoneToTell() { QCOMPARE(told("token"), "604:"_s); }
 
     void theTokenIsTheOneThatTheDaemonKeeps()
     {
@@ -106,19 +58,6 @@ private Q_SLOTS:
         QVERIFY2(left > 86000 && left <= 86400, qPrintable(QString::number(left)));
     }
 
-    void theTokenOutlivesThePluginProcess()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        const QVariantMap before = process("token").data;
-        operations();
-        QVERIFY(killPluginProcesses());
-        QVERIFY(startPluginAgain());
-        const Outcome after = process("token");
-        QCOMPARE(after.error, 0);
-        QCOMPARE(after.data, before);
-        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
-    }
-
     void manyApplicationsAreServed()
     {
         QCOMPARE(process("signIn").error, 0);
@@ -127,142 +66,169 @@ private Q_SLOTS:
         constexpr int others = 16;
         const QVariantMap other = {{"Token"_s, QString(20, QLatin1Char('t'))}};
         for (int i = 0; i < others; ++i)
-            all = KelTest::KeptData::withSession(all, other, "other-%1"_s.arg(i));
+            all = KeptData::withSession(all, other, "other-%1"_s.arg(i));
         QVERIFY(changeStored(int(mIdentityId), all.firstKey(), all.first()));
         QCOMPARE(process("signIn").error, 0);
         for (int i = 0; i < 5; ++i)
             QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
-        const QVariantMap kept = KelTest::KeptData::mapIn(stored());
+        const QVariantMap kept = KeptData::mapIn(stored());
         const int sessions = kept.value("Sessions"_s).toMap().size();
         QVERIFY2(sessions >= 3 && sessions <= others, qPrintable(QString::number(sessions)));
     }
 
-    // Without an extension the daemon takes every process for one that has the whole list.
-    void onlyClientsOfTheIdentitysListAreServed()
+    void aRegistrationNeedsACaptchaOrAServiceTag()
     {
-        QCOMPARE(process("signIn").error, 0);
-        QVERIFY(storeAccessControlList({"some-app::some-token"_s}));
-        operations();
-        for (const char* mechanism :
-             {"initialise", "signIn", "token", "privateMechanism_ensureToken"})
-            QCOMPARE(told(mechanism), "603:"_s);
-        QVERIFY(storeAccessControlList({"some-app::some-token"_s, "libaccounts-kel::accesssvt"_s}));
-        QCOMPARE(process("token").error, 0);
+        RegistrationInfoData data = registration();
+        QCOMPARE(process("privateMechanism_registerAccount").error, 611);
+        QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, 611);
+        data.captchaId = "0123"_s;
+        QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, 611);
+        data.captchaId.clear();
+        data.captchaText = "ABC"_s;
+        QCOMPARE(process("privateMechanism_registerAccount", registering(data)).error, 611);
+        const QVariantMap garbage = {{"RegistrationData"_s, "\xff\xff\xff"_ba}};
+        QCOMPARE(told("privateMechanism_registerAccount", garbage), "611:"_s);
     }
 
-    // Any process that may use the identity may do this.
-    void aDaemonThatForgotSendsNoPasswordUntilTheUserSignsIn()
+    void aRegisteredUserIsSignedIn()
     {
-        QCOMPARE(process("signIn").error, 0);
-        QVERIFY(signOutOfIdentity());
-        QVERIFY(stored().isEmpty());
-        operations();
-        const QVariantMap elsewhere = {{"ServerUrlValue"_s, 0}};
-        for (const char* mechanism :
-             {"privateMechanism_ensureToken", "privateMechanism_downloadProfile",
-              "privateMechanism_updateDeviceInfo"}) {
-            QCOMPARE(process(mechanism, elsewhere).error, 703);
-            QCOMPARE(process(mechanism).error, 703);
-        }
-        QCOMPARE(operations(), QList<int>());
-        QCOMPARE(process("signIn").error, 0);
-        QCOMPARE(process("privateMechanism_ensureToken").error, 0);
-    }
-
-    void anExpiredTokenIsRefreshed()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        const QString before = storedSession().value("Token"_s).toString();
-        operations();
-
-        QVERIFY(expire());
-        const Outcome outcome = process("token");
+        RegistrationInfoData data = registration();
+        QVERIFY(openSession(data.emailAddress, mPassword));
+        QVERIFY(makeCaptcha(data.captchaId, data.captchaText));
+        const Outcome outcome = process("privateMechanism_registerAccount", registering(data));
         QCOMPARE(outcome.error, 0);
-        QCOMPARE(operations(), QList<int>{2});
-        const QString after = outcome.data.value("Token"_s).toString();
-        QVERIFY(!after.isEmpty() && after != before);
-        QCOMPARE(storedSession().value("Token"_s).toString(), after);
-        QCOMPARE(storedSession().value("UserId"_s).toString(), mUser);
+        QCOMPARE(operations(), QList<int>{5});
+        QCOMPARE(outcome.data.keys(),
+                 (QStringList{"EmailAddress"_s, "KelAccountId"_s, "LoginId"_s, "UserId"_s}));
+        QCOMPARE(outcome.data.value("EmailAddress"_s).toString(), data.emailAddress);
+        QCOMPARE(outcome.data.value("LoginId"_s).toString(), data.emailAddress);
+        QCOMPARE(outcome.data.value("UserId"_s).toString(), QString());
+        const QJsonObject account =
+            accountAtService(outcome.data.value("KelAccountId"_s).toString());
+        QCOMPARE(account.value("email"_s).toString(), data.emailAddress);
+        QCOMPARE(account.value("dateOfBirth"_s).toString(), "1980-02-29"_s);
 
-        QVERIFY(expire());
-        QCOMPARE(told("privateMechanism_ensureToken"), "0: 2"_s);
-        QVERIFY(expire());
-        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 2 22"_s);
+        QCOMPARE(told("privateMechanism_downloadProfile"), "0: 22"_s);
     }
 
-    void aTokenIsMadeOnlyWhenThereIsNone()
+    void aServiceTagTakesTheCaptchasPlace()
     {
+        RegistrationInfoData data = registration();
+        data.serviceTag = "dGFn"; // the emulated service wants base64
+        QVERIFY(openSession(data.emailAddress, mPassword));
+        QCOMPARE(told("privateMechanism_registerAccount", registering(data)), "0: 5"_s);
+    }
+
+    void theProfileIsTheServices()
+    {
+        const QString user = "full%1"_s.arg(mCount);
+        const QString number = addAccount({{"userName"_s, user},
+                                           {"password"_s, mPassword},
+                                           {"email"_s, "full@example.org"_s},
+                                           {"emailVerified"_s, true},
+                                           {"mobile"_s, "+358401234567"_s},
+                                           {"mobileVerified"_s, false},
+                                           {"firstName"_s, "Äiti <&>"_s},
+                                           {"lastName"_s, "O'Hara"_s},
+                                           {"country"_s, "FI"_s},
+                                           {"language"_s, "fi"_s},
+                                           {"dateOfBirth"_s, "1980-02-29"_s},
+                                           {"gender"_s, "female"_s}});
+        QVERIFY(!number.isEmpty());
+        QVERIFY(openSignedOut(user, mPassword));
+        const Outcome outcome = process("privateMechanism_downloadProfile");
+        QCOMPARE(outcome.error, 0);
+        QCOMPARE(operations(), (QList<int>{1, 22}));
+        QCOMPARE(outcome.data.keys(), QStringList{"DownloadedProfile"_s});
+        const ProfileInfoData profile(outcome.data.value("DownloadedProfile"_s).toByteArray());
+        QCOMPARE(profile.userName, user);
+        QCOMPARE(profile.account.accountId, number);
+        QCOMPARE(profile.account.email, "full@example.org"_s);
+        QVERIFY(profile.account.emailVerified);
+        QCOMPARE(profile.account.mobile, "+358401234567"_s);
+        QVERIFY(!profile.account.mobileVerified);
+        QCOMPARE(profile.firstName, "Äiti <&>"_s);
+        QCOMPARE(profile.lastName, "O'Hara"_s);
+        QCOMPARE(profile.countryAsString, "FI"_s);
+        QCOMPARE(profile.dateOfBirth, QDate(1980, 2, 29));
+        QCOMPARE(profile.gender, GenderFemale);
+        QVERIFY(!profile.services.isEmpty());
+    }
+
+    // The daemon stores it while the request is under way.
+    void anOldPasswordIsCountedThoughNobodyWaitsForItsAnswer()
+    {
+        const char* const mechanism = "privateMechanism_changepassword";
+        const QVariantMap guess = {{"OldPassword"_s, "a guess"_s},
+                                   {"NewPassword"_s, "another one"_s}};
+        const auto counted = [this] {
+            return KeptData::mapIn(stored()).value("WrongPasswords"_s).toInt();
+        };
         QVERIFY(openSignedOut(mUser, mPassword));
-        QCOMPARE(told("privateMechanism_ensureToken"), "0: 1"_s);
-        QCOMPARE(told("privateMechanism_ensureToken"), "0:"_s);
-        QCOMPARE(process("userId").data.value("UserId"_s).toString(), mUser);
-    }
-
-    void whatTheServiceDoesNotRefreshIsMadeAnew()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        const QString before = storedSession().value("Token"_s).toString();
-        QVERIFY(letTokensExpire());
-        operations();
-        QVERIFY(expire());
-        QCOMPARE(told("privateMechanism_ensureToken"), "0: 2 1"_s);
-        QVERIFY(storedSession().value("Token"_s).toString() != before);
-    }
-
-    void signingOutDeletesTheToken()
-    {
-        QCOMPARE(process("privateMechanism_signOut").error, 604);
-        QCOMPARE(process("signIn").error, 0);
-        operations();
-        QCOMPARE(told("privateMechanism_signOut"), "0: 9"_s);
-        QCOMPARE(process("token").error, 604);
-        QCOMPARE(storedSession().value("Token"_s).toString(), QString());
-        QCOMPARE(storedSession().value("TokenSecret"_s).toString(), QString());
-
-        // One that the service has ended already is forgotten as well.
-        QCOMPARE(process("signIn").error, 0);
-        QVERIFY(letTokensExpire());
-        operations();
-        QCOMPARE(told("privateMechanism_signOut"), "0: 9"_s);
-        QCOMPARE(process("token").error, 604);
-    }
-
-    void closingKeepsTheToken()
-    {
-        QCOMPARE(process("signIn").error, 0);
-        operations();
-        QCOMPARE(process("close").error, 0);
-        QCOMPARE(told("token"), "0:"_s);
-    }
-
-    void dataItemsAreKnownAfterSigningIn_data()
-    {
-        const auto row = rows<QByteArray, QString>("mechanism", "key");
-        row("user name", "userId", "UserId");
-        row("login", "loginIdentifier", "LoginId");
-        row("account", "kelAccountId", "KelAccountId");
-        row("address", "emailAddress", "EmailAddress");
-    }
-    void dataItemsAreKnownAfterSigningIn()
-    {
-        const auto [mechanism, key] = fetch<QByteArray, QString>("mechanism", "key");
-        QCOMPARE(process(mechanism.constData()).error, 604);
-        const Outcome signedIn = process("signIn");
-        QCOMPARE(signedIn.error, 0);
-        operations();
-        const Outcome outcome = process(mechanism.constData());
-        QCOMPARE(outcome.error, 0);
-        QCOMPARE(outcome.data, (QVariantMap{{key, signedIn.data.value(key)}}));
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(process(mechanism, guess).error, 614);
+        send(mechanism, guess);
+        QVERIFY(waitUntil([&] { return counted() == 4; }));
+        session()->cancel();
+        QCOMPARE(wait().error, int(SignOn::Error::SessionCanceled));
+        QCOMPARE(counted(), 4);
         QCOMPARE(operations(), QList<int>());
     }
 
-    void whatThePluginDoesNotDoItSays()
+    void aCancelledRequestEndsAtOnce()
     {
-        // Granted to the identity, and beyond this plugin.
-        QCOMPARE(process("signature").error, int(SignOn::Error::MechanismNotAvailable));
-        // Not granted: the daemon's own refusal.
-        QVERIFY(process("SIGNIN").error > 0);
-        QCOMPARE(process("initialise").error, 0);
+        QCOMPARE(process("signIn").error, 0);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(cancelOnceItHangs("signIn"));
+        QCOMPARE(wait().error, int(SignOn::Error::SessionCanceled));
+        // The next one is served at once: the plugin does not wait for the service any more.
+        QCOMPARE(process("privateMechanism_downloadProfile").error, 0);
+
+        QVERIFY(cancelOnceItHangs("privateMechanism_downloadProfile"));
+        QCOMPARE(wait().error, int(SignOn::Error::SessionCanceled));
+        const QVariant good = storedSession();
+        QVERIFY(expire() && cancelOnceItHangs("privateMechanism_ensureToken"));
+        QCOMPARE(wait().error, int(SignOn::Error::SessionCanceled));
+        QVERIFY(changeStoredSession(good));
+        QCOMPARE(process("token").error, 0);
+        QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void anEndedPluginIsReported()
+    {
+        QCOMPARE(process("signIn").error, 0);
+        QVERIFY(EmulatedService::orderFaults("hang"));
+        send("signIn");
+        QVERIFY(waitUntil([] { return EmulatedService::faultsLeft().isEmpty(); }));
+        QVERIFY(killPluginProcesses());
+        QVERIFY(wait().error > 0);
+        QVERIFY(startPluginAgain());
+        QCOMPARE(process("token").error, 0);
+        QCOMPARE(process("signIn").error, 0);
+    }
+
+private:
+    RegistrationInfoData registration() const
+    {
+        RegistrationInfoData data;
+        data.emailAddress = "new%1@example.org"_s.arg(mCount);
+        data.password = mPassword;
+        data.countryAsString = "FI"_s;
+        data.languageAsString = "fi"_s;
+        data.dateOfBirth = QDate(1980, 2, 29);
+        return data;
+    }
+
+    bool cancelOnceItHangs(const char* mechanism, const QVariantMap& data = {})
+    {
+        if (!EmulatedService::orderFaults("hang"))
+            return false;
+        send(mechanism, data);
+        if (!waitUntil([] { return EmulatedService::faultsLeft().isEmpty(); }))
+            return false;
+        session()->cancel();
+        return true;
     }
 };
 
