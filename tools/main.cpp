@@ -2,12 +2,12 @@
 #include "clientsettings.h"
 #include "commands.h"
 #include "doctorcommand.h"
+#include "logkeeper.h"
 #include "secretinput.h"
 #include "waitingnote.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QLoggingCategory>
 #include <QTimer>
 
 #include <memory>
@@ -51,6 +51,23 @@ QString callText(const ClientCommand& command, const CommandInput& input)
            QLatin1Char(')');
 }
 
+// Of a status that says where something went wrong, but not what. The library says that in its log.
+QString causeOf(int status)
+{
+    constexpr int mostShown = 3;
+    const QStringList complaints = takeComplaints();
+    switch (status) {
+    case KelAccount::ErrorAccountConfigurationIncomplete:
+    case KelAccount::ErrorAuthSessionInitializationFailed:
+    case KelAccount::ErrorStoreCredentialsFailed:
+    case KelAccount::ErrorFailedToConfigureAccount:
+    case KelAccount::ErrorFailedToEstablishZorAuthSession:
+        return complaints.mid(0, mostShown).join(QLatin1String("; "));
+    default:
+        return {};
+    }
+}
+
 int run(const ClientSettings& settings, const ClientCommand& command, const CommandInput& input)
 {
     KelAccount::KelAccounts accounts;
@@ -70,6 +87,7 @@ int run(const ClientSettings& settings, const ClientCommand& command, const Comm
         outcome.command = QString::fromStdString(command.line.name);
         outcome.call = callText(command, input);
         outcome.milliseconds = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        outcome.cause = causeOf(outcome.status);
         printOutcome(outcome, settings.format);
         int status = CommandLine::flushed(clientProgram().name);
         if (status == exitSuccess && (outcome.status != 0 || !outcome.failure.isEmpty()))
@@ -104,8 +122,7 @@ int main(int argc, char** argv)
     const auto application = makeApplication(argc, argv, line.command == "captcha");
     ClientSettings settings = ClientSettings::from(line);
     // The status says what happened; the log is for who looks into it.
-    if (!settings.verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("kelaccount.*=false"));
+    keepLog(settings.verbose);
     if (line.command == doctorCommand().name)
         return runDoctor(settings);
     const ClientCommand& command = *findCommand(line.command);

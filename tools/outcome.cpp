@@ -70,6 +70,8 @@ void printRows(const Outcome& outcome)
                    outcome.status);
     if (outcome.status != 0)
         rows.add(QStringLiteral("meaning"), KelAccount::statusText(outcome.status));
+    if (!outcome.cause.isEmpty())
+        rows.add(QStringLiteral("cause"), printable(outcome.cause));
     // Names, too, may come from the service.
     for (const auto& value : outcome.values)
         rows.add(printable(value.first), textOf(value.second));
@@ -122,6 +124,8 @@ void printAsLine(const Outcome& outcome)
     }
     if (!outcome.failure.isEmpty())
         values.append(QLatin1String("failed: ") + printable(outcome.failure));
+    if (!outcome.cause.isEmpty())
+        values.append(QLatin1String("cause: ") + printable(outcome.cause));
     const QString call = printable(outcome.call).leftJustified(callWidth) + QLatin1Char(' ');
     const QString status =
         (QString::number(outcome.status) + QLatin1Char(' ') + shortName(outcome.status))
@@ -152,6 +156,8 @@ void printAsJson(const Outcome& outcome)
     };
     if (!outcome.failure.isEmpty())
         object.insert(QStringLiteral("failed"), outcome.failure);
+    if (!outcome.cause.isEmpty())
+        object.insert(QStringLiteral("cause"), outcome.cause);
     std::fputs(QJsonDocument(object).toJson(QJsonDocument::Compact).append('\n').constData(),
                stdout);
 }

@@ -14,6 +14,7 @@ struct Outcome
     int status = 0;
     std::vector<std::pair<QString, QVariant>> values; ///< what the signal carried, by name
     QString failure = {}; ///< why the command failed although the status is 0
+    QString cause = {};   ///< why the status is what it is, where that is known
 
     QString command = {};
     QString call = {}; ///< the operation with its arguments

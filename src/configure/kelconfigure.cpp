@@ -108,8 +108,11 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
     mStore = std::make_unique<QObject>();
     mStoreGuard.start();
     whenSignOnDaemonIsLost(mStore.get(), [this] {
-        if (mIdentity) // its answer may not come
-            takeStoreBack();
+        if (!mIdentity)
+            return;
+        // Its answer may not come.
+        qCCritical(logConfigure, "The sign-on daemon went away while it stored credentials");
+        takeStoreBack();
     });
     const SignOn::IdentityInfo record = identityRecord(userName, password);
     withDaemon([this, record] {
@@ -216,8 +219,10 @@ void KelConfigure::onCredentialStoredSuccessfully(quint32 credentialsId)
     finishStore(true, credentialsId);
 }
 
-void KelConfigure::onCredentialStoreFailed(const SignOn::Error& /*error*/)
+void KelConfigure::onCredentialStoreFailed(const SignOn::Error& error)
 {
+    qCCritical(logConfigure, "The sign-on daemon did not store the credentials: sign-on error %d",
+               error.type());
     takeStoreBack();
 }
 

@@ -6,6 +6,7 @@
 #include "common/typename.h"
 #include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
+#include "signon/pluginerror.h"
 #include "signon/pluginversion.h"
 #include "signon/zorauthsessiondata.h"
 
@@ -150,8 +151,10 @@ bool KelAuthSessionInterface::waitForPlugin()
     mOpeningGuard.stop();
     mOpeningLoop = nullptr;
     // Still unanswered: every event loop was told to end, because the application does.
-    if (mCurrentRequest == InitialiseRequest)
+    if (mCurrentRequest == InitialiseRequest) {
+        qCCritical(logSignon, "The application ended its event loops while a session was opened");
         closeSession(ErrorAuthSessionInitializationFailed);
+    }
     return mSessionOpen != 0;
 }
 
@@ -401,12 +404,14 @@ void KelAuthSessionInterface::processPluginError(const SignOn::Error& error)
             sendInitialise();
             return;
         }
+        logSessionRefusal(error);
         mCurrentRequest = NoRequest;
         mInFlight.invalidate();
         closeSession(ErrorAuthSessionInitializationFailed);
         answer({InitialiseRequest, 0}, error.type(), SignOn::SessionData());
         return;
     }
+    logAccountError(error);
     // The next session starts from the top.
     if (saysPluginEnded(error.type()))
         mSessionOpen = 0;

@@ -159,12 +159,18 @@ private Q_SLOTS:
         QVERIFY(mSandbox.killDaemon());
         QVERIFY(QFile::rename(database, database + ".away"_s));
         QVERIFY(QDir().mkdir(database));
-        store();
+        QStringList said;
+        {
+            const MessageLog log;
+            store();
+            said = log.all().filter("did not store the credentials: sign-on error "_s);
+        }
         const QList<QVariantList> outcomes = mOutcomes;
         QVERIFY(mSandbox.killDaemon());
         QVERIFY(QDir().rmdir(database));
         QVERIFY(QFile::rename(database + ".away"_s, database));
         QCOMPARE(outcomes, QList<QVariantList>({{false, 0U}}));
+        QCOMPARE(said.size(), 1);
 
         QVERIFY(store() > 0);
     }

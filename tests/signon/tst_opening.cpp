@@ -128,7 +128,9 @@ private Q_SLOTS:
     void anErrorOfInitialiseClosesTheSession()
     {
         mSandbox.script({{initialise, PluginStep::Err, {}, 600}, {initialise, PluginStep::Answer}});
+        const MessageLog log;
         QVERIFY(!open());
+        QVERIFY(log.hasCritical("The sign-on plugin opens no session: sign-on error 600"));
         QVERIFY(!mInterface->sessionExists(mCredentials));
         QVERIFY(open());
         QVERIFY(mInterface->sessionExists(mCredentials));
@@ -137,6 +139,7 @@ private Q_SLOTS:
     void requestsBehindAFailedInitialiseAreAnswered()
     {
         mSandbox.script({{initialise, PluginStep::Err, {}, 600, 3 * whileOpening}});
+        const MessageLog log;
         later([this] {
             mInterface->token();
             mInterface->signIn();
@@ -145,6 +148,7 @@ private Q_SLOTS:
         QVERIFY(waitForAnswers(2));
         letPass(50);
         QCOMPARE(mAnswers, QStringList({"token 704"_s, "signIn 704"_s}));
+        QVERIFY(log.hasCritical("The sign-on plugin opens no session: sign-on error 600"));
         QCOMPARE(mSandbox.mechanisms(), QStringList(initialise));
     }
 
@@ -274,9 +278,12 @@ private Q_SLOTS:
         // all.
         QTimer::singleShot(0, this, [&] { opened = open(); });
         later([] { QCoreApplication::quit(); });
+        const MessageLog log;
         QElapsedTimer timer;
         timer.start();
         QCoreApplication::exec();
+        QVERIFY(
+            log.hasCritical("The application ended its event loops while a session was opened"));
         QVERIFY(timer.elapsed() < 5000);
         QVERIFY(!opened);
         QVERIFY(!mInterface->sessionExists(mCredentials));

@@ -114,6 +114,8 @@ Accounts::Manager* openForWriting(QObject* owner)
     // Without a database the framework hands out accounts that are good for nothing.
     if (manager->lastError().type() == Accounts::Error::NoError)
         return manager.release();
+    qCCritical(logConfigure, "The accounts database cannot be opened: accounts error %d",
+               manager->lastError().type());
     qCCritical(logConfigure, "Failed to get account manager instance");
     return nullptr;
 }
