@@ -2,13 +2,13 @@
 #include "emulator/run/command.h"
 
 #include "emulator/common/descriptor.h"
+#include "emulator/run/commandguard.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -79,22 +79,6 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
     return list;
 }
 
-/// The child's side. Only calls that are safe after a fork of a process with threads.
-[[noreturn]] void runChild(const char* program, char* const* words, char* const* environment,
-                           pid_t parent, const SignalGuard& signals, int report)
-{
-    int error = 0;
-    // The parent may have ended before it asked for that signal.
-    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || ::getppid() != parent)
-        ::_exit(Command::cannotStart);
-    ::sigaction(SIGPIPE, &signals.pipeActionBefore(), nullptr);
-    ::sigprocmask(SIG_SETMASK, &signals.maskBefore(), nullptr);
-    ::execve(program, words, environment);
-    error = errno;
-    [[maybe_unused]] const auto written = ::write(report, &error, sizeof error);
-    ::_exit(Command::cannotBeRun);
-}
-
 } // namespace
 
 SignalGuard::SignalGuard()
@@ -136,8 +120,9 @@ int Command::start(const std::vector<std::string>& words,
     const pid_t parent = ::getpid();
     mChild = ::fork();
     if (mChild == 0) {
-        runChild(program.c_str(), argumentList.data(), environmentList.data(), parent, signals,
-                 writing.number());
+        guardCommand({program.c_str(), argumentList.data(), environmentList.data(), signals,
+                      writing.number()},
+                     parent);
     }
     if (mChild < 0) {
         problem = std::string("cannot start a process: ") + std::strerror(errno);
@@ -164,10 +149,8 @@ int Command::wait(const SignalGuard& signals) const
     for (;;) {
         int status = 0;
         const pid_t ended = ::waitpid(mChild, &status, WNOHANG);
-        if (ended == mChild && WIFEXITED(status))
-            return WEXITSTATUS(status);
-        if (ended == mChild && WIFSIGNALED(status))
-            return 128 + WTERMSIG(status);
+        if (ended == mChild)
+            return shellStatus(status);
         if (ended < 0 && errno != EINTR)
             return cannotStart;
 

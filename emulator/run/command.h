@@ -35,7 +35,7 @@ private:
 };
 
 /// A command that this process starts, waits for and passes signals on to. It dies when this
-/// process dies.
+/// process dies, and what it has started with it.
 class Command
 {
 public:
@@ -52,7 +52,7 @@ public:
     int wait(const SignalGuard& signals) const;
 
 private:
-    pid_t mChild = -1;
+    pid_t mChild = -1; ///< the command's guard
 };
 
 /// Waits for a signal that asks this process to end. A `SignalGuard` must hold it back.
