@@ -141,10 +141,16 @@ void Emulator::startTagServer()
 
 void Emulator::serve(int descriptor, OpenConnections::Entry& entry)
 {
-    SSL_CTX* const context = mService->faults().takeWrongHost() ? mCertificates.otherHost.get()
-                                                                : mCertificates.serviceHosts.get();
+    FaultQueue& faults = mService->faults();
+    // A second certificate that is ordered is for the next connection: taking the first must not
+    // end this one, in which nothing was asked yet.
+    entry.setBusy(true);
+    SSL_CTX* const context =
+        faults.takeWrongHost() ? mCertificates.otherHost.get() : mCertificates.serviceHosts.get();
     TlsStream stream(descriptor, context);
-    if (!stream.accept())
+    const bool accepted = stream.accept();
+    entry.setBusy(false);
+    if (!accepted || faults.wrongHostIsNext())
         return;
     Connection connection(*mService, stream, [&entry](bool busy) { entry.setBusy(busy); });
     connection.run();

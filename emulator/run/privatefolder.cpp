@@ -9,13 +9,18 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace KelEmulator {
 
 namespace {
+
+constexpr std::string_view folderName = "/kelaccount-emulator-XXXXXX";
 
 /// When this process was killed, those who ended with it may still be writing into the folder.
 void removeFolder(const std::string& path)
@@ -48,6 +53,19 @@ void removeFolder(const std::string& path)
     ::_exit(0);
 }
 
+/// Where to make the folder. The session's sockets lie in it, and a socket's address has room for
+/// few bytes: a place whose name is too long for them is only taken where there is no other.
+std::vector<std::string> places()
+{
+    constexpr std::string_view inside = "/kelsession-XXXXXX/runtime/signond/socket";
+    constexpr size_t room = sizeof(sockaddr_un::sun_path) - 1 - inside.size() - folderName.size();
+    const char* const variable = std::getenv("TMPDIR");
+    const std::string temporary = variable && *variable == '/' ? variable : "/tmp";
+    if (temporary.size() <= room)
+        return {temporary};
+    return {"/tmp", temporary};
+}
+
 } // namespace
 
 PrivateFolder::PrivateFolder(std::string path, Descriptor lifeline, pid_t sweeper)
@@ -57,9 +75,6 @@ PrivateFolder::PrivateFolder(std::string path, Descriptor lifeline, pid_t sweepe
 
 std::unique_ptr<PrivateFolder> PrivateFolder::make(std::string& problem)
 {
-    const char* const temporary = std::getenv("TMPDIR");
-    std::string path = temporary && *temporary == '/' ? temporary : "/tmp";
-    path += "/kelaccount-emulator-XXXXXX";
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         problem = std::string("cannot make a pipe: ") + std::strerror(errno);
@@ -67,7 +82,15 @@ std::unique_ptr<PrivateFolder> PrivateFolder::make(std::string& problem)
     }
     Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
-    if (!::mkdtemp(path.data())) {
+    std::string path;
+    bool made = false;
+    for (const std::string& place : places()) {
+        path = place + std::string(folderName);
+        made = ::mkdtemp(path.data()) != nullptr;
+        if (made)
+            break;
+    }
+    if (!made) {
         problem = "cannot make a folder " + path + ": " + std::strerror(errno);
         return nullptr;
     }

@@ -29,6 +29,11 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
     mServer.set_keep_alive_timeout(1);
     mServer.set_read_timeout(2);
     mServer.set_tcp_nodelay(true);
+    // Left alone, the library shares the port with whoever else wants to, another emulator for one.
+    mServer.set_socket_options([](int socket) {
+        const int on = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    });
     mServer.set_pre_routing_handler(
         [this](const httplib::Request& request, httplib::Response& response) {
             if (isForUs(request))

@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <httplib.h>
 #include <netinet/tcp.h>
@@ -72,6 +73,28 @@ bool sendAll(int descriptor, std::string_view text)
         text.remove_prefix(static_cast<size_t>(sent));
     }
     return true;
+}
+
+/// Ends our side, and reads what the client still sends. A socket that is closed with bytes unread
+/// is reset, and the client may lose an answer over that which it has not read yet.
+void lingerUntilClientEnds(int descriptor)
+{
+    constexpr int longestMs = 2000;
+    constexpr std::uint64_t mostBytes = 64 * 1024 * 1024;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(longestMs);
+    ::shutdown(descriptor, SHUT_WR);
+    std::array<char, 65536> bytes;
+    for (std::uint64_t sum = 0; sum < mostBytes;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd entry{descriptor, POLLIN, 0};
+        if (left.count() <= 0 || poll(&entry, 1, static_cast<int>(left.count())) <= 0)
+            return;
+        const ssize_t got = ::recv(descriptor, bytes.data(), bytes.size(), 0);
+        if (got <= 0)
+            return;
+        sum += static_cast<std::uint64_t>(got);
+    }
 }
 
 /// Reads the CONNECT request and answers it. True when the tunnel stands.
@@ -228,6 +251,7 @@ void Proxy::handle(Client& client)
     prepareClient(client.descriptor.number());
     if (openTunnel(client.descriptor.number()))
         mServe(client.descriptor.number(), client.entry);
+    lingerUntilClientEnds(client.descriptor.number());
 }
 
 } // namespace KelEmulator

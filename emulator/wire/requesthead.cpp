@@ -29,6 +29,19 @@ std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
+/// Whether a comma-separated list has the option.
+bool hasOption(std::string_view list, std::string_view option)
+{
+    for (size_t comma = 0; comma != std::string_view::npos; list.remove_prefix(comma + 1)) {
+        comma = list.find(',');
+        if (isSame(trimmed(list.substr(0, comma)), option))
+            return true;
+        if (comma == std::string_view::npos)
+            break;
+    }
+    return false;
+}
+
 /// The next line without its end, taken off `rest`.
 std::string_view takeLine(std::string_view& rest)
 {
@@ -134,8 +147,8 @@ bool RequestHead::wantsLeave() const
 
 bool RequestHead::keepsConnection() const
 {
-    const std::string connection = header("Connection");
-    return mIsOld ? isSame(connection, "keep-alive") : !isSame(connection, "close");
+    const std::string options = header("Connection");
+    return !hasOption(options, "close") && (!mIsOld || hasOption(options, "keep-alive"));
 }
 
 } // namespace KelEmulator
