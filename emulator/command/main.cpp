@@ -30,6 +30,13 @@ std::string environmentText(const std::vector<EnvironmentChange>& changes)
     return text;
 }
 
+/// The last lines of "serve": by then everything is there.
+std::string readyText()
+{
+    return "export KELACCOUNT_EMULATOR_PID='" + std::to_string(::getpid()) +
+           "'\n# kelaccount-emulator is ready\n";
+}
+
 int runOrServe(const Options& options)
 {
     const SignalGuard signals;
@@ -40,10 +47,13 @@ int runOrServe(const Options& options)
         return Command::cannotStart;
     }
     if (options.mode == Options::Mode::Serve) {
-        const int status =
-            CommandLine::printed(emulatorProgram(), environmentText(emulator->environment()));
-        if (status == 0)
+        const int status = CommandLine::printed(
+            emulatorProgram(), environmentText(emulator->environment()) + readyText());
+        if (status == 0) {
+            // Whoever reads until the end has read it all: eval "$(kelaccount-emulator serve &)".
+            leaveStandardOutput();
             waitForEnd();
+        }
         return status;
     }
     Command command;

@@ -14,3 +14,13 @@ inline void openMissingStandardStreams()
             ::open("/dev/null", O_RDWR); // NOLINT: inherited, as a standard stream is
     }
 }
+
+/// What was written there ends for its reader, and nothing more can be.
+inline void leaveStandardOutput()
+{
+    const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nothing >= 0) {
+        ::dup2(nothing, STDOUT_FILENO);
+        ::close(nothing);
+    }
+}
