@@ -187,6 +187,15 @@ std::vector<CommandLine::Option> registrationOptions()
     };
 }
 
+std::vector<Field> accountFields()
+{
+    return {{"IdentityId", Field::Type::Number, false},
+            {"AccountId", Field::Type::Text, false},
+            {"LoginId", Field::Type::Text, false},
+            {"UserId", Field::Type::Text, false},
+            {"EmailAddress", Field::Type::Text, false}};
+}
+
 std::vector<ClientCommand> setUpCommands()
 {
     return {
@@ -198,7 +207,7 @@ std::vector<ClientCommand> setUpCommands()
          {{"password"}},
          "signInAndConfigure",
          true,
-         {{"*"}},
+         accountFields(),
          signIn},
         {{"register",
           {},
@@ -208,7 +217,7 @@ std::vector<ClientCommand> setUpCommands()
          {{"password"}, {"answer", "--question"}},
          "registerAccount",
          true,
-         {{"*"}},
+         accountFields(),
          registerAccount},
         {{"sign-out", {}, {}, "take token, credentials and account off the device", "sign-out"},
          {},

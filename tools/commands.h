@@ -43,7 +43,7 @@ struct Secret
 struct Field
 {
     std::string name; ///< "*": the service names them
-    enum class Type { Text, Number, YesNo, Texts } type = Type::Text;
+    enum class Type { Text, Number, YesNo, Texts, TextsByName } type = Type::Text;
     bool always = true; ///< false: with some answers only
 };
 

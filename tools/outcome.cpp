@@ -7,6 +7,7 @@
 
 #include <kelaccount/statustext.h>
 
+#include <QDate>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -137,13 +138,21 @@ void printAsLine(const Outcome& outcome)
               valuesBehind(call + status + time, values, width == 0 ? usualWidth : width));
 }
 
+// What is not known is an empty text, whatever it would be.
+QJsonValue jsonOf(const QVariant& value)
+{
+    if (value.type() == QVariant::Date)
+        return value.toDate().toString(Qt::ISODate);
+    return value.isValid() ? QJsonValue::fromVariant(value) : QJsonValue(QString());
+}
+
 // docs/client.md says what holds for every version of it.
 void printAsJson(const Outcome& outcome)
 {
     constexpr int schema = 1;
     QJsonObject values;
     for (const auto& value : outcome.values)
-        values.insert(value.first, QJsonValue::fromVariant(value.second));
+        values.insert(value.first, jsonOf(value.second));
     QJsonObject object = {
         {QStringLiteral("schema"), schema},
         {QStringLiteral("command"), outcome.command},

@@ -22,6 +22,8 @@ std::string typeName(Field::Type type)
         return "true or false";
     case Field::Type::Texts:
         return "texts";
+    case Field::Type::TextsByName:
+        return "texts by name";
     }
     return {};
 }
