@@ -3,31 +3,7 @@
 
 #include "operations/readers.h"
 #include "operations/wiredata.h"
-#include "rest/operations/changepasswordrequest.h"
-#include "rest/operations/consentqueryvariantrequest.h"
-#include "rest/operations/deletetokenrequest.h"
-#include "rest/operations/downloadprofilerequest.h"
-#include "rest/operations/refreshtokenrequest.h"
-#include "rest/operations/registeraccountrequest.h"
-#include "rest/operations/resetpasswordrequest.h"
-#include "rest/operations/retrievecaptchaimagerequest.h"
-#include "rest/operations/retrievecontactsinforequest.h"
-#include "rest/operations/retrieveemailidavailabilityrequest.h"
-#include "rest/operations/retrievemarketingconsentinforequest.h"
-#include "rest/operations/retrievepreaccountinforequest.h"
-#include "rest/operations/retrievesecurityquestionlistrequest.h"
-#include "rest/operations/retrievesecurityquestionrequest.h"
-#include "rest/operations/retrievetermsacceptancerequest.h"
-#include "rest/operations/retrieveusernameavailabilityrequest.h"
-#include "rest/operations/sendresetmessagerequest.h"
-#include "rest/operations/setusernamerequest.h"
-#include "rest/operations/signinrequest.h"
-#include "rest/operations/updatecontactsinforequest.h"
-#include "rest/operations/updatedeviceinforequest.h"
-#include "rest/operations/updatemarketingconsentinforequest.h"
-#include "rest/operations/updateprofilerequest.h"
-#include "rest/operations/updatesecurityquestion.h"
-#include "rest/operations/updatetermsacceptancerequest.h"
+#include "rest/operations/all.h"
 #include "rest/request/msgcreator.h"
 #include "support/literals.h"
 
@@ -62,9 +38,10 @@ Send sendOf(NetRequestType type, const char* creationFailure,
 }
 
 // An operation's constructor and its send operation have the same arguments.
-template <class Request, class Send, class... Fields>
-Operation row(NetRequestType type, const char* creationFailure, Send send, Fields... fields)
+template <NetRequestType type, class Send, class... Fields>
+Operation row(const char* creationFailure, Send send, Fields... fields)
 {
+    using Request = typename Description<type>::Request;
     Operation operation(factsOf(type));
     operation.make = [=](ISignatureProvider& provider, const QString& base, const V& v) {
         return std::make_unique<Request>(provider, v.*fields..., consumerKey, base, type);
@@ -100,9 +77,9 @@ Operation registration()
                             QByteArray const&, QString const&, QString const&);
     using HandedOut = int (H::*)(ISignatureProvider&, RegistrationInfoData const&, QString const&,
                                  QByteArray const&, QString const&, QString const&, OAuthRequest**);
-    Operation operation = row<RegisterAccountRequest>(
-        RegisterAccount, failure, static_cast<Kept>(&H::sendRegisterAccountRequest),
-        &V::registration, &V::captchaId, &V::serviceTag);
+    Operation operation =
+        row<RegisterAccount>(failure, static_cast<Kept>(&H::sendRegisterAccountRequest),
+                             &V::registration, &V::captchaId, &V::serviceTag);
     operation.sends.append(sendOf(RegisterAccount, failure,
                                   static_cast<HandedOut>(&H::sendRegisterAccountRequest),
                                   &V::registration, &V::captchaId, &V::serviceTag));
@@ -119,49 +96,44 @@ QVector<Operation> withoutAccount()
 {
     const QStringList noPicture = readers::captchaLines({}, QSize(0, 0));
     return {
-        row<SignInRequest>(SignIn, "SignInRequest object creation failed", &H::sendSignInRequest,
-                           &V::userName, &V::password)
+        row<SignIn>("SignInRequest object creation failed", &H::sendSignInRequest, &V::userName,
+                    &V::password)
             .says([](const V& v) {
                 return MsgCreator::xmlTokenCreation(v.userName, v.password, timeStamp);
             })
             .read("signin/everything", expected("signin/everything"), expected("signin/nothing"))
             .refused(code("accountLocked"), 510),
-        row<RefreshTokenRequest>(RefreshToken, "Token request object creation failed",
-                                 &H::sendTokenRefreshRequest)
+        row<RefreshToken>("Token request object creation failed", &H::sendTokenRefreshRequest)
             .read("tokenrefresh/token-only", expected("tokenrefresh/token-only"),
                   expected("signin/nothing"))
             .refused(code("invalidAccessToken"), 500),
-        row<RetrieveUserNameAvailabilityRequest>(RetrieveUserNameAvailability,
-                                                 "Retreive Username request object creation failed",
-                                                 &H::sendisUserIdAvailRequest, &V::userName)
+        row<RetrieveUserNameAvailability>("Retreive Username request object creation failed",
+                                          &H::sendisUserIdAvailRequest, &V::userName)
             .read("usernameavailability/none", {"available: yes"_s}, {"available: no"_s})
             .refused(code("operationFailed"), 508),
-        row<RetrieveCaptchaImageRequest>(RetrieveCaptchaImage,
-                                         "Retreive Captcha request object creation failed",
-                                         &H::sendRetrieveCaptchaImageRequest, &V::width, &V::height)
+        row<RetrieveCaptchaImage>("Retreive Captcha request object creation failed",
+                                  &H::sendRetrieveCaptchaImageRequest, &V::width, &V::height)
             .says([](const V& v) { return MsgCreator::xmlCaptchaCreation(v.width, v.height); })
             .read("captcha/no-picture", noPicture, noPicture)
             .refused(code("generalError"), 505),
         registration(),
-        row<RetrieveSecurityQuestionListRequest>(RetrieveSecurityQuestionList,
-                                                 "Security question request object creation failed",
-                                                 &H::sendRetrieveSecQueListRequest, &V::language)
+        row<RetrieveSecurityQuestionList>("Security question request object creation failed",
+                                          &H::sendRetrieveSecQueListRequest, &V::language)
             .read("securityquestions/three-questions",
                   expected("securityquestions/three-questions"))
             .refused(code("illegalRequestMethod"), 501),
         // The same words as for a registration: intended.
-        row<RetrievePreAccountInfoRequest>(RetrievePreAccountInfo,
-                                           "Register account request object creation failed",
-                                           &H::senddetectPreAccountRequest)
+        row<RetrievePreAccountInfo>("Register account request object creation failed",
+                                    &H::senddetectPreAccountRequest)
             .says([](const V& v) {
                 return MsgCreator::xmlDetectPreAccount(v.device.imei, v.device.mcc, v.device.mnc,
                                                        v.device.hashedMsin);
             })
             .read("preaccount/known", expected("preaccount/known"), expected("preaccount/nothing"))
             .refused(code("resourceNotFound"), 507),
-        row<RetrieveTermsOfServiceRequest>(
-            RetrieveTermsOfService, "TOS request object creation failed",
-            &H::sendretrieveTOSRequest, &V::serviceId, &V::language, &V::country, &V::format)
+        row<RetrieveTermsOfService>("TOS request object creation failed",
+                                    &H::sendretrieveTOSRequest, &V::serviceId, &V::language,
+                                    &V::country, &V::format)
             .read("termsurls/everything", expected("termsurls/everything"))
             .refused(code("invalidUrl"), 503),
     };
@@ -171,27 +143,25 @@ QVector<Operation> withoutAccount()
 QVector<Operation> aboutPasswordsAndAvailability()
 {
     return {
-        row<DeleteTokenRequest>(DeleteToken, "Token delete object creation failed",
-                                &H::sendDeleteTokenRequest)
+        row<DeleteToken>("Token delete object creation failed", &H::sendDeleteTokenRequest)
             .refused(code("notAuthorized"), 504),
-        row<SendResetMessageRequest>(
-            SendResetMessage, "SendResetMessageRequest object creation failed",
-            &H::sendresetPasswordRequest, &V::userId, &V::captchaId, &V::captchaText,
-            &V::sendMessage, &V::messageBody, &V::serviceTag)
+        row<SendResetMessage>("SendResetMessageRequest object creation failed",
+                              &H::sendresetPasswordRequest, &V::userId, &V::captchaId,
+                              &V::captchaText, &V::sendMessage, &V::messageBody, &V::serviceTag)
             .says([](const V& v) {
                 return MsgCreator::xmlSimpleResetMessage(v.captchaId, v.captchaText, v.sendMessage,
                                                          v.messageBody, QString(), v.serviceTag);
             })
             .refused(detailed("captchaError", "invalidCaptcha"), 517),
-        row<RetrieveEmailIdAvailabilityRequest>(
-            RetrieveEmailIdAvailability, "Email Avail object creation failed",
-            &H::sendisEmailAddAvailableRequest, &V::emailAddress, &V::serviceTag)
+        row<RetrieveEmailIdAvailability>("Email Avail object creation failed",
+                                         &H::sendisEmailAddAvailableRequest, &V::emailAddress,
+                                         &V::serviceTag)
             .says([](const V& v) {
                 return MsgCreator::xmlEmailAvailability(v.emailAddress, v.serviceTag);
             })
             .refused(code("operationFailed"), 508),
-        row<ConsentQueryVariantRequest>(QueryConsentVariant, "Consent query object creation failed",
-                                        &H::sendQueryMarketingRequest)
+        row<QueryConsentVariant>("Consent query object creation failed",
+                                 &H::sendQueryMarketingRequest)
             .says([](const V& v) {
                 return MsgCreator::xmlConsentQueryVariant(QString(), v.device.imei, v.device.mcc,
                                                           v.device.mnc,
@@ -200,18 +170,18 @@ QVector<Operation> aboutPasswordsAndAvailability()
             .read("consentvariant/pre-ticked", expected("consentvariant/pre-ticked"),
                   expected("consentvariant/unknown"))
             .refused(code("unknownContentType"), 502),
-        row<ResetPasswordRequest>(ResetPassword, "resetPasswordRequest object creation failed",
-                                  &H::sendResetPasswordRequest, &V::userId, &V::securityToken,
-                                  &V::newPassword, &V::securityAnswer, &V::language)
+        row<ResetPassword>("resetPasswordRequest object creation failed",
+                           &H::sendResetPasswordRequest, &V::userId, &V::securityToken,
+                           &V::newPassword, &V::securityAnswer, &V::language)
             .says([](const V& v) {
                 return MsgCreator::xmlChangePasswordRequest(v.securityToken, v.newPassword,
                                                             v.securityAnswer);
             })
             .read("<?xml version=\"1.0\"?><simplifiedChangePasswordResponse/>", {})
             .refused(code("attributeSyntaxError"), 522),
-        row<RetrieveSecurityQuestionRequest>(
-            RetrieveSecurityQuestion, "retrieveSecurityQuestionRequest object creation failed",
-            &H::sendRetrieveSecurityQuestionRequest, &V::userId, &V::language)
+        row<RetrieveSecurityQuestion>("retrieveSecurityQuestionRequest object creation failed",
+                                      &H::sendRetrieveSecurityQuestionRequest, &V::userId,
+                                      &V::language)
             .read("securityquestion/of-a-user", expected("securityquestion/of-a-user"),
                   expected("securityquestion/nothing"))
             .refused(detailed("x", "userNotFound"), 519),
@@ -222,29 +192,26 @@ QVector<Operation> aboutPasswordsAndAvailability()
 QVector<Operation> withoutARecord()
 {
     return {
-        row<ChangePasswordRequest>(ChangePassword, "changePasswordRequest object creation failed",
-                                   &H::sendChangePasswordRequest, &V::accountId, &V::newPassword)
+        row<ChangePassword>("changePasswordRequest object creation failed",
+                            &H::sendChangePasswordRequest, &V::accountId, &V::newPassword)
             .says([](const V& v) { return MsgCreator::xmlChangePassword(v.newPassword); })
             .read("usernameupdate/new-name", {})
             .refused("<profileUpdateError><attributeSyntaxError/></profileUpdateError>"_s, 522),
-        row<RetrieveMarketingConsentInfoRequest>(
-            RetrieveMarketingConsentInfo, "retrieveMarketingConsentRequest object creation failed",
-            &H::sendRetrieveMarketingConsentRequest, &V::accountId)
+        row<RetrieveMarketingConsentInfo>("retrieveMarketingConsentRequest object creation failed",
+                                          &H::sendRetrieveMarketingConsentRequest, &V::accountId)
             .read("marketingconsent/mobile-only", {})
             .refused(code("notAuthorized"), 504),
-        row<UpdateMarketingConsentInfoRequest>(
-            UpdateMarketingConsentInfo, "updateMarketingConsentRequest object creation failed",
-            &H::sendUpdateMarketingConsentRequest, &V::consent, &V::accountId)
+        row<UpdateMarketingConsentInfo>("updateMarketingConsentRequest object creation failed",
+                                        &H::sendUpdateMarketingConsentRequest, &V::consent,
+                                        &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlUpdateMarketingConsent(v.consent); })
             .refused(code("notAuthorized"), 504),
-        row<RetrieveContactsInfoRequest>(RetrieveContactsInfo,
-                                         "retrieveContactsInfoRequest object creation failed",
-                                         &H::sendRetrieveContactsInfoRequest, &V::accountId)
+        row<RetrieveContactsInfo>("retrieveContactsInfoRequest object creation failed",
+                                  &H::sendRetrieveContactsInfoRequest, &V::accountId)
             .read("contactsupdate/three-contacts", {})
             .refused(code("notAuthorized"), 504),
-        row<UpdateContactsInfoRequest>(
-            UpdateContactsInfo, "updateContactsInfoRequest object creation failed",
-            &H::sendUpdateContactsInfoRequest, &V::contacts, &V::accountId)
+        row<UpdateContactsInfo>("updateContactsInfoRequest object creation failed",
+                                &H::sendUpdateContactsInfoRequest, &V::contacts, &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlContactsInfoUpdate(v.contacts); })
             .read("contactsupdate/three-contacts", {})
             .refused("<contactUpdateError/>"_s, 511),
@@ -259,43 +226,41 @@ QVector<Operation> withAccount()
     const QString illegal = "<profileUpdateError><illegalUpdate>answer"
                             "</illegalUpdate></profileUpdateError>"_s;
     return {
-        row<RetrieveTermsAcceptanceRequest>(
-            RetrieveTermsAcceptance, "retrieveTermsAcceptanceRequest object creation failed",
-            &H::sendRetrieveTermsAcceptanceRequest, &V::termsId, &V::language)
+        row<RetrieveTermsAcceptance>("retrieveTermsAcceptanceRequest object creation failed",
+                                     &H::sendRetrieveTermsAcceptanceRequest, &V::termsId,
+                                     &V::language)
             .read("termsacceptance/mixed", expected("termsacceptance/mixed"), noTerms)
             .refused(code("invalidMessageFormat"), 506),
-        row<UpdateTermsAcceptanceRequest>(
-            UpdateTermsAcceptance, "updateTermsAcceptanceRequest object creation failed",
-            &H::sendUpdateTermsAcceptanceRequest, &V::acceptance, &V::termsId)
+        row<UpdateTermsAcceptance>("updateTermsAcceptanceRequest object creation failed",
+                                   &H::sendUpdateTermsAcceptanceRequest, &V::acceptance,
+                                   &V::termsId)
             .says([](const V& v) { return MsgCreator::xmlTermsAcceptance(v.acceptance); })
             .refused(code("userPreregistered"), 509),
-        row<DownloadProfileRequest>(DownloadProfile,
-                                    "downloadProfileRequest object creation failed",
-                                    &H::sendDownloadProfileRequest, &V::accountId)
+        row<DownloadProfile>("downloadProfileRequest object creation failed",
+                             &H::sendDownloadProfileRequest, &V::accountId)
             .read("profiledownload/everything", expected("profiledownload/everything"),
                   expected("profiledownload/nothing"))
             .refused(code("invalidAccessToken"), 500),
-        row<UpdateProfileRequest>(UpdateProfile, "updateProfileRequest object creation failed",
-                                  &H::sendUpdateProfileRequest, &V::profile, &V::accountId)
+        row<UpdateProfile>("updateProfileRequest object creation failed",
+                           &H::sendUpdateProfileRequest, &V::profile, &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlUpdateProfile(v.profile); })
             .read("usernameupdate/new-name", {})
             .refused("<profileUpdateError><illegalUpdate/></profileUpdateError>"_s, 526),
         // The same words as for the profile: intended.
-        row<UpdateSecurityQuestion>(
-            UpdateSecurityQuestionType, "updateProfileRequest object creation failed",
-            &H::sendUpdateSecurityQuestionRequest, &V::profile, &V::accountId)
+        row<UpdateSecurityQuestionType>("updateProfileRequest object creation failed",
+                                        &H::sendUpdateSecurityQuestionRequest, &V::profile,
+                                        &V::accountId)
             .says([](const V& v) { return MsgCreator::xmlUpdateSecurityQuestion(v.profile); })
             .read("usernameupdate/new-name", {})
             .refused(illegal, 526),
-        row<SetUserNameRequest>(SetUserName, "setUsrNameRequest object creation failed",
-                                &H::sendSetUserNameRequest, &V::accountId, &V::newUserName)
+        row<SetUserName>("setUsrNameRequest object creation failed", &H::sendSetUserNameRequest,
+                         &V::accountId, &V::newUserName)
             .says([](const V& v) { return MsgCreator::xmlUpdateUserName(v.newUserName); })
             .read("usernameupdate/new-name", expected("usernameupdate/new-name"),
                   expected("profiledownload/nothing"))
             .refused(code("usernameReserved"), 512),
-        row<UpdateDeviceInfoRequest>(UpdateDeviceInfo,
-                                     "SendUpdateDeviceInfoRequest object creation failed",
-                                     &H::sendUpdateDeviceInfoRequest, &V::accountId)
+        row<UpdateDeviceInfo>("SendUpdateDeviceInfoRequest object creation failed",
+                              &H::sendUpdateDeviceInfoRequest, &V::accountId)
             .says([](const V& v) {
                 return MsgCreator::xmlUpdateDeviceInfo(QString(), v.device.imei, v.device.mcc,
                                                        v.device.mnc, v.device.hashedMsin);
