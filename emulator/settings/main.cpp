@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Stands in for the device's settings application: shows the accounts that the accounts database
 // holds, and takes one off the device together with its credentials, which is how a user signs out.
+#include "tools/commandline/reader.h"
+
 #include <Accounts/Account>
 #include <Accounts/Manager>
 #include <Accounts/Service>
@@ -19,7 +21,7 @@
 
 namespace {
 
-enum ExitStatus { exitSuccess = 0, exitFailure = 1, exitMisuse = 2 };
+enum ExitStatus { exitSuccess = 0, exitFailure = 1 };
 
 constexpr int daemonTimeoutMs = 10000;
 
@@ -128,35 +130,49 @@ int removeAccount(Accounts::Manager& manager, const QString& number)
     return exitSuccess;
 }
 
-int usage(FILE* out)
+const CommandLine::Program& settingsProgram()
 {
-    std::fputs("usage: kelaccount-settings show\n"
-               "       kelaccount-settings remove ACCOUNT\n"
-               "\n"
-               "Shows the accounts of this device with their settings, or takes the account with\n"
-               "that number off it, and its credentials. Runs in the emulator's session, see\n"
-               "kelaccount-emulator --help.\n",
-               out);
-    return out == stdout ? exitSuccess : exitMisuse;
+    using CommandLine::Completion;
+    static const CommandLine::Program program = {
+        "kelaccount-settings",
+        KELACCOUNT_VERSION,
+        "stand in for the device's settings application",
+        "Shows the accounts of this device with their settings, or takes one off it. Runs in the "
+        "emulator's session, see kelaccount-emulator(1).",
+        {},
+        {},
+        {{"show", {}, {}, "show the accounts with their settings", "show"},
+         {"remove",
+          {{{"ACCOUNT"}, "its number, as show has it"}},
+          {},
+          "take an account off the device, and its credentials",
+          "remove 1"},
+         {"help",
+          {{{"COMMAND", nullptr, Completion::Choices, {"show", "remove"}},
+            "the command to tell about",
+            true}},
+          {},
+          "say what a command does and takes",
+          "help remove"}},
+        {{"Exit status",
+          {{"0", "done"},
+           {"1", "it failed, or this is not the emulator's session"},
+           {"2", "misuse"},
+           {"4", "the output cannot be written"}}}},
+        {},
+        {"kelaccount-emulator", "kelaccount"},
+    };
+    return program;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    CommandLine::Line line;
+    if (const auto status = CommandLine::answer(settingsProgram(), argc, argv, line))
+        return *status;
     const QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments().mid(1);
-    const QString command = arguments.value(0);
-    if (command == QLatin1String("--help"))
-        return usage(stdout);
-    if (command == QLatin1String("--version")) {
-        say(QStringLiteral("kelaccount-settings " KELACCOUNT_VERSION));
-        return exitSuccess;
-    }
-    const bool shows = command == QLatin1String("show") && arguments.size() == 1;
-    const bool removes = command == QLatin1String("remove") && arguments.size() == 2;
-    if (!shows && !removes)
-        return usage(stderr);
     // On a developer's own desktop "remove" would take a real account away.
     if (!qEnvironmentVariableIsSet("KELACCOUNT_EMULATOR_ADMIN"))
         return fail(QStringLiteral("this is not the emulator's session; start it in "
@@ -164,5 +180,9 @@ int main(int argc, char** argv)
     Accounts::Manager manager;
     if (manager.lastError().type() != Accounts::Error::NoError)
         return fail(QStringLiteral("the accounts database cannot be opened"));
-    return shows ? showAccounts(manager) : removeAccount(manager, arguments.at(1));
+    const int status = line.command == "show"
+                           ? showAccounts(manager)
+                           : removeAccount(manager, QString::fromStdString(line.arguments.front()));
+    const int written = CommandLine::flushed(settingsProgram().name);
+    return status != exitSuccess ? status : written;
 }

@@ -136,19 +136,23 @@ private Q_SLOTS:
 
     void misuseIsExplained_data()
     {
-        const auto row = rows<QStringList>("arguments");
-        row("nothing", {});
-        row("unknown", QStringList{"list"_s});
-        row("remove what?", QStringList{"remove"_s});
-        row("too many", QStringList{"show"_s, "1"_s});
+        const auto row = rows<QStringList, QByteArray>("arguments", "problem");
+        row("nothing", {}, "no command given; kelaccount-settings --help lists them"_ba);
+        row("unknown", QStringList{"list"_s}, "unknown command 'list'"_ba);
+        row("mistyped", QStringList{"remov"_s}, "did you mean remove?"_ba);
+        row("remove what?", QStringList{"remove"_s},
+            "usage: kelaccount-settings remove ACCOUNT"_ba);
+        row("too many", QStringList{"show"_s, "1"_s}, "usage: kelaccount-settings show"_ba);
     }
     void misuseIsExplained()
     {
         QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, problem);
         const Run run = settings(arguments);
         QCOMPARE(run.status, 2);
         QCOMPARE(run.output, QByteArray());
-        QVERIFY(run.errors.startsWith("usage: kelaccount-settings show\n"));
+        QVERIFY2(run.errors.startsWith("kelaccount-settings: "), run.errors.constData());
+        QVERIFY2(run.errors.contains(problem), run.errors.constData());
     }
 
     void outsideTheEmulatorNothingIsTouched()
