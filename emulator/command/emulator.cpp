@@ -53,7 +53,8 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
 {
     std::unique_ptr<Emulator> emulator(new Emulator);
     emulator->mFolder = PrivateFolder::make(problem);
-    const bool good = emulator->mFolder && makeCertificates(emulator->mCertificates, problem) &&
+    const bool good = emulator->mFolder &&
+                      makeCertificates(emulator->mCertificates, options.certificateDays, problem) &&
                       emulator->startServers(options, problem) &&
                       emulator->makeEnvironment(problem) &&
                       (!options.session || emulator->startSession(options, problem));

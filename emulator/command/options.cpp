@@ -23,11 +23,11 @@ bool readSecretFile(const std::string& file, std::string& secret)
     return true;
 }
 
-int readPort(const CommandLine::Line& line, const std::string& option)
+int readNumber(const CommandLine::Line& line, const std::string& option, int otherwise)
 {
-    std::int64_t port = 0;
-    CommandLine::readNumber(line.value(option), 0, 65535, port);
-    return static_cast<int>(port);
+    std::int64_t number = otherwise;
+    CommandLine::readNumber(line.value(option), 0, 65535, number);
+    return static_cast<int>(number);
 }
 
 void takeService(const CommandLine::Line& line, Options& options)
@@ -41,8 +41,9 @@ void takeService(const CommandLine::Line& line, Options& options)
         options.reserved.emplace_back("admin");
     }
     CommandLine::readNumber(line.value("--clock-skew"), -tenYears, tenYears, options.clockSkew);
-    options.proxyPort = readPort(line, "--proxy-port");
-    options.adminPort = readPort(line, "--admin-port");
+    options.certificateDays = readNumber(line, "--certificate-days", options.certificateDays);
+    options.proxyPort = readNumber(line, "--proxy-port", options.proxyPort);
+    options.adminPort = readNumber(line, "--admin-port", options.adminPort);
     options.refuse = line.has("--refuse");
     options.verbose = line.has("--verbose");
     options.session = !line.has("--no-session");

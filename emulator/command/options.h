@@ -30,6 +30,7 @@ struct Options
     std::string inboxOf; ///< with Inbox: whose, empty for everybody's
     std::vector<Fault> faults;
     std::int64_t clockSkew = 0;
+    int certificateDays = 30;
     int proxyPort = 0; ///< 0: any free one
     int adminPort = 0;
     bool session = true;

@@ -75,6 +75,9 @@ std::vector<Option> serviceOptions()
         {"--clock-skew",
          {"SECONDS", CommandLine::number<-315360000, 315360000>},
          "move the service's clock"},
+        {"--certificate-days",
+         {"DAYS", CommandLine::number<0, 3650>},
+         "how long the service's certificate is good yet (30)"},
         {"--fault",
          {"[COUNT*]FAULT", faultProblem, Completion::Choices, knownFaults()},
          "let a request go wrong, in order, one a request: none, delay=MS, hang, "

@@ -34,6 +34,7 @@ struct Issuer
 {
     X509* certificate;
     EVP_PKEY* key;
+    int days; ///< until what it signs ends
 };
 
 bool setSerial(X509* certificate)
@@ -60,8 +61,10 @@ bool addExtension(X509* certificate, X509* issuer, int nid, const std::string& v
     return extension && X509_add_ext(certificate, extension.get(), -1) == 1;
 }
 
+constexpr int authorityDays = 30;
+
 /// A certificate with everything but extensions and signature.
-Certificate blankCertificate(EVP_PKEY* key, const char* commonName)
+Certificate blankCertificate(EVP_PKEY* key, const char* commonName, int days)
 {
     constexpr long day = 24 * 60 * 60;
     Certificate certificate(X509_new());
@@ -69,7 +72,7 @@ Certificate blankCertificate(EVP_PKEY* key, const char* commonName)
     const bool good = certificate && X509_set_version(certificate.get(), X509_VERSION_3) == 1 &&
                       setSerial(certificate.get()) &&
                       X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -day) &&
-                      X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 30 * day) &&
+                      X509_gmtime_adj(X509_getm_notAfter(certificate.get()), days * day) &&
                       X509_set_pubkey(certificate.get(), key) == 1 &&
                       setName(certificate.get(), commonName);
     return good ? std::move(certificate) : nullptr;
@@ -83,19 +86,19 @@ bool sign(X509* certificate, const Issuer& issuer)
 
 Certificate makeAuthority(EVP_PKEY* key)
 {
-    Certificate authority = blankCertificate(key, "kelaccount-emulator authority");
+    Certificate authority = blankCertificate(key, "kelaccount-emulator authority", authorityDays);
     X509* const self = authority.get();
     const bool good = self && addExtension(self, self, NID_basic_constraints, "critical,CA:TRUE") &&
                       addExtension(self, self, NID_key_usage, "critical,keyCertSign,cRLSign") &&
                       addExtension(self, self, NID_subject_key_identifier, "hash") &&
-                      sign(self, {self, key});
+                      sign(self, {self, key, authorityDays});
     return good ? std::move(authority) : nullptr;
 }
 
 Certificate makeHostCertificate(EVP_PKEY* key, const std::string& names, const Issuer& issuer)
 {
     // Clients read the alternative names; the common name has no room for every host.
-    Certificate host = blankCertificate(key, "kelaccount-emulator");
+    Certificate host = blankCertificate(key, "kelaccount-emulator", issuer.days);
     X509* const self = host.get();
     X509* const above = issuer.certificate;
     const bool good = self &&
@@ -138,12 +141,12 @@ std::string pemOf(X509* certificate)
 
 } // namespace
 
-bool makeCertificates(Certificates& certificates, std::string& problem)
+bool makeCertificates(Certificates& certificates, int days, std::string& problem)
 {
     const Key key(EVP_EC_gen("P-256"));
     const Certificate authority = key ? makeAuthority(key.get()) : nullptr;
     if (authority) {
-        const Issuer issuer{authority.get(), key.get()};
+        const Issuer issuer{authority.get(), key.get(), days};
         certificates.authorityPem = pemOf(authority.get());
         certificates.serviceHosts =
             makeContext("DNS:" KELACCOUNT_HOST_TEST_A ",DNS:" KELACCOUNT_HOST_TEST_B

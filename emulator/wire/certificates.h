@@ -21,7 +21,7 @@ struct Certificates
     TlsContext otherHost;    ///< from the same authority, for a host that nobody asks for
 };
 
-/// False, and why in `problem`, when OpenSSL fails.
-bool makeCertificates(Certificates& certificates, std::string& problem);
+/// The service's end in so many days. False, and why in `problem`, when OpenSSL fails.
+bool makeCertificates(Certificates& certificates, int days, std::string& problem);
 
 } // namespace KelEmulator

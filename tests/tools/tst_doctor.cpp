@@ -232,6 +232,24 @@ private Q_SLOTS:
         }
     }
 
+    void aCertificateThatEndsIsFound()
+    {
+        const struct
+        {
+            const char* days;
+            const char* level;
+            const char* text;
+        } cases[] = {{"15", "good", " 15 days left"},
+                     {"13", "warning", " 13 days left"},
+                     {"0", "error", "expired"}};
+        for (const auto& one : cases) {
+            EmulatorProcess emulator;
+            QVERIFY2(emulator.start({"--certificate-days"_s, text(one.days), "--no-session"_s}),
+                     emulator.log().constData());
+            verifyFinding(diagnosed(Session(emulator)), "tls"_s, text(one.level), text(one.text));
+        }
+    }
+
     void whatADeviceHasNotIsNoted()
     {
         EmulatorProcess emulator;
