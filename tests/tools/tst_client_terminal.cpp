@@ -90,15 +90,19 @@ private Q_SLOTS:
         QVERIFY(mEmulator.orderFaults("hang"));
         Terminal screen;
         TerminalProcess client(screen.name());
-        start(client, "--timeout 4 check-user bob", {{"TERM"_s, "xterm"_s}});
-        QVERIFY2(screen.shows("waiting for the answer, 2 s left"), screen.screen().constData());
-        QVERIFY2(screen.shows("waiting for the answer, 1 s left"), screen.screen().constData());
+        start(client, "--timeout 5 check-user bob", {{"TERM"_s, "xterm"_s}});
+        // A busy machine may leave some of the seconds out.
+        QVERIFY2(QTest::qWaitFor([&] { return secondsLeft(screen).size() >= 2; }, 20000),
+                 screen.screen().constData());
+        const QList<int> left = secondsLeft(screen);
+        QVERIFY2(left.first() > left.last(), screen.screen().constData());
+        QVERIFY2(left.first() <= 3, screen.screen().constData());
         QVERIFY(client.waitForFinished());
         QCOMPARE(client.exitCode(), 3);
-        QVERIFY(screen.shows("kelaccount: no answer within 4 s"));
+        QVERIFY(screen.shows("kelaccount: no answer within 5 s"));
         // The note is gone by then: only what stands behind the last erasure is seen.
         const QByteArray seen = screen.screen().mid(screen.screen().lastIndexOf("\x1b[K") + 3);
-        QVERIFY2(seen.startsWith("kelaccount: no answer within 4 s"), seen.constData());
+        QVERIFY2(seen.startsWith("kelaccount: no answer within 5 s"), seen.constData());
     }
 
     void theNoteMakesWayForTheAnswer()
@@ -107,7 +111,7 @@ private Q_SLOTS:
         Terminal screen;
         QCOMPARE(finished(screen, "check-user bob", {{"TERM"_s, "xterm"_s}}), 0);
         QVERIFY(screen.shows("ErrorNone"));
-        QCOMPARE(screen.screen().count("waiting for the answer"), 1);
+        QVERIFY(screen.screen().contains("waiting for the answer"));
         QVERIFY(screen.screen().lastIndexOf("\x1b[K") < screen.screen().indexOf("isUserId"));
     }
 
@@ -124,6 +128,16 @@ private Q_SLOTS:
     }
 
 private:
+    static QList<int> secondsLeft(Terminal& screen)
+    {
+        QList<int> numbers;
+        auto found = QRegularExpression("waiting for the answer, ([0-9]+) s left"_s)
+                         .globalMatch(QString::fromUtf8(screen.screen()));
+        while (found.hasNext())
+            numbers.append(found.next().captured(1).toInt());
+        return numbers;
+    }
+
     EnvironmentChange surroundings() const
     {
         EnvironmentChange environment = mEmulator.environment();
