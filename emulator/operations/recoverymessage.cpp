@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/common/percentencoding.h"
-#include "emulator/operations/operations.h"
 #include "emulator/service/humanproof.h"
+#include "emulator/service/operation.h"
 #include "emulator/service/replies.h"
 #include "emulator/service/store.h"
 #include "emulator/service/values.h"

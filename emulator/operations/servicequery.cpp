@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/common/percentencoding.h"
-#include "emulator/operations/operations.h"
+#include "emulator/service/operation.h"
 #include "emulator/service/replies.h"
 #include "rest/request/servicehosts.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "emulator/operations/operations.h"
+#include "emulator/service/operation.h"
 #include "emulator/service/replies.h"
 #include "emulator/service/securityquestionlist.h"
 #include "emulator/service/store.h"

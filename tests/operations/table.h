@@ -142,3 +142,30 @@ inline QStringList namesOf(const QStringList& signatures)
 }
 
 } // namespace operations
+
+/// The signals of the facade in their order, each with the types that it carries: as text for the
+/// meta-object, and as types for a receiver.
+// clang-format off
+#define KEL_FACADE_SIGNALS(ROW) \
+    ROW(initializeResponse, KelAccount::ErrorStatus) \
+    ROW(isUserIdAvailableResponse, KelAccount::ErrorStatus, bool, QStringList) \
+    ROW(captchaImageResponse, KelAccount::ErrorStatus, QPixmap) \
+    ROW(retrieveCaptchaImageResponse, KelAccount::ErrorStatus, QPixmap, QString) \
+    ROW(registerAccountResponse, KelAccount::ErrorStatus, QVariantMap) \
+    ROW(securityQuestionListResponse, KelAccount::ErrorStatus, QVariantMap) \
+    ROW(detectPreAccountResponse, KelAccount::ErrorStatus, KelAccount::PreAccountInfo) \
+    ROW(termsOfServiceResponse, KelAccount::ErrorStatus, QVariantMap) \
+    ROW(signInAndConfigureResponse, KelAccount::ErrorStatus, QVariantMap) \
+    ROW(isEmailIdAvailableResponse, KelAccount::ErrorStatus, bool) \
+    ROW(marketingVariantResponse, KelAccount::ErrorStatus, KelAccount::ConsentQueryVariant) \
+    ROW(requestPasswordResetResponse, KelAccount::ErrorStatus) \
+    ROW(downloadProfileResponse, KelAccount::ErrorStatus, KelAccount::ProfileInfo*) \
+    ROW(updateSecurityQuestionResponse, KelAccount::ErrorStatus) \
+    ROW(ensureTokenAvailableResponse, KelAccount::ErrorStatus) \
+    ROW(changePasswordResponse, KelAccount::ErrorStatus) \
+    ROW(userIdUpdateResponse, KelAccount::ErrorStatus) \
+    ROW(retrievePasswordResetSecQuestionResponse, KelAccount::ErrorStatus, QVariantMap) \
+    ROW(resetPasswordUsingSecurityQuestionResponse, KelAccount::ErrorStatus) \
+    ROW(closeResponse, KelAccount::ErrorStatus) \
+    ROW(retrieveCountryCodeResponse, KelAccount::ErrorStatus, QString)
+// clang-format on

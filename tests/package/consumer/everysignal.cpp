@@ -2,6 +2,8 @@
 // Connects a lambda to every signal of the facade, with no header of the library but the facade's.
 #include <kelaccount/kelaccounts.h>
 
+#include "../../operations/table.h"
+
 #include <QCoreApplication>
 #include <QMetaMethod>
 
@@ -17,38 +19,22 @@ public:
     using KelAccounts::isSignalConnected;
 };
 
+template <class... Types, class Signal>
+void on(Facade& facade, Signal signal, QObject* context)
+{
+    QObject::connect(&facade, signal, context, [](const Types&...) {});
+}
+
 void connectAll(Facade& facade, QObject* context)
 {
-    using A = KelAccounts;
-    const auto on = [&](auto signal, auto receiver) {
-        QObject::connect(&facade, signal, context, receiver);
-    };
-    const auto statusOnly = [](ErrorStatus) {};
-    const auto withMap = [](ErrorStatus, const QVariantMap&) {};
-    const auto withFlag = [](ErrorStatus, bool) {};
-    on(&A::initializeResponse, statusOnly);
-    on(&A::isUserIdAvailableResponse, [](ErrorStatus, bool, const QStringList&) {});
-    on(&A::captchaImageResponse, [](ErrorStatus, const QPixmap&) {});
-    on(&A::retrieveCaptchaImageResponse, [](ErrorStatus, const QPixmap&, const QString&) {});
-    on(&A::registerAccountResponse, withMap);
-    on(&A::securityQuestionListResponse, withMap);
-    on(&A::detectPreAccountResponse,
-       [](ErrorStatus, const PreAccountInfo& info) { return info.username; });
-    on(&A::termsOfServiceResponse, withMap);
-    on(&A::signInAndConfigureResponse, withMap);
-    on(&A::isEmailIdAvailableResponse, withFlag);
-    on(&A::marketingVariantResponse, [](ErrorStatus, ConsentQueryVariant) {});
-    on(&A::requestPasswordResetResponse, statusOnly);
-    on(&A::downloadProfileResponse,
-       [](ErrorStatus, ProfileInfo* profile) { return profile->userName(); });
-    on(&A::updateSecurityQuestionResponse, statusOnly);
-    on(&A::ensureTokenAvailableResponse, statusOnly);
-    on(&A::changePasswordResponse, statusOnly);
-    on(&A::userIdUpdateResponse, statusOnly);
-    on(&A::retrievePasswordResetSecQuestionResponse, withMap);
-    on(&A::resetPasswordUsingSecurityQuestionResponse, statusOnly);
-    on(&A::closeResponse, statusOnly);
-    on(&A::retrieveCountryCodeResponse, [](ErrorStatus, const QString&) {});
+#define KEL_ON(name, ...) on<__VA_ARGS__>(facade, &KelAccounts::name, context);
+    KEL_FACADE_SIGNALS(KEL_ON)
+#undef KEL_ON
+    // The header says what is in the structures, too.
+    QObject::connect(&facade, &KelAccounts::detectPreAccountResponse, context,
+                     [](ErrorStatus, const PreAccountInfo& info) { return info.username; });
+    QObject::connect(&facade, &KelAccounts::downloadProfileResponse, context,
+                     [](ErrorStatus, ProfileInfo* profile) { return profile->userName(); });
 }
 
 } // namespace
