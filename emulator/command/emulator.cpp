@@ -60,8 +60,8 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
                       (!options.session || emulator->startSession(options, problem));
     if (!good)
         return nullptr;
-    if (options.tagServer)
-        emulator->startTagServer();
+    if (options.tagServer || options.scenario.tags)
+        emulator->startTagServer(options);
     return emulator;
 }
 
@@ -83,9 +83,17 @@ bool Emulator::startServers(const Options& options, std::string& problem)
                   "': " + (problem.empty() ? "it cannot be written" : problem);
         return false;
     }
+    const Scenario& scenario = options.scenario;
+    if (!fillTables(*store, scenario, problem)) {
+        problem = "the scenario cannot be: " + problem;
+        return false;
+    }
+    std::vector<Fault> faults = scenario.faults;
+    faults.insert(faults.end(), options.faults.begin(), options.faults.end());
     mService = std::make_unique<AccountService>(
-        ServiceSettings{options.consumerKey, options.consumerSecret, options.clockSkew,
-                        options.faults, options.verbose},
+        ServiceSettings{options.consumerKey, options.consumerSecret,
+                        options.clockSkew.value_or(scenario.clockSkew), scenario.clockSpeed, faults,
+                        options.verbose},
         std::move(store));
     mProxy = std::make_unique<Proxy>(
         [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
@@ -132,10 +140,18 @@ bool Emulator::startModem(const Sim& sim, std::string& problem)
 }
 
 /// Its socket's name is the same for everybody on this machine, so it may be somebody else's turn.
-void Emulator::startTagServer()
+void Emulator::startTagServer(const Options& options)
 {
+    const TagScenario tags = options.scenario.tags.value_or(TagScenario());
+    std::vector<std::string> words = {"--die-with-parent"};
+    if (!tags.tag.empty())
+        words.insert(words.end(), {"--tag", tags.tag});
+    if (tags.refuse)
+        words.insert(words.end(), {"--refuse", std::to_string(*tags.refuse)});
+    if (tags.hangs)
+        words.emplace_back("--hang");
     std::string problem;
-    mTagServer = Companion::start("kelaccount-tag-server", {"--die-with-parent"}, {}, problem);
+    mTagServer = Companion::start("kelaccount-tag-server", words, {}, problem);
     if (!mTagServer)
         logLine("no tag server of this run: " + problem);
 }

@@ -36,7 +36,7 @@ private:
     bool makeEnvironment(std::string& problem);
     bool startSession(const Options& options, std::string& problem);
     bool startModem(const Sim& sim, std::string& problem);
-    void startTagServer();
+    void startTagServer(const Options& options);
     void serve(int descriptor, OpenConnections::Entry& entry);
 
     // In the order in which they are made; the folder goes last.

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/command/options.h"
 
+#include "emulator/run/ownfiles.h"
 #include "emulator/service/accounts.h"
 #include "emulator/service/administration.h"
 #include "tools/commandline/checks.h"
 
 #include <fstream>
+#include <sstream>
 
 namespace KelEmulator {
 
 namespace {
-
-constexpr std::int64_t tenYears = 315360000;
 
 bool readSecretFile(const std::string& file, std::string& secret)
 {
@@ -36,11 +36,14 @@ void takeService(const CommandLine::Line& line, Options& options)
     options.consumerKey = line.value("--consumer-key", options.consumerKey);
     options.accounts = line.values("--account");
     options.reserved = line.values("--reserve");
-    if (!line.has("--no-default-accounts")) {
+    if (!line.has("--no-default-accounts") && !line.has("--scenario")) {
         options.accounts.emplace_back("alice");
         options.reserved.emplace_back("admin");
     }
-    CommandLine::readNumber(line.value("--clock-skew"), -tenYears, tenYears, options.clockSkew);
+    std::int64_t skew = 0;
+    if (CommandLine::readNumber(line.value("--clock-skew"), -Clock::largestSkew, Clock::largestSkew,
+                                skew))
+        options.clockSkew = skew;
     options.certificateDays = readNumber(line, "--certificate-days", options.certificateDays);
     options.proxyPort = readNumber(line, "--proxy-port", options.proxyPort);
     options.adminPort = readNumber(line, "--admin-port", options.adminPort);
@@ -48,6 +51,35 @@ void takeService(const CommandLine::Line& line, Options& options)
     options.verbose = line.has("--verbose");
     options.session = !line.has("--no-session");
     options.tagServer = line.has("--tag-server");
+}
+
+/// A file, or the name of a scenario that comes with the program.
+bool takeScenario(const std::string& name, Options& options, std::string& problem)
+{
+    std::ifstream stream(name, std::ios::binary);
+    if (!stream.is_open() && name.find('/') == std::string::npos) {
+        const std::string file = findSharedFile("kelaccount/scenarios/" + name + ".json");
+        if (!file.empty())
+            stream.open(file, std::ios::binary);
+    }
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (!stream.is_open() || stream.bad() || text.str().empty()) {
+        problem = "cannot read a scenario from '" + name +
+                  "'; give a file, or the name of one that comes along";
+        return false;
+    }
+    if (!readScenario(text.str(), options.scenario, problem)) {
+        problem = "scenario '" + name + "': " + problem;
+        return false;
+    }
+    options.hasScenario = true;
+    const auto& sim = options.scenario.sim;
+    if (sim && !options.sim && !(options.sim = readSim(sim->text(), problem))) {
+        problem = "scenario '" + name + "': sim: " + problem;
+        return false;
+    }
+    return true;
 }
 
 /// What was checked when the line was read: `problem` stays as it is.
@@ -80,8 +112,16 @@ bool readOptions(const CommandLine::Line& line, Options& options, std::string& p
                   "'; give a file whose first line is the secret";
         return false;
     }
+    if (line.has("--scenario") && line.has("--database")) {
+        problem = "--scenario says which accounts there are; leave --database out";
+        return false;
+    }
+    if (line.has("--scenario") && !takeScenario(line.value("--scenario"), options, problem))
+        return false;
     if (options.sim && !options.session) {
-        problem = "--sim needs the session's bus; leave --no-session or --sim out";
+        problem = line.has("--sim")
+                      ? "--sim needs the session's bus; leave --no-session or --sim out"
+                      : "the scenario's SIM needs the session's bus; leave --no-session out";
         return false;
     }
     return true;

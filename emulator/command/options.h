@@ -4,6 +4,7 @@
 #include "emulator/modem/sim.h"
 #include "emulator/service/devices.h"
 #include "emulator/service/fault.h"
+#include "emulator/service/scenario.h"
 #include "tools/commandline/reader.h"
 
 #include <cstdint>
@@ -27,9 +28,11 @@ struct Options
     std::vector<std::string> reserved;
     std::vector<PreAccount> preAccounts;
     std::optional<Sim> sim;
-    std::string inboxOf; ///< with Inbox: whose, empty for everybody's
-    std::vector<Fault> faults;
-    std::int64_t clockSkew = 0;
+    std::string inboxOf;                   ///< with Inbox: whose, empty for everybody's
+    std::vector<Fault> faults;             ///< behind the scenario's
+    std::optional<std::int64_t> clockSkew; ///< in place of the scenario's
+    Scenario scenario;
+    bool hasScenario = false;
     int certificateDays = 30;
     int proxyPort = 0; ///< 0: any free one
     int adminPort = 0;

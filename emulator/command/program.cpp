@@ -62,6 +62,10 @@ std::vector<Option> accountOptions()
 std::vector<Option> serviceOptions()
 {
     return {
+        {"--scenario",
+         {"FILE", nullptr, Completion::Files},
+         "accounts, SIM, tags, faults and clock as a file describes them, or one of happy-day, "
+         "returning-user, sim-with-pre-account, hostile-network, service-down, wrong-clock"},
         {"--sim",
          {"MCC-MNC-MSIN[,IMEI]", simProblem},
          "a modem with this SIM in it, such as 244-05-1234567890 (no modem)"},
@@ -79,7 +83,7 @@ std::vector<Option> serviceOptions()
          {"DAYS", CommandLine::number<0, 3650>},
          "how long the service's certificate is good yet (30)"},
         {"--fault",
-         {"[COUNT*]FAULT", faultProblem, Completion::Choices, knownFaults()},
+         {"[COUNT*]FAULT[@OPERATION]", faultProblem, Completion::Choices, knownFaults()},
          "let a request go wrong, in order, one a request: none, delay=MS, hang, "
          "close-before-headers, close-in-headers, close-after-headers, cut-body, wrong-length, "
          "short-length, status=NNN, not-xml, huge-body=BYTES, wrong-host",

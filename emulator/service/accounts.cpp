@@ -107,6 +107,7 @@ Accounts::Accounts(Database& database)
       mFind(database.prepare(findText)), mFindUser(database.prepare(findUserText)),
       mFindEmail(database.prepare(findEmailText)), mList(database.prepare(listText)),
       mReserve(database.prepare("INSERT OR IGNORE INTO reserved_names (name) VALUES (?1)")),
+      mReserved(database.prepare("SELECT name FROM reserved_names ORDER BY name LIMIT 1000")),
       mState(database.prepare("SELECT EXISTS (SELECT 1 FROM accounts WHERE name = ?1),"
                               " EXISTS (SELECT 1 FROM reserved_names WHERE name = ?1)"))
 {
@@ -195,6 +196,15 @@ std::vector<Account> Accounts::list()
     while (query.next())
         accounts.push_back(accountOf(query));
     return accounts;
+}
+
+std::vector<std::string> Accounts::reservedNames()
+{
+    std::vector<std::string> names;
+    Query query(mReserved);
+    while (query.next())
+        names.push_back(query.text(0));
+    return names;
 }
 
 Accounts::NameState Accounts::state(const std::string& name)

@@ -74,6 +74,7 @@ public:
     std::optional<Account> findEmail(const std::string& email);
     bool hasEmail(const std::string& email) { return findEmail(email).has_value(); }
     std::vector<Account> list();
+    std::vector<std::string> reservedNames();
 
     NameState state(const std::string& name);
     /// Up to `count` names that are free now and resemble `name`.
@@ -90,6 +91,7 @@ private:
     Statement mFindEmail;
     Statement mList;
     Statement mReserve;
+    Statement mReserved;
     Statement mState;
 };
 

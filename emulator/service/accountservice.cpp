@@ -85,8 +85,10 @@ bool isRestVerb(const std::string& verb)
 } // namespace
 
 AccountService::AccountService(ServiceSettings settings, std::unique_ptr<Store> store)
-    : mClock(settings.clockSkew), mVerbose(settings.verbose), mStore(std::move(store)),
-      mCheck(mClock, std::move(settings.consumerKey), std::move(settings.consumerSecret), realm)
+    : mClock(settings.clockSkew, settings.clockSpeed), mVerbose(settings.verbose),
+      mStore(std::move(store)),
+      mCheck(mClock, std::move(settings.consumerKey), std::move(settings.consumerSecret), realm),
+      mFaults(mClock)
 {
     mFaults.append(settings.faults);
 }
@@ -99,6 +101,19 @@ Reply AccountService::answer(const WireRequest& request, std::string& problem)
                 printableTarget(request.target) + ": " + problem);
     }
     return reply;
+}
+
+int AccountService::operationOf(const WireRequest& request)
+{
+    std::string document;
+    std::string problem;
+    if (request.rawPath().substr(0, servicePath.size()) != servicePath)
+        return 0;
+    const Route route = findOperation(request.restVerb, request.rawPath());
+    if (route.result != Route::Result::Found)
+        return 0;
+    readForm(request, document, problem);
+    return readDocument(*route.operation, document).operation->number;
 }
 
 Reply AccountService::dispatch(const WireRequest& request, std::string& problem)

@@ -22,8 +22,9 @@ struct ServiceSettings
     std::string consumerKey;
     std::string consumerSecret;
     std::int64_t clockSkew = 0; ///< seconds that its clock is ahead
-    std::vector<Fault> faults;  ///< ordered from the beginning
-    bool verbose = false;       ///< a line a request
+    double clockSpeed = 1;
+    std::vector<Fault> faults; ///< ordered from the beginning
+    bool verbose = false;      ///< a line a request
 };
 
 /// The account service apart from how requests reach it. May be used by many threads at once.
@@ -34,11 +35,13 @@ public:
 
     /// Checks and answers a request. `problem` receives why it was refused, and is logged.
     Reply answer(const WireRequest& request, std::string& problem);
+    /// The operation that a request is meant for, right or wrong; 0 when there is none.
+    static int operationOf(const WireRequest& request);
 
     Store& store() { return *mStore; }
     FaultQueue& faults() { return mFaults; }
     RequestLog& requests() { return mRequests; }
-    const Clock& clock() const { return mClock; }
+    Clock& clock() { return mClock; }
     bool isVerbose() const { return mVerbose; }
 
 private:
@@ -46,7 +49,7 @@ private:
     Reply perform(const WireRequest& request, const std::string& document, const std::string& token,
                   std::string& problem);
 
-    const Clock mClock;
+    Clock mClock;
     const bool mVerbose;
     std::unique_ptr<Store> mStore;
     RequestCheck mCheck;

@@ -2,6 +2,7 @@
 // What the administrative endpoint reads from and writes into the tables.
 #pragma once
 
+#include "emulator/common/clock.h"
 #include "emulator/service/store.h"
 
 #include <string>
@@ -24,6 +25,10 @@ std::optional<PreAccount> readPreAccount(const std::string& text, std::string& p
 
 /// The accounts without anything secret.
 std::string accountsJson(Store& store);
+
+/// Moves the clock: a JSON object with "skew" or "time", and "speed". False, and why in `problem`.
+bool setClock(Clock& clock, const std::string& body, std::string& problem);
+std::string clockJson(const Clock& clock);
 
 /// The messages to a name or a recipient; all of them for an empty name.
 std::string inboxJson(Store& store, const std::string& name);

@@ -14,6 +14,8 @@ Devices::Devices(Database& database)
                                        " VALUES (?1, ?2, ?3, ?4, ?5)")),
       mFindPreAccount(database.prepare("SELECT id, hashed_msin, name, mobile, country"
                                        " FROM pre_accounts WHERE hashed_msin = ?1")),
+      mPreAccounts(database.prepare("SELECT id, hashed_msin, name, mobile, country"
+                                    " FROM pre_accounts ORDER BY id LIMIT 1000")),
       mHasPreAccount(database.prepare("SELECT 1 FROM pre_accounts WHERE id = ?1")),
       mIsActivated(database.prepare("SELECT 1 FROM devices WHERE pre_account = ?1"))
 {
@@ -60,6 +62,17 @@ std::optional<PreAccount> Devices::findPreAccount(const std::string& hashedMsin)
     if (!query.bind(1, hashedMsin).next())
         return std::nullopt;
     return PreAccount{query.text(0), query.text(1), query.text(2), query.text(3), query.text(4)};
+}
+
+std::vector<PreAccount> Devices::preAccounts()
+{
+    std::vector<PreAccount> preAccounts;
+    Query query(mPreAccounts);
+    while (query.next()) {
+        preAccounts.push_back(
+            {query.text(0), query.text(1), query.text(2), query.text(3), query.text(4)});
+    }
+    return preAccounts;
 }
 
 bool Devices::isActivated(const std::string& preAccountId)

@@ -42,6 +42,7 @@ public:
     /// Takes the place of one with the same identifier or number.
     bool savePreAccount(const PreAccount& preAccount);
     std::optional<PreAccount> findPreAccount(const std::string& hashedMsin);
+    std::vector<PreAccount> preAccounts();
     bool hasPreAccount(const std::string& id);
     /// Whether an account was registered with it.
     bool isActivated(const std::string& preAccountId);
@@ -51,6 +52,7 @@ private:
     Statement mList;
     Statement mSavePreAccount;
     Statement mFindPreAccount;
+    Statement mPreAccounts;
     Statement mHasPreAccount;
     Statement mIsActivated;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/fault.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace KelEmulator {
@@ -15,6 +16,8 @@ struct FaultName
     std::uint64_t largest;
 };
 
+constexpr std::uint64_t mostAtOnce = 10000;
+constexpr std::uint64_t lastOperation = 26;
 constexpr std::uint64_t tenMinutes = 10 * 60 * 1000;
 constexpr std::uint64_t fourGigabytes = 4ULL * 1024 * 1024 * 1024;
 
@@ -54,28 +57,66 @@ std::string knownNames()
 
 } // namespace
 
+namespace {
+
+/// Takes "3*" or "30s*" off the text. False when what stands before "*" is neither.
+bool takeExtent(std::string_view& text, std::uint64_t& count, std::int64_t& seconds)
+{
+    const size_t star = text.find('*');
+    if (star == std::string_view::npos)
+        return true;
+    std::string_view number = text.substr(0, star);
+    text.remove_prefix(star + 1);
+    const bool isTime = !number.empty() && number.back() == 's';
+    if (isTime)
+        number.remove_suffix(1);
+    std::uint64_t value = 0;
+    if (!readNumber(number, value) || value < 1 || value > mostAtOnce)
+        return false;
+    if (isTime)
+        seconds = static_cast<std::int64_t>(value);
+    else
+        count = value;
+    return true;
+}
+
+/// Takes "@4" off the text.
+bool takeOperation(std::string_view& text, int& operation)
+{
+    const size_t sign = text.find('@');
+    if (sign == std::string_view::npos)
+        return true;
+    std::uint64_t number = 0;
+    if (!readNumber(text.substr(sign + 1), number) || number < 1 || number > lastOperation)
+        return false;
+    operation = static_cast<int>(number);
+    text = text.substr(0, sign);
+    return true;
+}
+
+} // namespace
+
 bool readFault(std::string_view text, std::vector<Fault>& faults, std::string& problem)
 {
-    constexpr std::uint64_t mostAtOnce = 10000;
     const auto fail = [&](const std::string& why) {
         problem = "fault \"" + std::string(text.substr(0, 64)) + "\": " + why;
         return false;
     };
 
     std::string_view rest = text;
+    Fault fault;
     std::uint64_t count = 1;
-    const size_t star = rest.find('*');
-    if (star != std::string_view::npos) {
-        if (!readNumber(rest.substr(0, star), count) || count < 1 || count > mostAtOnce)
-            return fail("the count before \"*\" goes from 1 to " + std::to_string(mostAtOnce));
-        rest.remove_prefix(star + 1);
-    }
+    if (!takeExtent(rest, count, fault.seconds))
+        return fail("the count before \"*\", or the seconds as in \"30s*\", go from 1 to " +
+                    std::to_string(mostAtOnce));
+    if (!takeOperation(rest, fault.operation))
+        return fail("the operation behind \"@\" is a number from 1 to " +
+                    std::to_string(lastOperation));
     const size_t sign = rest.find('=');
     const std::string_view name = rest.substr(0, sign);
     for (const FaultName& row : faultNames) {
         if (row.name != name)
             continue;
-        Fault fault;
         fault.kind = row.kind;
         const bool hasValue = sign != std::string_view::npos;
         if (row.largest == 0 && hasValue)
@@ -84,6 +125,8 @@ bool readFault(std::string_view text, std::vector<Fault>& faults, std::string& p
                                  fault.value < row.smallest || fault.value > row.largest))
             return fail("needs \"=\" and a number from " + std::to_string(row.smallest) + " to " +
                         std::to_string(row.largest));
+        if (fault.kind == Fault::Kind::WrongHost && fault.operation != 0)
+            return fail("is for a connection, ahead of any operation");
         faults.insert(faults.end(), static_cast<size_t>(count), fault);
         return true;
     }
@@ -101,8 +144,11 @@ std::vector<std::string> knownFaults()
 std::string faultText(const Fault& fault)
 {
     for (const FaultName& row : faultNames) {
-        if (row.kind == fault.kind)
-            return std::string(row.name) + (row.largest ? '=' + std::to_string(fault.value) : "");
+        if (row.kind != fault.kind)
+            continue;
+        return (fault.seconds ? std::to_string(fault.seconds) + "s*" : std::string()) +
+               std::string(row.name) + (row.largest ? '=' + std::to_string(fault.value) : "") +
+               (fault.operation ? '@' + std::to_string(fault.operation) : "");
     }
     return std::string();
 }
@@ -113,43 +159,93 @@ void FaultQueue::setConnectionCloser(std::function<void()> onWrongHost)
     mOnWrongHost = std::move(onWrongHost);
 }
 
+void FaultQueue::forgetThoseOver()
+{
+    const std::int64_t now = mClock.now();
+    mOrders.erase(std::remove_if(mOrders.begin(), mOrders.end(),
+                                 [now](const Order& order) {
+                                     return order.fault.seconds != 0 && order.until <= now;
+                                 }),
+                  mOrders.end());
+}
+
+FaultQueue::Orders::iterator FaultQueue::firstFor(int operation)
+{
+    forgetThoseOver();
+    return std::find_if(mOrders.begin(), mOrders.end(), [operation](const Order& order) {
+        return order.fault.operation == 0 || order.fault.operation == operation;
+    });
+}
+
+bool FaultQueue::isWrongHostNext()
+{
+    const auto next = firstFor(0);
+    return next != mOrders.end() && next->fault.kind == Fault::Kind::WrongHost;
+}
+
+Fault FaultQueue::take(Orders::iterator order)
+{
+    const Fault fault = order->fault;
+    if (fault.seconds == 0)
+        mOrders.erase(order);
+    return fault;
+}
+
 void FaultQueue::closeConnectionsIfDue(std::unique_lock<std::mutex> lock)
 {
-    if (mFaults.empty() || mFaults.front().kind != Fault::Kind::WrongHost || !mOnWrongHost)
+    if (!isWrongHostNext() || !mOnWrongHost)
         return;
-    const std::function<void()> closer = mOnWrongHost;
+    const auto close = mOnWrongHost;
     lock.unlock();
-    closer();
+    close();
 }
 
 void FaultQueue::append(const std::vector<Fault>& faults)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mFaults.insert(mFaults.end(), faults.begin(), faults.end());
+    const std::int64_t now = mClock.now();
+    for (const Fault& fault : faults)
+        mOrders.push_back({fault, now + fault.seconds});
     closeConnectionsIfDue(std::move(lock));
 }
 
 void FaultQueue::clear()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mFaults.clear();
+    mOrders.clear();
 }
 
 std::vector<Fault> FaultQueue::list() const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return {mFaults.begin(), mFaults.end()};
+    const std::int64_t now = mClock.now();
+    std::vector<Fault> faults;
+    for (const Order& order : mOrders) {
+        Fault fault = order.fault;
+        if (fault.seconds != 0)
+            fault.seconds = order.until - now;
+        if (order.fault.seconds == 0 || fault.seconds > 0)
+            faults.push_back(fault);
+    }
+    return faults;
 }
 
-Fault FaultQueue::takeForRequest()
+bool FaultQueue::asksForOperation() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return std::any_of(mOrders.begin(), mOrders.end(),
+                       [](const Order& order) { return order.fault.operation != 0; });
+}
+
+Fault FaultQueue::takeForRequest(int operation)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    if (mFaults.empty())
+    const auto next = firstFor(operation);
+    if (next == mOrders.end())
         return {};
-    const Fault fault = mFaults.front();
-    if (fault.kind == Fault::Kind::WrongHost)
-        return fault;
-    mFaults.pop_front();
+    if (next->fault.kind == Fault::Kind::WrongHost)
+        return next->fault;
+    const Fault fault = take(next);
     closeConnectionsIfDue(std::move(lock));
     return fault;
 }
@@ -157,17 +253,17 @@ Fault FaultQueue::takeForRequest()
 bool FaultQueue::takeWrongHost()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    if (mFaults.empty() || mFaults.front().kind != Fault::Kind::WrongHost)
+    if (!isWrongHostNext())
         return false;
-    mFaults.pop_front();
+    take(firstFor(0));
     closeConnectionsIfDue(std::move(lock));
     return true;
 }
 
-bool FaultQueue::wrongHostIsNext() const
+bool FaultQueue::wrongHostIsNext()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    return !mFaults.empty() && mFaults.front().kind == Fault::Kind::WrongHost;
+    return isWrongHostNext();
 }
 
 } // namespace KelEmulator

@@ -10,6 +10,21 @@
 
 namespace KelEmulator {
 
+void Tables::removeAccount(std::int64_t key)
+{
+    const std::string id = std::to_string(key);
+    for (const char* table : {"tokens", "recovery_tokens", "contacts", "devices"})
+        mDatabase.execute((std::string("DELETE FROM ") + table + " WHERE account = " + id).c_str());
+    mDatabase.execute(("DELETE FROM accounts WHERE id = " + id).c_str());
+}
+
+void Tables::clear()
+{
+    for (const char* table : {"tokens", "recovery_tokens", "contacts", "devices", "captchas",
+                              "inbox", "pre_accounts", "reserved_names", "accounts"})
+        mDatabase.execute((std::string("DELETE FROM ") + table).c_str());
+}
+
 Store::Transaction::Transaction(Database& database)
     : mDatabase(database), mExceptions(std::uncaught_exceptions())
 {

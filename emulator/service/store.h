@@ -19,9 +19,14 @@ struct Tables
 {
     explicit Tables(Database& database)
         : accounts(database), tokens(database), captchas(database), recovery(database),
-          contacts(database), devices(database)
+          contacts(database), devices(database), mDatabase(database)
     {
     }
+
+    /// Takes an account away, with all that is kept for it.
+    void removeAccount(std::int64_t key);
+    /// Takes everything away.
+    void clear();
 
     Accounts accounts;
     Tokens tokens;
@@ -29,6 +34,9 @@ struct Tables
     Recovery recovery;
     Contacts contacts;
     Devices devices;
+
+private:
+    Database& mDatabase;
 };
 
 /// The database with its tables. May be used by many threads at once: one works in it at a time.

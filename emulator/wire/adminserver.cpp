@@ -45,6 +45,7 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
         say(response, 200, "ok");
     });
     addFaultRoutes();
+    addClockRoutes();
     addProxyRoutes();
     addAccountRoutes();
     addRequestRoutes();
@@ -94,6 +95,19 @@ void AdminServer::addFaultRoutes()
     mServer.Delete("/faults", [this](const httplib::Request&, httplib::Response& response) {
         mService.faults().clear();
         say(response, 200, "none ordered");
+    });
+}
+
+void AdminServer::addClockRoutes()
+{
+    mServer.Get("/clock", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_content(clockJson(mService.clock()), json);
+    });
+    mServer.Post("/clock", [this](const httplib::Request& request, httplib::Response& response) {
+        std::string problem;
+        if (!setClock(mService.clock(), request.body, problem))
+            return say(response, 400, problem);
+        response.set_content(clockJson(mService.clock()), json);
     });
 }
 

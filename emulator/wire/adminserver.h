@@ -27,6 +27,7 @@ public:
 private:
     bool isForUs(const httplib::Request& request) const;
     void addFaultRoutes();
+    void addClockRoutes();
     void addProxyRoutes();
     void addAccountRoutes();
     void addRequestRoutes();

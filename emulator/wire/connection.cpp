@@ -163,7 +163,9 @@ void Connection::refuse(int status, const char* code, const char* text, const st
 bool Connection::answer(WireRequest wire)
 {
     const auto start = std::chrono::steady_clock::now();
-    const Fault fault = mService.faults().takeForRequest();
+    FaultQueue& faults = mService.faults();
+    const Fault fault =
+        faults.takeForRequest(faults.asksForOperation() ? AccountService::operationOf(wire) : 0);
     RequestRecord record;
     Reply reply = reachesService(fault) ? mService.answer(wire, record.problem) : lostReply();
     record.microseconds = microsecondsSince(start);

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/service/scenario.h"
+
+#include "emulator/service/accountjson.h"
+#include "emulator/service/accountservice.h"
+#include "emulator/service/jsonfields.h"
+
+#include <QJsonDocument>
+
+namespace KelEmulator {
+
+namespace {
+
+constexpr std::int64_t formatVersion = 1;
+
+SimScenario simFrom(Fields fields)
+{
+    SimScenario sim{fields.text("mcc"), fields.text("mnc"), fields.text("msin"),
+                    fields.text("imei")};
+    fields.expectNoMore();
+    return sim;
+}
+
+TagScenario tagsFrom(Fields tags)
+{
+    TagScenario scenario;
+    scenario.tag = tags.text("tag");
+    if (tags.has("refuse"))
+        scenario.refuse = static_cast<unsigned>(tags.whole("refuse", 0, 0xFFFFFFFFLL, 0));
+    scenario.hangs = tags.flag("hang", false);
+    tags.expectNoMore();
+    return scenario;
+}
+
+std::vector<Fault> faultsFrom(Fields& fields)
+{
+    std::vector<Fault> faults;
+    const std::vector<std::string> texts = fields.texts("faults");
+    for (size_t index = 0; index < texts.size(); ++index) {
+        std::string why;
+        if (!readFault(texts[index], faults, why))
+            fields.refuse("faults", index, "cannot be ordered: " + why);
+    }
+    return faults;
+}
+
+std::vector<std::string> reservedFrom(Fields& fields)
+{
+    std::vector<std::string> names = fields.texts("reserved");
+    for (size_t index = 0; index < names.size(); ++index) {
+        if (!Accounts::isWellFormed(names[index]))
+            fields.refuse("reserved", index, "is malformed");
+    }
+    return names;
+}
+
+Scenario scenarioFrom(const QJsonObject& object)
+{
+    Fields fields(object);
+    if (!fields.has("scenario"))
+        fields.refuse("scenario", "is missing; it is the number of the form, 1");
+    fields.whole("scenario", formatVersion, formatVersion, formatVersion);
+    Scenario scenario;
+    scenario.title = fields.text("title");
+    scenario.description = fields.text("description");
+    for (Fields& account : fields.objects("accounts"))
+        scenario.accounts.push_back(accountFrom(account));
+    scenario.reserved = reservedFrom(fields);
+    for (Fields& preAccount : fields.objects("preAccounts"))
+        scenario.preAccounts.push_back(preAccountFrom(preAccount));
+    if (fields.has("sim"))
+        scenario.sim = simFrom(fields.object("sim"));
+    if (fields.has("tags"))
+        scenario.tags = tagsFrom(fields.object("tags"));
+    scenario.faults = faultsFrom(fields);
+    Fields clock = fields.object("clock");
+    scenario.clockSkew = clock.whole("skew", -Clock::largestSkew, Clock::largestSkew, 0);
+    scenario.clockSpeed = clock.number("speed", Clock::slowest, Clock::fastest, 1);
+    clock.expectNoMore();
+    fields.expectNoMore();
+    return scenario;
+}
+
+void fill(Tables& tables, const Scenario& scenario)
+{
+    for (size_t index = 0; index < scenario.accounts.size(); ++index) {
+        try {
+            addAccount(tables.accounts, scenario.accounts[index]);
+        } catch (const Refusal& refusal) {
+            throw Refusal{"accounts[" + std::to_string(index) + "]: " + refusal.problem};
+        }
+    }
+    for (const std::string& name : scenario.reserved)
+        tables.accounts.reserve(name);
+    for (const PreAccount& preAccount : scenario.preAccounts)
+        tables.devices.savePreAccount(preAccount);
+}
+
+template <typename Work>
+bool unlessRefused(std::string& problem, Work work)
+{
+    try {
+        work();
+        return true;
+    } catch (const Refusal& refusal) {
+        problem = refusal.problem;
+        return false;
+    }
+}
+
+QJsonArray arrayOf(const std::vector<std::string>& texts)
+{
+    QJsonArray array;
+    for (const std::string& text : texts)
+        array.append(QString::fromStdString(text));
+    return array;
+}
+
+void addText(QJsonObject& object, const char* name, const std::string& text)
+{
+    if (!text.empty())
+        object.insert(QLatin1String(name), QString::fromStdString(text));
+}
+
+QJsonObject simJson(const SimScenario& sim)
+{
+    QJsonObject object;
+    addText(object, "mcc", sim.mcc);
+    addText(object, "mnc", sim.mnc);
+    addText(object, "msin", sim.msin);
+    addText(object, "imei", sim.imei);
+    return object;
+}
+
+QJsonObject tagsJson(const TagScenario& tags)
+{
+    QJsonObject object;
+    addText(object, "tag", tags.tag);
+    if (tags.refuse)
+        object.insert(QStringLiteral("refuse"), static_cast<double>(*tags.refuse));
+    if (tags.hangs)
+        object.insert(QStringLiteral("hang"), true);
+    return object;
+}
+
+} // namespace
+
+std::string SimScenario::text() const
+{
+    return mcc + '-' + mnc + '-' + msin + (imei.empty() ? "" : ',' + imei);
+}
+
+bool readScenario(const std::string& json, Scenario& scenario, std::string& problem)
+{
+    return unlessRefused(problem, [&] { scenario = scenarioFrom(readJsonObject(json)); });
+}
+
+bool fillTables(Store& store, const Scenario& scenario, std::string& problem)
+{
+    return unlessRefused(problem,
+                         [&] { store.with([&](Tables& tables) { fill(tables, scenario); }); });
+}
+
+bool applyScenario(AccountService& service, const Scenario& scenario, std::string& problem)
+{
+    const bool filled = unlessRefused(problem, [&] {
+        service.store().with([&](Tables& tables) {
+            tables.clear();
+            fill(tables, scenario);
+        });
+    });
+    if (!filled)
+        return false;
+    service.clock().setSkew(scenario.clockSkew);
+    service.clock().setSpeed(scenario.clockSpeed);
+    service.faults().clear();
+    service.faults().append(scenario.faults);
+    return true;
+}
+
+std::string scenarioJson(AccountService& service, const Scenario& origin)
+{
+    QJsonObject object{{QStringLiteral("scenario"), static_cast<int>(formatVersion)}};
+    addText(object, "title", origin.title);
+    addText(object, "description", origin.description);
+    service.store().with([&](Tables& tables) {
+        QJsonArray accounts;
+        for (const Account& account : tables.accounts.list())
+            accounts.append(wholeAccountJson(account));
+        QJsonArray preAccounts;
+        for (const PreAccount& preAccount : tables.devices.preAccounts())
+            preAccounts.append(preAccountJson(preAccount));
+        object.insert(QStringLiteral("accounts"), accounts);
+        object.insert(QStringLiteral("preAccounts"), preAccounts);
+        object.insert(QStringLiteral("reserved"), arrayOf(tables.accounts.reservedNames()));
+    });
+    if (origin.sim)
+        object.insert(QStringLiteral("sim"), simJson(*origin.sim));
+    if (origin.tags)
+        object.insert(QStringLiteral("tags"), tagsJson(*origin.tags));
+    std::vector<std::string> faults;
+    for (const Fault& fault : service.faults().list())
+        faults.push_back(faultText(fault));
+    object.insert(QStringLiteral("faults"), arrayOf(faults));
+    object.insert(QStringLiteral("clock"),
+                  QJsonObject{{QStringLiteral("skew"), qint64(service.clock().skew())},
+                              {QStringLiteral("speed"), service.clock().speed()}});
+    return QJsonDocument(object).toJson().toStdString();
+}
+
+} // namespace KelEmulator
