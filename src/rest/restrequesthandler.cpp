@@ -1,113 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+// Which operation each send operation sends.
 #include "rest/restrequesthandler.h"
 
-#include "common/logging.h"
-#include "device/devicedescription.h"
-#include "rest/operations/all.h"
-#include "rest/request/clientidentification.h"
-#include "rest/request/cryptographicutils.h"
-#include "rest/transport/networkhandler.h"
-
-#include <QEvent>
-
-#include <new>
+#include "rest/sending.h"
 
 namespace KelRestHandler {
-
-namespace {
-
-// Whether the request reaches what its operation means, and is signed. The value that stands in the
-// way may be a secret: it is not logged.
-bool canBeSent(const OAuthRequest& request)
-{
-    const char* const obstacle =
-        !request.isWellAddressed()
-            ? "A value cannot stand in the address of its request; nothing is sent"
-        : !CryptographicUtils::isAvailable() ? "The cryptographic library refuses SHA-1, so no "
-                                               "request can be signed; nothing is sent"
-                                             : nullptr;
-    if (obstacle)
-        qCCritical(logRest, "%s", obstacle);
-    return !obstacle;
-}
-
-// Null, and a line in the log, when there is no memory for the request, or it must not be sent.
-template <NetRequestType type, class... Arguments>
-std::unique_ptr<OAuthRequest> makeRequest(ISignatureProvider& provider,
-                                          const Arguments&... arguments)
-{
-    using Described = Description<type>;
-    using Request = typename Described::Request;
-    if (!Described::isOfUse())
-        return nullptr;
-    std::unique_ptr<OAuthRequest> request(new (std::nothrow) Request(provider, arguments..., type));
-    if (!request)
-        qCCritical(logRest, "%s", Described::creationFailure);
-    else if (!canBeSent(*request))
-        request.reset();
-    return request;
-}
-
-} // namespace
-
-template <NetRequestType type, class... Arguments>
-int RESTRequestHandler::send(OAuthRequest** out, ISignatureProvider& provider,
-                             const Arguments&... arguments)
-{
-    if (!out)
-        return -1;
-    auto request = makeRequest<type>(provider, arguments...);
-    if (!request || mNetworkHandler->sendNetWorkRequest(request.get(), type) != 0)
-        return -1;
-    mLastRequestId = request->getRequestId();
-    *out = request.release();
-    return 0;
-}
-
-template <NetRequestType type, class... Arguments>
-int RESTRequestHandler::send(ISignatureProvider& provider, const Arguments&... arguments)
-{
-    auto request = makeRequest<type>(provider, arguments...);
-    if (!request)
-        return -1;
-    const int id = request->getRequestId();
-    if (mNetworkHandler->sendOwnedRequest(std::move(request), type) != 0)
-        return -1;
-    mLastRequestId = id;
-    return 0;
-}
-
-RESTRequestHandler::RESTRequestHandler(QObject* parent)
-    : ServiceSignals(parent), mNetworkHandler(std::make_unique<NetworkHandler>(nullptr))
-{
-    ClientIdentification::setDescriptionReader(&readDeviceDescription);
-    relay(mNetworkHandler.get(), this);
-}
-
-RESTRequestHandler::~RESTRequestHandler() = default;
-
-int RESTRequestHandler::lastRequestId() const
-{
-    return mLastRequestId;
-}
-
-const AnsweredRequest& RESTRequestHandler::answering() const
-{
-    return mNetworkHandler->answering();
-}
-
-void RESTRequestHandler::abandon(int requestId)
-{
-    mNetworkHandler->abandon(requestId);
-}
-
-bool RESTRequestHandler::event(QEvent* event)
-{
-    // The last event before this object, and then each of its children, goes to another thread.
-    if (event->type() == QEvent::ThreadChange)
-        mNetworkHandler->setParent(this);
-    return ServiceSignals::event(event);
-}
 
 int RESTRequestHandler::sendSignInRequest(ISignatureProvider& provider, QString const& userName,
                                           QString const& password, QString const& consumerKey,
@@ -335,13 +232,6 @@ int RESTRequestHandler::sendUpdateDeviceInfoRequest(ISignatureProvider& provider
                                                     OAuthRequest** request)
 {
     return send<UpdateDeviceInfo>(request, provider, accountId, consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::resendRequest(OAuthRequest* request)
-{
-    if (!request || !canBeSent(*request))
-        return -1;
-    return mNetworkHandler->sendNetWorkRequest(request, request->getRequestType()) == 0 ? 0 : -1;
 }
 
 } // namespace KelRestHandler

@@ -2,6 +2,7 @@
 #include "account/fakeresthandler.h"
 
 #include "rest/request/oauthrequest.h"
+#include "rest/sending.h"
 #include "rest/transport/networkhandler.h"
 #include "support/literals.h"
 
@@ -22,8 +23,8 @@ QVector<int> abandonedRequests;
 class HandedOutRequest : public OAuthRequest
 {
 public:
-    HandedOutRequest(ISignatureProvider& provider, const QString& key, const QString& base)
-        : OAuthRequest(provider, key, base, RetrieveUserNameAvailability, "en"_s)
+    explicit HandedOutRequest(const KelTest::SentRequest& sent)
+        : OAuthRequest(*sent.signer, sent.consumerKey, sent.baseAddress, sent.type, "en"_s)
     {
         ++aliveRequests;
     }
@@ -33,17 +34,6 @@ public:
     QString getHttpRequestType() override { return "GET"_s; }
     bool isTokenRequired() override { return false; }
 };
-
-int take(const char* operation, const QVariantList& arguments, ISignatureProvider& signer,
-         const QString& key, const QString& base)
-{
-    requests.append({QString::fromLatin1(operation), arguments, &signer, key, base});
-    if (refusing)
-        return -1;
-    static int numbers = 1000000; // no request's own
-    latestRequestId = ++numbers;
-    return 0;
-}
 
 } // namespace
 
@@ -94,6 +84,25 @@ int requestsAlive()
     return aliveRequests;
 }
 
+int take(NetRequestType type, ISignatureProvider& signer, QVariantList arguments)
+{
+    const QString base = arguments.takeLast().toString();
+    const QString key = arguments.takeLast().toString();
+    requests.append({type, arguments, &signer, key, base});
+    if (refusing)
+        return -1;
+    static int numbers = 1000000; // no request's own
+    latestRequestId = ++numbers;
+    return 0;
+}
+
+OAuthRequest* handOut()
+{
+    auto* const request = new HandedOutRequest(requests.last());
+    latestRequestId = request->getRequestId();
+    return request;
+}
+
 } // namespace KelTest::FakeRestHandler
 
 namespace KelRestHandler {
@@ -126,100 +135,6 @@ void RESTRequestHandler::abandon(int requestId)
 bool RESTRequestHandler::event(QEvent* event)
 {
     return ServiceSignals::event(event);
-}
-
-int RESTRequestHandler::sendisUserIdAvailRequest(ISignatureProvider& provider,
-                                                 QString const& userName,
-                                                 QString const& consumerKey,
-                                                 QString const& baseAddress, OAuthRequest** request)
-{
-    const int result =
-        take("sendisUserIdAvailRequest", {userName}, provider, consumerKey, baseAddress);
-    if (result == 0) {
-        *request = new HandedOutRequest(provider, consumerKey, baseAddress);
-        latestRequestId = (*request)->getRequestId();
-    }
-    return result;
-}
-
-int RESTRequestHandler::sendRetrieveCaptchaImageRequest(ISignatureProvider& provider, int width,
-                                                        int height, QString const& consumerKey,
-                                                        QString const& baseAddress)
-{
-    return take("sendRetrieveCaptchaImageRequest", {width, height}, provider, consumerKey,
-                baseAddress);
-}
-
-int RESTRequestHandler::sendRetrieveSecQueListRequest(ISignatureProvider& provider,
-                                                      QString const& language,
-                                                      QString const& consumerKey,
-                                                      QString const& baseAddress)
-{
-    return take("sendRetrieveSecQueListRequest", {language}, provider, consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::senddetectPreAccountRequest(ISignatureProvider& provider,
-                                                    QString const& consumerKey,
-                                                    QString const& baseAddress)
-{
-    return take("senddetectPreAccountRequest", {}, provider, consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::sendretrieveTOSRequest(ISignatureProvider& provider,
-                                               QString const& serviceId, QString const& language,
-                                               QString const& country, TermsFormat format,
-                                               QString const& consumerKey,
-                                               QString const& baseAddress)
-{
-    return take("sendretrieveTOSRequest", {serviceId, language, country, int(format)}, provider,
-                consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::sendresetPasswordRequest(
-    ISignatureProvider& provider, QString const& userId, QString const& captchaId,
-    QString const& captchaText, bool sendMessage, QString const& messageBody,
-    QByteArray const& serviceTag, QString const& consumerKey, QString const& baseAddress)
-{
-    return take("sendresetPasswordRequest",
-                {userId, captchaId, captchaText, sendMessage, messageBody, serviceTag}, provider,
-                consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::sendisEmailAddAvailableRequest(ISignatureProvider& provider,
-                                                       QString const& emailAddress,
-                                                       QByteArray const& serviceTag,
-                                                       QString const& consumerKey,
-                                                       QString const& baseAddress)
-{
-    return take("sendisEmailAddAvailableRequest", {emailAddress, serviceTag}, provider, consumerKey,
-                baseAddress);
-}
-
-int RESTRequestHandler::sendQueryMarketingRequest(ISignatureProvider& provider,
-                                                  QString const& consumerKey,
-                                                  QString const& baseAddress)
-{
-    return take("sendQueryMarketingRequest", {}, provider, consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::sendResetPasswordRequest(
-    ISignatureProvider& provider, QString const& userId, QString const& securityToken,
-    QString const& newPassword, QString const& securityAnswer, QString const& language,
-    QString const& consumerKey, QString const& baseAddress)
-{
-    return take("sendResetPasswordRequest",
-                {userId, securityToken, newPassword, securityAnswer, language}, provider,
-                consumerKey, baseAddress);
-}
-
-int RESTRequestHandler::sendRetrieveSecurityQuestionRequest(ISignatureProvider& provider,
-                                                            QString const& userId,
-                                                            QString const& language,
-                                                            QString const& consumerKey,
-                                                            QString const& baseAddress)
-{
-    return take("sendRetrieveSecurityQuestionRequest", {userId, language}, provider, consumerKey,
-                baseAddress);
 }
 
 } // namespace KelRestHandler

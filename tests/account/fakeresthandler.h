@@ -14,7 +14,7 @@ namespace KelTest {
 /// What the orchestrator handed to the REST layer.
 struct SentRequest
 {
-    QString operation;      ///< the send operation's name
+    KelRestHandler::NetRequestType type;
     QVariantList arguments; ///< besides signer, key and address
     KelRestHandler::ISignatureProvider* signer;
     QString consumerKey;

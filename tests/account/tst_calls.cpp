@@ -29,33 +29,33 @@ using KelAccount::KelAccountsPrivate;
 namespace {
 
 /// The answer of the REST layer to what a send operation sent.
-std::function<void()> answerTo(const QString& sent)
+std::function<void()> answerTo(NetRequestType sent)
 {
     RESTRequestHandler& handler = FakeRestHandler::latest();
-    const QHash<QString, std::function<void()>> answers = {
-        {"sendisUserIdAvailRequest"_s,
+    const QHash<int, std::function<void()>> answers = {
+        {RetrieveUserNameAvailability,
          [&] {
              UserNameAvailabilityResponse response;
              response.requestId = handler.answering().requestId;
              handler.userNameAvailabilityResponse(response);
          }},
-        {"sendRetrieveCaptchaImageRequest"_s,
+        {RetrieveCaptchaImage,
          [&] { handler.retrieveCaptchaImageResponse(0, QPixmap(), QString()); }},
-        {"sendRetrieveSecQueListRequest"_s, [&] { handler.retrieveSecQueListResponse(0, {}); }},
-        {"senddetectPreAccountRequest"_s, [&] { handler.detectPreAccountResponse(0, {}); }},
-        {"sendretrieveTOSRequest"_s, [&] { handler.retrieveTOSResponse({}); }},
-        {"sendresetPasswordRequest"_s, [&] { handler.requestPasswordResetResponse(0); }},
-        {"sendisEmailAddAvailableRequest"_s, [&] { handler.emailIdAvailabilityResponse(0); }},
-        {"sendQueryMarketingRequest"_s,
+        {RetrieveSecurityQuestionList, [&] { handler.retrieveSecQueListResponse(0, {}); }},
+        {RetrievePreAccountInfo, [&] { handler.detectPreAccountResponse(0, {}); }},
+        {RetrieveTermsOfService, [&] { handler.retrieveTOSResponse({}); }},
+        {SendResetMessage, [&] { handler.requestPasswordResetResponse(0); }},
+        {RetrieveEmailIdAvailability, [&] { handler.emailIdAvailabilityResponse(0); }},
+        {QueryConsentVariant,
          [&] { handler.queryMarketingVariantResponse(0, static_cast<ConsentQueryVariant>(1)); }},
-        {"sendResetPasswordRequest"_s, [&] { handler.passwordResetResponse({}); }},
-        {"sendRetrieveSecurityQuestionRequest"_s,
+        {ResetPassword, [&] { handler.passwordResetResponse({}); }},
+        {RetrieveSecurityQuestion,
          [&] { handler.retrieveSecurityQuestionResponse(SecurityQuestionResponse()); }},
     };
     return answers.value(sent);
 }
 
-void giveAnswer(int request, const QString& sent, const AnswerDetails& details = {})
+void giveAnswer(int request, NetRequestType sent, const AnswerDetails& details = {})
 {
     FakeRestHandler::answer({request, details}, answerTo(sent));
 }
@@ -102,16 +102,15 @@ private Q_SLOTS:
         const CallId second = mOrchestrator->lastCall();
         const int secondRequest = FakeRestHandler::lastRequestId();
         QVERIFY(before != first && first != second && first != 0 && second != 0);
-        const QString sent = QString::fromLatin1(operation.sent);
         AnswerDetails details;
         details.retryAfterSeconds = 30;
-        giveAnswer(secondRequest, sent, details);
+        giveAnswer(secondRequest, operation.sent, details);
         QVERIFY(!mAnswered.isEmpty());
         for (const CallId call : qAsConst(mAnswered))
             QCOMPARE(call, second);
         QCOMPARE(mDetails.retryAfterSeconds, 30);
         mAnswered.clear();
-        giveAnswer(firstRequest, sent);
+        giveAnswer(firstRequest, operation.sent);
         for (const CallId call : qAsConst(mAnswered))
             QCOMPARE(call, first);
         QCOMPARE(mDetails.retryAfterSeconds, -1);
@@ -165,7 +164,7 @@ private Q_SLOTS:
         mAccounts->queryMarketingVariant();
         const CallId call = mOrchestrator->lastCall();
         const int request = FakeRestHandler::lastRequestId();
-        giveAnswer(request, "sendQueryMarketingRequest"_s);
+        giveAnswer(request, QueryConsentVariant);
         mOrchestrator->abandon(call);
         mOrchestrator->abandon(0);
         mOrchestrator->abandon(call + 1000);
@@ -182,7 +181,7 @@ private Q_SLOTS:
             mAnswered.append(mOrchestrator->answeredCall());
             mOrchestrator->abandon(mOrchestrator->answeredCall());
         };
-        giveAnswer(request, "sendRetrieveCaptchaImageRequest"_s);
+        giveAnswer(request, RetrieveCaptchaImage);
         QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
     }
 
@@ -194,7 +193,7 @@ private Q_SLOTS:
         details.status = 415;
         details.picture = "bytes";
         details.pictureFormat = "image/gif"_s;
-        giveAnswer(FakeRestHandler::lastRequestId(), "sendRetrieveCaptchaImageRequest"_s, details);
+        giveAnswer(FakeRestHandler::lastRequestId(), RetrieveCaptchaImage, details);
         QCOMPARE(mDetails.status, 415);
         QCOMPARE(mDetails.picture, "bytes"_ba);
         QCOMPARE(mDetails.pictureFormat, "image/gif"_s);
@@ -269,7 +268,7 @@ private Q_SLOTS:
             QCoreApplication::processEvents(); // answered here
             afterwards = mOrchestrator->answeredCall();
         };
-        giveAnswer(outerRequest, "sendQueryMarketingRequest"_s);
+        giveAnswer(outerRequest, QueryConsentVariant);
         QCOMPARE(mRecorder->lines().size(), 2);
         QCOMPARE(afterwards, outer);
     }

@@ -80,7 +80,7 @@ private Q_SLOTS:
 
         QCOMPARE(FakeRestHandler::sent().size(), 1);
         const SentRequest& sent = FakeRestHandler::sent().first();
-        QCOMPARE(sent.operation, QString::fromLatin1(operation.sent));
+        QCOMPARE(sent.type, operation.sent);
         QVariantList arguments = operation.sentArguments;
         if (operation.tagPurpose)
             arguments.append(QByteArray());

@@ -5,6 +5,8 @@
 
 namespace facadecalls {
 
+using namespace KelRestHandler;
+
 namespace {
 
 QMetaMethod methodOf(const char* name, const QVariantList& arguments)
@@ -40,7 +42,7 @@ QMap<int, QVariant> needed(std::initializer_list<int> positions)
 }
 
 Operation service(const char* name, const QVariantList& arguments, const char* refusal,
-                  const char* sent, const char* failure, const QMap<int, QVariant>& bad = {})
+                  NetRequestType sent, const char* failure, const QMap<int, QVariant>& bad = {})
 {
     Operation operation{name, arguments, refusal, nullptr, bad};
     operation.sent = sent;
@@ -109,39 +111,38 @@ QVector<Operation> ofTheService()
     const QString user = "user"_s;
     return {
         service("retrieveCaptchaImage", {120, 40}, "captchaImageResponse(%1, no picture)",
-                "sendRetrieveCaptchaImageRequest", "Failed to send retrieveCaptchaImage request"),
+                RetrieveCaptchaImage, "Failed to send retrieveCaptchaImage request"),
         service("retrieveSecurityQuestionList", {"fi"_s}, "securityQuestionListResponse(%1, {})",
-                "sendRetrieveSecQueListRequest", "Failed to send retrieveSecurityQuestionList"),
+                RetrieveSecurityQuestionList, "Failed to send retrieveSecurityQuestionList"),
         service("detectPreAccount", {}, "detectPreAccountResponse(%1, pre-account '' '' '' 0)",
-                "senddetectPreAccountRequest", "Failed to send detectPreAccount request"),
-        service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)",
-                "sendQueryMarketingRequest", "Failed to send queryMarketingVariant Request"),
+                RetrievePreAccountInfo, "Failed to send detectPreAccount request"),
+        service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)", QueryConsentVariant,
+                "Failed to send queryMarketingVariant Request"),
         sending(withTag(service("requestPasswordReset", {user, "x7Kq"_s, true, "the message"_s},
-                                "requestPasswordResetResponse(%1)", "sendresetPasswordRequest",
+                                "requestPasswordResetResponse(%1)", SendResetMessage,
                                 "Failed to send requestPasswordReset Request"),
                         ":SSO_PASSWORD_RECOVERY"),
                 {user, QString(), "x7Kq"_s, true, "the message"_s}),
         service("isUserIdAvailable", {"alice"_s}, "isUserIdAvailableResponse(%1, false, [])",
-                "sendisUserIdAvailRequest", "Failed to send isUserIdAvailable request",
+                RetrieveUserNameAvailability, "Failed to send isUserIdAvailable request",
                 needed({0})),
         sending(service("retrieveTermsOfService", {"service"_s, "sv"_s, "FI"_s, 2},
-                        "termsOfServiceResponse(%1, {})", "sendretrieveTOSRequest",
+                        "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
                         "Failed to send retrieveTermsOfService Request", needed({0})),
                 {"service"_s, "sv"_s, "FI"_s, 1}),
         withTag(service("isEmailIdAvailable", {"a@b.example"_s},
-                        "isEmailIdAvailableResponse(%1, false)", "sendisEmailAddAvailableRequest",
+                        "isEmailIdAvailableResponse(%1, false)", RetrieveEmailIdAvailability,
                         "Failed to send isEmailIdAvailable Request", needed({0})),
                 ":SSO_EMAIL_AVAILABILITY_CHECK"),
         service("retrievePasswordResetSecQuestion", {user, "de"_s},
-                "retrievePasswordResetSecQuestionResponse(%1, {})",
-                "sendRetrieveSecurityQuestionRequest",
+                "retrievePasswordResetSecQuestionResponse(%1, {})", RetrieveSecurityQuestion,
                 "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
-        sending(
-            service("resetPasswordUsingSecurityQuestion", {user, "token"_s, "new"_s, "answer"_s},
-                    "resetPasswordUsingSecurityQuestionResponse(%1)", "sendResetPasswordRequest",
-                    "Failed to send resetPasswordUsingSecurityQuestion Request",
-                    needed({0, 1, 2, 3})),
-            {user, "token"_s, "new"_s, "answer"_s, "en"_s}),
+        sending(service("resetPasswordUsingSecurityQuestion",
+                        {user, "token"_s, "new"_s, "answer"_s},
+                        "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
+                        "Failed to send resetPasswordUsingSecurityQuestion Request",
+                        needed({0, 1, 2, 3})),
+                {user, "token"_s, "new"_s, "answer"_s, "en"_s}),
     };
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "rest/request/netrequesttype.h"
 #include "support/literals.h"
 
 #include <kelaccount/kelaccounts.h>
@@ -36,7 +37,7 @@ struct Operation
 
     const char* mechanism = nullptr; ///< that the plugin is asked for
 
-    const char* sent = nullptr;       ///< the REST layer's operation
+    KelRestHandler::NetRequestType sent = {}; ///< the REST layer's operation
     QVariantList sentArguments = {};  ///< that it is given, but for the service tag at their end
     const char* failure = nullptr;    ///< logged when it cannot be sent
     const char* tagPurpose = nullptr; ///< null: without a service tag
