@@ -12,8 +12,6 @@
 #include <kelaccount/kelaccounts.h>
 
 #include <QCoreApplication>
-#include <QHash>
-#include <QPixmap>
 #include <QTest>
 
 #include <memory>
@@ -28,36 +26,18 @@ using KelAccount::KelAccountsPrivate;
 
 namespace {
 
-/// The answer of the REST layer to what a send operation sent.
-std::function<void()> answerTo(NetRequestType sent)
+void giveAnswer(int request, const Operation& operation, const AnswerDetails& details = {})
 {
-    RESTRequestHandler& handler = FakeRestHandler::latest();
-    const QHash<int, std::function<void()>> answers = {
-        {RetrieveUserNameAvailability,
-         [&] {
-             UserNameAvailabilityResponse response;
-             response.requestId = handler.answering().requestId;
-             handler.userNameAvailabilityResponse(response);
-         }},
-        {RetrieveCaptchaImage,
-         [&] { handler.retrieveCaptchaImageResponse(0, QPixmap(), QString()); }},
-        {RetrieveSecurityQuestionList, [&] { handler.retrieveSecQueListResponse(0, {}); }},
-        {RetrievePreAccountInfo, [&] { handler.detectPreAccountResponse(0, {}); }},
-        {RetrieveTermsOfService, [&] { handler.retrieveTOSResponse({}); }},
-        {SendResetMessage, [&] { handler.requestPasswordResetResponse(0); }},
-        {RetrieveEmailIdAvailability, [&] { handler.emailIdAvailabilityResponse(0); }},
-        {QueryConsentVariant,
-         [&] { handler.queryMarketingVariantResponse(0, static_cast<ConsentQueryVariant>(1)); }},
-        {ResetPassword, [&] { handler.passwordResetResponse({}); }},
-        {RetrieveSecurityQuestion,
-         [&] { handler.retrieveSecurityQuestionResponse(SecurityQuestionResponse()); }},
-    };
-    return answers.value(sent);
+    FakeRestHandler::answer({request, details},
+                            [&] { operation.answers.first().give(FakeRestHandler::latest()); });
 }
 
 void giveAnswer(int request, NetRequestType sent, const AnswerDetails& details = {})
 {
-    FakeRestHandler::answer({request, details}, answerTo(sent));
+    for (const Operation& operation : facadecalls::ofTheService()) {
+        if (operation.sent == sent)
+            giveAnswer(request, operation, details);
+    }
 }
 
 } // namespace
@@ -104,13 +84,13 @@ private Q_SLOTS:
         QVERIFY(before != first && first != second && first != 0 && second != 0);
         AnswerDetails details;
         details.retryAfterSeconds = 30;
-        giveAnswer(secondRequest, operation.sent, details);
+        giveAnswer(secondRequest, operation, details);
         QVERIFY(!mAnswered.isEmpty());
         for (const CallId call : qAsConst(mAnswered))
             QCOMPARE(call, second);
         QCOMPARE(mDetails.retryAfterSeconds, 30);
         mAnswered.clear();
-        giveAnswer(firstRequest, operation.sent);
+        giveAnswer(firstRequest, operation);
         for (const CallId call : qAsConst(mAnswered))
             QCOMPARE(call, first);
         QCOMPARE(mDetails.retryAfterSeconds, -1);

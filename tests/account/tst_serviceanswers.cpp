@@ -5,6 +5,7 @@
 #include "account/fakeresthandler.h"
 #include "account/kelaccountsprivate.h"
 #include "device/testtagserver.h"
+#include "operations/facadecalls.h"
 #include "platform/fakemodem.h"
 #include "platform/privateconfiguration.h"
 #include "support/literals.h"
@@ -28,6 +29,7 @@
 
 using namespace KelRestHandler;
 using namespace KelTest;
+using facadecalls::Answer;
 using KelAccount::KelAccounts;
 using KelAccount::KelAccountsPrivate;
 
@@ -35,172 +37,20 @@ namespace {
 
 const auto regionKey = "/meegotouch/i18n/region"_s;
 
-// An answer of the REST layer, and every signal that becomes of it.
-struct Answer
+QVector<Answer> answers()
 {
-    const char* name;
-    std::function<void(RESTRequestHandler&)> give;
-    QStringList lines;
-};
-
-QStringList lines(const char* first, const char* second = nullptr)
-{
-    QStringList list{QString::fromLatin1(first)};
-    if (second)
-        list.append(QString::fromLatin1(second));
-    return list;
-}
-
-UserNameAvailabilityResponse nameAnswer(int status, bool available, const QStringList& suggestions)
-{
-    UserNameAvailabilityResponse response;
-    response.status = status;
-    response.available = available;
-    response.suggestions = suggestions;
-    return response;
-}
-
-SecurityQuestionResponse questionAnswer(int status, const char* user, const char* id,
-                                        const char* question)
-{
-    SecurityQuestionResponse response;
-    response.status = status;
-    response.securityQuestion.username = text(user);
-    response.securityQuestion.passwordQuestionId = text(id);
-    response.securityQuestion.passwordQuestionText = text(question);
-    return response;
-}
-
-Answer email(const char* name, int status, const char* line)
-{
-    return {name, [=](RESTRequestHandler& h) { h.emailIdAvailabilityResponse(status); },
-            lines(line)};
-}
-
-Answer variant(const char* name, int status, int value, const char* line)
-{
-    return {name,
-            [=](RESTRequestHandler& h) {
-                h.queryMarketingVariantResponse(status, static_cast<ConsentQueryVariant>(value));
-            },
-            lines(line)};
-}
-
-QVector<Answer> availabilityAnswers()
-{
-    return {
-        {"name, free",
-         [](RESTRequestHandler& h) { h.userNameAvailabilityResponse(nameAnswer(0, true, {})); },
-         lines("isUserIdAvailableResponse(0, true, [])")},
-        {"name, taken",
-         [](RESTRequestHandler& h) {
-             h.userNameAvailabilityResponse(nameAnswer(0, false, {"alice1"_s, "a2"_s}));
-         },
-         lines("isUserIdAvailableResponse(0, false, [alice1, a2])")},
-        {"name, reserved",
-         [](RESTRequestHandler& h) { h.userNameAvailabilityResponse(nameAnswer(512, false, {})); },
-         lines("isUserIdAvailableResponse(512, false, [])")},
-        email("address, free", 0, "isEmailIdAvailableResponse(0, true)"),
-        email("address, taken", 508, "isEmailIdAvailableResponse(0, false)"),
-        email("address, reserved", 515, "isEmailIdAvailableResponse(515, false)"),
-        email("address, network", 404, "isEmailIdAvailableResponse(404, false)"),
-        email("address, unknown", 1004, "isEmailIdAvailableResponse(1004, false)"),
-        variant("variant 1", 0, 1, "marketingVariantResponse(0, 1)"),
-        variant("variant 2", 0, 2, "marketingVariantResponse(0, 2)"),
-        variant("variant 3", 0, 3, "marketingVariantResponse(0, 3)"),
-        variant("variant 4", 0, 4, "marketingVariantResponse(0, 4)"),
-        variant("variant 0", 0, 0, "marketingVariantResponse(0, 0)"),
-        variant("variant 5", 0, 5, "marketingVariantResponse(0, 0)"),
-        variant("variant -1", 0, -1, "marketingVariantResponse(0, 0)"),
-        variant("variant with an error", 505, 0, "marketingVariantResponse(505, 0)"),
-        variant("variant 3 with an error", 505, 3, "marketingVariantResponse(505, 3)"),
-    };
-}
-
-QVector<Answer> otherAnswers()
-{
-    return {
-        {"captcha",
-         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(0, QPixmap(7, 5), "c-1"_s); },
-         lines("captchaImageResponse(0, picture 7x5)",
-               "retrieveCaptchaImageResponse(0, picture 7x5, 'c-1')")},
-        {"captcha, no picture",
-         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(0, QPixmap(), "c-2"_s); },
-         lines("captchaImageResponse(0, no picture)",
-               "retrieveCaptchaImageResponse(0, no picture, 'c-2')")},
-        {"captcha, error",
-         [](RESTRequestHandler& h) { h.retrieveCaptchaImageResponse(404, QPixmap(), QString()); },
-         lines("captchaImageResponse(404, no picture)",
-               "retrieveCaptchaImageResponse(404, no picture, '')")},
-        {"questions",
-         [](RESTRequestHandler& h) {
-             h.retrieveSecQueListResponse(0, {{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}});
-         },
-         lines("securityQuestionListResponse(0, {1: Pet?, 2: ?})")},
-        {"questions, error", [](RESTRequestHandler& h) { h.retrieveSecQueListResponse(501, {}); },
-         lines("securityQuestionListResponse(501, {})")},
-        {"pre-account",
-         [](RESTRequestHandler& h) {
-             h.detectPreAccountResponse(0, {"id"_s, "name"_s, "+358"_s, QLocale::Finland});
-         },
-         // 73 is Finland's number in Qt's table.
-         lines("detectPreAccountResponse(0, pre-account 'id' 'name' '+358' 73)")},
-        {"pre-account, error", [](RESTRequestHandler& h) { h.detectPreAccountResponse(507, {}); },
-         lines("detectPreAccountResponse(507, pre-account '' '' '' 0)")},
-        {"terms",
-         [](RESTRequestHandler& h) {
-             TermsUrlsResponse response;
-             response.urls = {{"privacy"_s, "https://p.example/"_s}};
-             h.retrieveTOSResponse(response);
-         },
-         lines("termsOfServiceResponse(0, {privacy: https://p.example/})")},
-        {"terms, error",
-         [](RESTRequestHandler& h) {
-             TermsUrlsResponse response;
-             response.status = 503;
-             h.retrieveTOSResponse(response);
-         },
-         lines("termsOfServiceResponse(503, {})")},
-        {"recovery", [](RESTRequestHandler& h) { h.requestPasswordResetResponse(0); },
-         lines("requestPasswordResetResponse(0)")},
-        {"recovery, wrong captcha",
-         [](RESTRequestHandler& h) { h.requestPasswordResetResponse(517); },
-         lines("requestPasswordResetResponse(517)")},
-        {"question",
-         [](RESTRequestHandler& h) {
-             h.retrieveSecurityQuestionResponse(questionAnswer(0, "u", "12", "Pet?"));
-         },
-         lines("retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 12, "
-               "securityQuestionText: Pet?, userId: u})")},
-        {"question, error",
-         [](RESTRequestHandler& h) {
-             h.retrieveSecurityQuestionResponse(questionAnswer(519, "", "", ""));
-         },
-         lines("retrievePasswordResetSecQuestionResponse(519, {securityQuestionId: , "
-               "securityQuestionText: , userId: })")},
-        {"reset", [](RESTRequestHandler& h) { h.passwordResetResponse({}); },
-         lines("resetPasswordUsingSecurityQuestionResponse(0)")},
-        {"reset, error",
-         [](RESTRequestHandler& h) {
-             RESTResponseBase response;
-             response.status = 522;
-             h.passwordResetResponse(response);
-         },
-         lines("resetPasswordUsingSecurityQuestionResponse(522)")},
-    };
-}
-
-const QVector<Answer>& answers()
-{
-    static const QVector<Answer> all = availabilityAnswers() + otherAnswers();
+    QVector<Answer> all;
+    for (const facadecalls::Operation& operation : facadecalls::ofTheService())
+        all += operation.answers;
     return all;
 }
 
 void addRowForEachAnswer()
 {
     QTest::addColumn<int>("index");
-    for (int i = 0; i < answers().size(); ++i)
-        QTest::newRow(answers()[i].name) << i;
+    const QVector<Answer> all = answers();
+    for (int i = 0; i < all.size(); ++i)
+        QTest::newRow(all[i].name) << i;
 }
 
 } // namespace
@@ -222,6 +72,12 @@ private Q_SLOTS:
         FakeRestHandler::reset();
         FakeModem::reset();
         TagServerAddress::setProgram("/nonexistent/tag-server");
+    }
+
+    void everyOperationIsAnsweredAndRefused()
+    {
+        for (const auto& operation : facadecalls::ofTheService())
+            QVERIFY2(operation.answers.size() >= 2, operation.name);
     }
 
     void anAnswerIsRelayedAtOnce_data() { addRowForEachAnswer(); }

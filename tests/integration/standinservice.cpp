@@ -5,74 +5,12 @@
 #include "operations/answers.h"
 #include "support/literals.h"
 
-using KelAccount::KelAccounts;
-
 namespace {
 
-QByteArray recorded(const char* name)
+QByteArray replyOf(const KelTest::ServedOperation& operation)
 {
-    return wiredata::body(name).toUtf8();
-}
-
-QStringList lines(const char* first, const char* second = nullptr)
-{
-    QStringList list{text(first)};
-    if (second)
-        list.append(text(second));
-    return list;
-}
-
-QVector<KelTest::ServedOperation> readingOperations()
-{
-    return {
-        {"isUserIdAvailable", [](KelAccounts& a) { a.isUserIdAvailable("bob"_s); },
-         "availability/bob", recorded("usernameavailability/none"),
-         lines("isUserIdAvailableResponse(0, true, [])")},
-        {"retrieveCaptchaImage", [](KelAccounts& a) { a.retrieveCaptchaImage(120, 40); },
-         "captchas", operations::captchaReply().toUtf8(),
-         lines("captchaImageResponse(0, picture 3x2)",
-               "retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')")},
-        {"retrieveSecurityQuestionList",
-         [](KelAccounts& a) { a.retrieveSecurityQuestionList("de"_s); }, "securityquestions",
-         recorded("securityquestions/three-questions"),
-         lines("securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was your "
-               "first pet's name?})")},
-        {"detectPreAccount", [](KelAccounts& a) { a.detectPreAccount(); }, "autodetection",
-         recorded("preaccount/known"),
-         // 73 is Finland's number in Qt's table.
-         lines("detectPreAccountResponse(0, pre-account 'pre-17' 'somebody' '+358401234567' 73)")},
-        {"retrieveTermsOfService",
-         [](KelAccounts& a) { a.retrieveTermsOfService("shop"_s, "fi"_s, "FI"_s, 0); },
-         "services/shop?lang=fi&country=FI&format=text", recorded("termsurls/one-address"),
-         lines("termsOfServiceResponse(0, {tosUrl: })")},
-        {"queryMarketingVariant", [](KelAccounts& a) { a.queryMarketingVariant(); },
-         "consentqueryvariant", recorded("consentvariant/pre-ticked"),
-         lines("marketingVariantResponse(0, 2)")},
-    };
-}
-
-QVector<KelTest::ServedOperation> recoveryOperations()
-{
-    return {
-        {"isEmailIdAvailable", [](KelAccounts& a) { a.isEmailIdAvailable("bob@mail.example"_s); },
-         "emailavailability/", QByteArray(), lines("isEmailIdAvailableResponse(0, true)")},
-        {"requestPasswordReset",
-         [](KelAccounts& a) { a.requestPasswordReset("bob"_s, "read-by-bob"_s, false, QString()); },
-         "simplifiedpasswordrecovery/bob/send", QByteArray(),
-         lines("requestPasswordResetResponse(0)")},
-        {"retrievePasswordResetSecQuestion",
-         [](KelAccounts& a) { a.retrievePasswordResetSecQuestion("bob"_s, "de"_s); },
-         "simplifiedpasswordrecovery/bob/question", recorded("securityquestion/of-a-user"),
-         lines("retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
-               "securityQuestionText: What was your first pet's name?, userId: somebody})")},
-        {"resetPasswordUsingSecurityQuestion",
-         [](KelAccounts& a) {
-             a.resetPasswordUsingSecurityQuestion("bob"_s, "planted-token"_s, "planted-password"_s,
-                                                  "planted-answer"_s);
-         },
-         "simplifiedpasswordrecovery/bob/change", QByteArray(),
-         lines("resetPasswordUsingSecurityQuestionResponse(0)")},
-    };
+    const bool isPicture = operation.sent == KelRestHandler::RetrieveCaptchaImage;
+    return (isPicture ? operations::captchaReply() : wiredata::body(operation.reply)).toUtf8();
 }
 
 Reaction closing(const QByteArray& bytes)
@@ -117,8 +55,7 @@ namespace KelTest {
 
 const QVector<ServedOperation>& servedOperations()
 {
-    static const QVector<ServedOperation> operations = readingOperations() + recoveryOperations();
-    return operations;
+    return facadecalls::ofTheService();
 }
 
 StandInService::StandInService(const QHostAddress& address) : mServer(QSslConfiguration(), address)
@@ -142,7 +79,7 @@ Reaction StandInService::answer(const WireRequest& request)
         if (request.target != "/rest/1.0/" + operation.target)
             continue;
         return disturbed(disturb ? disturb(request) : Disturbance::None,
-                         Reaction::reply(200, operation.reply));
+                         Reaction::reply(200, replyOf(operation)));
     }
     mProblems.append("nobody asks for "_s + QString::fromLatin1(request.target));
     return Reaction::reply(notFound, QByteArray());

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "operations/facadecalls.h"
 #include "support/scriptedserver.h"
-
-#include <kelaccount/kelaccounts.h>
 
 #include <QStringList>
 #include <QVector>
@@ -15,14 +14,7 @@
 namespace KelTest {
 
 /// One operation, from the call to the signals.
-struct ServedOperation
-{
-    const char* name;
-    std::function<void(KelAccount::KelAccounts&)> call;
-    QByteArray target; ///< behind the base address
-    QByteArray reply;
-    QStringList lines; ///< the signals, as FacadeRecorder writes them
-};
+using ServedOperation = facadecalls::Operation;
 
 const QVector<ServedOperation>& servedOperations();
 

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "operations/facadecalls.h"
 
+#include "rest/restrequesthandler.h"
+
 #include <QMetaMethod>
+#include <QPixmap>
+
+#include <type_traits>
 
 namespace facadecalls {
 
@@ -63,6 +68,260 @@ Operation sending(Operation operation, const QVariantList& arguments)
     return operation;
 }
 
+/// What the service is asked for, what it replies, and the signals of that.
+Operation served(Operation operation, const char* target, const char* reply,
+                 const QStringList& lines)
+{
+    operation.target = target;
+    operation.reply = reply;
+    operation.lines = lines;
+    return operation;
+}
+
+Operation answered(Operation operation, const QVector<Answer>& answers)
+{
+    operation.answers = answers;
+    return operation;
+}
+
+// A structure bears the request that is being answered.
+template <class Value>
+Value of(const RESTRequestHandler& handler, Value value)
+{
+    if constexpr (std::is_base_of_v<RESTResponseBase, Value>)
+        value.requestId = handler.answering().requestId;
+    return value;
+}
+
+template <class... Types, class... Values>
+Answer answer(const char* name, void (ServiceSignals::*signal)(Types...), const char* line,
+              Values... values)
+{
+    return {name,
+            [=](RESTRequestHandler& handler) { (handler.*signal)(of(handler, values)...); },
+            {text(line)}};
+}
+
+// The picture is made when it is given: most programs that read these rows have no use for one.
+Answer captcha(const char* name, int status, const QSize& size, const char* id,
+               const QStringList& lines)
+{
+    return {name,
+            [=](RESTRequestHandler& handler) {
+                handler.retrieveCaptchaImageResponse(
+                    status, size.isEmpty() ? QPixmap() : QPixmap(size), text(id));
+            },
+            lines};
+}
+
+Answer name(const char* name, int status, bool available, const QStringList& suggestions,
+            const char* line)
+{
+    UserNameAvailabilityResponse response;
+    response.status = status;
+    response.available = available;
+    response.suggestions = suggestions;
+    return answer(name, &ServiceSignals::userNameAvailabilityResponse, line, response);
+}
+
+Answer email(const char* name, int status, const char* line)
+{
+    return answer(name, &ServiceSignals::emailIdAvailabilityResponse, line, status);
+}
+
+Answer variant(const char* name, int status, int value, const char* line)
+{
+    return answer(name, &ServiceSignals::queryMarketingVariantResponse, line, status,
+                  static_cast<ConsentQueryVariant>(value));
+}
+
+Answer terms(const char* name, int status, const QVariantMap& urls, const char* line)
+{
+    TermsUrlsResponse response;
+    response.status = status;
+    response.urls = urls;
+    return answer(name, &ServiceSignals::retrieveTOSResponse, line, response);
+}
+
+Answer question(const char* name, int status, const char* user, const char* id,
+                const char* question, const char* line)
+{
+    SecurityQuestionResponse response;
+    response.status = status;
+    response.securityQuestion.username = text(user);
+    response.securityQuestion.passwordQuestionId = text(id);
+    response.securityQuestion.passwordQuestionText = text(question);
+    return answer(name, &ServiceSignals::retrieveSecurityQuestionResponse, line, response);
+}
+
+Answer reset(const char* name, int status, const char* line)
+{
+    RESTResponseBase response;
+    response.status = status;
+    return answer(name, &ServiceSignals::passwordResetResponse, line, response);
+}
+
+Operation captchaImage()
+{
+    return answered(
+        served(service("retrieveCaptchaImage", {120, 40}, "captchaImageResponse(%1, no picture)",
+                       RetrieveCaptchaImage, "Failed to send retrieveCaptchaImage request"),
+               "captchas", "the picture",
+               {"captchaImageResponse(0, picture 3x2)"_s,
+                "retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')"_s}),
+        {captcha("captcha, no picture", 0, QSize(), "c-2",
+                 {"captchaImageResponse(0, no picture)"_s,
+                  "retrieveCaptchaImageResponse(0, no picture, 'c-2')"_s}),
+         captcha("captcha", 0, QSize(7, 5), "c-1",
+                 {"captchaImageResponse(0, picture 7x5)"_s,
+                  "retrieveCaptchaImageResponse(0, picture 7x5, 'c-1')"_s}),
+         captcha("captcha, error", 404, QSize(), "",
+                 {"captchaImageResponse(404, no picture)"_s,
+                  "retrieveCaptchaImageResponse(404, no picture, '')"_s})});
+}
+
+Operation securityQuestionList()
+{
+    const auto signal = &ServiceSignals::retrieveSecQueListResponse;
+    return answered(
+        served(service("retrieveSecurityQuestionList", {"de"_s},
+                       "securityQuestionListResponse(%1, {})", RetrieveSecurityQuestionList,
+                       "Failed to send retrieveSecurityQuestionList"),
+               "securityquestions", "securityquestions/three-questions",
+               {"securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was "
+                "your first pet's name?})"_s}),
+        {answer("questions", signal, "securityQuestionListResponse(0, {1: Pet?, 2: ?})", 0,
+                QVariantMap{{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}}),
+         answer("questions, error", signal, "securityQuestionListResponse(501, {})", 501,
+                QVariantMap())});
+}
+
+// 73 is Finland's number in Qt's table.
+Operation preAccount()
+{
+    const auto signal = &ServiceSignals::detectPreAccountResponse;
+    return answered(
+        served(service("detectPreAccount", {},
+                       "detectPreAccountResponse(%1, pre-account '' '' '' 0)",
+                       RetrievePreAccountInfo, "Failed to send detectPreAccount request"),
+               "autodetection", "preaccount/known",
+               {"detectPreAccountResponse(0, pre-account 'pre-17' 'somebody' '+358401234567' "
+                "73)"_s}),
+        {answer("pre-account", signal,
+                "detectPreAccountResponse(0, pre-account 'id' 'name' '+358' 73)", 0,
+                PreAccountInfo{"id"_s, "name"_s, "+358"_s, QLocale::Finland}),
+         answer("pre-account, error", signal,
+                "detectPreAccountResponse(507, pre-account '' '' '' 0)", 507, PreAccountInfo())});
+}
+
+Operation marketingVariant()
+{
+    return answered(
+        served(service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)",
+                       QueryConsentVariant, "Failed to send queryMarketingVariant Request"),
+               "consentqueryvariant", "consentvariant/pre-ticked",
+               {"marketingVariantResponse(0, 2)"_s}),
+        {variant("variant 1", 0, 1, "marketingVariantResponse(0, 1)"),
+         variant("variant 2", 0, 2, "marketingVariantResponse(0, 2)"),
+         variant("variant 3", 0, 3, "marketingVariantResponse(0, 3)"),
+         variant("variant 4", 0, 4, "marketingVariantResponse(0, 4)"),
+         variant("variant 0", 0, 0, "marketingVariantResponse(0, 0)"),
+         variant("variant 5", 0, 5, "marketingVariantResponse(0, 0)"),
+         variant("variant -1", 0, -1, "marketingVariantResponse(0, 0)"),
+         variant("variant with an error", 505, 0, "marketingVariantResponse(505, 0)"),
+         variant("variant 3 with an error", 505, 3, "marketingVariantResponse(505, 3)")});
+}
+
+Operation recoveryMessage()
+{
+    const auto signal = &ServiceSignals::requestPasswordResetResponse;
+    const Operation plain =
+        service("requestPasswordReset", {"bob"_s, "x7Kq"_s, true, "the message"_s},
+                "requestPasswordResetResponse(%1)", SendResetMessage,
+                "Failed to send requestPasswordReset Request");
+    return answered(
+        served(sending(withTag(plain, ":SSO_PASSWORD_RECOVERY"),
+                       {"bob"_s, QString(), "x7Kq"_s, true, "the message"_s}),
+               "simplifiedpasswordrecovery/bob/send", "", {"requestPasswordResetResponse(0)"_s}),
+        {answer("recovery", signal, "requestPasswordResetResponse(0)", 0),
+         answer("recovery, wrong captcha", signal, "requestPasswordResetResponse(517)", 517)});
+}
+
+Operation nameAvailability()
+{
+    return answered(
+        served(service("isUserIdAvailable", {"bob"_s}, "isUserIdAvailableResponse(%1, false, [])",
+                       RetrieveUserNameAvailability, "Failed to send isUserIdAvailable request",
+                       needed({0})),
+               "availability/bob", "usernameavailability/none",
+               {"isUserIdAvailableResponse(0, true, [])"_s}),
+        {name("name, free", 0, true, {}, "isUserIdAvailableResponse(0, true, [])"),
+         name("name, taken", 0, false, {"alice1"_s, "a2"_s},
+              "isUserIdAvailableResponse(0, false, [alice1, a2])"),
+         name("name, reserved", 512, false, {}, "isUserIdAvailableResponse(512, false, [])")});
+}
+
+Operation termsOfService()
+{
+    return answered(served(service("retrieveTermsOfService", {"shop"_s, "fi"_s, "FI"_s, 0},
+                                   "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
+                                   "Failed to send retrieveTermsOfService Request", needed({0})),
+                           "services/shop?lang=fi&country=FI&format=text", "termsurls/one-address",
+                           {"termsOfServiceResponse(0, {tosUrl: })"_s}),
+                    {terms("terms", 0, {{"privacy"_s, "https://p.example/"_s}},
+                           "termsOfServiceResponse(0, {privacy: https://p.example/})"),
+                     terms("terms, error", 503, {}, "termsOfServiceResponse(503, {})")});
+}
+
+Operation emailAvailability()
+{
+    const Operation plain = service(
+        "isEmailIdAvailable", {"bob@mail.example"_s}, "isEmailIdAvailableResponse(%1, false)",
+        RetrieveEmailIdAvailability, "Failed to send isEmailIdAvailable Request", needed({0}));
+    return answered(served(withTag(plain, ":SSO_EMAIL_AVAILABILITY_CHECK"), "emailavailability/",
+                           "", {"isEmailIdAvailableResponse(0, true)"_s}),
+                    {email("address, free", 0, "isEmailIdAvailableResponse(0, true)"),
+                     email("address, taken", 508, "isEmailIdAvailableResponse(0, false)"),
+                     email("address, reserved", 515, "isEmailIdAvailableResponse(515, false)"),
+                     email("address, network", 404, "isEmailIdAvailableResponse(404, false)"),
+                     email("address, unknown", 1004, "isEmailIdAvailableResponse(1004, false)")});
+}
+
+Operation questionOfAUser()
+{
+    return answered(
+        served(service("retrievePasswordResetSecQuestion", {"bob"_s, "de"_s},
+                       "retrievePasswordResetSecQuestionResponse(%1, {})", RetrieveSecurityQuestion,
+                       "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
+               "simplifiedpasswordrecovery/bob/question", "securityquestion/of-a-user",
+               {"retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
+                "securityQuestionText: What was your first pet's name?, userId: somebody})"_s}),
+        {question("question", 0, "u", "12", "Pet?",
+                  "retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 12, "
+                  "securityQuestionText: Pet?, userId: u})"),
+         question("question, error", 519, "", "", "",
+                  "retrievePasswordResetSecQuestionResponse(519, {securityQuestionId: , "
+                  "securityQuestionText: , userId: })")});
+}
+
+Operation resetByQuestion()
+{
+    const QString token = "planted-token"_s;
+    const QString password = "planted-password"_s;
+    const QString reply = "planted-answer"_s;
+    return answered(
+        served(
+            sending(service("resetPasswordUsingSecurityQuestion", {"bob"_s, token, password, reply},
+                            "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
+                            "Failed to send resetPasswordUsingSecurityQuestion Request",
+                            needed({0, 1, 2, 3})),
+                    {"bob"_s, token, password, reply, "en"_s}),
+            "simplifiedpasswordrecovery/bob/change", "",
+            {"resetPasswordUsingSecurityQuestionResponse(0)"_s}),
+        {reset("reset", 0, "resetPasswordUsingSecurityQuestionResponse(0)"),
+         reset("reset, error", 522, "resetPasswordUsingSecurityQuestionResponse(522)")});
+}
+
 Operation session(const char* name, const QVariantList& arguments, const char* answer,
                   const char* mechanism, const QMap<int, QVariant>& bad = {})
 {
@@ -106,44 +365,14 @@ QVector<BadCall> Operation::badCalls() const
     return calls;
 }
 
-QVector<Operation> ofTheService()
+const QVector<Operation>& ofTheService()
 {
-    const QString user = "user"_s;
-    return {
-        service("retrieveCaptchaImage", {120, 40}, "captchaImageResponse(%1, no picture)",
-                RetrieveCaptchaImage, "Failed to send retrieveCaptchaImage request"),
-        service("retrieveSecurityQuestionList", {"fi"_s}, "securityQuestionListResponse(%1, {})",
-                RetrieveSecurityQuestionList, "Failed to send retrieveSecurityQuestionList"),
-        service("detectPreAccount", {}, "detectPreAccountResponse(%1, pre-account '' '' '' 0)",
-                RetrievePreAccountInfo, "Failed to send detectPreAccount request"),
-        service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)", QueryConsentVariant,
-                "Failed to send queryMarketingVariant Request"),
-        sending(withTag(service("requestPasswordReset", {user, "x7Kq"_s, true, "the message"_s},
-                                "requestPasswordResetResponse(%1)", SendResetMessage,
-                                "Failed to send requestPasswordReset Request"),
-                        ":SSO_PASSWORD_RECOVERY"),
-                {user, QString(), "x7Kq"_s, true, "the message"_s}),
-        service("isUserIdAvailable", {"alice"_s}, "isUserIdAvailableResponse(%1, false, [])",
-                RetrieveUserNameAvailability, "Failed to send isUserIdAvailable request",
-                needed({0})),
-        sending(service("retrieveTermsOfService", {"service"_s, "sv"_s, "FI"_s, 2},
-                        "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
-                        "Failed to send retrieveTermsOfService Request", needed({0})),
-                {"service"_s, "sv"_s, "FI"_s, 1}),
-        withTag(service("isEmailIdAvailable", {"a@b.example"_s},
-                        "isEmailIdAvailableResponse(%1, false)", RetrieveEmailIdAvailability,
-                        "Failed to send isEmailIdAvailable Request", needed({0})),
-                ":SSO_EMAIL_AVAILABILITY_CHECK"),
-        service("retrievePasswordResetSecQuestion", {user, "de"_s},
-                "retrievePasswordResetSecQuestionResponse(%1, {})", RetrieveSecurityQuestion,
-                "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
-        sending(service("resetPasswordUsingSecurityQuestion",
-                        {user, "token"_s, "new"_s, "answer"_s},
-                        "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
-                        "Failed to send resetPasswordUsingSecurityQuestion Request",
-                        needed({0, 1, 2, 3})),
-                {user, "token"_s, "new"_s, "answer"_s, "en"_s}),
+    static const QVector<Operation> all = {
+        captchaImage(),    securityQuestionList(), preAccount(),     marketingVariant(),
+        recoveryMessage(), nameAvailability(),     termsOfService(), emailAvailability(),
+        questionOfAUser(), resetByQuestion(),
     };
+    return all;
 }
 
 QVector<Operation> ofTheSession()

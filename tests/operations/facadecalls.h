@@ -13,6 +13,10 @@
 
 #include <functional>
 
+namespace KelRestHandler {
+class RESTRequestHandler;
+}
+
 /// The operations of the facade, as an application sees them and as what is behind it does: the
 /// REST layer for those that need no sign-on session, the plugin for the others and the two
 /// set-ups.
@@ -25,6 +29,14 @@ struct BadCall
 {
     QByteArray name; ///< the argument that is missing or wrong
     Call call;
+};
+
+/// An answer of the REST layer, and every signal that becomes of it.
+struct Answer
+{
+    const char* name;
+    std::function<void(KelRestHandler::RESTRequestHandler&)> give;
+    QStringList lines; ///< as FacadeRecorder writes them
 };
 
 struct Operation
@@ -41,12 +53,17 @@ struct Operation
     QVariantList sentArguments = {};  ///< that it is given, but for the service tag at their end
     const char* failure = nullptr;    ///< logged when it cannot be sent
     const char* tagPurpose = nullptr; ///< null: without a service tag
+    QVector<Answer> answers = {};     ///< the first is a success
+
+    QByteArray target = {};      ///< that the service is asked for, below the base address
+    const char* reply = nullptr; ///< a recorded one, or none; "the picture" is no recorded one
+    QStringList lines = {};      ///< the signals, as FacadeRecorder writes them
 
     void call(KelAccounts& accounts) const;
     QVector<BadCall> badCalls() const;
 };
 
-QVector<Operation> ofTheService();
+const QVector<Operation>& ofTheService();
 QVector<Operation> ofTheSession();
 
 /// One of the two ways to set the device account up.
