@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 for component in runtime plugin emulator; do
-    cmake --install "$build" --prefix "$work/prefix" --component "$component" >"$work/install.log" ||
+    cmake --install "$build" --prefix "$work/prefix" --component "$component" >"$work/install.log" 2>&1 ||
         { cat "$work/install.log"; exit 1; }
 done
 # As the daemon's own description has it, below its prefix.
@@ -37,4 +37,21 @@ signs_in "$folder" >"$work/with.log" 2>&1 || { cat "$work/with.log"; exit 1; }
 # The daemon looks nowhere else.
 mkdir "$work/empty"
 signs_in "$work/empty" >"$work/without.log" 2>&1 && { echo "signed in without a plugin"; exit 1; }
-true
+
+# An update puts another file in the plugin's place while the daemon and the plugin's process run, and a
+# package that is taken away leaves none. Whoever has signed in is served all the same.
+served=$(KELACCOUNT_CONSUMER_KEY=demo-key KELACCOUNT_CONSUMER_SECRET=demo-secret \
+    "$emulator" run -- bash -c '
+        set -e
+        folder=$1 client=$2
+        dbus-update-activation-environment "SSO_PLUGINS_DIR=$folder"
+        "$client" --password-fd 0 sign-in alice <<<secret
+        before=$(stat --format=%i "$folder/libzorauthplugin.so")
+        cp "$folder/libzorauthplugin.so" "$folder/libzorauthplugin.so.dpkg-new"
+        mv "$folder/libzorauthplugin.so.dpkg-new" "$folder/libzorauthplugin.so"
+        [ "$before" != "$(stat --format=%i "$folder/libzorauthplugin.so")" ]
+        "$client" profile
+        rm "$folder/libzorauthplugin.so"
+        "$client" profile' bash "$folder" "$client" 2>&1) ||
+    { echo "an update under a running daemon:"; echo "$served"; exit 1; }
+[ "$(grep -c '^downloadProfile' <<<"$served")" = 2 ] || { echo "$served"; exit 1; }
