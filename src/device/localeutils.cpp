@@ -4,6 +4,7 @@
 #include <QHash>
 
 #include <cstring>
+#include <type_traits>
 
 namespace {
 
@@ -81,10 +82,10 @@ const Codes& codes()
 template <class Enumeration>
 int numberOf(const Enumeration& value)
 {
-    int number = 0;
-    static_assert(sizeof number == sizeof value);
+    // An int in Qt 5, a short one in Qt 6.
+    std::underlying_type_t<Enumeration> number = 0;
     std::memcpy(&number, &value, sizeof number);
-    return number;
+    return static_cast<int>(number);
 }
 
 } // namespace

@@ -29,16 +29,17 @@ QString valueOf(const QString& element, const QString& xml)
 // The address conversion in the very steps of its definition, with the searches it is defined by.
 QString punycodeBySearching(const QString& input)
 {
-    QRegExp fromAtSign("@.+"_s);
-    if (fromAtSign.indexIn(input) < 0)
+    const auto found = [](const char* pattern, const QString& text) {
+        return QRegularExpression(QLatin1String(pattern),
+                                  QRegularExpression::DotMatchesEverythingOption)
+            .match(text);
+    };
+    const auto fromAtSign = found("@.+", input);
+    const auto noAtSign = found("[^@].+", fromAtSign.captured());
+    const auto localPart = found(".+@", input);
+    if (!fromAtSign.hasMatch() || !noAtSign.hasMatch() || !localPart.hasMatch())
         return input;
-    QRegExp noAtSign("[^@].+"_s);
-    if (noAtSign.indexIn(fromAtSign.cap(0)) < 0)
-        return input;
-    QRegExp localPart(".+@"_s);
-    if (localPart.indexIn(input) < 0)
-        return input;
-    return localPart.cap(0) + QString::fromLatin1(QUrl::toAce(noAtSign.cap(0)));
+    return localPart.captured() + QString::fromLatin1(QUrl::toAce(noAtSign.captured()));
 }
 
 } // namespace
@@ -58,9 +59,9 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         const MessageLog log; // what is logged has tests of its own
-        const auto* const body =
-            std::find_if(bodies().begin(), bodies().end(),
-                         [&](const Body& one) { return name == QLatin1String(one.name); });
+        const auto body = std::find_if(bodies().begin(), bodies().end(), [&](const Body& one) {
+            return name == QLatin1String(one.name);
+        });
         const QString xml = body->make();
 
         QString expected = wiredata::request(name);

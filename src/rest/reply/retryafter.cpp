@@ -36,7 +36,7 @@ int retryAfterSeconds(const QByteArray& value, const QDateTime& now)
     const QDateTime until = headerTimeOnWire(QString::fromLatin1(text).chopped(4));
     if (!until.isValid() || !now.isValid())
         return -1;
-    return static_cast<int>(qBound<qint64>(0, now.secsTo(until), longest));
+    return static_cast<int>(std::clamp<qint64>(now.secsTo(until), 0, longest));
 }
 
 } // namespace KelRestHandler

@@ -15,8 +15,8 @@ namespace {
 qint32 differenceTo(QDateTime const& serverTime)
 {
     const qint64 difference = serverTime.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
-    return static_cast<qint32>(qBound<qint64>(std::numeric_limits<qint32>::min(), difference,
-                                              std::numeric_limits<qint32>::max()));
+    return static_cast<qint32>(std::clamp<qint64>(difference, std::numeric_limits<qint32>::min(),
+                                                  std::numeric_limits<qint32>::max()));
 }
 
 } // namespace

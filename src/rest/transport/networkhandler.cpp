@@ -68,6 +68,11 @@ QNetworkRequest messageFor(const HttpRequest& request)
     // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
     // signature.
     message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    // Both are so by default in Qt 5, and not in Qt 6. A signature is for one address; and what is
+    // watched and counted is a connection with one request.
+    message.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
+    message.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     return message;
 }
 
@@ -325,6 +330,7 @@ void NetworkHandler::onProxyAuthenticationRequired(QNetworkProxy const& /*proxy*
 }
 
 // Qt gave this notification up; a network that is away shows in each reply.
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_DEPRECATED
 void NetworkHandler::onNetworkAccessibleChanged(
@@ -332,5 +338,6 @@ void NetworkHandler::onNetworkAccessibleChanged(
 {
 }
 QT_WARNING_POP
+#endif
 
 } // namespace KelRestHandler

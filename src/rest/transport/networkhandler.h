@@ -58,8 +58,8 @@ protected Q_SLOTS:
     void onProxyAuthenticationRequired(QNetworkProxy const& proxy, QAuthenticator* authenticator);
 
 protected:
-// Qt deprecated the notification, so it is no slot of the meta-object.
-#ifndef Q_MOC_RUN
+// Qt 5 deprecated the notification, so it is no slot of the meta-object, and Qt 6 has none.
+#if !defined Q_MOC_RUN && QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     void onNetworkAccessibleChanged(QNetworkAccessManager::NetworkAccessibility accessible);
