@@ -31,12 +31,12 @@ QStringList propertiesOf(const QMetaObject& meta)
 
 QVariant sample(const QMetaProperty& property)
 {
-    switch (property.type()) {
-    case QVariant::Bool:
+    switch (property.userType()) {
+    case QMetaType::Bool:
         return true;
-    case QVariant::Date:
+    case QMetaType::QDate:
         return QDate(1980, 2, 9);
-    case QVariant::StringList:
+    case QMetaType::QStringList:
         return QStringList{"music"_s, "maps"_s};
     default:
         return QLatin1String(property.name()) + QLatin1String("'s value");
@@ -177,7 +177,7 @@ private Q_SLOTS:
         for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
             const QMetaProperty property = meta->property(i);
             const QVariant value = property.read(&profile);
-            if (property.type() == QVariant::String)
+            if (property.userType() == QMetaType::QString)
                 QVERIFY2(value.toString().isEmpty(), property.name());
         }
         QVERIFY(profile.serviceList().isEmpty());
@@ -197,9 +197,9 @@ private Q_SLOTS:
             const QMetaObject* const meta = info->metaObject();
             for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
                 const QVariant value = meta->property(i).read(info);
-                if (value.type() == QVariant::String)
+                if (value.userType() == QMetaType::QString)
                     QVERIFY2(value.toString().isEmpty(), meta->property(i).name());
-                if (value.type() == QVariant::Bool)
+                if (value.userType() == QMetaType::Bool)
                     QVERIFY2(!value.toBool(), meta->property(i).name());
             }
             QVERIFY(info->dateOfBirth().isNull());

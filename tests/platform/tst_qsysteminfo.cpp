@@ -34,7 +34,7 @@ private Q_SLOTS:
         QSystemInfo system;
         QCOMPARE(system.version(QSystemInfo::Firmware), "12"_s);
         QCOMPARE(system.version(QSystemInfo::Os), QString::fromLatin1(kernel.release));
-        QVERIFY(system.version(QSystemInfo::QtCore).startsWith("5."_s));
+        QVERIFY(system.version(QSystemInfo::QtCore).startsWith("%1."_s.arg(QT_VERSION_MAJOR)));
         QCOMPARE(system.version(static_cast<QSystemInfo::Version>(99)), QString());
     }
 

@@ -122,7 +122,12 @@ private Q_SLOTS:
         QVERIFY(!bytes.isEmpty());
         const MessageLog log;
         QCOMPARE(sizeOf(bytes), QSize(0, 0));
-        QCOMPARE(log.all(), QStringList("W "_s + QLatin1String(tooLarge)));
+        // Qt 6 has a limit of its own, which one of the formats meets first.
+        const bool qtRefused =
+            QT_VERSION_MAJOR > 5 && log.all().value(0).startsWith("W QImageIOHandler: Rejecting"_s);
+        QCOMPARE(log.all().size(), 1);
+        if (!qtRefused)
+            QCOMPARE(log.all(), QStringList("W "_s + QLatin1String(tooLarge)));
     }
 
     void whatIsNoPictureIsNone_data()
