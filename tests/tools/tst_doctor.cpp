@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The client's doctor, in a session in which one part after the other is broken.
-#include "emulator/emulatorprocess.h"
 #include "platform/privatebus.h"
-#include "support/literals.h"
 #include "support/rows.h"
+#include "tools/doctorrun.h"
 
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
 #include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <functional>
 #include <memory>
@@ -20,45 +14,7 @@ using namespace KelTest;
 
 namespace {
 
-enum ExitStatus { Fine = 0, HasErrors = 1, HasWarnings = 5 };
-
 const auto moduleFolder = text(KELACCOUNT_MODULE_FOLDER);
-
-const QStringList withSim = {"--sim"_s, "244-05-1234567890"_s};
-
-/// A client on a device where everything is in order, and a folder for what a test puts there.
-struct Session
-{
-    EmulatorProcess& emulator;
-    QTemporaryDir folder;
-    EnvironmentChange environment;
-    QString client = QStringLiteral(KELACCOUNT_CLIENT_PROGRAM);
-
-    explicit Session(EmulatorProcess& running)
-        : emulator(running), environment(running.environment())
-    {
-        environment.insert("KELACCOUNT_CONSUMER_KEY"_s, "demo-key"_s);
-        environment.insert("KELACCOUNT_CONSUMER_SECRET"_s, "demo-secret"_s);
-        environment.insert("LC_ALL"_s, "fi_FI.UTF-8"_s);
-        // Looks as if the daemon had an extension that encrypts.
-        write("extensions/libcryptsetup.so"_s, {});
-        set("SSO_EXTENSIONS_DIR", folder.filePath("extensions"_s));
-    }
-    bool set(const char* variable, const QString& value)
-    {
-        environment[text(variable)] = value;
-        return true;
-    }
-    QString write(const QString& name, const QByteArray& content)
-    {
-        QFile file(folder.filePath(name));
-        const bool written = QDir().mkpath(QFileInfo(file).path()) &&
-                             file.open(QIODevice::WriteOnly) &&
-                             file.write(content) == content.size();
-        return written ? file.fileName() : QString();
-    }
-    QString plugin() const { return environment["SSO_PLUGINS_DIR"_s] + "/libzorauthplugin.so"_s; }
-};
 
 QByteArray contentOf(const QString& name)
 {
@@ -127,26 +83,6 @@ class TestDoctor : public QObject
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(mEmulator.start(withSim), mEmulator.log().constData()); }
     void cleanup() { mEmulator.admin("DELETE", "/faults"_s); }
-
-    void whereAllIsInOrderEverythingIsGood()
-    {
-        EmulatorProcess emulator;
-        QVERIFY2(emulator.start(withSim + QStringList{"--tag-server"_s}),
-                 emulator.log().constData());
-        const Session session(emulator);
-        const ProgramRun run = diagnosed(session);
-        QVERIFY2(run.status == Fine, run.output.constData());
-        QStringList checks;
-        for (const QJsonValue& finding : run.json()["findings"_s].toArray()) {
-            QCOMPARE(finding["level"_s].toString(), "good"_s);
-            checks.append(finding["check"_s].toString());
-        }
-        QCOMPARE(checks, QString("modules texts bus daemon plugin provider service database "
-                                 "secrets proxy host tls clock key tag modem sim region locale"_s)
-                             .split(QLatin1Char(' ')));
-        QCOMPARE(run.json()["worst"_s].toString(), "good"_s);
-        QCOMPARE(run.json()["schema"_s].toInt(), 1);
-    }
 
     void eachFindingIsALineWithWhatToDo()
     {
@@ -250,19 +186,6 @@ private Q_SLOTS:
         }
     }
 
-    void whatADeviceHasNotIsNoted()
-    {
-        EmulatorProcess emulator;
-        QVERIFY2(emulator.start(), emulator.log().constData());
-        const Session session(emulator);
-        const ProgramRun run = diagnosed(session);
-        verifyFinding(run, "tag"_s, "note"_s, "no tag server"_s);
-        verifyFinding(run, "modem"_s, "note"_s, "no modem"_s);
-        verifyFinding(run, "sim"_s, "note"_s, "no SIM"_s);
-        verifyFinding(run, "region"_s, "warning"_s, "807"_s);
-        QCOMPARE(run.status, int(HasWarnings));
-    }
-
     void aLockedSimIsFound()
     {
         Session session(mEmulator);
@@ -287,30 +210,6 @@ private Q_SLOTS:
     }
 
 private:
-    static ProgramRun diagnosed(const Session& session)
-    {
-        return runProgram(session.client, {"doctor"_s, "--json"_s}, session.environment);
-    }
-
-    static void verifyFinding(const ProgramRun& run, const QString& check, const QString& level,
-                              const QString& text)
-    {
-        QVERIFY2(!run.output.contains("planted"), run.output.constData());
-        const QString worst = run.json()["worst"_s].toString();
-        QCOMPARE(run.status, int(worst == "error"_s     ? HasErrors
-                                 : worst == "warning"_s ? HasWarnings
-                                                        : Fine));
-        for (const QJsonValue& finding : run.json()["findings"_s].toArray()) {
-            if (finding["check"_s] != check)
-                continue;
-            QVERIFY2(finding["level"_s] == level, run.output.constData());
-            QVERIFY2(finding["text"_s].toString().contains(text), run.output.constData());
-            QCOMPARE(finding["advice"_s].toString().isEmpty(), level == "good"_s);
-            return;
-        }
-        QFAIL(qPrintable("no finding of "_s + check + QString::fromUtf8(run.output)));
-    }
-
     static void row(const char* name, const char* check, const char* level, const char* finding,
                     const Break& breakIt)
     {
