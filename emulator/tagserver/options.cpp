@@ -15,12 +15,13 @@ namespace {
 constexpr long largestReply = 65536;
 constexpr std::size_t longestName = 107;
 
-// Error codes are known by their hexadecimal numbers, too.
-std::optional<long> number(const std::string& text, long smallest, long largest)
+// Error codes are known by their hexadecimal numbers, too. They have 32 bits, as a long has on some
+// machines.
+std::optional<long long> number(const std::string& text, long long smallest, long long largest)
 {
     char* end = nullptr;
     errno = 0;
-    const long value = std::strtol(text.c_str(), &end, 0);
+    const long long value = std::strtoll(text.c_str(), &end, 0);
     if (text.empty() || *end != '\0' || errno != 0 || value < smallest || value > largest)
         return std::nullopt;
     return value;
@@ -28,7 +29,7 @@ std::optional<long> number(const std::string& text, long smallest, long largest)
 
 std::string codeProblem(const std::string& text)
 {
-    if (number(text, 0, 0xFFFFFFFFL))
+    if (number(text, 0, 0xFFFFFFFFLL))
         return {};
     return "needs a code from 0 to 0xFFFFFFFF, not '" + text + '\'';
 }
@@ -88,7 +89,7 @@ Options optionsFrom(const CommandLine::Line& line)
     Options options;
     options.name = line.value("--name", options.name);
     options.tag = line.value("--tag", options.tag);
-    if (const auto code = number(line.value("--refuse"), 0, 0xFFFFFFFFL))
+    if (const auto code = number(line.value("--refuse"), 0, 0xFFFFFFFFLL))
         options.refusal = static_cast<unsigned>(*code);
     if (const auto size = number(line.value("--reply-bytes"), 1, largestReply))
         options.replyBytes = static_cast<int>(*size);
