@@ -98,7 +98,7 @@ bool Emulator::startServers(const Options& options, std::string& problem)
     mProxy = std::make_unique<Proxy>(
         [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
-    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy);
+    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy, scenario);
     if (!mProxy->start(options.proxyPort, problem) || !mAdmin->start(options.adminPort, problem))
         return false;
     if (!options.refuse && !mProxy->accept()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/command/admincommands.h"
 #include "emulator/command/emulator.h"
-#include "emulator/command/inboxcommand.h"
 #include "emulator/command/options.h"
 #include "emulator/common/log.h"
 #include "emulator/common/standardstreams.h"
@@ -70,20 +70,15 @@ int run(int count, char** arguments)
     CommandLine::Line line;
     if (const auto status = CommandLine::answer(emulatorProgram(), count, arguments, line))
         return *status;
+    if (line.command != "run" && line.command != "serve")
+        return askEmulator(line);
     Options options;
     std::string problem;
     if (!readOptions(line, options, problem)) {
         logLine(problem);
         return CommandLine::exitMisuse;
     }
-    if (options.mode != Options::Mode::Inbox)
-        return runOrServe(options);
-    std::string messages;
-    if (!readInbox(options.inboxOf, messages, problem)) {
-        logLine(problem);
-        return Command::cannotStart;
-    }
-    return CommandLine::printed(emulatorProgram(), messages);
+    return runOrServe(options);
 }
 
 } // namespace

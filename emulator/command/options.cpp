@@ -53,27 +53,15 @@ void takeService(const CommandLine::Line& line, Options& options)
     options.tagServer = line.has("--tag-server");
 }
 
-/// A file, or the name of a scenario that comes with the program.
 bool takeScenario(const std::string& name, Options& options, std::string& problem)
 {
-    std::ifstream stream(name, std::ios::binary);
-    if (!stream.is_open() && name.find('/') == std::string::npos) {
-        const std::string file = findSharedFile("kelaccount/scenarios/" + name + ".json");
-        if (!file.empty())
-            stream.open(file, std::ios::binary);
-    }
-    std::ostringstream text;
-    text << stream.rdbuf();
-    if (!stream.is_open() || stream.bad() || text.str().empty()) {
-        problem = "cannot read a scenario from '" + name +
-                  "'; give a file, or the name of one that comes along";
+    std::string text;
+    if (!findScenario(name, text, problem))
         return false;
-    }
-    if (!readScenario(text.str(), options.scenario, problem)) {
+    if (!readScenario(text, options.scenario, problem)) {
         problem = "scenario '" + name + "': " + problem;
         return false;
     }
-    options.hasScenario = true;
     const auto& sim = options.scenario.sim;
     if (sim && !options.sim && !(options.sim = readSim(sim->text(), problem))) {
         problem = "scenario '" + name + "': sim: " + problem;
@@ -95,13 +83,26 @@ void takeChecked(const CommandLine::Line& line, Options& options, std::string& p
 
 } // namespace
 
+bool findScenario(const std::string& name, std::string& text, std::string& problem)
+{
+    std::ifstream stream(name, std::ios::binary);
+    if (!stream.is_open() && name.find('/') == std::string::npos) {
+        const std::string file = findSharedFile("kelaccount/scenarios/" + name + ".json");
+        if (!file.empty())
+            stream.open(file, std::ios::binary);
+    }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    text = content.str();
+    if (stream.is_open() && !stream.bad() && !text.empty())
+        return true;
+    problem = "cannot read a scenario from '" + name +
+              "'; give a file, or the name of one that comes along";
+    return false;
+}
+
 bool readOptions(const CommandLine::Line& line, Options& options, std::string& problem)
 {
-    if (line.command == "inbox") {
-        options.mode = Options::Mode::Inbox;
-        options.inboxOf = line.arguments.empty() ? std::string() : line.arguments.front();
-        return true;
-    }
     options.mode = line.command == "run" ? Options::Mode::Run : Options::Mode::Serve;
     options.command = line.rest;
     takeService(line, options);

@@ -17,7 +17,7 @@ namespace KelEmulator {
 /// The command line.
 struct Options
 {
-    enum class Mode { Run, Serve, Inbox };
+    enum class Mode { Run, Serve };
 
     Mode mode = Mode::Run;
     std::vector<std::string> command;  ///< with Run only, never empty then
@@ -28,11 +28,9 @@ struct Options
     std::vector<std::string> reserved;
     std::vector<PreAccount> preAccounts;
     std::optional<Sim> sim;
-    std::string inboxOf;                   ///< with Inbox: whose, empty for everybody's
     std::vector<Fault> faults;             ///< behind the scenario's
     std::optional<std::int64_t> clockSkew; ///< in place of the scenario's
     Scenario scenario;
-    bool hasScenario = false;
     int certificateDays = 30;
     int proxyPort = 0; ///< 0: any free one
     int adminPort = 0;
@@ -48,5 +46,9 @@ const CommandLine::Program& emulatorProgram();
 /// The options that a command line of the program says. False, and one line saying what to do in
 /// `problem`, on misuse.
 bool readOptions(const CommandLine::Line& line, Options& options, std::string& problem);
+
+/// The text of a scenario in a file, or of one that comes with the program by its name. False, and
+/// why in `problem`.
+bool findScenario(const std::string& name, std::string& text, std::string& problem);
 
 } // namespace KelEmulator

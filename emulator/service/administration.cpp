@@ -18,6 +18,7 @@ namespace KelEmulator {
 
 namespace {
 
+constexpr const char* noSuchAccount = "there is no such account";
 constexpr const char* malformedName = "a name has 1 to 64 letters, digits or . _ - @ +";
 
 QString qtText(const std::string& text)
@@ -135,6 +136,73 @@ std::string accountsJson(Store& store)
     QJsonArray array;
     for (const Account& account : store.with([](Tables& tables) { return tables.accounts.list(); }))
         array.append(accountJson(account));
+    return jsonOf(array);
+}
+
+std::optional<Account> findAccount(Tables& tables, const std::string& user)
+{
+    bool isNumber = false;
+    const qlonglong key = QByteArray::fromStdString(user).toLongLong(&isNumber);
+    std::optional<Account> account;
+    if (isNumber)
+        account = tables.accounts.find(key);
+    return account ? account : tables.accounts.findUser(user);
+}
+
+bool changeAccount(Store& store, const std::string& user, const std::string& body,
+                   std::string& problem)
+{
+    return unlessRefused(store, problem, [&](Tables& tables) {
+        const std::optional<Account> before = findAccount(tables, user);
+        if (!before)
+            throw Refusal{noSuchAccount};
+        QJsonObject object = wholeAccountJson(*before);
+        const QJsonObject changes = readJsonObject(body);
+        for (auto change = changes.begin(); change != changes.end(); ++change)
+            object.insert(change.key(), change.value());
+        Fields fields(object);
+        Account after = accountFrom(fields);
+        after.key = before->key;
+        after.marketingByEmail = before->marketingByEmail;
+        after.marketingByMobile = before->marketingByMobile;
+        after.hasAcceptedTos = before->hasAcceptedTos;
+        after.hasAcceptedServiceTos = before->hasAcceptedServiceTos;
+        after.hasAcceptedPrivacyPolicy = before->hasAcceptedPrivacyPolicy;
+        if (!after.isLocked() && !before->isLocked())
+            after.failures = before->failures;
+        const std::optional<Account> sameEmail = tables.accounts.findEmail(after.email);
+        if (!after.email.empty() && sameEmail && sameEmail->key != after.key)
+            throw Refusal{"an account has this email already"};
+        if (!tables.accounts.save(after))
+            throw Refusal{"an account has this userName already"};
+    });
+}
+
+bool deleteAccount(Store& store, const std::string& user, std::string& problem)
+{
+    return unlessRefused(store, problem, [&](Tables& tables) {
+        const std::optional<Account> account = findAccount(tables, user);
+        if (!account)
+            throw Refusal{noSuchAccount};
+        tables.removeAccount(account->key);
+    });
+}
+
+std::string accountText(Store& store, const std::string& user)
+{
+    const std::optional<Account> account =
+        store.with([&](Tables& tables) { return findAccount(tables, user); });
+    return account ? QJsonDocument(accountJson(*account)).toJson().toStdString() : std::string();
+}
+
+std::string captchasJson(Store& store, std::int64_t now)
+{
+    QJsonArray array;
+    for (const Captcha& captcha :
+         store.with([now](Tables& tables) { return tables.captchas.list(now); })) {
+        array.append(QJsonObject{{QStringLiteral("id"), qtText(captcha.id)},
+                                 {QStringLiteral("text"), qtText(captcha.text)}});
+    }
     return jsonOf(array);
 }
 

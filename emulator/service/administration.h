@@ -30,6 +30,18 @@ std::string accountsJson(Store& store);
 bool setClock(Clock& clock, const std::string& body, std::string& problem);
 std::string clockJson(const Clock& clock);
 
+/// The account of a number, a user name, an address or a mobile number; nothing for any other.
+std::optional<Account> findAccount(Tables& tables, const std::string& user);
+/// Changes an account by the fields of a JSON object. False, and why in `problem`, with nothing
+/// changed.
+bool changeAccount(Store& store, const std::string& user, const std::string& body,
+                   std::string& problem);
+bool deleteAccount(Store& store, const std::string& user, std::string& problem);
+/// One account without anything secret; empty when there is none.
+std::string accountText(Store& store, const std::string& user);
+/// The captchas that can still be solved.
+std::string captchasJson(Store& store, std::int64_t now);
+
 /// The messages to a name or a recipient; all of them for an empty name.
 std::string inboxJson(Store& store, const std::string& name);
 

@@ -11,6 +11,8 @@ namespace KelEmulator {
 Captchas::Captchas(Database& database)
     : mInsert(database.prepare("INSERT INTO captchas (id, text, expires) VALUES (?1, ?2, ?3)")),
       mText(database.prepare("SELECT text FROM captchas WHERE id = ?1 AND expires > ?2")),
+      mList(database.prepare("SELECT id, text FROM captchas WHERE expires > ?1"
+                             " ORDER BY expires DESC LIMIT 100")),
       mRemove(database.prepare("DELETE FROM captchas WHERE id = ?1 OR expires <= ?2"))
 {
 }
@@ -30,6 +32,16 @@ std::optional<std::string> Captchas::text(const std::string& id, std::int64_t no
     if (!query.bind(1, id).bind(2, now).next())
         return std::nullopt;
     return query.text(0);
+}
+
+std::vector<Captcha> Captchas::list(std::int64_t now)
+{
+    std::vector<Captcha> captchas;
+    Query query(mList);
+    query.bind(1, now);
+    while (query.next())
+        captchas.push_back({query.text(0), query.text(1)});
+    return captchas;
 }
 
 bool Captchas::solve(const std::string& id, const std::string& text, std::int64_t now)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace KelEmulator {
 
@@ -26,6 +27,8 @@ public:
     Captcha create(std::int64_t now);
     /// The text of a captcha that can still be solved.
     std::optional<std::string> text(const std::string& id, std::int64_t now);
+    /// Those that can still be solved, the newest first.
+    std::vector<Captcha> list(std::int64_t now);
     /// Whether the text is the captcha's, in either letter case. However that ends, the captcha is
     /// gone.
     bool solve(const std::string& id, const std::string& text, std::int64_t now);
@@ -33,6 +36,7 @@ public:
 private:
     Statement mInsert;
     Statement mText;
+    Statement mList;
     Statement mRemove;
 };
 

@@ -44,11 +44,13 @@ void RequestLog::clear()
     mRecords.clear();
 }
 
-std::string RequestLog::json() const
+std::string RequestLog::json(std::uint64_t after) const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     std::string text = "[";
     for (const RequestRecord& record : mRecords) {
+        if (record.number <= after)
+            continue;
         text += text.size() > 1 ? ",\n " : "\n ";
         text += "{\"number\": " + std::to_string(record.number);
         text += ", \"verb\": " + jsonString(record.verb);

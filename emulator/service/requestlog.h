@@ -30,8 +30,8 @@ class RequestLog
 public:
     void append(RequestRecord record);
     void clear();
-    /// A JSON array, oldest first.
-    std::string json() const;
+    /// A JSON array of those behind a number, oldest first.
+    std::string json(std::uint64_t after = 0) const;
 
 private:
     static constexpr size_t capacity = 10000;

@@ -5,6 +5,8 @@
 #include "emulator/service/administration.h"
 #include "emulator/wire/proxy.h"
 
+#include <cstdlib>
+
 namespace KelEmulator {
 
 namespace {
@@ -21,7 +23,8 @@ void say(httplib::Response& response, int status, const std::string& text)
 
 } // namespace
 
-AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(service), mProxy(proxy)
+AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenario)
+    : mService(service), mProxy(proxy), mScenario(std::move(scenario))
 {
     mServer.new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
     // A connection that is kept would hold up the end.
@@ -46,6 +49,8 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy) : mService(servi
     });
     addFaultRoutes();
     addClockRoutes();
+    addScenarioRoutes();
+    addSingleAccountRoutes();
     addProxyRoutes();
     addAccountRoutes();
     addRequestRoutes();
@@ -111,6 +116,51 @@ void AdminServer::addClockRoutes()
     });
 }
 
+void AdminServer::addScenarioRoutes()
+{
+    mServer.Get("/scenario", [this](const httplib::Request&, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        response.set_content(scenarioJson(mService, mScenario), json);
+    });
+    mServer.Post("/scenario", [this](const httplib::Request& request, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        Scenario scenario;
+        std::string problem;
+        if (!readScenario(request.body, scenario, problem) ||
+            !applyScenario(mService, scenario, problem))
+            return say(response, 400, problem);
+        // A modem and a tag server are started once, with the emulator.
+        const bool asksForMore = scenario.sim || scenario.tags;
+        scenario.sim = mScenario.sim;
+        scenario.tags = mScenario.tags;
+        mScenario = std::move(scenario);
+        say(response, 200,
+            asksForMore ? "loaded; SIM and tags stay as they were started" : "loaded");
+    });
+}
+
+void AdminServer::addSingleAccountRoutes()
+{
+    constexpr const char* path = R"(/accounts/([^/]+))";
+    mServer.Get(path, [this](const httplib::Request& request, httplib::Response& response) {
+        const std::string text = accountText(mService.store(), request.matches[1]);
+        if (text.empty())
+            return say(response, 404, "there is no such account");
+        response.set_content(text, json);
+    });
+    mServer.Patch(path, [this](const httplib::Request& request, httplib::Response& response) {
+        std::string problem;
+        const bool good =
+            changeAccount(mService.store(), request.matches[1], request.body, problem);
+        say(response, good ? 200 : 400, good ? "account changed" : problem);
+    });
+    mServer.Delete(path, [this](const httplib::Request& request, httplib::Response& response) {
+        std::string problem;
+        const bool good = deleteAccount(mService.store(), request.matches[1], problem);
+        say(response, good ? 200 : 400, good ? "account deleted" : problem);
+    });
+}
+
 void AdminServer::addProxyRoutes()
 {
     // With a content reader that is not used: "curl -X POST" sends neither body nor length, and the
@@ -154,6 +204,9 @@ void AdminServer::addAccountRoutes()
     mServer.Get("/inbox", [this](const httplib::Request& request, httplib::Response& response) {
         response.set_content(inboxJson(mService.store(), request.get_param_value("name")), json);
     });
+    mServer.Get("/captchas", [this](const httplib::Request&, httplib::Response& response) {
+        response.set_content(captchasJson(mService.store(), mService.clock().now()), json);
+    });
     mServer.Get(R"(/captchas/([0-9a-f]+))", [this](const httplib::Request& request,
                                                    httplib::Response& response) {
         const std::string id = request.matches[1];
@@ -166,8 +219,10 @@ void AdminServer::addAccountRoutes()
 
 void AdminServer::addRequestRoutes()
 {
-    mServer.Get("/requests", [this](const httplib::Request&, httplib::Response& response) {
-        response.set_content(mService.requests().json(), json);
+    mServer.Get("/requests", [this](const httplib::Request& request, httplib::Response& response) {
+        const std::string after = request.get_param_value("after");
+        response.set_content(mService.requests().json(std::strtoull(after.c_str(), nullptr, 10)),
+                             json);
     });
     mServer.Delete("/requests", [this](const httplib::Request&, httplib::Response& response) {
         mService.requests().clear();

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "emulator/service/scenario.h"
+
 #include <httplib.h>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -15,7 +18,8 @@ class Proxy;
 class AdminServer
 {
 public:
-    AdminServer(AccountService& service, Proxy& proxy);
+    /// `scenario` is what the service was made of.
+    AdminServer(AccountService& service, Proxy& proxy, Scenario scenario = {});
     ~AdminServer();
 
     /// `port` 0 takes any free one. False, and why in `problem`.
@@ -28,12 +32,16 @@ private:
     bool isForUs(const httplib::Request& request) const;
     void addFaultRoutes();
     void addClockRoutes();
+    void addScenarioRoutes();
+    void addSingleAccountRoutes();
     void addProxyRoutes();
     void addAccountRoutes();
     void addRequestRoutes();
 
     AccountService& mService;
     Proxy& mProxy;
+    std::mutex mScenarioMutex;
+    Scenario mScenario;
     httplib::Server mServer;
     std::thread mThread;
     int mPort = 0;

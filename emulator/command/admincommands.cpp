@@ -1,0 +1,292 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "emulator/command/admincommands.h"
+
+#include "emulator/command/options.h"
+#include "emulator/common/log.h"
+#include "emulator/common/percentencoding.h"
+#include "emulator/run/command.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <httplib.h>
+#include <sstream>
+#include <thread>
+
+namespace KelEmulator {
+
+namespace {
+
+constexpr const char* addressVariable = "KELACCOUNT_EMULATOR_ADMIN";
+
+/// Ends a command with a line on standard error.
+struct Failure
+{
+    int status;
+    std::string problem;
+};
+
+/// Text of somebody's for a terminal.
+std::string printable(const QJsonValue& value)
+{
+    std::string text = value.toString().toStdString();
+    for (char& character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if ((byte < 0x20 && character != '\n') || byte == 0x7f)
+            character = '?';
+    }
+    return text;
+}
+
+std::string described(const QJsonObject& message)
+{
+    const auto value = [&message](const char* name) {
+        return printable(message.value(QLatin1String(name)));
+    };
+    std::string text = "To:   " + value("recipient") + " (" + value("user") + ")\n" +
+                       "Sent: " + value("sent") + "\n\n    ";
+    for (const char character : value("text"))
+        text += character == '\n' ? "\n    " : std::string(1, character);
+    return text + '\n';
+}
+
+/// The emulator that the environment names.
+class Endpoint
+{
+public:
+    Endpoint()
+    {
+        const char* const address = std::getenv(addressVariable);
+        if (!address || !*address)
+            throw Failure{Command::cannotStart,
+                          std::string(addressVariable) +
+                              " is not set: say it inside the emulator (run, or serve's "
+                              "environment)"};
+        mAddress = address;
+    }
+
+    std::string ask(const char* method, const std::string& path, const std::string& body = {})
+    {
+        httplib::Client client(mAddress);
+        client.set_connection_timeout(5);
+        client.set_read_timeout(5);
+        httplib::Request request;
+        request.method = method;
+        request.path = path;
+        request.body = body;
+        if (request.method != "GET")
+            request.set_header("Content-Type", "text/plain");
+        const auto answer = client.send(request);
+        if (!answer || answer->status == 403)
+            throw Failure{Command::cannotStart, "no emulator answers at " + mAddress};
+        if (answer->status != 200)
+            throw Failure{CommandLine::exitMisuse, answer->body.substr(0, answer->body.find('\n'))};
+        return answer->body;
+    }
+
+    QJsonArray list(const std::string& path)
+    {
+        return QJsonDocument::fromJson(QByteArray::fromStdString(ask("GET", path))).array();
+    }
+
+private:
+    std::string mAddress;
+};
+
+std::string jsonText(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+}
+
+std::string firstArgument(const CommandLine::Line& line)
+{
+    return line.arguments.empty() ? std::string() : line.arguments.front();
+}
+
+std::string inbox(Endpoint& emulator, const CommandLine::Line& line)
+{
+    std::string text;
+    for (const QJsonValue message :
+         emulator.list("/inbox?name=" + percentEncode(firstArgument(line))))
+        text += (text.empty() ? "" : "\n") + described(message.toObject());
+    return text.empty() ? "No messages.\n" : text;
+}
+
+std::string captcha(Endpoint& emulator, const CommandLine::Line& line)
+{
+    if (!line.arguments.empty())
+        return emulator.ask("GET", "/captchas/" + percentEncode(line.arguments.front()));
+    std::string text;
+    for (const QJsonValue one : emulator.list("/captchas"))
+        text += printable(one[QStringLiteral("id")]) + ' ' +
+                printable(one[QStringLiteral("text")]) + '\n';
+    return text.empty() ? "No captchas.\n" : text;
+}
+
+std::string fault(Endpoint& emulator, const CommandLine::Line& line)
+{
+    if (line.has("--clear"))
+        emulator.ask("DELETE", "/faults");
+    if (!line.arguments.empty())
+        emulator.ask("POST", "/faults", line.arguments.front());
+    const std::string text = emulator.ask("GET", "/faults");
+    return text.empty() ? "No faults.\n" : text;
+}
+
+std::string clock(Endpoint& emulator, const CommandLine::Line& line)
+{
+    QJsonObject order;
+    if (line.has("--skew"))
+        order.insert(QStringLiteral("skew"),
+                     QByteArray::fromStdString(line.value("--skew")).toDouble());
+    if (line.has("--speed")) {
+        bool isNumber = false;
+        const double speed = QByteArray::fromStdString(line.value("--speed")).toDouble(&isNumber);
+        if (!isNumber)
+            throw Failure{CommandLine::exitMisuse, "--speed needs a number such as 0.5 or 60"};
+        order.insert(QStringLiteral("speed"), speed);
+    }
+    if (line.has("--time"))
+        order.insert(QStringLiteral("time"), QString::fromStdString(line.value("--time")));
+    return order.isEmpty() ? emulator.ask("GET", "/clock")
+                           : emulator.ask("POST", "/clock", jsonText(order));
+}
+
+std::string scenario(Endpoint& emulator, const CommandLine::Line& line)
+{
+    if (line.arguments.empty())
+        return emulator.ask("GET", "/scenario");
+    std::string text;
+    std::string problem;
+    if (!findScenario(line.arguments.front(), text, problem))
+        throw Failure{CommandLine::exitMisuse, problem};
+    return emulator.ask("POST", "/scenario", text);
+}
+
+std::string accountList(Endpoint& emulator)
+{
+    std::string text;
+    for (const QJsonValue account : emulator.list("/accounts")) {
+        const auto value = [&account](const char* name) {
+            const std::string shown = printable(account[QLatin1String(name)]);
+            return shown.empty() ? "-" : shown;
+        };
+        text += value("accountId") + ' ' + value("userName") + ' ' + value("email") + ' ' +
+                value("mobile") + (account[QStringLiteral("locked")].toBool() ? " locked\n" : "\n");
+    }
+    return text.empty() ? "No accounts.\n" : text;
+}
+
+QJsonObject changes(const CommandLine::Line& line)
+{
+    QJsonObject fields;
+    for (const std::string& setting : line.values("--set")) {
+        const size_t sign = setting.find('=');
+        const std::string value = sign == std::string::npos ? "" : setting.substr(sign + 1);
+        const bool isFlag = value == "true" || value == "false";
+        fields.insert(QString::fromStdString(setting.substr(0, sign)),
+                      isFlag ? QJsonValue(value == "true")
+                             : QJsonValue(QString::fromStdString(value)));
+    }
+    for (const bool locked : {true, false}) {
+        if (line.has(locked ? "--lock" : "--unlock"))
+            fields.insert(QStringLiteral("locked"), locked);
+    }
+    return fields;
+}
+
+std::string accounts(Endpoint& emulator, const CommandLine::Line& line)
+{
+    QJsonObject fields = changes(line);
+    const bool asksForOne = line.has("--make") || line.has("--delete") || !fields.isEmpty();
+    if (line.arguments.empty()) {
+        if (asksForOne)
+            throw Failure{CommandLine::exitMisuse, "say which account"};
+        return accountList(emulator);
+    }
+    const std::string user = line.arguments.front();
+    const std::string path = "/accounts/" + percentEncode(user);
+    if (line.has("--make")) {
+        if (!fields.contains(QStringLiteral("userName")))
+            fields.insert(QStringLiteral("userName"), QString::fromStdString(user));
+        return emulator.ask("POST", "/accounts", jsonText(fields));
+    }
+    if (line.has("--delete"))
+        return emulator.ask("DELETE", path);
+    return fields.isEmpty() ? emulator.ask("GET", path)
+                            : emulator.ask("PATCH", path, jsonText(fields));
+}
+
+std::string describedRequest(const QJsonObject& request)
+{
+    const auto value = [&request](const char* name) {
+        return printable(request.value(QLatin1String(name)));
+    };
+    const auto number = [&request](const char* name) {
+        return std::to_string(request.value(QLatin1String(name)).toInt());
+    };
+    std::string text = number("number") + ' ' + value("verb") + ' ' + value("target") + ": " +
+                       number("status") + ' ' + value("outcome");
+    for (const char* name : {"fault", "problem"}) {
+        if (!value(name).empty())
+            text +=
+                std::string(", ") + (name == std::string("fault") ? "fault " : "") + value(name);
+    }
+    return text + '\n';
+}
+
+/// Prints what is there, and with "-f" what comes, until it is interrupted or the emulator is gone.
+int followLog(Endpoint& emulator, bool goesOn)
+{
+    constexpr auto pause = std::chrono::milliseconds(200);
+    int last = 0;
+    for (;;) {
+        std::string text;
+        for (const QJsonValue request : emulator.list("/requests?after=" + std::to_string(last))) {
+            last = request[QStringLiteral("number")].toInt();
+            text += describedRequest(request.toObject());
+        }
+        if (!goesOn && text.empty())
+            text = "No requests.\n";
+        const int status = CommandLine::printed(emulatorProgram(), text);
+        if (status != 0 || !goesOn)
+            return status;
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+struct AdminCommand
+{
+    const char* name;
+    std::string (*text)(Endpoint& emulator, const CommandLine::Line& line);
+};
+
+constexpr AdminCommand adminCommands[] = {
+    {"inbox", inbox}, {"captcha", captcha},   {"fault", fault},
+    {"clock", clock}, {"scenario", scenario}, {"accounts", accounts},
+};
+
+} // namespace
+
+int askEmulator(const CommandLine::Line& line)
+{
+    try {
+        Endpoint emulator;
+        if (line.command == "log")
+            return followLog(emulator, line.has("--follow"));
+        for (const AdminCommand& command : adminCommands) {
+            if (line.command == command.name)
+                return CommandLine::printed(emulatorProgram(), command.text(emulator, line));
+        }
+    } catch (const Failure& failure) {
+        logLine(failure.problem);
+        return failure.status;
+    }
+    return CommandLine::exitMisuse;
+}
+
+} // namespace KelEmulator
