@@ -11,6 +11,7 @@
 
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace KelAccount::SignOnHome {
 
@@ -42,20 +43,22 @@ public:
     void use()
     {
         const std::lock_guard<std::mutex> lock(mMutex);
-        if (mThread.isRunning())
-            return;
-        if (!mSettled) {
+        const bool isNew = !std::exchange(mSettled, true);
+        if (isNew) {
             registerConnectionType();
             mTenant.moveToThread(&mThread);
             mThread.setObjectName(QStringLiteral("kelaccount-bus"));
         }
-        mThread.start();
-        if (mSettled)
-            return;
-        mSettled = true;
-        // Its first object makes the connection, and the connection stays.
-        QMetaObject::invokeMethod(
-            &mTenant, [] { SignOn::AuthService(); }, Qt::BlockingQueuedConnection);
+        if (!mThread.isRunning())
+            mThread.start();
+        // The library's first object makes the connection, and the connection stays. Later, what
+        // came before this has been handled there when it returns: news of a daemon that has ended
+        // would else take the next one's connection away from who is about to use it.
+        const auto settle = [isNew] {
+            if (isNew)
+                SignOn::AuthService();
+        };
+        QMetaObject::invokeMethod(&mTenant, settle, Qt::BlockingQueuedConnection);
     }
 
     void end()

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void theFirstLinesOfAProgram();
     void everyOperationOfTheFacadeIsACall();
     void operationsGiveTheirResults_data();
     void operationsGiveTheirResults();
@@ -142,6 +143,29 @@ QStringList TestClient::targets() const
 
 // ---- Operations
 // ----------------------------------------------------------------------------------
+
+void TestClient::theFirstLinesOfAProgram()
+{
+    int shown = 0;
+    int complained = 0;
+    const auto show = [&shown](bool, const QStringList&) { ++shown; };
+    const auto complain = [&complained](const QString&) { ++complained; };
+    const QString key = text("key");
+    const QString secret = text("secret");
+    const QString serviceName = text("shop");
+    for (const QString& name : {text("bob"), QString()}) {
+        KelAccount::Client client;
+        client.initialize(key, secret, KelAccount::Server::Production, serviceName);
+        auto call = client.isUserIdAvailable(name);
+        call.then(
+            this, [&](const KelAccount::Availability& a) { show(a.available, a.suggestions); },
+            [&](const KelAccount::Failure& f) { complain(f.text); });
+        QTRY_VERIFY(shown + complained > (name.isEmpty() ? 1 : 0));
+        call.cancel();
+    }
+    QCOMPARE(shown, 1);
+    QCOMPARE(complained, 1);
+}
 
 void TestClient::everyOperationOfTheFacadeIsACall()
 {
