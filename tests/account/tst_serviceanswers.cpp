@@ -6,6 +6,7 @@
 #include "account/kelaccountsprivate.h"
 #include "device/testtagserver.h"
 #include "operations/facadecalls.h"
+#include "operations/table.h"
 #include "platform/fakemodem.h"
 #include "platform/privateconfiguration.h"
 #include "support/literals.h"
@@ -156,6 +157,10 @@ private Q_SLOTS:
                 names.append(QString::fromLatin1(meta.method(i).name()));
         }
         names.sort();
+        // These are the names from before there was a rule. It is: named as the answer.
+        QStringList asTheRuleSays;
+        for (const QString& signal : operations::namesOf(operations::answerSignatures()))
+            asTheRuleSays.append("process"_s + signal.left(1).toUpper() + signal.mid(1));
         QStringList expected;
         for (const char* name : {"getCountryCode",
                                  "processAccountStoringStatusUpdate",
@@ -181,6 +186,10 @@ private Q_SLOTS:
                                  "processregisterAccountResponse",
                                  "sendErrorResponse"})
             expected.append(text(name));
+        for (const QString& name : qAsConst(asTheRuleSays)) {
+            if (!expected.contains(name))
+                names.removeAll(name);
+        }
         QCOMPARE(names, expected);
     }
 

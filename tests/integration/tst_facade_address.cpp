@@ -14,93 +14,37 @@
 #include <memory>
 
 using namespace KelTest;
+using facadecalls::Placed;
 using KelAccount::KelAccounts;
 
 namespace {
 
-enum class Kind { Path, Query };
-
-struct Argument
+/// The positions of the arguments that stand in the operation's address as it was typed.
+QSet<int> positionsIn(const ServedOperation& operation, Placed::Kind kind)
 {
-    const char* operation;
-    const char* name;
-    Kind kind;
-    std::function<void(KelAccounts&, const QString&)> call;
-    int status;       ///< of an object that is initialised
-    int earlyStatus;  ///< of one that is not
-    const char* line; ///< the one signal
-};
-
-const QString user = "bob"_s;
-const QString word = "x"_s;
-
-QVector<Argument> users()
-{
-    return {
-        {"isUserIdAvailable", "user", Kind::Path,
-         [](KelAccounts& a, const QString& value) { a.isUserIdAvailable(value); }, 1001, 1001,
-         "isUserIdAvailableResponse(%1, false, [])"},
-        {"requestPasswordReset", "user", Kind::Path,
-         [](KelAccounts& a, const QString& value) {
-             a.requestPasswordReset(value, word, true, word);
-         },
-         1002, 802, "requestPasswordResetResponse(%1)"},
-        {"retrievePasswordResetSecQuestion", "user", Kind::Path,
-         [](KelAccounts& a, const QString& value) {
-             a.retrievePasswordResetSecQuestion(value, "de"_s);
-         },
-         1001, 1001, "retrievePasswordResetSecQuestionResponse(%1, {})"},
-        {"resetPasswordUsingSecurityQuestion", "user", Kind::Path,
-         [](KelAccounts& a, const QString& value) {
-             a.resetPasswordUsingSecurityQuestion(value, word, word, word);
-         },
-         1001, 1001, "resetPasswordUsingSecurityQuestionResponse(%1)"},
-    };
+    const QString target = QString::fromLatin1(operation.target);
+    QStringList pieces = target.section(QLatin1Char('?'), 0, 0).split(QLatin1Char('/'));
+    if (kind == Placed::Query) {
+        pieces = target.section(QLatin1Char('?'), 1).split(QLatin1Char('&'));
+        for (QString& piece : pieces)
+            piece = piece.section(QLatin1Char('='), 1);
+    }
+    QSet<int> positions;
+    for (int i = 0; i < operation.arguments.size(); ++i) {
+        const QVariant& argument = operation.arguments.at(i);
+        if (argument.userType() == QMetaType::QString && pieces.contains(argument.toString()))
+            positions.insert(i);
+    }
+    return positions;
 }
 
-QVector<Argument> languagesAndServices()
-{
-    const char* const terms = "termsOfServiceResponse(%1, {})";
-    return {
-        {"retrieveTermsOfService", "service", Kind::Path,
-         [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService(value, "fi"_s, "FI"_s, 0);
-         },
-         1001, 1001, terms},
-        {"retrieveTermsOfService", "language", Kind::Query,
-         [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService("shop"_s, value, "FI"_s, 0);
-         },
-         1001, 1001, terms},
-        {"retrieveTermsOfService", "country", Kind::Query,
-         [](KelAccounts& a, const QString& value) {
-             a.retrieveTermsOfService("shop"_s, "fi"_s, value, 0);
-         },
-         1001, 1001, terms},
-        {"retrievePasswordResetSecQuestion", "language", Kind::Query,
-         [](KelAccounts& a, const QString& value) {
-             a.retrievePasswordResetSecQuestion(user, value);
-         },
-         1001, 1001, "retrievePasswordResetSecQuestionResponse(%1, {})"},
-        {"retrieveSecurityQuestionList", "language", Kind::Query,
-         [](KelAccounts& a, const QString& value) { a.retrieveSecurityQuestionList(value); }, 1002,
-         802, "securityQuestionListResponse(%1, {})"},
-    };
-}
-
-const QVector<Argument>& arguments()
-{
-    static const QVector<Argument> all = users() + languagesAndServices();
-    return all;
-}
-
-QStringList breaking(Kind kind)
+QStringList breaking(Placed::Kind kind)
 {
     QStringList values = {
         "alice#x"_s, "alice?x=1"_s, "al%69ce"_s,  "a/../b"_s,   "."_s,
         ".."_s,      "a\nb"_s,      "a\u007fb"_s, "a\u0085b"_s, QString(QChar(0)),
     };
-    if (kind == Kind::Query)
+    if (kind == Placed::Query)
         values += {"fi&lang=de"_s, "fi="_s};
     return values;
 }
@@ -118,44 +62,52 @@ private Q_SLOTS:
         TagServerAddress::setProgram("/nonexistent/tag-server");
     }
 
-    void everyOperationWithAUserOrAServiceInItsAddressHasARow()
+    // A language that goes into the headers is beside those of the query.
+    void everyArgumentInAnAddressIsKnownToStandThere()
     {
-        QSet<QByteArray> rows;
-        for (const Argument& argument : arguments()) {
-            if (argument.kind == Kind::Path)
-                rows.insert(argument.operation);
-        }
-        QSet<QByteArray> served;
+        int count = 0;
         for (const ServedOperation& operation : servedOperations()) {
-            if (operation.target.contains("bob") || operation.target.contains("shop"))
-                served.insert(operation.name);
+            QSet<int> path;
+            QSet<int> query;
+            for (const Placed& placed : operation.placed)
+                (placed.kind == Placed::Path ? path : query).insert(placed.position);
+            QCOMPARE(path, positionsIn(operation, Placed::Path));
+            QVERIFY2(query.contains(positionsIn(operation, Placed::Query)), operation.name);
+            count += path.size();
         }
-        QCOMPARE(rows, served);
+        QVERIFY(count > 0);
     }
 
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument_data()
     {
-        rows<int, bool>("index", "initialized");
-        for (int i = 0; i < arguments().size(); ++i) {
-            const Argument& argument = arguments().at(i);
-            QTest::addRow("%s, %s", argument.operation, argument.name) << i << true;
-            QTest::addRow("%s, %s, before", argument.operation, argument.name) << i << false;
+        rows<int, int, bool>("operation", "placed", "initialized");
+        for (int i = 0; i < servedOperations().size(); ++i) {
+            const ServedOperation& operation = servedOperations().at(i);
+            for (int j = 0; j < operation.placed.size(); ++j) {
+                const QByteArray name =
+                    operation.with(operation.placed.at(j).position, QString()).name;
+                QTest::addRow("%s, %s", operation.name, name.constData()) << i << j << true;
+                QTest::addRow("%s, %s, before", operation.name, name.constData())
+                    << i << j << false;
+            }
         }
     }
     void nothingIsSentAndTheAnswerIsThatOfAMissingArgument()
     {
-        const auto [index, initialized] = fetch<int, bool>("index", "initialized");
-        const Argument& argument = arguments().at(index);
+        const auto [index, at, initialized] =
+            fetch<int, int, bool>("operation", "placed", "initialized");
+        const ServedOperation& operation = servedOperations().at(index);
+        const Placed& placed = operation.placed.at(at);
         const StandInService service;
         KelAccounts accounts;
         if (initialized)
             accounts.initialize("key"_s, "secret"_s, 2, {}, {});
         FacadeRecorder recorder(&accounts);
-        const QString line = QString::fromLatin1(argument.line)
-                                 .arg(initialized ? argument.status : argument.earlyStatus);
-        for (const QString& value : breaking(argument.kind)) {
+        const QString line =
+            facadecalls::line(operation.refusal, initialized ? placed.status : placed.earlyStatus);
+        for (const QString& value : breaking(placed.kind)) {
             const MessageLog log;
-            argument.call(accounts, value);
+            operation.with(placed.position, value).call(accounts);
             QCOMPARE(recorder.lines(), QStringList());
             QVERIFY(recorder.waitFor(1));
             QCOMPARE(recorder.lines(), QStringList(line));

@@ -78,6 +78,12 @@ Operation served(Operation operation, const char* target, const char* reply,
     return operation;
 }
 
+Operation placing(Operation operation, const QVector<Placed>& placed)
+{
+    operation.placed = placed;
+    return operation;
+}
+
 Operation answered(Operation operation, const QVector<Answer>& answers)
 {
     operation.answers = answers;
@@ -183,17 +189,19 @@ Operation captchaImage()
 Operation securityQuestionList()
 {
     const auto signal = &ServiceSignals::retrieveSecQueListResponse;
-    return answered(
-        served(service("retrieveSecurityQuestionList", {"de"_s},
-                       "securityQuestionListResponse(%1, {})", RetrieveSecurityQuestionList,
-                       "Failed to send retrieveSecurityQuestionList"),
-               "securityquestions", "securityquestions/three-questions",
-               {"securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was "
-                "your first pet's name?})"_s}),
-        {answer("questions", signal, "securityQuestionListResponse(0, {1: Pet?, 2: ?})", 0,
-                QVariantMap{{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}}),
-         answer("questions, error", signal, "securityQuestionListResponse(501, {})", 501,
-                QVariantMap())});
+    return placing(
+        answered(
+            served(service("retrieveSecurityQuestionList", {"de"_s},
+                           "securityQuestionListResponse(%1, {})", RetrieveSecurityQuestionList,
+                           "Failed to send retrieveSecurityQuestionList"),
+                   "securityquestions", "securityquestions/three-questions",
+                   {"securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was "
+                    "your first pet's name?})"_s}),
+            {answer("questions", signal, "securityQuestionListResponse(0, {1: Pet?, 2: ?})", 0,
+                    QVariantMap{{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}}),
+             answer("questions, error", signal, "securityQuestionListResponse(501, {})", 501,
+                    QVariantMap())}),
+        {{0, Placed::Query, 1002, 802}});
 }
 
 // 73 is Finland's number in Qt's table.
@@ -239,38 +247,44 @@ Operation recoveryMessage()
         service("requestPasswordReset", {"bob"_s, "x7Kq"_s, true, "the message"_s},
                 "requestPasswordResetResponse(%1)", SendResetMessage,
                 "Failed to send requestPasswordReset Request");
-    return answered(
-        served(sending(withTag(plain, ":SSO_PASSWORD_RECOVERY"),
-                       {"bob"_s, QString(), "x7Kq"_s, true, "the message"_s}),
-               "simplifiedpasswordrecovery/bob/send", "", {"requestPasswordResetResponse(0)"_s}),
-        {answer("recovery", signal, "requestPasswordResetResponse(0)", 0),
-         answer("recovery, wrong captcha", signal, "requestPasswordResetResponse(517)", 517)});
+    return placing(answered(served(sending(withTag(plain, ":SSO_PASSWORD_RECOVERY"),
+                                           {"bob"_s, QString(), "x7Kq"_s, true, "the message"_s}),
+                                   "simplifiedpasswordrecovery/bob/send", "",
+                                   {"requestPasswordResetResponse(0)"_s}),
+                            {answer("recovery", signal, "requestPasswordResetResponse(0)", 0),
+                             answer("recovery, wrong captcha", signal,
+                                    "requestPasswordResetResponse(517)", 517)}),
+                   {{0, Placed::Path, 1002, 802}});
 }
 
 Operation nameAvailability()
 {
-    return answered(
-        served(service("isUserIdAvailable", {"bob"_s}, "isUserIdAvailableResponse(%1, false, [])",
-                       RetrieveUserNameAvailability, "Failed to send isUserIdAvailable request",
-                       needed({0})),
-               "availability/bob", "usernameavailability/none",
-               {"isUserIdAvailableResponse(0, true, [])"_s}),
-        {name("name, free", 0, true, {}, "isUserIdAvailableResponse(0, true, [])"),
-         name("name, taken", 0, false, {"alice1"_s, "a2"_s},
-              "isUserIdAvailableResponse(0, false, [alice1, a2])"),
-         name("name, reserved", 512, false, {}, "isUserIdAvailableResponse(512, false, [])")});
+    return placing(
+        answered(
+            served(service("isUserIdAvailable", {"bob"_s},
+                           "isUserIdAvailableResponse(%1, false, [])", RetrieveUserNameAvailability,
+                           "Failed to send isUserIdAvailable request", needed({0})),
+                   "availability/bob", "usernameavailability/none",
+                   {"isUserIdAvailableResponse(0, true, [])"_s}),
+            {name("name, free", 0, true, {}, "isUserIdAvailableResponse(0, true, [])"),
+             name("name, taken", 0, false, {"alice1"_s, "a2"_s},
+                  "isUserIdAvailableResponse(0, false, [alice1, a2])"),
+             name("name, reserved", 512, false, {}, "isUserIdAvailableResponse(512, false, [])")}),
+        {{0, Placed::Path}});
 }
 
 Operation termsOfService()
 {
-    return answered(served(service("retrieveTermsOfService", {"shop"_s, "fi"_s, "FI"_s, 0},
-                                   "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
-                                   "Failed to send retrieveTermsOfService Request", needed({0})),
-                           "services/shop?lang=fi&country=FI&format=text", "termsurls/one-address",
-                           {"termsOfServiceResponse(0, {tosUrl: })"_s}),
-                    {terms("terms", 0, {{"privacy"_s, "https://p.example/"_s}},
-                           "termsOfServiceResponse(0, {privacy: https://p.example/})"),
-                     terms("terms, error", 503, {}, "termsOfServiceResponse(503, {})")});
+    return placing(
+        answered(served(service("retrieveTermsOfService", {"shop"_s, "fi"_s, "FI"_s, 0},
+                                "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
+                                "Failed to send retrieveTermsOfService Request", needed({0})),
+                        "services/shop?lang=fi&country=FI&format=text", "termsurls/one-address",
+                        {"termsOfServiceResponse(0, {tosUrl: })"_s}),
+                 {terms("terms", 0, {{"privacy"_s, "https://p.example/"_s}},
+                        "termsOfServiceResponse(0, {privacy: https://p.example/})"),
+                  terms("terms, error", 503, {}, "termsOfServiceResponse(503, {})")}),
+        {{0, Placed::Path}, {1, Placed::Query}, {2, Placed::Query}});
 }
 
 Operation emailAvailability()
@@ -289,19 +303,22 @@ Operation emailAvailability()
 
 Operation questionOfAUser()
 {
-    return answered(
-        served(service("retrievePasswordResetSecQuestion", {"bob"_s, "de"_s},
-                       "retrievePasswordResetSecQuestionResponse(%1, {})", RetrieveSecurityQuestion,
-                       "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
-               "simplifiedpasswordrecovery/bob/question", "securityquestion/of-a-user",
-               {"retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
-                "securityQuestionText: What was your first pet's name?, userId: somebody})"_s}),
-        {question("question", 0, "u", "12", "Pet?",
-                  "retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 12, "
-                  "securityQuestionText: Pet?, userId: u})"),
-         question("question, error", 519, "", "", "",
-                  "retrievePasswordResetSecQuestionResponse(519, {securityQuestionId: , "
-                  "securityQuestionText: , userId: })")});
+    return placing(
+        answered(
+            served(service("retrievePasswordResetSecQuestion", {"bob"_s, "de"_s},
+                           "retrievePasswordResetSecQuestionResponse(%1, {})",
+                           RetrieveSecurityQuestion,
+                           "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
+                   "simplifiedpasswordrecovery/bob/question", "securityquestion/of-a-user",
+                   {"retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
+                    "securityQuestionText: What was your first pet's name?, userId: somebody})"_s}),
+            {question("question", 0, "u", "12", "Pet?",
+                      "retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 12, "
+                      "securityQuestionText: Pet?, userId: u})"),
+             question("question, error", 519, "", "", "",
+                      "retrievePasswordResetSecQuestionResponse(519, {securityQuestionId: , "
+                      "securityQuestionText: , userId: })")}),
+        {{0, Placed::Path}, {1, Placed::Query}});
 }
 
 Operation resetByQuestion()
@@ -309,17 +326,19 @@ Operation resetByQuestion()
     const QString token = "planted-token"_s;
     const QString password = "planted-password"_s;
     const QString reply = "planted-answer"_s;
-    return answered(
-        served(
-            sending(service("resetPasswordUsingSecurityQuestion", {"bob"_s, token, password, reply},
-                            "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
-                            "Failed to send resetPasswordUsingSecurityQuestion Request",
-                            needed({0, 1, 2, 3})),
-                    {"bob"_s, token, password, reply, "en"_s}),
-            "simplifiedpasswordrecovery/bob/change", "",
-            {"resetPasswordUsingSecurityQuestionResponse(0)"_s}),
-        {reset("reset", 0, "resetPasswordUsingSecurityQuestionResponse(0)"),
-         reset("reset, error", 522, "resetPasswordUsingSecurityQuestionResponse(522)")});
+    return placing(
+        answered(
+            served(sending(service("resetPasswordUsingSecurityQuestion",
+                                   {"bob"_s, token, password, reply},
+                                   "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
+                                   "Failed to send resetPasswordUsingSecurityQuestion Request",
+                                   needed({0, 1, 2, 3})),
+                           {"bob"_s, token, password, reply, "en"_s}),
+                   "simplifiedpasswordrecovery/bob/change", "",
+                   {"resetPasswordUsingSecurityQuestionResponse(0)"_s}),
+            {reset("reset", 0, "resetPasswordUsingSecurityQuestionResponse(0)"),
+             reset("reset, error", 522, "resetPasswordUsingSecurityQuestionResponse(522)")}),
+        {{0, Placed::Path}});
 }
 
 Operation session(const char* name, const QVariantList& arguments, const char* answer,
@@ -344,6 +363,14 @@ KelAccount::RegistrationInfo registration()
 void Operation::call(KelAccounts& accounts) const
 {
     invoke(accounts, name, arguments);
+}
+
+BadCall Operation::with(int position, const QVariant& value) const
+{
+    QVariantList changed = arguments;
+    changed[position] = value;
+    return {methodOf(name, arguments).parameterNames().at(position),
+            [method = name, changed](KelAccounts& accounts) { invoke(accounts, method, changed); }};
 }
 
 QVector<BadCall> Operation::badCalls() const

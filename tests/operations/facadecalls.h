@@ -39,6 +39,17 @@ struct Answer
     QStringList lines; ///< as FacadeRecorder writes them
 };
 
+/// An argument that becomes part of the request's address, or of its headers as a language does,
+/// and what a call is answered with whose value cannot stand there.
+struct Placed
+{
+    enum Kind { Path, Query };
+    int position;
+    Kind kind;
+    int status = 1001;
+    int earlyStatus = 1001; ///< of an object that is not initialised
+};
+
 struct Operation
 {
     const char* name;
@@ -54,6 +65,7 @@ struct Operation
     const char* failure = nullptr;    ///< logged when it cannot be sent
     const char* tagPurpose = nullptr; ///< null: without a service tag
     QVector<Answer> answers = {};     ///< the first is a success
+    QVector<Placed> placed = {};
 
     QByteArray target = {};      ///< that the service is asked for, below the base address
     const char* reply = nullptr; ///< a recorded one, or none; "the picture" is no recorded one
@@ -61,6 +73,8 @@ struct Operation
 
     void call(KelAccounts& accounts) const;
     QVector<BadCall> badCalls() const;
+    /// With another value at that position.
+    BadCall with(int position, const QVariant& value) const;
 };
 
 const QVector<Operation>& ofTheService();
