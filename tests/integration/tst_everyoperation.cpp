@@ -2,6 +2,8 @@
 // Runs inside the emulator: every operation of the request handler once, over TLS, in an order in
 // which each finds what it needs.
 #include "emulatedservice.h"
+#include "operations/answers.h"
+#include "operations/recordedanswers.h"
 #include "rest/request/cryptographicutils.h"
 #include "rest/request/oauthrequest.h"
 #include "rest/request/serviceaddress.h"
@@ -20,6 +22,7 @@
 #include <type_traits>
 
 using namespace KelRestHandler;
+using operations::Operation;
 namespace EmulatedService = KelTest::EmulatedService;
 
 namespace {
@@ -80,15 +83,6 @@ private Q_SLOTS:
         mSigner.token = answer.tokenInfo.token;
     }
 
-    void asksForNames() // 3
-    {
-        const auto answer = record<UserNameAvailabilityResponse>(
-            &Handler::userNameAvailabilityResponse, &Handler::sendisUserIdAvailRequest, "alice"_s);
-        QCOMPARE(answer.status, 0);
-        QVERIFY(!answer.available);
-        QVERIFY(!answer.suggestions.isEmpty());
-    }
-
     void fetchesACaptchaAndRegistersWithIt() // 4 and 5
     {
         const QString captchaId = answerTo(&Handler::retrieveCaptchaImageResponse,
@@ -118,21 +112,12 @@ private Q_SLOTS:
         QVERIFY(!answer.accountInfo.accountId.isEmpty());
     }
 
-    void asksForQuestionsTermsAndVariant() // 6, 7, 8, 11, 12
+    void asksWhatIsAskedByADocument() // 7, 11, 12
     {
-        const QVariantList questions = answerTo(&Handler::retrieveSecQueListResponse,
-                                                &Handler::sendRetrieveSecQueListRequest, "en"_s);
-        QCOMPARE(questions.value(0, -1).toInt(), 0);
-        QVERIFY(!questions.value(1).toMap().isEmpty());
         // No account is held ready for a device without a SIM.
         QCOMPARE(
             status<int>(&Handler::detectPreAccountResponse, &Handler::senddetectPreAccountRequest),
             507);
-        const auto urls = record<TermsUrlsResponse>(&Handler::retrieveTOSResponse,
-                                                    &Handler::sendretrieveTOSRequest, "music"_s,
-                                                    "fi"_s, "FI"_s, TermsFormatHtml);
-        QCOMPARE(urls.status, 0);
-        QVERIFY(urls.urls.contains("tosUrl"_s));
         QCOMPARE(status<int>(&Handler::emailIdAvailabilityResponse,
                              &Handler::sendisEmailAddAvailableRequest, "dave@example.org"_s,
                              serviceTag),
@@ -142,7 +127,7 @@ private Q_SLOTS:
                  0);
     }
 
-    void changesTheSecurityQuestionAndReadsIt() // 24 and 14
+    void changesTheSecurityQuestion() // 24
     {
         KelRestHandler::ProfileInfo profile;
         profile.setSecurityQuestionId("1"_s);
@@ -151,11 +136,6 @@ private Q_SLOTS:
                                           &Handler::sendUpdateSecurityQuestionRequest, profile,
                                           mAccountId),
                  0);
-        const auto answer = record<SecurityQuestionResponse>(
-            &Handler::retrieveSecurityQuestionResponse,
-            &Handler::sendRetrieveSecurityQuestionRequest, "alice"_s, "en"_s);
-        QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.securityQuestion.passwordQuestionId, "1"_s);
     }
 
     void givesAUserName() // 25: alice has one already
@@ -166,16 +146,7 @@ private Q_SLOTS:
                  526);
     }
 
-    void downloadsTheProfile() // 22
-    {
-        const auto answer = record<DownloadProfileResponse>(
-            &Handler::downloadProfileResponse, &Handler::sendDownloadProfileRequest, mAccountId);
-        QCOMPARE(answer.status, 0);
-        QCOMPARE(answer.userName, "alice"_s);
-        QCOMPARE(answer.profile.account.email, "alice@example.org"_s);
-    }
-
-    void acceptsTermsAndAsksForThem() // 21 and 20
+    void acceptsTerms() // 21
     {
         TermsAcceptanceData acceptance;
         acceptance.hasAcceptedTos = true;
@@ -184,12 +155,42 @@ private Q_SLOTS:
                                           &Handler::sendUpdateTermsAcceptanceRequest, acceptance,
                                           "music"_s),
                  0);
-        const auto asked = record<TermsAcceptanceStatusResponse>(
-            &Handler::retrieveTermsAcceptanceResponse, &Handler::sendRetrieveTermsAcceptanceRequest,
-            "music"_s, "en"_s);
-        QCOMPARE(asked.status, 0);
-        QVERIFY(asked.termsInfo.hasAcceptedTos);
-        QVERIFY(!asked.termsInfo.hasAcceptedServiceSpecificTos);
+    }
+
+    void asksWhatThereIsToAsk_data()
+    {
+        operations::rows([](const Operation& row) { return row.verb == "GET"_ba && row.answers; });
+    }
+    // All that send nothing and change nothing, with what some of them have to say by now.
+    void asksWhatThereIsToAsk()
+    {
+        static const QMap<int, QStringList> said = {
+            {3, {"available: no"_s}},
+            {14, {"question id: 1"_s}},
+            {20, {"terms: yes"_s, "service terms: no"_s, "privacy policy: yes"_s}},
+            {22, {"user name: alice"_s, "e-mail: alice@example.org"_s}},
+        };
+        QFETCH(int, number);
+        const Operation& row = operations::of(number);
+        operations::Values values;
+        values.accountId = mAccountId;
+        values.userName = values.userId = "alice"_s;
+        values.serviceId = values.termsId = "music"_s;
+        const RecordedAnswers answers(mHandler);
+        OAuthRequest* request = nullptr;
+        QCOMPARE(
+            row.sends.first().run({mHandler, mSigner, values, serverBaseAddress(2), &request, key}),
+            0);
+        const std::unique_ptr<OAuthRequest> owner(request);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.names(), row.signalNames(), patience);
+        QCOMPARE(answers.lines().at(1), "status: 0"_s);
+        const QStringList record = answers.lines().mid(operations::answer(row, 0, {}).size());
+        QVERIFY(!record.isEmpty());
+        QVERIFY(record != row.nothing);
+        for (const QString& line : said.value(number))
+            QVERIFY2(record.contains(line), qPrintable(record.join(QLatin1Char('\n'))));
+        // Where the terms are, in the words of the service.
+        QVERIFY(number != 8 || !record.filter("tosUrl: "_s).isEmpty());
     }
 
     void tellsTheDevice() // 26

@@ -7,6 +7,8 @@
 
 #include <kelaccount/errorstatus.h>
 
+#include <QRegularExpression>
+
 namespace operations {
 
 using readers::line;
@@ -67,6 +69,7 @@ private:
         addSuccess("success", body(mRow.success), mRow.record,
                    mRow.number == SignIn ? tokenTime : headTime);
         addSuccess("success without a document", QString(), unfilled(mRow, 0));
+        addFurtherForms();
         if (mRow.number == RetrieveUserNameAvailability) {
             addSuccess("taken, with suggestions", body("usernameavailability/suggestions"),
                        QStringList(line("available", readers::yesNo(false))) +
@@ -83,6 +86,18 @@ private:
                        body("signin/everything")
                            .replace(QLatin1String("tokenCreation"), QLatin1String("registration")),
                        expected("signin/everything").mid(0, 12) + noTerms, tokenTime);
+        }
+    }
+
+    void addFurtherForms()
+    {
+        for (const QString& name : recordedForms(mRow)) {
+            if (name == text(mRow.success))
+                continue;
+            const QStringList record = expected(qPrintable(name));
+            const QString time = record.filter("time: "_s).value(0).section(": "_s, 1);
+            addSuccess(qPrintable("success, "_s + name), body(qPrintable(name)), record,
+                       mRow.number == SignIn && !time.isEmpty() ? time : headTime);
         }
     }
 
@@ -149,6 +164,16 @@ QString captchaReply()
            element("captchaCreationResponse"_s, element("captchaId"_s, captchaId) +
                                                     element("imageType"_s, "image/jpeg"_s) +
                                                     element("imageData"_s, picture));
+}
+
+QStringList recordedForms(const Operation& operation)
+{
+    const QString folder = text(operation.success).section(QLatin1Char('/'), 0, 0);
+    if (folder.isEmpty() || folder.startsWith(QLatin1Char('<')) || !operation.isAnswered() ||
+        operation.record != expected(operation.success))
+        return {};
+    return wiredata::cases("reply"_s).filter(
+        QRegularExpression(QLatin1Char('^') + folder + QLatin1Char('/')));
 }
 
 QStringList successes(const Operation& operation)

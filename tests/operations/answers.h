@@ -43,6 +43,9 @@ inline const auto picture =
 /// A captcha with that picture.
 QString captchaReply();
 
+/// The recorded replies in the folder of its success, where its signal carries all that they say.
+QStringList recordedForms(const Operation& operation);
+
 /// Bodies of success, one for each root that the operation reads.
 QStringList successes(const Operation& operation);
 

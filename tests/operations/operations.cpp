@@ -30,10 +30,9 @@ Send sendOf(NetRequestType type, const char* creationFailure,
     constexpr bool handsOut = sizeof...(Arguments) == sizeof...(Fields) + 3;
     return {type, handsOut, creationFailure, [=](const Sending& s) {
                 if constexpr (handsOut)
-                    return (s.handler.*send)(s.provider, s.values.*fields..., consumerKey, s.base,
-                                             s.out);
+                    return (s.handler.*send)(s.provider, s.values.*fields..., s.key, s.base, s.out);
                 else
-                    return (s.handler.*send)(s.provider, s.values.*fields..., consumerKey, s.base);
+                    return (s.handler.*send)(s.provider, s.values.*fields..., s.key, s.base);
             }};
 }
 
@@ -59,6 +58,14 @@ QString detailed(const char* errorCode, const char* detail)
 {
     const auto format = "<extensions><detailedErrorCode>%1</detailedErrorCode></extensions>"_s;
     return code(errorCode) + format.arg(QLatin1String(detail));
+}
+
+template <class Response>
+QStringList tokenLines(const Response& answer)
+{
+    return QStringList(readers::line("user name", answer.userName)) +
+           readers::tokenLines(answer.tokenInfo) + readers::accountLines(answer.accountInfo) +
+           readers::termsLines(answer.termsInfo);
 }
 
 QString documentOfRegistration(const V& v)
@@ -88,6 +95,12 @@ Operation registration()
         .read("registration/account-and-token",
               expected("registration/account-and-token") + noTerms,
               expected("signin/nothing").mid(0, 12) + noTerms)
+        .carrying<RegistrationResponse>([](const RegistrationResponse& answer) {
+            return QStringList(readers::line("user name", answer.userName)) +
+                   readers::tokenLines(answer.tokenInfo) +
+                   readers::accountLines(answer.accountInfo) +
+                   readers::answerTermsLines(answer.termsAcceptance);
+        })
         .refused("<registrationError><captchaError/></registrationError>"_s, 513);
 }
 
@@ -102,14 +115,20 @@ QVector<Operation> withoutAccount()
                 return MsgCreator::xmlTokenCreation(v.userName, v.password, timeStamp);
             })
             .read("signin/everything", expected("signin/everything"), expected("signin/nothing"))
+            .carrying<TokenCreationResponse>(&tokenLines)
             .refused(code("accountLocked"), 510),
         row<RefreshToken>("Token request object creation failed", &H::sendTokenRefreshRequest)
             .read("tokenrefresh/token-only", expected("tokenrefresh/token-only"),
                   expected("signin/nothing"))
+            .carrying<TokenRefreshResponse>(&tokenLines)
             .refused(code("invalidAccessToken"), 500),
         row<RetrieveUserNameAvailability>("Retreive Username request object creation failed",
                                           &H::sendisUserIdAvailRequest, &V::userName)
             .read("usernameavailability/none", {"available: yes"_s}, {"available: no"_s})
+            .carrying<UserNameAvailabilityResponse>([](const UserNameAvailabilityResponse& answer) {
+                return QStringList(readers::line("available", readers::yesNo(answer.available))) +
+                       answer.suggestions;
+            })
             .refused(code("operationFailed"), 508),
         row<RetrieveCaptchaImage>("Retreive Captcha request object creation failed",
                                   &H::sendRetrieveCaptchaImageRequest, &V::width, &V::height)
@@ -135,6 +154,8 @@ QVector<Operation> withoutAccount()
                                     &H::sendretrieveTOSRequest, &V::serviceId, &V::language,
                                     &V::country, &V::format)
             .read("termsurls/everything", expected("termsurls/everything"))
+            .carrying<TermsUrlsResponse>(
+                [](const TermsUrlsResponse& answer) { return readers::serviceLines(answer.urls); })
             .refused(code("invalidUrl"), 503),
     };
 }
@@ -184,6 +205,9 @@ QVector<Operation> aboutPasswordsAndAvailability()
                                       &V::language)
             .read("securityquestion/of-a-user", expected("securityquestion/of-a-user"),
                   expected("securityquestion/nothing"))
+            .carrying<SecurityQuestionResponse>([](const SecurityQuestionResponse& answer) {
+                return readers::questionLines(answer.securityQuestion);
+            })
             .refused(detailed("x", "userNotFound"), 519),
     };
 }
@@ -230,6 +254,10 @@ QVector<Operation> withAccount()
                                      &H::sendRetrieveTermsAcceptanceRequest, &V::termsId,
                                      &V::language)
             .read("termsacceptance/mixed", expected("termsacceptance/mixed"), noTerms)
+            .carrying<TermsAcceptanceStatusResponse>(
+                [](const TermsAcceptanceStatusResponse& answer) {
+                    return readers::termsLines(answer.termsInfo);
+                })
             .refused(code("invalidMessageFormat"), 506),
         row<UpdateTermsAcceptance>("updateTermsAcceptanceRequest object creation failed",
                                    &H::sendUpdateTermsAcceptanceRequest, &V::acceptance,
@@ -240,6 +268,9 @@ QVector<Operation> withAccount()
                              &H::sendDownloadProfileRequest, &V::accountId)
             .read("profiledownload/everything", expected("profiledownload/everything"),
                   expected("profiledownload/nothing"))
+            .carrying<DownloadProfileResponse>([](const DownloadProfileResponse& answer) {
+                return readers::profileLines(answer.userName, answer.profile);
+            })
             .refused(code("invalidAccessToken"), 500),
         row<UpdateProfile>("updateProfileRequest object creation failed",
                            &H::sendUpdateProfileRequest, &V::profile, &V::accountId)

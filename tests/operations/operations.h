@@ -21,6 +21,7 @@ struct Sending
     const Values& values;
     QString base;
     OAuthRequest** out; ///< only for those that hand the request out
+    QString key = consumerKey;
 };
 
 /// A send operation of the request handler.
@@ -49,6 +50,9 @@ struct Operation : Facts
     QStringList nothing;      ///< what the record is when it was not filled
     QString error;            ///< what stands in an error document
     int errorStatus = 0;
+    /// Writes down what the signal's structure carries besides what all of them do. Null: another
+    /// row does, or the signal carries none of its own.
+    std::function<QStringList(const void*)> write;
 
     QString addressWith(const Values& values) const; ///< below the base address
     /// What the request's document is to be, with nonce and digest replaced.
@@ -62,6 +66,15 @@ struct Operation : Facts
     Operation read(const char* replied, const QStringList& carried,
                    const QStringList& empty = {}) const;
     Operation refused(const QString& content, int status) const;
+    template <class Response>
+    Operation carrying(QStringList (*lines)(const Response&)) const
+    {
+        Operation operation = *this;
+        operation.write = [lines](const void* value) {
+            return lines(*static_cast<const Response*>(value));
+        };
+        return operation;
+    }
 };
 
 /// In the order of the table.

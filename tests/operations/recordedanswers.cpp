@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "operations/recordedanswers.h"
 
+#include "operations/operations.h"
 #include "operations/readers.h"
 #include "support/literals.h"
 
@@ -21,39 +22,7 @@ Writer plain(QStringList (*lines)(const Value&))
     return [lines](const void* value) { return lines(*static_cast<const Value*>(value)); };
 }
 
-// A structure says what all answers say, and then its own.
-template <class Answer>
-Writer structure(QStringList (*lines)(const Answer&))
-{
-    return [lines](const void* value) {
-        const auto& answer = *static_cast<const Answer*>(value);
-        return QStringList{line("status", QString::number(answer.status)),
-                           line("key", answer.consumerKey),
-                           line("request", QString::number(answer.requestId)),
-                           line("server time", timeText(answer.serverTime))} +
-               lines(answer);
-    };
-}
-
-template <class Answer>
-QStringList tokenAnswer(const Answer& answer)
-{
-    return QStringList(line("user name", answer.userName)) + tokenLines(answer.tokenInfo) +
-           accountLines(answer.accountInfo) + termsLines(answer.termsInfo);
-}
-
-QStringList registration(const RegistrationResponse& answer)
-{
-    return QStringList(line("user name", answer.userName)) + tokenLines(answer.tokenInfo) +
-           accountLines(answer.accountInfo) + answerTermsLines(answer.termsAcceptance);
-}
-
-QStringList availability(const UserNameAvailabilityResponse& answer)
-{
-    return QStringList(line("available", yesNo(answer.available))) + answer.suggestions;
-}
-
-// By the type of the signal's argument.
+// Of a signal that carries a status and a value, or a value alone.
 const QHash<QByteArray, Writer>& writers()
 {
     static const QHash<QByteArray, Writer> all = {
@@ -63,29 +32,26 @@ const QHash<QByteArray, Writer>& writers()
         {"QVariantMap", plain(&questionsLines)},
         {"PreAccountInfo", plain(&preAccountLines)},
         {"KelRestHandler::ConsentQueryVariant", plain(&variantLines)},
-        {"KelRestHandler::RESTResponseBase",
-         structure<RESTResponseBase>([](const RESTResponseBase&) { return QStringList(); })},
-        {"KelRestHandler::TokenCreationResponse", structure(&tokenAnswer<TokenCreationResponse>)},
-        {"KelRestHandler::TokenRefreshResponse", structure(&tokenAnswer<TokenRefreshResponse>)},
-        {"KelRestHandler::RegistrationResponse", structure(&registration)},
-        {"KelRestHandler::UserNameAvailabilityResponse", structure(&availability)},
-        {"KelRestHandler::TermsUrlsResponse",
-         structure<TermsUrlsResponse>(
-             [](const TermsUrlsResponse& answer) { return serviceLines(answer.urls); })},
-        {"KelRestHandler::DownloadProfileResponse",
-         structure<DownloadProfileResponse>([](const DownloadProfileResponse& answer) {
-             return profileLines(answer.userName, answer.profile);
-         })},
-        {"KelRestHandler::SecurityQuestionResponse",
-         structure<SecurityQuestionResponse>([](const SecurityQuestionResponse& answer) {
-             return questionLines(answer.securityQuestion);
-         })},
-        {"KelRestHandler::TermsAcceptanceStatusResponse",
-         structure<TermsAcceptanceStatusResponse>([](const TermsAcceptanceStatusResponse& answer) {
-             return termsLines(answer.termsInfo);
-         })},
     };
     return all;
+}
+
+// A structure says what all answers say, and then its own.
+QStringList structureLines(const QByteArray& type, const void* value)
+{
+    const auto& answer = *static_cast<const RESTResponseBase*>(value);
+    const QStringList common = {line("status", QString::number(answer.status)),
+                                line("key", answer.consumerKey),
+                                line("request", QString::number(answer.requestId)),
+                                line("server time", timeText(answer.serverTime))};
+    if (type == "KelRestHandler::RESTResponseBase")
+        return common;
+    const QString argument = "(%1)"_s.arg(QString::fromLatin1(type));
+    for (const operations::Operation& row : operations::all()) {
+        if (row.write && QString::fromLatin1(row.answers).endsWith(argument))
+            return common + row.write(value);
+    }
+    return {"a type that nobody writes down"_s};
 }
 
 } // namespace
@@ -103,6 +69,6 @@ void RecordedAnswers::record(const QMetaMethod& signal, void** arguments)
             return;
         }
         const Writer write = writers().value(types.at(i));
-        mLines += write ? write(arguments[i]) : QStringList("a type that nobody writes down"_s);
+        mLines += write ? write(arguments[i]) : structureLines(types.at(i), arguments[i]);
     }
 }

@@ -32,7 +32,7 @@ def said(change):
 class Footprint(unittest.TestCase):
     def test_a_file_that_is_not_listed(self):
         for path in ('src/rest/request/netrequesttype.h', 'tests/operations/table.h',
-                     'src/account/kelaccountsprivate.h'):
+                     'src/account/kelaccountsprivate.h', 'tests/operations/facadecalls.cpp'):
             text, result = said(lambda line, row=f'| `{path}`':
                                 '' if line.startswith(row) else line)
             self.assertEqual(result, 1)
@@ -51,6 +51,14 @@ class Footprint(unittest.TestCase):
                             if line.startswith('| `src/rest/request/netrequesttype.h`') else line)
         self.assertEqual(result, 1)
         self.assertIn('takes 9 files in src/ and include/, and is to take 8', text)
+        self.assertIn('takes 19 files in all, and is to take 18', text)
+
+    def test_a_file_of_the_facade_counts_as_well(self):
+        text, result = said(lambda line: line + '\n| `docs/testing.md` | |'
+                            if line.startswith('| `README.md`') else line)
+        self.assertEqual(result, 1)
+        self.assertIn('docs/testing.md: is listed', text)
+        self.assertIn('takes 19 files in all, and is to take 18', text)
 
 
 if __name__ == '__main__':

@@ -3,6 +3,7 @@
 // and what tests know of replies against the table.
 #include "devicesetup.h"
 #include "operations/answers.h"
+#include "operations/readers.h"
 #include "operations/recordedanswers.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "support/fixedsigner.h"
@@ -232,6 +233,19 @@ private Q_SLOTS:
         for (const Case& testCase : operations::cases()) {
             QVERIFY2(isWhatItClaims(testCase),
                      qPrintable("%1 %2"_s.arg(testCase.number).arg(testCase.name)));
+        }
+    }
+
+    // By a reader of its own, or by an operation that carries what it says.
+    void everyRecordedReplyIsRead()
+    {
+        const QStringList recorded = wiredata::cases("reply"_s);
+        for (const QString& name : recorded) {
+            const QString folder = name.section(QLatin1Char('/'), 0, 0);
+            bool isRead = readers::all().contains(folder);
+            for (const Operation& row : operations::all())
+                isRead |= operations::recordedForms(row).contains(name);
+            QVERIFY2(isRead, qPrintable(name));
         }
     }
 
