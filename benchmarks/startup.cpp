@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -66,7 +67,11 @@ int main(int argc, char** argv)
             peak[which].push_back(run.peakKilobytes);
         }
     }
-    std::printf("| | this library | bare QNetworkAccessManager | |\n|---|---|---|---|\n");
+    const auto name = [](const char* path) {
+        const char* const slash = std::strrchr(path, '/');
+        return slash ? slash + 1 : path;
+    };
+    std::printf("| | %s | %s | |\n|---|---:|---:|---|\n", name(argv[1]), name(argv[2]));
     std::printf("| start to answer | %.1f ms | %.1f ms | %.2f times |\n", median(time[0]),
                 median(time[1]), median(time[0]) / median(time[1]));
     std::printf("| peak memory | %ld KiB | %ld KiB | %+ld KiB |\n", median(peak[0]),

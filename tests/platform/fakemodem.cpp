@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/fakemodem.h"
 
+#include <atomic>
+
 namespace {
 
 QVector<QtMobility::ModemDetails> presentModems;
 QVector<QtMobility::SimCard> presentSims;
-int readingCount = 0;
+std::atomic<int> readingCount{0}; // clients ask on threads of their own
 
 class Reader : public QtMobility::ModemReader
 {
