@@ -170,7 +170,7 @@ private Q_SLOTS:
     {
         KelAccountsPrivate orchestrator(nullptr);
         const MessageLog log;
-        orchestrator.sendErrorResponse(static_cast<KelAccountsPrivate::ResponseType>(18), 1002);
+        orchestrator.sendErrorResponse(KelAccountsPrivate::EndOfResponseTypes, 1002);
         QVERIFY(log.hasWarning("Failed to send some response...!!!! Is client application still "
                                "waiting for this response??"));
     }
