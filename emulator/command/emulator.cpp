@@ -98,7 +98,13 @@ bool Emulator::startServers(const Options& options, std::string& problem)
     mProxy = std::make_unique<Proxy>(
         [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
-    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy, scenario);
+    Scenario origin = scenario;
+    if (options.sim)
+        origin.sim = {options.sim->mcc, options.sim->mnc, options.sim->msin, options.sim->imei};
+    if (options.tagServer && !origin.tags)
+        origin.tags.emplace();
+    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy, std::move(origin),
+                                           findSharedFile("kelaccount/console"));
     if (!mProxy->start(options.proxyPort, problem) || !mAdmin->start(options.adminPort, problem))
         return false;
     if (!options.refuse && !mProxy->accept()) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/oauth/requestcheck.h"
 
+#include "emulator/common/log.h"
 #include "emulator/oauth/authorization.h"
 #include "emulator/oauth/signature.h"
 #include "emulator/oauth/signaturediagnosis.h"
@@ -53,7 +54,8 @@ bool RequestCheck::acceptsTimeStamp(const std::string& timeStamp, std::string& p
     return true;
 }
 
-bool RequestCheck::acceptsItems(const Authorization& authorization, std::string& problem) const
+bool RequestCheck::acceptsItems(const Authorization& authorization, std::string& problem,
+                                Trace& trace) const
 {
     const auto differs = [&problem](const char* name, const std::string& got,
                                     const std::string& wanted) {
@@ -63,19 +65,29 @@ bool RequestCheck::acceptsItems(const Authorization& authorization, std::string&
                   wanted + '"';
         return true;
     };
-    return !differs("realm", authorization.realm, mRealm) &&
-           !differs("oauth_consumer_key", authorization.consumerKey, mConsumerKey) &&
-           !differs("oauth_signature_method", authorization.signatureMethod, "HMAC-SHA1") &&
-           !differs("oauth_version", authorization.version, "1.0") &&
-           acceptsTimeStamp(authorization.timeStamp, problem);
+    if (differs("realm", authorization.realm, mRealm) ||
+        differs("oauth_consumer_key", authorization.consumerKey, mConsumerKey) ||
+        differs("oauth_signature_method", authorization.signatureMethod, "HMAC-SHA1") ||
+        differs("oauth_version", authorization.version, "1.0"))
+        return false;
+    trace.passed("Realm, consumer key, signature method and version are the service's",
+                 mRealm + ", " + mConsumerKey + ", HMAC-SHA1, 1.0");
+    if (!acceptsTimeStamp(authorization.timeStamp, problem))
+        return false;
+    trace.passed("The time stamp is near the service's clock",
+                 authorization.timeStamp + " beside " + std::to_string(mClock.now()) + "; " +
+                     std::to_string(timeStampWindow) + " s are allowed");
+    return true;
 }
 
 bool RequestCheck::accepts(const WireRequest& request, std::string_view document,
-                           std::string& token, std::string& problem)
+                           std::string& token, std::string& problem, Trace& trace)
 {
     Authorization authorization;
-    if (!readAuthorization(request.authorization, authorization, problem) ||
-        !acceptsItems(authorization, problem))
+    if (!readAuthorization(request.authorization, authorization, problem))
+        return false;
+    trace.passed("The Authorization header is as clients of the service write it");
+    if (!acceptsItems(authorization, problem, trace))
         return false;
 
     const SignedRequest signedRequest{request, authorization, document};
@@ -87,10 +99,15 @@ bool RequestCheck::accepts(const WireRequest& request, std::string_view document
             "oauth_signature does not fit: " + explainMismatch(signedRequest, mConsumerSecret);
         return false;
     }
+    // An address that names a token is not shown.
+    const bool isShown = printableTarget(request.target) == request.target;
+    trace.passed("The signature fits: HMAC-SHA1 over the base string, with the consumer secret",
+                 isShown ? "base string: " + baseString(signedRequest, Recipe(), true) : "");
     if (!mNonces.remember(authorization.nonce, authorization.timeStamp)) {
         problem = "oauth_nonce was used before with this time stamp";
         return false;
     }
+    trace.passed("The nonce was not used before with this time stamp");
     token = authorization.token.value_or(std::string());
     return true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/common/clock.h"
+#include "emulator/common/trace.h"
 #include "emulator/common/wirerequest.h"
 
 #include <cstdint>
@@ -37,14 +38,15 @@ public:
 
     /// False when the request is refused; `problem` then says in one line what differs.
     /// `token` receives the access token that the request carries, empty without one.
+    /// `trace` receives the steps that went well.
     bool accepts(const WireRequest& request, std::string_view document, std::string& token,
-                 std::string& problem);
+                 std::string& problem, Trace& trace);
 
     /// How far a time stamp may lie from the service's clock.
     static constexpr std::int64_t timeStampWindow = 300;
 
 private:
-    bool acceptsItems(const Authorization& authorization, std::string& problem) const;
+    bool acceptsItems(const Authorization& authorization, std::string& problem, Trace& trace) const;
     bool acceptsTimeStamp(const std::string& timeStamp, std::string& problem) const;
 
     const Clock& mClock;

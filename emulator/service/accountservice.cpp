@@ -2,6 +2,7 @@
 #include "emulator/service/accountservice.h"
 
 #include "emulator/common/log.h"
+#include "emulator/service/masking.h"
 #include "emulator/service/operation.h"
 #include "rest/request/servicehosts.h"
 
@@ -93,10 +94,11 @@ AccountService::AccountService(ServiceSettings settings, std::unique_ptr<Store> 
     mFaults.append(settings.faults);
 }
 
-Reply AccountService::answer(const WireRequest& request, std::string& problem)
+Reply AccountService::answer(const WireRequest& request, std::string& problem, Trace& trace)
 {
-    Reply reply = dispatch(request, problem);
+    Reply reply = dispatch(request, problem, trace);
     if (!problem.empty()) {
+        trace.steps.push_back({"Refused", problem, false});
         logLine("refused " + request.restVerb.substr(0, 16) + ' ' +
                 printableTarget(request.target) + ": " + problem);
     }
@@ -116,7 +118,7 @@ int AccountService::operationOf(const WireRequest& request)
     return readDocument(*route.operation, document).operation->number;
 }
 
-Reply AccountService::dispatch(const WireRequest& request, std::string& problem)
+Reply AccountService::dispatch(const WireRequest& request, std::string& problem, Trace& trace)
 {
     if (request.rawPath().substr(0, servicePath.size()) != servicePath) {
         return refused(404, "invalidUrl", "No such address", problem,
@@ -134,16 +136,18 @@ Reply AccountService::dispatch(const WireRequest& request, std::string& problem)
     std::string why;
     if (!readForm(request, document, why))
         return refused(400, "invalidMessageFormat", "Malformed form", problem, why);
+    trace.passed("Address, REST verb, content type and form can be read");
+    trace.document = masked(document);
     std::string token;
-    if (!mCheck.accepts(request, document, token, why))
+    if (!mCheck.accepts(request, document, token, why, trace))
         return refused(401, "notAuthorized", "The request is not signed as it must be", problem,
                        why);
 
-    return perform(request, document, token, problem);
+    return perform(request, document, token, problem, trace);
 }
 
 Reply AccountService::perform(const WireRequest& request, const std::string& document,
-                              const std::string& token, std::string& problem)
+                              const std::string& token, std::string& problem, Trace& trace)
 {
     Route route = findOperation(request.restVerb, request.rawPath());
     switch (route.result) {
@@ -156,6 +160,7 @@ Reply AccountService::perform(const WireRequest& request, const std::string& doc
     case Route::Result::Found:
         break;
     }
+    trace.passed("An operation has this verb and address");
     // Read ahead of the lock on the tables; what is wrong with it counts after the token.
     ReadDocument read = readDocument(*route.operation, document);
     return mStore->with([&](Tables& tables) {
@@ -174,6 +179,7 @@ Reply AccountService::perform(const WireRequest& request, const std::string& doc
             reply =
                 refused(400, "invalidMessageFormat", read.problem.c_str(), problem, read.problem);
         } else {
+            trace.passed("Token and document are what the operation wants");
             reply = read.operation->answer(call);
         }
         reply.operation = read.operation->number;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/common/clock.h"
+#include "emulator/common/trace.h"
 #include "emulator/common/wirerequest.h"
 #include "emulator/oauth/requestcheck.h"
 #include "emulator/service/fault.h"
@@ -34,7 +35,8 @@ public:
     AccountService(ServiceSettings settings, std::unique_ptr<Store> store);
 
     /// Checks and answers a request. `problem` receives why it was refused, and is logged.
-    Reply answer(const WireRequest& request, std::string& problem);
+    /// `trace` receives how it was judged.
+    Reply answer(const WireRequest& request, std::string& problem, Trace& trace);
     /// The operation that a request is meant for, right or wrong; 0 when there is none.
     static int operationOf(const WireRequest& request);
 
@@ -45,9 +47,9 @@ public:
     bool isVerbose() const { return mVerbose; }
 
 private:
-    Reply dispatch(const WireRequest& request, std::string& problem);
+    Reply dispatch(const WireRequest& request, std::string& problem, Trace& trace);
     Reply perform(const WireRequest& request, const std::string& document, const std::string& token,
-                  std::string& problem);
+                  std::string& problem, Trace& trace);
 
     Clock mClock;
     const bool mVerbose;

@@ -2,7 +2,9 @@
 #include "emulator/service/administration.h"
 
 #include "emulator/service/accountjson.h"
+#include "emulator/service/fault.h"
 #include "emulator/service/jsonfields.h"
+#include "emulator/service/operation.h"
 #include "emulator/service/values.h"
 
 #include <QDateTime>
@@ -203,6 +205,25 @@ std::string captchasJson(Store& store, std::int64_t now)
         array.append(QJsonObject{{QStringLiteral("id"), qtText(captcha.id)},
                                  {QStringLiteral("text"), qtText(captcha.text)}});
     }
+    return jsonOf(array);
+}
+
+std::string operationsJson()
+{
+    QJsonArray array;
+    for (const Operation& operation : allOperations()) {
+        array.append(QJsonObject{{QStringLiteral("number"), operation.number},
+                                 {QStringLiteral("verb"), QLatin1String(operation.verb)},
+                                 {QStringLiteral("path"), QLatin1String(operation.path)}});
+    }
+    return jsonOf(array);
+}
+
+std::string knownFaultsJson()
+{
+    QJsonArray array;
+    for (const std::string& name : knownFaults())
+        array.append(qtText(name));
     return jsonOf(array);
 }
 

@@ -42,6 +42,11 @@ std::string accountText(Store& store, const std::string& user);
 /// The captchas that can still be solved.
 std::string captchasJson(Store& store, std::int64_t now);
 
+/// The service's table of operations: number, verb and path.
+std::string operationsJson();
+/// What faults can be ordered; a value stands behind "=".
+std::string knownFaultsJson();
+
 /// The messages to a name or a recipient; all of them for an empty name.
 std::string inboxJson(Store& store, const std::string& name);
 

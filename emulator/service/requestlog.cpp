@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/service/requestlog.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace KelEmulator {
@@ -34,6 +35,11 @@ void RequestLog::append(RequestRecord record)
     const std::lock_guard<std::mutex> lock(mMutex);
     record.number = ++mCount;
     mRecords.push_back(std::move(record));
+    if (mRecords.size() > detailed) {
+        RequestRecord& older = mRecords[mRecords.size() - 1 - detailed];
+        older.trace = {};
+        older.reply = {};
+    }
     if (mRecords.size() > capacity)
         mRecords.pop_front();
 }
@@ -65,6 +71,25 @@ std::string RequestLog::json(std::uint64_t after) const
         text += ", \"microseconds\": " + std::to_string(record.microseconds) + '}';
     }
     return text + "\n]\n";
+}
+
+std::string RequestLog::detailJson(std::uint64_t number) const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    const auto found =
+        std::find_if(mRecords.begin(), mRecords.end(),
+                     [number](const RequestRecord& record) { return record.number == number; });
+    if (found == mRecords.end() || mRecords.end() - found > std::int64_t{detailed})
+        return {};
+    std::string text = "{\"number\": " + std::to_string(number) + ", \"steps\": [";
+    for (const Trace::Step& step : found->trace.steps) {
+        text += &step == &found->trace.steps.front() ? "\n" : ",\n";
+        text += " {\"name\": " + jsonString(step.name) +
+                ", \"detail\": " + jsonString(step.detail) +
+                ", \"good\": " + (step.good ? "true" : "false") + '}';
+    }
+    return text + "],\n \"document\": " + jsonString(found->trace.document) +
+           ",\n \"reply\": " + jsonString(found->reply) + "}\n";
 }
 
 } // namespace KelEmulator

@@ -178,6 +178,16 @@ bool applyScenario(AccountService& service, const Scenario& scenario, std::strin
     return true;
 }
 
+std::string deviceJson(const Scenario& scenario)
+{
+    QJsonObject object;
+    if (scenario.sim)
+        object.insert(QStringLiteral("sim"), simJson(*scenario.sim));
+    if (scenario.tags)
+        object.insert(QStringLiteral("tags"), tagsJson(*scenario.tags));
+    return QJsonDocument(object).toJson().toStdString();
+}
+
 std::string scenarioJson(AccountService& service, const Scenario& origin)
 {
     QJsonObject object{{QStringLiteral("scenario"), static_cast<int>(formatVersion)}};

@@ -59,6 +59,9 @@ bool fillTables(Store& store, const Scenario& scenario, std::string& problem);
 /// service's.
 bool applyScenario(AccountService& service, const Scenario& scenario, std::string& problem);
 
+/// SIM and tags of a scenario.
+std::string deviceJson(const Scenario& scenario);
+
 /// The service as it is now, with passwords and answers.
 std::string scenarioJson(AccountService& service, const Scenario& origin);
 

@@ -6,6 +6,8 @@
 #include "emulator/wire/proxy.h"
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 namespace KelEmulator {
 
@@ -23,7 +25,8 @@ void say(httplib::Response& response, int status, const std::string& text)
 
 } // namespace
 
-AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenario)
+AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenario,
+                         const std::string& consoleFolder)
     : mService(service), mProxy(proxy), mScenario(std::move(scenario))
 {
     mServer.new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
@@ -47,6 +50,7 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenari
     mServer.Get("/health", [](const httplib::Request&, httplib::Response& response) {
         say(response, 200, "ok");
     });
+    addConsoleRoutes(consoleFolder);
     addFaultRoutes();
     addClockRoutes();
     addScenarioRoutes();
@@ -66,13 +70,18 @@ AdminServer::~AdminServer()
 // sends here under the right name.
 bool AdminServer::isForUs(const httplib::Request& request) const
 {
-    if (request.get_header_value_count("Host") != 1 || request.has_header("Origin"))
+    if (request.get_header_value_count("Host") != 1 || request.get_header_value_count("Origin") > 1)
         return false;
     const std::string host = request.get_header_value("Host");
     const std::string port = ':' + std::to_string(mPort);
     for (const std::string name : {"127.0.0.1", "localhost"}) {
-        if (host == name || host == name + port)
-            return true;
+        if (host != name && host != name + port)
+            continue;
+        // The console's own orders come from here.
+        const bool isOwn = request.get_header_value("Origin") == "http://" + name + port;
+        const std::string site = request.get_header_value("Sec-Fetch-Site");
+        return (isOwn || !request.has_header("Origin")) &&
+               (site.empty() || site == "same-origin" || site == "none");
     }
     return false;
 }
@@ -90,6 +99,9 @@ void AdminServer::addFaultRoutes()
             return say(response, 400, "send faults, one a line");
         mService.faults().append(faults);
         say(response, 200, std::to_string(faults.size()) + " ordered");
+    });
+    mServer.Get("/faults/known", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(knownFaultsJson(), json);
     });
     mServer.Get("/faults", [this](const httplib::Request&, httplib::Response& response) {
         std::string text;
@@ -116,11 +128,48 @@ void AdminServer::addClockRoutes()
     });
 }
 
+/// The console: files that are read at each request, so that one can work on them.
+void AdminServer::addConsoleRoutes(const std::string& folder)
+{
+    static constexpr struct
+    {
+        const char* path;
+        const char* file;
+        const char* type;
+    } pages[] = {{"/", "/index.html", "text/html; charset=UTF-8"},
+                 {"/console.css", "/console.css", "text/css; charset=UTF-8"},
+                 {"/console.js", "/console.js", "text/javascript; charset=UTF-8"}};
+    for (const auto& page : pages) {
+        mServer.Get(page.path,
+                    [page, folder](const httplib::Request&, httplib::Response& response) {
+                        std::ifstream stream(folder + page.file, std::ios::binary);
+                        std::ostringstream text;
+                        text << stream.rdbuf();
+                        if (folder.empty() || !stream.is_open())
+                            return say(response, 404, "the console is not installed");
+                        response.set_content(text.str(), page.type);
+                    });
+    }
+    // Nothing from elsewhere is loaded or run, whatever a text holds, and no page frames this one.
+    mServer.set_default_headers(
+        {{"Content-Security-Policy",
+          "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
+          "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+         {"X-Content-Type-Options", "nosniff"},
+         {"Referrer-Policy", "no-referrer"},
+         {"Cross-Origin-Resource-Policy", "same-origin"},
+         {"Cache-Control", "no-store"}});
+}
+
 void AdminServer::addScenarioRoutes()
 {
     mServer.Get("/scenario", [this](const httplib::Request&, httplib::Response& response) {
         const std::lock_guard<std::mutex> lock(mScenarioMutex);
         response.set_content(scenarioJson(mService, mScenario), json);
+    });
+    mServer.Get("/device", [this](const httplib::Request&, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        response.set_content(deviceJson(mScenario), json);
     });
     mServer.Post("/scenario", [this](const httplib::Request& request, httplib::Response& response) {
         const std::lock_guard<std::mutex> lock(mScenarioMutex);
@@ -219,11 +268,23 @@ void AdminServer::addAccountRoutes()
 
 void AdminServer::addRequestRoutes()
 {
+    mServer.Get("/operations", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content(operationsJson(), json);
+    });
     mServer.Get("/requests", [this](const httplib::Request& request, httplib::Response& response) {
         const std::string after = request.get_param_value("after");
         response.set_content(mService.requests().json(std::strtoull(after.c_str(), nullptr, 10)),
                              json);
     });
+    mServer.Get(R"(/requests/([0-9]{1,18}))",
+                [this](const httplib::Request& request, httplib::Response& response) {
+                    const std::string number = request.matches[1];
+                    const std::string text =
+                        mService.requests().detailJson(std::strtoull(number.c_str(), nullptr, 10));
+                    if (text.empty())
+                        return say(response, 404, "of the latest 200 requests alone");
+                    response.set_content(text, json);
+                });
     mServer.Delete("/requests", [this](const httplib::Request&, httplib::Response& response) {
         mService.requests().clear();
         say(response, 200, "none kept");

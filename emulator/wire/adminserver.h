@@ -18,8 +18,10 @@ class Proxy;
 class AdminServer
 {
 public:
-    /// `scenario` is what the service was made of.
-    AdminServer(AccountService& service, Proxy& proxy, Scenario scenario = {});
+    /// `scenario` is what the service was made of; in `consoleFolder` are the files of the web
+    /// page.
+    AdminServer(AccountService& service, Proxy& proxy, Scenario scenario,
+                const std::string& consoleFolder);
     ~AdminServer();
 
     /// `port` 0 takes any free one. False, and why in `problem`.
@@ -30,6 +32,7 @@ public:
 
 private:
     bool isForUs(const httplib::Request& request) const;
+    void addConsoleRoutes(const std::string& folder);
     void addFaultRoutes();
     void addClockRoutes();
     void addScenarioRoutes();

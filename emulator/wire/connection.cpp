@@ -3,6 +3,7 @@
 
 #include "emulator/common/log.h"
 #include "emulator/service/accountservice.h"
+#include "emulator/service/masking.h"
 #include "emulator/wire/replyshaper.h"
 #include "emulator/wire/statustext.h"
 #include "emulator/wire/tlsstream.h"
@@ -167,12 +168,14 @@ bool Connection::answer(WireRequest wire)
     const Fault fault =
         faults.takeForRequest(faults.asksForOperation() ? AccountService::operationOf(wire) : 0);
     RequestRecord record;
-    Reply reply = reachesService(fault) ? mService.answer(wire, record.problem) : lostReply();
+    Reply reply =
+        reachesService(fault) ? mService.answer(wire, record.problem, record.trace) : lostReply();
     record.microseconds = microsecondsSince(start);
     record.verb = wire.restVerb.substr(0, 16);
     record.target = printableTarget(wire.target);
     record.host = wire.host.substr(0, 256);
     record.bodyBytes = wire.body.size();
+    record.reply = maskedReply(reply.body);
     // Ahead of the answer: whoever has the answer finds the request in the log.
     log(std::move(record), reply, fault);
     applyFault(fault, reply);
