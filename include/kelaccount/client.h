@@ -110,7 +110,8 @@ public:
     /// Fetches a captcha of about that size in pixels.
     Call<Captcha> retrieveCaptchaImage(int width, int height, When when = {});
 
-    /// Registers an account, stores its credentials and sets the account up on the device.
+    /// Registers an account, stores its credentials and sets the account up on the device. One that
+    /// is cancelled is taken back, and until that is over the next is refused with 804.
     Call<SetUp> registerAccount(const Registration& registration,
                                 DeviceAccount account = DeviceAccount::Create);
 

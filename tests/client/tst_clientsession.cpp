@@ -122,10 +122,14 @@ void TestClientSession::aSetUpThatIsCancelledLeavesNothing()
     QCOMPARE(mAnswers.lines, QStringList());
     call.cancel();
     QVERIFY(waitUntil([this] { return isNothingLeft(); }));
-    // And the next one is another's business.
+    // And the next one is another's business, once all of that is over.
     mSandbox.script(succeeding());
-    mAnswers.expect(mClient->signInAndConfigure("alice"_s, "the-password"_s), this);
-    QVERIFY(waitForLines(1));
+    const auto triesAgain = [this] {
+        mAnswers.lines.clear();
+        mAnswers.expect(mClient->signInAndConfigure("alice"_s, "the-password"_s), this);
+        return waitForLines(1) && mAnswers.lines.constFirst() != "signInAndConfigure failed: 804"_s;
+    };
+    QVERIFY(waitUntil(triesAgain));
     QCOMPARE(mAnswers.lines, QStringList("signInAndConfigure: the-account-id the-login-id "
                                          "the-user-id the-address@mail.example"_s));
 }
