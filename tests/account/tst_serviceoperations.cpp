@@ -12,6 +12,8 @@
 #include "support/rows.h"
 
 #include <QCoreApplication>
+#include <QMetaMethod>
+#include <QSet>
 #include <QTest>
 
 using namespace KelTest;
@@ -65,6 +67,29 @@ private Q_SLOTS:
         FakeModem::reset();
         // Nobody answers for tags unless a test says so.
         TagServerAddress::setProgram("/nonexistent/tag-server");
+    }
+
+    // But those that have nothing to do with an operation, and the two set-ups.
+    void everyMethodOfTheFacadeHasARow()
+    {
+        QSet<QByteArray> known = {"close",
+                                  "initValues",
+                                  "initialize",
+                                  "isCaptchaRequired",
+                                  "isKeLAccountConfigured",
+                                  "registerAccount",
+                                  "retrieveCountryCode",
+                                  "signInAndConfigure"};
+        for (const Operation& operation : facadecalls::ofTheService())
+            known.insert(operation.name);
+        for (const Operation& operation : facadecalls::ofTheSession())
+            known.insert(operation.name);
+        const QMetaObject& facade = KelAccounts::staticMetaObject;
+        for (int i = facade.methodOffset(); i < facade.methodCount(); ++i) {
+            const QMetaMethod method = facade.method(i);
+            QVERIFY2(method.methodType() != QMetaMethod::Slot || known.contains(method.name()),
+                     method.name());
+        }
     }
 
     void aGoodCallIsHandedOnAndNotAnsweredHere_data() { addRowForEachOperation(); }
