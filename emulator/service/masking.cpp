@@ -22,7 +22,7 @@ bool isSecret(std::string_view name)
         return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
     });
     // A request, a reply and a group are named for what they hold.
-    for (const std::string_view group : {"request", "response", "info"}) {
+    for (const std::string_view group : {"request", "response", "info", "auth"}) {
         if (lower.size() > group.size() && lower.substr(lower.size() - group.size()) == group)
             return false;
     }
