@@ -451,7 +451,11 @@ private Q_SLOTS:
         for (int i = 0; i < 64; ++i)
             attributes += " a%1=''"_s.arg(i);
         QTest::newRow("64 attributes") << reply("<a%1/>"_s.arg(attributes)) << true;
-        QTest::newRow("65 attributes") << reply("<a%1 b=''/>"_s.arg(attributes)) << false;
+        const QString one = "<a%1 b=''/>"_s.arg(attributes);
+        row("65 attributes", reply(one), false);
+        row("65 attributes in double quotes", reply(QString(one).replace("'"_s, "\""_s)), false);
+        // An instruction opens nothing.
+        row("instructions side by side", reply(repeated("<?p x?>", 1000)), true);
         row("2,000,000 characters", reply(QString(2'000'000, QLatin1Char('x'))), true);
         QTest::newRow("2 MiB and more") << reply(QString(2 << 20, QLatin1Char('x'))) << false;
         QTest::newRow("50 MB") << reply(QString(50'000'000, QLatin1Char('x'))) << false;

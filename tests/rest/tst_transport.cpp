@@ -136,6 +136,26 @@ private Q_SLOTS:
         QVERIFY(seen.header("Authorization").startsWith("OAuth realm=\""));
     }
 
+    // Some of the slots say nothing, so that no answer would miss them.
+    void everyConnectionIsListenedTo()
+    {
+        using Manager = QNetworkAccessManager;
+        Exchange one(mSigner, Reaction::reply(200, freeName));
+        QVERIFY(one.spy.wait(patience));
+        int managers = 0;
+        for (Manager* const manager : one.handler.findChildren<Manager*>()) {
+            NetworkHandler* const handler = &one.handler;
+            if (!disconnect(manager, &Manager::finished, handler, nullptr))
+                continue; // the one that makes the others
+            ++managers;
+            QVERIFY(disconnect(manager, &Manager::encrypted, handler, nullptr));
+            QVERIFY(disconnect(manager, &Manager::sslErrors, handler, nullptr));
+            QVERIFY(disconnect(manager, &Manager::authenticationRequired, handler, nullptr));
+            QVERIFY(disconnect(manager, &Manager::proxyAuthenticationRequired, handler, nullptr));
+        }
+        QVERIFY(managers > 0);
+    }
+
     void aLineBreakInALanguageStartsNoHeader()
     {
         Exchange one(mSigner, Reaction::reply(200, freeName), "fi\r\nX-Smuggled: yes"_s);
