@@ -25,13 +25,13 @@ struct StatusRow
     int status;
 };
 
+// A code that is not here is ErrorGeneralError, "generalError" among them.
 constexpr StatusRow errorCodes[] = {
     {"invalidAccessToken", ErrorInvalidAccessToken},
     {"illegalRequestMethod", ErrorIllegalRequestMethod},
     {"unknownContentType", ErrorUnknownContentType},
     {"invalidUrl", ErrorInvalidUrl},
     {"notAuthorized", ErrorNotAuthorized},
-    {"generalError", ErrorGeneralError},
     {"invalidMessageFormat", ErrorInvalidMessageFormat},
     {"resourceNotFound", ErrorResourceNotFound},
     {"operationFailed", ErrorOperationFailed},
