@@ -31,7 +31,7 @@ import time
 RESPONSIBLE = [
     (r"account/texts/", "tst_statustext tst_commonutils"),
     (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_sessionoperations"),
-    (r"account/accountsignout", "tst_story_signout tst_story_signout_processes tst_clientsession"),
+    (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_setupstogether "
      "tst_abandonedcalls"),
@@ -40,6 +40,7 @@ RESPONSIBLE = [
      "tst_story_signout"),
     (r"rest/records/", "tst_datarecords tst_msgparser tst_sessionoperations"),
     (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply"),
+    (r"rest/request/serviceaddress", "tst_serviceaddress tst_serviceoperations"),
     (r"rest/request/", "tst_msgcreator tst_clientidentification tst_requestmodel "
      "tst_signing tst_operations tst_signedaddress tst_wiretime"),
     (r"rest/transport/", "tst_transport tst_receivewatch tst_connectionlatency tst_retryafter "
@@ -150,13 +151,6 @@ def rows(code):
                             (e + 1, " [[maybe_unused]] static const bool kelRow%d = kelRemoveRow(%s, "
                              "%d, %d);" % (n, name, at, n))]
             yield Place("row", first, last, edits)
-    # Lists of types, such as those of all operations.
-    for m in re.finditer(r"\busing \w+ =\s*[\w:]+<", code):
-        end = end_of(code, m.end() - 1, "<", ">")
-        items = list(re.finditer(r"[^,<>]+,?", code[m.end():end - 1]))
-        for item in items if len(items) > 3 else []:
-            last = item is items[-1]
-            yield Place("row", m.end() + item.start() - (1 if last else 0), m.end() + item.end())
 
 
 SWITCHES = """
@@ -380,7 +374,8 @@ def restore(path, text):
 def write_report(report, results, missed):
     def cell(text):
         return "`" + text.replace("|", "\\|").replace("`", "'")[:110] + "`"
-    lines = ["%d places, %d of them unnoticed. Made by `tests/removals/removals.py` on %s." %
+    lines = ["# What notices a removal", "",
+             "%d places, %d of them unnoticed. Made by `tests/removals/removals.py` on %s." %
              (len(results), len(missed), time.strftime("%Y-%m-%d")), ""]
     last = None
     for path, kind, shown, noticed in results:

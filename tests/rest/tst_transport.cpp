@@ -226,6 +226,29 @@ private Q_SLOTS:
         QCOMPARE(one.spy.count(), 1);
     }
 
+    void aRequestThatWaitsTooLongForAConnectionIsAnsweredToo()
+    {
+        constexpr int connections = 6;
+        ScriptedServer server;
+        Reaction silence;
+        silence.end = Reaction::End::Hang;
+        NetworkHandler handler(nullptr);
+        QSignalSpy spy(&handler, &NetworkHandler::userNameAvailabilityResponse);
+        VerbRequest request(mSigner, "GET"_s, server.base());
+        for (int i = 0; i < connections; ++i) {
+            server.expect(silence);
+            QCOMPARE(handler.sendNetWorkRequest(&request, RetrieveUserNameAvailability), 0);
+        }
+        NetworkReplyContainer::setGuardMilliseconds(100);
+        VerbRequest waiting(mSigner, "GET"_s, server.base());
+        QCOMPARE(handler.sendNetWorkRequest(&waiting, RetrieveUserNameAvailability), 0);
+        QVERIFY(spy.wait(patience));
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(answerIn(spy).status, 404);
+        QCOMPARE(answerIn(spy).requestId, waiting.getRequestId());
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), connections, patience);
+    }
+
     void theGuardIsNeverEarly_data()
     {
         QTest::addColumn<int>("milliseconds");
@@ -372,7 +395,7 @@ private Q_SLOTS:
         const QByteArray huge(static_cast<int>(NetworkReplyContainer::maximumReplyBytes) + 1, ' ');
         Reaction reaction;
         reaction.bytes = announced
-                             ? "HTTP/1.1 200 OK\r\nContent-Length: 50000000\r\n\r\n<?xml version"
+                             ? "HTTP/1.1 200 OK\r\nContent-Length: 50000000\r\n\r\n"
                              : "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + freeName + huge;
         Exchange one(mSigner, reaction);
         QVERIFY(one.spy.wait(patience));
