@@ -21,8 +21,8 @@ apt-get update -qq
 add "crossbuild-essential-$architecture" qemu-user
 apt-get build-dep -y -qq --no-install-recommends --host-architecture="$architecture" ./ >../apt.log 2>&1 ||
     { cat ../apt.log; exit 1; }
-# Oracles that the tests compare with.
-add "liboauth-dev:$architecture" "libqt5networkauth5-dev:$architecture"
+# Oracles that the tests compare with, and what they try out.
+add "liboauth-dev:$architecture" "libqt5networkauth5-dev:$architecture" tzdata iproute2 procps
 
 echo "    building"
 log() { "$@" >../build.log 2>&1 || { tail -n 40 ../build.log; exit 1; }; }
@@ -59,9 +59,17 @@ for package in ../*.deb; do
 done
 
 echo "    ${#unit[@]} test programs, run by an emulated $machine ($triplet)"
+# Those that an emulated process cannot pass, whatever the processor: they start the tag server or the client,
+# which are programs of that processor, or want a bus with dconf, a network of their own, or to know how much
+# memory a process takes.
+left_out=' obcservicetag tagserverlaunch devicecommands devicecountrypicker interfaceaddresses transportmemory '
+echo "    but for:$left_out"
 failed=()
 for test in "${unit[@]}"; do
-    QT_QPA_PLATFORM=minimal "qemu-$machine" "built/$test" >../test.log 2>&1 || {
+    case $left_out in *" ${test#tests/tst_} "*) continue ;; esac
+    language=$LC_ALL
+    [ "$test" != tests/tst_deviceinfoutil ] || language=fi_FI
+    LC_ALL=$language QT_QPA_PLATFORM=minimal "qemu-$machine" "built/$test" >../test.log 2>&1 || {
         failed+=("${test#tests/}")
         echo "${test#tests/}:"
         grep -E -A3 '^FAIL|^QFATAL|Segmentation|qemu:' ../test.log | head -n 20
