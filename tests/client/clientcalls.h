@@ -5,12 +5,24 @@
 
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QVector>
 
 #include <functional>
 
 /// What tests of KelAccount::Client have in common.
 namespace KelTest {
+
+/// An accounts database of this process's own, and with it the lock that set-ups and sign-outs of
+/// one device share: neither the user's nor that of another run of the same test.
+class OwnAccounts
+{
+public:
+    OwnAccounts() { qputenv("ACCOUNTS", mFolder.path().toLocal8Bit()); }
+
+private:
+    QTemporaryDir mFolder;
+};
 
 /// How calls were answered, a line each: the operation and what came.
 class Answers

@@ -68,6 +68,7 @@ private Q_SLOTS:
     void whatIsCancelledWhileATagIsReadDoesNotGoOut();
 
 private:
+    const OwnAccounts mAccounts;
     static QString text(const char* utf8) { return QString::fromUtf8(utf8); }
     /// A client that was initialised.
     std::unique_ptr<Client> ready();

@@ -84,6 +84,7 @@ private Q_SLOTS:
     void aProxyThatHasGoneIsNotUsedAnyMore();
 
 private:
+    const OwnAccounts mAccounts;
     void open(const QHostAddress& address = QHostAddress::LocalHost);
     /// Qt asks no proxy about an address that it knows to be this machine's.
     void openUnderAnotherName();

@@ -312,6 +312,7 @@ private Q_SLOTS:
         QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
         NetworkReplyContainer::setGuardMilliseconds(guardMilliseconds);
         FakeModem::reset();
+        const OwnAccounts accounts;
         const ThreadTagServer tags(QByteArray("\x01tag"));
         QVERIFY(tags.isReady());
 
