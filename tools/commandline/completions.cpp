@@ -159,7 +159,7 @@ std::string bashCompletions(const Program& program)
 
 // zsh
 
-/// For a description inside an option's specification.
+/// For a description among what _arguments is told of an option.
 std::string zshText(const std::string& text)
 {
     std::string result;
@@ -208,7 +208,7 @@ std::string zshCommandCases(const Program& program)
 {
     std::string text;
     for (const Command& command : program.commands) {
-        text += "        " + command.name + ")\n            specifications=(\n" +
+        text += "        " + command.name + ")\n            offers=(\n" +
                 zshOptions(optionsBehind(program, &command), "                ") +
                 zshArguments(command, "                ") + "            )\n            ;;\n";
     }
@@ -220,16 +220,16 @@ std::string zshCompletions(const Program& program)
     const std::string name = '_' + identifier(program.name);
     std::string text = "#compdef " + program.name + '\n' + header(program, "#") + name +
                        "() {\n    local curcontext=\"$curcontext\" state line\n"
-                       "    local -a specifications commands\n    specifications=(\n" +
+                       "    local -a offers commands\n    offers=(\n" +
                        zshOptions(optionsOf(program, nullptr), "        ") + "    )\n";
     if (program.commands.empty())
-        return text + "    _arguments -s -S \"$specifications[@]\"\n}\n" + name + " \"$@\"\n";
+        return text + "    _arguments -s -S \"$offers[@]\"\n}\n" + name + " \"$@\"\n";
     text += "    commands=(\n";
     for (const Command& command : program.commands)
         text += "        " + quoted(command.name + ':' + zshText(command.text)) + '\n';
     return text +
            "    )\n"
-           "    _arguments -C \"$specifications[@]\" '1: :->command' '*:: :->behind' && return\n"
+           "    _arguments -C \"$offers[@]\" '1: :->command' '*:: :->behind' && return\n"
            "    if [[ $state == command ]]; then\n"
            "        _describe -t commands command commands\n"
            "        return\n"
@@ -238,7 +238,7 @@ std::string zshCompletions(const Program& program)
            zshCommandCases(program) +
            "        *) return 1 ;;\n"
            "    esac\n"
-           "    _arguments -S \"$specifications[@]\"\n}\n" +
+           "    _arguments -S \"$offers[@]\"\n}\n" +
            name + " \"$@\"\n";
 }
 
