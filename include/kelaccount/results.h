@@ -28,9 +28,11 @@ class LaterFields;
 /// Why a call failed.
 struct Failure
 {
-    int status = 0; ///< an ErrorStatus, or 413, 512 or 807, which have no member
-    QString name;   ///< of the status, for logs
-    QString text;   ///< a sentence for the user, in the user's language
+    /// An ErrorStatus, or one that has no member: 413, 512, 807, or below 400 what the sign-on
+    /// daemon reported.
+    int status = 0;
+    QString name; ///< of the status, for logs
+    QString text; ///< a sentence for the user, in the user's language
     /// The argument that the service did not like, where the status says it: "password", say.
     QString field;
     /// Whether the same call may succeed later, without anything having been changed.
@@ -100,7 +102,9 @@ struct Profile
 /// Where a service's terms are.
 struct Terms
 {
-    QMap<QString, QString> addresses; ///< by kind
+    /// By kind: ResultKey::serviceUrl, tosUrl, privacyPolicyUrl and serviceSpecificTosUrl, as far
+    /// as the service told them.
+    QMap<QString, QString> addresses;
     std::shared_ptr<const LaterFields> later;
 };
 

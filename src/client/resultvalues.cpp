@@ -40,11 +40,16 @@ std::shared_ptr<const PreAccount> preAccount(const PreAccountInfo& info)
         PreAccount{info.preAccountId, info.username, info.mobile, info.country, nullptr});
 }
 
-std::shared_ptr<const Terms> terms(const QVariantMap& addresses)
+// What else is in the map, a program asks KelAccounts for.
+std::shared_ptr<const Terms> terms(const QVariantMap& answer)
 {
     Terms result;
-    for (auto it = addresses.cbegin(); it != addresses.cend(); ++it)
-        result.addresses.insert(it.key(), it.value().toString());
+    for (const QLatin1String key :
+         {ResultKey::serviceUrl, ResultKey::tosUrl, ResultKey::privacyPolicyUrl,
+          ResultKey::serviceSpecificTosUrl}) {
+        if (answer.contains(key))
+            result.addresses.insert(key, text(answer, key));
+    }
     return std::make_shared<const Terms>(result);
 }
 

@@ -21,7 +21,7 @@ class ProfileInfo;
 std::shared_ptr<const Availability> availability(bool available, const QStringList& suggestions);
 std::shared_ptr<const SetUp> setUp(const QVariantMap& accountData);
 std::shared_ptr<const PreAccount> preAccount(const PreAccountInfo& info);
-std::shared_ptr<const Terms> terms(const QVariantMap& addresses);
+std::shared_ptr<const Terms> terms(const QVariantMap& answer);
 std::shared_ptr<const MarketingConsent> marketingConsent(ConsentQueryVariant variant);
 std::shared_ptr<const RecoveryQuestion> recoveryQuestion(const QVariantMap& question);
 std::shared_ptr<const Country> country(const QString& code);

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void everyOperationOfTheFacadeIsACall();
     void operationsGiveTheirResults_data();
     void operationsGiveTheirResults();
+    void termsAreNothingButAddresses();
     void failuresSayWhatIsKnownOfTheStatus();
     void aCaptchaFailsWithItsTrueStatus();
     void aServiceThatWantsToBeLeftAloneSaysForHowLong();
@@ -225,6 +226,24 @@ void TestClient::operationsGiveTheirResults()
     }
     QVERIFY(settles(1));
     QCOMPARE(mAnswers.lines, QStringList(name + text(": ") + line));
+}
+
+void TestClient::termsAreNothingButAddresses()
+{
+    mService->replyBy = [](const WireRequest&) {
+        return Reaction::reply(200, wiredata::body("termsurls/everything").toUtf8());
+    };
+    QMap<QString, QString> addresses;
+    mClient->retrieveTermsOfService(text("shop"), QString(), QString(), TermsFormat::Html)
+        .then(this, [&addresses](const Terms& terms) { addresses = terms.addresses; });
+    QTRY_VERIFY(!addresses.isEmpty());
+    const QMap<QString, QString> expected = {
+        {text("serviceUrl"), text("https://service.example/")},
+        {text("tosUrl"), text("https://service.example/terms?a=1&b=2")},
+        {text("privacyPolicyUrl"), text("https://service.example/privacy")},
+        {text("serviceSpecificTosUrl"), text("https://service.example/own-terms")},
+    };
+    QCOMPARE(addresses, expected);
 }
 
 void TestClient::failuresSayWhatIsKnownOfTheStatus()
