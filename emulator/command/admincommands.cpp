@@ -33,13 +33,7 @@ struct Failure
 /// Text of somebody's for a terminal.
 std::string printable(const QJsonValue& value)
 {
-    std::string text = value.toString().toStdString();
-    for (char& character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if ((byte < 0x20 && character != '\n') || byte == 0x7f)
-            character = '?';
-    }
-    return text;
+    return CommandLine::printable(value.toString().toStdString());
 }
 
 std::string described(const QJsonObject& message)
@@ -48,9 +42,11 @@ std::string described(const QJsonObject& message)
         return printable(message.value(QLatin1String(name)));
     };
     std::string text = "To:   " + value("recipient") + " (" + value("user") + ")\n" +
-                       "Sent: " + value("sent") + "\n\n    ";
-    for (const char character : value("text"))
-        text += character == '\n' ? "\n    " : std::string(1, character);
+                       "Sent: " + value("sent") + '\n';
+    const QStringList lines =
+        message.value(QLatin1String("text")).toString().split(QLatin1Char('\n'));
+    for (const QString& line : lines)
+        text += "\n    " + printable(line);
     return text + '\n';
 }
 
@@ -223,8 +219,10 @@ std::string accounts(Endpoint& emulator, const CommandLine::Line& line)
 
 std::string describedRequest(const QJsonObject& request)
 {
+    // The log keeps bytes, each as one character.
     const auto value = [&request](const char* name) {
-        return printable(request.value(QLatin1String(name)));
+        return CommandLine::printable(
+            request.value(QLatin1String(name)).toString().toLatin1().toStdString());
     };
     const auto number = [&request](const char* name) {
         return std::to_string(request.value(QLatin1String(name)).toInt());

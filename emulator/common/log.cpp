@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/common/log.h"
 
-#include <unistd.h>
+#include "tools/commandline/reader.h"
 
 namespace KelEmulator {
 
 void logLine(std::string_view text)
 {
-    std::string line = "kelaccount-emulator: ";
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        line += byte < 0x20 || byte == 0x7f ? '?' : character;
-    }
-    line += '\n';
-    // One write for one line: lines of several threads must not mix.
-    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
+    CommandLine::complain("kelaccount-emulator", text);
 }
 
 std::string printableTarget(std::string_view target)

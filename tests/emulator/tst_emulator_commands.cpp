@@ -136,6 +136,24 @@ private Q_SLOTS:
         QCOMPARE(log.exitCode(), 125);
     }
 
+    // "ö" is one of the service's letters; what follows clears the screen of a terminal.
+    void whatAClientSentIsNoOrderToTheTerminal()
+    {
+        const QByteArray letter = "\xC3\xB6";
+        const QByteArray order = "\xC2\x9B"
+                                 "2J";
+        WireClient client;
+        QVERIFY(client.open(*mEmulator));
+        const QByteArray request =
+            SignedRequest().bytes().replace("availability/bob", "availability/" + letter + order);
+        QCOMPARE(client.ask(request).status, 401);
+        const QByteArray output = say({"log"_s}).output;
+        QVERIFY2(output.contains("availability/" + letter + "\\x9b2J"), output);
+        QVERIFY(!output.contains(order));
+        QVERIFY(mEmulator->logHas("availability/" + letter + "\\x9b2J"));
+        QVERIFY(!mEmulator->log().contains(order));
+    }
+
     void aScenarioIsSavedAndLoaded()
     {
         QCOMPARE(say({"accounts"_s, "alice"_s, "--set"_s, "password=other"_s, "--lock"_s}).status,

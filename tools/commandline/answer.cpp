@@ -86,24 +86,30 @@ int flushed(const std::string& program)
     return exitNotWritten;
 }
 
-void complain(const std::string& program, const std::string& text)
+std::string printable(std::string_view text)
 {
-    std::string line = program + ": ";
+    std::string result;
     for (size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         // The upper control characters are two bytes in UTF-8.
         const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
         const bool upper = byte == 0xC2 && next >= 0x80 && next < 0xA0;
         if (byte >= 0x20 && byte != 0x7f && !upper) {
-            line += text[i];
+            result += text[i];
             continue;
         }
         constexpr const char* digits = "0123456789abcdef";
         const unsigned char shown = upper ? next : byte;
-        line += std::string("\\x") + digits[shown >> 4] + digits[shown & 0xF];
+        result += std::string("\\x") + digits[shown >> 4] + digits[shown & 0xF];
         i += upper ? 1 : 0;
     }
-    line += '\n';
+    return result;
+}
+
+void complain(const std::string& program, std::string_view text)
+{
+    const std::string line = program + ": " + printable(text) + '\n';
+    // One write for one line: lines of several threads must not mix.
     std::fputs(line.c_str(), stderr);
 }
 

@@ -4,6 +4,7 @@
 #include "tools/commandline/description.h"
 
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace CommandLine {
@@ -41,8 +42,11 @@ int printed(const Program& program, const std::string& text);
 /// The same for what was written there before.
 int flushed(const std::string& program);
 
-/// One line on standard error: "PROGRAM: TEXT". Control characters are shown as they are written.
-void complain(const std::string& program, const std::string& text);
+/// Makes UTF-8 text safe for a terminal: control characters are shown as \xNN.
+std::string printable(std::string_view text);
+
+/// One line on standard error: "PROGRAM: TEXT", and that printable.
+void complain(const std::string& program, std::string_view text);
 
 /// How many columns a terminal there has; 0 when there is none.
 int terminalWidth(int descriptor);
