@@ -28,8 +28,9 @@ missing=$(comm -13 <(functions "$work/interface.so") <(functions "$library"))
 
 abidw --no-corpus-path --no-comp-dir-path --no-parameter-names --type-id-style hash \
     --drop-undefined-syms --suppressions "$here/abi.suppressions" --out-file "$work/full.abi" "$work/interface.so"
-# Where a declaration stands is no part of the interface, and a path of this machine.
-sed -E "s/ filepath='[^']*'//; s/ line='[0-9]+'//; s/ column='[0-9]+'//" "$work/full.abi" >"$work/now.abi"
+# Where a declaration stands is no part of the interface, and a path of this machine. A unit keeps its own name.
+sed -E "s/ filepath='[^']*'//; s/ line='[0-9]+'//; s/ column='[0-9]+'//; s/ path='[^']*\/([^']*)'/ path='\1'/" \
+    "$work/full.abi" >"$work/now.abi"
 ! grep -E "path='/" "$work/now.abi" || { echo "names a folder of this machine"; exit 1; }
 
 # A function that is not described could change what it returns, and nobody would be told.
