@@ -1,59 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "accountcommands.h"
 
+#include "answers.h"
 #include "clientsettings.h"
 #include "tools/commandline/checks.h"
 
 #include <kelaccount/client.h>
-#include <kelaccount/profileinfo.h>
 #include <kelaccount/registrationinfo.h>
 
-#include <QMetaProperty>
-
-using KelAccount::ErrorStatus;
 using KelAccount::KelAccounts;
-using KelAccount::ProfileInfo;
 using KelAccount::RegistrationInfo;
 
 namespace {
 
-using MapSignal = void (KelAccounts::*)(ErrorStatus, QVariantMap);
-using StatusSignal = void (KelAccounts::*)(ErrorStatus);
-
-void reportMap(KelAccounts& accounts, QObject* context, MapSignal signal, const char* name,
-               const Report& report)
+void registerAccount(KelAccounts& accounts, const CommandInput& input)
 {
-    QObject::connect(&accounts, signal, context,
-                     [report, name](ErrorStatus status, const QVariantMap& map) {
-                         Outcome outcome{QLatin1String(name), status, {}};
-                         for (auto it = map.cbegin(); it != map.cend(); ++it)
-                             outcome.values.push_back({it.key(), it.value()});
-                         report(outcome);
-                     });
-}
-
-void reportStatus(KelAccounts& accounts, QObject* context, StatusSignal signal, const char* name,
-                  const Report& report)
-{
-    QObject::connect(&accounts, signal, context, [report, name](ErrorStatus status) {
-        report({QLatin1String(name), status, {}});
-    });
-}
-
-void signIn(KelAccounts& accounts, QObject* context, const CommandInput& input,
-            const Report& report)
-{
-    reportMap(accounts, context, &KelAccounts::signInAndConfigureResponse,
-              "signInAndConfigureResponse", report);
-    accounts.signInAndConfigure(input.arguments.at(0), input.secrets.at(0),
-                                !input.has("--no-device-account"));
-}
-
-void registerAccount(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                     const Report& report)
-{
-    reportMap(accounts, context, &KelAccounts::registerAccountResponse, "registerAccountResponse",
-              report);
     RegistrationInfo info;
     info.setPassword(input.secrets.at(0));
     info.setEmailAddress(input.option("--email"));
@@ -72,84 +33,10 @@ void registerAccount(KelAccounts& accounts, QObject* context, const CommandInput
     accounts.registerAccount(info, !input.has("--no-device-account"));
 }
 
-// An answer to a security question is as good as a password.
-bool isSecret(const QMetaProperty& property)
-{
-    return qstrcmp(property.name(), "securityAnswer") == 0;
-}
-
-Field::Type fieldType(const QMetaProperty& property)
-{
-    switch (property.type()) {
-    case QVariant::Bool:
-        return Field::Type::YesNo;
-    case QVariant::Int:
-    case QVariant::UInt:
-    case QVariant::LongLong:
-        return Field::Type::Number;
-    case QVariant::StringList:
-        return Field::Type::Texts;
-    default:
-        return Field::Type::Text;
-    }
-}
-
-void profile(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
-             const Report& report)
-{
-    QObject::connect(
-        &accounts, &KelAccounts::downloadProfileResponse, context,
-        [report](ErrorStatus status, ProfileInfo* info) {
-            Outcome outcome{QStringLiteral("downloadProfileResponse"), status, {}};
-            const QMetaObject& meta = ProfileInfo::staticMetaObject;
-            for (int i = meta.propertyOffset(); info && i < meta.propertyCount(); ++i) {
-                const QMetaProperty property = meta.property(i);
-                if (isSecret(property))
-                    continue;
-                outcome.values.push_back({QLatin1String(property.name()), property.read(info)});
-            }
-            report(outcome);
-        });
-    accounts.downloadProfile();
-}
-
-void updateQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                    const Report& report)
-{
-    reportStatus(accounts, context, &KelAccounts::updateSecurityQuestionResponse,
-                 "updateSecurityQuestionResponse", report);
-    accounts.updateSecurityQuestion(input.arguments.at(0), input.secrets.at(0));
-}
-
-void changePassword(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                    const Report& report)
-{
-    reportStatus(accounts, context, &KelAccounts::changePasswordResponse, "changePasswordResponse",
-                 report);
-    accounts.changePassword(input.secrets.at(0), input.secrets.at(1));
-}
-
-void changeUserName(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                    const Report& report)
-{
-    reportStatus(accounts, context, &KelAccounts::userIdUpdateResponse, "userIdUpdateResponse",
-                 report);
-    accounts.userIdUpdate(input.arguments.at(0));
-}
-
-void ensureToken(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                 const Report& report)
-{
-    reportStatus(accounts, context, &KelAccounts::ensureTokenAvailableResponse,
-                 "ensureTokenAvailableResponse", report);
-    accounts.ensureTokenAvailable(input.arguments.value(0).toUInt());
-}
-
 // Which the facade does not offer.
-void signOut(KelAccounts& /*accounts*/, QObject* context, const CommandInput& input,
-             const Report& report)
+void signOut(KelAccounts& accounts, const CommandInput& input, const Report& report)
 {
-    auto* const client = new KelAccount::Client(context);
+    auto* const client = new KelAccount::Client(&accounts);
     const ClientSettings& settings = *input.settings;
     client->initialize(settings.consumerKey, settings.consumerSecret,
                        static_cast<KelAccount::Server>(settings.server), settings.service);
@@ -157,15 +44,8 @@ void signOut(KelAccounts& /*accounts*/, QObject* context, const CommandInput& in
         report({QStringLiteral("none, answered by the call"), status, {}});
     };
     client->signOut().then(
-        context, [answer](const KelAccount::Done&) { answer(KelAccount::ErrorNone); },
+        client, [answer](const KelAccount::Done&) { answer(KelAccount::ErrorNone); },
         [answer](const KelAccount::Failure& failure) { answer(failure.status); });
-}
-
-void closeSession(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
-                  const Report& report)
-{
-    reportStatus(accounts, context, &KelAccounts::closeResponse, "closeResponse", report);
-    accounts.close();
 }
 
 std::vector<CommandLine::Option> registrationOptions()
@@ -208,7 +88,10 @@ std::vector<ClientCommand> setUpCommands()
          "signInAndConfigure",
          true,
          accountFields(),
-         signIn},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.signInAndConfigure(i.arguments.at(0), i.secrets.at(0),
+                                  !i.has("--no-device-account"));
+         }},
         {{"register",
           {},
           registrationOptions(),
@@ -224,26 +107,15 @@ std::vector<ClientCommand> setUpCommands()
          "signOut",
          true,
          {},
+         nullptr,
          signOut},
         {{"close", {}, {}, "end the sign-on session", "close"},
          {},
          "close",
          false,
          {},
-         closeSession},
+         [](KelAccounts& a, const CommandInput& /*input*/) { a.close(); }},
     };
-}
-
-std::vector<Field> profileFields()
-{
-    std::vector<Field> fields;
-    const QMetaObject& meta = ProfileInfo::staticMetaObject;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QMetaProperty property = meta.property(i);
-        if (!isSecret(property))
-            fields.push_back({property.name(), fieldType(property), false});
-    }
-    return fields;
 }
 
 std::vector<ClientCommand> signedInCommands()
@@ -254,7 +126,7 @@ std::vector<ClientCommand> signedInCommands()
          "downloadProfile",
          true,
          profileFields(),
-         profile},
+         [](KelAccounts& a, const CommandInput& /*input*/) { a.downloadProfile(); }},
         {{"update-question",
           {{{"QUESTION-ID"}, "see security-questions"}},
           {},
@@ -264,13 +136,17 @@ std::vector<ClientCommand> signedInCommands()
          "updateSecurityQuestion",
          true,
          {},
-         updateQuestion},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.updateSecurityQuestion(i.arguments.at(0), i.secrets.at(0));
+         }},
         {{"change-password", {}, {}, "change the password", "change-password"},
          {{"old-password"}, {"new-password"}},
          "changePassword",
          true,
          {},
-         changePassword},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.changePassword(i.secrets.at(0), i.secrets.at(1));
+         }},
         {{"change-user-name",
           {{{"NAME"}, "the user name, which is for good"}},
           {},
@@ -280,7 +156,7 @@ std::vector<ClientCommand> signedInCommands()
          "userIdUpdate",
          true,
          {},
-         changeUserName},
+         [](KelAccounts& a, const CommandInput& i) { a.userIdUpdate(i.arguments.at(0)); }},
         {{"ensure-token",
           {{{"CREDENTIALS-ID", CommandLine::number<1, 4294967295>},
             "whose token, instead of the device account's",
@@ -292,7 +168,9 @@ std::vector<ClientCommand> signedInCommands()
          "ensureTokenAvailable",
          true,
          {},
-         ensureToken},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.ensureTokenAvailable(i.arguments.value(0).toUInt());
+         }},
     };
 }
 

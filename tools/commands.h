@@ -56,9 +56,11 @@ struct ClientCommand
     bool callsService;     ///< and so needs key and secret
     std::vector<Field> fields;
 
-    /// Connects to the answering signal with `context`, and calls the operation.
-    void (*start)(KelAccount::KelAccounts& accounts, QObject* context, const CommandInput& input,
-                  const Report& report);
+    /// Calls the operation, which a signal answers.
+    void (*call)(KelAccount::KelAccounts& accounts, const CommandInput& input);
+    /// Instead, where it is answered otherwise or by more: calls it and reports.
+    void (*callAndReport)(KelAccount::KelAccounts& accounts, const CommandInput& input,
+                          const Report& report) = nullptr;
 
     /// The names of the secrets that a call with these options takes.
     QStringList secretsFor(const CommandInput& input) const;

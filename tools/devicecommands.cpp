@@ -5,7 +5,6 @@
 #include "device/devicedescription.h"
 #include "device/deviceinfoutil.h"
 
-using KelAccount::ErrorStatus;
 using KelAccount::KelAccounts;
 
 namespace {
@@ -13,32 +12,17 @@ namespace {
 // For what is answered by a return value.
 const auto noSignal = QStringLiteral("none, answered at once");
 
-void country(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
-             const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::retrieveCountryCodeResponse, context,
-                     [report](ErrorStatus status, const QString& code) {
-                         report({QStringLiteral("retrieveCountryCodeResponse"),
-                                 status,
-                                 {{QStringLiteral("country"), code}}});
-                     });
-    accounts.retrieveCountryCode();
-}
-
-void captchaRequired(KelAccounts& accounts, QObject* /*context*/, const CommandInput& /*input*/,
-                     const Report& report)
+void captchaRequired(KelAccounts& accounts, const CommandInput& /*input*/, const Report& report)
 {
     report({noSignal, 0, {{QStringLiteral("required"), accounts.isCaptchaRequired()}}});
 }
 
-void isConfigured(KelAccounts& accounts, QObject* /*context*/, const CommandInput& /*input*/,
-                  const Report& report)
+void isConfigured(KelAccounts& accounts, const CommandInput& /*input*/, const Report& report)
 {
     report({noSignal, 0, {{QStringLiteral("configured"), accounts.isKeLAccountConfigured()}}});
 }
 
-void deviceInfo(KelAccounts& /*accounts*/, QObject* /*context*/, const CommandInput& input,
-                const Report& report)
+void deviceInfo(KelAccounts& /*accounts*/, const CommandInput& input, const Report& report)
 {
     const KelRestHandler::DeviceDescription description = KelRestHandler::readDeviceDescription();
     KelRestHandler::DeviceInfoUtil device;
@@ -70,7 +54,7 @@ std::vector<ClientCommand> deviceCommands()
          "retrieveCountryCode",
          false,
          {{"country"}},
-         country},
+         [](KelAccounts& a, const CommandInput& /*input*/) { a.retrieveCountryCode(); }},
         {{"captcha-required",
           {},
           {},
@@ -80,12 +64,14 @@ std::vector<ClientCommand> deviceCommands()
          "isCaptchaRequired",
          false,
          {{"required", Field::Type::YesNo}},
+         nullptr,
          captchaRequired},
         {{"is-configured", {}, {}, "say whether the device has an account", "is-configured"},
          {},
          "isKeLAccountConfigured",
          false,
          {{"configured", Field::Type::YesNo}},
+         nullptr,
          isConfigured},
         {{"device-info",
           {},
@@ -103,6 +89,7 @@ std::vector<ClientCommand> deviceCommands()
           {"home MNC"},
           {"IMEI"},
           {"IMSI"}},
+         nullptr,
          deviceInfo},
     };
 }

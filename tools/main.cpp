@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "answers.h"
 #include "clientsettings.h"
 #include "commands.h"
 #include "doctorcommand.h"
@@ -79,7 +80,7 @@ int run(const ClientSettings& settings, const ClientCommand& command, const Comm
     QElapsedTimer clock;
     clock.start();
     bool reported = false;
-    command.start(accounts, &accounts, input, [&](Outcome outcome) {
+    const Report report = [&](Outcome outcome) {
         if (reported)
             return;
         reported = true;
@@ -94,7 +95,13 @@ int run(const ClientSettings& settings, const ClientCommand& command, const Comm
             status = exitOtherStatus;
         // Some operations answer from inside the call, before there is an event loop to leave.
         QTimer::singleShot(0, &accounts, [status] { QCoreApplication::exit(status); });
-    });
+    };
+    if (command.call) {
+        reportAnswer(accounts, command, report);
+        command.call(accounts, input);
+    } else {
+        command.callAndReport(accounts, input, report);
+    }
     QTimer::singleShot(settings.timeLimitSeconds * 1000, &accounts, [&] {
         note.remove();
         QCoreApplication::exit(complain(

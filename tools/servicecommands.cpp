@@ -6,50 +6,10 @@
 
 #include <QPixmap>
 
-using KelAccount::ConsentQueryVariant;
 using KelAccount::ErrorStatus;
 using KelAccount::KelAccounts;
-using KelAccount::PreAccountInfo;
 
 namespace {
-
-Outcome statusOnly(const char* signal, ErrorStatus status)
-{
-    return {QLatin1String(signal), status, {}};
-}
-
-Outcome withMap(const char* signal, ErrorStatus status, const QVariantMap& map)
-{
-    Outcome outcome = statusOnly(signal, status);
-    for (auto it = map.cbegin(); it != map.cend(); ++it)
-        outcome.values.push_back({it.key(), it.value()});
-    return outcome;
-}
-
-void checkUser(KelAccounts& accounts, QObject* context, const CommandInput& input,
-               const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::isUserIdAvailableResponse, context,
-                     [report](ErrorStatus status, bool available, const QStringList& suggestions) {
-                         report({QStringLiteral("isUserIdAvailableResponse"),
-                                 status,
-                                 {{QStringLiteral("available"), available},
-                                  {QStringLiteral("suggestions"), suggestions}}});
-                     });
-    accounts.isUserIdAvailable(input.arguments.at(0));
-}
-
-void checkEmail(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::isEmailIdAvailableResponse, context,
-                     [report](ErrorStatus status, bool available) {
-                         report({QStringLiteral("isEmailIdAvailableResponse"),
-                                 status,
-                                 {{QStringLiteral("available"), available}}});
-                     });
-    accounts.isEmailIdAvailable(input.arguments.at(0));
-}
 
 // The picture is written to the file that --out names.
 Outcome savedPicture(ErrorStatus status, const QPixmap& picture, const QString& captchaId,
@@ -74,107 +34,21 @@ Outcome savedPicture(ErrorStatus status, const QPixmap& picture, const QString& 
     return outcome;
 }
 
-void captcha(KelAccounts& accounts, QObject* context, const CommandInput& input,
-             const Report& report)
+void captcha(KelAccounts& accounts, const CommandInput& input, const Report& report)
 {
     // A refusal comes by the short signal alone.
-    QObject::connect(&accounts, &KelAccounts::captchaImageResponse, context,
+    QObject::connect(&accounts, &KelAccounts::captchaImageResponse, &accounts,
                      [report](ErrorStatus status) {
                          if (status != KelAccount::ErrorNone)
-                             report(statusOnly("captchaImageResponse", status));
+                             report({QStringLiteral("captchaImageResponse"), status, {}});
                      });
-    QObject::connect(&accounts, &KelAccounts::retrieveCaptchaImageResponse, context,
+    QObject::connect(&accounts, &KelAccounts::retrieveCaptchaImageResponse, &accounts,
                      [report, file = input.option("--out")](
                          ErrorStatus status, const QPixmap& picture, const QString& captchaId) {
                          report(savedPicture(status, picture, captchaId, file));
                      });
     accounts.retrieveCaptchaImage(input.option("--width", "200").toInt(),
                                   input.option("--height", "80").toInt());
-}
-
-void securityQuestions(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                       const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::securityQuestionListResponse, context,
-                     [report](ErrorStatus status, const QVariantMap& questions) {
-                         report(withMap("securityQuestionListResponse", status, questions));
-                     });
-    accounts.retrieveSecurityQuestionList(input.arguments.value(0, QStringLiteral("en")));
-}
-
-void detectPreAccount(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
-                      const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::detectPreAccountResponse, context,
-                     [report](ErrorStatus status, const PreAccountInfo& info) {
-                         const QString country = info.country == QLocale::AnyCountry
-                                                     ? QString()
-                                                     : QLocale::countryToString(info.country);
-                         report({QStringLiteral("detectPreAccountResponse"),
-                                 status,
-                                 {{QStringLiteral("preAccountId"), info.preAccountId},
-                                  {QStringLiteral("username"), info.username},
-                                  {QStringLiteral("mobile"), info.mobile},
-                                  {QStringLiteral("country"), country}}});
-                     });
-    accounts.detectPreAccount();
-}
-
-void terms(KelAccounts& accounts, QObject* context, const CommandInput& input, const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::termsOfServiceResponse, context,
-                     [report](ErrorStatus status, const QVariantMap& addresses) {
-                         report(withMap("termsOfServiceResponse", status, addresses));
-                     });
-    accounts.retrieveTermsOfService(input.arguments.at(0), input.option("--language"),
-                                    input.option("--country"), input.has("--html") ? 1 : 0);
-}
-
-void marketingVariant(KelAccounts& accounts, QObject* context, const CommandInput& /*input*/,
-                      const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::marketingVariantResponse, context,
-                     [report](ErrorStatus status, ConsentQueryVariant variant) {
-                         report({QStringLiteral("marketingVariantResponse"),
-                                 status,
-                                 {{QStringLiteral("variant"), static_cast<int>(variant)}}});
-                     });
-    accounts.queryMarketingVariant();
-}
-
-void resetPassword(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                   const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::requestPasswordResetResponse, context,
-                     [report](ErrorStatus status) {
-                         report(statusOnly("requestPasswordResetResponse", status));
-                     });
-    const QString message = input.option("--message");
-    // A captcha belongs to the object that fetched it, so this one shows the device's service tag.
-    accounts.requestPasswordReset(input.arguments.at(0), QString(), !message.isEmpty(), message);
-}
-
-void securityQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                      const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::retrievePasswordResetSecQuestionResponse, context,
-                     [report](ErrorStatus status, const QVariantMap& question) {
-                         report(
-                             withMap("retrievePasswordResetSecQuestionResponse", status, question));
-                     });
-    accounts.retrievePasswordResetSecQuestion(input.arguments.at(0),
-                                              input.arguments.value(1, QStringLiteral("en")));
-}
-
-void resetWithQuestion(KelAccounts& accounts, QObject* context, const CommandInput& input,
-                       const Report& report)
-{
-    QObject::connect(&accounts, &KelAccounts::resetPasswordUsingSecurityQuestionResponse, context,
-                     [report](ErrorStatus status) {
-                         report(statusOnly("resetPasswordUsingSecurityQuestionResponse", status));
-                     });
-    accounts.resetPasswordUsingSecurityQuestion(input.arguments.at(0), input.secrets.at(0),
-                                                input.secrets.at(1), input.secrets.at(2));
 }
 
 std::vector<ClientCommand> lookupCommands()
@@ -189,7 +63,7 @@ std::vector<ClientCommand> lookupCommands()
          "isUserIdAvailable",
          true,
          {{"available", Field::Type::YesNo}, {"suggestions", Field::Type::Texts}},
-         checkUser},
+         [](KelAccounts& a, const CommandInput& i) { a.isUserIdAvailable(i.arguments.at(0)); }},
         {{"check-email",
           {{{"ADDRESS"}, "the e-mail address"}},
           {},
@@ -199,7 +73,7 @@ std::vector<ClientCommand> lookupCommands()
          "isEmailIdAvailable",
          true,
          {{"available", Field::Type::YesNo}},
-         checkEmail},
+         [](KelAccounts& a, const CommandInput& i) { a.isEmailIdAvailable(i.arguments.at(0)); }},
         {{"captcha",
           {},
           {{"--out", {"FILE", nullptr, CommandLine::Completion::Files}, "write the picture here"},
@@ -213,6 +87,7 @@ std::vector<ClientCommand> lookupCommands()
          {{"captchaId", Field::Type::Text, false},
           {"size", Field::Type::Text, false},
           {"file", Field::Type::Text, false}},
+         nullptr,
          captcha},
         {{"security-questions",
           {{{"LANGUAGE", languageProblem}, "of the questions (en)", true}},
@@ -223,7 +98,9 @@ std::vector<ClientCommand> lookupCommands()
          "retrieveSecurityQuestionList",
          true,
          {{"*"}},
-         securityQuestions},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.retrieveSecurityQuestionList(i.arguments.value(0, QStringLiteral("en")));
+         }},
         {{"detect-pre-account",
           {},
           {},
@@ -233,7 +110,7 @@ std::vector<ClientCommand> lookupCommands()
          "detectPreAccount",
          true,
          {{"preAccountId"}, {"username"}, {"mobile"}, {"country"}},
-         detectPreAccount},
+         [](KelAccounts& a, const CommandInput& /*input*/) { a.detectPreAccount(); }},
         {{"terms",
           {{{"SERVICE"}, "the service's name"}},
           {{"--language", {"CODE", languageProblem}, "of the terms"},
@@ -250,7 +127,10 @@ std::vector<ClientCommand> lookupCommands()
           {"serviceSpecificTosUrl", Field::Type::Text, false},
           {"emailVerified", Field::Type::YesNo, false},
           {"extensions", Field::Type::TextsByName, false}},
-         terms},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.retrieveTermsOfService(i.arguments.at(0), i.option("--language"),
+                                      i.option("--country"), i.has("--html") ? 1 : 0);
+         }},
         {{"marketing-variant",
           {},
           {},
@@ -260,7 +140,7 @@ std::vector<ClientCommand> lookupCommands()
          "queryMarketingVariant",
          true,
          {{"variant", Field::Type::Number}},
-         marketingVariant},
+         [](KelAccounts& a, const CommandInput& /*input*/) { a.queryMarketingVariant(); }},
     };
 }
 
@@ -276,7 +156,12 @@ std::vector<ClientCommand> recoveryCommands()
          "requestPasswordReset",
          true,
          {},
-         resetPassword},
+         [](KelAccounts& a, const CommandInput& i) {
+             const QString message = i.option("--message");
+             // A captcha belongs to the object that fetched it, so this one shows the device's
+             // service tag.
+             a.requestPasswordReset(i.arguments.at(0), QString(), !message.isEmpty(), message);
+         }},
         {{"security-question",
           {{{"USER"}, "user name, e-mail address or mobile number"},
            {{"LANGUAGE", languageProblem}, "of the question (en)", true}},
@@ -289,7 +174,10 @@ std::vector<ClientCommand> recoveryCommands()
          {{"userId", Field::Type::Text, false},
           {"securityQuestionId", Field::Type::Text, false},
           {"securityQuestionText", Field::Type::Text, false}},
-         securityQuestion},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.retrievePasswordResetSecQuestion(i.arguments.at(0),
+                                                i.arguments.value(1, QStringLiteral("en")));
+         }},
         {{"reset-with-question",
           {{{"USER"}, "user name, e-mail address or mobile number"}},
           {},
@@ -299,7 +187,10 @@ std::vector<ClientCommand> recoveryCommands()
          "resetPasswordUsingSecurityQuestion",
          true,
          {},
-         resetWithQuestion},
+         [](KelAccounts& a, const CommandInput& i) {
+             a.resetPasswordUsingSecurityQuestion(i.arguments.at(0), i.secrets.at(0),
+                                                  i.secrets.at(1), i.secrets.at(2));
+         }},
     };
 }
 
