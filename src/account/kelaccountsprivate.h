@@ -138,9 +138,9 @@ public:
     const AnswerDetails& answerDetails() const;
 
     /// The call gets no answer any more. What has not gone out does not go out; what has is aborted
-    /// or cancelled, and a set-up is taken back whole. A sign-out that has deleted anything goes on
-    /// to its end all the same: half of it is no state to be left in. A call that has been
-    /// answered, or was never made, is none.
+    /// or cancelled, and a set-up is taken back whole. A sign-out that has begun with an account
+    /// goes on all the same: half of one is no state to be left in. A call that has been answered,
+    /// or was never made, is none.
     void abandon(CallId call);
 
     bool isCaptchaRequired();

@@ -139,6 +139,7 @@ void HandOver::end()
 {
     std::unordered_set<Call> open;
     std::deque<Order> orders;
+    std::vector<CallState::Operation> operations; // which hold what they were given, secrets too
     std::vector<Finishers> finishers;
     const Ending ending{nullptr, cancelledFailure()};
     {
@@ -151,6 +152,7 @@ void HandOver::end()
         orders.swap(mOrders);
         mAnswered.clear();
         for (const Call& call : open) {
+            operations.push_back(std::exchange(call->perform, nullptr));
             if (call->phase == Phase::Open)
                 finishers.push_back(finish(*call, Phase::Ended, ending));
             call->phase = Phase::Ended;
@@ -169,11 +171,14 @@ void HandOver::end()
 
 void HandOver::open(const Call& call)
 {
+    CallState::Operation unwanted;
     const Lock lock(mMutex);
-    if (!mEnded)
+    if (!mEnded) {
         mOpen.insert(call);
-    else
-        finish(*call, Phase::Ended, {nullptr, cancelledFailure()});
+        return;
+    }
+    unwanted.swap(call->perform);
+    finish(*call, Phase::Ended, {nullptr, cancelledFailure()});
 }
 
 void HandOver::perform(const Call& call)
@@ -198,6 +203,8 @@ HandOver::Order HandOver::takeOrder()
         order.call->isGoing = true;
         order.operation = std::exchange(order.call->perform, nullptr);
         mPerformed = order.call;
+        // It may be one within another that was just taken back: then that is not meant for it.
+        mInterruption->clear();
         return order;
     }
     return {};

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Calls of a client, against a service in this process.
 #include "client/clientcalls.h"
+#include "client/handover.h"
 #include "device/testtagserver.h"
 #include "integration/standinservice.h"
 #include "operations/answers.h"
 #include "platform/fakemodem.h"
+#include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
 
@@ -67,6 +69,9 @@ private Q_SLOTS:
     void twoClientsDoNotMeet();
     void aHangingTagServerIsNotWaitedForAtTheEnd();
     void whatIsCancelledWhileATagIsReadDoesNotGoOut();
+    void whatIsCancelledDoesNotKeepAnotherFromWaiting();
+    void nothingIsKeptOfWhatIsNotPerformed_data();
+    void nothingIsKeptOfWhatIsNotPerformed();
 
 private:
     const OwnAccounts mAccounts;
@@ -601,6 +606,51 @@ void TestClient::whatIsCancelledWhileATagIsReadDoesNotGoOut()
     mAnswers.expect(mClient->queryMarketingVariant(), this);
     QVERIFY(settles(1));
     QCOMPARE(targets(), QStringList(text("consentqueryvariant")));
+}
+
+// One that is performed in the event loop that another one runs.
+void TestClient::whatIsCancelledDoesNotKeepAnotherFromWaiting()
+{
+    using KelRestHandler::Interruption;
+    const auto handOver = std::make_shared<HandOver>();
+    const Interruption::Scope scope(*handOver->interruption());
+    const auto asked = [&handOver](const char* operation) {
+        const auto call = std::make_shared<CallState>(handOver, operation);
+        handOver->open(call);
+        handOver->perform(call);
+        return call;
+    };
+    const HandOver::Call outer = asked("downloadProfile");
+    QCOMPARE(handOver->takeOrder().call, outer);
+    const HandOver::Call inner = asked("isEmailIdAvailable");
+    HandOver::cancel(outer);
+    QVERIFY(Interruption::isRequested());
+    QCOMPARE(handOver->takeOrder().call, inner);
+    QVERIFY(!Interruption::isRequested());
+    handOver->end();
+    QVERIFY(Interruption::isRequested());
+}
+
+void TestClient::nothingIsKeptOfWhatIsNotPerformed_data()
+{
+    rowsNamed("end", {"cancelled", "client ended before", "client ends"});
+}
+
+void TestClient::nothingIsKeptOfWhatIsNotPerformed()
+{
+    QFETCH(QByteArray, end);
+    const auto handOver = std::make_shared<HandOver>();
+    const auto call = std::make_shared<CallState>(handOver, "changePassword");
+    const auto secret = std::make_shared<int>();
+    call->perform = [secret](KelAccountsPrivate&) { return std::nullopt; };
+    if (end == "client ended before")
+        handOver->end();
+    handOver->open(call);
+    if (end == "cancelled")
+        HandOver::cancel(call);
+    else
+        handOver->end();
+    QCOMPARE(secret.use_count(), 1L);
 }
 
 QTEST_GUILESS_MAIN(TestClient)
