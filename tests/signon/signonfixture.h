@@ -53,8 +53,8 @@ protected:
     {
         KelAccount::KelConfigure store;
         QSignalSpy stored(&store, &KelAccount::KelConfigure::storeUserCredentialsStatus);
-        store.storeUserCredentials("user"_s, "the-password"_s);
-        KelTest::waitUntil([&] { return !stored.isEmpty(); });
+        if (store.storeUserCredentials("user"_s, "the-password"_s) == 0)
+            KelTest::waitUntil([&] { return !stored.isEmpty(); });
         return stored.value(0).value(1).toUInt();
     }
 
@@ -94,6 +94,7 @@ protected:
     std::unique_ptr<Interface> mInterface;
     unsigned mCredentials = 0;
     QStringList mAnswers;
+    std::function<void(const QString& name)> mAfterwards; ///< called with each answer
 
 private:
     template <class... Arguments>
@@ -101,6 +102,8 @@ private:
     {
         connect(mInterface.get(), signal, this, [this, name](int error) {
             mAnswers.append("%1 %2"_s.arg(QLatin1String(name)).arg(error));
+            if (mAfterwards)
+                mAfterwards(QString::fromLatin1(name));
         });
     }
 };

@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QRegularExpression>
 #include <QStringList>
@@ -16,18 +17,20 @@ namespace KelTest {
 
 /// Texts that say what is done and what has to come of it, step by step and a line each. A scenario
 /// begins with "= " and its name; "#" begins a comment; lines that begin with "| " belong to the
-/// one before them. "9 times", or "for a b in 1:2 3:4", repeats all until "once".
+/// one before them. "9 times", or "for a b in 1:2 3:4", repeats all until its "once".
 class Scenarios
 {
 protected:
     ~Scenarios() = default;
 
-    /// A row with the column "lines" for each scenario of the files in a folder.
+    /// A row with the column "lines" for each scenario of a file, or of the files in a folder.
     static void scenarioRows(const QString& path)
     {
         const auto row = rows<QStringList>("lines");
-        const QDir folder(path);
-        const QStringList files = folder.entryList({"*.txt"_s}, QDir::Files);
+        const QFileInfo given(path);
+        const QDir folder = given.isDir() ? QDir(path) : given.dir();
+        const QStringList files = given.isDir() ? folder.entryList({"*.txt"_s}, QDir::Files)
+                                                : QStringList(given.fileName());
         QVERIFY(!files.isEmpty());
         for (const QString& name : files) {
             QFile file(folder.filePath(name));
@@ -48,10 +51,12 @@ protected:
             const QString line = lines.at(at);
             const QStringList words = line.split(QLatin1Char(' '));
             QString problem;
-            if (words.first() == "for"_s || words.value(1) == "times"_s) {
-                const int end = lines.indexOf("once"_s, at);
-                problem = end < 0 ? "there is no end of it"_s
-                                  : repeat(words, lines.mid(at + 1, end - at - 1));
+            if (isRepeated(line)) {
+                const int end = endOf(lines, at);
+                if (end == lines.size())
+                    return line + ": there is no end of it"_s;
+                problem =
+                    repeat(filled(line).split(QLatin1Char(' ')), lines.mid(at + 1, end - at - 1));
                 at = end;
             } else if (!line.startsWith(QLatin1Char('#'))) {
                 QString more;
@@ -80,16 +85,35 @@ protected:
     QMap<QString, QString> mValues; ///< by the names that stand in braces
 
 private:
+    static bool isRepeated(const QString& line)
+    {
+        return line.startsWith("for "_s) || line.section(QLatin1Char(' '), 1) == "times"_s;
+    }
+
+    /// Where the "once" of a repetition stands.
+    static int endOf(const QStringList& lines, int at)
+    {
+        for (int depth = 0; at < lines.size(); ++at) {
+            depth += isRepeated(lines.at(at)) ? 1 : 0;
+            depth -= lines.at(at) == "once"_s ? 1 : 0;
+            if (depth == 0)
+                break;
+        }
+        return at;
+    }
+
     QString repeat(const QStringList& words, const QStringList& lines)
     {
         const int in = words.indexOf("in"_s);
         const int times = in < 0 ? words.first().toInt() : words.size() - in - 1;
         QString problem = times > 0 ? QString() : "there is nothing to do"_s;
         for (int time = 0; time < times && problem.isEmpty(); ++time) {
+            const QString values = words.value(in + 1 + time);
             for (int name = 1; name < in; ++name)
-                mValues[words.at(name)] =
-                    filled(words.at(in + 1 + time)).section(QLatin1Char(':'), name - 1, name - 1);
+                mValues[words.at(name)] = values.section(QLatin1Char(':'), name - 1, name - 1);
             problem = run(lines);
+            if (!problem.isEmpty() && in > 0)
+                problem = "with "_s + values + ": "_s + problem;
         }
         return problem;
     }

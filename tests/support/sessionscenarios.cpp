@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/sessionscenarios.h"
+
+#include <QTimer>
+
+#include <csignal>
+
+namespace KelTest {
+
+namespace {
+
+const QString hidden = "privateMechanism_"_s;
+
+/// "A=text | B=:17 | C=:list"
+QVariantMap dataOf(const QString& text)
+{
+    QVariantMap data;
+    const QStringList items = text.split(" | "_s, Qt::SkipEmptyParts);
+    for (const QString& item : items) {
+        QString value = item.section(QLatin1Char('='), 1);
+        data.insert(item.section(QLatin1Char('='), 0, 0),
+                    value == ":list"_s        ? QVariant(QVariantList{1, 0})
+                    : value == ":null"_s      ? QVariant()
+                    : value.startsWith(":"_s) ? QVariant(value.mid(1).toInt())
+                                              : QVariant(value.replace("\\n"_s, "\n"_s)));
+    }
+    return data;
+}
+
+} // namespace
+
+SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
+{
+    word("plugin", [this](const QString& step) { return addPluginStep(step); });
+    word("asked", [this](const QString& names) { return compareAsked(names); });
+    word("cancelled", [this](const QString& count) {
+        return waitUntil([&] { return mSession.cancellations() >= count.toInt(); }) &&
+               mSession.cancellations() == count.toInt();
+    });
+    word("pause", [this](const QString& ms) {
+        passTime(ms.toInt());
+        return true;
+    });
+    word("later", [this](const QString& rest) {
+        const int ms = rest.section(QLatin1Char(' '), 0, 0).toInt();
+        auto* const timer = new QTimer(&mContext);
+        timer->setSingleShot(true);
+        QObject::connect(timer, &QTimer::timeout, &mContext,
+                         prepared(rest.section(QLatin1Char(' '), 1)));
+        timer->start(ms);
+        return ms >= 0;
+    });
+    word("at", [this](const QString& rest) { return prepareForRequest(rest); });
+    word("kill", [this](const QString& name) {
+        return name == "daemon"_s ? SessionSandbox::killDaemon() : signalProcess(name, SIGKILL);
+    });
+    word("end", [this](const QString& name) { return signalProcess(name, SIGTERM); });
+    word("stop", [this](const QString& name) { return signalProcess(name, SIGSTOP); });
+    word("continue", [this](const QString& name) { return signalProcess(name, SIGCONT); });
+    word("daemon", [this](const QString& what) { return change(what); });
+    word("logged", [this](const QString& line) { return mLog->all().contains(line); });
+    word("log", [this](const QString& all) {
+        const QString logged = mLog->all().join(QLatin1Char('\n'));
+        mLog.emplace();
+        return all == "anew"_s ? QString() : same(logged, all == "empty"_s ? QString() : all);
+    });
+}
+
+QString SessionScenarios::problemOf(const QStringList& lines)
+{
+    mSteps.clear();
+    mProblemLater.clear();
+    mPrepared = 0;
+    mStopped = 0;
+    mLog.emplace();
+    QString problem = run(lines);
+    if (mStopped > 1)
+        ::kill(mStopped, SIGCONT);
+    if (mIsDaemonMissing)
+        change("installed"_s);
+    const QStringList logged = mLog->all();
+    mLog.reset();
+    qDeleteAll(mContext.children());
+    if (problem.isEmpty())
+        problem = mProblemLater;
+    if (problem.isEmpty() && mPrepared != 0)
+        problem = "what was prepared did not come to pass"_s;
+    return problem.isEmpty() ? problem : problem + "\nlogged: "_s + logged.join(QLatin1Char('\n'));
+}
+
+QString SessionScenarios::whichHolds(const QString& scenarios)
+{
+    const QStringList all = scenarios.split(QLatin1Char('\n'));
+    for (const QString& scenario : all) {
+        if (problemOf(scenario.trimmed().split("; "_s)).isEmpty())
+            return scenario;
+    }
+    return {};
+}
+
+std::function<void()> SessionScenarios::prepared(const QString& steps)
+{
+    ++mPrepared;
+    return [this, steps] {
+        --mPrepared;
+        const QString problem = run(steps.split("; "_s));
+        if (mProblemLater.isEmpty())
+            mProblemLater = problem;
+    };
+}
+
+QString SessionScenarios::mechanismOf(const QString& name)
+{
+    static const QStringList ownWords{"initialise"_s, "signIn"_s, "token"_s, "setUserId"_s,
+                                      "close"_s};
+    return ownWords.contains(name) ? name : hidden + name;
+}
+
+QString SessionScenarios::step(const QString& word, const QString& rest, const QString& /*more*/)
+{
+    const auto known = mWords.constFind(word);
+    return known == mWords.cend() ? "what does it mean?"_s : (*known)(rest);
+}
+
+/// "token fails 604 after 100: A=b | C=d", and "as ever".
+bool SessionScenarios::addPluginStep(const QString& text)
+{
+    static const QHash<QString, int> actions = {{"answers"_s, PluginStep::Answer},
+                                                {"fails"_s, PluginStep::Err},
+                                                {"hangs"_s, PluginStep::Hang},
+                                                {"dies"_s, PluginStep::Die},
+                                                {"ignores"_s, PluginStep::IgnoreCancel}};
+    const QStringList words = text.section(": "_s, 0, 0).split(QLatin1Char(' '));
+    if (text == "as ever"_s)
+        mSteps.clear();
+    else if (!actions.contains(words.value(1)))
+        return false;
+    else
+        mSteps.append({words.first() == "anything"_s ? QString() : mechanismOf(words.first()),
+                       actions.value(words.at(1)), dataOf(text.section(": "_s, 1)),
+                       words.at(1) == "fails"_s ? words.value(2).toInt() : 0,
+                       words.value(words.indexOf("after"_s) + 1).toInt()});
+    mSession.script(mSteps);
+    return true;
+}
+
+/// "signIn kill daemon; ..."
+bool SessionScenarios::prepareForRequest(const QString& text)
+{
+    const QString mechanism = mechanismOf(text.section(QLatin1Char(' '), 0, 0));
+    const auto action = prepared(text.section(QLatin1Char(' '), 1));
+    auto* const timer = new QTimer(&mContext);
+    QObject::connect(timer, &QTimer::timeout, &mContext, [this, timer, mechanism, action] {
+        if (!mSession.mechanisms().contains(mechanism))
+            return;
+        timer->stop();
+        action();
+    });
+    timer->start(5);
+    return true;
+}
+
+QString SessionScenarios::compareAsked(const QString& names)
+{
+    const QStringList expected =
+        names == "nothing"_s ? QStringList() : names.split(QLatin1Char(' '));
+    mSession.waitForRequests(expected.size());
+    QStringList asked = mSession.mechanisms();
+    return same(asked.replaceInStrings(hidden, QString()).join(QLatin1Char(' ')),
+                expected.join(QLatin1Char(' ')));
+}
+
+bool SessionScenarios::signalProcess(const QString& name, int signal)
+{
+    const QHash<QString, pid_t> processes = {
+        {"plugin"_s, mSession.pluginProcessId()},
+        {"bus"_s, pid_t(mSession.session().busProcessId())},
+        {"daemon"_s, mStopped ? mStopped : SessionSandbox::daemonProcessId()}};
+    const pid_t process = processes.value(name);
+    mStopped = signal == SIGSTOP ? process : 0;
+    return process > 1 && ::kill(process, signal) == 0;
+}
+
+bool SessionScenarios::change(const QString& what)
+{
+    if (what == "starts"_s)
+        return SessionSandbox::startDaemon();
+    mIsDaemonMissing = what == "missing"_s;
+    mSession.setDaemonInstalled(!mIsDaemonMissing);
+    return mIsDaemonMissing || what == "installed"_s;
+}
+
+} // namespace KelTest
