@@ -43,9 +43,9 @@ RESPONSIBLE = [
     (r"rest/request/serviceaddress", "tst_serviceaddress tst_serviceoperations"),
     (r"rest/request/", "tst_msgcreator tst_clientidentification tst_requestmodel "
      "tst_signing tst_operations tst_signedaddress tst_wiretime"),
-    (r"rest/transport/", "tst_transport tst_receivewatch tst_connectionlatency tst_retryafter "
-     "tst_abandonedrequests tst_servernames tst_requesthandler tst_firstcall tst_serverclock "
-     "tst_sentonce tst_transportmemory"),
+    (r"rest/transport/", "tst_transport tst_transport_scenarios tst_receivewatch "
+     "tst_connectionlatency tst_retryafter tst_servernames tst_requesthandler tst_firstcall "
+     "tst_transportmemory"),
     (r"rest/picture/", "tst_captchapicture tst_captchawithoutgui"),
     (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
      "tst_requestcreation tst_requesthandler"),
