@@ -195,9 +195,16 @@ void AccountSetUp::complete()
 {
     mSteps->reportDevice();
     const QVariantMap values = result();
-    mReturned.insert(mCredentialsId);
-    mWithoutAccount = mWantsAccount ? 0 : mCredentialsId;
-    reply(ErrorNone, values);
+    const quint32 credentialsId = mCredentialsId;
+    mReturned.insert(credentialsId);
+    mWithoutAccount = mWantsAccount ? 0 : credentialsId;
+    const QPointer<AccountSetUp> alive(this);
+    if (reply(ErrorNone, values) || !alive || mState != State::Idle)
+        return;
+    // It was withdrawn while it was completed, which takes seconds when the modem's service hangs.
+    forgetCredentials(credentialsId);
+    mCredentialsId = credentialsId;
+    handle(Event::Unheard);
 }
 
 void AccountSetUp::logTakingBack(Event event) const
@@ -226,11 +233,11 @@ void AccountSetUp::takeAllBack()
     mSteps->takeAllBack(std::exchange(mCredentialsId, 0), [this] { handle(Event::TakenBack); });
 }
 
-void AccountSetUp::reply(int status, const QVariantMap& values, bool later)
+bool AccountSetUp::reply(int status, const QVariantMap& values, bool later)
 {
     mAnswer = SignOn::SessionData();
     mCredentialsId = 0;
-    mSteps->answer(mKind, status, values, later);
+    return mSteps->answer(mKind, status, values, later);
 }
 
 QVariantMap AccountSetUp::result() const

@@ -40,8 +40,8 @@ public:
     virtual void takeBack(quint32 credentialsId, const std::function<void()>& next) = 0;
     /// The same, and the device account of these credentials.
     virtual void takeAllBack(quint32 credentialsId, const std::function<void()>& next) = 0;
-    /// Anything may happen in it. `later`: from the event loop.
-    virtual void answer(int kind, int status, const QVariantMap& result, bool later) = 0;
+    /// Anything may happen in it. `later`: from the event loop. False when nobody waited for it.
+    virtual bool answer(int kind, int status, const QVariantMap& result, bool later) = 0;
 };
 
 /// The set-up of the device account: store the credentials, open a session on them, sign in or
@@ -98,7 +98,7 @@ private:
     void takeBack(int status);
     void takeAllBack();
     void announce();
-    void reply(int status, const QVariantMap& result = {}, bool later = false);
+    bool reply(int status, const QVariantMap& result = {}, bool later = false);
     QVariantMap result() const;
 
     std::unique_ptr<SetUpSteps> mSteps;

@@ -140,7 +140,7 @@ public:
     /// The call gets no answer any more. What has not gone out does not go out; what has is aborted
     /// or cancelled, and a set-up is taken back whole. A sign-out that has begun with an account
     /// goes on all the same: half of one is no state to be left in. A call that has been answered,
-    /// or was never made, is none.
+    /// or was never made, is none; in a slot of its answer a set-up is still taken back.
     void abandon(CallId call);
 
     bool isCaptchaRequired();
@@ -255,8 +255,8 @@ private:
     Call newCall(ResponseType type) { return {type, newCall()}; }
     bool isAwaited(CallId call) const { return mUnanswered.count(call) != 0; }
     /// Calls `emitSignals`, unless the call was abandoned. 0 is an answer that no call is known of.
-    /// This object may be gone when it returns.
-    void answer(CallId call, AnswerDetails details, const std::function<void()>& emitSignals);
+    /// False when it was, before or in a slot. This object may be gone when it returns.
+    bool answer(CallId call, AnswerDetails details, const std::function<void()>& emitSignals);
     /// The same for an answer of the REST layer, or of the session, whose status is all to be told.
     void answerRequest(int requestId, int status, const std::function<void()>& emitSignals);
     void answerRequest(int status, const std::function<void()>& emitSignals);

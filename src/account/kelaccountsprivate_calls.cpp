@@ -27,17 +27,18 @@ const AnswerDetails& KelAccountsPrivate::answerDetails() const
     return mAnswering ? mAnswering->details : none;
 }
 
-void KelAccountsPrivate::answer(CallId call, AnswerDetails details,
+bool KelAccountsPrivate::answer(CallId call, AnswerDetails details,
                                 const std::function<void()>& emitSignals)
 {
     if (call != 0 && mUnanswered.erase(call) == 0)
-        return;
+        return false;
     Answering answering{call, std::move(details), mAnswering};
     mAnswering = &answering;
     const QPointer<KelAccountsPrivate> alive(this);
     emitSignals();
     if (alive)
         mAnswering = answering.outer;
+    return !answering.isAbandoned;
 }
 
 void KelAccountsPrivate::answerRequest(int requestId, int status,

@@ -56,7 +56,7 @@ public:
         takeBack(credentialsId, oneDone);
         mD.mKelConfigure->removeAccount(credentialsId, oneDone);
     }
-    void answer(int kind, int status, const QVariantMap& result, bool later) override
+    bool answer(int kind, int status, const QVariantMap& result, bool later) override
     {
         mD.mRegistrationInfoData = {}; // its password is not kept longer than it is needed
         const Call call{kind == AccountSetUp::SignIn ? ResponseSignInAndConfigure
@@ -64,11 +64,11 @@ public:
                         mD.mSetUpCall};
         if (later) {
             mD.deferError(call, toStatus(status));
-            return;
+            return true;
         }
         AnswerDetails details;
         details.status = status;
-        mD.answer(call.id, details, [&] {
+        return mD.answer(call.id, details, [&] {
             if (kind == AccountSetUp::SignIn)
                 Q_EMIT mD.signInAndConfigureResponse(toStatus(status), result);
             else

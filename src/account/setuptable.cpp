@@ -52,6 +52,7 @@ constexpr Transition table[eventCount][stateCount] = {
 /* AccountFailed */ {none(idle), none(stor), none(anno), none(open), none(aski), none(rese), {A::TakeBack, back}, none(back), none(stov), {A::TakeBack, back}},
 /* TakenBack */     {none(idle), none(stor), none(anno), none(open), none(aski), none(rese), none(crea), {A::Answer, idle}, none(stov), none(crev)},
 /* Withdrawn */     {none(idle), {A::Ignore, stov}, none(anno), {A::TakeBack, back}, {A::TakeBack, back}, {A::TakeBack, back}, {A::Ignore, crev}, none(back), none(stov), none(crev)},
+/* Unheard */       {{A::TakeAllBack, back}, none(stor), none(anno), none(open), none(aski), none(rese), none(crea), none(back), none(stov), none(crev)},
 // The store removes by itself what comes for nobody, and so does a removal. An account that the
 // framework has been given needs its credentials.
 /* Abandoned */     {none(idle), {A::Ignore, idle}, {A::Ignore, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::Ignore, idle}, {A::Ignore, idle}, {A::Ignore, idle}, {A::Ignore, idle}},

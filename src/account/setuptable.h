@@ -44,6 +44,7 @@ enum class Event {
     AccountFailed, ///< the account could not be made, or the database did not take it
     TakenBack,     ///< the credentials are gone, or nobody waits for that any longer
     Withdrawn,     ///< nobody waits for the answer any more
+    Unheard,       ///< nobody did when the success was answered
     Abandoned,     ///< the orchestrator ends
 };
 Q_ENUM_NS(Event)

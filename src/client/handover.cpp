@@ -81,18 +81,19 @@ FailureReason HandOver::cancelledFailure()
     return failureOf(ErrorOperationCanceled);
 }
 
-void HandOver::answer(const Call& call, Ending ending)
+bool HandOver::answer(const Call& call, Ending ending)
 {
     Finishers finishers;
     {
         const Lock lock(mMutex);
         if (mEnded || call->phase != Phase::Open)
-            return;
+            return !call->cancelled;
         finishers = finish(*call, Phase::Answered, ending);
         mAnswered.push_back(call);
         ring(mApplicationsBell);
     }
     tell(finishers, ending);
+    return true;
 }
 
 void HandOver::cancel(const Call& call)

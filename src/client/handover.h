@@ -79,8 +79,8 @@ public:
     Call performed() const;
     void setPerformed(const Call& before);
 
-    /// Only the first one counts, and none of a call that was cancelled.
-    void answer(const Call& call, Ending ending);
+    /// Only the first one counts, and none of a call that was cancelled: then false.
+    bool answer(const Call& call, Ending ending);
 
     // ---- On any thread.
 

@@ -75,7 +75,9 @@ void Worker::finish(const AnyResult& result, int status)
     const HandOver::Call call = std::move(running->second);
     mRunning.erase(running);
     if (status == ErrorNone) {
-        mHandOver->answer(call, {result, nullptr});
+        // Its order to take it back is on its way, and finds nothing any more.
+        if (!mHandOver->answer(call, {result, nullptr}))
+            mAccounts.abandon(call->id);
         return;
     }
     const std::chrono::seconds wait(qMax(0, mAccounts.answerDetails().retryAfterSeconds));

@@ -8,8 +8,6 @@
 
 #include <SignOn/Identity>
 
-#include <QCoreApplication>
-
 #include <memory>
 
 namespace KelAccount {
@@ -303,9 +301,10 @@ int KelConfigure::configureAccount(const QString& name, unsigned int credentials
 void KelConfigure::removeAccount(unsigned int credentialsId, const std::function<void()>& next)
 {
     const QPointer<KelConfigure> waiting(this);
+    // Nobody's: it outlives this object, and the application may live on another thread.
     deviceAccounts().removeAccount(
-        credentialsId, QCoreApplication::instance(), mAccountTimeoutMs,
-        [waiting, next](bool removed) {
+        credentialsId, nullptr, mAccountTimeoutMs,
+        [waiting, next, unfinished = std::make_shared<UnfinishedWork>()](bool removed) {
             if (!removed)
                 qCCritical(logConfigure, "The device account of a set-up could not be removed");
             if (waiting)

@@ -2,8 +2,10 @@
 // Calls of a client that need the sign-on daemon: the real one, with a plugin that does what the
 // test says.
 #include "account/accountfixture.h"
+#include "account/kelaccountsprivate.h"
 #include "client/clientcalls.h"
 #include "client/threadnames.h"
+#include "client/worker.h"
 #include "support/literals.h"
 
 #include <kelaccount/client.h>
@@ -37,6 +39,7 @@ private Q_SLOTS:
     void aSetUpGivesItsValues();
     void aSetUpThatIsCancelledLeavesNothing_data();
     void aSetUpThatIsCancelledLeavesNothing();
+    void aSetUpThatSucceedsWhenItIsCancelledLeavesNothing();
     void aSetUpWithoutItsClientLeavesNothing_data();
     void aSetUpWithoutItsClientLeavesNothing();
     void aSessionThatIsBeingOpenedEndsWithItsClient();
@@ -132,6 +135,37 @@ void TestClientSession::aSetUpThatIsCancelledLeavesNothing()
     QVERIFY(waitUntil(triesAgain));
     QCOMPARE(mAnswers.lines, QStringList("signInAndConfigure: the-account-id the-login-id "
                                          "the-user-id the-address@mail.example"_s));
+}
+
+// The order to take it back comes when it has succeeded, or not at all.
+void TestClientSession::aSetUpThatSucceedsWhenItIsCancelledLeavesNothing()
+{
+    const auto handOver = std::make_shared<HandOver>();
+    const Worker worker(handOver); // on this thread
+    const auto ask = [&handOver](const std::function<void(KelAccountsPrivate&)>& operation) {
+        const auto call = std::make_shared<CallState>(handOver, "");
+        call->perform = [operation](KelAccountsPrivate& accounts) {
+            operation(accounts);
+            return std::nullopt;
+        };
+        handOver->open(call);
+        handOver->perform(call);
+        return call;
+    };
+    bool isComplete = false;
+    ask([&](KelAccountsPrivate& accounts) {
+        connect(&accounts, &KelAccountsPrivate::signInAndConfigureResponse, this,
+                [&] { isComplete = deviceAccounts().size() == 1; });
+        accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});
+    });
+    const auto call = ask([](KelAccountsPrivate& accounts) {
+        accounts.signInAndConfigure("alice"_s, "the-password"_s, true);
+    });
+    QVERIFY(waitUntil([this] { return mSandbox.mechanisms().contains("signIn"_s); }));
+    handOver->setClientsBell(nullptr);
+    HandOver::cancel(call);
+    QVERIFY(waitUntil([&] { return isComplete; }));
+    QVERIFY(waitUntil([this] { return isNothingLeft(); }));
 }
 
 void TestClientSession::aSetUpWithoutItsClientLeavesNothing_data()

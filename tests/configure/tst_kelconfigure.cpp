@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QThread>
 
 #include <csignal>
 #include <memory>
@@ -286,6 +287,20 @@ private Q_SLOTS:
         identity->remove();
         QVERIFY(waitUntil([&] { return removed.size() == 1; }));
         QVERIFY(waitUntil([&] { return identity.isNull(); }));
+    }
+
+    void whatRemovesADeviceAccountBelongsToNoOtherThread()
+    {
+        const MessageLog log;
+        bool isRemoved = false;
+        const std::unique_ptr<QThread> thread(QThread::create([&isRemoved] {
+            KelConfigure configure(nullptr);
+            configure.removeAccount(7, [&isRemoved] { isRemoved = true; });
+        }));
+        thread->start();
+        QVERIFY(thread->wait(10000));
+        QVERIFY(isRemoved);
+        QCOMPARE(log.all(), QStringList());
     }
 
     void nothingIsLeftOfAStore()
