@@ -39,3 +39,16 @@ packaged=$(dpkg-parsechangelog --file "$source/debian/changelog" --show-field Ve
 
 "$source/debian/tests/story" "$work/tree/usr"
 "$source/debian/tests/consumers" "$work/tree/usr"
+
+# The examples, used like their users do.
+emulator=$work/tree/usr/bin/kelaccount-emulator
+libraries=$(dirname "$(find "$work/tree" -name libaccounts-kel.so)")
+export LD_LIBRARY_PATH="$libraries"
+{ cmake -S "$source/tests/examples" -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$work/tree/usr" \
+    -DKELACCOUNT_EXAMPLES="$work/tree/usr/share/doc/libaccounts-kel/examples" &&
+    cmake --build "$work/examples"; } >"$work/examples.log" 2>&1 || { cat "$work/examples.log"; exit 1; }
+"$source/tests/examples/recover.sh" "$emulator" "$work/examples/recover-password"
+KELACCOUNT_CONSUMER_KEY=demo-key KELACCOUNT_CONSUMER_SECRET=demo-secret QT_QPA_PLATFORM=offscreen \
+    KELACCOUNT_TEST_EMULATOR=$emulator "$emulator" run -- "$work/examples/tst_widgetssignup" >"$work/signup.log" 2>&1 ||
+    { cat "$work/signup.log"; exit 1; }
+echo "the examples do what they say"
