@@ -39,12 +39,13 @@ RESPONSIBLE = [
      "tst_abandonedcalls tst_sessionoperations tst_setup tst_setupfailures tst_setupstogether "
      "tst_story_signout"),
     (r"rest/records/", "tst_datarecords tst_msgparser tst_sessionoperations"),
-    (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply"),
-    (r"rest/request/serviceaddress", "tst_serviceaddress tst_serviceoperations"),
+    (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply "
+     "tst_knownanswers"),
+    (r"rest/request/serviceaddress", "tst_knownanswers tst_serviceoperations"),
     (r"rest/request/", "tst_msgcreator tst_clientidentification tst_requestmodel "
-     "tst_signing tst_operations tst_signedaddress tst_wiretime"),
+     "tst_signing tst_operations tst_signedaddress tst_knownanswers"),
     (r"rest/transport/", "tst_transport tst_transport_scenarios tst_receivewatch "
-     "tst_connectionlatency tst_retryafter tst_servernames tst_requesthandler tst_firstcall "
+     "tst_connectionlatency tst_knownanswers tst_servernames tst_requesthandler tst_firstcall "
      "tst_transportmemory"),
     (r"rest/picture/", "tst_captchapicture tst_captchawithoutgui"),
     (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
@@ -55,7 +56,7 @@ STEADY = set("tst_accountsetup tst_captchapicture tst_captchawithoutgui tst_clie
              "tst_commonutils tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
              "tst_operationcoverage tst_operations tst_publicrecords tst_receivedreply "
              "tst_requestmodel tst_serviceanswers tst_signedaddress tst_signing tst_statustext "
-             "tst_wiretime".split())
+             "tst_knownanswers".split())
 PATIENCE = 90  # seconds for a program that hangs
 CONTAINERS = r"\b(QHash|QMap|QMultiMap|QVector|QList|QStringList|QSet|array|initializer_list|QVariantMap)\b"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/request/clientidentification.h"
 #include "support/literals.h"
-#include "support/rows.h"
 
 #include <QNetworkInterface>
 #include <QTest>
@@ -13,7 +12,6 @@ using namespace KelRestHandler;
 
 using Headers = QMap<QString, QString>;
 using AddressList = QList<QHostAddress>;
-Q_DECLARE_METATYPE(AddressList)
 
 namespace {
 
@@ -57,39 +55,6 @@ private Q_SLOTS:
         ClientIdentification::setDescriptionReader(nullptr);
     }
 
-    void addressesFillTheFourHeaders_data()
-    {
-        columns<AddressList, QString, QString>("list", "first", "all");
-
-        row("loopback and IPv6 are passed over",
-            addresses({"127.0.0.1", "fe80::1", "10.0.0.5", "192.168.1.2"}), "10.0.0.5"_s,
-            "10.0.0.5,192.168.1.2"_s);
-        row("the interfaces' order stays", addresses({"192.168.1.2", "10.0.0.5", "127.0.0.1"}),
-            "192.168.1.2"_s, "192.168.1.2,10.0.0.5"_s);
-        row("one", addresses({"10.0.0.5"}), "10.0.0.5"_s, "10.0.0.5"_s);
-        row("none", addresses({}), ""_s, ""_s);
-        row("only loopback", addresses({"127.0.0.1", "::1"}), ""_s, ""_s);
-        row("only IPv6", addresses({"fe80::1%eth0", "2001:db8::1", "::ffff:10.0.0.5"}), ""_s, ""_s);
-        // Only this one text is the loopback address.
-        row("other loopback addresses count", addresses({"127.0.0.1", "127.0.0.2", "127.0.1.1"}),
-            "127.0.0.2"_s, "127.0.0.2,127.0.1.1"_s);
-        row("the same twice", addresses({"10.0.0.5", "10.0.0.5"}), "10.0.0.5"_s,
-            "10.0.0.5,10.0.0.5"_s);
-    }
-    void addressesFillTheFourHeaders()
-    {
-        const auto [list, first, all] =
-            fetch<AddressList, QString, QString>("list", "first", "all");
-        const Headers headers = ClientIdentification::headersFor({}, list);
-        for (const char* name :
-             {"True-Client-IP", "X-Halda-Original-IP", "X-Halda-Original-User-IP"}) {
-            QVERIFY(headers.contains(text(name)));
-            QCOMPARE(headers.value(text(name)), first);
-        }
-        QVERIFY(headers.contains("X-Forwarded-For"_s));
-        QCOMPARE(forwarded(headers), all);
-    }
-
     void thereAreExactlyFiveHeaders()
     {
         const QStringList names{"True-Client-IP"_s, "X-Forwarded-For"_s, "X-Halda-Original-IP"_s,
@@ -99,25 +64,6 @@ private Q_SLOTS:
             names);
         QCOMPARE(QStringList(ClientIdentification::headersFor({}, {}).keys()), names);
         QCOMPARE(QStringList(ClientIdentification::headers().keys()), names);
-    }
-
-    void theDescriptionBecomesTheUserAgent_data()
-    {
-        columns<QString, QString, QString, QString>("manufacturer", "model", "firmware", "agent");
-        // Manufacturer and model stand side by side with nothing between them.
-        row("all known", "Acme"_s, "Handset 9"_s, "20.2012.32-1"_s,
-            "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s);
-        QTest::newRow("none known") << QString() << QString() << QString() << "QtDE/2.0 (/)"_s;
-        QTest::newRow("model only") << QString() << "M"_s << QString() << "QtDE/2.0 (M/)"_s;
-        row("placeholders in the facts", "%2"_s, "%3"_s, "%1%5"_s, "QtDE/2.0 (%2%3/%1%5)"_s);
-    }
-    void theDescriptionBecomesTheUserAgent()
-    {
-        const auto [manufacturer, model, firmware, agent] =
-            fetch<QString, QString, QString, QString>("manufacturer", "model", "firmware", "agent");
-        const Headers headers =
-            ClientIdentification::headersFor({manufacturer, model, firmware}, {});
-        QCOMPARE(headers.value("X-Halda-Original-User-Agent"_s), agent);
     }
 
     void theDescriptionIsReadOnceInTheProcess()
@@ -143,7 +89,7 @@ private Q_SLOTS:
         QCOMPARE(readings.load(), 1);
     }
 
-    void anotherReaderIsReadAgain()
+    void anotherReaderIsReadAndNoneIsEmpty()
     {
         readings = 0;
         ClientIdentification::setDescriptionReader(&other);
@@ -154,12 +100,6 @@ private Q_SLOTS:
         QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s),
                  "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s);
         QCOMPARE(readings.load(), 2);
-    }
-
-    void withoutAReaderTheDescriptionIsEmpty()
-    {
-        ClientIdentification::setDescriptionReader(&other);
-        ClientIdentification::headers();
         ClientIdentification::setDescriptionReader(nullptr);
         QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s),
                  "QtDE/2.0 (/)"_s);
