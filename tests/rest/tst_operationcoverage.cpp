@@ -171,23 +171,6 @@ private Q_SLOTS:
         QCOMPARE(bodies, formsOf(row.body));
     }
 
-    void theSignalsAreTheRows_data() { operations::rows(); }
-    void theSignalsAreTheRows()
-    {
-        QFETCH(int, number);
-        const Operation& row = operations::of(number);
-        for (const auto error : {QNetworkReply::NoError, QNetworkReply::TimeoutError,
-                                 QNetworkReply::UnknownContentError}) {
-            NetworkResponseProcessor processor(nullptr);
-            const RecordedAnswers answers(processor);
-            HttpResponse response(error, QString(), operations::consumerKey, 1);
-            const MessageLog log;
-            QCOMPARE(processor.processResponseFromServer(number, &response),
-                     row.isAnswered() ? 0 : -1);
-            QCOMPARE(answers.names(), row.signalNames());
-        }
-    }
-
     void theReplyIsReadByWhatItSays_data() { operations::rows(); }
     // The root of the operation, every other known one, and none that is not known.
     void theReplyIsReadByWhatItSays()

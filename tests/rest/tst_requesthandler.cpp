@@ -65,6 +65,8 @@ QString documentIn(const QByteArray& form)
                : QString::fromUtf8(form);
 }
 
+const auto unsendable = "C A value cannot stand in the address of its request; nothing is sent"_s;
+
 Reaction silence()
 {
     Reaction reaction;
@@ -177,9 +179,7 @@ private Q_SLOTS:
                 const MessageLog log;
                 QCOMPARE(sendWith(row, field, value, handler, server, &request), -1);
                 QVERIFY(!request);
-                QCOMPARE(log.all(),
-                         QStringList("C A value cannot stand in the address of its request; "
-                                     "nothing is sent"_s));
+                QCOMPARE(log.all(), QStringList(unsendable));
             }
         }
         QTest::qWait(20);
@@ -193,7 +193,7 @@ private Q_SLOTS:
         QFETCH(int, send);
         const Send& row = operations::sends().at(send);
         // Bytes on the wire: percent-encoded only where HTTP asks for it.
-        const QList<QPair<QString, QByteArray>> values = {
+        const QList<QPair<QString, QByteArray>> users = {
             {"..."_s, "..."},
             {".alice"_s, ".alice"},
             {"a b+c@d.example"_s, "a%20b+c@d.example"},
@@ -201,6 +201,7 @@ private Q_SLOTS:
             {"+358401234567"_s, "+358401234567"},
             {"a;b:c,d!e*f'(g)$~_-"_s, "a;b:c,d!e*f'(g)$~_-"},
         };
+        const QList<QPair<QString, QByteArray>> services = {{"ab/cd+ef=="_s, "/tokens/ab/cd+ef=="}};
         ScriptedServer server;
         server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
         RESTRequestHandler handler;
@@ -208,6 +209,7 @@ private Q_SLOTS:
         const MessageLog log;
         int sent = 0;
         for (const auto field : fieldsInAddress(row)) {
+            const auto& values = field == &Values::token ? services : users;
             for (const auto& value : values) {
                 OAuthRequest* request = nullptr;
                 QCOMPARE(sendWith(row, field, value.first, handler, server, &request), 0);
@@ -224,40 +226,6 @@ private Q_SLOTS:
                          value.second.constData());
             }
         }
-    }
-
-    void aTokenIsSentAsTheServiceMadeIt()
-    {
-        ScriptedServer server;
-        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
-        RESTRequestHandler handler;
-        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
-        int sent = 0;
-        for (const Send& row : operations::sends()) {
-            if (!fieldsInAddress(row).contains(&Values::token))
-                continue;
-            OAuthRequest* request = nullptr;
-            QCOMPARE(sendWith(row, &Values::token, "ab/cd+ef=="_s, handler, server, &request), 0);
-            handedOut.emplace_back(request);
-            ++sent;
-            QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, patience);
-            QVERIFY(server.requests().last().target.endsWith("/tokens/ab/cd+ef=="));
-        }
-        QVERIFY(sent > 0);
-    }
-
-    void aPathKeepsWhatOnlyAQueryMustNotHave()
-    {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, ""));
-        RESTRequestHandler handler;
-        const MessageLog log;
-        QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(
-                     mProvider, "a&b=c"_s, "fi"_s, operations::consumerKey, server.base()),
-                 0);
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
-        QCOMPARE(server.requests().first().target,
-                 "/rest/1.0/simplifiedpasswordrecovery/a&b=c/question"_ba);
     }
 
     void aDomainInWideCharactersStaysOneSegment()
@@ -280,38 +248,6 @@ private Q_SLOTS:
             QCOMPARE(request.target.count('/'), 5);
             QVERIFY(!request.target.contains('?') && !request.target.contains('#'));
         }
-    }
-
-    void aSegmentThatTheNetworkLibraryDropsIsNotSent()
-    {
-        ScriptedServer server;
-        server.expect(Reaction::reply(200, ""));
-        RESTRequestHandler handler;
-        const MessageLog log;
-        const auto name = ".a"_s;
-        QCOMPARE(handler.sendRetrieveSecurityQuestionRequest(
-                     mProvider, name, "fi"_s, operations::consumerKey, server.base()),
-                 -1);
-        // At the end of an address it stays.
-        OAuthRequest* request = nullptr;
-        QCOMPARE(handler.sendisUserIdAvailRequest(mProvider, name, operations::consumerKey,
-                                                  server.base(), &request),
-                 0);
-        const std::unique_ptr<OAuthRequest> owner(request);
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
-        QCOMPARE(server.requests().first().target, "/rest/1.0/availability/.a"_ba);
-    }
-
-    void aRequestIsNotSentAgainUnderAnotherAddress()
-    {
-        ScriptedServer server;
-        DownloadProfileRequest request(mProvider, "1/../2"_s, operations::consumerKey,
-                                       server.base(), DownloadProfile);
-        RESTRequestHandler handler;
-        const MessageLog log;
-        QCOMPARE(handler.resendRequest(&request), -1);
-        QTest::qWait(20);
-        QCOMPARE(server.connections(), 0);
     }
 
     void withoutAnOutParameterNothingIsMade_data()
@@ -442,25 +378,22 @@ private Q_SLOTS:
         QCOMPARE(second.body, first.body);
     }
 
-    void nothingCannotBeSentAgain()
-    {
-        RESTRequestHandler handler;
-        const MessageLog log;
-        QCOMPARE(handler.resendRequest(nullptr), -1);
-        QCOMPARE(log.all(), QStringList());
-    }
-
-    void aRequestOfNoKnownTypeIsRefusedAgain()
+    void whatCannotBeSentIsNotSentAgainEither()
     {
         ScriptedServer server;
         RESTRequestHandler handler;
-        const DownloadProfileRequest request(mProvider, mValues.accountId, operations::consumerKey,
-                                             server.base(),
-                                             static_cast<NetRequestType>(operations::unknown));
-        auto copy = std::make_unique<DownloadProfileRequest>(request);
+        DownloadProfileRequest elsewhere(mProvider, "1/../2"_s, operations::consumerKey,
+                                         server.base(), DownloadProfile);
+        DownloadProfileRequest unknown(mProvider, mValues.accountId, operations::consumerKey,
+                                       server.base(),
+                                       static_cast<NetRequestType>(operations::unknown));
         const MessageLog log;
-        QCOMPARE(handler.resendRequest(copy.get()), -1);
-        QCOMPARE(log.all(), QStringList("C sendNetWorkRequest: invalid request type"_s));
+        for (OAuthRequest* const request :
+             {static_cast<OAuthRequest*>(nullptr), static_cast<OAuthRequest*>(&elsewhere),
+              static_cast<OAuthRequest*>(&unknown)})
+            QCOMPARE(handler.resendRequest(request), -1);
+        QCOMPARE(log.all(),
+                 QStringList({unsendable, "C sendNetWorkRequest: invalid request type"_s}));
         QTest::qWait(20);
         QCOMPARE(server.connections(), 0);
     }
