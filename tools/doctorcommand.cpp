@@ -3,6 +3,7 @@
 
 #include "display.h"
 #include "tools/doctor/checks.h"
+#include "watchdog.h"
 
 // Which hosts the library was built with.
 #include "rest/request/servicehosts.h"
@@ -11,8 +12,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <functional>
 #include <unistd.h>
 
 using Doctor::Finding;
@@ -23,6 +26,7 @@ namespace {
 
 constexpr const char* program = "kelaccount";
 constexpr int exitError = 1;
+constexpr int exitNoAnswer = 3;
 constexpr int exitWarning = 5;
 
 Doctor::Service serviceFrom(const ClientSettings& settings)
@@ -133,23 +137,37 @@ int runDoctor(ClientSettings settings)
     settings.findCredentials(missing);
     if (!missing.isEmpty())
         settings.consumerSecret.clear();
+    constexpr int msInSecond = 1000;
+    Doctor::Patience patience;
+    patience.serviceMs = settings.timeLimitSeconds * msInSecond;
+    patience.ms = std::min(patience.ms, patience.serviceMs);
+    const Doctor::Service service = serviceFrom(settings);
+    // More than all the waiting that belongs to a step: for files a little, and with other programs
+    // as long as the library has patience with them, too.
+    const int forFiles = 3 + patience.ms / msInSecond;
+    const int forOthers = 60 + settings.timeLimitSeconds;
+    const struct
+    {
+        const char* of; ///< what is looked at
+        int seconds;
+        std::function<void(Findings&)> check;
+    } steps[] = {
+        {"the installation", forFiles, Doctor::checkInstallation},
+        {"the sign-on daemon", forOthers, [&](Findings& all) { checkSignOn(patience, all); }},
+        {"the accounts", forFiles, Doctor::checkAccounts},
+        {"the service", forOthers, [&](Findings& all) { checkService(service, patience, all); }},
+        {"the device", forOthers, [&](Findings& all) { checkDevice(patience, all); }},
+    };
+    Watchdog watchdog(forFiles, {}, exitNoAnswer);
     Findings findings;
     size_t shown = 0;
-    const auto show = [&] {
+    for (const auto& step : steps) {
+        watchdog.restart(step.seconds, QByteArray("looking at ") + step.of + " took too long");
+        step.check(findings);
         for (; shown < findings.all().size() && settings.format != OutputFormat::Json; ++shown)
             printFinding(findings.all().at(shown));
         std::fflush(stdout);
-    };
-    Doctor::checkInstallation(findings);
-    show();
-    Doctor::checkSignOn(findings);
-    show();
-    Doctor::checkAccounts(findings);
-    show();
-    Doctor::checkService(serviceFrom(settings), findings);
-    show();
-    Doctor::checkDevice(findings);
-    show();
+    }
     if (settings.format == OutputFormat::Json)
         printAsJson(findings);
     const int written = CommandLine::flushed(program);

@@ -6,6 +6,7 @@
 #include "logkeeper.h"
 #include "secretinput.h"
 #include "waitingnote.h"
+#include "watchdog.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -71,6 +72,11 @@ QString causeOf(int status)
 
 int run(const ClientSettings& settings, const ClientCommand& command, const CommandInput& input)
 {
+    // Later than the timer below, which tells the same while nothing blocks the event loop.
+    constexpr int graceSeconds = 2;
+    const QByteArray late =
+        "no answer within " + QByteArray::number(settings.timeLimitSeconds) + " s";
+    const Watchdog watchdog(settings.timeLimitSeconds + graceSeconds, late, exitNoAnswer);
     KelAccount::KelAccounts accounts;
     if (command.callsService) {
         accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
@@ -104,8 +110,7 @@ int run(const ClientSettings& settings, const ClientCommand& command, const Comm
     }
     QTimer::singleShot(settings.timeLimitSeconds * 1000, &accounts, [&] {
         note.remove();
-        QCoreApplication::exit(complain(
-            QStringLiteral("no answer within %1 s").arg(settings.timeLimitSeconds), exitNoAnswer));
+        QCoreApplication::exit(complain(QString::fromLatin1(late), exitNoAnswer));
     });
     return QCoreApplication::exec();
 }

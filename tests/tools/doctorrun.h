@@ -50,9 +50,10 @@ struct Session
     QString plugin() const { return environment["SSO_PLUGINS_DIR"_s] + "/libzorauthplugin.so"_s; }
 };
 
-inline ProgramRun diagnosed(const Session& session)
+inline ProgramRun diagnosed(const Session& session, const QStringList& options = {})
 {
-    return runProgram(session.client, {"doctor"_s, "--json"_s}, session.environment);
+    return runProgram(session.client, QStringList{"doctor"_s, "--json"_s} + options,
+                      session.environment);
 }
 
 inline void verifyFinding(const ProgramRun& run, const QString& check, const QString& level,

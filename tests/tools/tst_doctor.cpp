@@ -197,6 +197,32 @@ private Q_SLOTS:
         verifyFinding(diagnosed(session), "sim"_s, "warning"_s, "locked"_s);
     }
 
+    void withoutASimTheRegionIsTheOneThatIsSet()
+    {
+        EmulatorProcess emulator;
+        QVERIFY2(emulator.start(), emulator.log().constData());
+        const Session session(emulator);
+        const struct
+        {
+            const char* value;
+            const char* level;
+            const char* text;
+        } cases[] = {{"'en_GB'", "good", "the device is in GB"},
+                     {"'nonsense'", "warning", "has no country's code: nonsense"},
+                     {"''", "warning", "(807)"}};
+        for (const auto& one : cases) {
+            // On a bus of its own: the emulator's starts no such service.
+            const ProgramRun written =
+                runProgram("dbus-run-session"_s,
+                           {"dconf"_s, "write"_s, "/meegotouch/i18n/region"_s, text(one.value)},
+                           session.environment);
+            QVERIFY2(written.status == 0, "needs the packages dconf-cli, dconf-service and dbus");
+            const ProgramRun run = diagnosed(session);
+            verifyFinding(run, "sim"_s, "note"_s, "no SIM"_s);
+            verifyFinding(run, "region"_s, text(one.level), text(one.text));
+        }
+    }
+
     void aBusWithoutADaemonIsFound()
     {
         Session session(mEmulator);

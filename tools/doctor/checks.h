@@ -6,14 +6,24 @@
 #include <QString>
 
 // What has to be in order for the library to work, one function for each part of the surroundings.
-// Each takes at most some seconds, whatever hangs.
+// Each waits for whom it asks no longer than it is told.
 namespace Doctor {
+
+/// How long to wait for whom a check asks.
+struct Patience
+{
+    int ms = 10000;        ///< for each answer
+    int serviceMs = 70000; ///< for the service to judge a signed request
+    /// "session" or "system": a bus that hangs, and with it whoever uses the library. The library
+    /// and Qt's network classes reach for both, in ways that wait without end.
+    QString hangingBus = {};
+};
 
 /// The modules and catalogues beside the library.
 void checkInstallation(Findings& findings);
 
-/// Session bus, sign-on daemon, and its plugin.
-void checkSignOn(Findings& findings);
+/// Session bus, sign-on daemon, and its plugin. Finds out whether a bus hangs.
+void checkSignOn(Patience& patience, Findings& findings);
 
 /// Provider and service files, accounts database, and where the daemon keeps secrets.
 void checkAccounts(Findings& findings);
@@ -29,9 +39,9 @@ struct Service
 };
 
 /// Proxy, name, TLS, clock, consumer key.
-void checkService(const Service& service, Findings& findings);
+void checkService(const Service& service, Patience patience, Findings& findings);
 
 /// Tag server, modem, SIM, region, locale.
-void checkDevice(Findings& findings);
+void checkDevice(Patience patience, Findings& findings);
 
 } // namespace Doctor

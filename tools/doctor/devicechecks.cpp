@@ -4,11 +4,11 @@
 // What the library shows nobody.
 #include "device/obcmgrwrapper.h"
 #include "platform/modemreader.h"
+#include "tools/clientsettings.h"
+#include "tools/doctor/busgreeting.h"
 #include "tools/doctor/waiting.h"
 
 #include <kelaccount/kelaccounts.h>
-
-#include <QDBusConnection>
 
 #include <langinfo.h>
 
@@ -22,8 +22,6 @@ constexpr const char* sim = "sim";
 constexpr const char* region = "region";
 constexpr const char* locale = "locale";
 
-constexpr int patienceMs = 10000;
-
 void checkTagServer(Findings& findings)
 {
     if (KelRestHandler::ObcMgrWrapper().isServiceTagAvailable())
@@ -34,12 +32,20 @@ void checkTagServer(Findings& findings)
                                      "the device's tag server"));
 }
 
-void checkModem(Findings& findings)
+void checkModem(Patience patience, Findings& findings)
 {
-    if (!QDBusConnection::systemBus().isConnected()) {
+    const Greeting greeting = greeted(systemBusAddress(), patience.ms);
+    if (greeting == Greeting::Unanswered)
+        findings.error(modem,
+                       QStringLiteral("the system bus does not answer, and whoever uses the "
+                                      "network waits for it"),
+                       QStringLiteral("see what holds the dbus-daemon up, or start the device "
+                                      "anew"));
+    if (greeting == Greeting::NobodyThere)
         findings.note(modem, QStringLiteral("there is no system bus"),
                       QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS leads to it; without it the device "
                                      "has neither modem nor SIM"));
+    if (greeting != Greeting::Answered) {
         findings.note(sim, QStringLiteral("not looked for"), QStringLiteral("mend the bus first"));
         return;
     }
@@ -66,20 +72,33 @@ void checkModem(Findings& findings)
                                .arg(card.homeCountryCode, card.homeNetworkCode));
 }
 
-void checkRegion(Findings& findings)
+void checkRegion(Patience patience, Findings& findings)
 {
+    if (!patience.hangingBus.isEmpty()) {
+        findings.note(
+            region,
+            QStringLiteral("not looked at: the %1 bus does not answer").arg(patience.hangingBus),
+            QStringLiteral("mend the bus first"));
+        return;
+    }
     KelAccount::KelAccounts accounts;
-    const auto country = awaited<QString>(patienceMs, [&accounts](QObject* context, auto done) {
+    const auto country = awaited<QString>(patience.ms, [&accounts](QObject* context, auto done) {
         QObject::connect(&accounts, &KelAccount::KelAccounts::retrieveCountryCodeResponse, context,
                          [done](KelAccount::ErrorStatus, const QString& code) { done(code); });
         accounts.retrieveCountryCode();
     });
-    if (country && !country->isEmpty())
-        findings.good(region, QStringLiteral("the device is in %1").arg(*country));
-    else
+    const QString advice = QStringLiteral("insert a SIM, or set the region: dconf write "
+                                          "/meegotouch/i18n/region \"'en_GB'\"");
+    if (!country || country->isEmpty())
         findings.warning(region, QStringLiteral("the device does not know its country (807)"),
-                         QStringLiteral("insert a SIM, or set the region: dconf write "
-                                        "/meegotouch/i18n/region \"'en_GB'\""));
+                         advice);
+    else if (!countryProblem(country->toStdString()).empty())
+        findings.warning(
+            region,
+            QStringLiteral("the region that is set has no country's code: %1").arg(*country),
+            advice);
+    else
+        findings.good(region, QStringLiteral("the device is in %1").arg(*country));
 }
 
 void checkLocale(Findings& findings)
@@ -105,11 +124,11 @@ void checkLocale(Findings& findings)
 
 } // namespace
 
-void checkDevice(Findings& findings)
+void checkDevice(Patience patience, Findings& findings)
 {
     checkTagServer(findings);
-    checkModem(findings);
-    checkRegion(findings);
+    checkModem(patience, findings);
+    checkRegion(patience, findings);
     checkLocale(findings);
 }
 

@@ -6,6 +6,7 @@
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/statustext.h>
 
+#include <QDeadlineTimer>
 #include <QHostInfo>
 #include <QLocale>
 #include <QNetworkProxy>
@@ -26,11 +27,10 @@ constexpr const char* tlsCheck = "tls";
 constexpr const char* clockCheck = "clock";
 constexpr const char* keyCheck = "key";
 
-constexpr int patienceMs = 10000;
 constexpr quint16 httpsPort = 443;
 
 /// The proxy that the library goes through, as it reads it; false when it cannot be used.
-bool checkProxy(QNetworkProxy& proxy, Findings& findings)
+bool checkProxy(Patience patience, QNetworkProxy& proxy, Findings& findings)
 {
     const QString secure = qEnvironmentVariable("https_proxy");
     const char* const variable = secure.isEmpty() ? "http_proxy" : "https_proxy";
@@ -55,7 +55,7 @@ bool checkProxy(QNetworkProxy& proxy, Findings& findings)
     QTcpSocket socket;
     socket.setProxy(QNetworkProxy::NoProxy);
     socket.connectToHost(address.host(), port);
-    if (!socket.waitForConnected(patienceMs)) {
+    if (!socket.waitForConnected(patience.ms)) {
         findings.error(
             proxyCheck,
             QStringLiteral("the proxy %1 is not reached: %2").arg(place, socket.errorString()),
@@ -69,13 +69,14 @@ bool checkProxy(QNetworkProxy& proxy, Findings& findings)
     return true;
 }
 
-bool checkHost(const QString& host, const QNetworkProxy& proxy, Findings& findings)
+bool checkHost(const QString& host, const QNetworkProxy& proxy, Patience patience,
+               Findings& findings)
 {
     if (proxy.type() != QNetworkProxy::NoProxy) {
         findings.good(hostCheck, QStringLiteral("%1 is left to the proxy to find").arg(host));
         return true;
     }
-    const auto problem = awaited<QString>(patienceMs, [&host](QObject* context, auto done) {
+    const auto problem = awaited<QString>(patience.ms, [&host](QObject* context, auto done) {
         QHostInfo::lookupHost(host, context, [done](const QHostInfo& info) {
             done(info.error() == QHostInfo::NoError ? QString() : info.errorString());
         });
@@ -138,10 +139,10 @@ void judgeChain(const QSslSocket& socket, const QString& host, Findings& finding
         findings.good(tlsCheck, text);
 }
 
-bool checkTls(QSslSocket& socket, const QString& host, Findings& findings)
+bool checkTls(QSslSocket& socket, const QString& host, Patience patience, Findings& findings)
 {
     socket.connectToHostEncrypted(host, httpsPort);
-    if (socket.waitForEncrypted(patienceMs)) {
+    if (socket.waitForEncrypted(patience.ms)) {
         judgeChain(socket, host, findings);
         return true;
     }
@@ -164,13 +165,16 @@ bool checkTls(QSslSocket& socket, const QString& host, Findings& findings)
 }
 
 /// What stands in a "Date:" header; invalid when there is none.
-QDateTime serviceTime(QSslSocket& socket, const QString& host)
+QDateTime serviceTime(QSslSocket& socket, const QString& host, Patience patience)
 {
     socket.write("HEAD / HTTP/1.1\r\nHost: " + host.toLatin1() + "\r\nConnection: close\r\n\r\n");
     constexpr int longestHead = 65536;
+    // For all of it: a server may send its bytes one by one.
+    const QDeadlineTimer deadline(patience.ms);
     QByteArray head;
-    while (!head.contains("\r\n\r\n") && head.size() < longestHead &&
-           (socket.bytesAvailable() > 0 || socket.waitForReadyRead(patienceMs)))
+    while (!head.contains("\r\n\r\n") && head.size() < longestHead && !deadline.hasExpired() &&
+           (socket.bytesAvailable() > 0 ||
+            socket.waitForReadyRead(static_cast<int>(deadline.remainingTime()))))
         head += socket.read(longestHead - head.size());
     const QList<QByteArray> lines = head.split('\n');
     for (const QByteArray& line : lines) {
@@ -186,10 +190,10 @@ QDateTime serviceTime(QSslSocket& socket, const QString& host)
     return {};
 }
 
-void checkClock(QSslSocket& socket, const QString& host, Findings& findings)
+void checkClock(QSslSocket& socket, const QString& host, Patience patience, Findings& findings)
 {
     constexpr qint64 allowed = 300;
-    const QDateTime theirs = serviceTime(socket, host);
+    const QDateTime theirs = serviceTime(socket, host, patience);
     if (!theirs.isValid()) {
         findings.note(clockCheck, QStringLiteral("the service does not say what time it is"),
                       QStringLiteral("compare the device's clock with another one"));
@@ -207,19 +211,26 @@ void checkClock(QSslSocket& socket, const QString& host, Findings& findings)
         findings.good(clockCheck, text);
 }
 
-void checkKey(const Service& service, Findings& findings)
+void checkKey(const Service& service, Patience patience, Findings& findings)
 {
     if (service.consumerKey.isEmpty() || service.consumerSecret.isEmpty()) {
         findings.note(keyCheck, QStringLiteral("no consumer key and secret to try"),
                       QStringLiteral("give them as any command takes them"));
         return;
     }
-    constexpr int guardMs = 65000;
+    if (!patience.hangingBus.isEmpty()) {
+        findings.note(
+            keyCheck,
+            QStringLiteral("not looked at: the %1 bus does not answer").arg(patience.hangingBus),
+            QStringLiteral("mend the bus first"));
+        return;
+    }
+    const QDeadlineTimer deadline(patience.serviceMs);
     KelAccount::KelAccounts accounts;
     accounts.initialize(service.consumerKey, service.consumerSecret, service.server, service.name,
                         QVariantMap());
-    const auto ask = [&accounts] {
-        return awaited<int>(guardMs,
+    const auto ask = [&accounts, &deadline] {
+        return awaited<int>(static_cast<int>(deadline.remainingTime()),
                             [&accounts](QObject* context, auto done) {
                                 QObject::connect(
                                     &accounts, &KelAccount::KelAccounts::isUserIdAvailableResponse,
@@ -255,25 +266,25 @@ void notChecked(std::initializer_list<const char*> checks, Findings& findings)
 
 } // namespace
 
-void checkService(const Service& service, Findings& findings)
+void checkService(const Service& service, Patience patience, Findings& findings)
 {
     QNetworkProxy proxy;
-    if (!checkProxy(proxy, findings)) {
+    if (!checkProxy(patience, proxy, findings)) {
         notChecked({hostCheck, tlsCheck, clockCheck, keyCheck}, findings);
         return;
     }
-    if (!checkHost(service.host, proxy, findings)) {
+    if (!checkHost(service.host, proxy, patience, findings)) {
         notChecked({tlsCheck, clockCheck, keyCheck}, findings);
         return;
     }
     QSslSocket socket;
     socket.setProxy(proxy);
-    if (!checkTls(socket, service.host, findings)) {
+    if (!checkTls(socket, service.host, patience, findings)) {
         notChecked({clockCheck, keyCheck}, findings);
         return;
     }
-    checkClock(socket, service.host, findings);
-    checkKey(service, findings);
+    checkClock(socket, service.host, patience, findings);
+    checkKey(service, patience, findings);
 }
 
 } // namespace Doctor
