@@ -89,7 +89,8 @@ void Worker::answerBy(void (Accounts::*signal)(ErrorStatus, Values...), Make mak
 {
     QObject::connect(&mAccounts, signal, &mBell,
                      [this, make](ErrorStatus status, Values... values) {
-                         finish(status == ErrorNone ? AnyResult(make(values...)) : nullptr, status);
+                         // Of a failure, too: what is made takes over what the signal leaves.
+                         finish(make(values...), status);
                      });
 }
 

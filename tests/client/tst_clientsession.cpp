@@ -9,11 +9,37 @@
 #include "support/literals.h"
 
 #include <kelaccount/client.h>
+#include <kelaccount/profileinfo.h>
 
 #include <QElapsedTimer>
 
 using namespace KelAccount;
 using namespace KelTest;
+
+namespace {
+
+/// What a client has on its own thread, on this one.
+struct HereOnly
+{
+    using Operation = std::function<void(KelAccountsPrivate&)>;
+
+    HandOver::Call ask(const Operation& operation) const
+    {
+        const auto call = std::make_shared<CallState>(handOver, "");
+        call->perform = [operation](KelAccountsPrivate& accounts) {
+            operation(accounts);
+            return std::nullopt;
+        };
+        handOver->open(call);
+        handOver->perform(call);
+        return call;
+    }
+
+    std::shared_ptr<HandOver> handOver = std::make_shared<HandOver>();
+    Worker worker{handOver};
+};
+
+} // namespace
 
 class TestClientSession : public AccountFixture
 {
@@ -42,6 +68,8 @@ private Q_SLOTS:
     void aSetUpThatSucceedsWhenItIsCancelledLeavesNothing();
     void aSetUpWithoutItsClientLeavesNothing_data();
     void aSetUpWithoutItsClientLeavesNothing();
+    void nothingIsKeptOfAProfile_data();
+    void nothingIsKeptOfAProfile();
     void aSessionThatIsBeingOpenedEndsWithItsClient();
     void callsGoOnWhileASessionIsBeingOpened();
     void aUserIsSignedOut();
@@ -140,29 +168,18 @@ void TestClientSession::aSetUpThatIsCancelledLeavesNothing()
 // The order to take it back comes when it has succeeded, or not at all.
 void TestClientSession::aSetUpThatSucceedsWhenItIsCancelledLeavesNothing()
 {
-    const auto handOver = std::make_shared<HandOver>();
-    const Worker worker(handOver); // on this thread
-    const auto ask = [&handOver](const std::function<void(KelAccountsPrivate&)>& operation) {
-        const auto call = std::make_shared<CallState>(handOver, "");
-        call->perform = [operation](KelAccountsPrivate& accounts) {
-            operation(accounts);
-            return std::nullopt;
-        };
-        handOver->open(call);
-        handOver->perform(call);
-        return call;
-    };
+    const HereOnly client;
     bool isComplete = false;
-    ask([&](KelAccountsPrivate& accounts) {
+    client.ask([&](KelAccountsPrivate& accounts) {
         connect(&accounts, &KelAccountsPrivate::signInAndConfigureResponse, this,
                 [&] { isComplete = deviceAccounts().size() == 1; });
         accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});
     });
-    const auto call = ask([](KelAccountsPrivate& accounts) {
+    const auto call = client.ask([](KelAccountsPrivate& accounts) {
         accounts.signInAndConfigure("alice"_s, "the-password"_s, true);
     });
     QVERIFY(waitUntil([this] { return mSandbox.mechanisms().contains("signIn"_s); }));
-    handOver->setClientsBell(nullptr);
+    client.handOver->setClientsBell(nullptr);
     HandOver::cancel(call);
     QVERIFY(waitUntil([&] { return isComplete; }));
     QVERIFY(waitUntil([this] { return isNothingLeft(); }));
@@ -182,6 +199,38 @@ void TestClientSession::aSetUpWithoutItsClientLeavesNothing()
     QVERIFY(call.isFinished());
     QVERIFY(waitUntil([this] { return isNothingLeft(); }));
     QCOMPARE(mAnswers.lines, QStringList());
+}
+
+void TestClientSession::nothingIsKeptOfAProfile_data()
+{
+    QTest::addColumn<int>("action");
+    QTest::newRow("that came") << int(PluginStep::Answer);
+    QTest::newRow("that did not") << int(PluginStep::Err);
+}
+
+void TestClientSession::nothingIsKeptOfAProfile()
+{
+    QFETCH(int, action);
+    mCredentials = storeIdentity();
+    QVERIFY(createDeviceAccount(mCredentials));
+    mSandbox.script({{"privateMechanism_downloadProfile"_s, action, {}, 500}});
+    const HereOnly client;
+    QList<ProfileInfo*> kept;
+    client.ask([](KelAccountsPrivate& accounts) {
+        accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});
+    });
+    bool isAnswered = false;
+    const auto call = client.ask([&](KelAccountsPrivate& accounts) {
+        connect(&accounts, &KelAccountsPrivate::downloadProfileResponse, this,
+                [&kept, &isAnswered, its = &accounts] {
+                    kept = its->findChildren<ProfileInfo*>();
+                    isAnswered = true;
+                });
+        accounts.downloadProfile();
+    });
+    QVERIFY(waitUntil([&] { return isAnswered; }));
+    QVERIFY(HandOver::isFinished(*call));
+    QCOMPARE(kept.size(), 0);
 }
 
 // ---- Opening
