@@ -150,6 +150,9 @@ void AccountSetUp::perform(Action action, Event event, int status)
     case Action::RemoveUnseen:
         mSteps->takeBack(std::exchange(mCredentialsId, 0), nullptr);
         return;
+    case Action::RemoveAllUnseen:
+        mSteps->takeAllBack(std::exchange(mCredentialsId, 0), nullptr);
+        return;
     }
 }
 

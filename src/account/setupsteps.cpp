@@ -48,6 +48,11 @@ public:
     }
     void takeAllBack(quint32 credentialsId, const std::function<void()>& next) override
     {
+        if (!next) {
+            takeBack(credentialsId, nullptr);
+            mD.mKelConfigure->removeAccount(credentialsId, nullptr);
+            return;
+        }
         const auto left = std::make_shared<int>(2);
         const auto oneDone = [left, next] {
             if (--*left == 0)

@@ -65,7 +65,8 @@ enum class Action {
     TakeBack,
     TakeAllBack, ///< the account on the device, too
     Answer,
-    RemoveUnseen, ///< nobody is there any more to hear of it
+    RemoveUnseen,    ///< nobody is there any more to hear of it
+    RemoveAllUnseen, ///< nor of this
 };
 Q_ENUM_NS(Action)
 

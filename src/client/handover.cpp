@@ -139,7 +139,7 @@ void HandOver::cancelAll(const char* operation)
 void HandOver::end()
 {
     std::unordered_set<Call> open;
-    std::deque<Order> orders;
+    std::deque<Order> orders;                     // of what was taken back before; it still is
     std::vector<CallState::Operation> operations; // which hold what they were given, secrets too
     std::vector<Finishers> finishers;
     const Ending ending{nullptr, cancelledFailure()};
@@ -150,6 +150,8 @@ void HandOver::end()
         mInterruption->request();
         mApplicationsBell = nullptr;
         open.swap(mOpen);
+        std::copy_if(mOrders.begin(), mOrders.end(), std::back_inserter(orders),
+                     [](const Order& order) { return order.kind == Order::Abandon; });
         orders.swap(mOrders);
         mAnswered.clear();
         for (const Call& call : open) {

@@ -23,6 +23,13 @@ Worker::~Worker()
 {
     mHandOver->setClientsBell(nullptr);
     mAccounts.disconnect(&mBell);
+    // What was taken back before the end is taken back, though nobody may have heard of it yet.
+    for (auto order = mHandOver->takeOrder(); order.kind != HandOver::Order::Nothing;
+         order = mHandOver->takeOrder()) {
+        if (order.kind == HandOver::Order::Abandon)
+            abandon(order.call);
+    }
+    mHandOver->setPerformed(nullptr);
 }
 
 void Worker::onRing()

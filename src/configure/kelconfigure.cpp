@@ -307,7 +307,7 @@ void KelConfigure::removeAccount(unsigned int credentialsId, const std::function
         [waiting, next, unfinished = std::make_shared<UnfinishedWork>()](bool removed) {
             if (!removed)
                 qCCritical(logConfigure, "The device account of a set-up could not be removed");
-            if (waiting)
+            if (waiting && next)
                 next();
         });
 }

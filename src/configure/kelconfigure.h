@@ -52,8 +52,8 @@ public:
     int configureAccount(const QString& name, unsigned int credentialsId);
 
     /// Has the device account of the credentials removed, also when this object does not live to
-    /// see it. The outcome is only logged; `next` is called when it has come, or has not come in
-    /// time.
+    /// see it. The outcome is only logged; `next`, where there is one, is called when it has come,
+    /// or has not come in time.
     void removeAccount(unsigned int credentialsId, const std::function<void()>& next);
 
     /// How long the daemon may take to store. Long enough to unlock its store, and only there so

@@ -72,7 +72,7 @@ struct FakeSteps : public SetUpSteps
     }
     void takeAllBack(quint32 id, const std::function<void()>& next) override
     {
-        calls.append("take all back %1"_s.arg(id));
+        calls.append((next ? "take all back %1"_s : "remove all unseen %1"_s).arg(id));
         onTakenBack = next;
     }
     bool answer(int kind, int status, const QVariantMap& result, bool later) override
@@ -114,6 +114,8 @@ QString firstStepOf(State state, Action action)
         return state == State::TakingBack ? "answer 2 615"_s : "answer 2 405"_s;
     case Action::RemoveUnseen:
         return "remove unseen 7"_s;
+    case Action::RemoveAllUnseen:
+        return "remove all unseen 7"_s;
     case Action::Reserve: // the accounts are another's
     case Action::Wait:
     case Action::Complain:

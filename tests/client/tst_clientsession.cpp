@@ -6,6 +6,7 @@
 #include "client/clientcalls.h"
 #include "client/threadnames.h"
 #include "client/worker.h"
+#include "signon/kelauthsessioninterface.h"
 #include "support/literals.h"
 
 #include <kelaccount/client.h>
@@ -66,6 +67,7 @@ private Q_SLOTS:
     void aSetUpThatIsCancelledLeavesNothing_data();
     void aSetUpThatIsCancelledLeavesNothing();
     void aSetUpThatSucceedsWhenItIsCancelledLeavesNothing();
+    void aSetUpThatIsCancelledBeforeItsClientEndsLeavesNothing();
     void aSetUpWithoutItsClientLeavesNothing_data();
     void aSetUpWithoutItsClientLeavesNothing();
     void nothingIsKeptOfAProfile_data();
@@ -183,6 +185,31 @@ void TestClientSession::aSetUpThatSucceedsWhenItIsCancelledLeavesNothing()
     HandOver::cancel(call);
     QVERIFY(waitUntil([&] { return isComplete; }));
     QVERIFY(waitUntil([this] { return isNothingLeft(); }));
+}
+
+// When the accounts framework has been given the account.
+void TestClientSession::aSetUpThatIsCancelledBeforeItsClientEndsLeavesNothing()
+{
+    auto client = std::make_unique<HereOnly>();
+    HandOver::Call call;
+    const auto end = [&] {
+        client->handOver->setClientsBell(nullptr);
+        HandOver::cancel(call);
+        client->handOver->end();
+        client.reset();
+    };
+    client->ask([&](KelAccountsPrivate& accounts) {
+        accounts.initialize("the-consumer-key"_s, "the-consumer-secret"_s, 2, "the-service"_s, {});
+        connect(accounts.findChild<KelAuthSessionInterface*>(),
+                &KelAuthSessionInterface::signInResponse, this, end);
+    });
+    call = client->ask([](KelAccountsPrivate& accounts) {
+        accounts.signInAndConfigure("alice"_s, "the-password"_s, true);
+    });
+    QVERIFY(waitUntil([&] { return !client; }));
+    QVERIFY(waitUntil([this] { return isNothingLeft(); }));
+    letPass(100);
+    QVERIFY(isNothingLeft());
 }
 
 void TestClientSession::aSetUpWithoutItsClientLeavesNothing_data()
