@@ -23,3 +23,24 @@ function(kelaccount_loader_way result from to)
   endif()
   set(${result} "${way}" PARENT_SCOPE)
 endfunction()
+
+option(KELACCOUNT_INSTALL_RPATH "What is installed knows the way to the installed library" ON)
+
+# kelaccount_way_to_library(TARGET FOLDER BUILT COMPONENT)
+# The target finds the library where it was built, by the way BUILT, and where it is installed, from FOLDER, also
+# when that is none that the loader knows. A packager installs where the loader looks, and switches that off.
+# (CMake would write such a path itself, but ends it with an empty element, which stands for the current folder.)
+function(kelaccount_way_to_library target folder built component)
+  kelaccount_loader_way(way "${folder}" "${CMAKE_INSTALL_LIBDIR}")
+  set(ways "${built}" "${way}")
+  list(REMOVE_DUPLICATES ways)
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${ways}")
+  if(NOT KELACCOUNT_INSTALL_RPATH)
+    set(file ${folder}/$<TARGET_FILE_NAME:${target}>)
+    install(CODE "set(kel_file \"${file}\")
+  cmake_path(ABSOLUTE_PATH kel_file
+    BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\" OUTPUT_VARIABLE kel_file)
+  file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${kel_file}\")"
+      COMPONENT ${component})
+  endif()
+endfunction()
