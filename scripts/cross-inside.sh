@@ -40,7 +40,7 @@ for test in $tests; do
     fi
 done
 [ ${#unit[@]} -gt 20 ] || { echo "only ${#unit[@]} tests of rest and device"; exit 1; }
-product=(accounts-kel kelaccount zorauthplugin kelaccount-emulator kelaccount-emulator-trust kelaccount-modem
+product=(accounts-kel kelaccountsqml kelaccount zorauthplugin kelaccount-emulator kelaccount-emulator-trust kelaccount-modem
     kelaccount-settings kelaccount-tag-server kelaccount_catalogues
     kelaccount_{accounts,picture,region}_module)
 # Manual pages and completions, which each program prints itself.

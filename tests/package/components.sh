@@ -19,7 +19,7 @@ installed() { # NAME CMAKE-INSTALL-ARGUMENTS...: the files, below the prefix
 
 everything=$(installed default)
 product=
-for component in runtime development plugin tools doc; do
+for component in runtime development qml plugin tools doc; do
     product+=$(installed "$component" --component "$component")$'\n'
 done
 [ "$(sort <<<"$product" | sed '/^$/d')" = "$everything" ] || {

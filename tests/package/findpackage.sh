@@ -14,7 +14,7 @@ cat >"$work/project/CMakeLists.txt" <<'TEXT'
 cmake_minimum_required(VERSION 3.25)
 project(finder LANGUAGES CXX)
 find_package(AccountsKel ${WANTED})
-foreach(part runtime development plugin tools emulator doc)
+foreach(part runtime development plugin tools emulator doc qml)
   if(AccountsKel_${part}_FOUND)
     string(APPEND parts " ${part}")
   endif()
@@ -26,7 +26,7 @@ foreach(target AccountsKel::kelaccount AccountsKel::kelaccount-emulator)
     string(APPEND programs " ${program}")
   endif()
 endforeach()
-message(STATUS "has${parts}; ${library}${programs} ${AccountsKel_PLUGIN} ${AccountsKel_DOC_FOLDER}")
+message(STATUS "has${parts}; ${library}${programs} ${AccountsKel_PLUGIN} ${AccountsKel_DOC_FOLDER} ${AccountsKel_QML_FOLDER}")
 TEXT
 
 install_parts() { # PREFIX COMPONENT...
@@ -58,17 +58,17 @@ expect 0 "-- has runtime development; $work/prefix/lib"
 find_in "$work/prefix" "REQUIRED;COMPONENTS;runtime;plugin"
 expect 1 "AccountsKel's component \"plugin\" is not installed with the library."
 find_in "$work/prefix" "REQUIRED;COMPONENTS;widgets"
-expect 1 "AccountsKel has no component \"widgets\"; it has runtime, development, plugin, tools, emulator, doc."
+expect 1 "AccountsKel has no component \"widgets\"; it has runtime, development, plugin, tools, emulator, doc, qml."
 find_in "$work/prefix" "REQUIRED;OPTIONAL_COMPONENTS;plugin;widgets"
 expect 0 "-- has runtime development;"
 
 # What was installed can be moved, and says where it is now.
-install_parts "$work/prefix" plugin tools emulator doc
+install_parts "$work/prefix" plugin tools emulator doc qml
 mv "$work/prefix" "$work/moved"
-find_in "$work/moved" "REQUIRED;COMPONENTS;plugin;tools;emulator;doc"
-expect 0 "-- has runtime development plugin tools emulator doc; $work/moved/lib"
+find_in "$work/moved" "REQUIRED;COMPONENTS;plugin;tools;emulator;doc;qml"
+expect 0 "-- has runtime development plugin tools emulator doc qml; $work/moved/lib"
 expect 0 " $work/moved/bin/kelaccount $work/moved/bin/kelaccount-emulator $work/moved/"
-expect 0 "/libzorauthplugin.so $work/moved/share/doc/libaccounts-kel"
+expect 0 "/libzorauthplugin.so $work/moved/share/doc/libaccounts-kel $work/moved/lib"
 ! grep -qF "$work/prefix" <<<"$said" || { echo "names the old place: $said"; exit 1; }
 
 # Absolute folders do not move.

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+import QtQuick 2.15
+import QtTest 1.15
+import Kel.Accounts 1.0
+
+TestCase {
+    id: test
+
+    name: "Client"
+
+    property var told: []
+
+    AccountsClient {
+        id: client
+
+        consumerKey: "demo-key"
+        consumerSecret: "demo-secret"
+        service: "music"
+    }
+
+    Component {
+        id: another
+
+        AccountsClient {}
+    }
+
+    Component {
+        id: page
+
+        QtObject {}
+    }
+
+    function answered(what) {
+        return function (value) { test.told.push([what, value]) }
+    }
+
+    function init() {
+        tryCompare(client, "initialized", true)
+        told = []
+    }
+
+    function cleanup() {
+        tryCompare(client, "busy", false)
+    }
+
+    function test_aCompleteClientInitializesItself() {
+        tryCompare(client, "initialized", true)
+        compare(client.failure.status, Status.ErrorNone)
+        compare(client.server, AccountsClient.Production)
+    }
+
+    function test_aClientIsInitializedWhenItsKeysAreSet() {
+        const late = createTemporaryObject(another, test)
+        late.isUserIdAvailable("carol").then(answered("free"), answered("failed"))
+        tryVerify(() => told.length === 1)
+        compare(told[0][1].status, Status.ErrorInitializationPending)
+        late.consumerSecret = "demo-secret"
+        late.consumerKey = "demo-key"
+        tryCompare(late, "initialized", true)
+        ignoreWarning(/"consumerKey" is read before that/)
+        late.consumerKey = "another"
+        compare(late.consumerKey, "demo-key")
+    }
+
+    function test_anAnswerComesLaterAndOnce() {
+        const call = client.isUserIdAvailable("alice")
+        compare(call.operation, "isUserIdAvailable")
+        compare(call.then(answered("done"), answered("failed")), call)
+        verify(client.busy)
+        verify(!call.finished)
+        compare(told.length, 0)
+        tryVerify(() => told.length === 1)
+        compare(told[0][0], "done")
+        compare(told[0][1].available, false)
+        verify(told[0][1].suggestions.length > 0)
+        verify(call.finished)
+        verify(!call.cancelled)
+        compare(call.result.available, false)
+        compare(call.failure.status, 0)
+    }
+
+    function test_aFailureSaysWhatIsKnownOfIt() {
+        client.isUserIdAvailable("admin").then(answered("done"), answered("failed"))
+        tryVerify(() => told.length === 1)
+        compare(told[0][0], "failed")
+        const failure = told[0][1]
+        compare(failure.status, Status.ErrorUserNameReserved)
+        compare(failure.field, "userName")
+        compare(failure.retryable, false)
+        verify(failure.text.length > 10)
+    }
+
+    function test_aFinishedCallCanStillBeAsked() {
+        const call = client.isUserIdAvailable("dora")
+        tryVerify(() => call.finished)
+        call.then(answered("done"))
+        compare(told.length, 0)
+        tryVerify(() => told.length === 1)
+        compare(told[0][1].available, true)
+    }
+
+    function test_aCancelledCallTellsNobody() {
+        const call = client.isUserIdAvailable("erin")
+        call.then(answered("done"), answered("failed"))
+        call.cancel()
+        verify(call.finished)
+        verify(call.cancelled)
+        verify(!client.busy)
+        call.then(answered("done"), answered("failed"))
+        // What comes after it has come, so it would have come, too.
+        const next = client.isUserIdAvailable("frank")
+        tryVerify(() => next.finished)
+        compare(told.length, 0)
+    }
+
+    function test_aFinishedCallCanBeKeptBack() {
+        const call = client.isUserIdAvailable("gina")
+        call.then(() => { told.push("first"); call.cancel() })
+        call.then(answered("second"))
+        tryVerify(() => told.length > 0)
+        const next = client.isUserIdAvailable("henry")
+        tryVerify(() => next.finished)
+        compare(told, ["first"])
+        verify(!call.cancelled)
+    }
+
+    function test_nobodyHasToKeepACall() {
+        for (let i = 0; i < 5; ++i)
+            client.isUserIdAvailable("keep" + i).then(answered("done"))
+        gc()
+        tryVerify(() => told.length === 5)
+        gc()
+    }
+
+    function test_nothingIsToldAPageThatIsGone() {
+        const shown = page.createObject(test)
+        const call = client.isUserIdAvailable("ivy")
+        call.then(answered("page"), answered("page"), shown)
+        call.then(answered("client"))
+        shown.destroy()
+        tryVerify(() => told.length === 1)
+        compare(told[0][0], "client")
+    }
+
+    function test_nothingIsToldWithoutItsClient() {
+        const brief = another.createObject(test)
+        const call = brief.retrieveCountryCode()
+        call.then(answered("done"), answered("failed"))
+        brief.destroy()
+        tryVerify(() => call.finished)
+        verify(call.cancelled)
+        const next = client.isUserIdAvailable("jack")
+        tryVerify(() => next.finished)
+        compare(told.length, 0)
+    }
+
+    function test_aFunctionThatFailsIsWarnedOfAndTheOthersAreCalled() {
+        ignoreWarning(/tst_client\.qml:\d+: Error: out of order/)
+        const call = client.isUserIdAvailable("kate")
+        call.then(() => { throw new Error("out of order") })
+        call.then(answered("second"))
+        tryVerify(() => told.length === 1)
+    }
+
+    function test_valuesOfAnotherTypeAreNoCrash() {
+        const call = client.isUserIdAvailable(undefined)
+        call.then(null, 42)
+        call.then(answered("done"), answered("failed"), null)
+        tryVerify(() => told.length === 1)
+        client.registerAccount({}).then(answered("done"), answered("failed"))
+        tryVerify(() => told.length === 2)
+        compare(told[1][1].status, Status.ErrorInvalidParameter)
+    }
+
+    function test_aRegistrationWarnsOfAPropertyThatItHasNot() {
+        ignoreWarning(/A registration has no property "pasword"/)
+        client.registerAccount({ emailAddress: "a@mail.example", pasword: "x" })
+            .then(answered("done"), answered("failed"))
+        tryVerify(() => told.length === 1)
+        compare(told[0][1].status, Status.ErrorInvalidParameter)
+    }
+
+    function test_secretsCannotBeRead() {
+        compare(client.consumerSecret, "")
+        verify(!JSON.stringify(client).includes("demo-secret"))
+        verify(!String(client).includes("demo-secret"))
+    }
+
+    function test_resultsAreObjects() {
+        const terms = client.retrieveTermsOfService("music", "en", "FI",
+                                                    AccountsClient.TermsFormat.Html)
+        const questions = client.retrieveSecurityQuestionList("fi")
+        const captcha = client.retrieveCaptchaImage(120, 40)
+        const variant = client.queryMarketingVariant()
+        const required = client.isCaptchaRequired()
+        const state = client.isKeLAccountConfigured()
+        tryCompare(client, "busy", false)
+        verify(Object.keys(terms.result.addresses).length > 0)
+        verify(questions.result.questions.length > 1)
+        verify(questions.result.questions[0].text.length > 0)
+        compare(captcha.result.format, "png")
+        verify(captcha.result.bytes.byteLength > 0)
+        verify(captcha.result.width > 0)
+        verify(variant.result.variant >= AccountsClient.ConsentVariant.Implicit)
+        compare(required.result.isRequired, true)
+        compare(state.result.isConfigured, false)
+    }
+}

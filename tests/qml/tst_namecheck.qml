@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+import QtQuick 2.15
+import QtTest 1.15
+import Kel.Accounts 1.0
+
+TestCase {
+    id: test
+
+    name: "NameCheck"
+
+    AccountsClient {
+        id: accounts
+
+        consumerKey: "demo-key"
+        consumerSecret: "demo-secret"
+    }
+
+    Component {
+        id: checks
+
+        NameCheck { client: accounts }
+    }
+
+    property NameCheck check: null
+
+    function init() {
+        check = createTemporaryObject(checks, test)
+    }
+
+    function test_aFreeNameIsAvailable() {
+        compare(check.pause, 250)
+        check.name = "linda"
+        verify(check.checking)
+        verify(!check.checked)
+        tryCompare(check, "checked", true)
+        verify(!check.checking)
+        verify(check.available)
+        compare(check.suggestions, [])
+    }
+
+    function test_aTakenNameHasSuggestionsUntilItChanges() {
+        check.name = "alice"
+        tryCompare(check, "checked", true)
+        verify(!check.available)
+        verify(check.suggestions.length > 0)
+        check.name = "alice1"
+        verify(!check.checked)
+        compare(check.suggestions, [])
+        verify(check.checking)
+    }
+
+    function test_anAddressIsAskedForAsOne_data() {
+        return [
+            { tag: "by its sign", given: "alice@example.org", kind: NameCheck.Kind.Any },
+            { tag: "by its kind", given: "alice", kind: NameCheck.Kind.EmailAddress },
+        ]
+    }
+
+    function test_anAddressIsAskedForAsOne(row) {
+        check.kind = row.kind
+        check.name = row.given
+        // The service wants a service tag for that, which this device has not.
+        tryVerify(() => check.failure.status === Status.ErrorInvalidServiceTag)
+    }
+
+    function test_aNameWithASignIsANameWhenThatIsItsKind() {
+        check.kind = NameCheck.Kind.UserName
+        check.name = "rita@home"
+        tryCompare(check, "available", true)
+        compare(emulator.requestsFor("availability/rita"), 1)
+    }
+
+    function test_onlyTheNameThatStaysIsAskedFor() {
+        for (const typed of ["m", "ma", "mar", "mart", "marta"])
+            check.name = typed
+        tryCompare(check, "checked", true)
+        compare(emulator.requestsFor("/availability/mar"), 1)
+        compare(emulator.requestsFor("/availability/marta"), 1)
+    }
+
+    function test_twoChecksDoNotTakeBackEachOthersQuestions() {
+        const other = createTemporaryObject(checks, test)
+        check.name = "nora"
+        other.name = "alice"
+        tryCompare(check, "checked", true)
+        tryCompare(other, "checked", true)
+        verify(check.available)
+        verify(!other.available)
+    }
+
+    function test_aRefusedNameFails() {
+        check.name = "admin"
+        tryVerify(() => check.failure.status === Status.ErrorUserNameReserved)
+        compare(check.failure.field, "userName")
+        verify(!check.checking)
+        verify(!check.available)
+        check.name = "administrator"
+        compare(check.failure.status, 0)
+    }
+
+    function test_noNameIsNoQuestion() {
+        check.name = "olga"
+        check.name = ""
+        verify(!check.checking)
+        verify(!check.checked)
+        check.check()
+        verify(!check.checking)
+        compare(emulator.requestsFor("/availability/olga"), 0)
+    }
+
+    function test_aLostAnswerFailsAndCanBeAskedAgain() {
+        verify(emulator.order("status=503"))
+        check.name = "petra"
+        tryVerify(() => check.failure.status !== 0)
+        verify(check.failure.retryable)
+        check.check()
+        verify(check.checking)
+        tryCompare(check, "checked", true)
+        compare(check.failure.status, 0)
+    }
+
+    function test_withoutAClientNothingIsAsked() {
+        check.client = null
+        check.name = "quinn"
+        verify(!check.checking)
+        check.check()
+        compare(check.failure.status, Status.ErrorInitializationPending)
+        check.client = accounts
+        verify(check.checking)
+        tryCompare(check, "available", true)
+    }
+}
