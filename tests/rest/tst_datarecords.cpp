@@ -14,57 +14,63 @@ using namespace KelRestHandler;
 
 namespace {
 
+const auto mobile = "+358401234567"_s;
+const auto address = "somebody@mail.example"_s;
+
 ProfileInfoData fullProfile()
 {
+    ProfileInfoFields fields = {"somebody"_s,
+                                "What was your first pet's name?"_s,
+                                "3"_s,
+                                "Rex"_s,
+                                QLocale::Finnish,
+                                "fi"_s,
+                                QLocale::Finland,
+                                "FI"_s,
+                                {1980, 2, 29},
+                                "Jörg"_s,
+                                "Bücher 😀"_s,
+                                GenderFemale,
+                                {"music"_s, QString(), "maps"_s},
+                                {"1000042"_s, mobile, address, true, false},
+                                {false, true},
+                                {}};
+    fields.contacts.mobileContacts = {{mobile, true, false}, {"+358407654321"_s, false, true}};
+    fields.contacts.emailContacts = {{address, true, true}};
     ProfileInfoData profile;
-    profile.userName = "somebody"_s;
-    profile.securityQuestion = "What was your first pet's name?"_s;
-    profile.securityQuestionId = "3"_s;
-    profile.securityAnswer = "Rex"_s;
-    profile.language = QLocale::Finnish;
-    profile.languageAsString = "fi"_s;
-    profile.country = QLocale::Finland;
-    profile.countryAsString = "FI"_s;
-    profile.dateOfBirth = QDate(1980, 2, 29);
-    profile.firstName = "Jörg"_s;
-    profile.lastName = "Bücher 😀"_s;
-    profile.gender = GenderFemale;
-    profile.services = QStringList{"music"_s, QString(), "maps"_s};
-    profile.account.accountId = "1000042"_s;
-    profile.account.mobile = "+358401234567"_s;
-    profile.account.email = "somebody@mail.example"_s;
-    profile.account.emailVerified = true;
-    profile.consent.mobile = true;
-    profile.contacts.mobileContacts = {{"+358401234567"_s, true, false},
-                                       {"+358407654321"_s, false, true}};
-    profile.contacts.emailContacts = {{"somebody@mail.example"_s, true, true}};
+    static_cast<ProfileInfoFields&>(profile) = fields;
     return profile;
 }
 
-RegistrationInfoData fullRegistration()
+template <class... Values>
+QByteArray bytesOf(const Values&... values)
 {
-    RegistrationInfoData data;
-    data.userName = "somebody"_s;
-    data.captchaText = "xk7Qp"_s;
-    data.password = "Secret 1!"_s;
-    data.mobilePhoneNumber = "+358401234567"_s;
-    data.emailAddress = "jörg@bücher.example"_s;
-    data.securityQuestion = "3"_s;
-    data.securityAnswer = "Rex"_s;
-    data.dateOfBirth = QDate(1980, 2, 9);
-    data.firstName = "Jörg"_s;
-    data.lastName = "Bücher"_s;
-    data.countryAsString = "FI"_s;
-    data.reservedNumber = -7;
-    data.reservedFlag2 = true;
-    data.languageAsString = "fi"_s;
-    data.language = QLocale::Swedish;
-    data.country = QLocale::Sweden;
-    data.reservedNumber2 = 9;
-    data.marketingInfoOnEmail = true;
-    data.captchaId = "captcha-9"_s;
-    data.serviceTag = "tag\x00\xff"_ba;
-    return data;
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    (stream << ... << values);
+    return bytes;
+}
+
+template <class... Values>
+QByteArray blockOf(const Values&... values)
+{
+    const QByteArray bytes = bytesOf(values...);
+    return bytesOf(qint32(bytes.size())) + bytes;
+}
+
+// Those of the full profile.
+QByteArray contactsBytes()
+{
+    return bytesOf(2) + blockOf(mobile, true, false) + blockOf("+358407654321"_s, false, true) +
+           bytesOf(1) + blockOf(address, true, true);
+}
+
+QByteArray registrationBytes()
+{
+    return bytesOf("somebody"_s, "xk7Qp"_s, "Secret 1!"_s, mobile, "jörg@bücher.example"_s, "3"_s,
+                   "Rex"_s, QDate(1980, 2, 9), "Jörg"_s, "Bücher"_s, "FI"_s, -7, false, true,
+                   "fi"_s, int(QLocale::Swedish), int(QLocale::Sweden), 9, false, true,
+                   "captcha-9"_s, "tag\x00\xff"_ba);
 }
 
 QByteArray serialized(const ProfileInfoData& profile)
@@ -72,21 +78,6 @@ QByteArray serialized(const ProfileInfoData& profile)
     QByteArray bytes("what was there before");
     profile.serialize(bytes);
     return bytes;
-}
-
-template <class Value>
-Value take(QDataStream& stream)
-{
-    Value value{};
-    stream >> value;
-    return value;
-}
-
-QByteArray takeBlock(QDataStream& stream)
-{
-    QByteArray block(take<qint32>(stream), '\0');
-    stream.readRawData(block.data(), block.size());
-    return block;
 }
 
 // The same bytes with a 32-bit number in one place, as QDataStream writes it.
@@ -97,29 +88,14 @@ QByteArray withNumber(QByteArray bytes, int position, quint32 number)
     return bytes;
 }
 
-void compareProfiles(const ProfileInfoFields& a, const ProfileInfoFields& b)
+auto fieldsOf(const ProfileInfoFields& a)
 {
-    QCOMPARE(a.userName, b.userName);
-    QCOMPARE(a.securityQuestion, b.securityQuestion);
-    QCOMPARE(a.securityQuestionId, b.securityQuestionId);
-    QCOMPARE(a.securityAnswer, b.securityAnswer);
-    QCOMPARE(a.language, b.language);
-    QCOMPARE(a.languageAsString, b.languageAsString);
-    QCOMPARE(a.country, b.country);
-    QCOMPARE(a.countryAsString, b.countryAsString);
-    QCOMPARE(a.dateOfBirth, b.dateOfBirth);
-    QCOMPARE(a.firstName, b.firstName);
-    QCOMPARE(a.lastName, b.lastName);
-    QCOMPARE(a.gender, b.gender);
-    QCOMPARE(a.services, b.services);
-    QCOMPARE(a.account.accountId, b.account.accountId);
-    QCOMPARE(a.account.mobile, b.account.mobile);
-    QCOMPARE(a.account.email, b.account.email);
-    QCOMPARE(a.account.emailVerified, b.account.emailVerified);
-    QCOMPARE(a.account.mobileVerified, b.account.mobileVerified);
-    QCOMPARE(a.consent.email, b.consent.email);
-    QCOMPARE(a.consent.mobile, b.consent.mobile);
-    QCOMPARE(a.contacts.serialize(), b.contacts.serialize());
+    return std::make_tuple(a.userName, a.securityQuestion, a.securityQuestionId, a.securityAnswer,
+                           a.language, a.languageAsString, a.country, a.countryAsString,
+                           a.dateOfBirth, a.firstName, a.lastName, a.gender, a.services,
+                           a.account.accountId, a.account.mobile, a.account.email,
+                           a.account.emailVerified, a.account.mobileVerified, a.consent.email,
+                           a.consent.mobile, a.contacts.serialize());
 }
 
 } // namespace
@@ -179,7 +155,7 @@ private Q_SLOTS:
         const RequestInfoData info;
         QCOMPARE(info.statusCode, 0);
         QVERIFY(info.errorText.isEmpty());
-        compareProfiles(ProfileInfoData(), ProfileInfoFields());
+        QVERIFY(fieldsOf(ProfileInfoData()) == fieldsOf(ProfileInfoFields()));
     }
 
     void aResponseIsCopiedWithEveryRecord()
@@ -197,15 +173,16 @@ private Q_SLOTS:
         QCOMPARE(copy.status, 422);
         QCOMPARE(copy.requestId, 17);
         QCOMPARE(copy.userName, "somebody"_s);
-        compareProfiles(copy.profile, fullProfile());
+        QVERIFY(fieldsOf(copy.profile) == fieldsOf(fullProfile()));
     }
 
     void aProfileComesBackAsItWasWritten()
     {
-        compareProfiles(ProfileInfoData(serialized(fullProfile())), fullProfile());
-        compareProfiles(ProfileInfoData(serialized(ProfileInfoData())), ProfileInfoData());
+        QVERIFY(fieldsOf(ProfileInfoData(serialized(fullProfile()))) == fieldsOf(fullProfile()));
+        QVERIFY(fieldsOf(ProfileInfoData(serialized(ProfileInfoData()))) ==
+                fieldsOf(ProfileInfoData()));
         const ProfileInfo wrapped(fullProfile());
-        compareProfiles(ProfileInfoData(wrapped.serialize()), fullProfile());
+        QVERIFY(fieldsOf(ProfileInfoData(wrapped.serialize())) == fieldsOf(fullProfile()));
         QCOMPARE(ProfileInfo(wrapped.serialize()).serialize(), wrapped.serialize());
     }
 
@@ -242,18 +219,13 @@ private Q_SLOTS:
     // As it was written before, and as a plugin may write it that knows one text only.
     void theUsualFormOfLanguageAndCountryStays_data()
     {
-        columns<QString, QString, QString>("written", "language", "country");
-        row("both", "fi\x1FXX"_s, "fi"_s, "XX"_s);
-        QTest::newRow("neither") << "\x1F"_s << QString() << QString();
-        row("language", "fi\x1F"_s, "fi"_s, QString());
-        QTest::newRow("country") << "\x1FXX"_s << QString() << "XX"_s;
-        row("a country with the separator", "fi\x1FX\x1FX"_s, "fi"_s, "X\x1FX"_s);
-        row("other control characters",
-            "\x1E\x1D"
-            "0\x1F\x1D"_s,
-            "\x1E\x1D"
-            "0"_s,
-            "\x1D"_s);
+        const auto row = rows<QString, QString, QString>("written", "language", "country");
+        row("both", "fi\x1FXX", "fi", "XX");
+        row("neither", "\x1F", "", "");
+        row("language", "fi\x1F", "fi", "");
+        row("country", "\x1FXX", "", "XX");
+        row("a country with the separator", "fi\x1FX\x1FX", "fi", "X\x1FX");
+        row("other control characters", "\x1E\x1DX\x1F\x1D", "\x1E\x1DX", "\x1D");
     }
     void theUsualFormOfLanguageAndCountryStays()
     {
@@ -263,10 +235,7 @@ private Q_SLOTS:
         profile.setLanguage(language);
         profile.setCountry(country);
         const QByteArray bytes = profile.serialize();
-        QByteArray expected;
-        QDataStream stream(&expected, QIODevice::WriteOnly);
-        stream << written;
-        QVERIFY(bytes.contains(expected));
+        QVERIFY(bytes.contains(bytesOf(written)));
         const ProfileInfo read(bytes);
         QCOMPARE(read.languageAsString(), language);
         QCOMPARE(read.countryAsString(), country);
@@ -274,32 +243,19 @@ private Q_SLOTS:
 
     void aLanguageAloneIsALanguage()
     {
-        QByteArray bytes;
-        QDataStream stream(&bytes, QIODevice::WriteOnly);
-        stream << QString() << QString() << QString() << QDate() << "fi"_s;
-        const ProfileInfo read(bytes);
+        const ProfileInfo read(bytesOf(QString(), QString(), QString(), QDate(), "fi"_s));
         QCOMPARE(read.languageAsString(), "fi"_s);
         QCOMPARE(read.countryAsString(), QString());
     }
 
     void languageAndCountryTextsComeBackApart()
     {
-        const QStringList codes = {QString(),
-                                   "fi"_s,
-                                   "FI"_s,
-                                   "zh_TW"_s,
-                                   "_"_s,
-                                   "a\nb"_s,
-                                   "\x1F"_s,
-                                   "a\x1F"_s,
-                                   "\x1F"
-                                   "b"_s,
-                                   "\x1E"_s,
-                                   "\x1D"_s,
-                                   "\x1D"
-                                   "2\x1F"_s,
-                                   "\x1E\x1F\x1D\x1D"
-                                   "0\x1F\x1E"_s};
+        // With the characters that part and escape them at every place.
+        const QStringList codes =
+            "|fi|FI|zh_TW|_|a\nb|S|aS|Sb|M|E|E2S|MSEE0SM"_s.replace(QLatin1Char('S'), QChar(0x1F))
+                .replace(QLatin1Char('M'), QChar(0x1E))
+                .replace(QLatin1Char('E'), QChar(0x1D))
+                .split(QLatin1Char('|'));
         for (const QString& language : codes) {
             for (const QString& country : codes) {
                 ProfileInfo profile;
@@ -312,77 +268,45 @@ private Q_SLOTS:
         }
     }
 
-    void aProfileIsWrittenInItsSequence()
+    void recordsAreWrittenInTheirSequences()
     {
-        const QByteArray bytes = serialized(fullProfile());
-        QDataStream stream(bytes);
-        QStringList texts;
-        for (int i = 0; i < 3; ++i)
-            texts.append(take<QString>(stream));
-        QCOMPARE(take<QDate>(stream), QDate(1980, 2, 29));
-        for (int i = 0; i < 2; ++i)
-            texts.append(take<QString>(stream));
-        QCOMPARE(take<qint16>(stream), qint16(QLocale::Finnish));
-        QCOMPARE(take<qint16>(stream), qint16(QLocale::Finland));
-        QCOMPARE(take<qint16>(stream), qint16(2));
-        QCOMPARE(take<qint32>(stream), 3);
-        QCOMPARE(take<QString>(stream), "music"_s);
-        QCOMPARE(take<QString>(stream), QString());
-        QCOMPARE(take<QString>(stream), "maps"_s);
-        for (int i = 0; i < 2; ++i)
-            texts.append(take<QString>(stream));
-        for (const char* one :
-             {"somebody", "Jörg", "Bücher 😀", "What was your first pet's name?", "3", "Rex"})
-            QVERIFY2(texts.contains(text(one)), one);
-
-        const QByteArray account = takeBlock(stream);
-        const QByteArray consent = takeBlock(stream);
-        const QByteArray contacts = takeBlock(stream);
-        QVERIFY(stream.atEnd());
-        QCOMPARE(stream.status(), QDataStream::Ok);
-
-        QDataStream accountStream(account);
-        QCOMPARE(take<QString>(accountStream), "1000042"_s);
-        QCOMPARE(take<QString>(accountStream), "+358401234567"_s);
-        QCOMPARE(take<QString>(accountStream), "somebody@mail.example"_s);
-        QCOMPARE(take<bool>(accountStream), true);
-        QCOMPARE(take<bool>(accountStream), false);
-        QVERIFY(accountStream.atEnd());
-
-        QCOMPARE(consent.toHex(), "0001"_ba);
-        checkContacts(contacts);
+        const QByteArray profile =
+            bytesOf("somebody"_s, "Jörg"_s, "Bücher 😀"_s, QDate(1980, 2, 29),
+                    "fi\x1F"
+                    "FI"_s,
+                    "What was your first pet's name?"_s, qint16(QLocale::Finnish),
+                    qint16(QLocale::Finland), qint16(2)) +
+            bytesOf(3, "music"_s, QString(), "maps"_s, "3"_s, "Rex"_s) +
+            blockOf("1000042"_s, mobile, address, true, false) + blockOf(false, true);
+        const QByteArray contacts = contactsBytes();
+        QCOMPARE(serialized(fullProfile()), profile + bytesOf(contacts.size()) + contacts);
+        QCOMPARE(fullProfile().contacts.serialize(), contacts);
     }
 
     void aRegistrationComesBackAsItWasWritten()
     {
-        for (const auto& data : {fullRegistration(), RegistrationInfoData()}) {
-            const QByteArray bytes = serializeRegistration(data);
-            QCOMPARE(serializeRegistration(readRegistration(bytes)), bytes);
-        }
-        const RegistrationInfoData read =
-            readRegistration(serializeRegistration(fullRegistration()));
-        QCOMPARE(read.password, "Secret 1!"_s);
+        const RegistrationInfoData read = readRegistration(registrationBytes());
+        QCOMPARE(serializeRegistration(read), registrationBytes());
+        QCOMPARE(serializeRegistration(readRegistration(serializeRegistration({}))),
+                 serializeRegistration({}));
+        QCOMPARE(QStringList({read.userName, read.captchaText, read.password, read.securityAnswer,
+                              read.countryAsString, read.languageAsString, read.captchaId}),
+                 QStringList({"somebody"_s, "xk7Qp"_s, "Secret 1!"_s, "Rex"_s, "FI"_s, "fi"_s,
+                              "captcha-9"_s}));
         QCOMPARE(read.dateOfBirth, QDate(1980, 2, 9));
         QCOMPARE(read.country, QLocale::Sweden);
-        QCOMPARE(read.serviceTag, fullRegistration().serviceTag);
+        QVERIFY(read.marketingInfoOnEmail && !read.marketingInfoOnMobile);
+        QCOMPARE(read.serviceTag, "tag\x00\xff"_ba);
     }
 
     void contactsComeBackAsTheyWereWritten()
     {
-        checkContacts(fullProfile().contacts.serialize());
-        const ContactsInfo read(fullProfile().contacts.serialize());
-        QCOMPARE(read.mobileContacts.size(), 2);
-        QCOMPARE(read.mobileContacts[0].value, "+358401234567"_s);
-        QVERIFY(read.mobileContacts[0].preferred && !read.mobileContacts[0].verified);
-        QVERIFY(!read.mobileContacts[1].preferred && read.mobileContacts[1].verified);
-        QCOMPARE(read.emailContacts.size(), 1);
-        QCOMPARE(read.emailContacts[0].value, "somebody@mail.example"_s);
-        QVERIFY(read.emailContacts[0].preferred && read.emailContacts[0].verified);
+        QCOMPARE(ContactsInfo(contactsBytes()).serialize(), contactsBytes());
     }
 
     void noBytesGiveAnEmptyRecord()
     {
-        compareProfiles(ProfileInfoData(QByteArray()), ProfileInfoData());
+        QVERIFY(fieldsOf(ProfileInfoData(QByteArray())) == fieldsOf(ProfileInfoData()));
         QVERIFY(ContactsInfo(QByteArray()).mobileContacts.isEmpty());
         QCOMPARE(serializeRegistration(readRegistration({})), serializeRegistration({}));
     }
@@ -405,7 +329,7 @@ private Q_SLOTS:
         QCOMPARE(cut.mobileContacts.size(), 2);
         QCOMPARE(cut.emailContacts.size(), 0);
 
-        const QByteArray registration = serializeRegistration(fullRegistration());
+        const QByteArray registration = registrationBytes();
         for (int length = 0; length < registration.size(); ++length)
             readRegistration(registration.left(length));
         QCOMPARE(readRegistration(registration.chopped(1)).captchaId, "captcha-9"_s);
@@ -425,7 +349,7 @@ private Q_SLOTS:
         QFETCH(quint32, number);
         const QByteArray profile = serialized(fullProfile());
         const QByteArray contacts = fullProfile().contacts.serialize();
-        const QByteArray registration = serializeRegistration(fullRegistration());
+        const QByteArray registration = registrationBytes();
         QElapsedTimer timer;
         timer.start();
         for (int i = 0; i + 4 <= profile.size(); ++i) {
@@ -483,27 +407,6 @@ private Q_SLOTS:
             // What was read is in itself sound: it can be written and read again.
             QCOMPARE(serialized(ProfileInfoData(serialized(read))), serialized(read));
         }
-    }
-
-private:
-    static void checkContacts(const QByteArray& bytes)
-    {
-        QDataStream stream(bytes);
-        QCOMPARE(take<qint32>(stream), 2);
-        const QByteArray first = takeBlock(stream);
-        takeBlock(stream);
-        QCOMPARE(take<qint32>(stream), 1);
-        const QByteArray last = takeBlock(stream);
-        QVERIFY(stream.atEnd());
-
-        QDataStream firstStream(first);
-        QCOMPARE(take<QString>(firstStream), "+358401234567"_s);
-        QCOMPARE(take<bool>(firstStream), true);
-        QCOMPARE(take<bool>(firstStream), false);
-        QVERIFY(firstStream.atEnd());
-        QDataStream lastStream(last);
-        QCOMPARE(take<QString>(lastStream), "somebody@mail.example"_s);
-        QVERIFY(!lastStream.atEnd());
     }
 };
 
