@@ -12,11 +12,11 @@
 #include "rest/request/wiretime.h"
 #include "support/literals.h"
 #include "support/rows.h"
+#include "support/writtentext.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLocale>
-#include <QRegularExpression>
 #include <QUrl>
 
 #include <ctime>
@@ -182,30 +182,6 @@ const QMap<QString, Function>& functions()
     return all;
 }
 
-// {20 x} is so many times x; \n, \r, \t and \u0041 are characters.
-QString read(QString written)
-{
-    static const QRegularExpression repeated("\\{(\\d+) ([^{}]*)\\}"_s);
-    for (auto match = repeated.match(written); match.hasMatch(); match = repeated.match(written))
-        written.replace(match.capturedStart(), match.capturedLength(),
-                        match.captured(2).repeated(match.captured(1).toInt()));
-    static const QRegularExpression escaped("\\\\(?:u([0-9a-f]{4})|([nrt]))"_s);
-    QString result;
-    int end = 0;
-    for (auto matches = escaped.globalMatch(written); matches.hasNext();) {
-        const auto match = matches.next();
-        const QString code = match.captured(1);
-        const QString letter = match.captured(2);
-        result += written.midRef(end, match.capturedStart() - end);
-        result += !code.isEmpty()   ? QChar(code.toUShort(nullptr, 16))
-                  : letter == "n"_s ? QLatin1Char('\n')
-                  : letter == "r"_s ? QLatin1Char('\r')
-                                    : QLatin1Char('\t');
-        end = match.capturedEnd();
-    }
-    return result + written.mid(end);
-}
-
 const char* const zones[] = {"UTC", "Europe/Berlin", "America/Sao_Paulo", "Pacific/Apia"};
 
 } // namespace
@@ -232,7 +208,7 @@ private Q_SLOTS:
                     continue;
                 QVERIFY2(functions().contains(cells.first()), qPrintable(lines.at(at)));
                 for (QString& cell : cells)
-                    cell = read(cell);
+                    cell = KelTest::written(cell);
                 used.insert(cells.first());
                 row(qPrintable("%1:%2 %3"_s.arg(text(name)).arg(at + 1).arg(cells.first())),
                     cells.first(), cells.mid(1, cells.size() - 2), cells.last());

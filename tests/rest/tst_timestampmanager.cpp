@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/request/timestampmanager.h"
 #include "support/literals.h"
+#include "support/rows.h"
 
 #include <QTest>
 
@@ -70,14 +71,6 @@ private Q_SLOTS:
         here->setServerTimeDifference(0);
     }
 
-    void withoutDifferenceItIsTheDevicesClock()
-    {
-        const TimeStampManager manager;
-        QCOMPARE(manager.serverTimeDifference(), 0);
-        VERIFY_IS_NOW_PLUS(manager.toTime_t(), 0);
-        VERIFY_IS_NOW_PLUS(manager.currentServerTime().toSecsSinceEpoch(), 0);
-    }
-
     void aDifferenceShiftsTheClock_data()
     {
         QTest::addColumn<int>("difference");
@@ -114,49 +107,19 @@ private Q_SLOTS:
         }
     }
 
-    void ninetySecondsAheadMakesNinetySecondsDifference()
+    // Of whatever zone, in place of the former, and not once more when it is told again.
+    void aServersTimeMakesTheDifference()
     {
         TimeStampManager manager;
-        manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + 90, Qt::UTC));
-        QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
+        for (const int offset : {90, 5000, -7200, 0, 90}) {
+            for (const int zone : {0, 0, 5 * 3600}) {
+                manager.syncToTime(
+                    QDateTime::fromSecsSinceEpoch(now() + offset, Qt::OffsetFromUTC, zone));
+                QVERIFY2(qAbs(manager.serverTimeDifference() - offset) <= 1,
+                         qPrintable(QString::number(manager.serverTimeDifference())));
+            }
+        }
         VERIFY_IS_NOW_PLUS(manager.timeStamp().toLongLong(), manager.serverTimeDifference());
-    }
-
-    void theSameServerTimeAgainChangesNothing()
-    {
-        TimeStampManager manager;
-        for (int attempt = 0; attempt < 5; ++attempt) {
-            manager.setServerTimeDifference(0);
-            const qint64 started = now();
-            const QDateTime serverTime = QDateTime::fromSecsSinceEpoch(started + 90, Qt::UTC);
-            manager.syncToTime(serverTime);
-            const int once = manager.serverTimeDifference();
-            manager.syncToTime(serverTime);
-            const int twice = manager.serverTimeDifference();
-            if (now() != started)
-                continue; // the device's clock went on meanwhile: ask again
-            QCOMPARE(once, 90);
-            QCOMPARE(twice, 90);
-            return;
-        }
-        QFAIL("The clock ticked during each of five attempts");
-    }
-
-    void theServersZoneDoesNotMatter()
-    {
-        TimeStampManager manager;
-        manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + 90, Qt::OffsetFromUTC, 5 * 3600));
-        QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
-    }
-
-    void aLaterServerTimeReplacesTheFormerDifference()
-    {
-        TimeStampManager manager;
-        for (const int offset : {90, 5000, -7200, 0}) {
-            manager.syncToTime(QDateTime::fromSecsSinceEpoch(now() + offset, Qt::UTC));
-            QVERIFY2(qAbs(manager.serverTimeDifference() - offset) <= 1,
-                     qPrintable(QString::number(manager.serverTimeDifference())));
-        }
     }
 
     void anInvalidTimeChangesNothing()
@@ -170,18 +133,23 @@ private Q_SLOTS:
         QCOMPARE(manager.secsTo(QDateTime()), Q_INT64_C(0));
     }
 
-    void absurdYearsAreClamped()
+    void absurdYearsAreClampedAndTheRightTimeIsReachedAgain_data()
     {
+        columns<int, int>("year", "difference");
+        QTest::newRow("9999") << 9999 << highest;
+        QTest::newRow("100") << 100 << lowest;
+        QTest::newRow("-4000") << -4000 << lowest;
+    }
+    void absurdYearsAreClampedAndTheRightTimeIsReachedAgain()
+    {
+        const auto [year, difference] = fetch<int, int>("year", "difference");
         TimeStampManager manager;
-        manager.syncToTime(inUtc(9999));
-        QCOMPARE(manager.serverTimeDifference(), highest);
-        manager.syncToTime(inUtc(9999));
-        QCOMPARE(manager.serverTimeDifference(), highest);
-        manager.setServerTimeDifference(0);
-        manager.syncToTime(inUtc(100));
-        QCOMPARE(manager.serverTimeDifference(), lowest);
-        manager.syncToTime(inUtc(-4000));
-        QCOMPARE(manager.serverTimeDifference(), lowest);
+        for (int i = 0; i < 2; ++i) {
+            manager.syncToTime(inUtc(year));
+            QCOMPARE(manager.serverTimeDifference(), difference);
+        }
+        manager.syncToTime(QDateTime::fromSecsSinceEpoch(now(), Qt::UTC));
+        QVERIFY(qAbs(manager.serverTimeDifference()) <= 1);
     }
 
     void theTimeStampIsNeverNegative()
@@ -191,17 +159,6 @@ private Q_SLOTS:
         QCOMPARE(manager.toTime_t(), Q_INT64_C(0));
         QCOMPARE(manager.timeStamp(), "0"_s);
         QCOMPARE(manager.currentServerTime().toSecsSinceEpoch(), Q_INT64_C(0));
-    }
-
-    void theRightTimeAfterAnAbsurdOneIsReached()
-    {
-        for (const int year : {9999, -4000}) {
-            TimeStampManager manager;
-            manager.syncToTime(inUtc(year));
-            manager.syncToTime(QDateTime::fromSecsSinceEpoch(now(), Qt::UTC));
-            QVERIFY2(qAbs(manager.serverTimeDifference()) <= 1,
-                     qPrintable(QString::number(manager.serverTimeDifference())));
-        }
     }
 
     void eachServerHasAClockOfItsOwn()
