@@ -15,21 +15,7 @@
 #include <QSignalSpy>
 #include <QTimer>
 
-#include <csignal>
-
 using namespace KelTest;
-
-namespace {
-
-template <class Table>
-void rowsOf(const char* column, const Table& table)
-{
-    QTest::addColumn<int>(column);
-    for (int i = 0; i < table.size(); ++i)
-        QTest::newRow(table.at(i).name) << i;
-}
-
-} // namespace
 
 bool AccountFixture::reset()
 {
@@ -116,25 +102,6 @@ void AccountFixture::letPass(int milliseconds)
     loop.exec();
 }
 
-void AccountFixture::whenAsked(const QString& mechanism, const std::function<void()>& action)
-{
-    auto* const timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, [this, timer, mechanism, action] {
-        if (!mSandbox.mechanisms().contains(mechanism))
-            return;
-        timer->stop();
-        timer->deleteLater();
-        action();
-    });
-    timer->start(5);
-}
-
-bool AccountFixture::killPlugin() const
-{
-    const pid_t plugin = mSandbox.pluginProcessId();
-    return plugin > 1 && ::kill(plugin, SIGKILL) == 0;
-}
-
 bool AccountFixture::setCredentialsReadable(bool readable) const
 {
     const QString database = mSandbox.session().path("credentials/signon.db"_s);
@@ -204,22 +171,14 @@ bool AccountFixture::succeeds(const SetUp& setUp)
 
 void AccountFixture::setUpRows()
 {
-    rowsOf("setUp", facadecalls::setUps());
+    QTest::addColumn<int>("setUp");
+    const auto all = facadecalls::setUps();
+    for (int i = 0; i < all.size(); ++i)
+        QTest::newRow(all.at(i).name) << i;
 }
 
 AccountFixture::SetUp AccountFixture::setUpOfTheRow()
 {
     QFETCH(int, setUp);
     return facadecalls::setUps().at(setUp);
-}
-
-void AccountFixture::operationRows()
-{
-    rowsOf("operation", facadecalls::ofTheSession());
-}
-
-AccountFixture::Operation AccountFixture::operationOfTheRow()
-{
-    QFETCH(int, operation);
-    return facadecalls::ofTheSession().at(operation);
 }

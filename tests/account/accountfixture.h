@@ -11,11 +11,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 
-#include <array>
-#include <functional>
-#include <initializer_list>
 #include <memory>
-#include <tuple>
 
 /// A facade in a sandbox, with a note of each of its signals, and what the daemon and the accounts
 /// database keep for it. The REST layer, the modem and the tag server answer as the test says.
@@ -49,13 +45,6 @@ protected:
     /// Long enough for what should not come.
     static void letPass(int milliseconds);
 
-    /// Runs `action` from the event loop once the plugin has been asked for the mechanism. Works
-    /// while a call waits for the plugin in an event loop of its own.
-    void whenAsked(const QString& mechanism, const std::function<void()>& action);
-
-    /// Kills the process that the last request went to.
-    bool killPlugin() const;
-
     /// Kills the daemon and puts a folder in the place of its database, or takes it away again.
     bool setCredentialsReadable(bool readable) const;
 
@@ -72,23 +61,7 @@ protected:
     /// Whether a set-up of this kind succeeds now, with all that it has to leave behind.
     bool succeeds(const SetUp& setUp);
 
-    /// More columns of a table of set-ups or operations: what follows the name of a row, and
-    /// values.
-    template <class... Values>
-    using Further = std::initializer_list<std::tuple<const char*, Values...>>;
-
     static void setUpRows(); ///< a column "setUp" and a row for each
-    template <class... Values>
-    static void setUpRows(const std::array<const char*, sizeof...(Values)>& names,
-                          Further<Values...> rows)
-    {
-        addRows("setUp", facadecalls::setUps(), names, rows);
-    }
-    /// The same with a column of true or false.
-    static void setUpRows(const char* column, const char* ifTrue, const char* ifFalse)
-    {
-        setUpRows<bool>({column}, {{ifTrue, true}, {ifFalse, false}});
-    }
     static SetUp setUpOfTheRow();
     /// The same, with a facade.
     SetUp setUpWithFacade()
@@ -96,15 +69,6 @@ protected:
         makeFacade();
         return setUpOfTheRow();
     }
-
-    static void operationRows(); ///< a column "operation" and a row for each of the session's
-    template <class... Values>
-    static void operationRows(const std::array<const char*, sizeof...(Values)>& names,
-                              Further<Values...> rows)
-    {
-        addRows("operation", facadecalls::ofTheSession(), names, rows);
-    }
-    static Operation operationOfTheRow();
 
     KelTest::SessionSandbox& mSandbox;
     std::unique_ptr<KelAccounts> mAccounts;
@@ -114,24 +78,6 @@ protected:
     quint32 mCredentials = 0;
 
 private:
-    template <class Table, class... Values>
-    static void addRows(const char* column, const Table& table,
-                        const std::array<const char*, sizeof...(Values)>& names,
-                        Further<Values...> rows)
-    {
-        QTest::addColumn<int>(column);
-        std::size_t next = 0;
-        (QTest::addColumn<Values>(names[next++]), ...);
-        for (int i = 0; i < table.size(); ++i) {
-            for (const auto& row : rows) {
-                QTestData& data = QTest::addRow("%s, %s", table.at(i).name, std::get<0>(row)) << i;
-                std::apply(
-                    [&data](const char*, const Values&... values) { (data << ... << values); },
-                    row);
-            }
-        }
-    }
-
     quint32 mNewestBefore = 0;
 };
 

@@ -158,26 +158,6 @@ private Q_SLOTS:
         QCOMPARE(nextLine(), ensured.arg(1001));
     }
 
-    void whatASetUpReturnedIsValid_data()
-    {
-        setUpRows("configureOnDb", "with a device account", "no device account");
-    }
-    void whatASetUpReturnedIsValid()
-    {
-        QFETCH(bool, configureOnDb);
-        const SetUp setUp = setUpWithFacade();
-        setUp.start(*mAccounts, configureOnDb);
-        QVERIFY(answersOnce());
-        const quint32 id = identities().value(0);
-        QCOMPARE(lines(), QStringList(success(setUp, id)));
-        mSandbox.script({});
-        mAccounts->ensureTokenAvailable(id);
-        QCOMPARE(nextLine(), ensured.arg(0));
-        QCOMPARE(mSandbox.mechanisms(), QStringList("privateMechanism_ensureToken"_s));
-        mAccounts->ensureTokenAvailable(id + 1);
-        QCOMPARE(nextLine(), ensured.arg(1001));
-    }
-
     void credentialsThatAreGoneAreNoSession_data() { setUpRows(); }
     void credentialsThatAreGoneAreNoSession()
     {

@@ -30,15 +30,15 @@ import time
 # Which programs answer for a file, the quickest first; the first line that fits counts.
 RESPONSIBLE = [
     (r"account/texts/", "tst_statustext tst_commonutils"),
-    (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_sessionoperations"),
+    (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_profile"),
     (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_setupstogether "
      "tst_abandonedcalls"),
     (r"account/", "tst_serviceanswers tst_serviceoperations tst_kelaccounts tst_everymethod tst_calls "
-     "tst_abandonedcalls tst_sessionoperations tst_setup tst_setupfailures tst_setupstogether "
+     "tst_abandonedcalls tst_profile tst_sessionoperations tst_setup tst_setupfailures tst_setupstogether "
      "tst_story_signout"),
-    (r"rest/records/", "tst_datarecords tst_msgparser tst_sessionoperations"),
+    (r"rest/records/", "tst_datarecords tst_msgparser tst_profile"),
     (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply "
      "tst_knownanswers"),
     (r"rest/request/serviceaddress", "tst_knownanswers tst_serviceoperations"),

@@ -123,15 +123,6 @@ private:
             return compareAnswers(expected);
         });
         word("answered", [this](const QString& expected) { return compareAnswers(expected); });
-        word("sent", [this](const QString& text) {
-            const QString item = text.section(QLatin1Char(' '), 1);
-            const int number = text.section(QLatin1Char(' '), 0, 0).toInt();
-            return same(mSandbox.requests()
-                            .value(number - 1)
-                            .data.value(item.section(QLatin1Char('='), 0, 0))
-                            .toString(),
-                        item.section(QLatin1Char('='), 1));
-        });
         word("in", [this](const QString& text) {
             mInAnswers[text.section(QLatin1Char(' '), 0, 0)] =
                 prepared(text.section(QLatin1Char(' '), 1));

@@ -110,7 +110,8 @@ private:
         for (int time = 0; time < times && problem.isEmpty(); ++time) {
             const QString values = words.value(in + 1 + time);
             for (int name = 1; name < in; ++name)
-                mValues[words.at(name)] = values.section(QLatin1Char(':'), name - 1, name - 1);
+                mValues[words.at(name)] =
+                    values.section(QLatin1Char(':'), name - 1, name + 1 < in ? name - 1 : -1);
             problem = run(lines);
             if (!problem.isEmpty() && in > 0)
                 problem = "with "_s + values + ": "_s + problem;

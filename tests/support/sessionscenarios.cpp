@@ -4,6 +4,8 @@
 #include <QTimer>
 
 #include <csignal>
+#include <memory>
+#include <utility>
 
 namespace KelTest {
 
@@ -11,19 +13,26 @@ namespace {
 
 const QString hidden = "privateMechanism_"_s;
 
-/// "A=text | B=:17 | C=:list"
+/// "text", or ":17", ":true", ":list" or ":null" of another type.
+QVariant valueOf(QString text)
+{
+    if (!text.startsWith(QLatin1Char(':')))
+        return text.replace("\\n"_s, "\n"_s);
+    if (text == ":true"_s || text == ":false"_s)
+        return text == ":true"_s;
+    if (text == ":list"_s)
+        return QVariantList{1, 0};
+    return text == ":null"_s ? QVariant() : text.mid(1).toInt();
+}
+
+/// "A=text | B=:17"
 QVariantMap dataOf(const QString& text)
 {
     QVariantMap data;
-    const QStringList items = text.split(" | "_s, Qt::SkipEmptyParts);
-    for (const QString& item : items) {
-        QString value = item.section(QLatin1Char('='), 1);
-        data.insert(item.section(QLatin1Char('='), 0, 0),
-                    value == ":list"_s        ? QVariant(QVariantList{1, 0})
-                    : value == ":null"_s      ? QVariant()
-                    : value.startsWith(":"_s) ? QVariant(value.mid(1).toInt())
-                                              : QVariant(value.replace("\\n"_s, "\n"_s)));
-    }
+    const QStringList items = text.split(QLatin1Char('|'), Qt::SkipEmptyParts);
+    for (const QString& item : items)
+        data.insert(item.section(QLatin1Char('='), 0, 0).trimmed(),
+                    valueOf(item.section(QLatin1Char('='), 1).trimmed()));
     return data;
 }
 
@@ -33,6 +42,7 @@ SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
 {
     word("plugin", [this](const QString& step) { return addPluginStep(step); });
     word("asked", [this](const QString& names) { return compareAsked(names); });
+    word("sent", [this](const QString& text) { return compareSent(text); });
     word("cancelled", [this](const QString& count) {
         return waitUntil([&] { return mSession.cancellations() >= count.toInt(); }) &&
                mSession.cancellations() == count.toInt();
@@ -50,9 +60,14 @@ SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
         timer->start(ms);
         return ms >= 0;
     });
+    word("comes-to-pass",
+         [this](const QString&) { return waitUntil([this] { return mPrepared == 0; }); });
     word("at", [this](const QString& rest) { return prepareForRequest(rest); });
     word("kill", [this](const QString& name) {
-        return name == "daemon"_s ? SessionSandbox::killDaemon() : signalProcess(name, SIGKILL);
+        if (name != "daemon"_s)
+            return signalProcess(name, SIGKILL);
+        mStopped = 0;
+        return SessionSandbox::killDaemon();
     });
     word("end", [this](const QString& name) { return signalProcess(name, SIGTERM); });
     word("stop", [this](const QString& name) { return signalProcess(name, SIGSTOP); });
@@ -101,7 +116,9 @@ QString SessionScenarios::whichHolds(const QString& scenarios)
 std::function<void()> SessionScenarios::prepared(const QString& steps)
 {
     ++mPrepared;
-    return [this, steps] {
+    return [this, steps, isDone = std::make_shared<bool>(false)] {
+        if (std::exchange(*isDone, true))
+            return;
         --mPrepared;
         const QString problem = run(steps.split("; "_s));
         if (mProblemLater.isEmpty())
@@ -168,6 +185,19 @@ QString SessionScenarios::compareAsked(const QString& names)
     QStringList asked = mSession.mechanisms();
     return same(asked.replaceInStrings(hidden, QString()).join(QLatin1Char(' ')),
                 expected.join(QLatin1Char(' ')));
+}
+
+/// "2 KEY=value" of the second request.
+QString SessionScenarios::compareSent(const QString& text)
+{
+    const QString item = text.section(QLatin1Char(' '), 1);
+    const QVariant expected = valueOf(item.section(QLatin1Char('='), 1));
+    const QVariant sent = mSession.requests()
+                              .value(text.section(QLatin1Char(' '), 0, 0).toInt() - 1)
+                              .data.value(item.section(QLatin1Char('='), 0, 0));
+    return sent == expected && sent.userType() == expected.userType()
+               ? QString()
+               : "it is "_s + sent.toString();
 }
 
 bool SessionScenarios::signalProcess(const QString& name, int signal)

@@ -49,9 +49,12 @@ protected:
         };
     }
 
-    /// Steps for later, parted by "; ", as what the returned function does. A scenario has to come
-    /// to all that it prepares.
+    /// Steps for later, parted by "; ", as what the returned function does when it is called first.
+    /// A scenario has to come to all that it prepares.
     std::function<void()> prepared(const QString& steps);
+
+    /// The plugin does as it ever does; what it was asked is still there.
+    void forgetPlugin() { mSteps.clear(); }
 
     /// "initialise" and "close" as they are, "ensureToken" for "privateMechanism_ensureToken".
     static QString mechanismOf(const QString& name);
@@ -64,6 +67,7 @@ private:
     bool addPluginStep(const QString& text);
     bool prepareForRequest(const QString& text);
     QString compareAsked(const QString& names);
+    QString compareSent(const QString& text);
     bool signalProcess(const QString& name, int signal);
     bool change(const QString& what);
 

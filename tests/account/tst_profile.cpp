@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The operations of a user who is signed in, between the application and the plugin.
+// The profile that the plugin downloads, as the application gets it, and the record that it is sent
+// for a question.
 #include "account/accountfixture.h"
 #include "account/kelaccountsprivate.h"
 #include "rest/records/profileinfodata.h"
@@ -13,7 +14,6 @@
 #include <QSignalSpy>
 
 using namespace KelTest;
-using facadecalls::line;
 using KelAccount::KelAccounts;
 using KelAccount::KelAccountsPrivate;
 using KelAccount::ProfileInfo;
@@ -21,7 +21,6 @@ using KelRestHandler::ProfileInfoData;
 
 namespace {
 
-const QString initialise = "initialise"_s;
 const QString downloadProfile = "privateMechanism_downloadProfile"_s;
 
 QVariantMap answerWith(const ProfileInfoData& profile)
@@ -54,7 +53,7 @@ ProfileInfoData completeProfile()
 
 } // namespace
 
-class TestSessionOperations : public AccountFixture
+class TestProfile : public AccountFixture
 {
     Q_OBJECT
 
@@ -64,46 +63,6 @@ public:
 private Q_SLOTS:
     void init() { QVERIFY(resetForSignedInUser()); }
     void cleanup() { endFacade(); }
-
-    void theAnswerIsRelayedOnce_data()
-    {
-        operationRows<int>({"status"}, {{"0", 0}, {"504", 504}, {"512", 512}, {"614", 614}});
-    }
-    void theAnswerIsRelayedOnce()
-    {
-        QFETCH(int, status);
-        const Operation operation = operationOfTheRow();
-        mSandbox.script({{text(operation.mechanism),
-                          status ? PluginStep::Err : PluginStep::Answer,
-                          {},
-                          status}});
-        operation.call(*mAccounts);
-        QCOMPARE(lines(), QStringList());
-        COMPARE_ANSWER(line(operation.answer, status));
-        QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, text(operation.mechanism)}));
-        // Of the active account's identity, by the daemon.
-        QCOMPARE(lastData().value("UserName"_s).toString(), "earlier"_s);
-        QCOMPARE(lastData().value("ConsumerKey"_s).toString(), "the-consumer-key"_s);
-        // The session is open: it is not initialised again.
-        operation.call(*mAccounts);
-        QVERIFY(answersOnce(2));
-        QCOMPARE(mSandbox.mechanisms(),
-                 QStringList({initialise, text(operation.mechanism), text(operation.mechanism)}));
-        QCOMPARE(identities(), QList<quint32>({mCredentials}));
-    }
-
-    void thePluginReceivesTheArguments()
-    {
-        mAccounts->changePassword("the old öne"_s, "the new one"_s);
-        QVERIFY(answersOnce(1));
-        QCOMPARE(lastData().value("OldPassword"_s).toString(), "the old öne"_s);
-        QCOMPARE(lastData().value("NewPassword"_s).toString(), "the new one"_s);
-        mAccounts->userIdUpdate("näme"_s);
-        QVERIFY(answersOnce(2));
-        QCOMPARE(lastData().value("NewUserName"_s).toString(), "näme"_s);
-        for (const char* manual : {"OldPassword", "NewPassword"})
-            QVERIFY(!lastData().contains(text(manual)));
-    }
 
     void theSecurityQuestionArrivesWithItsAnswer()
     {
@@ -223,59 +182,6 @@ private Q_SLOTS:
         QCOMPARE(second->userName(), QString());
     }
 
-    void severalCallsAreAnsweredInTheirOrder()
-    {
-        const QString setUserId = "setUserId"_s;
-        mSandbox.script(
-            {{setUserId, PluginStep::Answer, {}, 0, 100}, {setUserId, PluginStep::Err, {}, 608}});
-        QStringList expected;
-        QStringList asked{initialise};
-        for (int round = 0; round < 2; ++round) {
-            for (const Operation& operation : facadecalls::ofTheSession()) {
-                operation.call(*mAccounts);
-                const bool fails = round == 1 && text(operation.mechanism) == setUserId;
-                expected.append(line(operation.answer, fails ? 608 : 0));
-                asked.append(text(operation.mechanism));
-            }
-        }
-        QVERIFY(answersOnce(10));
-        QCOMPARE(lines(), expected);
-        QCOMPARE(mSandbox.mechanisms(), asked);
-    }
-
-    void callsMadeWhileTheSessionIsOpenedComeAfterwards()
-    {
-        mSandbox.script({{initialise, PluginStep::Answer, {}, 0, 200}});
-        QStringList inTheWait;
-        whenAsked(initialise, [&] {
-            mAccounts->ensureTokenAvailable(0);
-            mAccounts->userIdUpdate(QString());
-            mAccounts->close();
-            inTheWait = lines();
-        });
-        mAccounts->downloadProfile();
-        QVERIFY(answersOnce(4));
-        QCOMPARE(inTheWait, QStringList("closeResponse(0)"_s));
-        // The refusal waits for nobody. The call that opens the session is the last to be sent.
-        QCOMPARE(lines(), QStringList({"closeResponse(0)"_s, "userIdUpdateResponse(1001)"_s,
-                                       "ensureTokenAvailableResponse(0)"_s,
-                                       "downloadProfileResponse(0, profile)"_s}));
-        QCOMPARE(mSandbox.mechanisms(), QStringList({initialise, "privateMechanism_ensureToken"_s,
-                                                     "close"_s, downloadProfile}));
-    }
-
-    void closeTellsThePluginAndAnswersAtOnce()
-    {
-        mAccounts->ensureTokenAvailable(0);
-        QVERIFY(answersOnce());
-        mSandbox.script({{"close"_s, PluginStep::Err, {}, 605}});
-        mAccounts->close();
-        QCOMPARE(lines().last(), "closeResponse(0)"_s);
-        QVERIFY(mSandbox.waitForRequests(1));
-        QVERIFY(answersOnce(2)); // what the plugin says to it is nobody's
-        QCOMPARE(mSandbox.mechanisms(), QStringList("close"_s));
-    }
-
 private:
     QVariantMap lastData() const { return mSandbox.requests().last().data; }
 
@@ -291,5 +197,5 @@ private:
     }
 };
 
-KEL_TEST_IN_SESSION(TestSessionOperations)
-#include "tst_sessionoperations.moc"
+KEL_TEST_IN_SESSION(TestProfile)
+#include "tst_profile.moc"
