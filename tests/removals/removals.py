@@ -33,11 +33,11 @@ RESPONSIBLE = [
     (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_profile"),
     (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
-     "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_setupstogether "
-     "tst_abandonedcalls"),
+     "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_accountsdatabase "
+     "tst_setupstogether tst_abandonedcalls"),
     (r"account/", "tst_serviceanswers tst_serviceoperations tst_kelaccounts tst_everymethod tst_calls "
-     "tst_abandonedcalls tst_profile tst_sessionoperations tst_setup tst_setupfailures tst_setupstogether "
-     "tst_story_signout"),
+     "tst_abandonedcalls tst_profile tst_sessionoperations tst_registering tst_setup "
+     "tst_setupfailures tst_setupstogether tst_story_signout"),
     (r"rest/records/", "tst_datarecords tst_msgparser tst_profile"),
     (r"rest/reply/", "tst_msgparser tst_operationcoverage tst_dispatch tst_receivedreply "
      "tst_knownanswers"),
@@ -51,6 +51,9 @@ RESPONSIBLE = [
     (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
      "tst_requestcreation tst_requesthandler"),
 ]
+# Tests that have a program in common.
+PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_sessionoperations tst_setup "
+                         "tst_setupfailures".split(), "tst_facade_scenarios")
 # Programs that no busy machine makes fail.
 STEADY = set("tst_accountsetup tst_captchapicture tst_captchawithoutgui tst_clientidentification "
              "tst_commonutils tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
@@ -253,7 +256,8 @@ def run(command, environment, removed):
 
 
 def build(folder, names):
-    return subprocess.run(["ninja", "-k", "0", "-C", folder, *names], stdout=subprocess.PIPE,
+    targets = {PROGRAMS.get(name, name) for name in names}
+    return subprocess.run(["ninja", "-k", "0", "-C", folder, *targets], stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True)
 
 
