@@ -73,116 +73,75 @@ QByteArray tag()
     return "tag-0123"_ba;
 }
 
-const QVector<Body>& bodies()
+QVector<Body> bodies()
 {
-    static const QVector<Body> written = {
+    using M = MsgCreator;
+    return {
         {"signin/user-name",
-         [] {
-             return MsgCreator::xmlTokenCreation("somebody"_s, password,
-                                                 "2012-03-04T05:06:07.089Z"_s);
-         }},
+         M::xmlTokenCreation("somebody"_s, password, "2012-03-04T05:06:07.089Z"_s)},
         {"signin/international-address",
-         [] { return MsgCreator::xmlTokenCreation(internationalAddress, password, QString()); }},
-        {"captcha/picture-size", [] { return MsgCreator::xmlCaptchaCreation(320, 80); }},
-        {"captcha/no-size", [] { return MsgCreator::xmlCaptchaCreation(0, 0); }},
-        {"preaccount/whole-device",
-         [] { return MsgCreator::xmlDetectPreAccount(imei, mcc, mnc, msin()); }},
-        {"preaccount/nothing-known",
-         [] { return MsgCreator::xmlDetectPreAccount({}, {}, {}, {}); }},
-        {"consentvariant/whole-device",
-         [] {
-             return MsgCreator::xmlConsentQueryVariant("not written"_s, imei, mcc, mnc,
-                                                       "qZk+NkcGgWq6PiVxeFDCbJzQ2J0=");
-         }},
-        {"consentvariant/nothing-known",
-         [] { return MsgCreator::xmlConsentQueryVariant({}, {}, {}, {}, {}); }},
-        {"deviceinfo/with-pre-account",
-         [] { return MsgCreator::xmlUpdateDeviceInfo("pre-17"_s, imei, mcc, mnc, msin()); }},
-        {"deviceinfo/nothing-known",
-         [] { return MsgCreator::xmlUpdateDeviceInfo({}, {}, {}, {}, {}); }},
+         M::xmlTokenCreation(internationalAddress, password, QString())},
+        {"captcha/picture-size", M::xmlCaptchaCreation(320, 80)},
+        {"captcha/no-size", M::xmlCaptchaCreation(0, 0)},
+        {"preaccount/whole-device", M::xmlDetectPreAccount(imei, mcc, mnc, msin())},
+        {"preaccount/nothing-known", M::xmlDetectPreAccount({}, {}, {}, {})},
+        {"consentvariant/whole-device", M::xmlConsentQueryVariant("not written"_s, imei, mcc, mnc,
+                                                                  "qZk+NkcGgWq6PiVxeFDCbJzQ2J0=")},
+        {"consentvariant/nothing-known", M::xmlConsentQueryVariant({}, {}, {}, {}, {})},
+        {"deviceinfo/with-pre-account", M::xmlUpdateDeviceInfo("pre-17"_s, imei, mcc, mnc, msin())},
+        {"deviceinfo/nothing-known", M::xmlUpdateDeviceInfo({}, {}, {}, {}, {})},
         {"emailavailability/with-service-tag",
-         [] { return MsgCreator::xmlEmailAvailability("somebody@mail.example"_s, tag()); }},
+         M::xmlEmailAvailability("somebody@mail.example"_s, tag())},
         {"emailavailability/without-service-tag",
-         [] { return MsgCreator::xmlEmailAvailability(internationalAddress, {}); }},
-        {"registration/everything",
-         [] { return MsgCreator::xmlRegistration(fullRegistration(), captchaId, tag()); }},
-        {"registration/nothing", [] { return MsgCreator::xmlRegistration({}, captchaId, {}); }},
+         M::xmlEmailAvailability(internationalAddress, {})},
+        {"registration/everything", M::xmlRegistration(fullRegistration(), captchaId, tag())},
+        {"registration/nothing", M::xmlRegistration({}, captchaId, {})},
         {"registration/service-tag",
-         [] {
-             return MsgCreator::xmlRegistration(registrationWithEnumerations(), captchaId, tag());
-         }},
+         M::xmlRegistration(registrationWithEnumerations(), captchaId, tag())},
         {"registration/captcha-without-id",
-         [] { return MsgCreator::xmlRegistration(registrationWithCaptchaText(), {}, tag()); }},
+         M::xmlRegistration(registrationWithCaptchaText(), {}, tag())},
         {"registration/markup-in-values",
-         [] { return MsgCreator::xmlRegistration(registrationWithMarkup(), "a&b"_s, {}); }},
+         M::xmlRegistration(registrationWithMarkup(), "a&b"_s, {})},
         {"phoneactivation/everything",
-         [] {
-             return MsgCreator::xmlPreRegistration(imei, mcc, mnc, msin(), captchaId,
-                                                   fullRegistration(), tag());
-         }},
+         M::xmlPreRegistration(imei, mcc, mnc, msin(), captchaId, fullRegistration(), tag())},
         {"phoneactivation/service-tag",
-         [] { return MsgCreator::xmlPreRegistration({}, {}, {}, {}, captchaId, {}, tag()); }},
-        {"phoneactivation/nothing",
-         [] { return MsgCreator::xmlPreRegistration({}, {}, {}, {}, captchaId, {}, {}); }},
-        {"profileupdate/everything", [] { return MsgCreator::xmlUpdateProfile(fullProfile()); }},
-        {"profileupdate/nothing", [] { return MsgCreator::xmlUpdateProfile(ProfileInfo()); }},
+         M::xmlPreRegistration({}, {}, {}, {}, captchaId, {}, tag())},
+        {"phoneactivation/nothing", M::xmlPreRegistration({}, {}, {}, {}, captchaId, {}, {})},
+        {"profileupdate/everything", M::xmlUpdateProfile(fullProfile())},
+        {"profileupdate/nothing", M::xmlUpdateProfile(ProfileInfo())},
         {"profileupdate/enumerated-language-and-country",
-         [] { return MsgCreator::xmlUpdateProfile(profileWithEnumerations()); }},
-        {"profileupdate/other-gender",
-         [] { return MsgCreator::xmlUpdateProfile(profileWithGender(3)); }},
+         M::xmlUpdateProfile(profileWithEnumerations())},
+        {"profileupdate/other-gender", M::xmlUpdateProfile(profileWithGender(3))},
         {"securityquestionupdate/question-and-answer",
-         [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("3", "Rex")); }},
+         M::xmlUpdateSecurityQuestion(profileWithQuestion("3", "Rex"))},
         {"securityquestionupdate/question-only",
-         [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("3", "")); }},
+         M::xmlUpdateSecurityQuestion(profileWithQuestion("3", ""))},
         {"securityquestionupdate/answer-only",
-         [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("", "Rex")); }},
+         M::xmlUpdateSecurityQuestion(profileWithQuestion("", "Rex"))},
         {"securityquestionupdate/nothing",
-         [] { return MsgCreator::xmlUpdateSecurityQuestion(profileWithQuestion("", "")); }},
-        {"usernameupdate/new-name", [] { return MsgCreator::xmlUpdateUserName("newname"_s); }},
-        {"usernameupdate/no-name", [] { return MsgCreator::xmlUpdateUserName({}); }},
-        {"passwordchange/new-password", [] { return MsgCreator::xmlChangePassword(password); }},
+         M::xmlUpdateSecurityQuestion(profileWithQuestion("", ""))},
+        {"usernameupdate/new-name", M::xmlUpdateUserName("newname"_s)},
+        {"usernameupdate/no-name", M::xmlUpdateUserName({})},
+        {"passwordchange/new-password", M::xmlChangePassword(password)},
         {"passwordreset/token-password-answer",
-         [] { return MsgCreator::xmlChangePasswordRequest("reset-token-5"_s, password, "Rex"_s); }},
-        {"passwordreset/nothing", [] { return MsgCreator::xmlChangePasswordRequest({}, {}, {}); }},
+         M::xmlChangePasswordRequest("reset-token-5"_s, password, "Rex"_s)},
+        {"passwordreset/nothing", M::xmlChangePasswordRequest({}, {}, {})},
         {"recoverymessage/captcha-and-message",
-         [] {
-             return MsgCreator::xmlSimpleResetMessage(captchaId, imageText, true, message,
-                                                      returnUrl, tag());
-         }},
+         M::xmlSimpleResetMessage(captchaId, imageText, true, message, returnUrl, tag())},
         {"recoverymessage/service-tag-and-message",
-         [] { return MsgCreator::xmlSimpleResetMessage(captchaId, {}, true, message, {}, tag()); }},
+         M::xmlSimpleResetMessage(captchaId, {}, true, message, {}, tag())},
         {"recoverymessage/empty-message",
-         [] { return MsgCreator::xmlSimpleResetMessage(captchaId, {}, true, {}, returnUrl, {}); }},
+         M::xmlSimpleResetMessage(captchaId, {}, true, {}, returnUrl, {})},
         {"recoverymessage/plain-token",
-         [] {
-             return MsgCreator::xmlSimpleResetMessage({}, imageText, false, message, returnUrl,
-                                                      tag());
-         }},
-        {"contactsupdate/three-contacts",
-         [] { return MsgCreator::xmlContactsInfoUpdate(threeContacts()); }},
-        {"contactsupdate/no-contacts", [] { return MsgCreator::xmlContactsInfoUpdate({}); }},
-        {"marketingconsent/email-only",
-         [] {
-             return MsgCreator::xmlUpdateMarketingConsent({true, false});
-         }},
-        {"marketingconsent/mobile-only",
-         [] {
-             return MsgCreator::xmlUpdateMarketingConsent({false, true});
-         }},
-        {"termsacceptance/terms-only",
-         [] {
-             return MsgCreator::xmlTermsAcceptance({true, false, false});
-         }},
-        {"termsacceptance/service-terms-only",
-         [] {
-             return MsgCreator::xmlTermsAcceptance({false, true, false});
-         }},
-        {"termsacceptance/privacy-policy-only",
-         [] {
-             return MsgCreator::xmlTermsAcceptance({false, false, true});
-         }},
+         M::xmlSimpleResetMessage({}, imageText, false, message, returnUrl, tag())},
+        {"contactsupdate/three-contacts", M::xmlContactsInfoUpdate(threeContacts())},
+        {"contactsupdate/no-contacts", M::xmlContactsInfoUpdate({})},
+        {"marketingconsent/email-only", M::xmlUpdateMarketingConsent({true, false})},
+        {"marketingconsent/mobile-only", M::xmlUpdateMarketingConsent({false, true})},
+        {"termsacceptance/terms-only", M::xmlTermsAcceptance({true, false, false})},
+        {"termsacceptance/service-terms-only", M::xmlTermsAcceptance({false, true, false})},
+        {"termsacceptance/privacy-policy-only", M::xmlTermsAcceptance({false, false, true})},
     };
-    return written;
 }
 
 } // namespace operations

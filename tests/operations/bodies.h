@@ -5,14 +5,14 @@
 
 namespace operations {
 
-/// A document whose written form stands in data/, with the values that it is made of.
+/// A document whose written form stands in data/, made of the values that this has.
 struct Body
 {
     const char* name;
-    QString (*make)();
+    QString xml; ///< a sign-in's has a nonce of its own each time
 };
 
-const QVector<Body>& bodies();
+QVector<Body> bodies();
 
 QByteArray tag();
 

@@ -114,12 +114,11 @@ QVector<Operation> withoutAccount()
             .says([](const V& v) {
                 return MsgCreator::xmlTokenCreation(v.userName, v.password, timeStamp);
             })
-            .read("signin/everything", expected("signin/everything"), expected("signin/nothing"))
+            .reads("signin/everything", expected("signin/nothing"))
             .carrying<TokenCreationResponse>(&tokenLines)
             .refused(code("accountLocked"), 510),
         row<RefreshToken>("Token request object creation failed", &H::sendTokenRefreshRequest)
-            .read("tokenrefresh/token-only", expected("tokenrefresh/token-only"),
-                  expected("signin/nothing"))
+            .reads("tokenrefresh/token-only", expected("signin/nothing"))
             .carrying<TokenRefreshResponse>(&tokenLines)
             .refused(code("invalidAccessToken"), 500),
         row<RetrieveUserNameAvailability>("Retreive Username request object creation failed",
@@ -138,8 +137,7 @@ QVector<Operation> withoutAccount()
         registration(),
         row<RetrieveSecurityQuestionList>("Security question request object creation failed",
                                           &H::sendRetrieveSecQueListRequest, &V::language)
-            .read("securityquestions/three-questions",
-                  expected("securityquestions/three-questions"))
+            .reads("securityquestions/three-questions")
             .refused(code("illegalRequestMethod"), 501),
         // The same words as for a registration: intended.
         row<RetrievePreAccountInfo>("Register account request object creation failed",
@@ -148,12 +146,12 @@ QVector<Operation> withoutAccount()
                 return MsgCreator::xmlDetectPreAccount(v.device.imei, v.device.mcc, v.device.mnc,
                                                        v.device.hashedMsin);
             })
-            .read("preaccount/known", expected("preaccount/known"), expected("preaccount/nothing"))
+            .reads("preaccount/known", expected("preaccount/nothing"))
             .refused(code("resourceNotFound"), 507),
         row<RetrieveTermsOfService>("TOS request object creation failed",
                                     &H::sendretrieveTOSRequest, &V::serviceId, &V::language,
                                     &V::country, &V::format)
-            .read("termsurls/everything", expected("termsurls/everything"))
+            .reads("termsurls/everything")
             .carrying<TermsUrlsResponse>(
                 [](const TermsUrlsResponse& answer) { return readers::serviceLines(answer.urls); })
             .refused(code("invalidUrl"), 503),
@@ -188,8 +186,7 @@ QVector<Operation> aboutPasswordsAndAvailability()
                                                           v.device.mnc,
                                                           v.device.hashedMsin.toBase64());
             })
-            .read("consentvariant/pre-ticked", expected("consentvariant/pre-ticked"),
-                  expected("consentvariant/unknown"))
+            .reads("consentvariant/pre-ticked", expected("consentvariant/unknown"))
             .refused(code("unknownContentType"), 502),
         row<ResetPassword>("resetPasswordRequest object creation failed",
                            &H::sendResetPasswordRequest, &V::userId, &V::securityToken,
@@ -203,8 +200,7 @@ QVector<Operation> aboutPasswordsAndAvailability()
         row<RetrieveSecurityQuestion>("retrieveSecurityQuestionRequest object creation failed",
                                       &H::sendRetrieveSecurityQuestionRequest, &V::userId,
                                       &V::language)
-            .read("securityquestion/of-a-user", expected("securityquestion/of-a-user"),
-                  expected("securityquestion/nothing"))
+            .reads("securityquestion/of-a-user", expected("securityquestion/nothing"))
             .carrying<SecurityQuestionResponse>([](const SecurityQuestionResponse& answer) {
                 return readers::questionLines(answer.securityQuestion);
             })
@@ -253,7 +249,7 @@ QVector<Operation> withAccount()
         row<RetrieveTermsAcceptance>("retrieveTermsAcceptanceRequest object creation failed",
                                      &H::sendRetrieveTermsAcceptanceRequest, &V::termsId,
                                      &V::language)
-            .read("termsacceptance/mixed", expected("termsacceptance/mixed"), noTerms)
+            .reads("termsacceptance/mixed", noTerms)
             .carrying<TermsAcceptanceStatusResponse>(
                 [](const TermsAcceptanceStatusResponse& answer) {
                     return readers::termsLines(answer.termsInfo);
@@ -266,8 +262,7 @@ QVector<Operation> withAccount()
             .refused(code("userPreregistered"), 509),
         row<DownloadProfile>("downloadProfileRequest object creation failed",
                              &H::sendDownloadProfileRequest, &V::accountId)
-            .read("profiledownload/everything", expected("profiledownload/everything"),
-                  expected("profiledownload/nothing"))
+            .reads("profiledownload/everything", expected("profiledownload/nothing"))
             .carrying<DownloadProfileResponse>([](const DownloadProfileResponse& answer) {
                 return readers::profileLines(answer.userName, answer.profile);
             })
@@ -287,8 +282,7 @@ QVector<Operation> withAccount()
         row<SetUserName>("setUsrNameRequest object creation failed", &H::sendSetUserNameRequest,
                          &V::accountId, &V::newUserName)
             .says([](const V& v) { return MsgCreator::xmlUpdateUserName(v.newUserName); })
-            .read("usernameupdate/new-name", expected("usernameupdate/new-name"),
-                  expected("profiledownload/nothing"))
+            .reads("usernameupdate/new-name", expected("profiledownload/nothing"))
             .refused(code("usernameReserved"), 512),
         row<UpdateDeviceInfo>("SendUpdateDeviceInfoRequest object creation failed",
                               &H::sendUpdateDeviceInfoRequest, &V::accountId)
@@ -317,6 +311,11 @@ Operation Operation::read(const char* replied, const QStringList& carried,
     operation.record = carried;
     operation.nothing = empty;
     return operation;
+}
+
+Operation Operation::reads(const char* replied, const QStringList& empty) const
+{
+    return read(replied, expected(replied), empty);
 }
 
 Operation Operation::refused(const QString& content, int status) const

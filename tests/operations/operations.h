@@ -65,6 +65,8 @@ struct Operation : Facts
     Operation says(std::function<QString(const Values&)> written) const;
     Operation read(const char* replied, const QStringList& carried,
                    const QStringList& empty = {}) const;
+    /// What is recorded of the reply.
+    Operation reads(const char* replied, const QStringList& empty = {}) const;
     Operation refused(const QString& content, int status) const;
     template <class Response>
     Operation carrying(QStringList (*lines)(const Response&)) const

@@ -70,27 +70,19 @@ public:
         createOAuthRequest();
     }
 
-    QString createXMLMessage() override
-    {
-        calls.append("document"_s);
-        return facts.document;
-    }
-    QString getRestURL() override
-    {
-        calls.append("address"_s);
-        return facts.address;
-    }
-    QString getHttpRequestType() override
-    {
-        calls.append("verb"_s);
-        return facts.verb;
-    }
-    bool isTokenRequired() override
-    {
-        calls.append("token required"_s);
-        return facts.tokenRequired;
-    }
+    QString createXMLMessage() override { return say("document", facts.document); }
+    QString getRestURL() override { return say("address", facts.address); }
+    QString getHttpRequestType() override { return say("verb", facts.verb); }
+    bool isTokenRequired() override { return say("token required", facts.tokenRequired); }
 
     OperationFacts facts;
     QStringList& calls;
+
+private:
+    template <class Value>
+    Value say(const char* what, const Value& value)
+    {
+        calls.append(text(what));
+        return value;
+    }
 };

@@ -60,21 +60,6 @@ private Q_SLOTS:
         QTest::qWait(10);
         QCOMPARE(server.connections(), 0);
     }
-
-    void withoutAnOutParameterNotEvenMemoryIsAskedFor()
-    {
-        operations::Values values;
-        RecordingProvider provider;
-        RESTRequestHandler handler;
-        const MessageLog log;
-        outOfMemory = true;
-        for (const Send& row : operations::sends()) {
-            if (row.handsOut)
-                QCOMPARE(row.run({handler, provider, values, QString(), nullptr}), -1);
-        }
-        outOfMemory = false;
-        QCOMPARE(log.all(), QStringList());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestRequestCreation)

@@ -67,13 +67,6 @@ QString documentIn(const QByteArray& form)
 
 const auto unsendable = "C A value cannot stand in the address of its request; nothing is sent"_s;
 
-Reaction silence()
-{
-    Reaction reaction;
-    reaction.end = Reaction::End::Hang;
-    return reaction;
-}
-
 QStringList sorted(QStringList list)
 {
     list.sort();
@@ -278,7 +271,7 @@ private Q_SLOTS:
     {
         NetworkReplyContainer::setGuardMilliseconds(50);
         ScriptedServer server;
-        server.expect(silence());
+        server.expect(Reaction::silence());
         RESTRequestHandler handler;
         QSignalSpy spy(&handler, &RESTRequestHandler::retrieveSecQueListResponse);
         const KeptRequests kept;
@@ -299,7 +292,7 @@ private Q_SLOTS:
         {
             RESTRequestHandler handler;
             for (const Send& row : operations::sends()) {
-                server.expect(silence());
+                server.expect(Reaction::silence());
                 OAuthRequest* request = nullptr;
                 QCOMPARE(row.run({handler, mProvider, mValues, server.base(), &request}), 0);
                 if (request) {

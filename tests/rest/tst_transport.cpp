@@ -27,13 +27,6 @@ namespace {
 
 constexpr int patience = 10000;
 
-Reaction silence()
-{
-    Reaction reaction;
-    reaction.end = Reaction::End::Hang;
-    return reaction;
-}
-
 // A network library that makes no reply.
 class MuteNetworkHandler : public NetworkHandler
 {
@@ -200,7 +193,7 @@ private Q_SLOTS:
         QFETCH(int, milliseconds);
         NetworkReplyContainer::setGuardMilliseconds(milliseconds);
         ScriptedServer server;
-        server.answerBy([](const WireRequest&) { return silence(); });
+        server.answerBy([](const WireRequest&) { return Reaction::silence(); });
         NetworkHandler handler(nullptr);
         QElapsedTimer clock;
         QVector<qint64> ends;
@@ -292,8 +285,9 @@ private Q_SLOTS:
         QFETCH(bool, late);
         NetworkReplyContainer::setGuardMilliseconds(late ? 50 : 60000);
         ScriptedServer server;
-        server.answerBy(
-            [late](const WireRequest&) { return late ? silence() : Reaction::reply(200, ""); });
+        server.answerBy([late](const WireRequest&) {
+            return late ? Reaction::silence() : Reaction::reply(200, "");
+        });
         auto* const handler = new RESTRequestHandler;
         int answers = 0;
         connect(handler, &RESTRequestHandler::emailIdAvailabilityResponse, this, [&] {

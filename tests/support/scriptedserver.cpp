@@ -54,6 +54,13 @@ Reaction Reaction::reply(int status, const QByteArray& body, const QByteArray& e
     return reaction;
 }
 
+Reaction Reaction::silence()
+{
+    Reaction reaction;
+    reaction.end = End::Hang;
+    return reaction;
+}
+
 void ScriptedServer::Listener::incomingConnection(qintptr descriptor)
 {
     if (tls.localCertificate().isNull())

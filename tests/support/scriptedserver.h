@@ -38,6 +38,8 @@ struct Reaction
     /// A complete HTTP reply.
     static Reaction reply(int status, const QByteArray& body,
                           const QByteArray& extraHeaders = QByteArray());
+    /// Nothing is written.
+    static Reaction silence();
 };
 
 /// An HTTP server on loopback that does what the test told it, request by request. It is strict:
