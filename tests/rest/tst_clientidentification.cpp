@@ -28,6 +28,13 @@ QString forwarded(const Headers& headers)
     return headers.value("X-Forwarded-For"_s);
 }
 
+QString agent()
+{
+    return ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s);
+}
+
+const auto acmesAgent = "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s;
+
 std::atomic<int> readings{0};
 
 DeviceDescription acme()
@@ -71,21 +78,17 @@ private Q_SLOTS:
         readings = 0;
         ClientIdentification::setDescriptionReader(&acme);
         QCOMPARE(readings.load(), 0);
-        const auto agent = "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s;
-
         int address = 0;
         ClientIdentification::setAddressReader([&address] {
             return AddressList{QHostAddress(static_cast<quint32>(0x0A000000 + ++address))};
         });
         for (int request = 0; request < 100; ++request)
-            QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s), agent);
+            QCOMPARE(agent(), acmesAgent);
         QCOMPARE(readings.load(), 1);
 
         QString agentElsewhere;
-        std::thread([&] {
-            agentElsewhere = ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s);
-        }).join();
-        QCOMPARE(agentElsewhere, agent);
+        std::thread([&] { agentElsewhere = agent(); }).join();
+        QCOMPARE(agentElsewhere, acmesAgent);
         QCOMPARE(readings.load(), 1);
     }
 
@@ -93,16 +96,13 @@ private Q_SLOTS:
     {
         readings = 0;
         ClientIdentification::setDescriptionReader(&other);
-        QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s),
-                 "QtDE/2.0 (OtherPhone/1)"_s);
+        QCOMPARE(agent(), "QtDE/2.0 (OtherPhone/1)"_s);
         QCOMPARE(readings.load(), 1);
         ClientIdentification::setDescriptionReader(&acme);
-        QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s),
-                 "QtDE/2.0 (AcmeHandset 9/20.2012.32-1)"_s);
+        QCOMPARE(agent(), acmesAgent);
         QCOMPARE(readings.load(), 2);
         ClientIdentification::setDescriptionReader(nullptr);
-        QCOMPARE(ClientIdentification::headers().value("X-Halda-Original-User-Agent"_s),
-                 "QtDE/2.0 (/)"_s);
+        QCOMPARE(agent(), "QtDE/2.0 (/)"_s);
     }
 
     void addressesAreReadForEveryRequest()

@@ -295,31 +295,6 @@ private Q_SLOTS:
         QCOMPARE(answer.serverTime.isValid(), !text.contains("tomorrow"_s));
     }
 
-    void aReplyOfAServerSetsThatServersClockAlone()
-    {
-        auto* const clock = TimeStampManager::getTimeStampManager();
-        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
-        response.setClockOf("a.example"_s);
-        NetworkResponseProcessor processor(nullptr);
-        QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
-        QCOMPARE(clock->serverTimeDifference(), 0);
-        clock->selectServer("a.example"_s);
-        const int offset = clock->serverTimeDifference();
-        clock->selectServer(QString());
-        QVERIFY(offset < -100000000);
-    }
-
-    void aReplyOfNobodySetsNoClock()
-    {
-        HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
-        response.setClockOfNobody();
-        NetworkResponseProcessor processor(nullptr);
-        QCOMPARE(processor.processResponseFromServer(RetrieveUserNameAvailability, &response), 0);
-        QCOMPARE(response.getServerTime(),
-                 QDateTime(QDate(1994, 11, 15), QTime(8, 12, 31), Qt::UTC));
-        QCOMPARE(TimeStampManager::getTimeStampManager()->serverTimeDifference(), 0);
-    }
-
     void aNullReplyIsRejectedSilently()
     {
         NetworkResponseProcessor processor(nullptr);

@@ -267,22 +267,6 @@ private Q_SLOTS:
         QCOMPARE(answers.names(), QStringList());
     }
 
-    void aKeptRequestDiesWithItsTimeOut()
-    {
-        NetworkReplyContainer::setGuardMilliseconds(50);
-        ScriptedServer server;
-        server.expect(Reaction::silence());
-        RESTRequestHandler handler;
-        QSignalSpy spy(&handler, &RESTRequestHandler::retrieveSecQueListResponse);
-        const KeptRequests kept;
-        QCOMPARE(handler.sendRetrieveSecQueListRequest(mProvider, "fi"_s, operations::consumerKey,
-                                                       server.base()),
-                 0);
-        QVERIFY(spy.wait(patience));
-        QCOMPARE(spy.first().at(0).toInt(), 404);
-        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
-    }
-
     void theHandlerMayDieWithEverythingUnderWay()
     {
         ScriptedServer server;

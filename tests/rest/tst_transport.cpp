@@ -14,7 +14,6 @@
 #include "support/rows.h"
 #include "support/testauthority.h"
 
-#include <QElapsedTimer>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
@@ -179,38 +178,6 @@ private Q_SLOTS:
                               "C Empty pointer in NetworkHandler::onNetworkRequestTimedOut"_s}));
         QTest::qWait(20);
         QCOMPARE(spy.count(), 0);
-    }
-
-    void theGuardIsNeverEarly_data()
-    {
-        QTest::addColumn<int>("milliseconds");
-        // A coarse timer of these would be early or late by up to a twentieth.
-        for (const int milliseconds : {40, 110, 210, 310, 410, 1010})
-            QTest::addRow("%d ms", milliseconds) << milliseconds;
-    }
-    void theGuardIsNeverEarly()
-    {
-        QFETCH(int, milliseconds);
-        NetworkReplyContainer::setGuardMilliseconds(milliseconds);
-        ScriptedServer server;
-        server.answerBy([](const WireRequest&) { return Reaction::silence(); });
-        NetworkHandler handler(nullptr);
-        QElapsedTimer clock;
-        QVector<qint64> ends;
-        connect(&handler, &NetworkHandler::emailIdAvailabilityResponse, this,
-                [&] { ends.append(clock.nsecsElapsed()); });
-        // Timers that are due together end together: one after the other, between two milliseconds.
-        clock.start();
-        QVector<qint64> starts;
-        for (int i = 0; i < 5; ++i) {
-            starts.append(clock.nsecsElapsed());
-            QCOMPARE(send(handler, server.base()), 0);
-            QTest::qWait(3);
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(ends.size(), starts.size(), patience);
-        for (int i = 0; i < ends.size(); ++i)
-            QVERIFY2(ends.at(i) - starts.at(i) >= milliseconds * Q_INT64_C(1000000),
-                     qPrintable(QString::number(ends.at(i) - starts.at(i))));
     }
 
     void aReplyThatIsNotOursIsIgnored()

@@ -17,7 +17,6 @@
 #include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QPixmap>
-#include <QSet>
 #include <QTest>
 
 using namespace KelRestHandler;
@@ -31,14 +30,16 @@ struct Answer
 {
     int status;
     AnsweredRequest request;
+    qint64 time; ///< ns, of the test's clock
 };
 
 /// Hears of every answer of a handler.
 class Answers : public SignalRecorder
 {
 public:
-    explicit Answers(RESTRequestHandler& handler)
-        : SignalRecorder(&handler, ServiceSignals::staticMetaObject), mHandler(handler)
+    Answers(RESTRequestHandler& handler, const QElapsedTimer& clock)
+        : SignalRecorder(&handler, ServiceSignals::staticMetaObject), mHandler(handler),
+          mClock(clock)
     {
     }
 
@@ -50,10 +51,11 @@ private:
         const bool isNumber = signal.parameterTypes().constFirst() == "int";
         const int status = isNumber ? *static_cast<const int*>(arguments[0])
                                     : static_cast<const RESTResponseBase*>(arguments[0])->status;
-        heard.append({status, mHandler.answering()});
+        heard.append({status, mHandler.answering(), mClock.nsecsElapsed()});
     }
 
     RESTRequestHandler& mHandler;
+    const QElapsedTimer& mClock;
 };
 
 QByteArray bytesOf(QString text)
@@ -78,6 +80,7 @@ private Q_SLOTS:
     void init()
     {
         mPatience = 10000;
+        mClock.start();
         NetworkReplyContainer::setGuardMilliseconds(60000);
         ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds);
         TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
@@ -165,8 +168,6 @@ private:
             QTest::qWait(rest.isEmpty() ? 50 : rest.toInt());
             return expect(word == "wait"_s || mAnswers->heard.isEmpty());
         }
-        if (word == "took"_s)
-            return expect(mSinceGuard.elapsed() >= rest.toInt());
         if (word == "clock"_s)
             return clockIsOff(rest.toInt());
         const QString problem = order(word, rest, more);
@@ -248,7 +249,7 @@ private:
         if (kind == "gone"_s)
             mService = std::make_unique<Service>(Service::Plain);
         mHandler = std::make_unique<RESTRequestHandler>();
-        mAnswers = std::make_unique<Answers>(*mHandler);
+        mAnswers = std::make_unique<Answers>(*mHandler, mClock);
         return problem + expect(mHandler->lastRequestId() == -1);
     }
 
@@ -298,7 +299,6 @@ private:
 
     QString shorten(const QString& word, int milliseconds)
     {
-        mSinceGuard.start();
         if (word == "guard"_s)
             NetworkReplyContainer::setGuardMilliseconds(milliseconds);
         else
@@ -312,6 +312,8 @@ private:
         const int times = qMax(1, first.toInt());
         const QString what = first.toInt() > 0 ? other : first;
         for (int i = 0; i < times; ++i) {
+            const qint64 due = mClock.nsecsElapsed() +
+                               NetworkReplyContainer::guardMilliseconds() * Q_INT64_C(1000000);
             const int before = mHandler->lastRequestId();
             OAuthRequest* request = nullptr;
             const int result = send(what, first.toInt() > 0 ? QString() : other, &request);
@@ -323,7 +325,7 @@ private:
                 return "the last request is not that one"_s;
             mValues["last"_s] = QString::number(id);
             if (isSent)
-                mAwaited.insert(id);
+                mAwaited.insert(id, due);
         }
         return {};
     }
@@ -365,8 +367,11 @@ private:
         for (int i = 0; i < wanted.size(); ++i) {
             const Answer& answer = mAnswers->heard.at(i);
             const QString id = wanted.at(i).section(QLatin1Char('@'), 1);
-            if (!mAwaited.remove(answer.request.requestId))
+            const int timeout = 404;
+            if (!mAwaited.contains(answer.request.requestId))
                 return "nothing was asked as %1"_s.arg(answer.request.requestId);
+            if (mAwaited.take(answer.request.requestId) > answer.time && answer.status == timeout)
+                return "it is early"_s;
             const QString status = wanted.at(i).section(QLatin1Char('@'), 0, 0);
             if ((QString::number(answer.status) != status && status != "any"_s) ||
                 (!id.isEmpty() && id.toInt() != answer.request.requestId))
@@ -449,9 +454,9 @@ private:
     std::unique_ptr<RESTRequestHandler> mHandler;
     std::unique_ptr<Answers> mAnswers;
     std::vector<std::unique_ptr<OAuthRequest>> mHandedOut;
-    QSet<int> mAwaited;
+    QMap<int, qint64> mAwaited; ///< when they may time out, by their identifiers
     Answer mLast{};
-    QElapsedTimer mSinceGuard;
+    QElapsedTimer mClock;
 };
 
 QTEST_MAIN(TestTransportScenarios)
