@@ -3,6 +3,7 @@
 #include "support/literals.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkProxy>
@@ -58,6 +59,15 @@ ProgramRun runProgram(const QString& program, const QStringList& arguments,
         process.waitForFinished(2 * patience) && process.exitStatus() == QProcess::NormalExit;
     return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
             process.readAllStandardError()};
+}
+
+bool isDead(qint64 process)
+{
+    QFile status("/proc/%1/stat"_s.arg(process));
+    if (!status.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray text = status.readAll();
+    return text.mid(text.lastIndexOf(')') + 2, 1) == "Z";
 }
 
 AdminReply askAdministration(const QString& address, const char* method, const QString& path,

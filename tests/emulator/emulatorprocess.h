@@ -39,6 +39,9 @@ QProcessEnvironment changedEnvironment(const EnvironmentChange& change);
 ProgramRun runProgram(const QString& program, const QStringList& arguments,
                       const EnvironmentChange& environment = {}, const QByteArray& input = {});
 
+/// Gone, or dead and only waiting for whoever inherited it to take note.
+bool isDead(qint64 process);
+
 /// What the administrative endpoint answers.
 struct AdminReply
 {

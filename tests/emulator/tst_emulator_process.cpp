@@ -21,16 +21,6 @@ QStringList shell(const QString& script)
     return {"run"_s, "--"_s, "sh"_s, "-c"_s, script};
 }
 
-/// Gone, or dead and only waiting for whoever inherited it to take note.
-bool isDead(qint64 process)
-{
-    QFile status("/proc/%1/stat"_s.arg(process));
-    if (!status.open(QIODevice::ReadOnly))
-        return true;
-    const QByteArray text = status.readAll();
-    return text.mid(text.lastIndexOf(')') + 2, 1) == "Z";
-}
-
 } // namespace
 
 class TestEmulatorProcess : public QObject

@@ -22,16 +22,6 @@ namespace {
 
 constexpr int patience = 30000;
 
-/// Gone, or dead and only waiting for whoever inherited it to take note.
-bool isDead(qint64 process)
-{
-    QFile status("/proc/%1/stat"_s.arg(process));
-    if (!status.open(QIODevice::ReadOnly))
-        return true;
-    const QByteArray text = status.readAll();
-    return text.mid(text.lastIndexOf(')') + 2, 1) == "Z";
-}
-
 ProgramRun runShell(const QString& script, const EnvironmentChange& environment = {})
 {
     return runProgram("sh"_s, {"-c"_s, script, EmulatorProcess::program()}, environment);
