@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Runs the scenarios of data/scenarios, each a row: what the service is asked there, and what it
-// has to answer. docs/emulator.md says how they are written.
+// has to answer. The README there says how they are written.
 #include "emulator/serviceclient.h"
 #include "rest/request/servicehosts.h"
 #include "support/literals.h"
@@ -70,6 +70,18 @@ private Q_SLOTS:
         QCOMPARE(run({"ask GET availability/nobody"_s, "< 200 userNameAvailabilityResponse"_s}),
                  QString());
         QVERIFY(!run({QString::fromUtf8(line)}).isEmpty());
+    }
+
+    void everyLineOfAFileIsOfAScenario()
+    {
+        using Found = QVector<QStringList>;
+        QCOMPARE(scenariosIn("# of all\n\n= one\na\n# b\n\n= two\nc = d\n"_s),
+                 Found({{"one"_s, "a"_s, "# b"_s}, {"two"_s, "c = d"_s}}));
+        // The first line names one like any other.
+        QCOMPARE(scenariosIn("= one\na"_s), Found({{"one"_s, "a"_s}}));
+        QCOMPARE(scenariosIn("a\n= one\nb"_s),
+                 Found({{"without a name"_s, "a"_s}, {"one"_s, "b"_s}}));
+        QCOMPARE(scenariosIn("= nothing"_s), Found({{"nothing"_s}}));
     }
 
     void drawsCaptchasOfTheSizeWanted_data()

@@ -35,13 +35,27 @@ protected:
         for (const QString& name : files) {
             QFile file(folder.filePath(name));
             QVERIFY(file.open(QIODevice::ReadOnly));
-            const QStringList scenarios = QString::fromUtf8(file.readAll()).split("\n= "_s);
-            QVERIFY(scenarios.size() > 1);
-            for (const QString& scenario : scenarios.mid(1)) {
-                const QStringList lines = scenario.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            for (const QStringList& lines : scenariosIn(QString::fromUtf8(file.readAll()))) {
+                QVERIFY2(lines.size() > 1, qPrintable(name));
                 row(qPrintable(name.chopped(4) + ": "_s + lines.first()), lines.mid(1));
             }
         }
+    }
+
+    /// The name of each and its lines. What stands before the first name and is no comment is run,
+    /// too.
+    static QVector<QStringList> scenariosIn(const QString& text)
+    {
+        QVector<QStringList> scenarios;
+        for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            if (line.startsWith("= "_s))
+                scenarios.append(QStringList(line.mid(2)));
+            else if (!scenarios.isEmpty())
+                scenarios.last().append(line);
+            else if (!line.startsWith(QLatin1Char('#')))
+                scenarios.append(QStringList{"without a name"_s, line});
+        }
+        return scenarios;
     }
 
     /// What does not hold, and where; empty when all does.
