@@ -62,7 +62,7 @@ private Q_SLOTS:
                            "think about it", "admin GET /nowhere",
                            "message nobody", "owner of nothing",
                            "unchanged",      "9 times",
-                           "for a in"});
+                           "for a in",       "each a"});
     }
     void aScenarioThatDoesNotHoldFails()
     {
@@ -82,6 +82,15 @@ private Q_SLOTS:
         QCOMPARE(scenariosIn("a\n= one\nb"_s),
                  Found({{"without a name"_s, "a"_s}, {"one"_s, "b"_s}}));
         QCOMPARE(scenariosIn("= nothing"_s), Found({{"nothing"_s}}));
+    }
+
+    void loopsStandInLoops()
+    {
+        QCOMPARE(run({"let all = x"_s, "for a in 1 2"_s, "each b | c"_s, "| 3 | 4"_s, "# and"_s,
+                      "| 5 | {a}"_s, "let all = {all} {a}{b}{c}"_s, "once"_s, "once"_s,
+                      "same {all} = x 134 151 234 252"_s}),
+                 QString());
+        QVERIFY(!run({"each a | b"_s, "| 1"_s, "once"_s}).isEmpty());
     }
 
     void drawsCaptchasOfTheSizeWanted_data()
@@ -186,7 +195,7 @@ private:
         const QByteArray path = left == "/"_s ? QByteArray() : left.toLatin1();
         // What is asked, and what is remembered.
         if (word == "ask"_s || word == "own"_s)
-            return ask(rest, more, word == "own"_s);
+            return ask(rest, QString(more).remove(QLatin1Char('\n')), word == "own"_s);
         if (!more.isEmpty())
             return "what is the document for?"_s;
         if (word == "owner"_s)

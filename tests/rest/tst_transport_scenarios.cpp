@@ -212,7 +212,7 @@ private:
         }
         if (word == "replies"_s) {
             const QByteArray headers = other.isEmpty() ? QByteArray() : bytesOf(other) + "\r\n";
-            result = Reaction::reply(first.toInt(), more.toUtf8(), headers);
+            result = Reaction::reply(first.toInt(), more.toUtf8().replace('\n', ""), headers);
             return first.toInt() > 0;
         }
         result.end = word == "hangs"_s ? End::Hang : ends.value(first);

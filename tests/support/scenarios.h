@@ -12,12 +12,14 @@
 #include <QMap>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QVector>
 
 namespace KelTest {
 
 /// Texts that say what is done and what has to come of it, step by step and a line each. A scenario
 /// begins with "= " and its name; "#" begins a comment; lines that begin with "| " belong to the
-/// one before them. "9 times", or "for a b in 1:2 3:4", repeats all until its "once".
+/// one before them. "9 times", or "for a b in 1:2 3:4", repeats all until "once"; so does
+/// "each a | b", with the values of each line "| 1 | 2" that follows.
 class Scenarios
 {
 protected:
@@ -28,9 +30,9 @@ protected:
     {
         const auto row = rows<QStringList>("lines");
         const QFileInfo given(path);
-        const QDir folder = given.isDir() ? QDir(path) : given.dir();
-        const QStringList files = given.isDir() ? folder.entryList({"*.txt"_s}, QDir::Files)
-                                                : QStringList(given.fileName());
+        const QDir folder(given.isDir() ? path : given.path());
+        const QStringList files =
+            folder.entryList({given.isDir() ? "*.txt"_s : given.fileName()}, QDir::Files);
         QVERIFY(!files.isEmpty());
         for (const QString& name : files) {
             QFile file(folder.filePath(name));
@@ -63,21 +65,16 @@ protected:
     {
         for (int at = 0; at < lines.size(); ++at) {
             const QString line = lines.at(at);
-            const QStringList words = line.split(QLatin1Char(' '));
             QString problem;
-            if (isRepeated(line)) {
-                const int end = endOf(lines, at);
-                if (end == lines.size())
-                    return line + ": there is no end of it"_s;
-                problem =
-                    repeat(filled(line).split(QLatin1Char(' ')), lines.mid(at + 1, end - at - 1));
+            if (isLoop(line)) {
+                const int end = endOfLoop(lines, at);
+                problem = end < 0 ? "there is no end of it"_s : repeat(lines.mid(at, end - at));
                 at = end;
             } else if (!line.startsWith(QLatin1Char('#'))) {
-                QString more;
-                for (; lines.value(at + 1).startsWith("| "_s); ++at)
-                    more += lines.at(at + 1).mid(2);
-                problem = step(filled(words.first()), filled(line.section(QLatin1Char(' '), 1)),
-                               filled(more));
+                const QStringList more = belongingTo(lines, at);
+                problem = step(filled(line.section(QLatin1Char(' '), 0, 0)),
+                               filled(line.section(QLatin1Char(' '), 1)),
+                               filled(more.join(QLatin1Char('\n'))));
             }
             if (!mUnknown.isEmpty())
                 problem = "there is no "_s + std::exchange(mUnknown, {});
@@ -99,36 +96,69 @@ protected:
     QMap<QString, QString> mValues; ///< by the names that stand in braces
 
 private:
-    static bool isRepeated(const QString& line)
+    static bool isLoop(const QString& line)
     {
-        return line.startsWith("for "_s) || line.section(QLatin1Char(' '), 1) == "times"_s;
+        return line.startsWith("for "_s) || line.startsWith("each "_s) ||
+               line.section(QLatin1Char(' '), 1) == "times"_s;
     }
 
-    /// Where the "once" of a repetition stands.
-    static int endOf(const QStringList& lines, int at)
+    static int endOfLoop(const QStringList& lines, int begin)
     {
-        for (int depth = 0; at < lines.size(); ++at) {
-            depth += isRepeated(lines.at(at)) ? 1 : 0;
-            depth -= lines.at(at) == "once"_s ? 1 : 0;
-            if (depth == 0)
-                break;
+        int open = 0;
+        for (int at = begin; at < lines.size(); ++at) {
+            open += isLoop(lines.at(at)) ? 1 : lines.at(at) == "once"_s ? -1 : 0;
+            if (open == 0)
+                return at;
         }
-        return at;
+        return -1;
     }
 
-    QString repeat(const QStringList& words, const QStringList& lines)
+    /// The lines behind one that are its own, without their mark. `at` becomes the last of them.
+    static QStringList belongingTo(const QStringList& lines, int& at)
     {
-        const int in = words.indexOf("in"_s);
-        const int times = in < 0 ? words.first().toInt() : words.size() - in - 1;
-        QString problem = times > 0 ? QString() : "there is nothing to do"_s;
-        for (int time = 0; time < times && problem.isEmpty(); ++time) {
-            const QString values = words.value(in + 1 + time);
-            for (int name = 1; name < in; ++name)
-                mValues[words.at(name)] =
-                    values.section(QLatin1Char(':'), name - 1, name + 1 < in ? name - 1 : -1);
-            problem = run(lines);
-            if (!problem.isEmpty() && in > 0)
-                problem = "with "_s + values + ": "_s + problem;
+        QStringList more;
+        for (int next = at + 1; next < lines.size(); ++next) {
+            if (lines.at(next).startsWith("| "_s)) {
+                more.append(lines.at(next).mid(2));
+                at = next;
+            } else if (!lines.at(next).startsWith(QLatin1Char('#'))) {
+                break;
+            }
+        }
+        return more;
+    }
+
+    /// A loop's first line and what it repeats.
+    QString repeat(const QStringList& lines)
+    {
+        const QStringList words = filled(lines.first()).split(QLatin1Char(' '));
+        int head = 0;
+        QStringList names;
+        QVector<QStringList> times;
+        if (words.first() == "each"_s) {
+            names = lines.first().mid(5).split(" | "_s);
+            for (const QString& row : belongingTo(lines, head)) {
+                times.append(row.split(" | "_s));
+                if (times.last().size() != names.size())
+                    return row + ": there are not so many values"_s;
+            }
+        } else if (words.first() == "for"_s) {
+            names = words.mid(1, qMax(0, words.indexOf("in"_s) - 1));
+            // The last one may have colons.
+            for (const QString& values : words.mid(names.size() + 2))
+                times.append(values.split(QLatin1Char(':')).mid(0, names.size() - 1)
+                             << values.section(QLatin1Char(':'), names.size() - 1));
+        } else {
+            times.resize(words.first().toInt());
+        }
+        QString problem = times.isEmpty() ? "there is nothing to do"_s : QString();
+        for (int time = 0; time < times.size() && problem.isEmpty(); ++time) {
+            const QStringList& values = times.at(time);
+            for (int name = 0; name < names.size(); ++name)
+                mValues[names.at(name)] = filled(values.value(name)).trimmed();
+            problem = run(lines.mid(head + 1));
+            if (!problem.isEmpty() && !names.isEmpty())
+                problem = values.join(QLatin1Char(' ')) + ": "_s + problem;
         }
         return problem;
     }
