@@ -13,7 +13,10 @@
 #include <QtTest>
 
 #include <atomic>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -265,17 +268,17 @@ private Q_SLOTS:
 
     void closesWhenTheClientAsksForIt()
     {
-        const QByteArray request = SignedRequest().bytes();
-        QByteArray closing = request;
-        closing.replace("\r\n\r\n", "\r\nconnection: Close\r\n\r\n");
-        QByteArray old = request;
-        old.replace(" HTTP/1.1\r\n", " HTTP/1.0\r\n");
-        for (const QByteArray& bytes : {closing, old}) {
+        for (const char* end :
+             {"1.1\r\nConnection: close\r\n", "1.1\r\nconnection: Close\r\n",
+              "1.1\r\nConnection: close, TE\r\n", "1.1\r\nConnection: keep-alive, close\r\n",
+              "1.0\r\n", "1.0\r\nConnection: close\r\n",
+              "1.0\r\nConnection: keep-alive, close\r\n"}) {
             WireClient client;
             QVERIFY(client.open(mEmulator));
-            QVERIFY(client.send(bytes));
+            QVERIFY(client.send(SignedRequest(pathOf("carol")).bytes().replace("1.1\r\n", end)));
             const WireReply reply = client.receiveToEnd();
-            QVERIFY(reply.closed);
+            QVERIFY2(reply.closed, end);
+            QCOMPARE(reply.status, 200);
             QCOMPARE(reply.header("Connection"), "close"_ba);
             QCOMPARE(reply.body.size(), reply.announcedLength());
         }
@@ -350,6 +353,25 @@ private Q_SLOTS:
         QVERIFY(socket.readAll().startsWith("HTTP/1.1 405 "));
     }
 
+    void readsWhatItRefuses()
+    {
+        // A connection that is closed with bytes unread is reset, and with it goes the answer of
+        // whoever sends all before reading. Qt's sockets look at the answer meanwhile.
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(mEmulator.proxyPort());
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        QCOMPARE(::connect(client, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const QByteArray all =
+            "POST http://localhost/ HTTP/1.1\r\n\r\n" + QByteArray(20 * 1024 * 1024, 'x');
+        QCOMPARE(::send(client, all.constData(), size_t(all.size()), MSG_NOSIGNAL), all.size());
+        QByteArray answer(100, '\0');
+        QVERIFY(::recv(client, answer.data(), size_t(answer.size()), 0) > 0);
+        QVERIFY2(answer.startsWith("HTTP/1.1 405 "), answer);
+        ::close(client);
+    }
+
     void keepsAccountsInAFile()
     {
         QTemporaryDir folder;
@@ -378,6 +400,24 @@ private Q_SLOTS:
         QCOMPARE(ask(SignedRequest(pathOf("frank"))).status, 422);
         QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "not a name\n").status, 400);
         QCOMPARE(mEmulator.admin("POST", "/accounts"_s).status, 400);
+    }
+
+    // "ö" is one of the service's letters; what follows clears the screen of a terminal.
+    void whatAClientSentIsNoOrderToTheTerminal()
+    {
+        const QByteArray letter = "\xC3\xB6";
+        const QByteArray order = "\xC2\x9B"
+                                 "2J";
+        WireClient client;
+        QVERIFY(client.open(mEmulator));
+        const QByteArray request =
+            SignedRequest().bytes().replace("availability/bob", "availability/" + letter + order);
+        QCOMPARE(client.ask(request).status, 401);
+        const QByteArray output = EmulatorProcess::run({"log"_s}, mEmulator.environment()).output;
+        QVERIFY2(output.contains("availability/" + letter + "\\x9b2J"), output);
+        QVERIFY(!output.contains(order));
+        QVERIFY(mEmulator.logHas("availability/" + letter + "\\x9b2J"));
+        QVERIFY(!mEmulator.log().contains(order));
     }
 
     void listsRequestsWithoutBodies()

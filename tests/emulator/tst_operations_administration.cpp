@@ -136,31 +136,6 @@ private Q_SLOTS:
         QVERIFY(!other.output.contains("ann@mail.example"));
     }
 
-    void printsTheInboxOfNobody()
-    {
-        const ProgramRun none =
-            EmulatorProcess::run({"inbox"_s, "x&y=z"_s}, mService.emulator().environment());
-        QCOMPARE(none.status, 0);
-        QCOMPARE(none.output, "No messages.\n"_ba);
-    }
-
-    void tellsWhyThereIsNoInbox_data()
-    {
-        const auto row = rows<QString, QByteArray>("address", "problem");
-        row("outside", {}, "KELACCOUNT_EMULATOR_ADMIN is not set");
-        // The discard port of this machine, where nobody listens.
-        row("emulator gone", "http://127.0.0.1:9", "no emulator answers at http://127.0.0.1");
-    }
-    void tellsWhyThereIsNoInbox()
-    {
-        const auto [address, problem] = fetch<QString, QByteArray>("address", "problem");
-        const ProgramRun outcome =
-            EmulatorProcess::run({"inbox"_s}, {{"KELACCOUNT_EMULATOR_ADMIN"_s, address}});
-        QCOMPARE(outcome.status, 125);
-        QVERIFY2(outcome.errors.contains(problem), outcome.errors.constData());
-        QCOMPARE(outcome.errors.count('\n'), 1);
-    }
-
     void keepsEverythingInAFile()
     {
         const QTemporaryDir folder;
