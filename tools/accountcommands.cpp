@@ -3,6 +3,7 @@
 
 #include "answers.h"
 #include "clientsettings.h"
+#include "localecodes.h"
 #include "tools/commandline/checks.h"
 
 #include <kelaccount/client.h>

@@ -4,7 +4,6 @@
 #include "tools/commandline/checks.h"
 
 #include <QFile>
-#include <QLocale>
 
 #include <algorithm>
 #include <iterator>
@@ -42,28 +41,6 @@ QString fromLocal(const std::string& text)
     return QString::fromLocal8Bit(text.data(), static_cast<int>(text.size()));
 }
 
-bool isLanguage(const QString& code)
-{
-    const bool formed =
-        code.size() >= 2 && code.size() <= 3 && std::all_of(code.begin(), code.end(), [](QChar c) {
-            return c >= QLatin1Char('a') && c <= QLatin1Char('z');
-        });
-    // An unknown one becomes the C locale.
-    return formed && QLocale(code).language() != QLocale::C;
-}
-
-bool isCountry(const QString& code)
-{
-    if (code.size() != 2)
-        return false; // regions have names of three digits
-    const QList<QLocale> all =
-        QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry);
-    return std::any_of(all.begin(), all.end(), [&code](const QLocale& locale) {
-        return locale.language() != QLocale::C &&
-               locale.name().section(QLatin1Char('_'), -1) == code;
-    });
-}
-
 } // namespace
 
 const std::vector<std::string>& serverNames()
@@ -78,23 +55,6 @@ std::string serverProblem(const std::string& text)
     if (readServer(text, server))
         return {};
     return "needs production, staging, test-a to test-d or a server's index, not '" + text + '\'';
-}
-
-std::string languageProblem(const std::string& text)
-{
-    const QString code = QString::fromStdString(text).replace(QLatin1Char('-'), QLatin1Char('_'));
-    const QString language = code.section(QLatin1Char('_'), 0, 0);
-    const bool withCountry = language.size() < code.size();
-    if (isLanguage(language) && (!withCountry || isCountry(code.mid(language.size() + 1))))
-        return {};
-    return "needs a language's code like fi or pt_BR, not '" + text + '\'';
-}
-
-std::string countryProblem(const std::string& text)
-{
-    if (isCountry(QString::fromStdString(text)))
-        return {};
-    return "needs a country's code like FI, not '" + text + '\'';
 }
 
 ClientSettings ClientSettings::from(const CommandLine::Line& line)

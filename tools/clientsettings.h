@@ -32,7 +32,3 @@ private:
 /// The servers that have names, and the check for one.
 const std::vector<std::string>& serverNames();
 std::string serverProblem(const std::string& text);
-
-/// Checks for the code of a language, such as fi or pt_BR, and of a country, such as FI.
-std::string languageProblem(const std::string& text);
-std::string countryProblem(const std::string& text);

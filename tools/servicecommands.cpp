@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "servicecommands.h"
 
-#include "clientsettings.h"
+#include "localecodes.h"
 #include "tools/commandline/checks.h"
 
 #include <QPixmap>

@@ -4,9 +4,9 @@
 // What the library shows nobody.
 #include "device/obcmgrwrapper.h"
 #include "platform/modemreader.h"
-#include "tools/clientsettings.h"
 #include "tools/doctor/busgreeting.h"
 #include "tools/doctor/waiting.h"
+#include "tools/localecodes.h"
 
 #include <kelaccount/kelaccounts.h>
 
