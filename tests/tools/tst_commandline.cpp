@@ -152,6 +152,8 @@ private Q_SLOTS:
         row({"bake", "a", "--fan=yes"}, "--fan takes no value; oven help bake tells more");
         row({"bake", "a", "--wiht=secret"},
             "unknown option '--wiht', did you mean --with? oven help bake tells more");
+        row({"--with", "secret", "bake", "a"},
+            "--with stands behind bake; oven help bake tells more");
         row({"bake", "a", "-x"}, "unknown option '-x'; oven help bake tells more");
         row({"run"}, "run needs a command: oven run [OPTIONS] -- COMMAND [ARGUMENT...]");
         row({"run", "--"}, "run needs a command: oven run [OPTIONS] -- COMMAND [ARGUMENT...]");

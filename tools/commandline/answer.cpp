@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -44,10 +45,24 @@ std::optional<int> askedByCommand(const Program& program, const Line& line)
     return printHelp(program, about);
 }
 
+/// A descriptor of the three that is closed would be given to the next file or connection, and what
+/// is printed would go there. In its place stands one that cannot be used.
+void keepStandardDescriptors()
+{
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) != -1)
+            continue;
+        // The lowest that is free: this one.
+        [[maybe_unused]] const int opened =
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 } // namespace
 
 std::optional<int> answer(const Program& program, int argc, char** argv, Line& line)
 {
+    keepStandardDescriptors();
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     // For the build, which installs what comes: no option of anybody's.
     if (words.size() == 2 && words[0] == "--generate") {

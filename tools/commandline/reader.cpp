@@ -167,6 +167,8 @@ std::string unexpected(const Program& program, const Command* command, const std
         for (const Option& option : program.options)
             names.push_back(option.name);
         const std::string name = word.substr(0, word.find('='));
+        if (command && std::find(names.begin(), names.end(), name) != names.end())
+            return name + " stands behind " + command->name + "; " + seeHelp(program, command);
         return "unknown option '" + name + '\'' + orSimilar(name, names) +
                seeHelp(program, command);
     }
