@@ -10,7 +10,6 @@ case $architecture in
     armhf) machine=arm ;;
     *) echo "no way known to run programs of $architecture"; exit 1 ;;
 esac
-triplet=$(dpkg-architecture -a"$architecture" -qDEB_HOST_GNU_TYPE)
 
 add() {
     apt-get install -y -qq --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >../apt.log 2>&1 ||
@@ -34,8 +33,8 @@ log dpkg-architecture -a"$architecture" -c dh_auto_configure --buildsystem=cmake
 tests=$(ninja -C built -t targets all | sed -nE 's/^(tests\/tst_[a-z0-9_]+): .*/\1/p')
 unit=()
 for test in $tests; do
-    # By where its objects are.
-    if ninja -C built -t inputs "$test" 2>/dev/null | grep -qE "^tests/(rest|device)/CMakeFiles/${test#tests/}\.dir/"; then
+    # By where its objects are. (A reader that stops early would fail the pipe.)
+    if ninja -C built -t inputs "$test" 2>/dev/null | grep -E "^tests/(rest|device)/CMakeFiles/${test#tests/}\.dir/" >/dev/null; then
         unit+=("$test")
     fi
 done
@@ -58,21 +57,41 @@ for package in ../*.deb; do
     mv "$package" ../packages
 done
 
-echo "    ${#unit[@]} test programs, run by an emulated $machine ($triplet)"
-# Those that an emulated process cannot pass, whatever the processor: they start the tag server or the client,
-# which are programs of that processor, or want a bus with dconf, a network of their own, or to know how much
-# memory a process takes.
-left_out=' obcservicetag tagserverlaunch devicecommands devicecountrypicker interfaceaddresses transportmemory '
-echo "    but for:$left_out"
-failed=()
+declare -A left_out=()
+while read -r name reason; do
+    left_out[$name]=$reason
+done < <(grep -v '^#' packaging/not-emulated.txt)
+# A server that the library starts is a program of that processor, too.
+server=$PWD/built/bin/kelaccount-tag-server
+mv "$server" "$server.emulated"
+printf '#!/bin/sh\nexec qemu-%s "%s" "$@"\n' "$machine" "$server.emulated" >"$server"
+chmod +x "$server"
+unset LANGUAGE LANG # Qt would ask them, too
+
+echo "    ${#unit[@]} test programs, run by an emulated $machine, without"
+passed=0 failed=()
 for test in "${unit[@]}"; do
-    case $left_out in *" ${test#tests/tst_} "*) continue ;; esac
+    name=${test#tests/}
+    emulated=("qemu-$machine" "built/$test")
+    functions=()
+    for left in $(printf '%s\n' "${!left_out[@]}" | grep -E "^$name(::|$)" | sort); do
+        echo "        $left: ${left_out[$left]}"
+        [ "$left" != "$name" ] || continue 2
+        [ ${#functions[@]} -gt 0 ] ||
+            mapfile -t functions < <(QT_QPA_PLATFORM=minimal "${emulated[@]}" -functions 2>/dev/null | sed -nE 's/^(\w+)\(\)$/\1/p')
+        all=${#functions[@]}
+        mapfile -t functions < <(printf '%s\n' "${functions[@]}" | grep -vx "${left#*::}")
+        [ ${#functions[@]} -lt "$all" ] || { echo "there is no $left to leave out"; exit 1; }
+    done
     language=$LC_ALL
-    [ "$test" != tests/tst_deviceinfoutil ] || language=fi_FI
-    LC_ALL=$language QT_QPA_PLATFORM=minimal "qemu-$machine" "built/$test" >../test.log 2>&1 || {
-        failed+=("${test#tests/}")
-        echo "${test#tests/}:"
-        grep -E -A3 '^FAIL|^QFATAL|Segmentation|qemu:' ../test.log | head -n 20
-    }
+    [ "$name" != tst_deviceinfoutil ] || language=fi_FI
+    if LC_ALL=$language QT_QPA_PLATFORM=minimal timeout 600 "${emulated[@]}" "${functions[@]}" >../test.log 2>&1; then
+        passed=$((passed + 1))
+    else
+        failed+=("$name")
+        echo "$name failed:"
+        grep -E -A3 '^FAIL|^QFATAL|Segmentation|qemu:' ../test.log | head -n 20 || tail -n 5 ../test.log
+    fi
 done
 [ ${#failed[@]} -eq 0 ] || { echo "failed: ${failed[*]}"; exit 1; }
+echo "    $passed passed"
