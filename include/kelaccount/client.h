@@ -121,6 +121,7 @@ public:
 
     /// The security questions that a user can choose from.
     /// @param language  two-letter code (ISO 639-1)
+    /// @param when      how the question stands to others of its kind
     Call<SecurityQuestions> retrieveSecurityQuestionList(const QString& language, When when = {});
 
     /// The account that the service holds ready for the device's SIM.
@@ -141,8 +142,10 @@ public:
     Call<DeviceAccountState> isKeLAccountConfigured();
 
     /// Has a recovery message sent to a user who forgot the password.
+    /// @param userId       user name, e-mail address or mobile number
     /// @param captchaText  what the user read from the captcha fetched last, or empty where a
     ///                     service tag stands in for it
+    /// @param recovery     what the user is sent
     /// @param messageBody  the message's text, or empty for the service's own
     Call<Done> requestPasswordReset(const QString& userId, const QString& captchaText,
                                     RecoveryBy recovery, const QString& messageBody = QString());

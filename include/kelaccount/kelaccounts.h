@@ -320,7 +320,7 @@ Q_SIGNALS:
     void isUserIdAvailableResponse(KelAccount::ErrorStatus error, bool available,
                                    QStringList suggestions);
 
-    /// A captcha picture, null when it could not be had. Include <QPixmap> to use it.
+    /// A captcha picture, null when it could not be had. Include `<QPixmap>` to use it.
     void captchaImageResponse(KelAccount::ErrorStatus error, const QPixmap& image);
 
     /// The same picture with the id to register with.

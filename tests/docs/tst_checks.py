@@ -1,0 +1,127 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""usage: tst_checks.py SOURCES BUILD COMPILER FLAGS: what is wrong on a page is noticed by the checks of the pages."""
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+SOURCES, BUILD, COMPILER, FLAGS = sys.argv[1:5]
+
+# What is shown, and what has to be said of it.
+WRONG_SNIPPETS = {
+    "```cpp\nint x = undeclared;\n```": "undeclared",
+    "<!-- snippet: screen -->\n```cpp\nclient.inventedOperation();\n```": "inventedOperation",
+    "<!-- snippet: screen -->\n```cpp\nshow(\"a\", \"b\")\n```": "README.md:4",
+    "<!-- snippet: nowhere -->\n```cpp\nint x;\n```": "there is no",
+    "<!-- snippet: nowhere -->\n```qml\nItem {}\n```": "there is no",
+    "```sh\nif then\n```": "syntax error",
+    "```sh\ntrue && no-such-program --help\n```": "no program no-such-program",
+    "```sh\nkelaccount chek-user bob\n```": "no command chek-user",
+    "```sh\nkelaccount check-user --invented bob\n```": "no option --invented",
+    "```sh\nkelaccount-emulator run --invented -- true\n```": "no option --invented",
+    "```sh\nkelaccount-emulator run -- kelaccount check-user --invented bob\n```": "no option --invented",
+    "```sh\nkelaccount-emulator run -- sh -c 'echo x | kelaccount --invented profile'\n```": "no option --invented",
+    "```sh\neval \"$(kelaccount-emulator serve --invented &)\"\n```": "no option --invented",
+    "```sh\n./test --invented\n```": "no option --invented",
+    "```json\n{\n```": "Expecting",
+    "```yaml\na: [\n```": "expected",
+    "```cmake\nadd_test(\n```": "Parse error",
+    "```qml\nItem {\n```": "Expected",
+    "```\nkelaccount profile\n```": "no language",
+    "```klingon\nmaj\n```": "no language",
+    "```sh\ntrue\n": "no language",
+    "<!-- snippet: screen -->\n\n```cpp\nint x;\n```": "no language",
+}
+RIGHT_SNIPPETS = """<!-- snippet: screen -->
+```cpp
+show("a", "b");
+```
+```sh
+X=1 kelaccount-emulator run --fault hang -- kelaccount --json check-user bob | jq .status > out
+./test --preset dev -- -R anything
+```
+"""
+WRONG_SITES = {
+    '<a href="missing.html">x</a>': "leads nowhere",
+    '<a href="#missing">x</a>': "no such place",
+    '<a href="other.html#missing">x</a>': "no such place",
+    '<a href="../outside.html">x</a>': "leads nowhere",
+    '<a href="/other.html">x</a>': "root of a server",
+    '<img src="missing.png">': "leads nowhere",
+    '<img src="https://cdn.example/x.png">': "loads https://cdn.example/x.png",
+    '<img srcset="other.html 1x, //cdn.example/x.png 2x">': "loads //cdn.example/x.png",
+    '<script src="//cdn.example/x.js"></script>': "loads //cdn.example/x.js",
+    '<link rel="stylesheet" href="http://cdn.example/x.css">': "loads http://cdn.example/x.css",
+    '<style>body { background: url("https://cdn.example/x.png") }</style>': "loads https://cdn.example/x.png",
+    '<p style="background: url(https://cdn.example/x.png)">x</p>': "loads https://cdn.example/x.png",
+    '<style>@import "https://cdn.example/x.css";</style>': "loads https://cdn.example/x.css",
+}
+RIGHT_SITE = '<h1 id="here">x</h1><a href="#here">x</a><a href="other.html#there">x</a><a href="https://a.example">x</a>'
+
+
+def output_of(*command):
+    done = subprocess.run(command, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    return done.returncode, done.stdout
+
+
+class TestChecks(unittest.TestCase):
+    def setUp(self):
+        self.work = tempfile.TemporaryDirectory()
+        self.folder = Path(self.work.name)
+
+    def tearDown(self):
+        self.work.cleanup()
+
+    def snippets(self, page):
+        for name in ("test", "scripts"):
+            if not (self.folder / name).exists():
+                os.symlink(Path(SOURCES) / name, self.folder / name)
+        (self.folder / "README.md").write_text(page)
+        return output_of(HERE / "checksnippets.py", str(self.folder), BUILD, COMPILER, FLAGS)
+
+    def site(self, page, style=""):
+        folder = self.folder / "site"
+        folder.mkdir(exist_ok=True)
+        (folder / "index.html").write_text(page)
+        (folder / "other.html").write_text('<a name="there"></a>')
+        (folder / "x.css").write_text(style)
+        return output_of(HERE / "checksite.py", str(folder))
+
+    def test_wrong_snippets_are_noticed(self):
+        for page, said in WRONG_SNIPPETS.items():
+            with self.subTest(page=page):
+                status, output = self.snippets(f"# Page\n{page}\n")
+                self.assertEqual(status, 1, output)
+                self.assertIn(said, output)
+
+    def test_right_snippets_are_not(self):
+        status, output = self.snippets(RIGHT_SNIPPETS)
+        self.assertEqual(status, 0, output)
+
+    def test_wrong_links_and_loads_are_noticed(self):
+        for page, said in WRONG_SITES.items():
+            with self.subTest(page=page):
+                status, output = self.site(page)
+                self.assertEqual(status, 1, output)
+                self.assertIn(said, output)
+
+    def test_wrong_loads_of_a_style_sheet_are_noticed(self):
+        status, output = self.site("x", "body { background: url(//cdn.example/x.png) }")
+        self.assertEqual(status, 1, output)
+        self.assertIn("loads //cdn.example/x.png", output)
+
+    def test_right_links_are_not(self):
+        status, output = self.site(RIGHT_SITE, "/* url(https://a.example) */")
+        self.assertEqual(status, 0, output)
+
+    def test_no_page_is_a_fault(self):
+        self.assertNotEqual(self.snippets("nothing")[0], 0)
+        self.assertNotEqual(output_of(HERE / "checksite.py", str(self.folder))[0], 0)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
