@@ -56,37 +56,16 @@ Operation service(const char* name, const QVariantList& arguments, const char* r
     return operation;
 }
 
-Operation withTag(Operation operation, const char* purpose)
+/// What the service is asked for, what it replies, and what the signal of that carries; what those
+/// of the answers carry stands in their rows.
+Operation served(Operation operation, const char* target, const char* reply, const char* carried)
 {
-    operation.tagPurpose = purpose;
-    return operation;
-}
-
-Operation sending(Operation operation, const QVariantList& arguments)
-{
-    operation.sentArguments = arguments;
-    return operation;
-}
-
-/// What the service is asked for, what it replies, and the signals of that.
-Operation served(Operation operation, const char* target, const char* reply,
-                 const QStringList& lines)
-{
+    const QString signal = text(operation.refusal).section(QLatin1Char('('), 0, 0) + "(%1)"_s;
     operation.target = target;
     operation.reply = reply;
-    operation.lines = lines;
-    return operation;
-}
-
-Operation placing(Operation operation, const QVector<Placed>& placed)
-{
-    operation.placed = placed;
-    return operation;
-}
-
-Operation answered(Operation operation, const QVector<Answer>& answers)
-{
-    operation.answers = answers;
+    operation.lines = QStringList(signal.arg(text(carried)));
+    for (Answer& answer : operation.answers)
+        answer.lines[0] = signal.arg(answer.lines[0]);
     return operation;
 }
 
@@ -100,245 +79,204 @@ Value of(const RESTRequestHandler& handler, Value value)
 }
 
 template <class... Types, class... Values>
-Answer answer(const char* name, void (ServiceSignals::*signal)(Types...), const char* line,
+Answer answer(const char* name, void (ServiceSignals::*signal)(Types...), const char* carried,
               Values... values)
 {
     return {name,
             [=](RESTRequestHandler& handler) { (handler.*signal)(of(handler, values)...); },
-            {text(line)}};
+            {text(carried)}};
+}
+
+// A structure with this status, and with what else is put in.
+template <class Response, class Fill>
+Answer structure(const char* name, void (ServiceSignals::*signal)(Response), const char* carried,
+                 int status, Fill fill)
+{
+    Response response;
+    response.status = status;
+    fill(response);
+    return answer(name, signal, carried, response);
 }
 
 // The picture is made when it is given: most programs that read these rows have no use for one.
-Answer captcha(const char* name, int status, const QSize& size, const char* id,
-               const QStringList& lines)
+Answer captcha(const char* name, int status, const QSize& size, const char* id, const char* carried)
 {
-    return {name,
-            [=](RESTRequestHandler& handler) {
-                handler.retrieveCaptchaImageResponse(
-                    status, size.isEmpty() ? QPixmap() : QPixmap(size), text(id));
-            },
-            lines};
-}
-
-Answer name(const char* name, int status, bool available, const QStringList& suggestions,
-            const char* line)
-{
-    UserNameAvailabilityResponse response;
-    response.status = status;
-    response.available = available;
-    response.suggestions = suggestions;
-    return answer(name, &ServiceSignals::userNameAvailabilityResponse, line, response);
-}
-
-Answer email(const char* name, int status, const char* line)
-{
-    return answer(name, &ServiceSignals::emailIdAvailabilityResponse, line, status);
-}
-
-Answer variant(const char* name, int status, int value, const char* line)
-{
-    return answer(name, &ServiceSignals::queryMarketingVariantResponse, line, status,
-                  static_cast<ConsentQueryVariant>(value));
-}
-
-Answer terms(const char* name, int status, const QVariantMap& urls, const char* line)
-{
-    TermsUrlsResponse response;
-    response.status = status;
-    response.urls = urls;
-    return answer(name, &ServiceSignals::retrieveTOSResponse, line, response);
-}
-
-Answer question(const char* name, int status, const char* user, const char* id,
-                const char* question, const char* line)
-{
-    SecurityQuestionResponse response;
-    response.status = status;
-    response.securityQuestion.username = text(user);
-    response.securityQuestion.passwordQuestionId = text(id);
-    response.securityQuestion.passwordQuestionText = text(question);
-    return answer(name, &ServiceSignals::retrieveSecurityQuestionResponse, line, response);
-}
-
-Answer reset(const char* name, int status, const char* line)
-{
-    RESTResponseBase response;
-    response.status = status;
-    return answer(name, &ServiceSignals::passwordResetResponse, line, response);
+    return {
+        name,
+        [=](RESTRequestHandler& handler) {
+            handler.retrieveCaptchaImageResponse(status, size.isEmpty() ? QPixmap() : QPixmap(size),
+                                                 text(id));
+        },
+        {text(carried), "retrieveCaptchaImageResponse(%1, '%2')"_s.arg(text(carried), text(id))}};
 }
 
 Operation captchaImage()
 {
-    return answered(
-        served(service("retrieveCaptchaImage", {120, 40}, "captchaImageResponse(%1, no picture)",
-                       RetrieveCaptchaImage, "Failed to send retrieveCaptchaImage request"),
-               "captchas", "the picture",
-               {"captchaImageResponse(0, picture 3x2)"_s,
-                "retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')"_s}),
-        {captcha("captcha, no picture", 0, QSize(), "c-2",
-                 {"captchaImageResponse(0, no picture)"_s,
-                  "retrieveCaptchaImageResponse(0, no picture, 'c-2')"_s}),
-         captcha("captcha", 0, QSize(7, 5), "c-1",
-                 {"captchaImageResponse(0, picture 7x5)"_s,
-                  "retrieveCaptchaImageResponse(0, picture 7x5, 'c-1')"_s}),
-         captcha("captcha, error", 404, QSize(), "",
-                 {"captchaImageResponse(404, no picture)"_s,
-                  "retrieveCaptchaImageResponse(404, no picture, '')"_s})});
+    Operation image =
+        service("retrieveCaptchaImage", {120, 40}, "captchaImageResponse(%1, no picture)",
+                RetrieveCaptchaImage, "Failed to send retrieveCaptchaImage request");
+    image.answers = {captcha("captcha, no picture", 0, QSize(), "c-2", "0, no picture"),
+                     captcha("captcha", 0, QSize(7, 5), "c-1", "0, picture 7x5"),
+                     captcha("captcha, error", 404, QSize(), "", "404, no picture")};
+    image = served(image, "captchas", "the picture", "0, picture 3x2");
+    image.lines.append("retrieveCaptchaImageResponse(0, picture 3x2, 'captcha-9')"_s);
+    return image;
 }
 
 Operation securityQuestionList()
 {
     const auto signal = &ServiceSignals::retrieveSecQueListResponse;
-    return placing(
-        answered(
-            served(service("retrieveSecurityQuestionList", {"de"_s},
-                           "securityQuestionListResponse(%1, {})", RetrieveSecurityQuestionList,
-                           "Failed to send retrieveSecurityQuestionList"),
-                   "securityquestions", "securityquestions/three-questions",
-                   {"securityQuestionListResponse(0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was "
-                    "your first pet's name?})"_s}),
-            {answer("questions", signal, "securityQuestionListResponse(0, {1: Pet?, 2: ?})", 0,
-                    QVariantMap{{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}}),
-             answer("questions, error", signal, "securityQuestionListResponse(501, {})", 501,
-                    QVariantMap())}),
-        {{0, Placed::Query, 1002, 802}});
+    Operation list =
+        service("retrieveSecurityQuestionList", {"de"_s}, "securityQuestionListResponse(%1, {})",
+                RetrieveSecurityQuestionList, "Failed to send retrieveSecurityQuestionList");
+    list.placed = {{0, Placed::Query, 1002, 802}};
+    list.answers = {answer("questions", signal, "0, {1: Pet?, 2: ?}", 0,
+                           QVariantMap{{"1"_s, "Pet?"_s}, {"2"_s, "?"_s}}),
+                    answer("questions, error", signal, "501, {}", 501, QVariantMap())};
+    return served(list, "securityquestions", "securityquestions/three-questions",
+                  "0, {1: Wie heißt Ihre Mutter?, 10: , 2: What was your first pet's name?}");
 }
 
 // 73 is Finland's number in Qt's table.
 Operation preAccount()
 {
     const auto signal = &ServiceSignals::detectPreAccountResponse;
-    return answered(
-        served(service("detectPreAccount", {},
-                       "detectPreAccountResponse(%1, pre-account '' '' '' 0)",
-                       RetrievePreAccountInfo, "Failed to send detectPreAccount request"),
-               "autodetection", "preaccount/known",
-               {"detectPreAccountResponse(0, pre-account 'pre-17' 'somebody' '+358401234567' "
-                "73)"_s}),
-        {answer("pre-account", signal,
-                "detectPreAccountResponse(0, pre-account 'id' 'name' '+358' 73)", 0,
-                PreAccountInfo{"id"_s, "name"_s, "+358"_s, QLocale::Finland}),
-         answer("pre-account, error", signal,
-                "detectPreAccountResponse(507, pre-account '' '' '' 0)", 507, PreAccountInfo())});
+    Operation account =
+        service("detectPreAccount", {}, "detectPreAccountResponse(%1, pre-account '' '' '' 0)",
+                RetrievePreAccountInfo, "Failed to send detectPreAccount request");
+    account.answers = {
+        answer("pre-account", signal, "0, pre-account 'id' 'name' '+358' 73", 0,
+               PreAccountInfo{"id"_s, "name"_s, "+358"_s, QLocale::Finland}),
+        answer("pre-account, error", signal, "507, pre-account '' '' '' 0", 507, PreAccountInfo())};
+    return served(account, "autodetection", "preaccount/known",
+                  "0, pre-account 'pre-17' 'somebody' '+358401234567' 73");
 }
 
 Operation marketingVariant()
 {
-    return answered(
-        served(service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)",
-                       QueryConsentVariant, "Failed to send queryMarketingVariant Request"),
-               "consentqueryvariant", "consentvariant/pre-ticked",
-               {"marketingVariantResponse(0, 2)"_s}),
-        {variant("variant 1", 0, 1, "marketingVariantResponse(0, 1)"),
-         variant("variant 2", 0, 2, "marketingVariantResponse(0, 2)"),
-         variant("variant 3", 0, 3, "marketingVariantResponse(0, 3)"),
-         variant("variant 4", 0, 4, "marketingVariantResponse(0, 4)"),
-         variant("variant 0", 0, 0, "marketingVariantResponse(0, 0)"),
-         variant("variant 5", 0, 5, "marketingVariantResponse(0, 0)"),
-         variant("variant -1", 0, -1, "marketingVariantResponse(0, 0)"),
-         variant("variant with an error", 505, 0, "marketingVariantResponse(505, 0)"),
-         variant("variant 3 with an error", 505, 3, "marketingVariantResponse(505, 3)")});
+    const auto variant = [](const char* name, int status, int value, const char* carried) {
+        return answer(name, &ServiceSignals::queryMarketingVariantResponse, carried, status,
+                      static_cast<ConsentQueryVariant>(value));
+    };
+    Operation query = service("queryMarketingVariant", {}, "marketingVariantResponse(%1, 0)",
+                              QueryConsentVariant, "Failed to send queryMarketingVariant Request");
+    query.answers = {variant("variant 1", 0, 1, "0, 1"),
+                     variant("variant 2", 0, 2, "0, 2"),
+                     variant("variant 3", 0, 3, "0, 3"),
+                     variant("variant 4", 0, 4, "0, 4"),
+                     variant("variant 0", 0, 0, "0, 0"),
+                     variant("variant 5", 0, 5, "0, 0"),
+                     variant("variant -1", 0, -1, "0, 0"),
+                     variant("variant with an error", 505, 0, "505, 0"),
+                     variant("variant 3 with an error", 505, 3, "505, 3")};
+    return served(query, "consentqueryvariant", "consentvariant/pre-ticked", "0, 2");
 }
 
 Operation recoveryMessage()
 {
     const auto signal = &ServiceSignals::requestPasswordResetResponse;
-    const Operation plain =
-        service("requestPasswordReset", {"bob"_s, "x7Kq"_s, true, "the message"_s},
-                "requestPasswordResetResponse(%1)", SendResetMessage,
-                "Failed to send requestPasswordReset Request");
-    return placing(answered(served(sending(withTag(plain, ":SSO_PASSWORD_RECOVERY"),
-                                           {"bob"_s, QString(), "x7Kq"_s, true, "the message"_s}),
-                                   "simplifiedpasswordrecovery/bob/send", "",
-                                   {"requestPasswordResetResponse(0)"_s}),
-                            {answer("recovery", signal, "requestPasswordResetResponse(0)", 0),
-                             answer("recovery, wrong captcha", signal,
-                                    "requestPasswordResetResponse(517)", 517)}),
-                   {{0, Placed::Path, 1002, 802}});
+    Operation message = service("requestPasswordReset", {"bob"_s, "x7Kq"_s, true, "the message"_s},
+                                "requestPasswordResetResponse(%1)", SendResetMessage,
+                                "Failed to send requestPasswordReset Request");
+    message.sentArguments.insert(1, QString());
+    message.tagPurpose = ":SSO_PASSWORD_RECOVERY";
+    message.placed = {{0, Placed::Path, 1002, 802}};
+    message.answers = {answer("recovery", signal, "0", 0),
+                       answer("recovery, wrong captcha", signal, "517", 517)};
+    return served(message, "simplifiedpasswordrecovery/bob/send", "", "0");
 }
 
 Operation nameAvailability()
 {
-    return placing(
-        answered(
-            served(service("isUserIdAvailable", {"bob"_s},
-                           "isUserIdAvailableResponse(%1, false, [])", RetrieveUserNameAvailability,
-                           "Failed to send isUserIdAvailable request", needed({0})),
-                   "availability/bob", "usernameavailability/none",
-                   {"isUserIdAvailableResponse(0, true, [])"_s}),
-            {name("name, free", 0, true, {}, "isUserIdAvailableResponse(0, true, [])"),
-             name("name, taken", 0, false, {"alice1"_s, "a2"_s},
-                  "isUserIdAvailableResponse(0, false, [alice1, a2])"),
-             name("name, reserved", 512, false, {}, "isUserIdAvailableResponse(512, false, [])")}),
-        {{0, Placed::Path}});
+    const auto row = [](const char* name, int status, bool available,
+                        const QStringList& suggestions, const char* carried) {
+        return structure(name, &ServiceSignals::userNameAvailabilityResponse, carried, status,
+                         [&](UserNameAvailabilityResponse& response) {
+                             response.available = available;
+                             response.suggestions = suggestions;
+                         });
+    };
+    Operation name = service(
+        "isUserIdAvailable", {"bob"_s}, "isUserIdAvailableResponse(%1, false, [])",
+        RetrieveUserNameAvailability, "Failed to send isUserIdAvailable request", needed({0}));
+    name.placed = {{0, Placed::Path}};
+    name.answers = {row("name, free", 0, true, {}, "0, true, []"),
+                    row("name, taken", 0, false, {"alice1"_s, "a2"_s}, "0, false, [alice1, a2]"),
+                    row("name, reserved", 512, false, {}, "512, false, []")};
+    return served(name, "availability/bob", "usernameavailability/none", "0, true, []");
 }
 
 Operation termsOfService()
 {
-    return placing(
-        answered(served(service("retrieveTermsOfService", {"shop"_s, "fi"_s, "FI"_s, 0},
-                                "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
-                                "Failed to send retrieveTermsOfService Request", needed({0})),
-                        "services/shop?lang=fi&country=FI&format=text", "termsurls/one-address",
-                        {"termsOfServiceResponse(0, {tosUrl: })"_s}),
-                 {terms("terms", 0, {{"privacy"_s, "https://p.example/"_s}},
-                        "termsOfServiceResponse(0, {privacy: https://p.example/})"),
-                  terms("terms, error", 503, {}, "termsOfServiceResponse(503, {})")}),
-        {{0, Placed::Path}, {1, Placed::Query}, {2, Placed::Query}});
+    const auto row = [](const char* name, int status, const QVariantMap& urls,
+                        const char* carried) {
+        return structure(name, &ServiceSignals::retrieveTOSResponse, carried, status,
+                         [&](TermsUrlsResponse& response) { response.urls = urls; });
+    };
+    Operation terms = service("retrieveTermsOfService", {"shop"_s, "fi"_s, "FI"_s, 0},
+                              "termsOfServiceResponse(%1, {})", RetrieveTermsOfService,
+                              "Failed to send retrieveTermsOfService Request", needed({0}));
+    terms.placed = {{0, Placed::Path}, {1, Placed::Query}, {2, Placed::Query}};
+    terms.answers = {row("terms", 0, {{"privacy"_s, "https://p.example/"_s}},
+                         "0, {privacy: https://p.example/}"),
+                     row("terms, error", 503, {}, "503, {}")};
+    return served(terms, "services/shop?lang=fi&country=FI&format=text", "termsurls/one-address",
+                  "0, {tosUrl: }");
 }
 
 Operation emailAvailability()
 {
-    const Operation plain = service(
-        "isEmailIdAvailable", {"bob@mail.example"_s}, "isEmailIdAvailableResponse(%1, false)",
-        RetrieveEmailIdAvailability, "Failed to send isEmailIdAvailable Request", needed({0}));
-    return answered(served(withTag(plain, ":SSO_EMAIL_AVAILABILITY_CHECK"), "emailavailability/",
-                           "", {"isEmailIdAvailableResponse(0, true)"_s}),
-                    {email("address, free", 0, "isEmailIdAvailableResponse(0, true)"),
-                     email("address, taken", 508, "isEmailIdAvailableResponse(0, false)"),
-                     email("address, reserved", 515, "isEmailIdAvailableResponse(515, false)"),
-                     email("address, network", 404, "isEmailIdAvailableResponse(404, false)"),
-                     email("address, unknown", 1004, "isEmailIdAvailableResponse(1004, false)")});
+    const auto signal = &ServiceSignals::emailIdAvailabilityResponse;
+    Operation email = service("isEmailIdAvailable", {"bob@mail.example"_s},
+                              "isEmailIdAvailableResponse(%1, false)", RetrieveEmailIdAvailability,
+                              "Failed to send isEmailIdAvailable Request", needed({0}));
+    email.tagPurpose = ":SSO_EMAIL_AVAILABILITY_CHECK";
+    email.answers = {answer("address, free", signal, "0, true", 0),
+                     answer("address, taken", signal, "0, false", 508),
+                     answer("address, reserved", signal, "515, false", 515),
+                     answer("address, network", signal, "404, false", 404),
+                     answer("address, unknown", signal, "1004, false", 1004)};
+    return served(email, "emailavailability/", "", "0, true");
 }
 
 Operation questionOfAUser()
 {
-    return placing(
-        answered(
-            served(service("retrievePasswordResetSecQuestion", {"bob"_s, "de"_s},
-                           "retrievePasswordResetSecQuestionResponse(%1, {})",
-                           RetrieveSecurityQuestion,
-                           "Failed to send retrievePasswordResetSecQuestion", needed({0, 1})),
-                   "simplifiedpasswordrecovery/bob/question", "securityquestion/of-a-user",
-                   {"retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 3, "
-                    "securityQuestionText: What was your first pet's name?, userId: somebody})"_s}),
-            {question("question", 0, "u", "12", "Pet?",
-                      "retrievePasswordResetSecQuestionResponse(0, {securityQuestionId: 12, "
-                      "securityQuestionText: Pet?, userId: u})"),
-             question("question, error", 519, "", "", "",
-                      "retrievePasswordResetSecQuestionResponse(519, {securityQuestionId: , "
-                      "securityQuestionText: , userId: })")}),
-        {{0, Placed::Path}, {1, Placed::Query}});
+    const auto signal = &ServiceSignals::retrieveSecurityQuestionResponse;
+    Operation question =
+        service("retrievePasswordResetSecQuestion", {"bob"_s, "de"_s},
+                "retrievePasswordResetSecQuestionResponse(%1, {})", RetrieveSecurityQuestion,
+                "Failed to send retrievePasswordResetSecQuestion", needed({0, 1}));
+    question.placed = {{0, Placed::Path}, {1, Placed::Query}};
+    question.answers = {
+        structure("question", signal,
+                  "0, {securityQuestionId: 12, securityQuestionText: Pet?, userId: u}", 0,
+                  [](SecurityQuestionResponse& response) {
+                      response.securityQuestion.username = "u"_s;
+                      response.securityQuestion.passwordQuestionId = "12"_s;
+                      response.securityQuestion.passwordQuestionText = "Pet?"_s;
+                  }),
+        structure("question, error", signal,
+                  "519, {securityQuestionId: , securityQuestionText: , userId: }", 519,
+                  [](SecurityQuestionResponse&) {})};
+    return served(question, "simplifiedpasswordrecovery/bob/question", "securityquestion/of-a-user",
+                  "0, {securityQuestionId: 3, securityQuestionText: What was your first pet's "
+                  "name?, userId: somebody}");
 }
 
 Operation resetByQuestion()
 {
-    const QString token = "planted-token"_s;
-    const QString password = "planted-password"_s;
-    const QString reply = "planted-answer"_s;
-    return placing(
-        answered(
-            served(sending(service("resetPasswordUsingSecurityQuestion",
-                                   {"bob"_s, token, password, reply},
-                                   "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
-                                   "Failed to send resetPasswordUsingSecurityQuestion Request",
-                                   needed({0, 1, 2, 3})),
-                           {"bob"_s, token, password, reply, "en"_s}),
-                   "simplifiedpasswordrecovery/bob/change", "",
-                   {"resetPasswordUsingSecurityQuestionResponse(0)"_s}),
-            {reset("reset", 0, "resetPasswordUsingSecurityQuestionResponse(0)"),
-             reset("reset, error", 522, "resetPasswordUsingSecurityQuestionResponse(522)")}),
-        {{0, Placed::Path}});
+    const auto signal = &ServiceSignals::passwordResetResponse;
+    const auto nothing = [](RESTResponseBase&) {};
+    Operation reset =
+        service("resetPasswordUsingSecurityQuestion",
+                {"bob"_s, "planted-token"_s, "planted-password"_s, "planted-answer"_s},
+                "resetPasswordUsingSecurityQuestionResponse(%1)", ResetPassword,
+                "Failed to send resetPasswordUsingSecurityQuestion Request", needed({0, 1, 2, 3}));
+    reset.sentArguments.append("en"_s);
+    reset.placed = {{0, Placed::Path}};
+    reset.answers = {structure("reset", signal, "0", 0, nothing),
+                     structure("reset, error", signal, "522", 522, nothing)};
+    return served(reset, "simplifiedpasswordrecovery/bob/change", "", "0");
 }
 
 Operation session(const char* name, const QVariantList& arguments, const char* answer,

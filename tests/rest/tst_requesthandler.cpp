@@ -30,6 +30,8 @@ namespace {
 
 constexpr int patience = 5000;
 
+using HandedOut = std::vector<std::unique_ptr<OAuthRequest>>;
+
 // Notices requests that are given a parent: those that the handler keeps, and nobody else sees.
 class KeptRequests : public QObject
 {
@@ -198,7 +200,7 @@ private Q_SLOTS:
         ScriptedServer server;
         server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
         RESTRequestHandler handler;
-        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        HandedOut handedOut;
         const MessageLog log;
         int sent = 0;
         for (const auto field : fieldsInAddress(row)) {
@@ -270,20 +272,15 @@ private Q_SLOTS:
     void theHandlerMayDieWithEverythingUnderWay()
     {
         ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::silence(); });
         const KeptRequests kept;
-        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
+        HandedOut handedOut;
         QList<QPointer<OAuthRequest>> watched;
         {
             RESTRequestHandler handler;
-            for (const Send& row : operations::sends()) {
-                server.expect(Reaction::silence());
-                OAuthRequest* request = nullptr;
-                QCOMPARE(row.run({handler, mProvider, mValues, server.base(), &request}), 0);
-                if (request) {
-                    handedOut.emplace_back(request);
-                    watched.append(request);
-                }
-            }
+            handedOut = sendAll(handler, server);
+            for (const auto& request : handedOut)
+                watched.append(request.get());
             // Six connections of the network library are open, the others wait for them.
             QTRY_VERIFY_WITH_TIMEOUT(server.requests().size() >= 6, patience);
             const int sent = operations::sends().size();
@@ -381,17 +378,13 @@ private Q_SLOTS:
         RESTRequestHandler handler;
         const RecordedAnswers answers(handler);
         const KeptRequests kept;
-        std::vector<std::unique_ptr<OAuthRequest>> handedOut;
         QStringList expected;
         const MessageLog log;
         for (const Send& row : operations::sends()) {
             server.expect(Reaction::reply(200, ""));
-            OAuthRequest* request = nullptr;
-            QCOMPARE(row.run({handler, mProvider, mValues, server.base(), &request}), 0);
-            if (request)
-                handedOut.emplace_back(request);
             expected += operations::of(row.number).signalNames();
         }
+        const HandedOut handedOut = sendAll(handler, server);
         QTRY_COMPARE_WITH_TIMEOUT(sorted(answers.names()), sorted(expected), patience);
         QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
         QCOMPARE(server.problems(), QStringList());
@@ -459,6 +452,19 @@ private:
                 fields.append(field);
         }
         return fields;
+    }
+
+    HandedOut sendAll(RESTRequestHandler& handler, const ScriptedServer& server)
+    {
+        HandedOut handedOut;
+        for (const Send& row : operations::sends()) {
+            OAuthRequest* request = nullptr;
+            if (row.run({handler, mProvider, mValues, server.base(), &request}) != 0)
+                qFatal("%s is not sent", qPrintable(row.name()));
+            if (request)
+                handedOut.emplace_back(request);
+        }
+        return handedOut;
     }
 
     int sendWith(const Send& row, QString Values::*field, const QString& value,
