@@ -91,6 +91,11 @@ private Q_SLOTS:
         QTest::newRow("a browser's own") << own + "Sec-Fetch-Site: same-origin\r\n" << 200;
         QTest::newRow("typed") << host + "Sec-Fetch-Site: none\r\n" << 200;
         QTest::newRow("another port") << host + "Origin: http://127.0.0.1:1\r\n" << 403;
+        QTest::newRow("name of its own") << "Host: localhost.page.example\r\n"_ba << 403;
+        QTest::newRow("name at another port") << "Host: 127.0.0.1:1\r\n"_ba << 403;
+        QTest::newRow("no name") << QByteArray() << 403;
+        QTest::newRow("two names") << "Host: localhost\r\nHost: page.example\r\n"_ba << 403;
+        QTest::newRow("order from nowhere") << host + "Origin: null\r\n" << 403;
         QTest::newRow("no port") << host + "Origin: http://127.0.0.1\r\n" << 403;
         QTest::newRow("another name") << host + "Origin: http://localhost" + port + "\r\n" << 403;
         QTest::newRow("another scheme") << host + "Origin: https://127.0.0.1" + port + "\r\n"

@@ -178,67 +178,6 @@ private Q_SLOTS:
         QCOMPARE(ask().status, 200);
     }
 
-    void takesFaultsInOrder()
-    {
-        QVERIFY(mEmulator.orderFaults("status=500\nnone\n2*status=404\r\nstatus=410"));
-        QCOMPARE(mEmulator.admin("GET", "/faults"_s).body,
-                 "status=500\nnone\nstatus=404\nstatus=404\nstatus=410\n"_ba);
-        for (const int status : {500, 200, 404, 404, 410, 200})
-            QCOMPARE(ask().status, status);
-        QCOMPARE(mEmulator.admin("GET", "/faults"_s).body, QByteArray());
-    }
-
-    void takesFaultsFromTheCommandLine()
-    {
-        EmulatorProcess emulator;
-        QVERIFY(emulator.start({"--fault"_s, "status=500"_s, "--fault=2*status=404"_s}));
-        for (const int status : {500, 404, 404, 200}) {
-            WireClient client;
-            QVERIFY(client.open(emulator));
-            QCOMPARE(client.ask(SignedRequest().bytes()).status, status);
-        }
-    }
-
-    void refusesUnknownFaults_data()
-    {
-        rowsNamed("fault", {"fire",
-                            "delay",
-                            "delay=",
-                            "delay=x",
-                            "delay=-1",
-                            "delay=600001",
-                            "status",
-                            "status=99",
-                            "status=1000",
-                            "hang=1",
-                            "0*hang",
-                            "10001*hang",
-                            "x*hang",
-                            "*hang",
-                            "huge-body=0",
-                            "huge-body=99999999999",
-                            "status=18446744073709551616",
-                            "hang\nfire",
-                            "",
-                            "\n"});
-    }
-    void refusesUnknownFaults()
-    {
-        QFETCH(QByteArray, fault);
-        const AdminReply reply = mEmulator.admin("POST", "/faults"_s, fault);
-        QCOMPARE(reply.status, 400);
-        QVERIFY(reply.body.endsWith('\n'));
-        // One line refused refuses them all.
-        QCOMPARE(mEmulator.admin("GET", "/faults"_s).body, QByteArray());
-    }
-
-    void forgetsFaults()
-    {
-        QVERIFY(mEmulator.orderFaults("3*status=500"));
-        QCOMPARE(mEmulator.admin("DELETE", "/faults"_s).status, 200);
-        QCOMPARE(ask().status, 200);
-    }
-
     void refusesAndAcceptsConnections()
     {
         for (int round = 0; round < 3; ++round) {
@@ -258,19 +197,6 @@ private Q_SLOTS:
             QCOMPARE(ask().status, 200);
         }
         QCOMPARE(mEmulator.admin("GET", "/health"_s).body, "ok\n"_ba);
-    }
-
-    void startsRefusing()
-    {
-        EmulatorProcess emulator;
-        QVERIFY(emulator.start({"--refuse"_s}));
-        WireClient refused;
-        QVERIFY(!refused.open(emulator));
-        QCOMPARE(refused.socketError(), QAbstractSocket::ConnectionRefusedError);
-        QCOMPARE(emulator.admin("POST", "/accept"_s).status, 200);
-        WireClient client;
-        QVERIFY(client.open(emulator));
-        QCOMPARE(client.ask(SignedRequest().bytes()).status, 200);
     }
 
     void endsWhileARequestHangs()

@@ -21,8 +21,6 @@
 
 namespace {
 
-constexpr const char* schemaNamespace = "https://" KELACCOUNT_HOST_PRODUCTION "/schemas/rest/v1_0";
-
 QByteArray pathOf(const QByteArray& name)
 {
     return "/rest/1.0/availability/" + name;
@@ -34,17 +32,6 @@ QDomElement rootOf(const WireReply& reply)
     return document.setContent(reply.body, true) ? document.documentElement() : QDomElement();
 }
 
-QStringList suggestionsOf(const WireReply& reply)
-{
-    QStringList names;
-    const QDomElement list = rootOf(reply).firstChildElement("userNameSuggestions"_s);
-    const QString tag = "userNameSuggestion"_s;
-    for (QDomElement name = list.firstChildElement(tag); !name.isNull();
-         name = name.nextSiblingElement(tag))
-        names.append(name.text());
-    return names;
-}
-
 } // namespace
 
 class TestEmulatorReplies : public QObject
@@ -54,68 +41,7 @@ class TestEmulatorReplies : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        const QStringList options{"--account"_s, "terror"_s, "--account"_s, "bob1"_s,
-                                  "--account"_s, "bob"_s,    "--reserve"_s, "bob2"_s};
-        QVERIFY2(mEmulator.start(options), mEmulator.log().constData());
-    }
-
-    void answersAvailability_data()
-    {
-        const auto row =
-            rows<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
-        const QString response = "userNameAvailabilityResponse"_s;
-        const QString error = "errorResponse"_s;
-        const QString syntax = "attributeSyntaxError"_s;
-        row("free", "carol", 200, response, {});
-        row("64 characters", QByteArray(64, 'a'), 200, response, {});
-        row("every kind of character", "+35 8.a_b-C@d"_ba.replace(" ", ""), 200, response, {});
-        row("taken", "alice", 422, response, {});
-        row("taken, other case", "ALICE", 422, response, {});
-        row("reserved", "admin", 409, error, "usernameReserved");
-        row("reserved, other case", "Admin", 409, error, "usernameReserved");
-        row("65 characters", QByteArray(65, 'a'), 400, error, syntax);
-        row("none", {}, 400, error, syntax);
-        row("blank", "a b", 400, error, syntax);
-        row("not Latin", "\xd0\xb0", 400, error, syntax);
-        row("control character", "a\x01", 400, error, syntax);
-        row("percent", "100%", 400, error, syntax);
-        row("markup", "<a>&\"'", 400, error, syntax);
-        row("longer path", "a/b", 404, error, "resourceNotFound");
-    }
-    void answersAvailability()
-    {
-        const auto [name, status, root, errorCode] =
-            fetch<QByteArray, int, QString, QString>("name", "status", "root", "errorCode");
-        const WireReply reply = ask(SignedRequest(pathOf(name)));
-        QCOMPARE(reply.status, status);
-        QVERIFY(reply.body.startsWith("<?xml "));
-        QCOMPARE(rootOf(reply).tagName(), root);
-        QCOMPARE(rootOf(reply).namespaceURI(), QLatin1String(schemaNamespace));
-        QCOMPARE(rootOf(reply).firstChildElement("errorCode"_s).text(), errorCode);
-        // Clients take any reply with this word in it for an error.
-        QCOMPARE(reply.body.contains("error") || reply.body.contains("Error"),
-                 !errorCode.isEmpty());
-        QCOMPARE(suggestionsOf(reply).isEmpty(), status != 422);
-    }
-
-    void suggestsNamesThatAreFree()
-    {
-        const QStringList names = suggestionsOf(ask(SignedRequest(pathOf("bob"))));
-        // bob1 has an account and bob2 is reserved.
-        QCOMPARE(names, QStringList({"bob3"_s, "bob4"_s, "bob5"_s}));
-        for (const QString& name : names)
-            QCOMPARE(ask(SignedRequest(pathOf(name.toLatin1()))).status, 200);
-        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "bob3\nbob5\n").status, 200);
-        QCOMPARE(suggestionsOf(ask(SignedRequest(pathOf("bob")))),
-                 QStringList({"bob4"_s, "bob6"_s, "bob7"_s}));
-    }
-
-    void suggestsNoNameThatClientsMisread()
-    {
-        const WireReply reply = ask(SignedRequest(pathOf("terror")));
-        QCOMPARE(reply.status, 422);
-        QVERIFY(!reply.body.contains("error"));
-        QVERIFY(!suggestionsOf(reply).isEmpty());
+        QVERIFY2(mEmulator.start({"--account"_s, "bob"_s}), mEmulator.log().constData());
     }
 
     void answersMalformedRequestsWithAnErrorDocument_data()
@@ -330,19 +256,6 @@ private Q_SLOTS:
         QCOMPARE(good.load(), connections * requestsEach);
     }
 
-    void leadsEveryHostToTheService()
-    {
-        for (const char* host :
-             {KELACCOUNT_HOST_TEST_A, KELACCOUNT_HOST_TEST_B, KELACCOUNT_HOST_PRODUCTION,
-              KELACCOUNT_HOST_STAGING, KELACCOUNT_HOST_TEST_C, KELACCOUNT_HOST_TEST_D}) {
-            WireClient client;
-            QVERIFY2(client.open(mEmulator, QLatin1String(host)), host);
-            SignedRequest request(pathOf("carol"));
-            request.host = host;
-            QCOMPARE(client.ask(request.bytes()).status, 200);
-        }
-    }
-
     void refusesProxyRequestsOtherThanTunnels()
     {
         QTcpSocket socket;
@@ -370,36 +283,6 @@ private Q_SLOTS:
         QVERIFY(::recv(client, answer.data(), size_t(answer.size()), 0) > 0);
         QVERIFY2(answer.startsWith("HTTP/1.1 405 "), answer);
         ::close(client);
-    }
-
-    void keepsAccountsInAFile()
-    {
-        QTemporaryDir folder;
-        const QStringList options{"--database"_s, folder.filePath("accounts.db"_s),
-                                  "--no-default-accounts"_s};
-        {
-            EmulatorProcess first;
-            QVERIFY(first.start(options));
-            QCOMPARE(first.admin("POST", "/accounts"_s, "dave\n").status, 200);
-            QCOMPARE(first.stop(), 0);
-        }
-        EmulatorProcess second;
-        QVERIFY(second.start(options));
-        WireClient client;
-        QVERIFY(client.open(second));
-        QCOMPARE(client.ask(SignedRequest(pathOf("dave")).bytes()).status, 422);
-        QCOMPARE(client.ask(SignedRequest(pathOf("alice")).bytes()).status, 200);
-        QCOMPARE(client.ask(SignedRequest(pathOf("admin")).bytes()).status, 200);
-    }
-
-    void takesAccountsFromOptionsAndEndpoint()
-    {
-        QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 200);
-        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "erin\r\nfrank\n").status, 200);
-        QCOMPARE(ask(SignedRequest(pathOf("erin"))).status, 422);
-        QCOMPARE(ask(SignedRequest(pathOf("frank"))).status, 422);
-        QCOMPARE(mEmulator.admin("POST", "/accounts"_s, "not a name\n").status, 400);
-        QCOMPARE(mEmulator.admin("POST", "/accounts"_s).status, 400);
     }
 
     // "ö" is one of the service's letters; what follows clears the screen of a terminal.

@@ -9,8 +9,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <sqlite3.h>
-#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -34,16 +32,6 @@ QByteArray registrationDocument(const QByteArray& name, const QByteArray& email)
             "<passwordAnswer>plantedanswer</passwordAnswer><country>FI</country></userData>"
             "<marketingConsent><email>true</email><mobile>true</mobile>"
             "<serviceId>OneConsent</serviceId></marketingConsent>");
-}
-
-/// Makes an SQLite file by a script of its own.
-bool makeFile(const QString& path, const char* script)
-{
-    sqlite3* database = nullptr;
-    const bool good = sqlite3_open(path.toLocal8Bit().constData(), &database) == SQLITE_OK &&
-                      sqlite3_exec(database, script, nullptr, nullptr, nullptr) == SQLITE_OK;
-    sqlite3_close(database);
-    return good;
 }
 
 } // namespace
@@ -173,71 +161,6 @@ private Q_SLOTS:
             200);
     }
 
-    void keepsTheFileFromOtherUsers()
-    {
-        const QTemporaryDir folder;
-        const QString made = folder.filePath("made.db"_s);
-        // One that an earlier version left readable.
-        const QString found = folder.filePath("found.db"_s);
-        QVERIFY(makeFile(found, "PRAGMA user_version = 0"));
-        QVERIFY(QFile::setPermissions(found, QFile::ReadOwner | QFile::WriteOwner |
-                                                 QFile::ReadGroup | QFile::ReadOther));
-        for (const QString& file : {made, found}) {
-            ServiceClient service;
-            QVERIFY2(service.start({"--database"_s, file}), service.emulator().log().constData());
-            QVERIFY(!service.tokenOf("alice").token.isEmpty());
-            struct stat state = {};
-            QCOMPARE(::stat(file.toLocal8Bit().constData(), &state), 0);
-            QCOMPARE(QByteArray::number(state.st_mode & 07777U, 8), "600"_ba);
-        }
-    }
-
-    void bringsAnOlderFileUpToDate()
-    {
-        const QTemporaryDir folder;
-        const QString file = folder.filePath("old.db"_s);
-        // As the first version of this program made it.
-        QVERIFY(makeFile(file, "CREATE TABLE accounts (id INTEGER PRIMARY KEY,"
-                               " name TEXT NOT NULL UNIQUE COLLATE NOCASE);"
-                               "CREATE TABLE reserved_names (name TEXT PRIMARY KEY COLLATE NOCASE)"
-                               " WITHOUT ROWID;"
-                               "INSERT INTO accounts VALUES (7, 'oldie');"
-                               "INSERT INTO reserved_names VALUES ('kept');"));
-        ServiceClient service;
-        QVERIFY2(service.start({"--database"_s, file}), service.emulator().log().constData());
-        const Answer answer = service.signIn("oldie@example.org", "secret");
-        QCOMPARE(answer.at("userInfo/accountId"), "7"_s);
-        QCOMPARE(answer.at("userInfo/username"), "oldie"_s);
-        QCOMPARE(service.ask("GET", "availability/kept").errorCode(), "usernameReserved"_s);
-        // Numbers go on from the highest.
-        QVERIFY(service.tokenOf("alice").accountId.toInt() > 7);
-    }
-
-    void refusesFilesThatItDoesNotKnow_data()
-    {
-        const auto row = rows<QByteArray, QByteArray>("script", "problem");
-        row("newer", "PRAGMA user_version = 99", "a newer program made it");
-        row("other columns", "CREATE TABLE accounts (shoe INTEGER)", "no such column: ");
-        row("today's version without tables", "PRAGMA user_version = 2", "no such table: ");
-    }
-    void refusesFilesThatItDoesNotKnow()
-    {
-        const auto [script, problem] = fetch<QByteArray, QByteArray>("script", "problem");
-        const QTemporaryDir folder;
-        const QString file = folder.filePath("other.db"_s);
-        QVERIFY(makeFile(file, script.constData()));
-        QFile before(file);
-        QVERIFY(before.open(QIODevice::ReadOnly));
-        const QByteArray bytes = before.readAll();
-        const ProgramRun outcome =
-            EmulatorProcess::run({"serve"_s, "--no-session"_s, "--database"_s, file});
-        QCOMPARE(outcome.status, 125);
-        QVERIFY2(outcome.errors.contains(problem), outcome.errors.constData());
-        QFile after(file);
-        QVERIFY(after.open(QIODevice::ReadOnly));
-        QCOMPARE(after.readAll(), bytes);
-    }
-
     void givesANameToOneOfMany()
     {
         constexpr int clients = 8;
@@ -299,37 +222,6 @@ private Q_SLOTS:
         QVERIFY(!all.contains("plantedpassword"_ba.toBase64()));
         QVERIFY(!all.contains(token));
         QVERIFY(!all.contains(secret));
-    }
-
-    void answersNoWebPage_data()
-    {
-        const QByteArray port =
-            QUrl(mService.emulator().environment().value("KELACCOUNT_EMULATOR_ADMIN"_s))
-                .authority()
-                .toLatin1()
-                .mid(9);
-        const auto row = rows<QByteArray, bool>("heading", "answered");
-        row("address", "Host: 127.0.0.1" + port + "\r\n", true);
-        row("name", "Host: localhost" + port + "\r\n", true);
-        row("rebound name", "Host: page.example" + port + "\r\n", false);
-        row("name of its own", "Host: localhost.page.example\r\n", false);
-        row("another port", "Host: 127.0.0.1:1\r\n", false);
-        row("no name", {}, false);
-        row("two names", "Host: localhost\r\nHost: page.example\r\n", false);
-        row("order from a page", "Host: 127.0.0.1" + port + "\r\nOrigin: http://page.example\r\n",
-            false);
-        row("order from nowhere", "Host: 127.0.0.1" + port + "\r\nOrigin: null\r\n", false);
-    }
-    void answersNoWebPage()
-    {
-        const auto [heading, answered] = fetch<QByteArray, bool>("heading", "answered");
-        const QString address =
-            mService.emulator().environment().value("KELACCOUNT_EMULATOR_ADMIN"_s);
-        const AdminReply accounts = askAdministration(address, "GET", "/accounts"_s, {}, heading);
-        QCOMPARE(accounts.status, answered ? 200 : 403);
-        QCOMPARE(accounts.body.contains("alice"), answered);
-        const AdminReply order = askAdministration(address, "POST", "/accept"_s, {}, heading);
-        QCOMPARE(order.status, answered ? 200 : 403);
     }
 
 private:

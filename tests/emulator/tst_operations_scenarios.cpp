@@ -21,7 +21,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         const QStringList options{"--pre-account"_s, "1234567890,somebody,+358409876543,FI"_s,
-                                  "--pre-account=5550001"_s, "--pre-account=5550002"_s};
+                                  "--pre-account=5550001"_s, "--pre-account=5550002"_s,
+                                  "--reserve=tom2"_s};
         QVERIFY2(mService.start(options), mService.emulator().log().constData());
         QVERIFY(mService.addAccount(
             R"([{"userName": "mailed", "email": "mailed@mail.example", "mobile": "+358401234599"},
