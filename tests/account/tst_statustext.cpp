@@ -264,37 +264,6 @@ private Q_SLOTS:
                  QString::fromLatin1(text));
     }
 
-    void theFieldIsTheArgumentThatWasRefused_data()
-    {
-        columns<int, QString>("status", "field");
-        QTest::newRow("reserved name") << 512 << "userName";
-        QTest::newRow("no such user") << int(ErrorUserNotFound) << "userName";
-        QTest::newRow("captcha, registering") << int(ErrorCaptchaError) << "captchaText";
-        QTest::newRow("captcha, recovering") << int(ErrorInvalidCaptcha) << "captchaText";
-        QTest::newRow("no captcha") << int(ErrorServiceTagAndCaptchaMissing) << "captchaText";
-        QTest::newRow("address") << int(ErrorEmailAddressReserved) << "emailAddress";
-        QTest::newRow("too young") << int(ErrorTooYoung) << "dateOfBirth";
-        QTest::newRow("consent") << int(ErrorAgeVerificationSimpleConsent) << "dateOfBirth";
-        QTest::newRow("age") << int(ErrorAgeVerificationDisallowed) << "dateOfBirth";
-        QTest::newRow("old password") << int(ErrorOldPasswordMismatch) << "oldPassword";
-        QTest::newRow("no password") << int(ErrorSignInPasswordEmpty) << "password";
-        QTest::newRow("no key") << int(ErrorConsumerKeyMissing) << "consumerKey";
-        QTest::newRow("no secret") << int(ErrorConsumerSecretMissing) << "consumerSecret";
-        QTest::newRow("success") << int(ErrorNone) << "";
-        QTest::newRow("name or password") << int(ErrorNotAuthorized) << "";
-        QTest::newRow("address or number") << int(ErrorInvalidContact) << "";
-        QTest::newRow("any value") << int(ErrorInvalidParameter) << "";
-        QTest::newRow("the device") << int(ErrorInvalidServiceTag) << "";
-        QTest::newRow("network") << int(ErrorTimeout) << "";
-        QTest::newRow("daemon") << 3 << "";
-        QTest::newRow("unknown") << 9999 << "";
-    }
-    void theFieldIsTheArgumentThatWasRefused()
-    {
-        QFETCH(int, status);
-        QTEST(statusField(status), "field");
-    }
-
     void aFieldIsAPropertyOfTheRegistrationOrAnArgument()
     {
         const QStringList arguments = {"consumerKey"_s, "consumerSecret"_s, "oldPassword"_s};
@@ -308,49 +277,42 @@ private Q_SLOTS:
         }
     }
 
-    void onlyWhatTimeCanMendIsRetryable_data()
+    void everyStatusHasItsValueAndName_data()
     {
-        columns<int, bool>("status", "retryable");
-        QTest::newRow("success") << int(ErrorNone) << false;
-        QTest::newRow("refused") << int(ErrorConnectionRefused) << true;
-        QTest::newRow("closed") << int(ErrorRemoteHostClosed) << true;
-        QTest::newRow("no such host") << int(ErrorHostNotFound) << true;
-        QTest::newRow("time-out") << int(ErrorTimeout) << true;
-        QTest::newRow("cancelled") << int(ErrorOperationCanceled) << true;
-        QTest::newRow("certificate") << int(ErrorSslHandshakeFailed) << false;
-        QTest::newRow("network away") << int(ErrorTemporaryNetworkFailure) << true;
-        QTest::newRow("proxy wants credentials") << int(ErrorProxyAuthenticationRequired) << false;
-        QTest::newRow("denied") << 413 << false;
-        QTest::newRow("not found") << int(ErrorContentNotFound) << false;
-        QTest::newRow("asked too often") << int(ErrorUnknownContent) << true;
-        QTest::newRow("cut reply") << int(ErrorProtocolFailure) << true;
-        QTest::newRow("service out of order") << int(ErrorGeneralError) << true;
-        QTest::newRow("wrong password") << int(ErrorNotAuthorized) << false;
-        QTest::newRow("locked") << int(ErrorAccountLocked) << false;
-        QTest::newRow("name taken") << 512 << false;
-        QTest::newRow("wrong captcha") << int(ErrorCaptchaError) << false;
-        QTest::newRow("mail server away") << int(ErrorEmailSendingFailed) << true;
-        QTest::newRow("foreign client") << int(ErrorUntrustedClient) << false;
-        QTest::newRow("busy") << int(ErrorAuthSessionBusy) << true;
-        QTest::newRow("disabled") << int(ErrorAccountDisabled) << false;
-        QTest::newRow("before initialize") << int(ErrorInitializationPending) << false;
-        QTest::newRow("account there") << int(ErrorAccountAlreadyPresent) << false;
-        QTest::newRow("set-up running") << int(ErrorAccountConfigurationInProgress) << true;
-        QTest::newRow("daemon away") << int(ErrorFailedToEstablishZorAuthSession) << true;
-        QTest::newRow("modem not yet there") << 807 << true;
-        QTest::newRow("bad argument") << int(ErrorInvalidParameter) << false;
-        QTest::newRow("daemon gone meanwhile") << 3 << true;
+        rowsOfFile(KELACCOUNT_TEST_STATUSES, {"member", "field", "retryable"});
     }
-    void onlyWhatTimeCanMendIsRetryable()
+    void everyStatusHasItsValueAndName()
     {
-        QFETCH(int, status);
-        QTEST(isRetryable(status), "retryable");
+        const auto [member, field, retryable] =
+            fetch<QByteArray, QByteArray, QByteArray>("member", "field", "retryable");
+        const QByteArray number = QTest::currentDataTag();
+        const int status = number.toInt();
+        QCOMPARE(statusName(status).toLatin1(),
+                 member == "-" ? "ZorKelDefs::Error" + number : "ZorKeLDefs::" + member);
+        QCOMPARE(readMembers().value(status, "-"_s).toLatin1(), member);
+        if (field != "?")
+            QCOMPARE(statusField(status).toLatin1(), field == "-" ? ""_ba : field);
+        if (retryable != "?")
+            QCOMPARE(isRetryable(status), retryable == "yes");
     }
 
-    void theNameIsTheOneOfTheLogs()
+    void theTableHasEveryMember()
     {
-        for (int status = -10; status < 1100; ++status)
-            QCOMPARE(statusName(status), CommonUtils::ConvertErrorCodeToString(status));
+        const QString table = readAll(QStringLiteral(KELACCOUNT_TEST_STATUSES));
+        for (const QString& member : readMembers())
+            QVERIFY2(table.contains("\t%1\t"_s.arg(member)), qPrintable(member));
+    }
+
+    // Its el is a small one.
+    void everyOtherNumberGetsTheFallback()
+    {
+        const Statuses members = readMembers();
+        for (int status = -10; status < 1100; ++status) {
+            const QString name = CommonUtils::ConvertErrorCodeToString(status);
+            QCOMPARE(statusName(status), name);
+            if (!members.contains(status))
+                QCOMPARE(name, "ZorKelDefs::Error%1"_s.arg(status));
+        }
     }
 };
 

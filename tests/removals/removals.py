@@ -29,8 +29,8 @@ import time
 
 # Which programs answer for a file, the quickest first; the first line that fits counts.
 RESPONSIBLE = [
-    (r"account/texts/", "tst_statustext tst_commonutils"),
-    (r"account/(records|commonutils)", "tst_publicrecords tst_commonutils tst_profile"),
+    (r"account/texts/", "tst_statustext"),
+    (r"account/(records|commonutils)", "tst_publicrecords tst_statustext tst_profile"),
     (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_accountsdatabase "
@@ -56,7 +56,7 @@ PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_sessionope
                          "tst_setupfailures".split(), "tst_facade_scenarios")
 # Programs that no busy machine makes fail.
 STEADY = set("tst_accountsetup tst_captchapicture tst_captchawithoutgui tst_clientidentification "
-             "tst_commonutils tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
+             "tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
              "tst_operationcoverage tst_operations tst_publicrecords tst_receivedreply "
              "tst_requestmodel tst_serviceanswers tst_signedaddress tst_signing tst_statustext "
              "tst_knownanswers".split())

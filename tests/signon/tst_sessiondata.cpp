@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "bytereader.h"
 #include "signon/requestdata.h"
 #include "signon/zorauthsessionprivatedata.h"
 #include "support/literals.h"
@@ -8,8 +7,6 @@
 #include <QTest>
 
 using KelRestHandler::ProfileInfoData;
-using KelRestHandler::RegistrationInfoData;
-using KelRestHandler::SetSecurityQuestionInput;
 using ZorKeLSignOn::ZorAuthSessionData;
 using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
@@ -78,73 +75,6 @@ private Q_SLOTS:
         const SignOn::SessionData data(received);
         QCOMPARE(data.data<ZorAuthSessionData>().toMap(), received);
         QCOMPARE(data.data<ZorAuthSessionPrivateData>().toMap(), received);
-    }
-
-    void registrationIsReadBackByAnotherReader()
-    {
-        RegistrationInfoData registration;
-        registration.userName = "näme\u20ac"_s;
-        registration.captchaText = "captcha"_s;
-        registration.password = "password"_s;
-        registration.mobilePhoneNumber = "+3581234"_s;
-        registration.emailAddress = "a@b.example"_s;
-        registration.securityQuestion = "question"_s;
-        registration.securityAnswer = "answer"_s;
-        registration.dateOfBirth = QDate(1980, 2, 29);
-        registration.firstName = "First"_s;
-        registration.lastName = "Last"_s;
-        registration.countryAsString = "FI"_s;
-        registration.reservedNumber = -5;
-        registration.reservedFlag1 = true;
-        registration.reservedFlag2 = false;
-        registration.languageAsString = "fi"_s;
-        registration.language = QLocale::Finnish;
-        registration.country = QLocale::Finland;
-        registration.reservedNumber2 = 9;
-        registration.marketingInfoOnMobile = true;
-        registration.marketingInfoOnEmail = false;
-        registration.captchaId = "id"_s;
-        registration.serviceTag = QByteArray("tag\0x", 5);
-
-        ZorAuthSessionPrivateData record;
-        record.setRegistrationData(registration);
-        const QVariant value = record.getProperty("RegistrationData"_s);
-        QCOMPARE(value.userType(), int(QMetaType::QByteArray));
-
-        ByteReader reader(value.toByteArray());
-        QCOMPARE(reader.text(), registration.userName);
-        QCOMPARE(reader.text(), registration.captchaText);
-        QCOMPARE(reader.text(), registration.password);
-        QCOMPARE(reader.text(), registration.mobilePhoneNumber);
-        QCOMPARE(reader.text(), registration.emailAddress);
-        QCOMPARE(reader.text(), registration.securityQuestion);
-        QCOMPARE(reader.text(), registration.securityAnswer);
-        QCOMPARE(reader.date(), registration.dateOfBirth);
-        QCOMPARE(reader.text(), registration.firstName);
-        QCOMPARE(reader.text(), registration.lastName);
-        QCOMPARE(reader.text(), registration.countryAsString);
-        QCOMPARE(reader.integer(), -5);
-        QCOMPARE(reader.flag(), true);
-        QCOMPARE(reader.flag(), false);
-        QCOMPARE(reader.text(), registration.languageAsString);
-        QCOMPARE(reader.integer(), int(QLocale::Finnish));
-        QCOMPARE(reader.integer(), int(QLocale::Finland));
-        QCOMPARE(reader.integer(), 9);
-        QCOMPARE(reader.flag(), true);
-        QCOMPARE(reader.flag(), false);
-        QCOMPARE(reader.text(), registration.captchaId);
-        QCOMPARE(reader.block(), registration.serviceTag);
-        QVERIFY(reader.atEnd());
-    }
-
-    void anEmptyRegistrationEndsInANullServiceTag()
-    {
-        ZorAuthSessionPrivateData record;
-        record.setRegistrationData(RegistrationInfoData());
-        const QByteArray bytes = record.getProperty("RegistrationData"_s).toByteArray();
-        // 12 null texts of 4 bytes, a date of 8, four integers, four flags, and the null tag.
-        QCOMPARE(bytes.size(), 12 * 4 + 8 + 4 * 4 + 4 + 4);
-        QCOMPARE(bytes.right(4), "\xff\xff\xff\xff"_ba);
     }
 
     void aProfileThatWasNotSentIsEmpty()
