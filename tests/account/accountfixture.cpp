@@ -9,9 +9,7 @@
 #include <Accounts/Account>
 #include <Accounts/Manager>
 
-#include <QDir>
 #include <QEventLoop>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTimer>
 
@@ -100,16 +98,6 @@ void AccountFixture::letPass(int milliseconds)
     QEventLoop loop;
     QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
     loop.exec();
-}
-
-bool AccountFixture::setCredentialsReadable(bool readable) const
-{
-    const QString database = mSandbox.session().path("credentials/signon.db"_s);
-    const QString away = database + ".away"_s;
-    if (!SessionSandbox::killDaemon())
-        return false;
-    return readable ? QDir().rmdir(database) && QFile::rename(away, database)
-                    : QFile::rename(database, away) && QDir().mkdir(database);
 }
 
 QList<quint32> AccountFixture::identities() const

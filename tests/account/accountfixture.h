@@ -45,9 +45,6 @@ protected:
     /// Long enough for what should not come.
     static void letPass(int milliseconds);
 
-    /// Kills the daemon and puts a folder in the place of its database, or takes it away again.
-    bool setCredentialsReadable(bool readable) const;
-
     /// What is in the stores since reset(): numbers of identities, and of each device account its
     /// name and credentials.
     QList<quint32> identities() const;

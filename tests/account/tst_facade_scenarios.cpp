@@ -10,7 +10,6 @@
 #include "signon/kelauthsessioninterface.h"
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
-#include "support/sqlitechange.h"
 
 #include <utility>
 
@@ -52,15 +51,6 @@ auto find(const Table& table, const QString& name)
     qFatal("there is no %s", qPrintable(name));
 }
 
-/// "a|b, c|d"
-QString textOf(const QList<QVariantList>& rows)
-{
-    QStringList lines;
-    for (const QVariantList& row : rows)
-        lines.append(QVariant(row).toStringList().join(QLatin1Char('|')));
-    return lines.join(", "_s);
-}
-
 } // namespace
 
 class TestFacadeScenarios : public AccountFixture, private SessionScenarios
@@ -92,18 +82,14 @@ private Q_SLOTS:
                    {"operations"_s, namesOf(facadecalls::ofTheSession())},
                    {"user"_s, user.join(" | "_s)},
                    {"moment"_s, qEnvironmentVariable("KEL_BUS_ENDS_IN")}};
-        mAccountsFolder = qgetenv("ACCOUNTS");
         QVERIFY(start());
         const QString problem = problemOf(lines);
-        mLock.reset();
-        qputenv("ACCOUNTS", mAccountsFolder);
         QVERIFY2(problem.isEmpty(), qPrintable(problem));
     }
 
     void aScenarioThatDoesNotHoldFails()
     {
         QVERIFY(start());
-        mAccountsFolder = qgetenv("ACCOUNTS");
         QCOMPARE(whichHolds(R"(facade; answered closeResponse(0)
             facade; call close; answered nothing
             facade; facade is-gone
@@ -185,7 +171,10 @@ private:
         // Behind the facade, which has done by then what it does in the plugin's answer.
         word("behind-answer", [this](const QString& steps) {
             auto* const session = mAccounts->findChild<KelAuthSessionInterface*>();
-            const auto action = prepared(steps);
+            const auto action = [first = true, then = prepared(steps)]() mutable {
+                if (std::exchange(first, false))
+                    then();
+            };
             connect(session, &KelAuthSessionInterface::signInResponse, this, action);
             connect(session, &KelAuthSessionInterface::registerationCompleted, this, action);
             return session != nullptr;
@@ -366,17 +355,6 @@ private:
         word("configured", [this](const QString& expected) {
             return mAccounts->isKeLAccountConfigured() == (expected == "yes"_s);
         });
-        word("credentials",
-             [this](const QString& what) { return setCredentialsReadable(what == "readable"_s); });
-        word("accounts", [this](const QString& what) { return changeAccounts(what); });
-        word("in", [this](const QString& text) {
-            const QString store = text.section(QLatin1Char(' '), 0, 0);
-            const QString query = text.section(QLatin1Char(' '), 1).section(" => "_s, 0, 0);
-            return same(textOf(store == "accounts"_s      ? mSandbox.accounts(query)
-                               : store == "credentials"_s ? mSandbox.credentials(query)
-                                                          : mSandbox.secrets(query)),
-                        text.section(" => "_s, 1));
-        });
     }
 
     /// Of each identity its number, of each account its name and credentials.
@@ -398,22 +376,6 @@ private:
             return false;
         makeFacade();
         return succeeds(find(facadecalls::setUps(), setUp));
-    }
-
-    bool changeAccounts(const QString& what)
-    {
-        const QString file = mSandbox.session().path("accounts/accounts.db"_s);
-        if (what == "missing"_s)
-            return qputenv("ACCOUNTS", "/proc/nonexistent");
-        if (what == "back"_s)
-            return qputenv("ACCOUNTS", mAccountsFolder);
-        if (what == "locked"_s)
-            mLock = std::make_unique<SqliteLock>(file);
-        else if (what == "free"_s)
-            mLock.reset();
-        else
-            return sqliteChange(file, what);
-        return !mLock || mLock->isHeld();
     }
 
     void addWordsForSurroundings()
@@ -468,8 +430,6 @@ private:
     QMap<QString, CallId> mCalls; // by the names that they were given
     QList<CallId> mAnswered;
     std::function<void()> mInAnswer;
-    std::unique_ptr<SqliteLock> mLock;
-    QByteArray mAccountsFolder;
 };
 
 KEL_TEST_IN_SESSION(TestFacadeScenarios)

@@ -103,9 +103,9 @@ private Q_SLOTS:
             sent 1 A=b
             later 10000 quit
             at token quit
-            in token quit
+            in-answer token quit
             later 0 no-session own; pause 50
-            in token no-session own; ask token; answers token 0
+            in-answer token no-session own; ask token; answers token 0
             plugin sings
             daemon sings
             kill time
@@ -123,7 +123,7 @@ private:
             return compareAnswers(expected);
         });
         word("answered", [this](const QString& expected) { return compareAnswers(expected); });
-        word("in", [this](const QString& text) {
+        word("in-answer", [this](const QString& text) {
             mInAnswers[text.section(QLatin1Char(' '), 0, 0)] =
                 prepared(text.section(QLatin1Char(' '), 1));
             return true;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/sessionscenarios.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTimer>
 
 #include <csignal>
@@ -40,6 +42,12 @@ QVariantMap dataOf(const QString& text)
 
 SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
 {
+    addWordsForProcesses();
+    addWordsForStores();
+}
+
+void SessionScenarios::addWordsForProcesses()
+{
     word("plugin", [this](const QString& step) { return addPluginStep(step); });
     word("asked", [this](const QString& names) { return compareAsked(names); });
     word("sent", [this](const QString& text) { return compareSent(text); });
@@ -61,7 +69,7 @@ SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
         return ms >= 0;
     });
     word("comes-to-pass",
-         [this](const QString&) { return waitUntil([this] { return mPrepared == 0; }); });
+         [this](const QString&) { return waitUntil([this] { return mPrepared == 0; }, 8000); });
     word("at", [this](const QString& rest) { return prepareForRequest(rest); });
     word("kill", [this](const QString& name) {
         if (name != "daemon"_s)
@@ -73,12 +81,66 @@ SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
     word("stop", [this](const QString& name) { return signalProcess(name, SIGSTOP); });
     word("continue", [this](const QString& name) { return signalProcess(name, SIGCONT); });
     word("daemon", [this](const QString& what) { return change(what); });
-    word("logged", [this](const QString& line) { return mLog->all().contains(line); });
+    word("logged", [this](const QString& line) {
+        const QStringList all = mLog->all();
+        return all.contains(line) || (line.endsWith(QLatin1Char('*')) &&
+                                      all.join(QLatin1Char('\n')).contains(line.chopped(1)));
+    });
     word("log", [this](const QString& all) {
         const QString logged = mLog->all().join(QLatin1Char('\n'));
         mLog.emplace();
         return all == "anew"_s ? QString() : same(logged, all == "empty"_s ? QString() : all);
     });
+}
+
+void SessionScenarios::addWordsForStores()
+{
+    word("credentials",
+         [this](const QString& what) { return setCredentialsReadable(what == "readable"_s); });
+    word("accounts", [this](const QString& what) { return changeAccounts(what); });
+    word("in", [this](const QString& text) {
+        const QString store = text.section(QLatin1Char(' '), 0, 0);
+        const QString query = text.section(QLatin1Char(' '), 1).section(" => "_s, 0, 0);
+        return same(textOf(store == "accounts"_s      ? mSession.accounts(query)
+                           : store == "credentials"_s ? mSession.credentials(query)
+                                                      : mSession.secrets(query)),
+                    text.section(" => "_s, 1));
+    });
+}
+
+/// Kills the daemon and puts a folder in the place of its database, or takes it away again.
+bool SessionScenarios::setCredentialsReadable(bool readable) const
+{
+    const QString database = mSession.session().path("credentials/signon.db"_s);
+    const QString away = database + ".away"_s;
+    if (!SessionSandbox::killDaemon())
+        return false;
+    return readable ? QDir().rmdir(database) && QFile::rename(away, database)
+                    : QFile::rename(database, away) && QDir().mkdir(database);
+}
+
+bool SessionScenarios::changeAccounts(const QString& what)
+{
+    const QString file = mSession.session().path("accounts/accounts.db"_s);
+    if (what == "missing"_s)
+        return qputenv("ACCOUNTS", "/proc/nonexistent");
+    if (what == "back"_s)
+        return qputenv("ACCOUNTS", mAccountsFolder);
+    if (what == "locked"_s)
+        mLock = std::make_unique<SqliteLock>(file);
+    else if (what == "free"_s)
+        mLock.reset();
+    else
+        return sqliteChange(file, what);
+    return !mLock || mLock->isHeld();
+}
+
+QString SessionScenarios::textOf(const QList<QVariantList>& rows)
+{
+    QStringList lines;
+    for (const QVariantList& row : rows)
+        lines.append(QVariant(row).toStringList().join(QLatin1Char('|')));
+    return lines.join(", "_s);
 }
 
 QString SessionScenarios::problemOf(const QStringList& lines)
@@ -87,8 +149,11 @@ QString SessionScenarios::problemOf(const QStringList& lines)
     mProblemLater.clear();
     mPrepared = 0;
     mStopped = 0;
+    mAccountsFolder = qgetenv("ACCOUNTS");
     mLog.emplace();
     QString problem = run(lines);
+    mLock.reset();
+    qputenv("ACCOUNTS", mAccountsFolder);
     if (mStopped > 1)
         ::kill(mStopped, SIGCONT);
     if (mIsDaemonMissing)
@@ -117,10 +182,9 @@ std::function<void()> SessionScenarios::prepared(const QString& steps)
 {
     ++mPrepared;
     return [this, steps, isDone = std::make_shared<bool>(false)] {
-        if (std::exchange(*isDone, true))
-            return;
         --mPrepared;
-        const QString problem = run(steps.split("; "_s));
+        const QString problem = std::exchange(*isDone, true) ? steps + " came to pass twice"_s
+                                                             : run(steps.split("; "_s));
         if (mProblemLater.isEmpty())
             mProblemLater = problem;
     };
@@ -207,7 +271,8 @@ bool SessionScenarios::signalProcess(const QString& name, int signal)
         {"bus"_s, pid_t(mSession.session().busProcessId())},
         {"daemon"_s, mStopped ? mStopped : SessionSandbox::daemonProcessId()}};
     const pid_t process = processes.value(name);
-    mStopped = signal == SIGSTOP ? process : 0;
+    if (signal != SIGTERM) // which a stopped process gets when it goes on
+        mStopped = signal == SIGSTOP ? process : 0;
     return process > 1 && ::kill(process, signal) == 0;
 }
 

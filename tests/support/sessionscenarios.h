@@ -4,11 +4,13 @@
 #include "support/messagelog.h"
 #include "support/scenarios.h"
 #include "support/sessionsandbox.h"
+#include "support/sqlitechange.h"
 
 #include <QHash>
 #include <QObject>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <type_traits>
 
@@ -59,10 +61,15 @@ protected:
     /// "initialise" and "close" as they are, "ensureToken" for "privateMechanism_ensureToken".
     static QString mechanismOf(const QString& name);
 
+    /// "a|b, c|d"
+    static QString textOf(const QList<QVariantList>& rows);
+
     /// Passes time as the fixture does.
     virtual void passTime(int milliseconds) = 0;
 
 private:
+    void addWordsForProcesses();
+    void addWordsForStores();
     QString step(const QString& word, const QString& rest, const QString& more) override;
     bool addPluginStep(const QString& text);
     bool prepareForRequest(const QString& text);
@@ -70,12 +77,16 @@ private:
     QString compareSent(const QString& text);
     bool signalProcess(const QString& name, int signal);
     bool change(const QString& what);
+    bool setCredentialsReadable(bool readable) const;
+    bool changeAccounts(const QString& what);
 
     SessionSandbox& mSession;
     QHash<QString, std::function<QString(const QString&)>> mWords;
     QList<PluginStep> mSteps;
     std::optional<MessageLog> mLog;
     QObject mContext; // of the timers
+    std::unique_ptr<SqliteLock> mLock;
+    QByteArray mAccountsFolder;
     pid_t mStopped = 0;
     bool mIsDaemonMissing = false;
     int mPrepared = 0;
