@@ -304,7 +304,8 @@ void KelConfigure::removeAccount(unsigned int credentialsId, const std::function
     // Nobody's: it outlives this object, and the application may live on another thread.
     deviceAccounts().removeAccount(
         credentialsId, nullptr, mAccountTimeoutMs,
-        [waiting, next, unfinished = std::make_shared<UnfinishedWork>()](bool removed) {
+        [waiting, next, unfinished = std::make_shared<UnfinishedWork>()](bool removed) mutable {
+            unfinished.reset(); // what holds this function may go with the thread
             if (!removed)
                 qCCritical(logConfigure, "The device account of a set-up could not be removed");
             if (waiting && next)

@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "common/unfinishedwork.h"
 #include "configure/kelconfigure.h"
 #include "configure/kelconfigureaccount.h"
 #include "configuresession.h"
 #include "support/literals.h"
+#include "support/messagelog.h"
 #include "support/sessionsandbox.h"
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
 #include <Accounts/Provider>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QEventLoop>
 #include <QSignalSpy>
+#include <QThread>
 #include <QTimer>
 
 #include <memory>
@@ -19,6 +23,7 @@
 using namespace KelTest;
 using KelAccount::KelConfigure;
 using KelAccount::KelConfigureAccount;
+using KelAccount::UnfinishedWork;
 
 /// The account, as the accounts framework gives it.
 class TestDeviceAccount : public QObject
@@ -124,6 +129,44 @@ private Q_SLOTS:
         QCOMPARE(mConfigure->configureAccount("n"_s, 1), 0);
         loop.exec();
         QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+    }
+
+    void whatRemovesAnAccountBelongsToNoOtherThread()
+    {
+        const MessageLog log;
+        bool isRemoved = false;
+        const std::unique_ptr<QThread> thread(QThread::create([&isRemoved] {
+            KelConfigure configure;
+            configure.removeAccount(7, [&isRemoved] { isRemoved = true; });
+        }));
+        thread->start();
+        QVERIFY(thread->wait(10000));
+        QVERIFY(isRemoved);
+        QCOMPARE(log.all(), QStringList());
+    }
+
+    // What is heard of an account comes from outside of Qt's loop.
+    void aThreadThatEndsWaitsForARemovalAndNoLonger()
+    {
+        QVERIFY(create("n"_s, 7) > 0);
+        bool began = false;
+        bool ended = false;
+        const std::unique_ptr<QThread> thread(QThread::create([&began, &ended] {
+            std::make_unique<KelConfigure>()->removeAccount(7, nullptr);
+            began = UnfinishedWork::isUnderWay();
+            const QDeadlineTimer deadline(5000);
+            QTimer wake;
+            wake.start(5000);
+            QEventLoop loop;
+            while (UnfinishedWork::isUnderWay() && !deadline.hasExpired())
+                loop.processEvents(QEventLoop::WaitForMoreEvents);
+            ended = !UnfinishedWork::isUnderWay();
+        }));
+        thread->start();
+        QVERIFY(waitUntil([&] { return thread->isFinished(); }));
+        QVERIFY(began);
+        QVERIFY(ended);
+        QVERIFY(!mConfigure->isKelAccountPresent());
     }
 
     void theSetUpContextHasNoUserInterface()
