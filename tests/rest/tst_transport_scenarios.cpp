@@ -97,7 +97,7 @@ private Q_SLOTS:
 
     void cleanup() { QCOMPARE(startAnew(), QString()); }
 
-    void everyScenario_data() { scenarioRows(QStringLiteral(KELACCOUNT_TEST_SCENARIOS)); }
+    void everyScenario_data() { scenarioRows(qEnvironmentVariable("KELACCOUNT_TEST_SCENARIOS")); }
     void everyScenario()
     {
         QFETCH(QStringList, lines);
@@ -271,6 +271,7 @@ private:
         if (mAnswers && !mAnswers->heard.isEmpty())
             problems.append("an answer that is not mentioned"_s);
         endHandler();
+        mLast = {};
         mFormer.reset();
         mService.reset();
         return problems.join("; "_s);
