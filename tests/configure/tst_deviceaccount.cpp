@@ -111,6 +111,20 @@ private Q_SLOTS:
         QVERIFY(!mConfigure->isKelAccountPresent());
     }
 
+    void whatRemovesADeviceAccountBelongsToNoOtherThread()
+    {
+        const MessageLog log;
+        bool isRemoved = false;
+        const std::unique_ptr<QThread> thread(QThread::create([&isRemoved] {
+            KelConfigure configure(nullptr);
+            configure.removeAccount(7, [&isRemoved] { isRemoved = true; });
+        }));
+        thread->start();
+        QVERIFY(thread->wait(10000));
+        QVERIFY(isRemoved);
+        QCOMPARE(log.all(), QStringList());
+    }
+
     /// Whoever hears of it may stay in the slot for longer than storing may take.
     void aStoredAccountIsReportedOnce()
     {
