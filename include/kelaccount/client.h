@@ -51,11 +51,13 @@ private:
 /// Each operation returns a Call at once; nothing of it is done on the caller's thread. The client
 /// keeps what does the work, and what may wait for a hanging service, on a thread of its own.
 ///
-///     KelAccount::Client client;
-///     client.initialize(key, secret, KelAccount::Server::Production, serviceName);
-///     client.isUserIdAvailable(name).then(
-///         this, [](const KelAccount::Availability& a) { show(a.available, a.suggestions); },
-///         [](const KelAccount::Failure& f) { complain(f.text); });
+/// @code{.cpp}
+/// KelAccount::Client client;
+/// client.initialize(key, secret, KelAccount::Server::Production, serviceName);
+/// client.isUserIdAvailable(name).then(
+///     this, [this](const KelAccount::Availability& a) { show(a.available, a.suggestions); },
+///     [this](const KelAccount::Failure& f) { complain(f.text); });
+/// @endcode
 ///
 /// A client, its calls and the contexts given to them belong to one thread, usually that of the
 /// user interface, with an event loop and a QCoreApplication. Calls go out in the order in which

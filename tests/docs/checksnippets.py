@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """usage: checksnippets.py SOURCES BUILD COMPILER FLAGS
 
-Tries what the pages show as code: C++ is compiled, alone or, where the line before says "<!-- snippet: NAME -->",
+Tries what the pages and the public headers show as code: C++ is compiled, alone or, where the line before says "<!-- snippet: NAME -->",
 within tests/docs/around/NAME.cpp.in, and QML likewise; shell is read by bash, and its programs and their options have to be there; CMake,
 JSON, YAML and QML are read by their own. Every piece has to say what it is; "text" is none of these.
 FLAGS is a file with a compiler's flag on each line.
@@ -18,6 +18,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 FENCE = re.compile(r"(?:^<!-- snippet: (?P<around>[\w-]+) -->\n)?^(?P<indent> *)```(?P<language>[^\n`]*)\n"
                    r"(?P<text>.*?)^(?P=indent)```$", re.M | re.S)
+IN_HEADER = re.compile(r"^ */// @code\{\.cpp\}\n(?P<text>.*?)^ */// @endcode$", re.M | re.S)
 # What a page stands for with a name of its own.
 PLACEHOLDERS = {"./my-program", "my-program", "first/build/first", "exit"}
 # Of Debian, and not needed here.
@@ -26,11 +27,8 @@ SCRIPTS = {"./test", "./package", "./demo"}
 
 
 class Snippet:
-    def __init__(self, page, text, found):
-        self.page, self.line = page, text[:found.start("language")].count("\n") + 1
-        self.around, self.language = found["around"], found["language"].strip()
-        indent = len(found["indent"])
-        self.text = "".join(line[indent:] + "\n" for line in found["text"].splitlines())
+    def __init__(self, page, line, around, language, text):
+        self.page, self.line, self.around, self.language, self.text = page, line, around, language, text
 
     def surroundings(self):
         if not self.around:
@@ -48,15 +46,30 @@ def pages(source):
     return sorted([*source.glob("*.md"), *source.glob("docs/*.md")])
 
 
+def line_of(text, position):
+    return text[:position].count("\n") + 1
+
+
+def without_margin(text, margin):
+    return "".join(line[len(margin):] + "\n" for line in text.splitlines())
+
+
 def snippets(source):
     for page in pages(source):
         text = page.read_text(encoding="utf-8")
-        found = [Snippet(page.relative_to(source), text, each) for each in FENCE.finditer(text)]
+        name = page.relative_to(source)
+        found = [Snippet(name, line_of(text, each.start("language")), each["around"], each["language"].strip(),
+                         without_margin(each["text"], each["indent"])) for each in FENCE.finditer(text)]
         # Each fence is one of a pair; a mark stands before one.
         marks = len(re.findall(r"^<!-- snippet:", text, re.M))
         if 2 * len(found) != len(re.findall(r"^ *```", text, re.M)) or marks != sum(bool(s.around) for s in found):
-            yield Snippet(page.relative_to(source), text, re.search(r"(?P<around>)(?P<indent>)(?P<language>)(?P<text>)", text))
+            yield Snippet(name, 1, "", "", "")
         yield from found
+    for header in sorted(source.glob("include/kelaccount/*.h")):
+        text = header.read_text(encoding="utf-8")
+        for each in IN_HEADER.finditer(text):
+            yield Snippet(header.relative_to(source), line_of(text, each.start("text")) - 1, "owner", "cpp",
+                          re.sub(r"^ */// ?", "", each["text"], flags=re.M))
 
 
 def output_of(command, **options):

@@ -2,6 +2,8 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """usage: tst_checks.py SOURCES BUILD COMPILER FLAGS: what is wrong on a page is noticed by the checks of the pages."""
 import os
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -117,6 +119,65 @@ class TestChecks(unittest.TestCase):
     def test_right_links_are_not(self):
         status, output = self.site(RIGHT_SITE, "/* url(https://a.example) */")
         self.assertEqual(status, 0, output)
+
+    def test_wrong_snippets_of_a_header_are_noticed(self):
+        headers = self.folder / "include/kelaccount"
+        headers.mkdir(parents=True)
+        (headers / "x.h").write_text("/// @code{.cpp}\n/// complain(undeclared);\n/// @endcode\n")
+        status, output = self.snippets(RIGHT_SNIPPETS)
+        self.assertEqual(status, 1, output)
+        self.assertIn("include/kelaccount/x.h:2", output)
+
+    def test_what_is_wrong_with_the_page_of_the_statuses_is_noticed(self):
+        page = (Path(SOURCES) / "docs/statuses.md").read_text()
+        row = re.search(r"^\| 404 .*\n", page, re.M)[0]
+        wrong = {"missing": page.replace(row, ""),
+                 "invented": page.replace(row, row + row.replace("404", "405", 1).replace("| 405", "| 4040", 1)),
+                 "told otherwise": page.replace(row, row.replace("in time", "quickly")),
+                 "without a remedy": page.replace(row, re.sub(r"\|[^|]*\|$", "| |", row))}
+        for name, text in {**wrong, "right": page}.items():
+            with self.subTest(name=name):
+                (self.folder / "statuses.md").write_text(text)
+                status, output = output_of(f"{BUILD}/tests/kelaccount-status-page", str(self.folder / "statuses.md"))
+                self.assertEqual(status, 0 if name == "right" else 1, output)
+
+    def site_of(self, change):
+        """Builds the site of a copy of the sources that was changed."""
+        copy = self.folder / "copy"
+        shutil.rmtree(copy, ignore_errors=True)
+        for name in ("docs", "examples", "include", "tests/examples", "scripts"):
+            shutil.copytree(Path(SOURCES) / name, copy / name)
+        for name in ("README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "LICENSE", "mkdocs.yml",
+                     "CMakeLists.txt"):
+            shutil.copy(Path(SOURCES) / name, copy / name)
+        change(copy)
+        return output_of(copy / "scripts/site", "--output", str(self.folder / "built"))
+
+    def test_warnings_of_the_sites_programs_are_noticed(self):
+        def append(name, text):
+            return lambda copy: (copy / name).write_text((copy / name).read_text() + text)
+        wrong = {
+            "NoSuchPage": append("docs/recovery.md", "\n[x](NoSuchPage.md)\n"),
+            "NoSuchParameter": append("include/kelaccount/call.h", "/// Does it.\n/// @param NoSuchParameter  x\n"
+                                                                   "void wrong(int parameter);\n"),
+            "texts.md": lambda copy: (copy / "docs/texts.md").unlink(),
+        }
+        for said, change in wrong.items():
+            with self.subTest(said=said):
+                status, output = self.site_of(change)
+                self.assertEqual(status, 1, output)
+                self.assertIn(said, output)
+        self.assertEqual(self.site_of(lambda copy: None)[0], 0)
+
+    def test_a_picture_of_another_source_is_noticed(self):
+        self.site_of(lambda copy: None)
+        copy = self.folder / "copy"
+        self.assertEqual(output_of(copy / "scripts/diagrams", "--check")[0], 0)
+        with open(copy / "docs/diagrams/set-up.msc", "a") as source:
+            source.write("# changed\n")
+        status, output = output_of(copy / "scripts/diagrams", "--check")
+        self.assertEqual(status, 1, output)
+        self.assertIn("docs/images/set-up.svg", output)
 
     def test_no_page_is_a_fault(self):
         self.assertNotEqual(self.snippets("nothing")[0], 0)
