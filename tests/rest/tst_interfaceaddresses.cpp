@@ -94,17 +94,6 @@ private Q_SLOTS:
         VERIFY_IP("link set lo up");
     }
 
-    void theAddressesAreThoseOfTheInterfaces()
-    {
-        VERIFY_IP("address add 10.9.8.7/32 dev lo");
-        VERIFY_IP("address add 2001:db8::7/128 dev lo");
-        InterfaceAddresses addresses;
-        const QList<QHostAddress> current = addresses.current();
-        QCOMPARE(current, QNetworkInterface::allAddresses());
-        for (const char* expected : {"127.0.0.1", "10.9.8.7", "2001:db8::7"})
-            QVERIFY2(current.contains(address(expected)), expected);
-    }
-
     void unchangedAddressesAreNotReadAgain()
     {
         InterfaceAddresses addresses;
@@ -121,6 +110,8 @@ private Q_SLOTS:
     void anAddedAndARemovedAddressAreNoticed()
     {
         InterfaceAddresses addresses;
+        QVERIFY(addresses.current().contains(address("127.0.0.1")));
+        QCOMPARE(addresses.current(), QNetworkInterface::allAddresses());
         for (const char* changed : {"10.9.8.7", "10.9.8.6", "2001:db8::7"}) {
             QVERIFY(!addresses.current().contains(address(changed)));
             const QByteArray behind =

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/localeutils.h"
 #include "operations/readers.h"
-#include "operations/table.h"
 #include "operations/wiredata.h"
 #include "rest/reply/msgparser.h"
 #include "rest/reply/replydocument.h"
@@ -135,20 +134,6 @@ private Q_SLOTS:
         QVERIFY(contact.value.isEmpty() && !contact.preferred && !contact.verified);
     }
 
-    void everyResponseRootIsRecognised_data()
-    {
-        QTest::addColumn<QString>("root");
-        for (const QString& root : operations::replyRoots())
-            QTest::newRow(qPrintable(root)) << root;
-    }
-    void everyResponseRootIsRecognised()
-    {
-        QFETCH(QString, root);
-        const Classified reply(declaration + element(root));
-        QCOMPARE(reply.root.nodeName(), root);
-        QCOMPARE(reply.info.statusCode, undecided);
-    }
-
     // Wherever the search may look at the text in pieces.
     void anErrorIsFoundAtAnyPlace()
     {
@@ -179,20 +164,6 @@ private Q_SLOTS:
         QCOMPARE(info.statusCode, 77);
         QCOMPARE(info.errorText, "before"_s);
         QCOMPARE(info.reserved, 5);
-    }
-
-    void timesAreMarkedUtc()
-    {
-        const Classified reply(wiredata::text("signin/everything.reply"_s));
-        QString userName;
-        TokenInfoData token;
-        AccountInfoData account;
-        TermsInfoData terms;
-        MsgParser::parseTokenResponseInfoNode(userName, token, account, terms, reply.root);
-        QCOMPARE(token.time.timeSpec(), Qt::UTC);
-        QCOMPARE(token.time.toSecsSinceEpoch(), 1330837567); // date -d 2012-03-04T05:06:07Z +%s
-        QCOMPARE(token.expires.timeSpec(), Qt::UTC);
-        QCOMPARE(token.expires.toSecsSinceEpoch(), 1330923967);
     }
 
     void everyCodeIsConvertedTheSameEveryTime()

@@ -147,7 +147,7 @@ private:
         const QString first = rest.section(QLatin1Char(' '), 0, 0);
         const QString other = rest.section(QLatin1Char(' '), 1);
         if (word == "let"_s)
-            return mValues[first] = rest.section("= "_s, 1), QString();
+            return keep(first, rest.section("= "_s, 1));
         if (word == "service"_s)
             return startService(first, other);
         if (word == "always"_s)
@@ -156,10 +156,10 @@ private:
             return changeProxy(first, other);
         if (word == "ask"_s || word == "refused"_s)
             return ask(first, other, word == "ask"_s);
-        if (word == "abandon"_s)
-            return mHandler->abandon(rest.toInt()), QString();
-        if (word == "handler"_s)
-            return endHandler(), expect(rest == "ends"_s);
+        if (word == "abandon"_s || rest == "ends"_s) {
+            word == "abandon"_s ? mHandler->abandon(rest.toInt()) : endHandler();
+            return {};
+        }
         if (word == "answered"_s)
             return answered(rest.split(QLatin1Char(' ')));
         if (word == "guard"_s || word == "idle"_s)
@@ -172,6 +172,12 @@ private:
             return clockIsOff(rest.toInt());
         const QString problem = order(word, rest, more);
         return problem == "unknown"_s ? look(word, rest) : problem;
+    }
+
+    QString keep(const QString& name, const QString& value)
+    {
+        mValues[name] = value;
+        return {};
     }
 
     // What the service does next.
@@ -222,14 +228,15 @@ private:
 
     QString startService(QString kind, const QString& names)
     {
-        if (kind == "closes"_s)
-            return mService->server.closeConnections(), QString();
-        if (kind == "back"_s)
-            return mService.swap(mFormer), expect(mService && mFormer);
-        if (kind == "another"_s) { // beside the one there is
-            mFormer = std::move(mService);
-            mService = std::make_unique<Service>(Service::Tls, certificate("IP:127.0.0.1"));
+        if (kind == "closes"_s) {
+            mService->server.closeConnections();
             return {};
+        }
+        if (kind == "another"_s || kind == "back"_s) { // beside the one there is
+            std::swap(mService, mFormer);
+            if (kind == "another"_s)
+                mService = std::make_unique<Service>(Service::Tls, certificate("IP:127.0.0.1"));
+            return expect(mService && mFormer);
         }
         const QString problem = startAnew();
         const QMap<QString, Service::Way> ways = {{"plain"_s, Service::Plain},
@@ -324,7 +331,7 @@ private:
             const int id = mHandler->lastRequestId();
             if ((id == before) == isSent || (request && request->getRequestId() != id))
                 return "the last request is not that one"_s;
-            mValues["last"_s] = QString::number(id);
+            keep("last"_s, QString::number(id));
             if (isSent)
                 mAwaited.insert(id, due);
         }
