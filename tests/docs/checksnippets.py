@@ -20,7 +20,7 @@ FENCE = re.compile(r"(?:^<!-- snippet: (?P<around>[\w-]+) -->\n)?^(?P<indent> *)
                    r"(?P<text>.*?)^(?P=indent)```$", re.M | re.S)
 IN_HEADER = re.compile(r"^ */// @code\{\.cpp\}\n(?P<text>.*?)^ */// @endcode$", re.M | re.S)
 # What a page stands for with a name of its own.
-PLACEHOLDERS = {"./my-program", "my-program", "first/build/first", "exit"}
+PLACEHOLDERS = {"./my-program", "./recover-password", "first/build/first", "exit"}
 # Of Debian, and not needed here.
 ELSEWHERE = {"apt", "jq", "curl"}
 SCRIPTS = {"./test", "./package", "./demo"}
