@@ -105,7 +105,13 @@ QByteArray ScriptedService::authorization(const WireRequest& request, const QByt
 Reaction ScriptedService::answer(const WireRequest& request)
 {
     const QByteArray what = asText(request);
-    const auto token = [this] { return tokenInfo("token" + QByteArray::number(++mTokens)); };
+    const QByteArray shown = authorization(request, "oauth_token");
+    if (!shown.isEmpty() && !mTokens.contains(shown))
+        return refusal(401, "invalidAccessToken");
+    const auto token = [this] {
+        mTokens.append("token" + QByteArray::number(mTokens.size() + 1));
+        return tokenInfo(mTokens.last());
+    };
     if (what == "POST tokens" && refusesPasswords)
         return refusal(401, "notAuthorized");
     if (what == "POST tokens")

@@ -36,5 +36,5 @@ private:
 
     ScriptedServer mServer;
     QList<Reaction> mOrders;
-    int mTokens = 0;
+    QList<QByteArray> mTokens; ///< that it has given out by itself
 };

@@ -101,6 +101,18 @@ private Q_SLOTS:
         QCOMPARE(mEvents, stored);
     }
 
+    void aNewPasswordIsNotUsedUnlessItsSecretIsKnown()
+    {
+        QCOMPARE(said("signIn"), stored);
+        const QVariantMap kept = KeptData::with(mStored, "NewPassword", "mistaken"_s);
+        for (const QVariant& mark : {QVariant(), QVariant("secret"_s), QVariant(1),
+                                     QVariant(QVariantMap{{"Salt"_s, QByteArray()}})}) {
+            QCOMPARE(said("signIn", request(KeptData::with(kept, "Secret", mark))).last(),
+                     "result"_s);
+        }
+        QCOMPARE(said("signIn", request(kept)), failed(504));
+    }
+
     void anUnknownMechanismLeavesItAtRest()
     {
         for (const char* mechanism : {"", "signIN"})

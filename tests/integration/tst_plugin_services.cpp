@@ -28,28 +28,52 @@ namespace {
 constexpr int elsewhere = 0; // every other number leads home
 const auto prefix = "privateMechanism_"_s;
 
-/// A value as it is written: "int:1", "list:a,b", "map:a=b", a registration with a password, or a
-/// text.
+QVariant registrationWith(const QString& password)
+{
+    KelRestHandler::RegistrationInfoData newcomer;
+    newcomer.emailAddress = "new@example.org"_s;
+    newcomer.password = password;
+    newcomer.serviceTag = "dGFn";
+    return KelRestHandler::serializeRegistration(newcomer);
+}
+
+/// A value as it is written: its kind and what that is made of, or a text.
 QVariant valueOf(const QString& text)
 {
-    const QString rest = text.section(QLatin1Char(':'), 1);
-    if (text.startsWith("int:"_s))
-        return rest.toInt();
-    if (text.startsWith("list:"_s))
-        return rest.isEmpty() ? QStringList() : rest.split(QLatin1Char(','));
-    if (text.startsWith("map:"_s))
-        return QVariantMap{
-            {rest.section(QLatin1Char('='), 0, 0), rest.section(QLatin1Char('='), 1).toInt()}};
-    if (text == "true"_s || text == "false"_s)
-        return text == "true"_s;
-    if (text.startsWith("registration:"_s)) {
-        KelRestHandler::RegistrationInfoData newcomer;
-        newcomer.emailAddress = "new@example.org"_s;
-        newcomer.password = rest;
-        newcomer.serviceTag = "dGFn";
-        return KelRestHandler::serializeRegistration(newcomer);
-    }
-    return text.isEmpty() ? ""_s : text;
+    using Make = QVariant (*)(const QString&);
+    static const QMap<QString, Make> kinds = {
+        {"none"_s, [](const QString&) { return QVariant(); }},
+        {"true"_s, [](const QString&) { return QVariant(true); }},
+        {"false"_s, [](const QString&) { return QVariant(false); }},
+        {"int"_s, [](const QString& rest) { return QVariant(rest.toInt()); }},
+        {"long"_s, [](const QString& rest) { return QVariant(rest.toLongLong()); }},
+        {"ulong"_s, [](const QString& rest) { return QVariant(rest.toULongLong()); }},
+        {"double"_s, [](const QString& rest) { return QVariant(rest.toDouble()); }},
+        {"char"_s, [](const QString& rest) { return QVariant(QString(QChar(rest.toInt()))); }},
+        {"bytes"_s, [](const QString& rest) { return QVariant(rest.toUtf8() + '\xff'); }},
+        {"huge"_s, [](const QString&) { return QVariant(QString(1 << 20, QLatin1Char('x'))); }},
+        {"items"_s,
+         [](const QString& rest) {
+             return QVariant(QVariantList{rest, 1});
+         }},
+        {"list"_s,
+         [](const QString& rest) {
+             return QVariant(rest.isEmpty() ? QStringList() : rest.split(QLatin1Char(',')));
+         }},
+        {"map"_s,
+         [](const QString& rest) {
+             return QVariant(QVariantMap{{rest.section(QLatin1Char('='), 0, 0),
+                                          rest.section(QLatin1Char('='), 1).toInt()}});
+         }},
+        {"hash"_s,
+         [](const QString& rest) {
+             return QVariant(QVariantHash{{rest, 1}});
+         }},
+        {"registration"_s, registrationWith}};
+    const Make make = kinds.value(text.section(QLatin1Char(':'), 0, 0));
+    if (make)
+        return make(text.section(QLatin1Char(':'), 1));
+    return text.isEmpty() ? ""_s : QString(text).replace("\\r\\n"_s, "\r\n"_s);
 }
 
 QVariantMap dataOf(const QString& text)
@@ -104,6 +128,19 @@ private Q_SLOTS:
             QCOMPARE(run({"signIn => store result"_s}), QString());
             QVERIFY2(!run({line}).isEmpty(), qPrintable(line));
         }
+    }
+
+    void aSessionLargerThanTheDaemonTakesIsNone()
+    {
+        start();
+        QCOMPARE(run({"signIn => store result"_s, "asked POST tokens"_s}), QString());
+        QVariantMap session = KeptData::sessionIn(mKept);
+        for (int i = 0; i < 1000; ++i)
+            session.insert("Unknown %1"_s.arg(i), i);
+        mKept = KeptData::withSession(mKept, session);
+        QCOMPARE(run({"downloadProfile => store result"_s,
+                      "asked POST tokens, GET accounts/1000042/profile"_s, "kept Unknown 0 ="_s}),
+                 QString());
     }
 
     void anOldPasswordWaitsLongerUpToALimit()
@@ -171,6 +208,18 @@ private:
             return mKept.clear(), mStored.clear(), expect(rest == "forgets"_s);
         if (word == "session"_s)
             return keepSession(rest);
+        if (word == "damage"_s) {
+            mKept = KeptData::withSession(mKept, changed(KeptData::sessionIn(mKept), rest));
+            return {};
+        }
+        if (word == "replace"_s) {
+            const QVariantMap data = dataOf(rest);
+            mKept =
+                data.firstKey() == "Session"_s
+                    ? KeptData::withSession(mKept, data.first())
+                    : KeptData::with(mKept, data.firstKey().toLatin1().constData(), data.first());
+            return {};
+        }
         if (word == "order"_s)
             return expect(mHome->order(rest));
         if (word == "refuses"_s || word == "takes"_s) {
@@ -225,6 +274,7 @@ private:
             all.insert(entry.key(), entry.value());
         mEvents.clear();
         mAnswer.clear();
+        mStored.clear();
         process((isPrivate ? prefix + mechanism : mechanism).toLatin1().constData(), all);
     }
 
@@ -247,6 +297,14 @@ private:
         }
         mAsked = mHome->requests().size();
         return same(list.join(", "_s), expected);
+    }
+
+    static QVariantMap changed(QVariantMap session, const QString& text)
+    {
+        const QVariantMap data = dataOf(text);
+        for (auto entry = data.cbegin(); entry != data.cend(); ++entry)
+            session.insert(entry.key(), entry.value());
+        return session;
     }
 
     /// The daemon keeps a session with that token from now on.
