@@ -5,11 +5,14 @@
 #include "account/accountsetup.h"
 #include "account/fakeresthandler.h"
 #include "account/kelaccountsprivate.h"
+#include "account/registrationfields.h"
 #include "configure/kelconfigure.h"
 #include "platform/fakemodem.h"
 #include "signon/kelauthsessioninterface.h"
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
+
+#include <QPixmap>
 
 #include <utility>
 
@@ -64,6 +67,7 @@ public:
         addWordsForFacades();
         addWordsForCalls();
         addWordsForStores();
+        addWordsForRegistrations();
         addWordsForSurroundings();
     }
 
@@ -106,6 +110,8 @@ private Q_SLOTS:
             store first; left nothing
             account enabled 17; both-or-neither
             fresh; at-service 1
+            facade; register emailAddress=a; registered firstName=b
+            fresh; tag-asked :SSO
             accounts no statement
             in accounts select 1 => 2
             think about it)"_s),
@@ -354,6 +360,60 @@ private:
         });
         word("configured", [this](const QString& expected) {
             return mAccounts->isKeLAccountConfigured() == (expected == "yes"_s);
+        });
+    }
+
+    /// Of the record as the plugin got it: the fields that the text names.
+    QString registered(const QString& text) const
+    {
+        const QVariantMap fields =
+            fieldsOfRegistration(mSandbox.requests().value(1).data.value("RegistrationData"_s));
+        const QVariantMap expected = dataOf(text);
+        for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+            if (fields.value(it.key()) != it.value())
+                return it.key() + " is "_s + fields.value(it.key()).toString();
+        }
+        return {};
+    }
+
+    void addWordsForRegistrations()
+    {
+        word("sign-in", [this](const QString& text) {
+            mAccounts->signInAndConfigure(text.section(QLatin1Char('|'), 0, 0),
+                                          text.section(QLatin1Char('|'), 1), true);
+            return true;
+        });
+        word("register", [this](const QString& text) {
+            KelAccount::RegistrationInfo record;
+            const bool isFilled = fill(record, dataOf(text));
+            mAccounts->registerAccount(record, true);
+            return isFilled;
+        });
+        word("register-object", [this](const QString& text) {
+            KelAccount::RegistrationInfo record;
+            const bool isFilled = fill(record, dataOf(text));
+            mAccounts->registerAccount(static_cast<QObject*>(&record), false);
+            return isFilled;
+        });
+        word("register-other", [this](const QString& what) {
+            QObject other;
+            mAccounts->registerAccount(what == "null"_s ? nullptr : &other, true);
+            return true;
+        });
+        word("registered", [this](const QString& fields) { return registered(fields); });
+        word("captcha", [](const QString& id) {
+            FakeRestHandler::latest().retrieveCaptchaImageResponse(0, {}, id);
+            return true;
+        });
+        word("tag-server", [this](const QString& what) {
+            mTagServer.reset();
+            TagServerAddress::setProgram("/nonexistent/tag-server");
+            return what == "away"_s;
+        });
+        word("tag-asked", [this](const QString& purpose) {
+            const QByteArray asked =
+                mTagServer->frames().value(0).mid(7); // behind the frame's head
+            return mTagServer->connections() == 1 && asked.startsWith(purpose.toLatin1());
         });
     }
 

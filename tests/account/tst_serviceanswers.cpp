@@ -13,8 +13,6 @@
 #include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>
-#include <kelaccount/profileinfo.h>
-#include <kelaccount/registrationinfo.h>
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
@@ -236,77 +234,29 @@ private Q_SLOTS:
         QCOMPARE(FakeModem::readings(), 0);
     }
 
-    void theFacadeMayBeDeletedFromADeferredAnswer()
+    void theFacadeMayBeDeletedFromItsOwnAnswer_data()
     {
-        auto accounts = std::make_unique<KelAccounts>();
-        FacadeRecorder recorder(accounts.get());
-        recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        accounts->retrieveCaptchaImage(1, 1);
-        accounts->queryMarketingVariant();
-        accounts->retrieveCountryCode();
-        QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList("captchaImageResponse(802, no picture)"_s));
+        QTest::addColumn<QString>("line");
+        QTest::newRow("refusal") << "captchaImageResponse(802, no picture)"_s;
+        QTest::newRow("country") << "retrieveCountryCodeResponse(0, 'FI')"_s;
+        QTest::newRow("initialize") << "initializeResponse(0)"_s;
     }
-
-    void theFacadeMayBeDeletedFromItsCountry()
+    void theFacadeMayBeDeletedFromItsOwnAnswer()
     {
+        QFETCH(QString, line);
         auto accounts = std::make_unique<KelAccounts>();
         FakeModem::setSims({{false, {}, "244"_s, {}}});
         FacadeRecorder recorder(accounts.get());
         recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        accounts->retrieveCountryCode();
-        accounts->retrieveCountryCode();
+        if (line.startsWith("captcha"_s))
+            accounts->retrieveCaptchaImage(1, 1);
+        if (line.startsWith("initialize"_s))
+            accounts->initialize("key"_s, "secret"_s, 2, "service"_s, {});
+        for (int i = 0; accounts && i < 2; ++i)
+            accounts->retrieveCountryCode();
         QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList("retrieveCountryCodeResponse(0, 'FI')"_s));
-    }
-
-    void theFacadeMayBeDeletedFromInitialize()
-    {
-        auto accounts = std::make_unique<KelAccounts>();
-        FacadeRecorder recorder(accounts.get());
-        recorder.afterwards = [&](const QString&) { accounts.reset(); };
-        accounts->initialize("key"_s, "secret"_s, 2, "service"_s, {});
-        QCOMPARE(recorder.lines(), QStringList("initializeResponse(0)"_s));
         QVERIFY(!accounts);
-    }
-
-    void anObjectThatIsNoRegistrationIsRefusedLater_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::newRow("null") << 0;
-        QTest::newRow("plain object") << 1;
-        QTest::newRow("profile") << 2;
-    }
-    void anObjectThatIsNoRegistrationIsRefusedLater()
-    {
-        QFETCH(int, kind);
-        QObject plain;
-        KelAccount::ProfileInfo profile;
-        QObject* const objects[] = {nullptr, &plain, &profile};
-        KelAccounts accounts;
-        accounts.initialize("key"_s, "secret"_s, 2, "service"_s, {});
-        const FacadeRecorder recorder(&accounts);
-        accounts.registerAccount(objects[kind], true);
-        QCOMPARE(recorder.lines(), QStringList());
-        QCoreApplication::processEvents();
-        QCOMPARE(recorder.lines(), QStringList("registerAccountResponse(1001, {})"_s));
-    }
-
-    void aRegistrationIsKnownBehindAPlainPointer()
-    {
-        KelAccount::RegistrationInfo info;
-        info.setEmailAddress("a@b.example"_s);
-        info.setPassword("pass"_s);
-        QObject* const object = &info;
-        KelAccounts accounts;
-        const FacadeRecorder recorder(&accounts);
-        accounts.registerAccount(object, true);
-        accounts.registerAccount(info, true);
-        QCOMPARE(recorder.lines(), QStringList());
-        QCoreApplication::processEvents();
-        // Not the refusal of the object: the state's.
-        QCOMPARE(recorder.lines(), QStringList({"registerAccountResponse(802, {})"_s,
-                                                "registerAccountResponse(802, {})"_s}));
+        QCOMPARE(recorder.lines(), QStringList(line));
     }
 
     void anAccountOfTheServiceIsSeenEnabledOrNot()

@@ -53,7 +53,7 @@ RESPONSIBLE = [
      "tst_requestcreation tst_requesthandler"),
 ]
 # Tests that have a program in common.
-PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_sessionoperations tst_setup "
+PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_registering tst_sessionoperations tst_setup "
                          "tst_setupfailures".split(), "tst_facade_scenarios")
 # Programs that no busy machine makes fail.
 STEADY = set("tst_accountsetup tst_captchapicture tst_captchawithoutgui tst_clientidentification "

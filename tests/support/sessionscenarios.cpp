@@ -27,17 +27,6 @@ QVariant valueOf(QString text)
     return text == ":null"_s ? QVariant() : text.mid(1).toInt();
 }
 
-/// "A=text | B=:17"
-QVariantMap dataOf(const QString& text)
-{
-    QVariantMap data;
-    const QStringList items = text.split(QLatin1Char('|'), Qt::SkipEmptyParts);
-    for (const QString& item : items)
-        data.insert(item.section(QLatin1Char('='), 0, 0).trimmed(),
-                    valueOf(item.section(QLatin1Char('='), 1).trimmed()));
-    return data;
-}
-
 } // namespace
 
 SessionScenarios::SessionScenarios(SessionSandbox& sandbox) : mSession(sandbox)
@@ -133,6 +122,16 @@ bool SessionScenarios::changeAccounts(const QString& what)
     else
         return sqliteChange(file, what);
     return !mLock || mLock->isHeld();
+}
+
+QVariantMap SessionScenarios::dataOf(const QString& text)
+{
+    QVariantMap data;
+    const QStringList items = text.split(QLatin1Char('|'), Qt::SkipEmptyParts);
+    for (const QString& item : items)
+        data.insert(item.section(QLatin1Char('='), 0, 0).trimmed(),
+                    valueOf(item.section(QLatin1Char('='), 1).trimmed()));
+    return data;
 }
 
 QString SessionScenarios::textOf(const QList<QVariantList>& rows)

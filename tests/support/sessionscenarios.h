@@ -61,6 +61,9 @@ protected:
     /// "initialise" and "close" as they are, "ensureToken" for "privateMechanism_ensureToken".
     static QString mechanismOf(const QString& name);
 
+    /// "A=text | B=:17"
+    static QVariantMap dataOf(const QString& text);
+
     /// "a|b, c|d"
     static QString textOf(const QList<QVariantList>& rows);
 
