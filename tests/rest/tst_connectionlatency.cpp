@@ -7,6 +7,7 @@
 #include <QTest>
 #include <QUdpSocket>
 
+#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -22,24 +23,17 @@ namespace {
 class Connection
 {
 public:
-    Connection(int family, quint16 port)
-        : mDescriptor(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    Connection(const char* address, quint16 port)
     {
-        if (family == AF_INET6) {
-            sockaddr_in6 peer{};
-            peer.sin6_family = AF_INET6;
-            peer.sin6_addr = in6addr_loopback;
-            peer.sin6_port = htons(port);
-            mConnected =
-                ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
-        } else {
-            sockaddr_in peer{};
-            peer.sin_family = AF_INET;
-            peer.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-            peer.sin_port = htons(port);
-            mConnected =
-                ::connect(mDescriptor, reinterpret_cast<sockaddr*>(&peer), sizeof peer) == 0;
-        }
+        addrinfo hints{};
+        hints.ai_flags = AI_NUMERICHOST;
+        hints.ai_socktype = SOCK_STREAM;
+        addrinfo* peer = nullptr;
+        if (::getaddrinfo(address, QByteArray::number(port).constData(), &hints, &peer) != 0)
+            return;
+        mDescriptor = ::socket(peer->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        mConnected = ::connect(mDescriptor, peer->ai_addr, peer->ai_addrlen) == 0;
+        ::freeaddrinfo(peer);
     }
     ~Connection() { ::close(mDescriptor); }
     Connection(const Connection&) = delete;
@@ -55,7 +49,7 @@ public:
     }
 
 private:
-    int mDescriptor;
+    int mDescriptor = -1;
     bool mConnected = false;
 };
 
@@ -74,9 +68,9 @@ private Q_SLOTS:
         QTcpServer stranger;
         QVERIFY(service.listen(loopback));
         QVERIFY(stranger.listen(loopback));
-        const Connection first(AF_INET, service.serverPort());
-        const Connection second(AF_INET, service.serverPort());
-        const Connection other(AF_INET, stranger.serverPort());
+        const Connection first("127.0.0.1", service.serverPort());
+        const Connection second("127.0.0.1", service.serverPort());
+        const Connection other("127.0.0.1", stranger.serverPort());
         QVERIFY(first.isConnected() && second.isConnected() && other.isConnected());
 
         QCOMPARE(disableNagle({loopback}, service.serverPort()), 2);
@@ -89,7 +83,7 @@ private Q_SLOTS:
     {
         QTcpServer service;
         QVERIFY(service.listen(loopback));
-        const Connection connection(AF_INET, service.serverPort());
+        const Connection connection("127.0.0.1", service.serverPort());
         QCOMPARE(disableNagle({QHostAddress("127.0.0.2"_s)}, service.serverPort()), 0);
         QCOMPARE(disableNagle({}, service.serverPort()), 0);
         QVERIFY(!connection.hasNoDelay());
@@ -99,7 +93,7 @@ private Q_SLOTS:
     {
         QTcpServer service;
         QVERIFY(service.listen(loopback));
-        const Connection connection(AF_INET, service.serverPort());
+        const Connection connection("127.0.0.1", service.serverPort());
         QVERIFY(service.waitForNewConnection(5000));
         const std::unique_ptr<QTcpSocket> accepted(service.nextPendingConnection());
         QVERIFY(accepted);
@@ -112,7 +106,7 @@ private Q_SLOTS:
         QTcpServer service;
         QVERIFY2(service.listen(QHostAddress::LocalHostIPv6),
                  "needs IPv6 on the loopback interface");
-        const Connection connection(AF_INET6, service.serverPort());
+        const Connection connection("::1", service.serverPort());
         QVERIFY(connection.isConnected());
         QCOMPARE(disableNagle({QHostAddress(QHostAddress::LocalHostIPv6)}, service.serverPort()),
                  1);
