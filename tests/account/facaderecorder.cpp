@@ -67,14 +67,8 @@ QString mapText(const QVariantMap& map)
 }
 
 FacadeRecorder::FacadeRecorder(KelAccounts* accounts)
+    : SignalRecorder(accounts, KelAccounts::staticMetaObject)
 {
-    const QMetaObject& meta = KelAccounts::staticMetaObject;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        // A slot number of this object that no class of it declares: qt_metacall() gets it.
-        if (meta.method(i).methodType() == QMetaMethod::Signal)
-            QMetaObject::connect(accounts, i, this, staticMetaObject.methodCount() + i,
-                                 Qt::DirectConnection);
-    }
 }
 
 bool FacadeRecorder::waitFor(int count, int timeoutMs) const
@@ -91,21 +85,11 @@ bool FacadeRecorder::waitFor(int count, int timeoutMs) const
     return mLines.size() >= count;
 }
 
-int FacadeRecorder::qt_metacall(QMetaObject::Call call, int id, void** arguments)
+void FacadeRecorder::record(const QMetaMethod& method, void** arguments)
 {
-    const int signal = QObject::qt_metacall(call, id, arguments);
-    if (signal < 0 || call != QMetaObject::InvokeMetaMethod)
-        return signal;
-    record(signal, arguments);
-    return -1;
-}
-
-void FacadeRecorder::record(int signal, void** arguments)
-{
-    const QMetaMethod method = KelAccounts::staticMetaObject.method(signal);
     QStringList values;
     for (int i = 0; i < method.parameterCount(); ++i)
-        values.append(valueText(method.parameterType(i), arguments[i + 1]));
+        values.append(valueText(method.parameterType(i), arguments[i]));
     const QString name = QString::fromLatin1(method.name());
     mLines.append(name + QLatin1Char('(') + values.join(QLatin1String(", ")) + QLatin1Char(')'));
     if (mOnLine)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include <QObject>
+#include "support/signalrecorder.h"
+
 #include <QStringList>
 
 #include <functional>
@@ -14,7 +15,7 @@ namespace KelTest {
 
 /// Writes every signal of a facade down, in the order in which they come: the name and the values,
 /// such as "isUserIdAvailableResponse(0, true, [])".
-class FacadeRecorder : public QObject
+class FacadeRecorder : public SignalRecorder
 {
 public:
     explicit FacadeRecorder(KelAccount::KelAccounts* accounts);
@@ -32,10 +33,8 @@ public:
     /// shows a message box; 0 to return at once.
     void stayInSlots(int milliseconds) { mModalMs = milliseconds; }
 
-    int qt_metacall(QMetaObject::Call call, int id, void** arguments) override;
-
 private:
-    void record(int signal, void** arguments);
+    void record(const QMetaMethod& signal, void** arguments) override;
 
     QStringList mLines;
     int mModalMs = 0;
