@@ -115,11 +115,14 @@ private Q_SLOTS:
     void requestsReachThePluginAsTheyShould_data() { operationRows(); }
     void requestsReachThePluginAsTheyShould()
     {
-        const auto [mechanism, call, added] =
-            fetch<QString, Call, QVariantMap>("mechanism", "call", "added");
+        const auto [name, mechanism, call, added] =
+            fetch<QString, QString, Call, QVariantMap>("name", "mechanism", "call", "added");
         QVERIFY(open());
         call(*mInterface);
+        QCOMPARE(mAnswers, QStringList());
         QVERIFY(waitForAnswers(1));
+        letPass(50);
+        QCOMPARE(mAnswers, QStringList(name + " 0"_s));
 
         const QList<PluginRequest> requests = mSandbox.requests();
         QCOMPARE(requests.size(), 2);
@@ -138,16 +141,13 @@ private Q_SLOTS:
             QCOMPARE(data.value(entry.key()).userType(), entry.value().userType());
     }
 
+    // That it is sent in its turn and answered at once is told in queue.txt.
     void closeReachesThePlugin()
     {
         QVERIFY(open());
         mInterface->close();
-        QCOMPARE(mAnswers, QStringList("close 0"_s));
         QVERIFY(mSandbox.waitForRequests(2));
-        QCOMPARE(mSandbox.mechanisms().last(), "close"_s);
         QCOMPARE(withoutTheDaemonsKeys(mSandbox.requests().at(1).data), commonKeys());
-        letPass(100); // the plugin's own answer is nobody's
-        QCOMPARE(mAnswers.size(), 1);
     }
 
     void registrationArrivesWhole()
@@ -157,18 +157,6 @@ private Q_SLOTS:
         QVERIFY(waitForAnswers(1));
         QCOMPARE(mSandbox.requests().at(1).data.value("RegistrationData"_s).toByteArray(),
                  KelRestHandler::serializeRegistration(registration()));
-    }
-
-    void successIsAnsweredWithZero_data() { operationRows(); }
-    void successIsAnsweredWithZero()
-    {
-        const auto [name, call] = fetch<QString, Call>("name", "call");
-        QVERIFY(open());
-        call(*mInterface);
-        QCOMPARE(mAnswers, QStringList());
-        QVERIFY(waitForAnswers(1));
-        letPass(50);
-        QCOMPARE(mAnswers, QStringList(name + " 0"_s));
     }
 
     void thePluginsErrorIsPassedOn_data() { operationRows(); }
