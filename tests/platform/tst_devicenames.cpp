@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+#include <utility>
+
 namespace TestRoot = KelTest::TestRoot;
 using QtMobility::DeviceNames;
 
@@ -16,57 +18,42 @@ class TestDeviceNames : public QObject
 private Q_SLOTS:
     void init() { TestRoot::clear(); }
 
-    void theDeviceTreeNamesTheDevice_data()
+    void namesComeFromTheDeviceTreeOrElseFromDmi_data()
     {
-        const auto row = rows<QByteArray, QByteArray, QString, QString>("model", "compatible",
-                                                                        "manufacturer", "name");
+        const auto row = rows<QByteArray, QByteArray, QByteArray, QByteArray, QString, QString>(
+            "model", "compatible", "vendor", "product", "manufacturer", "name");
         row("model repeats its maker", QByteArray("Acme Handset (1.2)\0", 19),
-            QByteArray("acme,handset-1.2\0acme,handset\0soc,chip\0", 39), "Acme", "Handset (1.2)");
+            QByteArray("acme,handset-1.2\0acme,handset\0soc,chip\0", 39), {}, {}, "Acme",
+            "Handset (1.2)");
         row("model without its maker", QByteArray("Handset\0", 8), QByteArray("acme,handset\0", 13),
-            "acme", "Handset");
-        row("maker as part of a word", QByteArray("Acmeton\0", 8), QByteArray("acme,x\0", 7),
-            "acme", "Acmeton");
-        row("no compatible", QByteArray("Acme Handset\0", 13), {}, "", "Acme Handset");
-        row("compatible only", {}, QByteArray("acme,handset\0soc,chip\0", 22), "acme", "handset");
-        row("no vendor", QByteArray("Handset\0", 8), QByteArray("handset\0", 8), "", "Handset");
-        row("no null at the end", "Handset", "acme,handset", "acme", "Handset");
+            {}, {}, "acme", "Handset");
+        row("maker as part of a word", QByteArray("Acmeton\0", 8), QByteArray("acme,x\0", 7), {},
+            {}, "acme", "Acmeton");
+        row("no compatible", QByteArray("Acme Handset\0", 13), {}, {}, {}, "", "Acme Handset");
+        row("compatible only", {}, QByteArray("acme,handset\0soc,chip\0", 22), {}, {}, "acme",
+            "handset");
+        row("no vendor", QByteArray("Handset\0", 8), QByteArray("handset\0", 8), {}, {}, "",
+            "Handset");
+        row("no null at the end", "Handset", "acme,handset", {}, {}, "acme", "Handset");
+        row("DMI", {}, {}, "Maker Inc.\n", "Tablet 10 \n", "Maker Inc.", "Tablet 10");
+        row("both", QByteArray("Handset\0", 8), {}, "Maker Inc.\n", "Tablet 10\n", "", "Handset");
+        row("neither", {}, {}, {}, {}, "", "");
     }
-    void theDeviceTreeNamesTheDevice()
+    void namesComeFromTheDeviceTreeOrElseFromDmi()
     {
-        const auto [model, compatible] = fetch<QByteArray, QByteArray>("model", "compatible");
-        if (!model.isNull())
-            TestRoot::write("proc/device-tree/model", model);
-        if (!compatible.isNull())
-            TestRoot::write("proc/device-tree/compatible", compatible);
+        const std::pair<const char*, const char*> files[] = {
+            {"model", "proc/device-tree/model"},
+            {"compatible", "proc/device-tree/compatible"},
+            {"vendor", "sys/class/dmi/id/sys_vendor"},
+            {"product", "sys/class/dmi/id/product_name"}};
+        for (const auto& [column, path] : files) {
+            const auto [contents] = fetch<QByteArray>(column);
+            if (!contents.isNull())
+                TestRoot::write(path, contents);
+        }
         const DeviceNames names = QtMobility::deviceNames();
         QTEST(names.manufacturer, "manufacturer");
         QTEST(names.model, "name");
-    }
-
-    void dmiNamesTheDeviceWithoutADeviceTree()
-    {
-        TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
-        TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10 \n");
-        const DeviceNames names = QtMobility::deviceNames();
-        QCOMPARE(names.manufacturer, "Maker Inc."_s);
-        QCOMPARE(names.model, "Tablet 10"_s);
-    }
-
-    void theDeviceTreeComesFirst()
-    {
-        TestRoot::write("sys/class/dmi/id/sys_vendor", "Maker Inc.\n");
-        TestRoot::write("sys/class/dmi/id/product_name", "Tablet 10\n");
-        TestRoot::write("proc/device-tree/model", QByteArray("Handset\0", 8));
-        const DeviceNames names = QtMobility::deviceNames();
-        QCOMPARE(names.manufacturer, QString());
-        QCOMPARE(names.model, "Handset"_s);
-    }
-
-    void anUnknownDeviceHasNoNames()
-    {
-        const DeviceNames names = QtMobility::deviceNames();
-        QCOMPARE(names.manufacturer, QString());
-        QCOMPARE(names.model, QString());
         QCOMPARE(QtMobility::firmwareVersion(), QString());
     }
 

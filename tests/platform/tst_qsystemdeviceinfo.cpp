@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "platform/fakemodem.h"
 #include "platform/qsystemdeviceinfo.h"
+#include "platform/qsystemnetworkinfo.h"
 #include "platform/testroot.h"
 #include "support/literals.h"
 #include "support/rows.h"
@@ -10,6 +11,7 @@
 namespace FakeModem = KelTest::FakeModem;
 namespace TestRoot = KelTest::TestRoot;
 using QtMobility::QSystemDeviceInfo;
+using QtMobility::QSystemNetworkInfo;
 using QtMobility::SimCard;
 
 Q_DECLARE_METATYPE(QVector<SimCard>)
@@ -68,6 +70,19 @@ private Q_SLOTS:
         QCOMPARE(QSystemDeviceInfo().imsi(), "2"_s);
         FakeModem::setSims({{true, "1"_s, {}, {}}, {true, "2"_s, {}, {}}});
         QCOMPARE(QSystemDeviceInfo().imsi(), "1"_s);
+    }
+
+    void homeIsThatOfTheFirstUsableSim()
+    {
+        QSystemNetworkInfo network;
+        const auto home = [&network] {
+            return network.homeMobileCountryCode() + "-"_s + network.homeMobileNetworkCode();
+        };
+        QCOMPARE(home(), "-"_s);
+        FakeModem::setSims({{true, {}, "244"_s, "05"_s}, {false, {}, "310"_s, "150"_s}});
+        QCOMPARE(home(), "310-150"_s);
+        FakeModem::setSims({{true, {}, "244"_s, "05"_s}});
+        QCOMPARE(home(), "244-05"_s);
     }
 
     void namesComeFromTheHardware()
