@@ -145,20 +145,6 @@ private Q_SLOTS:
         QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
     }
 
-    void whatRemovesAnAccountBelongsToNoOtherThread()
-    {
-        const MessageLog log;
-        bool isRemoved = false;
-        const std::unique_ptr<QThread> thread(QThread::create([&isRemoved] {
-            KelConfigure configure;
-            configure.removeAccount(7, [&isRemoved] { isRemoved = true; });
-        }));
-        thread->start();
-        QVERIFY(thread->wait(10000));
-        QVERIFY(isRemoved);
-        QCOMPARE(log.all(), QStringList());
-    }
-
     // What is heard of an account comes from outside of Qt's loop.
     void aThreadThatEndsWaitsForARemovalAndNoLonger()
     {
