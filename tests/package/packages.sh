@@ -19,6 +19,8 @@ cp -r "$source/debian" "$source/examples" "$work/sources"
     dpkg-buildpackage --no-check-builddeps --unsigned-changes --build=binary) >"$work/packages.log" 2>&1 ||
     { cat "$work/packages.log"; exit 1; }
 
+long=$(grep -E '^.{81}' "$source/debian/control" || true)
+[ -z "$long" ] || { echo "too long for lintian: $long"; exit 1; }
 described=$(sed -n 's/^Package: //p' "$source/debian/control" | sort)
 made=$(cd "$work" && printf '%s\n' *.deb | sed 's/_.*//' | sort)
 [ "$described" = "$made" ] || { echo "packages made: $made"; exit 1; }
