@@ -136,7 +136,7 @@ int main(int argc, char** argv)
     // The status says what happened; the log is for who looks into it.
     keepLog(settings.verbose);
     if (line.command == doctorCommand().name)
-        return runDoctor(settings);
+        return endingSoon(runDoctor(settings));
     const ClientCommand& command = *findCommand(line.command);
     CommandInput input = inputFrom(line);
     input.settings = &settings;
@@ -149,5 +149,5 @@ int main(int argc, char** argv)
     }
     if (!problem.isEmpty())
         return complain(problem, exitMisuse);
-    return run(settings, command, input);
+    return endingSoon(run(settings, command, input));
 }

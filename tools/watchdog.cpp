@@ -23,14 +23,19 @@ void end(int)
     ::_exit(status);
 }
 
-} // namespace
-
-Watchdog::Watchdog(int seconds, const QByteArray& text, int exitStatus)
+void prepare(int exitStatus)
 {
     status = exitStatus;
     struct sigaction action = {};
     action.sa_handler = end;
     ::sigaction(SIGALRM, &action, nullptr);
+}
+
+} // namespace
+
+Watchdog::Watchdog(int seconds, const QByteArray& text, int exitStatus)
+{
+    prepare(exitStatus);
     restart(seconds, text);
 }
 
@@ -48,4 +53,13 @@ void Watchdog::restart(int seconds, const QByteArray& text)
     std::memcpy(line.data(), whole.constData(), static_cast<size_t>(whole.size()));
     length = whole.size();
     ::alarm(static_cast<unsigned>(seconds));
+}
+
+int endingSoon(int exitStatus)
+{
+    constexpr unsigned patienceSeconds = 2;
+    length = 0;
+    prepare(exitStatus);
+    ::alarm(patienceSeconds);
+    return exitStatus;
 }

@@ -17,3 +17,7 @@ public:
     /// The time begins anew.
     void restart(int seconds, const QByteArray& text);
 };
+
+/// To be called when nothing is left to do but to return this: Qt waits then for a name server that
+/// does not answer, as long as the system has patience with it. The status.
+int endingSoon(int exitStatus);

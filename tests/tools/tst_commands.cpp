@@ -84,6 +84,7 @@ void CommandScenarios::init()
                {"modules"_s, QStringLiteral(KELACCOUNT_MODULE_FOLDER)},
                {"module"_s, QStringLiteral(KELACCOUNT_OTHER_MODULE)},
                {"probe"_s, QStringLiteral(KELACCOUNT_TRUST_PROBE)},
+               {"silence"_s, QStringLiteral(KELACCOUNT_SILENT_RESOLVER)},
                {"service"_s, QStringLiteral(KELACCOUNT_SERVICE)},
                {"socket"_s, QString::fromLatin1(tagSocket())},
                {"version"_s, QStringLiteral(KELACCOUNT_TEST_VERSION)},
