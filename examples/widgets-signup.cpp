@@ -39,7 +39,6 @@ public:
         connect(mName, &QLineEdit::textEdited, this, [this] { checkName(); });
         connect(mOther, &QPushButton::clicked, this, [this] { fetchPicture(); });
         connect(mRegister, &QPushButton::clicked, this, [this] { registerUser(); });
-
         mClient.initialize(qEnvironmentVariable("KELACCOUNT_CONSUMER_KEY"),
                            qEnvironmentVariable("KELACCOUNT_CONSUMER_SECRET"), Server::Production,
                            QStringLiteral("example"));
@@ -64,6 +63,7 @@ private:
         mNotes.value(entry, mOutcome)->setText(text);
         if (entry)
             entry->setAccessibleDescription(text);
+        resize(width(), std::max(height(), heightForWidth(width())));
     }
 
     void checkName()

@@ -103,6 +103,9 @@ private Q_SLOTS:
         type("captchaText", solution());
         press(Qt::Key_Return);
         QTRY_COMPARE(note("userName"), KelAccount::statusText(512));
+        QTRY_VERIFY(isWholeToSee(noteLabel("userName")));
+        QTRY_VERIFY(picture() != 0);
+        QTRY_VERIFY(pictureLabel()->height() >= pictureLabel()->sizeHint().height());
         QCOMPARE(focused(), QStringLiteral("userName"));
     }
 
@@ -165,27 +168,36 @@ private:
     QFormLayout* form() const { return qobject_cast<QFormLayout*>(mWindow->layout()); }
 
     // The label below an entry.
-    QString note(const char* name) const
+    const QLabel* noteLabel(const char* name) const
     {
         int row = 0;
         QFormLayout::ItemRole role;
         form()->getWidgetPosition(entry(name), &row, &role);
         QLayoutItem* const below = form()->itemAt(row + 1, QFormLayout::FieldRole);
-        return qobject_cast<const QLabel*>(below->widget())->text();
+        return qobject_cast<const QLabel*>(below->widget());
+    }
+    QString note(const char* name) const { return noteLabel(name)->text(); }
+    static bool isWholeToSee(const QLabel* label)
+    {
+        return label->height() >= label->heightForWidth(label->width());
     }
     QString outcome() const
     {
         QLayoutItem* const last = form()->itemAt(form()->rowCount() - 1, QFormLayout::SpanningRole);
         return qobject_cast<const QLabel*>(last->widget())->text();
     }
-    qint64 picture() const // 0 without one
+    const QLabel* pictureLabel() const
     {
         for (const QLabel* const label : mWindow->findChildren<QLabel*>()) {
-            const QPixmap shown = label->pixmap(Qt::ReturnByValue);
-            if (!shown.isNull())
-                return shown.cacheKey();
+            if (!label->pixmap(Qt::ReturnByValue).isNull())
+                return label;
         }
-        return 0;
+        return nullptr;
+    }
+    qint64 picture() const // 0 without one
+    {
+        const QLabel* const label = pictureLabel();
+        return label ? label->pixmap(Qt::ReturnByValue).cacheKey() : 0;
     }
 
     // The emulator's side.
