@@ -168,19 +168,13 @@ private Q_SLOTS:
         QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
     }
 
-    void aServerWithoutATimeHasTheOneThatWasSetForAll()
-    {
-        TimeStampManager manager;
-        manager.setServerTimeDifference(42);
-        manager.selectServer("first.example"_s);
-        QCOMPARE(manager.serverTimeDifference(), 42);
-    }
-
-    void settingTheDifferenceIsForAllServers()
+    void aDifferenceThatIsSetIsForAllServers()
     {
         const auto server = "first.example"_s;
         TimeStampManager manager;
+        manager.setServerTimeDifference(42);
         manager.selectServer(server);
+        QCOMPARE(manager.serverTimeDifference(), 42);
         manager.syncToTime(inUtc(2000), server);
         manager.setServerTimeDifference(7);
         QCOMPARE(manager.serverTimeDifference(), 7);
