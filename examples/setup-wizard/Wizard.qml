@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+import QtQuick 2.15
+import QtQuick.Window 2.15
+import QtQuick.Controls 2.15
+import Kel.Accounts 1.0
+
+// The set-up of an account, from the welcome to the profile: what all pages share, and the way between them.
+Pane {
+    id: wizard
+
+    property string consumerKey
+    property string consumerSecret
+    property string service: "music"
+    // Off for pictures, which are to be the same each time.
+    property bool animated: true
+    property bool begun: false
+    // Where a picture of the first page is to be kept; the application ends then.
+    property string pictureFile
+    readonly property bool settled: (accounts.initialized || accounts.failure.status !== 0) && !accounts.busy
+
+    readonly property alias accounts: accounts
+    readonly property alias registration: registration
+    readonly property alias signIn: signIn
+    readonly property alias profile: profile
+    readonly property alias recovery: recovery
+    readonly property Item page: stack.currentItem
+    readonly property int depth: stack.depth
+    readonly property string language: Qt.locale().name.substring(0, 2)
+
+    property string country
+    property string preparedNumber
+    property bool captchaRequired: true
+    property var questions: []
+    property var terms: ({})
+    property int consent: AccountsClient.UnTicked
+
+    function show(name) {
+        stack.push(Qt.resolvedUrl(name + ".qml"), { wizard: wizard })
+    }
+
+    function begin(shown) {
+        if (shown)
+            shown.begin()
+    }
+
+    function back() {
+        if (stack.depth > 1)
+            stack.pop()
+    }
+
+    // Back to the page on which the field is that the service did not like.
+    function backTo(name) {
+        stack.pop(stack.find(page => page.objectName === name))
+    }
+
+    function startAgainWith(name) {
+        stack.replace(null, Qt.resolvedUrl(name + ".qml"), { wizard: wizard })
+    }
+
+    onSettledChanged: {
+        if (settled && pictureFile)
+            grabToImage(result => Qt.exit(result.saveToFile(pictureFile) ? 0 : 1))
+    }
+
+    implicitWidth: 360
+    implicitHeight: 640
+    padding: 0
+    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
+    // The first page comes before the window that gives it the keys.
+    Window.onActiveChanged: {
+        if (Window.active && !begun) {
+            begun = true
+            begin(page)
+        }
+    }
+    Keys.onEscapePressed: back()
+    Keys.onBackPressed: back()
+
+    AccountsClient {
+        id: accounts
+
+        consumerKey: wizard.consumerKey
+        consumerSecret: wizard.consumerSecret
+        service: wizard.service
+        onInitializedChanged: {
+            retrieveCountryCode().then(found => { wizard.country = found.code }, undefined, wizard)
+            detectPreAccount().then(found => { wizard.preparedNumber = found.mobilePhoneNumber },
+                                    undefined, wizard)
+            isCaptchaRequired().then(answer => { wizard.captchaRequired = answer.isRequired },
+                                     undefined, wizard)
+            isKeLAccountConfigured().then(state => {
+                if (state.isConfigured)
+                    wizard.startAgainWith("ProfilePage")
+            }, undefined, wizard)
+            retrieveSecurityQuestionList(wizard.language).then(found => {
+                wizard.questions = found.questions
+            }, undefined, wizard)
+            retrieveTermsOfService(wizard.service, wizard.language, wizard.country,
+                                   AccountsClient.Html)
+                .then(found => { wizard.terms = found.addresses }, undefined, wizard)
+            queryMarketingVariant().then(found => { wizard.consent = found.variant }, undefined, wizard)
+        }
+    }
+
+    Registration {
+        id: registration
+
+        client: accounts
+        country: wizard.country
+        language: wizard.language
+    }
+
+    SignIn {
+        id: signIn
+
+        client: accounts
+    }
+
+    Profile {
+        id: profile
+
+        client: accounts
+    }
+
+    Recovery {
+        id: recovery
+
+        client: accounts
+        language: wizard.language
+    }
+
+    StackView {
+        id: stack
+
+        anchors.fill: parent
+        focus: true
+        initialItem: WelcomePage { wizard: wizard }
+        pushEnter: wizard.animated ? slide : null
+        pushExit: null
+        popEnter: null
+        popExit: null
+        replaceEnter: null
+        replaceExit: null
+        onCurrentItemChanged: wizard.begin(currentItem)
+
+        Transition {
+            id: slide
+
+            NumberAnimation { property: "opacity"; from: 0; to: 1; duration: 150 }
+        }
+    }
+}

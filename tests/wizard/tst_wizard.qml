@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+import QtQuick 2.15
+import QtQuick.Window 2.15
+import QtTest 1.15
+import Kel.Accounts 1.0
+
+// Bob's story on the screen of a handset, by keyboard alone.
+Item {
+    id: root
+
+    width: 360
+    height: 640
+
+    Loader {
+        id: screen
+
+        anchors.fill: parent
+        focus: true
+        Component.onCompleted: setSource("qrc:/setup-wizard/Wizard.qml", {
+            consumerKey: "demo-key", consumerSecret: "demo-secret", animated: false,
+        })
+    }
+
+    TestCase {
+        id: test
+
+        readonly property Item page: screen.item ? screen.item.page : null
+
+        name: "Wizard"
+        when: windowShown
+
+        function comesTo(name) {
+            tryVerify(() => test.page && test.page.objectName === name, 10000, name)
+        }
+
+        function part(name) {
+            const found = findChild(test.page, name)
+            verify(found, name)
+            return found
+        }
+
+        function hasFocus(item) {
+            for (let focus = screen.Window.activeFocusItem; focus; focus = focus.parent)
+                if (focus === item)
+                    return true
+            return false
+        }
+
+        // As the tabulator goes.
+        function go(name) {
+            const target = part(name)
+            for (let i = 0; i < 40 && !hasFocus(target); ++i)
+                keyClick(Qt.Key_Tab)
+            verify(hasFocus(target), "the keys do not come to " + name)
+            // What has the keys is in sight, whole where there is room for it.
+            const place = screen.Window.activeFocusItem.mapToItem(root, 0, 0)
+            verify(place.y >= 0 && place.y < root.height, name + " is out of sight")
+        }
+
+        function type(name, text) {
+            go(name)
+            keyClick(Qt.Key_A, Qt.ControlModifier)
+            for (const character of text)
+                keyClick(character)
+        }
+
+        function press(name) {
+            tryVerify(() => part(name).enabled, 10000, name)
+            go(name)
+            keyClick(Qt.Key_Space)
+        }
+
+        // Texts that do not fit, however large they are.
+        function sticksOut(item) {
+            let found = []
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i]
+                if (!child.visible || child.width === 0)
+                    continue
+                const left = child.mapToItem(root, 0, 0).x
+                if (child.text && (left < -0.5 || left + child.width > root.width + 0.5
+                                   || child.truncated))
+                    found.push(child.text)
+                found = found.concat(sticksOut(child))
+            }
+            return found
+        }
+
+        // What is another text each time is left out.
+        function complaintAbout(name) {
+            const hidden = ["captcha", "picture", "code"].map(one => findChild(test.page, one))
+                .filter(item => item && item.visible)
+                .map(item => item.mapToItem(root, 0, 0, item.width, item.height))
+            let complaint
+            verify(screen.grabToImage(result => {
+                complaint = pictures.complaintAbout(result.image, name, hidden)
+            }))
+            tryVerify(() => complaint !== undefined)
+            return complaint
+        }
+
+        // As soon as the page has come to rest.
+        function looksRight(name) {
+            let wide = ""
+            tryVerify(() => (wide = sticksOut(screen.item).join("; ")) === "", 2000, name)
+            let complaint = ""
+            for (let i = 0; i < 20; ++i) {
+                complaint = complaintAbout(name)
+                if (complaint === "")
+                    return true
+                waitForRendering(screen, 100)
+            }
+            console.warn(complaint)
+            return false
+        }
+
+        function solveCaptcha(field) {
+            const captcha = part("captcha")
+            tryCompare(captcha, "loading", CaptchaPicture.Ready)
+            type(field, emulator.captchaText(captcha.captchaId))
+        }
+
+        // In one piece, since each part of a story needs the one before it.
+        function test_bobSetsUpHisAccount() {
+            const wrong = []
+            const look = name => { if (!looksRight(name)) wrong.push(name) }
+
+            comesTo("WelcomePage")
+            tryCompare(part("prepared"), "visible", true)
+            tryCompare(part("country"), "visible", true)
+            look("welcome")
+            press("create")
+
+            comesTo("NamePage")
+            type("name", "alice")
+            tryVerify(() => part("name").hint.length > 0 && !part("name").complaint
+                            && part("name").hint !== part("name").input.text)
+            type("name", "admin")
+            tryVerify(() => part("name").complaint.length > 0)
+            type("name", "bob")
+            type("password", "bobs first")
+            tryCompare(part("next"), "enabled", true)
+            look("name")
+            press("next")
+
+            comesTo("QuestionPage")
+            tryVerify(() => screen.item.questions.length > 0)
+            type("answer", "Kallio")
+            look("question")
+            press("next")
+
+            comesTo("CaptchaPage")
+            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            type("answer", "misread")
+            press("next")
+            comesTo("TermsPage")
+            press("accept")
+            look("terms")
+            press("next")
+
+            // Misread, so it comes back to the field.
+            comesTo("CaptchaPage")
+            tryVerify(() => part("answer").complaint.length > 0)
+            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            look("captcha")
+            solveCaptcha("answer")
+            press("next")
+            comesTo("TermsPage")
+            press("accept")
+            press("next")
+
+            comesTo("SuccessPage")
+            look("success")
+            press("show")
+
+            comesTo("ProfilePage")
+            tryCompare(screen.item.profile, "loaded", true)
+            compare(screen.item.profile.userName, "bob")
+            look("profile")
+            type("oldPassword", "not it")
+            type("newPassword", "bobs second")
+            press("changePassword")
+            tryVerify(() => part("oldPassword").complaint.length > 0)
+            type("oldPassword", "bobs first")
+            press("changePassword")
+            tryVerify(() => test.page.done.length > 0)
+            type("answer", "Seven Brothers")
+            press("changeQuestion")
+            tryVerify(() => test.page.done.length > 0 && !test.page.busy)
+            press("signOut")
+
+            comesTo("WelcomePage")
+            press("signIn")
+            comesTo("SignInPage")
+            type("name", "bob")
+            type("password", "bobs first")
+            press("next")
+            tryVerify(() => test.page.complaint.length > 0)
+            look("signin")
+            press("forgot")
+
+            comesTo("RecoveryPage")
+            solveCaptcha("picture")
+            look("recovery")
+            press("next")
+            tryCompare(test.page, "isSent", true)
+            tryVerify(() => !test.page.busy)
+            type("code", emulator.tokenOf("bob"))
+            type("answer", "Seven Brothers")
+            type("password", "bobs third")
+            look("newpassword")
+            press("next")
+            comesTo("SignInPage")
+            type("password", "bobs third")
+            press("next")
+            comesTo("SuccessPage")
+            press("show")
+            comesTo("ProfilePage")
+            tryCompare(screen.item.profile, "loaded", true)
+            compare(wrong, [])
+        }
+    }
+}
