@@ -26,6 +26,10 @@ echo "    what programs are built with"
 add ./libaccounts-kel-dev_*.deb ./libaccounts-kel-doc_*.deb cmake g++ make pkg-config qt5-qmake
 as_user /check/tests/consumers
 
+echo "    the QML module"
+add ./qml-module-kel-accounts_*.deb qml
+as_user /check/tests/qml
+
 echo "    without the plugin"
 dpkg --remove --force-depends signon-plugin-zorauth >/dev/null
 as_user kelaccount-emulator run -- true >/check/without.log 2>&1 &&
@@ -33,7 +37,7 @@ as_user kelaccount-emulator run -- true >/check/without.log 2>&1 &&
     { cat /check/without.log; exit 1; }
 
 echo "    and without a trace"
-dpkg --purge libaccounts-kel-dev libaccounts-kel-doc kelaccount-emulator kelaccount libaccounts-kel1 \
-    signon-plugin-zorauth >/dev/null
+dpkg --purge libaccounts-kel-dev libaccounts-kel-doc qml-module-kel-accounts kelaccount-emulator kelaccount \
+    libaccounts-kel1 signon-plugin-zorauth >/dev/null
 left=$(kept | comm -13 /check/before - | grep -iE 'kelaccount|accounts-?kel|zorauth|/zor\.|account\.example' || true)
 [ -z "$left" ] || { echo "left behind: $left"; exit 1; }

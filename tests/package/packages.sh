@@ -41,6 +41,7 @@ packaged=$(dpkg-parsechangelog --file "$source/debian/changelog" --show-field Ve
 
 "$source/debian/tests/story" "$work/tree/usr"
 "$source/debian/tests/consumers" "$work/tree/usr"
+"$source/debian/tests/qml" "$work/tree/usr"
 
 # The examples, used like their users do.
 emulator=$work/tree/usr/bin/kelaccount-emulator
