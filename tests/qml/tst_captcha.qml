@@ -36,6 +36,10 @@ TestCase {
 
     property var image: null
 
+    function initTestCase() {
+        tryCompare(accounts, "initialized", true)
+    }
+
     function init() {
         image = createTemporaryObject(images, test)
     }
