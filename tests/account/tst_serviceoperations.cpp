@@ -96,6 +96,8 @@ private Q_SLOTS:
     void aGoodCallIsHandedOnAndNotAnsweredHere()
     {
         const Operation operation = operationOfTheRow();
+        const ThreadTagServer tags(tagReply);
+        QVERIFY(tags.isReady());
         KelAccounts accounts;
         initialize(accounts);
         const FacadeRecorder recorder(&accounts);
@@ -107,8 +109,13 @@ private Q_SLOTS:
         const SentRequest& sent = FakeRestHandler::sent().first();
         QCOMPARE(sent.type, operation.sent);
         QVariantList arguments = operation.sentArguments;
-        if (operation.tagPurpose)
-            arguments.append(QByteArray());
+        if (operation.tagPurpose) {
+            arguments.append(tagInBase64);
+            // Behind the frame's head: the purpose, a colon and the time.
+            const QByteArray asked = tags.frames().value(0).mid(7);
+            QVERIFY2(asked.startsWith(QByteArray(operation.tagPurpose) + ':'), asked);
+        }
+        QCOMPARE(tags.connections(), operation.tagPurpose ? 1 : 0);
         QCOMPARE(sent.arguments, arguments);
         QCOMPARE(sent.consumerKey, key);
         QCOMPARE(sent.signer,
@@ -162,24 +169,6 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(recorder.lines(), QStringList(refusal(operation, 1002)));
         QCOMPARE(FakeRestHandler::sent().size(), 1);
-    }
-
-    void theServiceTagIsLoadedForThoseThatSendIt_data() { addRowForEachOperation(); }
-    void theServiceTagIsLoadedForThoseThatSendIt()
-    {
-        const Operation operation = operationOfTheRow();
-        const ThreadTagServer tags(tagReply);
-        QVERIFY(tags.isReady());
-        KelAccounts accounts;
-        initialize(accounts);
-        operation.call(accounts);
-        QCOMPARE(tags.connections(), operation.tagPurpose ? 1 : 0);
-        if (!operation.tagPurpose)
-            return;
-        // Behind the frame's head: the purpose, a colon and the time.
-        const QByteArray asked = tags.frames().first().mid(7);
-        QVERIFY2(asked.startsWith(QByteArray(operation.tagPurpose) + ':'), asked);
-        QCOMPARE(FakeRestHandler::sent().first().arguments.last().toByteArray(), tagInBase64);
     }
 
     // Bad arguments are named before the missing initialize, too.

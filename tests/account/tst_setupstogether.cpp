@@ -49,12 +49,7 @@ private Q_SLOTS:
         setUp.start(*first, true);
         setUp.start(*mAccounts, true);
         QVERIFY(waitUntil([&] { return lines().size() + firstRecorder->lines().size() == 2; }));
-        QCOMPARE(identities().size(), 1);
-        const quint32 id = identities().at(0);
-        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
-        QStringList both = lines() + firstRecorder->lines();
-        both.sort();
-        QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
+        expectOneAccount(setUp, firstRecorder->lines());
     }
 
     void twoProcessesMakeOneAccount_data() { setUpRows(); }
@@ -72,13 +67,7 @@ private Q_SLOTS:
         other.write("\n");
         QVERIFY(answersOnce());
         QVERIFY(waitUntil([&] { return other.state() == QProcess::NotRunning; }));
-        const QString others = QString::fromUtf8(other.readAllStandardOutput()).trimmed();
-        QCOMPARE(identities().size(), 1);
-        const quint32 id = identities().at(0);
-        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
-        QStringList both = lines() + QStringList(others);
-        both.sort();
-        QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
+        expectOneAccount(setUp, {QString::fromUtf8(other.readAllStandardOutput()).trimmed()});
     }
 
     void aLockThatSomebodyHoldsIsWaitedFor()
@@ -177,6 +166,16 @@ private:
     void letThePluginTakeItsTime(const SetUp& setUp)
     {
         mSandbox.script({{text(setUp.mechanism), PluginStep::Answer, userData(), 0, 300}});
+    }
+
+    void expectOneAccount(const SetUp& setUp, const QStringList& others)
+    {
+        QCOMPARE(identities().size(), 1);
+        const quint32 id = identities().at(0);
+        QCOMPARE(deviceAccounts(), QList<QVariantList>({{"the-user-id"_s, QString::number(id)}}));
+        QStringList both = lines() + others;
+        both.sort();
+        QCOMPARE(both, QStringList({success(setUp, id), failure(setUp, 803)}));
     }
 
     static QString lockFile()
