@@ -72,9 +72,10 @@ protected:
                 at = end;
             } else if (!line.startsWith(QLatin1Char('#'))) {
                 const QStringList more = belongingTo(lines, at);
-                problem = step(filled(line.section(QLatin1Char(' '), 0, 0)),
-                               filled(line.section(QLatin1Char(' '), 1)),
-                               filled(more.join(QLatin1Char('\n'))));
+                const QString whole = filled(line);
+                problem =
+                    step(whole.section(QLatin1Char(' '), 0, 0), whole.section(QLatin1Char(' '), 1),
+                         filled(more.join(QLatin1Char('\n'))));
             }
             if (!mUnknown.isEmpty())
                 problem = "there is no "_s + std::exchange(mUnknown, {});
