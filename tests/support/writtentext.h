@@ -20,7 +20,7 @@ inline QString written(QString text)
     for (auto matches = escaped.globalMatch(text); matches.hasNext();) {
         const auto match = matches.next();
         const QString letter = match.captured(2);
-        result += text.midRef(end, match.capturedStart() - end);
+        result += text.mid(end, match.capturedStart() - end);
         result += letter == "n"_s   ? QChar(u'\n')
                   : letter == "r"_s ? QChar(u'\r')
                   : letter == "t"_s ? QChar(u'\t')
