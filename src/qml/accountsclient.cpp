@@ -214,9 +214,9 @@ KelQmlCall* KelQmlClient::updateSecurityQuestion(const QString& questionId, cons
     return given(mClient.updateSecurityQuestion(questionId, answer));
 }
 
-KelQmlCall* KelQmlClient::ensureTokenAvailable(int credentialsId)
+KelQmlCall* KelQmlClient::ensureTokenAvailable(uint credentialsId)
 {
-    return given(mClient.ensureTokenAvailable(static_cast<quint32>(credentialsId)));
+    return given(mClient.ensureTokenAvailable(credentialsId));
 }
 
 KelQmlCall* KelQmlClient::changePassword(const QString& oldPassword, const QString& newPassword)

@@ -98,7 +98,7 @@ public:
     Q_INVOKABLE KelQmlCall* downloadProfile();
     Q_INVOKABLE KelQmlCall* updateSecurityQuestion(const QString& questionId,
                                                    const QString& answer);
-    Q_INVOKABLE KelQmlCall* ensureTokenAvailable(int credentialsId = 0);
+    Q_INVOKABLE KelQmlCall* ensureTokenAvailable(uint credentialsId = 0);
     Q_INVOKABLE KelQmlCall* changePassword(const QString& oldPassword, const QString& newPassword);
     Q_INVOKABLE KelQmlCall* userIdUpdate(const QString& userId);
     Q_INVOKABLE KelQmlCall* signOut();

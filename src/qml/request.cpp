@@ -26,6 +26,7 @@ void KelQmlRequest::setClient(KelQmlClient* client)
 
 void KelQmlRequest::cancel()
 {
+    mAsked.cancel();
     if (mCall)
         mCall->cancel();
 }

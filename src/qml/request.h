@@ -49,6 +49,7 @@ public:
         }
         clearFailure();
         const auto call = make(mClient->operations());
+        mAsked = call;
         watch(mClient->track(call));
         // After the above, so that this is no more busy when it is told.
         using Result = std::decay_t<decltype(resultOf(call))>;
@@ -77,5 +78,6 @@ private:
 
     QPointer<KelQmlClient> mClient;
     QPointer<KelQmlCall> mCall;
+    KelAccount::CallBase mAsked; ///< also when it has ended and its answer was not told yet
     KelQmlFailure mFailure;
 };

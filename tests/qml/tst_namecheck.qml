@@ -78,6 +78,22 @@ TestCase {
         compare(emulator.requestsFor("/availability/marta"), 1)
     }
 
+    function test_anAnswerIsAboutNoOtherNameThanTheOneAskedFor() {
+        const found = []
+        check.busyChanged.connect(() => {
+            // The answer is there, and not told yet.
+            if (!check.busy && check.name === "alice")
+                check.name = "susan"
+        })
+        check.checkedChanged.connect(() => {
+            if (check.checked)
+                found.push(check.name + (check.available ? " is free" : " is taken"))
+        })
+        check.name = "alice"
+        tryVerify(() => check.checked && check.name === "susan" && !check.checking)
+        compare(found, ["susan is free"])
+    }
+
     function test_twoChecksDoNotTakeBackEachOthersQuestions() {
         const other = createTemporaryObject(checks, test)
         check.name = "nora"

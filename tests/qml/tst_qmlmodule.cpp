@@ -86,9 +86,9 @@ void TestQmlModule::everyOperationOfTheClientIsAMethod()
         // It makes the call that it is named for.
         QStringList arguments;
         for (const QByteArray& argument : method.parameterTypes())
-            arguments.append(argument == "QVariantMap" ? text("({})")
-                             : argument == "int"       ? text("0")
-                                                       : text("''"));
+            arguments.append(argument == "QVariantMap"                 ? text("({})")
+                             : argument == "int" || argument == "uint" ? text("0")
+                                                                       : text("''"));
         QQmlExpression call(qmlContext(client.get()), client.get(),
                             name + text("(%1).operation").arg(arguments.join(QLatin1Char(','))));
         QCOMPARE(call.evaluate().toString(), name);
