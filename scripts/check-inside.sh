@@ -27,7 +27,7 @@ add ./libaccounts-kel-dev_*.deb ./libaccounts-kel-doc_*.deb cmake g++ make pkg-c
 as_user /check/tests/consumers
 
 echo "    the QML module"
-add ./qml-module-kel-accounts_*.deb qml
+add ./qml-module-kel-accounts_*.deb qml qml-module-qtquick-window2 # which the program qml wants
 as_user /check/tests/qml
 
 echo "    without the plugin"
