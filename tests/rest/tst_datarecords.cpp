@@ -277,7 +277,7 @@ private Q_SLOTS:
             bytesOf(3, "music"_s, QString(), "maps"_s, "3"_s, "Rex"_s) +
             blockOf("1000042"_s, mobile, address, true, false) + blockOf(false, true);
         const QByteArray contacts = contactsBytes();
-        QCOMPARE(serialized(fullProfile()), profile + bytesOf(contacts.size()) + contacts);
+        QCOMPARE(serialized(fullProfile()), profile + bytesOf(qint32(contacts.size())) + contacts);
         QCOMPARE(fullProfile().contacts.serialize(), contacts);
     }
 
