@@ -15,9 +15,11 @@
 #include "support/testauthority.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QNetworkProxy>
 #include <QPixmap>
 #include <QTest>
+#include <QTimer>
 
 using namespace KelRestHandler;
 
@@ -44,6 +46,7 @@ public:
     }
 
     QList<Answer> heard;
+    QEventLoop next; ///< ends at once with an answer
 
 private:
     void record(const QMetaMethod& signal, void** arguments) override
@@ -52,6 +55,7 @@ private:
         const int status = isNumber ? *static_cast<const int*>(arguments[0])
                                     : static_cast<const RESTResponseBase*>(arguments[0])->status;
         heard.append({status, mHandler.answering(), mClock.nsecsElapsed()});
+        next.quit();
     }
 
     RESTRequestHandler& mHandler;
@@ -368,9 +372,13 @@ private:
             for (int i = 0; i < times; ++i)
                 wanted.append(text.section(QLatin1Char('*'), -1));
         }
-        const bool came =
-            QTest::qWaitFor([&] { return mAnswers->heard.size() >= wanted.size(); }, mPatience);
-        if (!came || mAnswers->heard.size() != wanted.size())
+        QTimer patience;
+        patience.setSingleShot(true);
+        connect(&patience, &QTimer::timeout, &mAnswers->next, &QEventLoop::quit);
+        patience.start(mPatience);
+        while (mAnswers->heard.size() < wanted.size() && patience.isActive())
+            mAnswers->next.exec();
+        if (mAnswers->heard.size() != wanted.size())
             return "there are %1 answers"_s.arg(mAnswers->heard.size());
         for (int i = 0; i < wanted.size(); ++i) {
             const Answer& answer = mAnswers->heard.at(i);
