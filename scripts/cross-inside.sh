@@ -83,9 +83,11 @@ for test in "${unit[@]}"; do
         mapfile -t functions < <(printf '%s\n' "${functions[@]}" | grep -vx "${left#*::}")
         [ ${#functions[@]} -lt "$all" ] || { echo "there is no $left to leave out"; exit 1; }
     done
-    language=$LC_ALL
-    [ "$name" != tst_deviceinfoutil ] || language=fi_FI
-    if LC_ALL=$language QT_QPA_PLATFORM=minimal timeout 600 "${emulated[@]}" "${functions[@]}" >../test.log 2>&1; then
+    # As ctest has it.
+    IFS=';' read -ra surroundings < <(
+        sed -nE "s/^set_tests_properties\\(\\[=\\[$name\\]=\\] .* ENVIRONMENT \"([^\"]*)\".*/\1/p" built/tests/*/CTestTestfile.cmake
+        echo)
+    if env QT_QPA_PLATFORM=minimal "${surroundings[@]}" timeout 600 "${emulated[@]}" "${functions[@]}" >../test.log 2>&1; then
         passed=$((passed + 1))
     else
         failed+=("$name")

@@ -7,7 +7,8 @@ cd "$1"
 problems=0 count=0
 while read -r name reason; do
     count=$((count + 1))
-    file=$(find tests/rest tests/device -name "${name%%::*}.cpp")
+    # A program, or a file of scenarios that has one of its own.
+    file=$(find tests/rest tests/device -name "${name%%::*}.cpp" -o -name "${name#tst_transport_}.txt")
     [ -n "$file" ] || { echo "there is no ${name%%::*}"; problems=1; continue; }
     if [ "$name" != "${name%%::*}" ] && ! grep -qE "void ${name#*::}\(\)" "$file"; then
         echo "there is no $name"
