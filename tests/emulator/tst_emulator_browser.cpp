@@ -36,13 +36,8 @@ public:
         mManager.setProxy(QNetworkProxy::NoProxy);
         mDriver.setProcessEnvironment(changedEnvironment(
             {{"HOME"_s, mFolder.path()}, {"TMPDIR"_s, mFolder.path()}, {"LD_PRELOAD"_s, {}}}));
-        mDriver.start("chromedriver"_s, {"--port=0"_s});
-        static const QRegularExpression started("started successfully on port (\\d+)"_s);
-        QByteArray said;
-        while (!started.match(QString::fromLatin1(said)).hasMatch() &&
-               mDriver.waitForReadyRead(patience))
-            said += mDriver.readAllStandardOutput();
-        mAddress = "http://127.0.0.1:"_s + started.match(QString::fromLatin1(said)).captured(1);
+        if (!startDriver())
+            return false;
         const QJsonObject options{
             {"args"_s, QJsonArray{"--headless=new"_s, "--no-sandbox"_s, "--no-proxy-server"_s,
                                   "--disable-background-networking"_s, "--disable-gpu"_s,
@@ -91,6 +86,28 @@ public:
     }
 
 private:
+    // The port that it gets for one family of addresses may be taken in the other; then it ends.
+    bool startDriver()
+    {
+        static const QRegularExpression started("started successfully on port (\\d+)\\D"_s);
+        QByteArray said;
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            mDriver.start("chromedriver"_s, {"--port=0"_s});
+            said.clear();
+            while (mDriver.waitForReadyRead(patience)) {
+                said += mDriver.readAllStandardOutput();
+                const auto port = started.match(QString::fromLatin1(said)).captured(1);
+                if (!port.isEmpty()) {
+                    mAddress = "http://127.0.0.1:"_s + port;
+                    return true;
+                }
+            }
+            mDriver.waitForFinished(patience);
+        }
+        mProblem = "chromedriver does not start: " + said + mDriver.readAllStandardError();
+        return false;
+    }
+
     QJsonValue ask(const QByteArray& method, const QString& path, const QJsonObject& body = {})
     {
         QNetworkRequest request(QUrl(mAddress + path));
