@@ -33,7 +33,8 @@ OF_OLD = {'src/rest/reply/networkresponseprocessor.h', 'src/rest/operations/answ
 # looked for here; elsewhere methods are named as examples.
 FACADE = re.compile(r'\bretrieveTermsOfService\b|termsOfServiceResponse|\bResponseTermsOfService\b')
 OF_CLIENT = {'include/kelaccount/client.h', 'include/kelaccount/resultkeys.h',
-             'src/client/client.cpp', 'src/client/worker.cpp'}
+             'src/client/client.cpp', 'src/client/worker.cpp',
+             'src/qml/accountsclient.h', 'src/qml/accountsclient.cpp'}
 FOLDERS_OF_FACADE = ('README.md', 'include', 'plugin', 'src', 'tests/operations', 'tools')
 
 
