@@ -10,6 +10,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,6 +32,20 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return list;
 }
 
+/// A library may have left something open to be inherited, a connection in which its peer then
+/// waits for the end.
+void closeOthers()
+{
+    constexpr unsigned first = STDERR_FILENO + 1;
+#ifdef SYS_close_range
+    if (::syscall(SYS_close_range, first, ~0U, 0U) == 0)
+        return;
+#endif
+    const long end = ::sysconf(_SC_OPEN_MAX);
+    for (long descriptor = first; descriptor < end; ++descriptor)
+        ::close(static_cast<int>(descriptor));
+}
+
 /// The child's side. Only calls that are safe after a fork of a process with threads.
 [[noreturn]] void runChild(char* const* words, char* const* environment, pid_t parent, int input,
                            int output, int errors)
@@ -47,6 +62,7 @@ std::vector<char*> pointers(QByteArrayList& texts)
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
+    closeOthers();
     ::execve(words[0], words, environment);
     ::_exit(1);
 }
