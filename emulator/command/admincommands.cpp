@@ -69,7 +69,8 @@ public:
     {
         httplib::Client client(mAddress);
         client.set_connection_timeout(5);
-        client.set_read_timeout(5);
+        // A modem that is started anew takes its time.
+        client.set_read_timeout(20);
         httplib::Request request;
         request.method = method;
         request.path = path;
@@ -237,6 +238,142 @@ std::string describedRequest(const QJsonObject& request)
     return text + '\n';
 }
 
+std::string refuse(Endpoint& emulator, const CommandLine::Line&)
+{
+    return emulator.ask("POST", "/refuse");
+}
+
+std::string accept(Endpoint& emulator, const CommandLine::Line&)
+{
+    return emulator.ask("POST", "/accept");
+}
+
+std::string expire(Endpoint& emulator, const CommandLine::Line&)
+{
+    return emulator.ask("POST", "/tokens/expire");
+}
+
+QJsonObject deviceOf(Endpoint& emulator)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(emulator.ask("GET", "/device")))
+        .object();
+}
+
+/// Takes what stands before the separator, and that.
+QString taken(QString& text, QLatin1Char separator)
+{
+    const QString part = text.section(separator, 0, 0);
+    text = text.section(separator, 1);
+    return part;
+}
+
+void insertText(QJsonObject& object, const char* name, const QString& text)
+{
+    if (!text.isEmpty())
+        object.insert(QLatin1String(name), text);
+}
+
+/// The fields of words that were checked when the line was read.
+QJsonObject simFields(const CommandLine::Line& line)
+{
+    QString words = QString::fromStdString(line.arguments.front());
+    QJsonObject sim;
+    insertText(sim, "mcc", taken(words, QLatin1Char('-')));
+    insertText(sim, "mnc", taken(words, QLatin1Char('-')));
+    insertText(sim, "msin", taken(words, QLatin1Char(',')));
+    insertText(sim, "imei", words);
+    if (line.has("--pre-account")) {
+        QString held = QString::fromStdString(line.value("--pre-account"));
+        QJsonObject preAccount;
+        for (const char* name : {"userName", "mobile", "country"})
+            insertText(preAccount, name, taken(held, QLatin1Char(',')));
+        sim.insert(QStringLiteral("preAccount"), preAccount);
+    }
+    return sim;
+}
+
+std::string sim(Endpoint& emulator, const CommandLine::Line& line)
+{
+    const bool puts = !line.arguments.empty();
+    if (line.has("--remove") && (puts || line.has("--pre-account")))
+        throw Failure{CommandLine::exitMisuse, "put a SIM in, or take it out with --remove"};
+    if (line.has("--pre-account") && !puts)
+        throw Failure{CommandLine::exitMisuse, "say the SIM that the pre-account is for"};
+    if (line.has("--remove"))
+        return emulator.ask("DELETE", "/sim");
+    if (puts)
+        return emulator.ask("POST", "/sim", jsonText(simFields(line)));
+    const QJsonValue there = deviceOf(emulator).value(QStringLiteral("sim"));
+    if (!there.isObject())
+        return "No SIM.\n";
+    const auto value = [&there](const char* name) { return printable(there[QLatin1String(name)]); };
+    return value("mcc") + '-' + value("mnc") + '-' + value("msin") + ',' + value("imei") + '\n';
+}
+
+std::string describedTags(const QJsonObject& device)
+{
+    const QJsonValue tags = device.value(QStringLiteral("tags"));
+    if (!tags.isObject())
+        return "No tag server.\n";
+    if (tags[QStringLiteral("hang")].toBool())
+        return "It never answers.\n";
+    const QJsonValue code = tags[QStringLiteral("refuse")];
+    if (code.isDouble())
+        return "It refuses with " + std::to_string(static_cast<long long>(code.toDouble())) + ".\n";
+    const std::string tag = printable(tags[QStringLiteral("tag")]);
+    return "It issues tags" + (tag.empty() ? "" : ": " + tag) + ".\n";
+}
+
+std::string tags(Endpoint& emulator, const CommandLine::Line& line)
+{
+    if (line.options.empty())
+        return describedTags(deviceOf(emulator));
+    if (line.options.size() > 1)
+        throw Failure{CommandLine::exitMisuse, "give one option: a tag server does one thing"};
+    if (line.has("--remove"))
+        return emulator.ask("DELETE", "/tags");
+    QJsonObject order;
+    insertText(order, "tag", QString::fromStdString(line.value("--tag")));
+    if (line.has("--refuse"))
+        order.insert(QStringLiteral("refuse"),
+                     QByteArray::fromStdString(line.value("--refuse")).toDouble());
+    if (line.has("--hang"))
+        order.insert(QStringLiteral("hang"), true);
+    return emulator.ask("POST", "/tags", jsonText(order));
+}
+
+/// Text that the log keeps as bytes, each as one character; its lines stay lines.
+std::string loggedText(const QJsonValue& value)
+{
+    std::string text;
+    for (const QString& line : value.toString().split(QLatin1Char('\n')))
+        text += CommandLine::printable(line.toLatin1().toStdString()) + '\n';
+    return text;
+}
+
+/// How one request was judged, and its documents.
+std::string requestDetail(Endpoint& emulator, const std::string& number)
+{
+    const QJsonObject detail =
+        QJsonDocument::fromJson(
+            QByteArray::fromStdString(emulator.ask("GET", "/requests/" + number)))
+            .object();
+    std::string text;
+    const QJsonArray steps = detail.value(QStringLiteral("steps")).toArray();
+    for (const QJsonValue step : steps) {
+        text += (step[QStringLiteral("good")].toBool() ? "Good: " : "Failed: ") +
+                loggedText(step[QStringLiteral("name")]);
+        if (!step[QStringLiteral("detail")].toString().isEmpty())
+            text += "    " + loggedText(step[QStringLiteral("detail")]);
+    }
+    for (const char* name : {"document", "reply"}) {
+        const QJsonValue document = detail.value(QLatin1String(name));
+        text += (name == std::string("document") ? "\nDocument in:\n" : "\nDocument out:\n") +
+                (document.toString().isEmpty() ? "none\n" : loggedText(document));
+    }
+    return text;
+}
+
 /// Prints what is there, and with "-f" what comes, until it is interrupted or the emulator is gone.
 int followLog(Endpoint& emulator, bool goesOn)
 {
@@ -264,8 +401,9 @@ struct AdminCommand
 };
 
 constexpr AdminCommand adminCommands[] = {
-    {"inbox", inbox}, {"captcha", captcha},   {"fault", fault},
-    {"clock", clock}, {"scenario", scenario}, {"accounts", accounts},
+    {"inbox", inbox},       {"captcha", captcha},   {"fault", fault},   {"clock", clock},
+    {"scenario", scenario}, {"accounts", accounts}, {"refuse", refuse}, {"accept", accept},
+    {"expire", expire},     {"sim", sim},           {"tags", tags},
 };
 
 } // namespace
@@ -274,6 +412,11 @@ int askEmulator(const CommandLine::Line& line)
 {
     try {
         Endpoint emulator;
+        if (line.command == "log" && line.has("--forget"))
+            return CommandLine::printed(emulatorProgram(), emulator.ask("DELETE", "/requests"));
+        if (line.command == "log" && !line.arguments.empty())
+            return CommandLine::printed(emulatorProgram(),
+                                        requestDetail(emulator, line.arguments.front()));
         if (line.command == "log")
             return followLog(emulator, line.has("--follow"));
         for (const AdminCommand& command : adminCommands) {

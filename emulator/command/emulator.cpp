@@ -30,6 +30,11 @@ std::string appended(const char* variable, const std::string& entry)
     return list.empty() ? entry : list + ':' + entry;
 }
 
+SimScenario described(const Sim& sim)
+{
+    return {sim.mcc, sim.mnc, sim.msin, sim.imei};
+}
+
 bool addAccounts(Tables& tables, const Options& options)
 {
     for (const std::string& name : options.accounts) {
@@ -52,6 +57,7 @@ bool addAccounts(Tables& tables, const Options& options)
 std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& problem)
 {
     std::unique_ptr<Emulator> emulator(new Emulator);
+    const std::lock_guard<std::mutex> lock(emulator->mDeviceMutex);
     emulator->mFolder = PrivateFolder::make(problem);
     const bool good = emulator->mFolder &&
                       makeCertificates(emulator->mCertificates, options.certificateDays, problem) &&
@@ -60,17 +66,21 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
                       (!options.session || emulator->startSession(options, problem));
     if (!good)
         return nullptr;
-    if (options.tagServer || options.scenario.tags)
-        emulator->startTagServer(options);
+    // Its socket's name is the same for everybody on this machine, so it may be somebody else's
+    // turn.
+    const TagScenario tags = options.scenario.tags.value_or(TagScenario());
+    if ((options.tagServer || options.scenario.tags) && !emulator->startTagServer(tags, problem))
+        logLine("no tag server of this run: " + problem);
     return emulator;
 }
 
 Emulator::~Emulator()
 {
-    mModem.reset();
-    mSession.reset();
+    // Before what it may replace.
     if (mAdmin)
         mAdmin->stop();
+    mModem.reset();
+    mSession.reset();
     if (mProxy)
         mProxy->stop();
 }
@@ -100,10 +110,10 @@ bool Emulator::startServers(const Options& options, std::string& problem)
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
     Scenario origin = scenario;
     if (options.sim)
-        origin.sim = {options.sim->mcc, options.sim->mnc, options.sim->msin, options.sim->imei};
+        origin.sim = described(*options.sim);
     if (options.tagServer && !origin.tags)
         origin.tags.emplace();
-    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy, std::move(origin),
+    mAdmin = std::make_unique<AdminServer>(*mService, *mProxy, std::move(origin), deviceControl(),
                                            findSharedFile("kelaccount/console"));
     if (!mProxy->start(options.proxyPort, problem) || !mAdmin->start(options.adminPort, problem))
         return false;
@@ -145,10 +155,8 @@ bool Emulator::startModem(const Sim& sim, std::string& problem)
     return mModem != nullptr;
 }
 
-/// Its socket's name is the same for everybody on this machine, so it may be somebody else's turn.
-void Emulator::startTagServer(const Options& options)
+bool Emulator::startTagServer(const TagScenario& tags, std::string& problem)
 {
-    const TagScenario tags = options.scenario.tags.value_or(TagScenario());
     std::vector<std::string> words = {"--die-with-parent"};
     if (!tags.tag.empty())
         words.insert(words.end(), {"--tag", tags.tag});
@@ -156,10 +164,54 @@ void Emulator::startTagServer(const Options& options)
         words.insert(words.end(), {"--refuse", std::to_string(*tags.refuse)});
     if (tags.hangs)
         words.emplace_back("--hang");
-    std::string problem;
     mTagServer = Companion::start("kelaccount-tag-server", words, {}, problem);
-    if (!mTagServer)
-        logLine("no tag server of this run: " + problem);
+    return mTagServer != nullptr;
+}
+
+DeviceControl Emulator::deviceControl()
+{
+    return {[this](auto& there, const auto& wanted, std::string& problem) {
+                return replaceModem(there, wanted, problem);
+            },
+            [this](auto& there, const auto& wanted, std::string& problem) {
+                return replaceTagServer(there, wanted, problem);
+            }};
+}
+
+/// Like a SIM that is changed in a handset: the old one is out before the new one is in.
+bool Emulator::replaceModem(std::optional<SimScenario>& there,
+                            const std::optional<SimScenario>& wanted, std::string& problem)
+{
+    const std::lock_guard<std::mutex> lock(mDeviceMutex);
+    std::optional<Sim> sim;
+    if (wanted && !(sim = readSim(wanted->text(), problem)))
+        return false;
+    if (sim && !mSession) {
+        problem = "a SIM needs the session's bus, and there is no session";
+        return false;
+    }
+    mModem.reset();
+    there.reset();
+    if (!sim)
+        return true;
+    if (!startModem(*sim, problem))
+        return false;
+    there = described(*sim);
+    return true;
+}
+
+bool Emulator::replaceTagServer(std::optional<TagScenario>& there,
+                                const std::optional<TagScenario>& wanted, std::string& problem)
+{
+    const std::lock_guard<std::mutex> lock(mDeviceMutex);
+    mTagServer.reset();
+    there.reset();
+    if (!wanted)
+        return true;
+    if (!startTagServer(*wanted, problem))
+        return false;
+    there = wanted;
+    return true;
 }
 
 void Emulator::serve(int descriptor, OpenConnections::Entry& entry)

@@ -11,6 +11,8 @@
 #include "emulator/wire/proxy.h"
 
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,9 +38,16 @@ private:
     bool makeEnvironment(std::string& problem);
     bool startSession(const Options& options, std::string& problem);
     bool startModem(const Sim& sim, std::string& problem);
-    void startTagServer(const Options& options);
+    bool startTagServer(const TagScenario& tags, std::string& problem);
+    DeviceControl deviceControl();
+    bool replaceModem(std::optional<SimScenario>& there, const std::optional<SimScenario>& wanted,
+                      std::string& problem);
+    bool replaceTagServer(std::optional<TagScenario>& there,
+                          const std::optional<TagScenario>& wanted, std::string& problem);
     void serve(int descriptor, OpenConnections::Entry& entry);
 
+    // Of the session and what is in it: orders may come before all of it has started.
+    std::mutex mDeviceMutex;
     // In the order in which they are made; the folder goes last.
     std::unique_ptr<PrivateFolder> mFolder;
     Certificates mCertificates;

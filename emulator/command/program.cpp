@@ -32,6 +32,12 @@ std::string simProblem(const std::string& text)
     return readSim(text, why) ? std::string() : "cannot take '" + text + "': " + why;
 }
 
+/// Of a pre-account without its subscriber's number.
+std::string heldProblem(const std::string& text)
+{
+    return preAccountProblem("1," + text);
+}
+
 std::string faultProblem(const std::string& text)
 {
     std::string why;
@@ -168,8 +174,11 @@ const CommandLine::Program& emulatorProgram()
           "show the messages that the service sent, said in that environment",
           "inbox alice"},
          {"log",
-          {},
-          {{"--follow", {}, "go on with those that come", false, "-f"}},
+          {{{"NUMBER", CommandLine::number<1, 999999999>},
+            "of one request, to show how it was judged, and both documents, secrets masked",
+            true}},
+          {{"--follow", {}, "go on with those that come", false, "-f"},
+           {"--forget", {}, "forget them"}},
           "show the requests that reached the service, said in that environment",
           "log -f"},
          {"accounts",
@@ -205,6 +214,32 @@ const CommandLine::Program& emulatorProgram()
            {"--speed", {"FACTOR"}, "how fast it goes, 0.01 to 10000"}},
           "show or move the service's clock",
           "clock --skew 7200"},
+         {"refuse", {}, {}, "let the service refuse connections", "refuse"},
+         {"accept", {}, {}, "let it accept them again", "accept"},
+         {"expire",
+          {},
+          {},
+          "let all access tokens expire, so that clients need new ones",
+          "expire"},
+         {"sim",
+          {{{"MCC-MNC-MSIN[,IMEI]", simProblem},
+            "the SIM to put in; without one, the one that is there is shown",
+            true}},
+          {{"--pre-account", {"USERNAME[,MOBILE[,COUNTRY]]", heldProblem}, "know its subscriber"},
+           {"--remove", {}, "take out the SIM that is there, and its modem"}},
+          "show or change the SIM",
+          "sim 244-05-1234567890 --pre-account carol"},
+         {"tags",
+          {},
+          {{"--issue", {}, "start a tag server that gives out tags"},
+           {"--tag", {"TEXT"}, "the same, with this tag"},
+           {"--refuse",
+            {"CODE", CommandLine::number<0, 4294967295>},
+            "the same, but it answers with this error code"},
+           {"--hang", {}, "the same, but it never answers"},
+           {"--remove", {}, "end the tag server"}},
+          "show or change what the tag server does",
+          "tags --refuse 5"},
          {"scenario",
           {{{"FILE", nullptr, Completion::Files},
             "the scenario to load in place of all that is there; without one, it is printed",
@@ -216,7 +251,8 @@ const CommandLine::Program& emulatorProgram()
           {{{"COMMAND",
              nullptr,
              Completion::Choices,
-             {"run", "serve", "inbox", "log", "accounts", "captcha", "fault", "clock", "scenario"}},
+             {"run", "serve", "inbox", "log", "accounts", "captcha", "fault", "clock", "refuse",
+              "accept", "expire", "sim", "tags", "scenario"}},
             "the command to tell about",
             true}},
           {},

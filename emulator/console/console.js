@@ -188,6 +188,49 @@ function setClock(event) {
   order("POST", "/clock", JSON.stringify(wanted));
 }
 
+function putSimIn(event) {
+  event.preventDefault();
+  const form = byId("sim-form").elements;
+  const sim = { mcc: form.mcc.value, mnc: form.mnc.value, msin: form.msin.value };
+  const held = {};
+  for (const name of ["userName", "mobile", "country"]) {
+    if (form[name].value)
+      held[name] = form[name].value;
+  }
+  if (Object.keys(held).length > 0)
+    sim.preAccount = held;
+  order("POST", "/sim", JSON.stringify(sim));
+}
+
+function setTags(event) {
+  event.preventDefault();
+  const form = byId("tags-form").elements;
+  if (form.kind.value === "none")
+    return order("DELETE", "/tags");
+  const tags = {};
+  if (form.kind.value === "refuse")
+    tags.refuse = Number(form.code.value);
+  if (form.kind.value === "hang")
+    tags.hang = true;
+  if (form.kind.value === "issue" && form.tag.value)
+    tags.tag = form.tag.value;
+  return order("POST", "/tags", JSON.stringify(tags));
+}
+
+function describedSim(sim) {
+  return sim ? sim.mcc + "-" + sim.mnc + "-" + sim.msin + ", IMEI " + sim.imei : "none";
+}
+
+function describedTags(tags) {
+  if (!tags)
+    return "absent";
+  if (tags.hang)
+    return "never answered";
+  if (tags.refuse !== undefined)
+    return "refused with code " + tags.refuse;
+  return "issued" + (tags.tag ? ": " + tags.tag : "");
+}
+
 async function saveScenario() {
   const link = element("a", "", { download: "scenario.json" });
   link.href = "/scenario";
@@ -222,8 +265,8 @@ async function refreshAll() {
   byId("clock-skew").textContent = clock.skew;
   byId("clock-speed").textContent = clock.speed;
   const device = await list("/device");
-  byId("sim").textContent = device.sim ? JSON.stringify(device.sim) : "none";
-  byId("tags").textContent = device.tags ? JSON.stringify(device.tags) : "none";
+  byId("sim").textContent = describedSim(device.sim);
+  byId("tags").textContent = describedTags(device.tags);
 }
 
 async function start() {
@@ -245,6 +288,9 @@ async function start() {
   byId("account-cancel").addEventListener("click", () => edit(null));
   byId("fault-form").addEventListener("submit", orderFault);
   byId("clock-form").addEventListener("submit", setClock);
+  byId("sim-form").addEventListener("submit", putSimIn);
+  byId("remove-sim").addEventListener("click", () => order("DELETE", "/sim"));
+  byId("tags-form").addEventListener("submit", setTags);
   byId("scenario-form").addEventListener("submit", loadScenario);
   byId("save-scenario").addEventListener("click", saveScenario);
   byId("clear-faults").addEventListener("click", () => order("DELETE", "/faults"));

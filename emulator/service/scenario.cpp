@@ -21,6 +21,22 @@ SimScenario simFrom(Fields fields)
     return sim;
 }
 
+SimOrder simOrderFrom(QJsonObject object)
+{
+    const QString name = QStringLiteral("preAccount");
+    const QJsonValue held = object.take(name);
+    SimOrder order{simFrom(Fields(object)), std::nullopt};
+    if (held.isUndefined())
+        return order;
+    if (!held.isObject())
+        throw Refusal{"preAccount must be an object"};
+    QJsonObject preAccount = held.toObject();
+    preAccount.insert(QStringLiteral("msin"), QString::fromStdString(order.sim.msin));
+    Fields fields(preAccount, "preAccount.");
+    order.preAccount = preAccountFrom(fields);
+    return order;
+}
+
 TagScenario tagsFrom(Fields tags)
 {
     TagScenario scenario;
@@ -153,6 +169,16 @@ std::string SimScenario::text() const
 bool readScenario(const std::string& json, Scenario& scenario, std::string& problem)
 {
     return unlessRefused(problem, [&] { scenario = scenarioFrom(readJsonObject(json)); });
+}
+
+bool readSimOrder(const std::string& json, SimOrder& order, std::string& problem)
+{
+    return unlessRefused(problem, [&] { order = simOrderFrom(readJsonObject(json)); });
+}
+
+bool readTags(const std::string& json, TagScenario& tags, std::string& problem)
+{
+    return unlessRefused(problem, [&] { tags = tagsFrom(Fields(readJsonObject(json))); });
 }
 
 bool fillTables(Store& store, const Scenario& scenario, std::string& problem)

@@ -59,6 +59,20 @@ bool fillTables(Store& store, const Scenario& scenario, std::string& problem);
 /// service's.
 bool applyScenario(AccountService& service, const Scenario& scenario, std::string& problem);
 
+/// A SIM that is put in, and the pre-account that is held ready for its subscriber.
+struct SimOrder
+{
+    SimScenario sim;
+    std::optional<PreAccount> preAccount;
+};
+
+/// Reads a SIM's fields, and in "preAccount" those of a pre-account without its number. False, and
+/// why in `problem`.
+bool readSimOrder(const std::string& json, SimOrder& order, std::string& problem);
+
+/// Reads what a tag server gives out. False, and why in `problem`.
+bool readTags(const std::string& json, TagScenario& tags, std::string& problem);
+
 /// SIM and tags of a scenario.
 std::string deviceJson(const Scenario& scenario);
 

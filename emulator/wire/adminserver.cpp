@@ -8,11 +8,13 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace KelEmulator {
 
 namespace {
 
+// As many from start to end: what a thread has started ends with it.
 constexpr size_t threadCount = 4;
 constexpr const char* plainText = "text/plain; charset=UTF-8";
 constexpr const char* json = "application/json";
@@ -26,8 +28,8 @@ void say(httplib::Response& response, int status, const std::string& text)
 } // namespace
 
 AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenario,
-                         const std::string& consoleFolder)
-    : mService(service), mProxy(proxy), mScenario(std::move(scenario))
+                         DeviceControl device, const std::string& consoleFolder)
+    : mService(service), mProxy(proxy), mScenario(std::move(scenario)), mDevice(std::move(device))
 {
     mServer.new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
     // A connection that is kept would hold up the end.
@@ -54,6 +56,7 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenari
     addFaultRoutes();
     addClockRoutes();
     addScenarioRoutes();
+    addDeviceRoutes();
     addSingleAccountRoutes();
     addProxyRoutes();
     addAccountRoutes();
@@ -167,10 +170,6 @@ void AdminServer::addScenarioRoutes()
         const std::lock_guard<std::mutex> lock(mScenarioMutex);
         response.set_content(scenarioJson(mService, mScenario), json);
     });
-    mServer.Get("/device", [this](const httplib::Request&, httplib::Response& response) {
-        const std::lock_guard<std::mutex> lock(mScenarioMutex);
-        response.set_content(deviceJson(mScenario), json);
-    });
     mServer.Post("/scenario", [this](const httplib::Request& request, httplib::Response& response) {
         const std::lock_guard<std::mutex> lock(mScenarioMutex);
         Scenario scenario;
@@ -178,13 +177,60 @@ void AdminServer::addScenarioRoutes()
         if (!readScenario(request.body, scenario, problem) ||
             !applyScenario(mService, scenario, problem))
             return say(response, 400, problem);
-        // A modem and a tag server are started once, with the emulator.
-        const bool asksForMore = scenario.sim || scenario.tags;
-        scenario.sim = mScenario.sim;
-        scenario.tags = mScenario.tags;
+        const auto sim = std::exchange(scenario.sim, mScenario.sim);
+        const auto tags = std::exchange(scenario.tags, mScenario.tags);
         mScenario = std::move(scenario);
-        say(response, 200,
-            asksForMore ? "loaded; SIM and tags stay as they were started" : "loaded");
+        const bool good = mDevice.setSim(mScenario.sim, sim, problem) &&
+                          mDevice.setTags(mScenario.tags, tags, problem);
+        say(response, 200, good ? "loaded" : "loaded all but the device: " + problem);
+    });
+}
+
+bool AdminServer::setSim(const SimOrder& order, std::string& problem)
+{
+    if (!mDevice.setSim(mScenario.sim, order.sim, problem))
+        return false;
+    if (order.preAccount && !mService.store().with([&](Tables& tables) {
+            return tables.devices.savePreAccount(*order.preAccount);
+        })) {
+        problem = "the pre-account cannot be written";
+        return false;
+    }
+    return true;
+}
+
+void AdminServer::addDeviceRoutes()
+{
+    mServer.Get("/device", [this](const httplib::Request&, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        response.set_content(deviceJson(mScenario), json);
+    });
+    mServer.Post("/sim", [this](const httplib::Request& request, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        SimOrder order;
+        std::string problem;
+        const bool good = readSimOrder(request.body, order, problem) && setSim(order, problem);
+        say(response, good ? 200 : 400, good ? "the SIM is in" : problem);
+    });
+    mServer.Delete("/sim", [this](const httplib::Request&, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        std::string problem;
+        const bool good = mDevice.setSim(mScenario.sim, std::nullopt, problem);
+        say(response, good ? 200 : 400, good ? "there is no SIM" : problem);
+    });
+    mServer.Post("/tags", [this](const httplib::Request& request, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        TagScenario tags;
+        std::string problem;
+        const bool good =
+            readTags(request.body, tags, problem) && mDevice.setTags(mScenario.tags, tags, problem);
+        say(response, good ? 200 : 400, good ? "the tag server is there" : problem);
+    });
+    mServer.Delete("/tags", [this](const httplib::Request&, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        std::string problem;
+        const bool good = mDevice.setTags(mScenario.tags, std::nullopt, problem);
+        say(response, good ? 200 : 400, good ? "there is no tag server" : problem);
     });
 }
 

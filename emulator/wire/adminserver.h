@@ -3,8 +3,10 @@
 
 #include "emulator/service/scenario.h"
 
+#include <functional>
 #include <httplib.h>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -13,6 +15,18 @@ namespace KelEmulator {
 class AccountService;
 class Proxy;
 
+/// How the stand-ins for a device's parts are replaced, or taken away. `there` becomes what is
+/// there afterwards. False, and why in `problem`. Called by one thread at a time.
+struct DeviceControl
+{
+    std::function<bool(std::optional<SimScenario>& there, const std::optional<SimScenario>& wanted,
+                       std::string& problem)>
+        setSim;
+    std::function<bool(std::optional<TagScenario>& there, const std::optional<TagScenario>& wanted,
+                       std::string& problem)>
+        setTags;
+};
+
 /// The administrative endpoint: plain HTTP on a loopback port of its own, so that ordering a fault
 /// never meets one.
 class AdminServer
@@ -20,7 +34,7 @@ class AdminServer
 public:
     /// `scenario` is what the service was made of; in `consoleFolder` are the files of the web
     /// page.
-    AdminServer(AccountService& service, Proxy& proxy, Scenario scenario,
+    AdminServer(AccountService& service, Proxy& proxy, Scenario scenario, DeviceControl device,
                 const std::string& consoleFolder);
     ~AdminServer();
 
@@ -36,6 +50,8 @@ private:
     void addFaultRoutes();
     void addClockRoutes();
     void addScenarioRoutes();
+    void addDeviceRoutes();
+    bool setSim(const SimOrder& order, std::string& problem);
     void addSingleAccountRoutes();
     void addProxyRoutes();
     void addAccountRoutes();
@@ -45,6 +61,7 @@ private:
     Proxy& mProxy;
     std::mutex mScenarioMutex;
     Scenario mScenario;
+    DeviceControl mDevice;
     httplib::Server mServer;
     std::thread mThread;
     int mPort = 0;

@@ -142,7 +142,7 @@ class TestEmulatorBrowser : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY2(mEmulator.start({"--no-session"_s}), mEmulator.log());
+        QVERIFY2(mEmulator.start(), mEmulator.log());
         QVERIFY2(mBrowser.start(), mBrowser.problem());
         mBrowser.open(mEmulator.environment().value("KELACCOUNT_EMULATOR_ADMIN"_s) + "/"_s);
         QTRY_VERIFY_WITH_TIMEOUT(mBrowser.text("account-rows"_s).contains("alice"_s), patience);
@@ -196,6 +196,40 @@ private Q_SLOTS:
         QCOMPARE(mBrowser.run("return document.activeElement.textContent"_s).toString(), "Open"_s);
     }
 
+    void aSimIsPutInAndTakenOut()
+    {
+        QCOMPARE(mBrowser.text("sim"_s), "none"_s);
+        mBrowser.focus("#sim-mcc"_s);
+        mBrowser.type("244\t05\t1234567890\tcarol"_s + enterKey);
+        QTRY_VERIFY_WITH_TIMEOUT(mBrowser.text("sim"_s).startsWith("244-05-1234567890, "_s),
+                                 patience);
+        QVERIFY(device().contains("\"msin\": \"1234567890\""));
+        QVERIFY(mEmulator.admin("GET", "/scenario"_s).body.contains("\"userName\": \"carol\""));
+        mBrowser.focus("#remove-sim"_s);
+        mBrowser.type(enterKey);
+        QTRY_COMPARE_WITH_TIMEOUT(mBrowser.text("sim"_s), "none"_s, patience);
+        QVERIFY(!device().contains("msin"));
+    }
+
+    void tagsAreRefusedIssuedAndAbsent()
+    {
+        QCOMPARE(mBrowser.text("tags"_s), "absent"_s);
+        const auto set = [this](const QString& kind) {
+            mBrowser.focus("#tags-kind"_s);
+            mBrowser.type(kind);
+            mBrowser.focus("#tags-form button"_s);
+            mBrowser.type(enterKey);
+        };
+        set("refuses"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(mBrowser.text("tags"_s), "refused with code 5"_s, patience);
+        QVERIFY(device().contains("\"refuse\": 5"));
+        set("issues"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(mBrowser.text("tags"_s), "issued"_s, patience);
+        set("is absent"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(mBrowser.text("tags"_s), "absent"_s, patience);
+        QVERIFY(!device().contains("tags"));
+    }
+
     void aRefusalIsTold()
     {
         mBrowser.focus("#account-userName"_s);
@@ -212,6 +246,8 @@ private Q_SLOTS:
     void cleanup() { QCOMPARE(mBrowser.problem(), QByteArray()); }
 
 private:
+    QByteArray device() const { return mEmulator.admin("GET", "/device"_s).body; }
+
     EmulatorProcess mEmulator;
     Browser mBrowser;
 };
