@@ -57,7 +57,7 @@ bool addAccounts(Tables& tables, const Options& options)
 std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& problem)
 {
     std::unique_ptr<Emulator> emulator(new Emulator);
-    const std::lock_guard<std::mutex> lock(emulator->mDeviceMutex);
+    std::unique_lock<std::mutex> lock(emulator->mDeviceMutex);
     emulator->mFolder = PrivateFolder::make(problem);
     const bool good = emulator->mFolder &&
                       makeCertificates(emulator->mCertificates, options.certificateDays, problem) &&
@@ -69,8 +69,12 @@ std::unique_ptr<Emulator> Emulator::start(const Options& options, std::string& p
     // Its socket's name is the same for everybody on this machine, so it may be somebody else's
     // turn.
     const TagScenario tags = options.scenario.tags.value_or(TagScenario());
-    if ((options.tagServer || options.scenario.tags) && !emulator->startTagServer(tags, problem))
+    if ((options.tagServer || options.scenario.tags) && !emulator->startTagServer(tags, problem)) {
         logLine("no tag server of this run: " + problem);
+        // An order is carried out with the scenario locked first.
+        lock.unlock();
+        emulator->mAdmin->tellNoTags();
+    }
     return emulator;
 }
 

@@ -364,6 +364,12 @@ void AdminServer::stop()
     mThread.join();
 }
 
+void AdminServer::tellNoTags()
+{
+    const std::lock_guard<std::mutex> lock(mScenarioMutex);
+    mScenario.tags.reset();
+}
+
 std::string AdminServer::address() const
 {
     return "http://127.0.0.1:" + std::to_string(mPort);

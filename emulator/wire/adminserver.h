@@ -41,6 +41,8 @@ public:
     /// `port` 0 takes any free one. False, and why in `problem`.
     bool start(int port, std::string& problem);
     void stop();
+    /// The tag server of the scenario could not be started.
+    void tellNoTags();
     /// "http://127.0.0.1:PORT"
     std::string address() const;
 
