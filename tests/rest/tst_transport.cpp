@@ -15,6 +15,7 @@
 #include "support/testauthority.h"
 
 #include <QPointer>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -294,6 +295,58 @@ private Q_SLOTS:
         thread.quit();
         QVERIFY(thread.wait(patience));
         QCOMPARE(answers.count(0), count);
+    }
+
+    // The network library's thread waits then until the client's has heard that the connection is
+    // encrypted. Who closes that connection waits for the library's thread: for five seconds.
+    void anAbandonedHandshakeHoldsNothingUp()
+    {
+        constexpr int lessThanTheLibraryWaits = 3000;
+        Service service(Service::Tunnelled, mCertificate);
+        service.server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        QThread thread;
+        auto* const handler = new NetworkHandler(nullptr);
+        QList<int> answers;
+        connect(handler, &NetworkHandler::emailIdAvailabilityResponse, this,
+                [&answers](int status) { answers.append(status); });
+        handler->moveToThread(&thread);
+        thread.start();
+        int abandoned = -1;
+        const auto begin = [&] {
+            auto request = makeRequest(service.base());
+            abandoned = request->getRequestId();
+            handler->sendOwnedRequest(std::move(request), RetrieveEmailIdAvailability);
+        };
+        QSemaphore isDeaf;
+        QSemaphore handshakeIsDone;
+        bool wasDone = false;
+        const auto hearNothingUntilThen = [&] {
+            isDeaf.release();
+            wasDone = handshakeIsDone.tryAcquire(1, patience);
+            handler->abandon(abandoned);
+            send(*handler, service.base());
+        };
+        bool isConnected = false;
+        const auto deafen = [&] {
+            if (isConnected)
+                return;
+            QMetaObject::invokeMethod(handler, hearNothingUntilThen, Qt::QueuedConnection);
+            isDeaf.acquire();
+            isConnected = true;
+        };
+        service.server.whenConnected(deafen);
+        QMetaObject::invokeMethod(handler, begin, Qt::QueuedConnection);
+        QTRY_VERIFY_WITH_TIMEOUT(isConnected, patience);
+        // Nothing shows that the handshake is done: its last bytes wait for the client's thread.
+        QTest::qWait(300);
+        handshakeIsDone.release();
+        QTRY_COMPARE_WITH_TIMEOUT(answers.size(), 1, lessThanTheLibraryWaits);
+        connect(&thread, &QThread::finished, handler, &QObject::deleteLater);
+        thread.quit();
+        QVERIFY(thread.wait(patience));
+        QVERIFY(wasDone);
+        QCOMPARE(answers, QList<int>({0}));
+        QCOMPARE(service.server.requests().size(), 1);
     }
 
     // A variable that is not set is null; "warned" is the variable whose value is of no use.

@@ -106,6 +106,8 @@ QStringList ScriptedServer::problems() const
 
 void ScriptedServer::onConnection()
 {
+    if (mWhenConnected)
+        mWhenConnected();
     while (QTcpSocket* const socket = mServer.nextPendingConnection()) {
         ++mConnections;
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { onData(socket); });

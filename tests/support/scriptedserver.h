@@ -63,6 +63,9 @@ public:
         mAnswer = std::move(answer);
     }
 
+    /// Called for each new connection, before anything is read from it or its handshake begins.
+    void whenConnected(std::function<void()> call) { mWhenConnected = std::move(call); }
+
     const QList<WireRequest>& requests() const { return mRequests; }
     int connections() const { return mConnections; }
     /// How many of them have brought a request.
@@ -93,6 +96,7 @@ private:
 
     QList<Reaction> mReactions;
     std::function<Reaction(const WireRequest&)> mAnswer;
+    std::function<void()> mWhenConnected;
     QList<WireRequest> mRequests;
     QHash<QTcpSocket*, QByteArray> mReceived;
     QStringList mProblems;

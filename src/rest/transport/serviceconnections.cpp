@@ -49,6 +49,20 @@ bool ServiceConnections::mustReconnect(const Line& line)
            });
 }
 
+bool ServiceConnections::hasReplies(const Line& line)
+{
+    return !line.manager->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly)
+                .isEmpty();
+}
+
+// The network library's thread waits until this one has heard what it tells a reply: that its
+// connection is encrypted, say. To close the connections, this thread waits for that one: for five
+// seconds in vain, as long as the reply is there to be told.
+bool ServiceConnections::isUsable(const Line& line)
+{
+    return !line.isBusy && (!hasReplies(line) || !mustReconnect(line));
+}
+
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
 {
     dropIdleManagers();
@@ -67,6 +81,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     onceOnly.release()->setParent(reply);
     line->isBusy = true;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
+    connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, isLikelyToReconnect); // the reply's child
     return reply;
 }
@@ -85,13 +100,13 @@ bool ServiceConnections::isFree() const
 {
     return mLines.size() < size_t{maximumManagers} ||
            std::any_of(mLines.begin(), mLines.end(),
-                       [](const auto& line) { return !line->isBusy; });
+                       [](const auto& line) { return isUsable(*line); });
 }
 
 ServiceConnections::Line* ServiceConnections::lineForPost()
 {
-    const auto idle =
-        std::find_if(mLines.begin(), mLines.end(), [](const auto& line) { return !line->isBusy; });
+    const auto idle = std::find_if(mLines.begin(), mLines.end(),
+                                   [](const auto& line) { return isUsable(*line); });
     if (idle != mLines.end())
         return idle->get();
     if (mLines.size() >= size_t{maximumManagers})
@@ -121,9 +136,7 @@ QNetworkReply* ServiceConnections::replyTo(int requestId) const
 void ServiceConnections::dropIdleManagers()
 {
     const auto isDue = [](const std::unique_ptr<Line>& line) {
-        return line->owned && !line->isBusy && mustReconnect(*line) &&
-               line->owned->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly)
-                   .isEmpty();
+        return line->owned && !line->isBusy && mustReconnect(*line) && !hasReplies(*line);
     };
     mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
 }
@@ -139,6 +152,13 @@ void ServiceConnections::onFinished(QNetworkReply* reply)
     (*line)->idleSince = nowMilliseconds();
     (*line)->isUnsure = !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
     Q_EMIT freed();
+}
+
+// One that waits could not be posted while the reply was there.
+void ServiceConnections::onDeleted(const Line& line)
+{
+    if (!line.isBusy)
+        Q_EMIT freed();
 }
 
 } // namespace KelRestHandler

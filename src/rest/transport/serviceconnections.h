@@ -20,7 +20,7 @@ namespace KelRestHandler {
 /// connections before it knows which it will need. Requests at the same time therefore get managers
 /// of their own, up to as many as the network library has connections to a host; further ones have
 /// to wait. A manager whose request ended without a reply makes a new connection, since the one
-/// that it was making may be completed all the same.
+/// that it was making may be completed all the same; not before the request's reply is deleted.
 ///
 /// A connection that was idle for longer than services keep them is not used again, either. Were
 /// it, the service might close it while the request is on its way, and the request, which goes out
@@ -54,7 +54,7 @@ public:
     static void setIdleMilliseconds(int milliseconds);
 
 Q_SIGNALS:
-    /// A request has ended.
+    /// A request has ended, or its reply is gone.
     void freed();
 
 private:
@@ -71,11 +71,16 @@ private:
     Line* lineForPost();
     void dropIdleManagers();
     void onFinished(QNetworkReply* reply);
+    void onDeleted(const Line& line);
     Line& makeLine(QNetworkAccessManager* manager);
     static bool mustReconnect(const Line& line);
+    static bool hasReplies(const Line& line);
+    static bool isUsable(const Line& line);
 
     SetUp mSetUp;
     std::vector<std::unique_ptr<Line>> mLines;
+    QObject mReplies{
+        this}; ///< hears of their end, but not of what the end of the lines takes along
 };
 
 } // namespace KelRestHandler
