@@ -349,6 +349,29 @@ private Q_SLOTS:
         QCOMPARE(service.server.requests().size(), 1);
     }
 
+    void whatWaitsGoesOutWhenTheAbandonedAreGone()
+    {
+        bool hangs = true;
+        ScriptedServer server;
+        server.answerBy([&hangs](const WireRequest&) {
+            return hangs ? Reaction::silence() : Reaction::reply(200, "");
+        });
+        NetworkHandler handler(nullptr);
+        const QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
+        QList<int> abandoned;
+        for (int i = 0; i < ServiceConnections::maximumManagers; ++i) {
+            auto request = makeRequest(server.base());
+            abandoned.append(request->getRequestId());
+            handler.sendOwnedRequest(std::move(request), RetrieveEmailIdAvailability);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), abandoned.size(), patience);
+        hangs = false;
+        for (const int id : abandoned)
+            handler.abandon(id);
+        QCOMPARE(send(handler, server.base()), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(spy.count(), 1, patience);
+    }
+
     // A variable that is not set is null; "warned" is the variable whose value is of no use.
     void theProxyComesFromTheEnvironment_data()
     {
