@@ -9,6 +9,7 @@ KelQmlClient::KelQmlClient(QObject* parent) : QObject(parent)
 
 KelQmlClient::~KelQmlClient()
 {
+    mEnding = true;
     const QSet<KelQmlCall*> open = std::exchange(mOpen, {});
     for (KelQmlCall* const pending : open) {
         // One with a context that is gone may take others with it.
@@ -99,6 +100,8 @@ void KelQmlClient::watchInitialization(const KelAccount::Call<KelAccount::Done>&
 
 void KelQmlClient::open(KelQmlCall* pending)
 {
+    if (mEnding)
+        return pending->abandon();
     connect(pending, &KelQmlCall::finishedChanged, this, [this, pending] { closed(pending); });
     connect(pending, &QObject::destroyed, this, [this, pending] { closed(pending); });
     mOpen.insert(pending);

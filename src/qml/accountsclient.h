@@ -15,6 +15,8 @@
 #include <QtQml/qqml.h>
 #include <QVariantMap>
 
+#include <functional>
+
 /// KelAccount::Client as QML sees it. Its methods have the names of the client's operations and
 /// give a PendingCall each. docs/qml.md has what applications need to know.
 ///
@@ -110,15 +112,20 @@ public:
 
     /// What the module's own types make their calls of; each has to go through track().
     KelAccount::Client& operations() { return mClient; }
+    /// Whether it is being deleted: what is asked now is never answered.
+    bool isEnding() const { return mEnding; }
 
     /// Counts the call as open until it has ended. What is returned belongs to this client, and is
-    /// gone some time after its end.
+    /// gone some time after its end. `watch` gets it before anybody is told that it is open.
     template <class Result>
-    KelQmlCall* track(const KelAccount::Call<Result>& call)
+    KelQmlCall* track(const KelAccount::Call<Result>& call,
+                      const std::function<void(KelQmlCall*)>& watch = {})
     {
         auto* const pending = new KelQmlCall(call, this);
-        follow(call, pending);
         connect(pending, &KelQmlCall::finishedChanged, pending, &QObject::deleteLater);
+        if (watch)
+            watch(pending);
+        follow(call, pending);
         return pending;
     }
 
@@ -148,7 +155,6 @@ private:
     template <class Result>
     void follow(const KelAccount::Call<Result>& call, KelQmlCall* pending)
     {
-        open(pending);
         call.then(
             pending,
             [pending](const Result& result) {
@@ -156,6 +162,7 @@ private:
                     [&result](QJSEngine& engine) { return KelQmlResults::value(engine, result); });
             },
             [pending](const KelAccount::Failure& failure) { pending->fail(failure); });
+        open(pending);
     }
 
     void open(KelQmlCall* pending);
@@ -172,6 +179,7 @@ private:
     bool mComplete = true;
     bool mBegun = false;
     bool mInitialized = false;
+    bool mEnding = false;
     QSet<KelQmlCall*> mOpen;
     KelAccount::Client mClient;
 };

@@ -46,7 +46,6 @@ void KelQmlRequest::watch(KelQmlCall* call)
         mCall.clear();
         Q_EMIT busyChanged();
     });
-    Q_EMIT busyChanged();
 }
 
 void KelQmlRequest::fail(const KelQmlFailure& failure)

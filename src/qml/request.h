@@ -43,20 +43,26 @@ public:
     {
         if (isBusy())
             return false;
-        if (!mClient) {
+        clearFailure();
+        // Who was told may have asked, or have taken the client away.
+        if (isBusy())
+            return false;
+        if (!mClient || mClient->isEnding()) {
             fail(KelQmlFailure::withStatus(KelAccount::ErrorInitializationPending));
             return false;
         }
-        clearFailure();
         const auto call = make(mClient->operations());
         mAsked = call;
-        watch(mClient->track(call));
+        mClient->track(call, [this](KelQmlCall* pending) { watch(pending); });
+        // Who is told that the client is busy may have taken it back.
+        if (isBusy())
+            Q_EMIT busyChanged();
         // After the above, so that this is no more busy when it is told.
         using Result = std::decay_t<decltype(resultOf(call))>;
         call.then(
             this, [done = std::move(done)](const Result& result) { done(result); },
             [this](const KelAccount::Failure& failure) { fail(KelQmlFailure(failure)); });
-        return true;
+        return isBusy();
     }
 
 Q_SIGNALS:

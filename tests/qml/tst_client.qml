@@ -25,6 +25,12 @@ TestCase {
     }
 
     Component {
+        id: forms
+
+        SignIn {}
+    }
+
+    Component {
         id: page
 
         QtObject {}
@@ -152,6 +158,65 @@ TestCase {
         const next = client.isUserIdAvailable("jack")
         tryVerify(() => next.finished)
         compare(told.length, 0)
+    }
+
+    function test_aFormMayLoseItsClientWhileItAsks() {
+        const form = createTemporaryObject(forms, test)
+        form.client = client
+        verify(form.submit())
+        tryVerify(() => form.failure.status !== 0)
+        form.failureChanged.connect(() => { form.client = null })
+        verify(!form.submit())
+        compare(form.failure.status, Status.ErrorInitializationPending)
+        verify(!form.busy)
+    }
+
+    function test_aFormAsksOnceWhoeverIsTold() {
+        const form = createTemporaryObject(forms, test)
+        form.client = client
+        verify(form.submit())
+        tryVerify(() => form.failure.status !== 0)
+        const asked = []
+        const again = () => {
+            if (!form.failure.status && asked.length === 0)
+                asked.push(form.submit())
+        }
+        form.failureChanged.connect(again)
+        verify(!form.submit())
+        compare(asked, [true])
+        tryVerify(() => form.failure.status !== 0)
+    }
+
+    function test_aQuestionMayBeTakenBackAsSoonAsItIsOpen() {
+        const form = createTemporaryObject(forms, test)
+        form.client = client
+        const takeBack = () => {
+            if (client.busy)
+                form.cancel()
+        }
+        client.busyChanged.connect(takeBack)
+        verify(!form.submit())
+        client.busyChanged.disconnect(takeBack)
+        verify(!form.busy)
+        verify(!client.busy)
+    }
+
+    function test_aClientThatEndsIsAskedNothing() {
+        const brief = another.createObject(test)
+        const form = createTemporaryObject(forms, test)
+        const states = []
+        const asked = []
+        form.client = brief
+        form.busyChanged.connect(() => {
+            states.push(form.busy)
+            if (!form.busy && asked.length === 0)
+                asked.push(form.submit())
+        })
+        verify(form.submit())
+        brief.destroy()
+        tryVerify(() => !form.client)
+        compare(asked, [false])
+        compare(states, [true, false])
     }
 
     function test_aFunctionThatFailsIsWarnedOfAndTheOthersAreCalled() {
