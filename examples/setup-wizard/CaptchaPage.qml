@@ -22,6 +22,9 @@ WizardPage {
     title: qsTr("Are you a person?")
     explanation: qsTr("Type what you read in the picture. A press on it brings another.")
     firstField: answer.input
+    // The registration comes back here, since it needs another captcha whatever it failed for.
+    complaint: page.wizard.registration.failure.field === "captchaText"
+        ? "" : page.wizard.registration.failure.text
 
     CaptchaImage {
         id: captcha

@@ -145,10 +145,19 @@ WizardPage {
         }
     }
 
-    buttons: PushButton {
-        objectName: "signOut"
-        enabled: !page.busy
-        text: qsTr("Sign out")
-        onClicked: page.ask("", page.profile.signOut())
-    }
+    buttons: [
+        PushButton {
+            objectName: "signOut"
+            enabled: !page.busy
+            text: qsTr("Sign out")
+            onClicked: page.ask("", page.profile.signOut())
+        },
+        AgainButton {
+            visible: !page.profile.loaded && page.complaint !== ""
+            onClicked: {
+                page.ask("", page.profile.load())
+                page.begin()
+            }
+        }
+    ]
 }

@@ -16,7 +16,7 @@ WizardPage {
     objectName: "ProgressPage"
     title: qsTr("One moment")
     explanation: page.registration.busy ? qsTr("Your account is being set up.") : ""
-    complaint: page.registration.failure.field ? "" : page.registration.failure.text
+    complaint: page.places[page.registration.failure.field] ? "" : page.registration.failure.text
     canGoBack: !page.registration.busy
     firstField: again
     Component.onCompleted: page.registration.submit()

@@ -19,6 +19,11 @@ WizardPage {
     title: qsTr("Should you forget your password")
     explanation: qsTr("Choose a question that only you can answer.")
     firstField: question.box
+    complaint: page.wizard.questionsComplaint
+    Component.onCompleted: {
+        if (page.wizard.questions.length === 0)
+            page.wizard.fetchQuestions()
+    }
 
     QuestionChoice {
         id: question
@@ -34,11 +39,20 @@ WizardPage {
         onAccepted: page.next()
     }
 
-    buttons: PushButton {
-        objectName: "next"
-        highlighted: true
-        text: qsTr("Next")
-        enabled: page.isReady
-        onClicked: page.next()
-    }
+    buttons: [
+        PushButton {
+            objectName: "next"
+            highlighted: true
+            text: qsTr("Next")
+            enabled: page.isReady
+            onClicked: page.next()
+        },
+        AgainButton {
+            visible: page.complaint !== ""
+            onClicked: {
+                page.wizard.fetchQuestions()
+                page.begin()
+            }
+        }
+    ]
 }

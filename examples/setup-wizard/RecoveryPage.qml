@@ -28,8 +28,9 @@ WizardPage {
     explanation: page.isSent ? qsTr("We have sent you a message with a code.") : qsTr("We send you a message with a code.")
     firstField: name.input
     busy: page.recovery.busy
-    complaint: page.failure.field === "userName" || page.failure.field === "captchaText" && !page.isSent
-        ? "" : page.failure.text
+    // Beside a field when that is there.
+    complaint: page.failure.field === "userName" && name.visible
+        || page.failure.field === "captchaText" && picture.visible ? "" : page.failure.text
     Component.onCompleted: page.recovery.clearFailure()
 
     Field {

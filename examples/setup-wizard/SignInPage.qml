@@ -20,7 +20,7 @@ WizardPage {
     title: qsTr("Sign in")
     firstField: name.input
     busy: page.signIn.busy
-    complaint: page.failure.field ? "" : page.failure.text
+    complaint: ["userName", "password"].includes(page.failure.field) ? "" : page.failure.text
     Component.onCompleted: page.signIn.clearFailure()
 
     Field {

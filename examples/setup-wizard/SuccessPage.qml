@@ -6,8 +6,7 @@ import QtQuick.Layouts 1.15
 WizardPage {
     id: page
 
-    readonly property var account: page.wizard.registration.account.credentialsId
-        ? page.wizard.registration.account : page.wizard.signIn.account
+    readonly property var account: page.wizard.account
 
     objectName: "SuccessPage"
     title: qsTr("Your account is ready")

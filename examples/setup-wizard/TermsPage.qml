@@ -18,6 +18,7 @@ WizardPage {
     objectName: "TermsPage"
     title: qsTr("Terms of service")
     firstField: accept
+    complaint: page.wizard.termsComplaint
 
     Repeater {
         model: Object.keys(page.wizard.terms)
@@ -54,11 +55,21 @@ WizardPage {
             : qsTr("You can take this back at any time.")
     }
 
-    buttons: PushButton {
-        objectName: "next"
-        highlighted: true
-        text: qsTr("Create the account")
-        enabled: accept.checked
-        onClicked: page.next()
-    }
+    buttons: [
+        PushButton {
+            objectName: "next"
+            highlighted: true
+            text: qsTr("Create the account")
+            // Nobody accepts what could not be shown.
+            enabled: accept.checked && page.complaint === ""
+            onClicked: page.next()
+        },
+        AgainButton {
+            visible: page.complaint !== ""
+            onClicked: {
+                page.wizard.fetchTerms()
+                page.begin()
+            }
+        }
+    ]
 }

@@ -25,13 +25,21 @@ Pane {
     readonly property alias recovery: recovery
     readonly property Item page: stack.currentItem
     readonly property int depth: stack.depth
-    readonly property string language: Qt.locale().name.substring(0, 2)
+    // The service knows languages by two letters.
+    readonly property string language: {
+        const code = Qt.locale().name.split("_")[0]
+        return code.length === 2 ? code : "en"
+    }
 
     property string country
     property string preparedNumber
     property bool captchaRequired: true
     property var questions: []
+    property string questionsComplaint
     property var terms: ({})
+    property string termsComplaint
+    // What was registered or signed in to last.
+    property var account: ({})
     property int consent: AccountsClient.UnTicked
 
     function show(name) {
@@ -55,6 +63,22 @@ Pane {
 
     function startAgainWith(name) {
         stack.replace(null, Qt.resolvedUrl(name + ".qml"), { wizard: wizard })
+    }
+
+    function fetchQuestions() {
+        accounts.retrieveSecurityQuestionList(wizard.language).then(found => {
+            wizard.questions = found.questions
+            wizard.questionsComplaint = ""
+        }, failure => { wizard.questionsComplaint = failure.text }, wizard)
+    }
+
+    // They may be others in another country.
+    function fetchTerms() {
+        accounts.retrieveTermsOfService(wizard.service, wizard.language, wizard.country, AccountsClient.Html)
+            .then(found => {
+                wizard.terms = found.addresses
+                wizard.termsComplaint = ""
+            }, failure => { wizard.termsComplaint = failure.text }, wizard)
     }
 
     onSettledChanged: {
@@ -84,7 +108,10 @@ Pane {
         consumerSecret: wizard.consumerSecret
         service: wizard.service
         onInitializedChanged: {
-            retrieveCountryCode().then(found => { wizard.country = found.code }, undefined, wizard)
+            retrieveCountryCode().then(found => {
+                wizard.country = found.code
+                wizard.fetchTerms()
+            }, wizard.fetchTerms, wizard)
             detectPreAccount().then(found => { wizard.preparedNumber = found.mobilePhoneNumber },
                                     undefined, wizard)
             isCaptchaRequired().then(answer => { wizard.captchaRequired = answer.isRequired },
@@ -93,12 +120,7 @@ Pane {
                 if (state.isConfigured)
                     wizard.startAgainWith("ProfilePage")
             }, undefined, wizard)
-            retrieveSecurityQuestionList(wizard.language).then(found => {
-                wizard.questions = found.questions
-            }, undefined, wizard)
-            retrieveTermsOfService(wizard.service, wizard.language, wizard.country,
-                                   AccountsClient.Html)
-                .then(found => { wizard.terms = found.addresses }, undefined, wizard)
+            wizard.fetchQuestions()
             queryMarketingVariant().then(found => { wizard.consent = found.variant }, undefined, wizard)
         }
     }
@@ -109,12 +131,14 @@ Pane {
         client: accounts
         country: wizard.country
         language: wizard.language
+        onSucceeded: wizard.account = account
     }
 
     SignIn {
         id: signIn
 
         client: accounts
+        onSucceeded: wizard.account = account
     }
 
     Profile {

@@ -129,6 +129,7 @@ Item {
             tryCompare(part("prepared"), "visible", true)
             tryCompare(part("country"), "visible", true)
             look("welcome")
+            tryVerify(() => emulator.requestsFor("country=FI") > 0, 5000, "terms of this country")
             press("create")
 
             comesTo("NamePage")
@@ -141,10 +142,15 @@ Item {
             type("password", "bobs first")
             tryCompare(part("next"), "enabled", true)
             look("name")
+            // Without questions there is no way on, so they can be asked for again.
+            screen.item.questions = []
+            verify(emulator.order("status=503"))
             press("next")
 
             comesTo("QuestionPage")
-            tryVerify(() => screen.item.questions.length > 0)
+            tryVerify(() => test.page.complaint.length > 0)
+            press("again")
+            tryVerify(() => screen.item.questions.length > 0 && test.page.complaint === "")
             type("answer", "Kallio")
             look("question")
             press("next")
@@ -167,13 +173,35 @@ Item {
             press("next")
             comesTo("TermsPage")
             press("accept")
+            verify(emulator.order("close-before-headers"))
+            press("next")
+
+            // What is no field's failure is told where the way goes on.
+            comesTo("CaptchaPage")
+            tryVerify(() => test.page.complaint.length > 0)
+            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            solveCaptcha("answer")
+            press("next")
+            comesTo("TermsPage")
+            // What could not be fetched is not accepted.
+            press("accept")
+            verify(emulator.order("status=503"))
+            screen.item.fetchTerms()
+            tryVerify(() => test.page.complaint.length > 0)
+            verify(!part("next").enabled)
+            press("again")
+            tryVerify(() => test.page.complaint === "")
             press("next")
 
             comesTo("SuccessPage")
             look("success")
+            verify(emulator.order("status=503"))
             press("show")
 
             comesTo("ProfilePage")
+            tryVerify(() => test.page.complaint.length > 0)
+            verify(!screen.item.profile.loaded)
+            press("again")
             tryCompare(screen.item.profile, "loaded", true)
             compare(screen.item.profile.userName, "bob")
             look("profile")
@@ -217,6 +245,18 @@ Item {
             press("show")
             comesTo("ProfilePage")
             tryCompare(screen.item.profile, "loaded", true)
+            tryVerify(() => !test.page.busy)
+            press("signOut")
+
+            // Somebody else, of whom nothing is known of the one before.
+            comesTo("WelcomePage")
+            press("signIn")
+            comesTo("SignInPage")
+            type("name", "alice")
+            type("password", "secret")
+            press("next")
+            comesTo("SuccessPage")
+            verify(part("loginId").text.includes("alice"), part("loginId").text)
             compare(wrong, [])
         }
     }

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr" sourcelanguage="en">
 <context>
+    <name>AgainButton</name>
+    <message>
+        <source>Try again</source>
+        <translation>Réessayer</translation>
+    </message>
+</context>
+<context>
     <name>CaptchaPage</name>
     <message>
         <source>Are you a person?</source>
