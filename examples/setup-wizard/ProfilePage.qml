@@ -47,7 +47,7 @@ WizardPage {
                 [qsTr("User name"), page.profile.userName],
                 [qsTr("E-mail address"), page.profile.emailAddress],
                 [qsTr("Mobile number"), page.profile.mobilePhoneNumber],
-                [qsTr("Country"), page.profile.country],
+                [qsTr("Country"), page.wizard.countryName(page.profile.country)],
                 [qsTr("Security question"), page.questionText],
             ].filter(row => row[1]).reduce((all, row) => all.concat(row), [])
 

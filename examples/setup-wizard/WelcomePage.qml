@@ -15,7 +15,7 @@ WizardPage {
     Words {
         objectName: "country"
         visible: page.wizard.country
-        text: qsTr("Country of this device: %1").arg(page.wizard.country)
+        text: qsTr("Country of this device: %1").arg(page.wizard.countryName(page.wizard.country))
     }
 
     Words {

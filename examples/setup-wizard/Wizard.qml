@@ -65,6 +65,16 @@ Pane {
         stack.replace(null, Qt.resolvedUrl(name + ".qml"), { wizard: wizard })
     }
 
+    // In the user's language where that is spoken there, else in English. Qt knows a country by its locales.
+    function countryName(code) {
+        for (const spoken of [wizard.language, "en"]) {
+            const there = Qt.locale(spoken + "_" + code)
+            if (code && there.name.endsWith("_" + code))
+                return there.nativeCountryName
+        }
+        return code
+    }
+
     function fetchQuestions() {
         accounts.retrieveSecurityQuestionList(wizard.language).then(found => {
             wizard.questions = found.questions

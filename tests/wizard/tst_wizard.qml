@@ -128,6 +128,7 @@ Item {
             comesTo("WelcomePage")
             tryCompare(part("prepared"), "visible", true)
             tryCompare(part("country"), "visible", true)
+            verify(/Finland|Suomi/.test(part("country").text), part("country").text)
             look("welcome")
             tryVerify(() => emulator.requestsFor("country=FI") > 0, 5000, "terms of this country")
             press("create")
