@@ -238,6 +238,12 @@ Item {
             type("answer", "Seven Brothers")
             type("password", "bobs third")
             look("newpassword")
+            // A failure of a field that is not shown any more is told all the same.
+            screen.item.recovery.userName = "nobody"
+            press("next")
+            tryVerify(() => !test.page.busy && test.page.failure.status !== 0)
+            verify(test.page.complaint.length > 0, test.page.failure.name)
+            screen.item.recovery.userName = "bob"
             press("next")
             comesTo("SignInPage")
             type("password", "bobs third")
