@@ -629,6 +629,9 @@ void TestClient::whatIsCancelledDoesNotKeepAnotherFromWaiting()
     QVERIFY(!Interruption::isRequested());
     handOver->end();
     QVERIFY(Interruption::isRequested());
+    // Calls and what hands them over hold each other until the thread has done with them.
+    QCOMPARE(handOver->takeOrder().call, outer);
+    handOver->setPerformed(nullptr);
 }
 
 void TestClient::nothingIsKeptOfWhatIsNotPerformed_data()

@@ -24,6 +24,11 @@ struct HereOnly
 {
     using Operation = std::function<void(KelAccountsPrivate&)>;
 
+    HereOnly() = default;
+    HereOnly(const HereOnly&) = delete;
+    HereOnly& operator=(const HereOnly&) = delete;
+    ~HereOnly() { handOver->end(); }
+
     HandOver::Call ask(const Operation& operation) const
     {
         const auto call = std::make_shared<CallState>(handOver, "");
