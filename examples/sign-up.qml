@@ -30,7 +30,7 @@ Pane {
         property string hint: registration.failure.field === field ? registration.failure.text : ""
         Layout.fillWidth: true
         TextField { id: input; Layout.fillWidth: true; enabled: !registration.busy; Accessible.name: placeholderText }
-        Label { Layout.fillWidth: true; wrapMode: Text.Wrap; text: parent.hint; visible: text }
+        Label { Layout.fillWidth: true; wrapMode: Text.Wrap; textFormat: Text.PlainText; text: parent.hint; visible: text }
     }
 
     ColumnLayout {

@@ -17,6 +17,7 @@ Button {
     contentItem: Label {
         text: button.text
         wrapMode: Text.Wrap
+        textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         color: button.highlighted ? button.palette.brightText : button.palette.buttonText

@@ -78,6 +78,9 @@ Item {
                 if (!child.visible || child.width === 0)
                     continue
                 const left = child.mapToItem(root, 0, 0).x
+                // A text of the service is a text, and no page with pictures from elsewhere.
+                if (child.text && child.textFormat !== undefined && child.textFormat !== Text.PlainText)
+                    found.push("not plain: " + child.text)
                 if (child.text && (left < -0.5 || left + child.width > root.width + 0.5
                                    || child.truncated))
                     found.push(child.text)
