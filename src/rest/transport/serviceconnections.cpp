@@ -49,10 +49,9 @@ bool ServiceConnections::mustReconnect(const Line& line)
            });
 }
 
-bool ServiceConnections::hasReplies(const Line& line)
+QList<QNetworkReply*> ServiceConnections::repliesOf(const Line& line)
 {
-    return !line.manager->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly)
-                .isEmpty();
+    return line.manager->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly);
 }
 
 // The network library's thread waits until this one has heard what it tells a reply: that its
@@ -60,7 +59,7 @@ bool ServiceConnections::hasReplies(const Line& line)
 // seconds in vain, as long as the reply is there to be told.
 bool ServiceConnections::isUsable(const Line& line)
 {
-    return !line.isBusy && (!hasReplies(line) || !mustReconnect(line));
+    return !line.isBusy && (repliesOf(line).isEmpty() || !mustReconnect(line));
 }
 
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
@@ -121,8 +120,7 @@ ServiceConnections::Line* ServiceConnections::lineForPost()
 QNetworkReply* ServiceConnections::replyTo(int requestId) const
 {
     for (const auto& line : mLines) {
-        const auto replies =
-            line->manager->findChildren<QNetworkReply*>(QString(), Qt::FindDirectChildrenOnly);
+        const auto replies = repliesOf(*line);
         for (QNetworkReply* const reply : replies) {
             const QVariant id = reply->property(ReplyProperty::requestId);
             if (id.isValid() && id.toInt() == requestId)
@@ -136,7 +134,7 @@ QNetworkReply* ServiceConnections::replyTo(int requestId) const
 void ServiceConnections::dropIdleManagers()
 {
     const auto isDue = [](const std::unique_ptr<Line>& line) {
-        return line->owned && !line->isBusy && mustReconnect(*line) && !hasReplies(*line);
+        return line->owned && !line->isBusy && mustReconnect(*line) && repliesOf(*line).isEmpty();
     };
     mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
 }

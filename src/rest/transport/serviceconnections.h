@@ -74,13 +74,14 @@ private:
     void onDeleted(const Line& line);
     Line& makeLine(QNetworkAccessManager* manager);
     static bool mustReconnect(const Line& line);
-    static bool hasReplies(const Line& line);
+    static QList<QNetworkReply*> repliesOf(const Line& line);
     static bool isUsable(const Line& line);
 
     SetUp mSetUp;
     std::vector<std::unique_ptr<Line>> mLines;
-    QObject mReplies{
-        this}; ///< hears of their end, but not of what the end of the lines takes along
+    /// Hears when a reply is gone. It ends before the lines: what they take along need not be
+    /// heard.
+    QObject mReplies{this};
 };
 
 } // namespace KelRestHandler
