@@ -35,8 +35,6 @@ class KelQmlRegistration : public KelQmlRequest
 public:
     using KelQmlRequest::KelQmlRequest;
 
-    /// Secrets can be set, and not be read.
-    QString nothing() const { return {}; }
     void setPassword(const QString& password);
     void setSecurityAnswer(const QString& answer);
     /// Whether the service could take it: the e-mail address or else the user name and the mobile

@@ -72,6 +72,8 @@ Q_SIGNALS:
     void failed();
 
 protected:
+    /// Secrets can be set, and not be read.
+    QString nothing() const { return {}; }
     /// Something that a client makes possible may have come to be.
     virtual void clientWasSet() {}
 

@@ -20,8 +20,6 @@ class KelQmlSignIn : public KelQmlRequest
 public:
     using KelQmlRequest::KelQmlRequest;
 
-    /// Secrets can be set, and not be read.
-    QString nothing() const { return {}; }
     void setPassword(const QString& password);
     bool isComplete() const { return !mUserName.isEmpty() && !mPassword.isEmpty(); }
     /// What was signed in to last; empty before.
