@@ -4,15 +4,14 @@
 #include "account/texts/statustable.h"
 #include "common/demandedmodule.h"
 #include "common/logging.h"
+#include "common/wantedlanguage.h"
 
 #include <kelaccount/commonutils.h>
 
 #include <QLocale>
 #include <QTranslator>
 
-#include <algorithm>
 #include <array>
-#include <iterator>
 #include <mutex>
 
 namespace KelAccount {
@@ -20,24 +19,6 @@ namespace KelAccount {
 namespace {
 
 constexpr std::array<const char*, 4> languages{"en", "de", "fr", "fi"};
-
-// The first of the user's languages that there is a catalogue for. A language's name goes on with
-// script and country: "de-CH", "fi_FI".
-std::size_t languageOf(const QLocale& locale)
-{
-    const QStringList wanted = locale.uiLanguages();
-    for (const QString& each : wanted) {
-        const auto* const found =
-            std::find_if(languages.begin(), languages.end(), [&](const char* language) {
-                const QLatin1String name(language);
-                return each.startsWith(name) &&
-                       (each.size() == name.size() || !each.at(name.size()).isLetter());
-            });
-        if (found != languages.end())
-            return std::size_t(std::distance(languages.begin(), found));
-    }
-    return 0;
-}
 
 // A catalogue once read is only read from, on any thread. It is never deleted: threads may still
 // ask while the process ends.
@@ -70,7 +51,8 @@ QString statusText(int status)
 QString statusText(int status, const QLocale& locale)
 {
     const char* const text = statusRow(status).text;
-    const QString translated = catalogue(languageOf(locale)).translate(statusContext, text);
+    const QString translated =
+        catalogue(wantedLanguage(locale, languages)).translate(statusContext, text);
     return translated.isEmpty() ? QString::fromLatin1(text) : translated;
 }
 
