@@ -109,10 +109,11 @@ bool Emulator::startServers(const Options& options, std::string& problem)
                         options.clockSkew.value_or(scenario.clockSkew), scenario.clockSpeed, faults,
                         options.verbose},
         std::move(store));
-    mProxy = std::make_unique<Proxy>(
-        [this](int descriptor, OpenConnections::Entry& entry) { serve(descriptor, entry); });
+    mProxy = std::make_unique<Proxy>([this](const Proxy::Tunnel& tunnel) { serve(tunnel); });
+    mProxy->network().setConditions(options.network);
     mService->faults().setConnectionCloser([this] { mProxy->connections().closeIdle(); });
     Scenario origin = scenario;
+    origin.network = options.network;
     if (options.sim)
         origin.sim = described(*options.sim);
     if (options.tagServer && !origin.tags)
@@ -218,17 +219,23 @@ bool Emulator::replaceTagServer(std::optional<TagScenario>& there,
     return true;
 }
 
-void Emulator::serve(int descriptor, OpenConnections::Entry& entry)
+void Emulator::serve(const Proxy::Tunnel& tunnel)
 {
+    OpenConnections::Entry& entry = tunnel.entry;
     FaultQueue& faults = mService->faults();
     // A second certificate that is ordered is for the next connection: taking the first must not
     // end this one, in which nothing was asked yet.
     entry.setBusy(true);
     SSL_CTX* const context =
         faults.takeWrongHost() ? mCertificates.otherHost.get() : mCertificates.serviceHosts.get();
-    TlsStream stream(descriptor, context);
+    TlsStream stream(tunnel.descriptor, context, tunnel.answers);
     const bool accepted = stream.accept();
     entry.setBusy(false);
+    if (accepted) {
+        // Resumptions last: who adds them up has all handshakes by then.
+        ++mProxy->network().handshakes;
+        mProxy->network().resumptions += stream.isResumed() ? 1 : 0;
+    }
     if (!accepted || faults.wrongHostIsNext())
         return;
     Connection connection(*mService, stream, [&entry](bool busy) { entry.setBusy(busy); });

@@ -44,7 +44,7 @@ private:
                       std::string& problem);
     bool replaceTagServer(std::optional<TagScenario>& there,
                           const std::optional<TagScenario>& wanted, std::string& problem);
-    void serve(int descriptor, OpenConnections::Entry& entry);
+    void serve(const Proxy::Tunnel& tunnel);
 
     // Of the session and what is in it: orders may come before all of it has started.
     std::mutex mDeviceMutex;

@@ -53,6 +53,19 @@ void takeService(const CommandLine::Line& line, Options& options)
     options.tagServer = line.has("--tag-server");
 }
 
+/// After the scenario. What stands on the line was checked, but for what goes together.
+bool takeNetwork(const CommandLine::Line& line, Options& options, std::string& problem)
+{
+    options.network = options.scenario.network;
+    readDelay(line.value("--latency"), options.network.latency);
+    readDelay(line.value("--jitter"), options.network.jitter);
+    readBandwidth(line.value("--bandwidth"), options.network.bitsPerSecond);
+    problem = conditionsProblem(options.network);
+    if (!problem.empty())
+        problem = "--latency and --jitter do not go together: " + problem;
+    return problem.empty();
+}
+
 bool takeScenario(const std::string& name, Options& options, std::string& problem)
 {
     std::string text;
@@ -118,6 +131,8 @@ bool readOptions(const CommandLine::Line& line, Options& options, std::string& p
         return false;
     }
     if (line.has("--scenario") && !takeScenario(line.value("--scenario"), options, problem))
+        return false;
+    if (!takeNetwork(line, options, problem))
         return false;
     if (options.sim && !options.session) {
         problem = line.has("--sim")

@@ -4,6 +4,7 @@
 #include "emulator/modem/sim.h"
 #include "emulator/service/devices.h"
 #include "emulator/service/fault.h"
+#include "emulator/service/networkconditions.h"
 #include "emulator/service/scenario.h"
 #include "tools/commandline/reader.h"
 
@@ -30,6 +31,7 @@ struct Options
     std::optional<Sim> sim;
     std::vector<Fault> faults;             ///< behind the scenario's
     std::optional<std::int64_t> clockSkew; ///< in place of the scenario's
+    NetworkConditions network;             ///< the scenario's, where the command line says nothing
     Scenario scenario;
     int certificateDays = 30;
     int proxyPort = 0; ///< 0: any free one

@@ -94,6 +94,17 @@ std::vector<Option> serviceOptions()
          "close-before-headers, close-in-headers, close-after-headers, cut-body, wrong-length, "
          "short-length, status=NNN, not-xml, huge-body=BYTES, wrong-host",
          true},
+        {"--latency",
+         {"MILLISECONDSms", delayProblem},
+         "what a round trip takes, such as 100ms; opening a connection, its tunnel and TLS take "
+         "one "
+         "each"},
+        {"--jitter",
+         {"MILLISECONDSms", delayProblem},
+         "by how much a round trip may be longer or shorter, at most the latency"},
+        {"--bandwidth",
+         {"BITS", bandwidthProblem},
+         "what passes a connection in a second, each way, such as 400kbit or 2mbit"},
         {"--refuse", {}, "refuse connections until told to accept"},
         {"--proxy-port",
          {"PORT", CommandLine::number<0, 65535>},

@@ -48,6 +48,26 @@ TagScenario tagsFrom(Fields tags)
     return scenario;
 }
 
+NetworkConditions networkFrom(Fields fields)
+{
+    NetworkConditions network;
+    const auto take = [&fields](const char* name, auto read, auto problemOf, auto& value) {
+        if (!fields.has(name))
+            return;
+        const std::string text = fields.text(name);
+        if (!read(text, value))
+            fields.refuse(name, problemOf(text));
+    };
+    take("latency", readDelay, delayProblem, network.latency);
+    take("jitter", readDelay, delayProblem, network.jitter);
+    take("bandwidth", readBandwidth, bandwidthProblem, network.bitsPerSecond);
+    fields.expectNoMore();
+    const std::string problem = conditionsProblem(network);
+    if (!problem.empty())
+        fields.refuse("jitter", "cannot be: " + problem);
+    return network;
+}
+
 std::vector<Fault> faultsFrom(Fields& fields)
 {
     std::vector<Fault> faults;
@@ -89,6 +109,8 @@ Scenario scenarioFrom(const QJsonObject& object)
     if (fields.has("tags"))
         scenario.tags = tagsFrom(fields.object("tags"));
     scenario.faults = faultsFrom(fields);
+    if (fields.has("network"))
+        scenario.network = networkFrom(fields.object("network"));
     Fields clock = fields.object("clock");
     scenario.clockSkew = clock.whole("skew", -Clock::largestSkew, Clock::largestSkew, 0);
     scenario.clockSpeed = clock.number("speed", Clock::slowest, Clock::fastest, 1);
@@ -159,6 +181,18 @@ QJsonObject tagsJson(const TagScenario& tags)
     return object;
 }
 
+QJsonObject conditionsJson(const NetworkConditions& conditions)
+{
+    QJsonObject object;
+    if (conditions.latency)
+        addText(object, "latency", delayText(*conditions.latency));
+    if (conditions.jitter)
+        addText(object, "jitter", delayText(*conditions.jitter));
+    if (conditions.bitsPerSecond)
+        addText(object, "bandwidth", bandwidthText(*conditions.bitsPerSecond));
+    return object;
+}
+
 } // namespace
 
 std::string SimScenario::text() const
@@ -179,6 +213,21 @@ bool readSimOrder(const std::string& json, SimOrder& order, std::string& problem
 bool readTags(const std::string& json, TagScenario& tags, std::string& problem)
 {
     return unlessRefused(problem, [&] { tags = tagsFrom(Fields(readJsonObject(json))); });
+}
+
+bool readNetwork(const std::string& json, NetworkConditions& conditions, std::string& problem)
+{
+    return unlessRefused(problem, [&] { conditions = networkFrom(Fields(readJsonObject(json))); });
+}
+
+std::string networkJson(const NetworkConditions& conditions, const NetworkCounts& counts)
+{
+    QJsonObject object = conditionsJson(conditions);
+    object.insert(QStringLiteral("connections"), qint64(counts.connections));
+    object.insert(QStringLiteral("handshakes"), qint64(counts.handshakes));
+    object.insert(QStringLiteral("resumptions"), qint64(counts.resumptions));
+    object.insert(QStringLiteral("roundTrips"), qint64(counts.roundTrips));
+    return QJsonDocument(object).toJson().toStdString();
 }
 
 bool fillTables(Store& store, const Scenario& scenario, std::string& problem)
@@ -234,6 +283,8 @@ std::string scenarioJson(AccountService& service, const Scenario& origin)
         object.insert(QStringLiteral("sim"), simJson(*origin.sim));
     if (origin.tags)
         object.insert(QStringLiteral("tags"), tagsJson(*origin.tags));
+    if (origin.network.isThere())
+        object.insert(QStringLiteral("network"), conditionsJson(origin.network));
     std::vector<std::string> faults;
     for (const Fault& fault : service.faults().list())
         faults.push_back(faultText(fault));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/service/fault.h"
+#include "emulator/service/networkconditions.h"
 #include "emulator/service/store.h"
 
 #include <cstdint>
@@ -44,6 +45,7 @@ struct Scenario
     std::optional<SimScenario> sim;
     std::optional<TagScenario> tags;
     std::vector<Fault> faults;
+    NetworkConditions network;
     std::int64_t clockSkew = 0;
     double clockSpeed = 1;
 };
@@ -72,6 +74,10 @@ bool readSimOrder(const std::string& json, SimOrder& order, std::string& problem
 
 /// Reads what a tag server gives out. False, and why in `problem`.
 bool readTags(const std::string& json, TagScenario& tags, std::string& problem);
+
+/// Reads the conditions of a network. False, and why in `problem`.
+bool readNetwork(const std::string& json, NetworkConditions& conditions, std::string& problem);
+std::string networkJson(const NetworkConditions& conditions, const NetworkCounts& counts);
 
 /// SIM and tags of a scenario.
 std::string deviceJson(const Scenario& scenario);

@@ -57,6 +57,7 @@ AdminServer::AdminServer(AccountService& service, Proxy& proxy, Scenario scenari
     addClockRoutes();
     addScenarioRoutes();
     addDeviceRoutes();
+    addNetworkRoutes();
     addSingleAccountRoutes();
     addProxyRoutes();
     addAccountRoutes();
@@ -180,6 +181,7 @@ void AdminServer::addScenarioRoutes()
         const auto sim = std::exchange(scenario.sim, mScenario.sim);
         const auto tags = std::exchange(scenario.tags, mScenario.tags);
         mScenario = std::move(scenario);
+        mProxy.network().setConditions(mScenario.network);
         const bool good = mDevice.setSim(mScenario.sim, sim, problem) &&
                           mDevice.setTags(mScenario.tags, tags, problem);
         say(response, 200, good ? "loaded" : "loaded all but the device: " + problem);
@@ -231,6 +233,24 @@ void AdminServer::addDeviceRoutes()
         std::string problem;
         const bool good = mDevice.setTags(mScenario.tags, std::nullopt, problem);
         say(response, good ? 200 : 400, good ? "there is no tag server" : problem);
+    });
+}
+
+void AdminServer::addNetworkRoutes()
+{
+    mServer.Get("/network", [this](const httplib::Request&, httplib::Response& response) {
+        const Network& network = mProxy.network();
+        response.set_content(networkJson(network.conditions(), network.counts()), json);
+    });
+    mServer.Post("/network", [this](const httplib::Request& request, httplib::Response& response) {
+        const std::lock_guard<std::mutex> lock(mScenarioMutex);
+        NetworkConditions conditions;
+        std::string problem;
+        if (!readNetwork(request.body, conditions, problem))
+            return say(response, 400, problem);
+        mScenario.network = conditions;
+        mProxy.network().setConditions(conditions);
+        say(response, 200, "the network is so for connections from now on");
     });
 }
 

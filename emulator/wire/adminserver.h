@@ -53,6 +53,7 @@ private:
     void addClockRoutes();
     void addScenarioRoutes();
     void addDeviceRoutes();
+    void addNetworkRoutes();
     bool setSim(const SimOrder& order, std::string& problem);
     void addSingleAccountRoutes();
     void addProxyRoutes();

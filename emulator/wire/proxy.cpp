@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "emulator/wire/proxy.h"
 
+#include "emulator/common/log.h"
+#include "emulator/wire/line.h"
+
 #include <arpa/inet.h>
 #include <array>
 #include <cerrno>
@@ -55,11 +58,9 @@ int portOf(const Descriptor& socket)
     return ntohs(address.sin_port);
 }
 
-void prepareClient(int descriptor)
+void setTimeLimit(int descriptor)
 {
-    const int on = 1;
     const timeval limit{stalledAfterSeconds, 0};
-    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
@@ -98,7 +99,7 @@ void lingerUntilClientEnds(int descriptor)
 }
 
 /// Reads the CONNECT request and answers it. True when the tunnel stands.
-bool openTunnel(int descriptor)
+bool openTunnel(int descriptor, const std::function<void()>& answers)
 {
     std::array<char, 8192> buffer;
     std::string_view request;
@@ -111,6 +112,7 @@ bool openTunnel(int descriptor)
             return false;
         request = std::string_view(buffer.data(), request.size() + static_cast<size_t>(got));
     }
+    answers();
     // Nothing may follow before our answer: it would belong to the handshake.
     if (request.find("\r\n\r\n") + 4 != request.size() || request.substr(0, 8) != "CONNECT ") {
         sendAll(descriptor, "HTTP/1.1 405 Method Not Allowed\r\nAllow: CONNECT\r\n"
@@ -248,10 +250,24 @@ bool Proxy::acceptOne(int listener)
 
 void Proxy::handle(Client& client)
 {
-    prepareClient(client.descriptor.number());
-    if (openTunnel(client.descriptor.number()))
-        mServe(client.descriptor.number(), client.entry);
-    lingerUntilClientEnds(client.descriptor.number());
+    const int on = 1;
+    const int socket = client.descriptor.number();
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    ++mNetwork.connections;
+    std::unique_ptr<Line> line;
+    if (mNetwork.conditions().isThere() && !(line = Line::make(socket, mNetwork))) {
+        logLine(std::string("a connection is closed: no line to it: ") + strerror(errno));
+        return;
+    }
+    const int served = line ? line->farEnd() : socket;
+    setTimeLimit(served);
+    const std::function<void()> answers = [&line] {
+        if (line)
+            line->answers();
+    };
+    if (openTunnel(served, answers))
+        mServe({served, client.entry, answers});
+    lingerUntilClientEnds(served);
 }
 
 } // namespace KelEmulator

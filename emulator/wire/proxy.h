@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/common/descriptor.h"
+#include "emulator/wire/network.h"
 #include "emulator/wire/openconnections.h"
 
 #include <condition_variable>
@@ -20,13 +21,20 @@ namespace KelEmulator {
 /// A CONNECT proxy on loopback that leads every host and port to one server in this process.
 ///
 /// There is no second connection behind a tunnel: once the client has its "200", the same socket is
-/// handed to the server. So the proxy costs nothing on the way, in either direction.
+/// handed to the server. So the proxy costs nothing on the way, in either direction; unless there
+/// is a network with conditions, which a `Line` is then.
 class Proxy
 {
 public:
-    /// Serves a tunnel until it is to be closed; the descriptor stays the proxy's. Runs on a thread
-    /// of the proxy's.
-    using Serve = std::function<void(int descriptor, OpenConnections::Entry& entry)>;
+    /// What is served once it stands. All of it stays the proxy's.
+    struct Tunnel
+    {
+        int descriptor;
+        OpenConnections::Entry& entry;
+        std::function<void()> answers; ///< told before an answer is written
+    };
+    /// Serves a tunnel until it is to be closed. Runs on a thread of the proxy's.
+    using Serve = std::function<void(const Tunnel& tunnel)>;
 
     explicit Proxy(Serve serve);
     ~Proxy();
@@ -41,6 +49,8 @@ public:
     bool accept();
 
     OpenConnections& connections() { return mConnections; }
+    /// Its conditions are those of connections from then on.
+    Network& network() { return mNetwork; }
 
 private:
     struct Client;
@@ -51,6 +61,7 @@ private:
 
     Serve mServe;
     OpenConnections mConnections;
+    Network mNetwork;
     std::unique_ptr<httplib::ThreadPool> mPool;
     std::thread mAcceptor;
     int mPort = 0;

@@ -11,6 +11,7 @@ namespace KelEmulator {
 namespace {
 
 constexpr size_t outputLimit = 64 * 1024;
+constexpr int stalledAfterMilliseconds = 30000;
 
 void waitFor(int descriptor, short events, int milliseconds)
 {
@@ -21,8 +22,8 @@ void waitFor(int descriptor, short events, int milliseconds)
 
 } // namespace
 
-TlsStream::TlsStream(int descriptor, SSL_CTX* context)
-    : mDescriptor(descriptor), mSsl(SSL_new(context))
+TlsStream::TlsStream(int descriptor, SSL_CTX* context, std::function<void()> answers)
+    : mDescriptor(descriptor), mAnswers(std::move(answers)), mSsl(SSL_new(context))
 {
 }
 
@@ -36,6 +37,9 @@ TlsStream::~TlsStream()
 
 bool TlsStream::accept()
 {
+    // What is said after the client's part of the handshake are tickets, which answer nothing.
+    waitFor(mDescriptor, POLLIN, stalledAfterMilliseconds);
+    mAnswers();
     ERR_clear_error();
     mAccepted = mSsl && SSL_set_fd(mSsl.get(), mDescriptor) == 1 && SSL_accept(mSsl.get()) == 1;
     mBroken = !mAccepted;
@@ -122,6 +126,7 @@ bool TlsStream::write(std::string_view bytes)
 bool TlsStream::flush()
 {
     ERR_clear_error();
+    mAnswers();
     size_t at = 0;
     while (!mBroken && at < mOutput.size()) {
         const int sent =

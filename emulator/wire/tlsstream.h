@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <openssl/ssl.h>
 #include <string>
@@ -14,13 +15,16 @@ namespace KelEmulator {
 class TlsStream
 {
 public:
-    /// The descriptor stays the caller's.
-    TlsStream(int descriptor, SSL_CTX* context);
+    /// The descriptor stays the caller's. `answers` is called before something is sent for which
+    /// the client waits.
+    TlsStream(int descriptor, SSL_CTX* context, std::function<void()> answers);
     ~TlsStream();
     TlsStream(const TlsStream&) = delete;
     TlsStream& operator=(const TlsStream&) = delete;
 
     bool accept();
+    /// Whether the handshake has resumed an earlier session.
+    bool isResumed() const { return SSL_session_reused(mSsl.get()) == 1; }
     /// Waits for the first byte of a request. False when the client is gone.
     bool waitForRequest();
     /// Waits at most so many milliseconds, -1 for ever; earlier when the client goes.
@@ -46,6 +50,7 @@ private:
     std::string_view available();
 
     const int mDescriptor;
+    const std::function<void()> mAnswers;
     std::unique_ptr<SSL, SslDeleter> mSsl;
     std::array<char, 16384> mInput;
     size_t mInputAt = 0;
