@@ -31,9 +31,17 @@ void logSessionRefusal(const SignOn::Error& error)
 
 void logAccountError(const SignOn::Error& error)
 {
-    if (error.type() == ErrorAccountConfigurationIncomplete)
+    switch (error.type()) {
+    case ErrorAccountConfigurationIncomplete:
         qCCritical(logSignon, "The sign-on plugin finds the account only partly set up: its "
                               "password is missing, or it belongs to another server");
+        return;
+    case ErrorAuthSessionInitializationFailed:
+        qCCritical(logSignon, "The sign-on plugin could not initialise the session by itself");
+        return;
+    default:
+        return;
+    }
 }
 
 } // namespace KelAccount

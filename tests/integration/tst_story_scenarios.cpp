@@ -6,6 +6,7 @@
 #include "integration/keptdata.h"
 #include "integration/setupfixture.h"
 #include "support/daemoncontrol.h"
+#include "support/messagelog.h"
 #include "support/scenarios.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitechange.h"
@@ -89,7 +90,8 @@ private Q_SLOTS:
             "prepare nothing, attempt => 402, attempt, sign-in nobody x => 0, register a=b => 0, "
             "fault fire, left something, at-service no, do rain, do kill plugins at once, "
             "configured yes, identities 1, call profile => 0, call profile => 1 or 2, "
-            "call nobody => 0, taken, "
+            "call nobody => 0, together profile => 806, together no-profile token => 806 704, "
+            "logged nonsense, taken, "
             "think about it"_s;
         for (const QString& line : lines.split(", "_s)) {
             QCOMPARE(run({"prepare sign-in"_s, "fault none"_s}), QString());
@@ -121,6 +123,10 @@ private:
             return registerWith(what, expected.toInt());
         if (word == "call"_s)
             return call(what, expected.split(" or "_s));
+        if (word == "together"_s)
+            return together(what.split(QLatin1Char(' ')), expected.split(QLatin1Char(' ')));
+        if (word == "logged"_s)
+            return expect(mLogged.contains("C "_s + rest));
         if (word == "fault"_s)
             return expect(EmulatedService::orderFaults(rest.toLatin1()));
         if (word == "service"_s)
@@ -183,37 +189,69 @@ private:
                          failed(Registration, status));
     }
 
-    /// An operation of a user who is signed in, answered with one of these.
-    QString call(const QString& name, const QStringList& statuses)
+    struct Operation
     {
-        struct Operation
-        {
-            Call call;
-            const char* line;
-        };
+        Call call;
+        QString line; ///< of its answer
+    };
+
+    /// An operation of a user who is signed in; one without a call when there is none of this name.
+    Operation operation(const QString& name, const QString& status)
+    {
         const QMap<QString, Operation> all = {
             {"profile"_s,
-             {[this] { facade().downloadProfile(); }, "downloadProfileResponse(%1, profile)"}},
+             {[this] { facade().downloadProfile(); }, "downloadProfileResponse(%1, profile)"_s}},
             {"no-profile"_s,
-             {[this] { facade().downloadProfile(); }, "downloadProfileResponse(%1, no profile)"}},
+             {[this] { facade().downloadProfile(); }, "downloadProfileResponse(%1, no profile)"_s}},
             {"password"_s,
              {[this] { facade().changePassword(text(password), "another password"_s); },
-              "changePasswordResponse(%1)"}},
+              "changePasswordResponse(%1)"_s}},
             {"user-name"_s,
              {[this] { facade().userIdUpdate(user().section(QLatin1Char('@'), 0, 0)); },
-              "userIdUpdateResponse(%1)"}},
+              "userIdUpdateResponse(%1)"_s}},
             {"question"_s,
              {[this] { facade().updateSecurityQuestion("2"_s, "Hämeenlinna"_s); },
-              "updateSecurityQuestionResponse(%1)"}},
+              "updateSecurityQuestionResponse(%1)"_s}},
             {"token"_s,
-             {[this] { facade().ensureTokenAvailable(0); }, "ensureTokenAvailableResponse(%1)"}}};
-        if (!all.contains(name))
+             {[this] { facade().ensureTokenAvailable(0); }, "ensureTokenAvailableResponse(%1)"_s}}};
+        Operation found = all.value(name);
+        found.line = found.line.arg(status);
+        return found;
+    }
+
+    /// One, answered with any of these.
+    QString call(const QString& name, const QStringList& statuses)
+    {
+        const Call made = operation(name, QString()).call;
+        if (!made)
             return "there is no such operation"_s;
-        const QString answer = answers(all[name].call).join("; "_s);
+        const QString answer = answers(made).join("; "_s);
         for (const QString& status : statuses)
-            if (answer == text(all[name].line).arg(status))
+            if (answer == operation(name, status).line)
                 return {};
         return "it is "_s + answer;
+    }
+
+    /// Two of them, the second made while the first opens the session; they may be answered in any
+    /// order.
+    QString together(const QStringList& names, const QStringList& statuses)
+    {
+        const Operation first = operation(names.value(0), statuses.value(0));
+        const Operation second = operation(names.value(1), statuses.value(1));
+        if (!first.call || !second.call)
+            return "there is no such operation"_s;
+        constexpr int patienceMs = 20000;
+        const MessageLog log;
+        recorder().clear();
+        QMetaObject::invokeMethod(this, second.call, Qt::QueuedConnection);
+        first.call();
+        recorder().waitFor(2, patienceMs);
+        QStringList lines = answersToCome();
+        QStringList expected = {first.line, second.line};
+        lines.sort();
+        expected.sort();
+        mLogged = log.all();
+        return sameLines(lines, expected);
     }
 
     /// What may go wrong, at once. False when it does not.
@@ -342,6 +380,7 @@ private:
     std::unique_ptr<SqliteLock> mLock;
     QStringList mTriggers; // files with a trigger "refuse"
     QStringList mAway;     // files that have other names meanwhile
+    QStringList mLogged;   // while two operations were called together
     int mAwaited = 0;      // what is to happen and has not
 };
 

@@ -83,6 +83,7 @@ void CommandScenarios::init()
                {"library"_s, QStringLiteral(KELACCOUNT_LIBRARY_FILE)},
                {"modules"_s, QStringLiteral(KELACCOUNT_MODULE_FOLDER)},
                {"module"_s, QStringLiteral(KELACCOUNT_OTHER_MODULE)},
+               {"plugin"_s, QStringLiteral(KELACCOUNT_TEST_PLUGIN)},
                {"probe"_s, QStringLiteral(KELACCOUNT_TRUST_PROBE)},
                {"silence"_s, QStringLiteral(KELACCOUNT_SILENT_RESOLVER)},
                {"service"_s, QStringLiteral(KELACCOUNT_SERVICE)},
