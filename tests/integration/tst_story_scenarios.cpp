@@ -289,10 +289,8 @@ private:
         }
         if (what.startsWith("the token is forgotten for "_s))
             return !what.endsWith(" token"_s) || forgetToken();
-        if (what == "a moment passes"_s) {
-            QTest::qWait(50);
-            return true;
-        }
+        if (what == "this program hears of it"_s)
+            return DaemonControl::letThisProgramHear();
         // "accounts refuses INSERT Settings", "signon.db refuses DELETE CREDENTIALS"
         return words.value(1) == "refuses"_s &&
                refuse(words.first() == "accounts"_s

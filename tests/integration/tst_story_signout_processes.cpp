@@ -91,7 +91,7 @@ private Q_SLOTS:
     {
         DaemonControl::setInstalled(sessionFolder(), false);
         QVERIFY(DaemonControl::kill());
-        QTest::qWait(50); // until this program knows, too
+        QVERIFY(DaemonControl::letThisProgramHear());
         QCOMPARE(signOut(), 806);
         QCOMPARE(identities().size(), 1);
         QCOMPARE(deviceAccounts().size(), 1);
@@ -145,7 +145,7 @@ private Q_SLOTS:
             mWaking.join();
         // A daemon that stood still for a moment is waited for.
         QVERIFY(ending == Kill || status == 0);
-        QTest::qWait(50);
+        QVERIFY(DaemonControl::letThisProgramHear());
         if (status != 0)
             QCOMPARE(signOut(), 0);
         QCOMPARE(identities(), QList<QVariantList>());

@@ -4,6 +4,7 @@
 #include "support/literals.h"
 #include "support/sqlitereader.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QElapsedTimer>
@@ -84,6 +85,18 @@ bool kill()
         QTest::qSleep(2);
     }
     return true;
+}
+
+bool letThisProgramHear()
+{
+    QDBusConnection shared = QDBusConnection::sessionBus();
+    // The bus's messages keep their order: what it says of names comes before this answer.
+    const QDBusMessage answer = shared.call(
+        QDBusMessage::createMethodCall("org.freedesktop.DBus"_s, "/org/freedesktop/DBus"_s,
+                                       "org.freedesktop.DBus"_s, "GetId"_s),
+        QDBus::Block, busTimeoutMs);
+    QCoreApplication::processEvents();
+    return answer.type() == QDBusMessage::ReplyMessage;
 }
 
 bool start()

@@ -11,6 +11,9 @@ namespace KelTest::DaemonControl {
 pid_t processId(); ///< 0 while none runs
 /// Kills the daemon and waits, without running the event loop, until the bus knows.
 bool kill();
+/// Until the connection to the session bus that everybody in this process shares has brought what
+/// the bus has said so far, and those who wait for it have heard it.
+bool letThisProgramHear();
 /// Starts the daemon, if it does not run, and waits until it does and has made its databases. One
 /// that is killed while it makes them, which it does once in a device's life, has spoilt them for
 /// good: each daemon after it empties the one with the identities as it starts, or cannot remove
