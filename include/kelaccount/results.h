@@ -37,7 +37,9 @@ struct Failure
     QString field;
     /// Whether the same call may succeed later, without anything having been changed.
     bool isRetryable = false;
-    /// How long the service wants to be left alone; 0 when it did not say.
+    /// How long to leave the service alone: what it asked for and up to half as long again, drawn
+    /// for each failure, so that those who have to wait do not come back together; 0 when it did
+    /// not say.
     std::chrono::seconds retryAfter{0};
     std::shared_ptr<const LaterFields> later;
 };

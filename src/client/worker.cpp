@@ -3,8 +3,11 @@
 
 #include "client/failures.h"
 #include "client/resultvalues.h"
+#include "client/retrywait.h"
 
 #include <kelaccount/profileinfo.h>
+
+#include <QRandomGenerator>
 
 #include <utility>
 
@@ -88,7 +91,8 @@ void Worker::finish(const AnyResult& result, int status)
         return;
     }
     const std::chrono::seconds wait(qMax(0, mAccounts.answerDetails().retryAfterSeconds));
-    mHandOver->answer(call, {nullptr, failureOf(status, wait)});
+    const auto suggested = suggestedWait(wait, QRandomGenerator::global()->generate());
+    mHandOver->answer(call, {nullptr, failureOf(status, suggested)});
 }
 
 template <class... Values, class Make>
