@@ -21,10 +21,10 @@ class RegistrationInfo;
 
 /// One asynchronous interface to the online account service.
 ///
-/// Make one object, connect its signals, call initialize(), then call operations. Every operation
-/// returns at once and is answered by exactly one signal, named like it with the suffix "Response",
-/// whose first argument is an ErrorStatus: 0 for success. The other arguments mean something only
-/// with status 0, unless a signal says otherwise.
+/// Make one object, connect its signals, call initialize(), then call operations. Each is answered
+/// by exactly one signal, named like it with the suffix "Response", whose first argument is an
+/// ErrorStatus: 0 for success; the others mean something only with status 0, unless a signal says
+/// otherwise. It returns at once where it does not say that it may block, or opens a session.
 ///
 /// Except where an operation says otherwise, its answer never arrives from inside the call, but
 /// later from the event loop of the thread that owns the object. Use and delete all objects of a
