@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "account/calls.h"
+
+namespace KelAccount {
+
+// What is on the stack outlives an object that is deleted in a slot.
+Calls::~Calls()
+{
+    for (Emitting* emitting = mEmitting; emitting; emitting = emitting->outer)
+        emitting->isOrphaned = true;
+}
+
+CallId Calls::make()
+{
+    mLast = ++mMade;
+    mAwaited.insert(mLast);
+    return mLast;
+}
+
+bool Calls::answer(const Answer& answer, const std::function<void()>& emitSignals)
+{
+    if (answer.call != 0 && mAwaited.erase(answer.call) == 0)
+        return false;
+    Emitting emitting{answer, mEmitting};
+    mEmitting = &emitting;
+    emitSignals();
+    if (!emitting.isOrphaned)
+        mEmitting = emitting.outer;
+    return !emitting.isAbandoned;
+}
+
+const AnswerDetails& Calls::answerDetails() const
+{
+    static const AnswerDetails none;
+    return mEmitting ? mEmitting->answer.details : none;
+}
+
+bool Calls::abandon(CallId call)
+{
+    if (mAwaited.erase(call) != 0)
+        return true;
+    for (Emitting* emitting = mEmitting; emitting; emitting = emitting->outer)
+        emitting->isAbandoned = emitting->isAbandoned || emitting->answer.call == call;
+    return false;
+}
+
+} // namespace KelAccount

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the orchestrator keeps its calls by, each part alone: who is answered and how often, what a
+// call is refused by, and what was initialised.
+#include "account/calls.h"
+#include "account/refusal.h"
+#include "account/sentrequests.h"
+#include "account/settings.h"
+#include "support/literals.h"
+
+#include <QTest>
+
+#include <memory>
+
+using namespace KelAccount;
+
+namespace {
+
+enum Type { First, Second, EndOfTypes };
+
+class Refuser : public QObject
+{
+    Q_OBJECT
+
+Q_SIGNALS:
+    void plain(KelAccount::ErrorStatus error);
+    void carrying(KelAccount::ErrorStatus error, bool flag, QStringList texts);
+};
+
+constexpr Refusal first{First, &Refuser::plain};
+constexpr Refusal second{Second, &Refuser::carrying};
+constexpr auto table = std::make_tuple(first, second);
+
+static_assert(coversAllUpTo(EndOfTypes, table));
+static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(first)), "the last is missing");
+static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(second)), "the first is missing");
+static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(second, first)), "out of order");
+static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(first, second, second)), "twice");
+
+} // namespace
+
+class TestCallParts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anIdentityIsNotGivenTwice()
+    {
+        Calls calls;
+        QCOMPARE(calls.last(), CallId(0));
+        const CallId expected = calls.next();
+        const CallId one = calls.make();
+        QCOMPARE(one, expected);
+        QCOMPARE(calls.last(), one);
+        QVERIFY(one != 0);
+        QVERIFY(calls.answer({one, 0}, [] {}));
+        const CallId two = calls.make();
+        QVERIFY(two != one);
+        QCOMPARE(calls.last(), two);
+        calls.returnFrom(one);
+        QCOMPARE(calls.last(), one);
+        QVERIFY(calls.next() != one && calls.next() != two);
+    }
+
+    void aCallIsAnsweredOnce()
+    {
+        Calls calls;
+        const CallId call = calls.make();
+        QVERIFY(calls.isAwaited(call));
+        int emitted = 0;
+        const auto emitSignals = [&] { ++emitted; };
+        QVERIFY(calls.answer({call, 0}, emitSignals));
+        QVERIFY(!calls.isAwaited(call));
+        QVERIFY(!calls.answer({call, 0}, emitSignals));
+        QVERIFY(!calls.answer({call + 1, 0}, emitSignals)); // not made yet
+        QCOMPARE(emitted, 1);
+    }
+
+    void whatBelongsToNoCallIsAnsweredAllTheSame()
+    {
+        Calls calls;
+        int emitted = 0;
+        for (int i = 0; i < 2; ++i)
+            QVERIFY(calls.answer({0, 0}, [&] { ++emitted; }));
+        QCOMPARE(emitted, 2);
+    }
+
+    void anAbandonedCallIsNotAnswered()
+    {
+        Calls calls;
+        const CallId call = calls.make();
+        QVERIFY(calls.abandon(call));
+        QVERIFY(!calls.abandon(call));
+        QVERIFY(!calls.abandon(call + 1));
+        QVERIFY(!calls.answer({call, 0}, [] { QFAIL("answered"); }));
+    }
+
+    void anAnswerSaysWhatItAnswers()
+    {
+        Calls calls;
+        const CallId outer = calls.make();
+        const CallId inner = calls.make();
+        QVector<CallId> answered;
+        QVector<int> statuses;
+        const auto note = [&] {
+            answered.append(calls.answered());
+            statuses.append(calls.answerDetails().status);
+        };
+        calls.answer({outer, 403}, [&] {
+            note();
+            calls.answer({inner, 508}, note);
+            note();
+        });
+        note();
+        QCOMPARE(answered, QVector<CallId>({outer, inner, outer, 0}));
+        QCOMPARE(statuses, QVector<int>({403, 508, 403, 0}));
+    }
+
+    void aCallThatIsAbandonedInASlotWasNotHeard()
+    {
+        Calls calls;
+        const CallId outer = calls.make();
+        const CallId inner = calls.make();
+        const bool isHeard = calls.answer({outer, 0}, [&] {
+            const bool isInnerHeard = calls.answer({inner, 0}, [&] {
+                QVERIFY(!calls.abandon(outer));
+                QVERIFY(!calls.isAnsweredInVain());
+            });
+            QVERIFY(isInnerHeard);
+            QVERIFY(calls.isAnsweredInVain());
+        });
+        QVERIFY(!isHeard);
+        QVERIFY(!calls.isAnsweredInVain());
+    }
+
+    // As an application does that deletes the facade in the slot of an answer.
+    void theyMayGoWhileTheyAnswer()
+    {
+        auto calls = std::make_unique<Calls>();
+        const CallId outer = calls->make();
+        const CallId inner = calls->make();
+        bool isInnerHeard = false;
+        const bool isHeard = calls->answer({outer, 0}, [&] {
+            isInnerHeard = calls->answer({inner, 0}, [&] { calls.reset(); });
+        });
+        QVERIFY(!calls && isHeard && isInnerHeard);
+    }
+
+    void aRequestIsItsCallsUntilItIsTaken()
+    {
+        SentRequests requests;
+        requests.add(12, 1, nullptr);
+        requests.add(11, 2, nullptr);
+        QCOMPARE(requests.requestOf(1), 12);
+        QCOMPARE(requests.requestOf(2), 11);
+        QCOMPARE(requests.take(12), CallId(1));
+        QCOMPARE(requests.take(12), CallId(0));
+        QCOMPARE(requests.requestOf(1), -1);
+        QCOMPARE(requests.requestOf(2), 11);
+        QCOMPARE(requests.take(-1), CallId(0));
+    }
+
+    void aTypeIsRefusedByItsSignal()
+    {
+        Refuser refuser;
+        QStringList seen;
+        connect(&refuser, &Refuser::plain, this,
+                [&](ErrorStatus error) { seen.append("plain %1"_s.arg(error)); });
+        connect(&refuser, &Refuser::carrying, this,
+                [&](ErrorStatus error, bool flag, const QStringList& texts) {
+                    seen.append("carrying %1 %2 %3"_s.arg(error).arg(flag).arg(texts.size()));
+                });
+        QVERIFY(refuseBy(table, refuser, Second, ErrorInvalidParameter));
+        QVERIFY(refuseBy(table, refuser, First, ErrorUnknown));
+        QVERIFY(!refuseBy(table, refuser, EndOfTypes, ErrorUnknown));
+        QCOMPARE(seen, QStringList({"carrying 1001 0 0"_s, "plain 1003"_s}));
+    }
+
+    void settingsAreGivenOnce()
+    {
+        Settings settings;
+        QVERIFY(!settings.areGiven());
+        QCOMPARE(settings.initialize(QString(), "secret"_s, 2, "shop"_s), ErrorInvalidParameter);
+        QCOMPARE(settings.initialize("key"_s, QString(), 2, "shop"_s), ErrorInvalidParameter);
+        QVERIFY(!settings.areGiven());
+        QVERIFY(settings.consumerKey().isEmpty() && settings.serverUrl().isEmpty());
+        QCOMPARE(settings.initialize("key"_s, "secret"_s, 3, "shop"_s), ErrorNone);
+        QVERIFY(settings.areGiven());
+        QCOMPARE(settings.initialize("other"_s, "other"_s, 0, "other"_s), ErrorInvalidRequest);
+        QCOMPARE(settings.initialize(QString(), QString(), 0, QString()), ErrorInvalidRequest);
+        QCOMPARE(settings.consumerKey(), "key"_s);
+        QCOMPARE(settings.consumerSecret(), "secret"_s);
+        QCOMPARE(settings.serverIndex(), 3);
+        QCOMPARE(settings.serverUrl(), QStringLiteral("https://" TEST_HOST_STAGING "/rest/1.0/"));
+        QCOMPARE(settings.zorService(), "shop"_s);
+    }
+};
+
+QTEST_MAIN(TestCallParts)
+#include "tst_callparts.moc"
