@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What the orchestrator keeps its calls by, each part alone: who is answered and how often, what a
-// call is refused by, and what was initialised.
+// call is refused by, what was initialised, and the road to the service.
 #include "account/calls.h"
+#include "account/fakeresthandler.h"
 #include "account/refusal.h"
 #include "account/sentrequests.h"
+#include "account/serviceroad.h"
 #include "account/settings.h"
 #include "support/literals.h"
+#include "support/messagelog.h"
+#include "support/rows.h"
 
 #include <QTest>
 
 #include <memory>
 
 using namespace KelAccount;
+using namespace KelTest;
 
 namespace {
 
@@ -36,6 +41,17 @@ static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(second)), "the first is
 static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(second, first)), "out of order");
 static_assert(!coversAllUpTo(EndOfTypes, std::make_tuple(first, second, second)), "twice");
 
+class NoSigner : public KelRestHandler::ISignatureProvider
+{
+public:
+    QString getToken(const QString& /*key*/) override { return {}; }
+    QString createSignature(const QString& /*key*/, const QString& /*base*/, bool /*use*/) override
+    {
+        return {};
+    }
+    QString getTimeStamp() override { return {}; }
+};
+
 } // namespace
 
 class TestCallParts : public QObject
@@ -43,6 +59,8 @@ class TestCallParts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { FakeRestHandler::reset(); }
+
     void anIdentityIsNotGivenTwice()
     {
         Calls calls;
@@ -193,6 +211,83 @@ private Q_SLOTS:
         QCOMPARE(settings.serverUrl(), QStringLiteral("https://" TEST_HOST_STAGING "/rest/1.0/"));
         QCOMPARE(settings.zorService(), "shop"_s);
     }
+
+    void aQuestionIsRefusedOrSent_data()
+    {
+        columns<bool, bool, bool, bool, int>("good", "initialized", "operation", "accepted",
+                                             "status");
+        row("bad arguments, before initialize", false, false, true, true, 1001);
+        row("bad arguments", false, true, true, true, 1001);
+        row("before initialize", true, false, true, true, 802);
+        row("without an operation", true, true, false, true, 1002);
+        row("not sent", true, true, true, false, 1002);
+        row("sent", true, true, true, true, 0);
+    }
+    void aQuestionIsRefusedOrSent()
+    {
+        QFETCH(bool, good);
+        QFETCH(bool, initialized);
+        QFETCH(bool, operation);
+        QFETCH(bool, accepted);
+        QFETCH(int, status);
+        if (initialized)
+            mSettings.initialize("key"_s, "secret"_s, 2, "shop"_s);
+        if (!accepted)
+            FakeRestHandler::refuseRequests();
+        Road road(mSettings);
+        const MessageLog log;
+        road.ask(good, operation ? &ServiceRoad::Rest::sendQueryMarketingRequest : nullptr);
+        QCOMPARE(road.refused, status == 0 ? QVector<int>() : QVector<int>({status}));
+        QCOMPARE(log.hasCritical("Failed to ask"), status == 1002);
+        QCOMPARE(FakeRestHandler::sent().size(), operation && good && initialized ? 1 : 0);
+        // What was sent is the call's, until it is answered.
+        const int request = status == 0 ? FakeRestHandler::lastRequestId() : 5;
+        FakeRestHandler::answer({request, {}}, [&] {
+            QCOMPARE(road.road.answer(403).call, CallId(status == 0 ? Road::call.id : 0));
+            QCOMPARE(road.road.answer(403).call, CallId(0));
+            QCOMPARE(road.road.answer(403).details.status, 403);
+        });
+    }
+
+    void anAbandonedQuestionIsTakenBack()
+    {
+        mSettings.initialize("key"_s, "secret"_s, 2, "shop"_s);
+        Road road(mSettings);
+        road.ask(true, &ServiceRoad::Rest::sendQueryMarketingRequest);
+        road.road.abandon(Road::call.id + 1);
+        QCOMPARE(FakeRestHandler::abandoned(), QVector<int>());
+        road.road.abandon(Road::call.id);
+        road.road.abandon(Road::call.id);
+        QCOMPARE(FakeRestHandler::abandoned(), QVector<int>({FakeRestHandler::lastRequestId()}));
+    }
+
+    void cleanup() { mSettings = Settings(); }
+
+private:
+    struct Road
+    {
+        explicit Road(const Settings& settings)
+            : road(handler, signer, settings, [this](OpenCall refusedCall, ErrorStatus why) {
+                  QCOMPARE(refusedCall.id, call.id);
+                  QCOMPARE(refusedCall.type, call.type);
+                  refused.append(why);
+              })
+        {
+        }
+        template <class Operation>
+        void ask(bool argumentsAreGood, Operation operation)
+        {
+            road.ask({call, argumentsAreGood, "Failed to ask"}, operation);
+        }
+
+        static constexpr OpenCall call{4, 44};
+        KelRestHandler::RESTRequestHandler handler;
+        NoSigner signer;
+        QVector<int> refused;
+        ServiceRoad road;
+    };
+
+    Settings mSettings;
 };
 
 QTEST_MAIN(TestCallParts)
