@@ -42,10 +42,12 @@ AccountSetUp::AccountSetUp(std::unique_ptr<SetUpSteps> steps, QObject* parent)
     connect(&mRetry, &QTimer::timeout, this, [this] { handle(Event::Retried); });
 }
 
-void AccountSetUp::begin(Kind kind, const QString& name, const QString& password, bool wantsAccount)
+void AccountSetUp::begin(OpenCall call, Kind kind, const QString& name, const QString& password,
+                         bool wantsAccount)
 {
     if (mState != State::Idle)
         return;
+    mCall = call;
     mKind = kind;
     mName = name;
     mPassword = password;
@@ -53,6 +55,12 @@ void AccountSetUp::begin(Kind kind, const QString& name, const QString& password
     // Where nothing has failed, it is only taken back because it was withdrawn.
     mStatus = ErrorOperationCanceled;
     handle(Event::Begun);
+}
+
+void AccountSetUp::withdraw(CallId call)
+{
+    if (call == mCall.id)
+        handle(Event::Withdrawn);
 }
 
 void AccountSetUp::stored(quint32 credentialsId)
@@ -190,7 +198,7 @@ void AccountSetUp::reserve()
 
 void AccountSetUp::create()
 {
-    if (!mSteps->createAccount(mAnswer))
+    if (!mSteps->createAccount(mCredentialsId, mAnswer))
         handle(Event::AccountFailed, ErrorFailedToConfigureAccount);
 }
 
@@ -240,7 +248,7 @@ bool AccountSetUp::reply(int status, const QVariantMap& values, bool later)
 {
     mAnswer = SignOn::SessionData();
     mCredentialsId = 0;
-    return mSteps->answer(mKind, status, values, later);
+    return mSteps->answer(mCall, status, values, later);
 }
 
 QVariantMap AccountSetUp::result() const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "account/calls.h"
 #include "account/setuptable.h"
 #include "common/wipe.h"
 #include "configure/accountslock.h"
@@ -32,7 +33,7 @@ public:
     virtual void askPlugin(int kind) = 0;
     virtual bool hasAccount() = 0;
     /// False when the account could not be made.
-    virtual bool createAccount(const SignOn::SessionData& data) = 0;
+    virtual bool createAccount(quint32 credentialsId, const SignOn::SessionData& data) = 0;
     /// Tells the service about the device, which nobody waits for.
     virtual void reportDevice() = 0;
     /// Closes the session and removes the credentials; then calls `next`. Without a `next`, when
@@ -41,7 +42,7 @@ public:
     /// The same, and the device account of these credentials.
     virtual void takeAllBack(quint32 credentialsId, const std::function<void()>& next) = 0;
     /// Anything may happen in it. `later`: from the event loop. False when nobody waited for it.
-    virtual bool answer(int kind, int status, const QVariantMap& result, bool later) = 0;
+    virtual bool answer(OpenCall call, int status, const QVariantMap& result, bool later) = 0;
 };
 
 /// The set-up of the device account: store the credentials, open a session on them, sign in or
@@ -60,7 +61,10 @@ public:
 
     AccountSetUp(std::unique_ptr<SetUpSteps> steps, QObject* parent);
 
-    void begin(Kind kind, const QString& name, const QString& password, bool wantsAccount);
+    void begin(OpenCall call, Kind kind, const QString& name, const QString& password,
+               bool wantsAccount);
+    /// Nobody waits for it any more, if it is that call's.
+    void withdraw(CallId call);
 
     // Outcomes.
     void stored(quint32 credentialsId);
@@ -70,7 +74,6 @@ public:
     SetUpStates::State state() const { return mState; }
     /// None while no set-up is under way.
     int pending() const { return mState == SetUpStates::State::Idle ? None : mKind; }
-    bool wantsAccount() const { return mWantsAccount; }
     /// Of the set-up that is under way, 0 when it has stored none.
     quint32 credentialsId() const { return mCredentialsId; }
     /// What a session is to be opened on: the credentials of the set-up that is under way, or those
@@ -103,6 +106,7 @@ private:
 
     std::unique_ptr<SetUpSteps> mSteps;
     SetUpStates::State mState = SetUpStates::State::Idle;
+    OpenCall mCall{}; // of the one that is under way, or of the last
     int mKind = None;
     bool mWantsAccount = false;
     QString mName;

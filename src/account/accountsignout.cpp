@@ -40,8 +40,9 @@ AccountSignOut::AccountSignOut(KelConfigure& configure, KelAuthSessionInterface&
 }
 
 // From the event loop, as opening a session waits.
-void AccountSignOut::begin()
+void AccountSignOut::begin(CallId call)
 {
+    mCall = call;
     mStep = Step::Opening;
     mLastAccount = 0;
     mHasReopened = false;
@@ -51,9 +52,9 @@ void AccountSignOut::begin()
         this, [this, run = ++mRun] { reserve(run); }, Qt::QueuedConnection);
 }
 
-void AccountSignOut::withdraw()
+void AccountSignOut::withdraw(CallId call)
 {
-    if (mStep != Step::Opening)
+    if (call != mCall || mStep != Step::Opening)
         return;
     mStep = Step::None;
     mAccounts.reset();
@@ -207,7 +208,7 @@ void AccountSignOut::finish(int status)
     mTokenGuard.stop();
     mStep = Step::None;
     mAccounts.reset();
-    Q_EMIT finished(status);
+    Q_EMIT finished(mCall, status);
 }
 
 } // namespace KelAccount

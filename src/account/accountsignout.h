@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "account/callid.h"
 #include "configure/accountslock.h"
 #include "configure/deviceaccounts.h"
 #include "configure/identitytask.h"
@@ -37,10 +38,10 @@ public:
                    std::function<bool(quint32 credentialsId)> openSession, QObject* parent);
 
     /// `finished` follows, once. Only when none is under way.
-    void begin();
-    /// Nobody waits for it any more. It ends, without a word, where nothing of the account at hand
-    /// has been touched yet; otherwise it goes on.
-    void withdraw();
+    void begin(CallId call);
+    /// Nobody waits for it any more, if it is that call's. It ends, without a word, where nothing
+    /// of the account at hand has been touched yet; otherwise it goes on.
+    void withdraw(CallId call);
     bool isUnderWay() const { return mStep != Step::None; }
 
     /// How long another one, or a set-up, may keep the accounts to itself.
@@ -49,7 +50,10 @@ public:
     void setTokenTimeout(int milliseconds) { mTokenGuard.setInterval(milliseconds); }
 
 Q_SIGNALS:
-    void finished(int status);
+    /// 0 when all is gone, or was; 806 without a session; what the plugin reported of the service;
+    /// 404 when it does not answer; 3 when the sign-on daemon does not do its part; 805 when the
+    /// accounts database does not. After a failure, some of it may be gone: it can begin anew.
+    void finished(KelAccount::CallId call, int status);
 
 private:
     enum class Step { None, Opening, DeletingToken, Removing };
@@ -72,6 +76,7 @@ private:
     KelAuthSessionInterface& mSession;
     AccountSetUp& mSetUp;
     std::function<bool(quint32)> mOpenSession;
+    CallId mCall = 0; // of the one that is under way, or of the last
     Step mStep = Step::None;
     unsigned mRun = 0;
     bool mHasReopened = false;

@@ -87,6 +87,11 @@ bool KelAccounts::isKeLAccountConfigured()
     return mPrivate->isKeLAccountConfigured();
 }
 
+void KelAccounts::retrieveCountryCode()
+{
+    mPrivate->retrieveCountryCode();
+}
+
 void KelAccounts::downloadProfile()
 {
     mPrivate->downloadProfile();

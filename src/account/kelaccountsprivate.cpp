@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
 
+#include "account/accountsetup.h"
+#include "account/accountsignout.h"
+#include "common/logging.h"
 #include "common/typename.h"
 #include "configure/kelconfigure.h"
-#include "device/interruption.h"
+#include "device/devicecountrypicker.h"
 #include "rest/request/consumersignature.h"
-#include "rest/request/serviceaddress.h"
-#include "signon/kelauthsessioninterface.h"
+#include "rest/request/timestampmanager.h"
 
 #include <QPointer>
 
@@ -16,11 +18,22 @@ using namespace KelRestHandler;
 
 namespace KelAccount {
 
-KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent), mRestHandler(this)
+namespace {
+
+// The device's country could not be found. The number has no member.
+constexpr int countryUnknown = 807;
+
+} // namespace
+
+KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
+    : QObject(parent), mRestHandler(this),
+      mRefuse([this](OpenCall call, ErrorStatus why) { deferError(call, why); }),
+      mService(mRestHandler, *this, mSettings, mRefuse),
+      mKelConfigure(new (std::nothrow) KelConfigure(this)),
+      mAuthSessionInterface(new (std::nothrow) KelAuthSessionInterface(this)),
+      mPlugin(mAuthSessionInterface, mCalls, mSettings, mRefuse)
 {
     registerTypeName<ResponseType>("ResponseType");
-    mKelConfigure = new (std::nothrow) KelConfigure(this);
-    mAuthSessionInterface = new (std::nothrow) KelAuthSessionInterface(this);
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
     createSetUp();
@@ -29,55 +42,22 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent) : QObject(parent), mRest
     connectSession();
 }
 
-void KelAccountsPrivate::connectSession()
+KelAccountsPrivate::~KelAccountsPrivate()
 {
-    using Session = KelAuthSessionInterface;
-    using Self = KelAccountsPrivate;
-    connect(mAuthSessionInterface, &Session::signInResponse, this, &Self::processSignInCompleted);
-    connect(mAuthSessionInterface, &Session::downloadProfileResponse, this,
-            &Self::processdownloadProfileCompleted);
-    connect(mAuthSessionInterface, &Session::setSecurityQuestionResponse, this,
-            &Self::processSetSecurityQuestionCompleted);
-    connect(mAuthSessionInterface, &Session::registerationCompleted, this,
-            &Self::processregisterAccountResponse);
-    connect(mAuthSessionInterface, &Session::changePasswordResponse, this,
-            &Self::processChangePasswordCompleted);
-    connect(mAuthSessionInterface, &Session::userIdUpdateResponse, this,
-            &Self::processUserIdUpdateCompleted);
-    connect(mAuthSessionInterface, &Session::updateDeviceInfoResponse, this,
-            &Self::processUpdateDeviceInfoResponse);
-    connect(mAuthSessionInterface, &Session::ensureTokenResponse, this,
-            &Self::processensureTokenResponse);
-    connect(mAuthSessionInterface, &Session::closeResponse, this, &Self::processCloseResponse);
-    connect(mKelConfigure, &KelConfigure::storeUserCredentialsStatus, this,
-            &Self::processCredentialStoringStatusUpdate);
-    connect(mKelConfigure, &KelConfigure::configureAccountStatus, this,
-            &Self::processAccountStoringStatusUpdate);
+    mSetUp->handle(SetUpStates::Event::Abandoned);
 }
 
 void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& consumerSecret,
                                     int server, const QString& zorService,
                                     const QVariantMap& /*connectionDetail*/)
 {
-    const Call call = newCall(ResponseInitialize);
-    if (mInitialized) {
-        deferError(call, ErrorInvalidRequest);
+    const OpenCall call = newCall(ResponseInitialize);
+    if (isRefused(call, mSettings.initialize(consumerKey, consumerSecret, server, zorService)))
         return;
-    }
-    if (consumerKey.isEmpty() || consumerSecret.isEmpty()) {
-        deferError(call, ErrorInvalidParameter);
-        return;
-    }
-    mConsumerKey = consumerKey;
-    mConsumerSecret = consumerSecret;
-    mServerIndex = server;
-    mZorService = zorService;
-    mServerUrl = serverBaseAddress(server);
-    mInitialized = 1;
     const QPointer<KelAccountsPrivate> alive(this);
-    answer(call.id, {}, [this] { Q_EMIT initializeResponse(ErrorNone); });
+    give({call.id, ErrorNone}, &Self::initializeResponse);
     if (alive)
-        mLastCall = call.id;
+        mCalls.returnFrom(call.id);
 }
 
 void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*second*/,
@@ -86,52 +66,70 @@ void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*s
     deferError(newCall(ResponseInitialize), ErrorInvalidRequest);
 }
 
-bool KelAccountsPrivate::isCaptchaRequired()
-{
-    return !serviceTags().isServiceTagAvailable();
-}
-
 bool KelAccountsPrivate::isKeLAccountConfigured()
 {
     return mKelConfigure->isKelAccountPresent();
 }
 
-QString KelAccountsPrivate::getToken(const QString& /*consumerKey*/)
+void KelAccountsPrivate::retrieveCountryCode()
 {
-    return {};
+    const CallId call = mCalls.make();
+    QMetaObject::invokeMethod(
+        this, [this, call] { getCountryCode(call); }, Qt::QueuedConnection);
+}
+
+void KelAccountsPrivate::getCountryCode(CallId call)
+{
+    if (!mCalls.isAwaited(call))
+        return;
+    const QString country = DeviceCountryPicker().deviceCountry();
+    const bool isKnown = !country.isEmpty();
+    give(Answer(call, isKnown ? ErrorNone : countryUnknown), &Self::retrieveCountryCodeResponse,
+         isKnown ? country : QLatin1String(""));
 }
 
 QString KelAccountsPrivate::createSignature(const QString& /*consumerKey*/,
                                             const QString& baseString, bool /*useToken*/)
 {
-    return consumerSignature(baseString, mConsumerSecret);
+    return consumerSignature(baseString, mSettings.consumerSecret());
 }
 
 QString KelAccountsPrivate::getTimeStamp()
 {
-    return clockOfServer().timeStamp();
+    return TimeStampManager::clockOf(mSettings.serverUrl()).timeStamp();
 }
 
-TimeStampManager& KelAccountsPrivate::clockOfServer() const
+void KelAccountsPrivate::deferError(OpenCall call, ErrorStatus error)
 {
-    return TimeStampManager::clockOf(mServerUrl);
+    const auto send = [this, call, error] {
+        mCalls.answer({call.id, error},
+                      [this, call, error] { sendErrorResponse(ResponseType(call.type), error); });
+    };
+    QMetaObject::invokeMethod(this, send, Qt::QueuedConnection);
 }
 
-// A tag is bound to a time, which is the server's.
-ObcMgrWrapper& KelAccountsPrivate::serviceTags()
+bool KelAccountsPrivate::isRefused(OpenCall call, ErrorStatus error)
 {
-    clockOfServer();
-    return mObcMgrWrapper;
+    if (error != ErrorNone)
+        deferError(call, error);
+    return error != ErrorNone;
 }
 
-// What is taken back while its tag is read has not gone out, and does not go out.
-bool KelAccountsPrivate::loadServiceTag(Call call, const QString& operation)
+void KelAccountsPrivate::sendErrorResponse(ResponseType type, int error)
 {
-    serviceTags().loadServiceTag(mServiceTag, operation);
-    if (!Interruption::isRequested())
-        return true;
-    deferError(call, ErrorOperationCanceled);
-    return false;
+    if (!refuseBy(refusals, *this, type, toStatus(error)))
+        qCWarning(logAccount, "Failed to send some response...!!!! Is client application still "
+                              "waiting for this response??");
+}
+
+void KelAccountsPrivate::abandon(CallId call)
+{
+    if (!mCalls.abandon(call))
+        return;
+    mService.abandon(call);
+    mAuthSessionInterface->abandon(call);
+    mSetUp->withdraw(call);
+    mSignOut->withdraw(call);
 }
 
 } // namespace KelAccount

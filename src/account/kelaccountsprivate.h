@@ -1,30 +1,26 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "account/callid.h"
-#include "common/wipe.h"
-#include "device/obcmgrwrapper.h"
+#include "account/calls.h"
+#include "account/refusal.h"
+#include "account/serviceroad.h"
+#include "account/sessionroad.h"
+#include "account/settings.h"
+#include "account/tostatus.h"
 #include "rest/records/registrationinfodata.h"
 #include "rest/request/isignatureprovider.h"
-#include "rest/request/oauthrequest.h"
-#include "rest/request/timestampmanager.h"
 #include "rest/restrequesthandler.h"
 
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/preaccountinfo.h>
 
-#include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
 
-#include <functional>
-#include <memory>
 #include <tuple>
-#include <unordered_map>
-#include <unordered_set>
 
 class QPixmap;
 
@@ -46,8 +42,6 @@ class RegistrationInfo;
 ///
 /// A refusal is never answered from inside the call: it is posted to the event loop, so that the
 /// caller gets every answer the same way.
-///
-/// Each call of an operation has an identity, which its answer can be asked for.
 class KelAccountsPrivate : public QObject, public KelRestHandler::ISignatureProvider
 {
     Q_OBJECT
@@ -114,28 +108,13 @@ public:
     void ensureTokenAvailable(unsigned int credentialsId);
     void close();
 
-    /// Signs the user out of the device: the token at the service, what the plugin has stored, the
-    /// credentials and the device account are deleted, in this order, and so are credentials that
-    /// set-ups of this object left without an account. What is gone already counts as deleted; with
-    /// nothing there, that is success. After a failure, some of it may be gone: call it again.
-    ///
-    /// Answered by signOutResponse(), once: 0 when all is gone; 802; 804 during a set-up or another
-    /// sign-out; 806 without a session; what the plugin reported of the service; 404 when it does
-    /// not answer; 3 when the sign-on daemon does not do its part; 805 when the accounts database
-    /// does not. Until then all that needs a session is refused with 804.
+    /// Signs the user out of the device, as AccountSignOut says, and is answered by
+    /// signOutResponse() once: with 802 and 804 as well. Until then all that needs a session is
+    /// refused with 804.
     void signOut();
 
-    /// The call that was made last through one of the operations above, refused ones included. An
-    /// operation sets it when it is entered, and when it returns: it may have run the event loop,
-    /// and others in it.
-    CallId lastCall() const { return mLastCall; }
-    /// What lastCall() will be within the next call.
-    CallId nextCall() const { return mCallsMade + 1; }
-
-    /// While an answer's signals are being emitted: which call they answer; 0 otherwise.
-    CallId answeredCall() const { return mAnswering ? mAnswering->call : 0; }
-    /// The same moment: what is known of the answer besides.
-    const AnswerDetails& answerDetails() const;
+    /// Which call is which: each of an operation above has an identity.
+    const Calls& calls() const { return mCalls; }
 
     /// The call gets no answer any more. What has not gone out does not go out; what has is aborted
     /// or cancelled, and a set-up is taken back whole. A sign-out that has begun with an account
@@ -143,11 +122,11 @@ public:
     /// or was never made, is none; in a slot of its answer a set-up is still taken back.
     void abandon(CallId call);
 
-    bool isCaptchaRequired();
+    bool isCaptchaRequired() { return !mService.hasServiceTags(); }
     bool isKeLAccountConfigured();
 
     /// No token: what needs one goes through the sign-on session.
-    QString getToken(const QString& consumerKey) override;
+    QString getToken(const QString& /*consumerKey*/) override { return {}; }
 
     /// HMAC-SHA1 of the base string under the consumer secret alone (RFC 5849 section 3.4.2 with an
     /// empty token secret). The other arguments do not matter.
@@ -211,7 +190,8 @@ private Q_SLOTS:
     void processSetSecurityQuestionCompleted(int error);
     void processChangePasswordCompleted(int error);
     void processUserIdUpdateCompleted(int error);
-    void processUpdateDeviceInfoResponse(int error);
+    /// Sent along with a set-up, which does not depend on it.
+    void processUpdateDeviceInfoResponse(int /*error*/) {}
     void processensureTokenResponse(int error);
     void processCloseResponse(int error);
     void processCredentialStoringStatusUpdate(bool stored, quint32 credentialId);
@@ -220,153 +200,84 @@ private Q_SLOTS:
     void getCountryCode(KelAccount::CallId call);
 
 private:
-    class Steps;
-
-    KelRestHandler::TimeStampManager& clockOfServer() const;
-    KelRestHandler::ObcMgrWrapper& serviceTags();
+    using Rest = KelRestHandler::RESTRequestHandler;
+    using Session = KelAuthSessionInterface;
+    using Self = KelAccountsPrivate;
 
     void connectRestHandler();
     void connectSession();
     void createSetUp();
     void createSignOut();
-
-    /// A call and the answer that it gets when it is refused.
-    struct Call
-    {
-        ResponseType type;
-        CallId id;
-    };
-    /// An answer that is being emitted, and the ones in whose slots that happens.
-    struct Answering
-    {
-        CallId call;
-        AnswerDetails details;
-        Answering* outer;
-        bool isAbandoned = false;
-    };
-    /// A request under way and, when it was handed out, the request itself.
-    struct Request
-    {
-        CallId call;
-        std::unique_ptr<KelRestHandler::OAuthRequest> handedOut;
-    };
-
-    CallId newCall();
-    Call newCall(ResponseType type) { return {type, newCall()}; }
-    bool isAwaited(CallId call) const { return mUnanswered.count(call) != 0; }
-    /// Calls `emitSignals`, unless the call was abandoned. 0 is an answer that no call is known of.
-    /// False when it was, before or in a slot. This object may be gone when it returns.
-    bool answer(CallId call, AnswerDetails details, const std::function<void()>& emitSignals);
-    /// The same for an answer of the REST layer, or of the session, whose status is all to be told.
-    void answerRequest(int requestId, int status, const std::function<void()>& emitSignals);
-    void answerRequest(int status, const std::function<void()>& emitSignals);
-    void answerSession(int status, const std::function<void()>& emitSignals);
-
-    /// False, with the answer posted, when this thread was told not to wait for the tag.
-    bool loadServiceTag(Call call, const QString& operation);
-    void deferError(Call call, ErrorStatus error);
-    /// Posts the refusal of a call with bad arguments, or before initialize(); false without one.
-    bool isRefused(Call call, bool argumentsAreGood);
-    /// Notes the request that was sent, or posts the answer of one that could not be, after a line
-    /// that names it.
-    void noteSent(int result, Call call, const char* failure,
-                  KelRestHandler::OAuthRequest* handedOut = nullptr);
-    CallId takeRequest(int requestId);
-
-    /// The same for a call that needs the session: also during a set-up or a sign-out.
-    bool isSessionRefused(Call call);
-    /// Why such a call is refused; ErrorNone when it is not.
-    ErrorStatus sessionRefusal() const;
-    void answerSignOut(CallId call, int status);
-    /// False, with the refusal posted, when no session can be had, when the call was abandoned
-    /// while it waited for one, or when this object came to its end in that: then nothing of it may
-    /// be used.
-    bool openSession(Call call);
-    bool openSession(Call call, quint32 credentialsId);
-    /// The same without posting anything; 0 stands for the device account's credentials.
-    bool createSession(quint32 credentialsId);
-
-    bool isSetUpRefused(Call call, bool argumentsAreGood);
-    // Steps of the set-up, which AccountSetUp takes.
-    void signIn();
-    void registerAccount();
+    bool answerSetUp(OpenCall call, int status, const QVariantMap& result, bool later);
     void processErrorDuringStoreCredentials();
-    int configureAccountOnFramework(const SignOn::SessionData& data);
 
+    OpenCall newCall(ResponseType type) { return {type, mCalls.make()}; }
+    void deferError(OpenCall call, ErrorStatus error);
+    /// Posts the answer, unless the call is not refused at all (ErrorNone).
+    bool isRefused(OpenCall call, ErrorStatus error);
+    /// Why a call that needs the session, or sets an account up, is refused.
+    ErrorStatus sessionRefusal(bool argumentsAreGood = true) const;
+    ErrorStatus setUpRefusal(bool argumentsAreGood) const;
+
+    /// Emits the signal, with the answer's status, unless the call was abandoned. False when it
+    /// was, before or in a slot. This object may be gone when it returns.
+    template <class... Carried, class... Values>
+    bool give(const Answer& answer, void (Self::*signal)(ErrorStatus, Carried...),
+              const Values&... values)
+    {
+        return mCalls.answer(answer, [&] {
+            Q_EMIT(this->*signal)(toStatus(answer.details.status), values...);
+        });
+    }
+
+    /// Has the plugin do it, or posts why not.
+    template <class... Taken, class... Given>
+    void askPlugin(ResponseType type, bool argumentsAreGood, void (Session::*operation)(Taken...),
+                   const Given&... arguments);
     void updateRegisterInfoData(const RegistrationInfo& info,
                                 KelRestHandler::RegistrationInfoData* data) const;
 
     KelRestHandler::RESTRequestHandler mRestHandler;
-    QString mConsumerKey;
-    SecretText mConsumerSecret;
-    QString mServerUrl;
-    int mServerIndex = 0;
-    QString mZorService;
-    QString mCaptchaId;     // of the last captcha received
-    QByteArray mServiceTag; // loaded for the request at hand
-    KelRestHandler::ObcMgrWrapper mObcMgrWrapper;
-    KelConfigure* mKelConfigure = nullptr;                      // a child of this object
-    KelAuthSessionInterface* mAuthSessionInterface = nullptr;   // a child of this object
+    Settings mSettings;
+    Calls mCalls;
+    RefuseCall mRefuse;
+    ServiceRoad mService;
+    QString mCaptchaId;                             // of the last captcha received
+    KelConfigure* mKelConfigure;                    // a child of this object
+    KelAuthSessionInterface* mAuthSessionInterface; // a child of this object
+    SessionRoad mPlugin;
     KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
     AccountSetUp* mSetUp = nullptr;                             // a child of this object
     AccountSignOut* mSignOut = nullptr;                         // a child of this object
-    int mInitialized = 0;
-
-    CallId mCallsMade = 0;
-    CallId mLastCall = 0;
-    std::unordered_set<CallId> mUnanswered;     // and not abandoned
-    CallId mSetUpCall = 0;                      // of the set-up under way, or of the last
-    CallId mSignOutCall = 0;                    // of the sign-out
-    std::unordered_map<int, Request> mRequests; // under way, by identifier
-    Answering* mAnswering = nullptr;            // on the stack
 };
 
-/// How a call is refused: by this signal, with the status and nothing in whatever else it carries.
-template <class... Carried>
-struct Refusal
-{
-    KelAccountsPrivate::ResponseType type;
-    void (KelAccountsPrivate::*signal)(ErrorStatus, Carried...);
-};
-template <class... Carried>
-Refusal(KelAccountsPrivate::ResponseType, void (KelAccountsPrivate::*)(ErrorStatus, Carried...))
-    -> Refusal<Carried...>;
-
-/// For each type, in their order.
-constexpr auto refusals = std::make_tuple(
-    Refusal{KelAccountsPrivate::ResponseInitialize, &KelAccountsPrivate::initializeResponse},
-    Refusal{KelAccountsPrivate::ResponseIsUserIdAvailable,
-            &KelAccountsPrivate::isUserIdAvailableResponse},
-    Refusal{KelAccountsPrivate::ResponseCaptchaImage, &KelAccountsPrivate::captchaImageResponse},
-    Refusal{KelAccountsPrivate::ResponseRegisterAccount,
-            &KelAccountsPrivate::registerAccountResponse},
-    Refusal{KelAccountsPrivate::ResponseSecurityQuestionList,
-            &KelAccountsPrivate::securityQuestionListResponse},
-    Refusal{KelAccountsPrivate::ResponseDetectPreAccount,
-            &KelAccountsPrivate::detectPreAccountResponse},
-    Refusal{KelAccountsPrivate::ResponseTermsOfService,
-            &KelAccountsPrivate::termsOfServiceResponse},
-    Refusal{KelAccountsPrivate::ResponseIsEmailIdAvailable,
-            &KelAccountsPrivate::isEmailIdAvailableResponse},
-    Refusal{KelAccountsPrivate::ResponseMarketingVariant,
-            &KelAccountsPrivate::marketingVariantResponse},
-    Refusal{KelAccountsPrivate::ResponseSignInAndConfigure,
-            &KelAccountsPrivate::signInAndConfigureResponse},
-    Refusal{KelAccountsPrivate::ResponseRequestPasswordReset,
-            &KelAccountsPrivate::requestPasswordResetResponse},
-    Refusal{KelAccountsPrivate::ResponseDownloadProfile,
-            &KelAccountsPrivate::downloadProfileResponse},
-    Refusal{KelAccountsPrivate::ResponseUpdateSecurityQuestion,
-            &KelAccountsPrivate::updateSecurityQuestionResponse},
-    Refusal{KelAccountsPrivate::ResponseEnsureTokenAvailable,
-            &KelAccountsPrivate::ensureTokenAvailableResponse},
-    Refusal{KelAccountsPrivate::ResponseChangePassword,
-            &KelAccountsPrivate::changePasswordResponse},
-    Refusal{KelAccountsPrivate::ResponseUserIdUpdate, &KelAccountsPrivate::userIdUpdateResponse},
-    Refusal{KelAccountsPrivate::ResponseRetrievePasswordResetSecQuestion,
-            &KelAccountsPrivate::retrievePasswordResetSecQuestionResponse},
-    Refusal{KelAccountsPrivate::ResponseResetPasswordUsingSecurityQuestion,
-            &KelAccountsPrivate::resetPasswordUsingSecurityQuestionResponse});
+/// For each type, in their order, what it is refused by.
+constexpr auto refusals = [] {
+    using P = KelAccountsPrivate;
+    return std::make_tuple(
+        Refusal{P::ResponseInitialize, &P::initializeResponse},
+        Refusal{P::ResponseIsUserIdAvailable, &P::isUserIdAvailableResponse},
+        Refusal{P::ResponseCaptchaImage, &P::captchaImageResponse},
+        Refusal{P::ResponseRegisterAccount, &P::registerAccountResponse},
+        Refusal{P::ResponseSecurityQuestionList, &P::securityQuestionListResponse},
+        Refusal{P::ResponseDetectPreAccount, &P::detectPreAccountResponse},
+        Refusal{P::ResponseTermsOfService, &P::termsOfServiceResponse},
+        Refusal{P::ResponseIsEmailIdAvailable, &P::isEmailIdAvailableResponse},
+        Refusal{P::ResponseMarketingVariant, &P::marketingVariantResponse},
+        Refusal{P::ResponseSignInAndConfigure, &P::signInAndConfigureResponse},
+        Refusal{P::ResponseRequestPasswordReset, &P::requestPasswordResetResponse},
+        Refusal{P::ResponseDownloadProfile, &P::downloadProfileResponse},
+        Refusal{P::ResponseUpdateSecurityQuestion, &P::updateSecurityQuestionResponse},
+        Refusal{P::ResponseEnsureTokenAvailable, &P::ensureTokenAvailableResponse},
+        Refusal{P::ResponseChangePassword, &P::changePasswordResponse},
+        Refusal{P::ResponseUserIdUpdate, &P::userIdUpdateResponse},
+        Refusal{P::ResponseRetrievePasswordResetSecQuestion,
+                &P::retrievePasswordResetSecQuestionResponse},
+        Refusal{P::ResponseResetPasswordUsingSecurityQuestion,
+                &P::resetPasswordUsingSecurityQuestionResponse});
+}();
+static_assert(coversAllUpTo(KelAccountsPrivate::EndOfResponseTypes, refusals),
+              "a type has no row in refusals, or not in its place");
 
 } // namespace KelAccount
 

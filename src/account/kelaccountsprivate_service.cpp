@@ -2,9 +2,6 @@
 // The operations that need no sign-on session: what the facade hands on, and what becomes of it.
 // They do not look at the state of a set-up, and may run beside one and beside each other.
 #include "account/kelaccountsprivate.h"
-#include "account/tostatus.h"
-#include "common/logging.h"
-#include "device/devicecountrypicker.h"
 #include "rest/request/addressvalue.h"
 
 #include <kelaccount/kelaccounts.h>
@@ -16,68 +13,27 @@ using namespace KelRestHandler;
 
 namespace KelAccount {
 
-namespace {
-
-// The device's country could not be found. The number has no member.
-constexpr int countryUnknown = 807;
-
-// One that cannot stand in an address as it is counts as one that is missing.
-bool isGiven(const QString& argumentInPath)
-{
-    return !argumentInPath.isEmpty() && isWholeInPath(argumentInPath);
-}
-
-bool isGivenLanguage(const QString& language)
-{
-    return !language.isEmpty() && isWholeInQuery(language);
-}
-
-} // namespace
-
 void KelAccountsPrivate::connectRestHandler()
 {
-    using Handler = RESTRequestHandler;
-    using Self = KelAccountsPrivate;
-    connect(&mRestHandler, &Handler::userNameAvailabilityResponse, this,
+    connect(&mRestHandler, &Rest::userNameAvailabilityResponse, this,
             &Self::processUserNameAvailResponse);
-    connect(&mRestHandler, &Handler::retrieveCaptchaImageResponse, this,
+    connect(&mRestHandler, &Rest::retrieveCaptchaImageResponse, this,
             &Self::processCaptchaImageResponse);
-    connect(&mRestHandler, &Handler::retrieveSecQueListResponse, this,
+    connect(&mRestHandler, &Rest::retrieveSecQueListResponse, this,
             &Self::processSecurityQueListResponse);
-    connect(&mRestHandler, &Handler::detectPreAccountResponse, this,
+    connect(&mRestHandler, &Rest::detectPreAccountResponse, this,
             &Self::processdetectPreAccountResponse);
-    connect(&mRestHandler, &Handler::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
-    connect(&mRestHandler, &Handler::emailIdAvailabilityResponse, this,
+    connect(&mRestHandler, &Rest::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
+    connect(&mRestHandler, &Rest::emailIdAvailabilityResponse, this,
             &Self::processEmailAvailabilityReponse);
-    connect(&mRestHandler, &Handler::queryMarketingVariantResponse, this,
+    connect(&mRestHandler, &Rest::queryMarketingVariantResponse, this,
             &Self::processQueryMarketingVariantResponse);
-    connect(&mRestHandler, &Handler::requestPasswordResetResponse, this,
+    connect(&mRestHandler, &Rest::requestPasswordResetResponse, this,
             &Self::processRequestPasswordResetResponse);
-    connect(&mRestHandler, &Handler::retrieveSecurityQuestionResponse, this,
+    connect(&mRestHandler, &Rest::retrieveSecurityQuestionResponse, this,
             &Self::processRetrieveSecurityQuestionResponse);
-    connect(&mRestHandler, &Handler::passwordResetResponse, this,
+    connect(&mRestHandler, &Rest::passwordResetResponse, this,
             &Self::processPasswordResetUsingSecurityQuestionResponse);
-}
-
-bool KelAccountsPrivate::isRefused(Call call, bool argumentsAreGood)
-{
-    if (!argumentsAreGood)
-        deferError(call, ErrorInvalidParameter);
-    else if (!mInitialized)
-        deferError(call, ErrorInitializationPending);
-    return !argumentsAreGood || !mInitialized;
-}
-
-void KelAccountsPrivate::noteSent(int result, Call call, const char* failure,
-                                  OAuthRequest* handedOut)
-{
-    if (result == 0) {
-        Request request{call.id, std::unique_ptr<OAuthRequest>(handedOut)};
-        mRequests.emplace(mRestHandler.lastRequestId(), std::move(request));
-        return;
-    }
-    qCCritical(logAccount, "%s", failure);
-    deferError(call, ErrorUnabletoSendRequest);
 }
 
 void KelAccounts::isUserIdAvailable(const QString& userId)
@@ -87,13 +43,9 @@ void KelAccounts::isUserIdAvailable(const QString& userId)
 
 void KelAccountsPrivate::isUserIdAvailable(const QString& userId)
 {
-    const Call call = newCall(ResponseIsUserIdAvailable);
-    if (isRefused(call, isGiven(userId)))
-        return;
-    OAuthRequest* request = nullptr;
-    const int result =
-        mRestHandler.sendisUserIdAvailRequest(*this, userId, mConsumerKey, mServerUrl, &request);
-    noteSent(result, call, "Failed to send isUserIdAvailable request", request);
+    mService.ask({newCall(ResponseIsUserIdAvailable), isGivenInPath(userId),
+                  "Failed to send isUserIdAvailable request"},
+                 &Rest::sendisUserIdAvailRequest, userId);
 }
 
 void KelAccounts::retrieveCaptchaImage(int width, int height)
@@ -103,12 +55,9 @@ void KelAccounts::retrieveCaptchaImage(int width, int height)
 
 void KelAccountsPrivate::retrieveCaptchaImage(int width, int height)
 {
-    const Call call = newCall(ResponseCaptchaImage);
-    if (isRefused(call, true))
-        return;
-    noteSent(mRestHandler.sendRetrieveCaptchaImageRequest(*this, width, height, mConsumerKey,
-                                                          mServerUrl),
-             call, "Failed to send retrieveCaptchaImage request");
+    mService.ask(
+        {newCall(ResponseCaptchaImage), true, "Failed to send retrieveCaptchaImage request"},
+        &Rest::sendRetrieveCaptchaImageRequest, width, height);
 }
 
 void KelAccounts::retrieveSecurityQuestionList(const QString& language)
@@ -118,15 +67,11 @@ void KelAccounts::retrieveSecurityQuestionList(const QString& language)
 
 void KelAccountsPrivate::retrieveSecurityQuestionList(const QString& language)
 {
-    const Call call = newCall(ResponseSecurityQuestionList);
-    if (isRefused(call, true))
-        return;
     // The operation checks no argument: what is no language is a request that cannot be sent.
-    const bool sendable = isWholeInQuery(language);
-    noteSent(sendable ? mRestHandler.sendRetrieveSecQueListRequest(*this, language, mConsumerKey,
-                                                                   mServerUrl)
-                      : -1,
-             call, "Failed to send retrieveSecurityQuestionList");
+    mService.ask({newCall(ResponseSecurityQuestionList), true,
+                  "Failed to send retrieveSecurityQuestionList"},
+                 isWholeInQuery(language) ? &Rest::sendRetrieveSecQueListRequest : nullptr,
+                 language);
 }
 
 void KelAccounts::detectPreAccount()
@@ -136,11 +81,9 @@ void KelAccounts::detectPreAccount()
 
 void KelAccountsPrivate::detectPreAccount()
 {
-    const Call call = newCall(ResponseDetectPreAccount);
-    if (isRefused(call, true))
-        return;
-    noteSent(mRestHandler.senddetectPreAccountRequest(*this, mConsumerKey, mServerUrl), call,
-             "Failed to send detectPreAccount request");
+    mService.ask(
+        {newCall(ResponseDetectPreAccount), true, "Failed to send detectPreAccount request"},
+        &Rest::senddetectPreAccountRequest);
 }
 
 void KelAccounts::retrieveTermsOfService(const QString& serviceId, const QString& language,
@@ -152,14 +95,12 @@ void KelAccounts::retrieveTermsOfService(const QString& serviceId, const QString
 void KelAccountsPrivate::retrieveTermsOfService(const QString& serviceId, const QString& language,
                                                 const QString& country, int format)
 {
-    const bool complete = isGiven(serviceId) && isWholeInQuery(language) && isWholeInQuery(country);
-    const Call call = newCall(ResponseTermsOfService);
-    if (isRefused(call, complete))
-        return;
-    noteSent(mRestHandler.sendretrieveTOSRequest(*this, serviceId, language, country,
-                                                 format ? TermsFormatHtml : TermsFormatText,
-                                                 mConsumerKey, mServerUrl),
-             call, "Failed to send retrieveTermsOfService Request");
+    const bool complete =
+        isGivenInPath(serviceId) && isWholeInQuery(language) && isWholeInQuery(country);
+    mService.ask({newCall(ResponseTermsOfService), complete,
+                  "Failed to send retrieveTermsOfService Request"},
+                 &Rest::sendretrieveTOSRequest, serviceId, language, country,
+                 format ? TermsFormatHtml : TermsFormatText);
 }
 
 void KelAccounts::isEmailIdAvailable(const QString& email)
@@ -169,14 +110,10 @@ void KelAccounts::isEmailIdAvailable(const QString& email)
 
 void KelAccountsPrivate::isEmailIdAvailable(const QString& email)
 {
-    const Call call = newCall(ResponseIsEmailIdAvailable);
-    if (isRefused(call, !email.isEmpty()))
-        return;
-    if (!loadServiceTag(call, ServiceTagOperation::emailAvailabilityCheck))
-        return;
-    noteSent(mRestHandler.sendisEmailAddAvailableRequest(*this, email, mServiceTag, mConsumerKey,
-                                                         mServerUrl),
-             call, "Failed to send isEmailIdAvailable Request");
+    mService.ask({newCall(ResponseIsEmailIdAvailable), !email.isEmpty(),
+                  "Failed to send isEmailIdAvailable Request",
+                  ServiceTagOperation::emailAvailabilityCheck},
+                 &Rest::sendisEmailAddAvailableRequest, email, mService.serviceTag());
 }
 
 void KelAccounts::queryMarketingVariant()
@@ -186,11 +123,9 @@ void KelAccounts::queryMarketingVariant()
 
 void KelAccountsPrivate::queryMarketingVariant()
 {
-    const Call call = newCall(ResponseMarketingVariant);
-    if (isRefused(call, true))
-        return;
-    noteSent(mRestHandler.sendQueryMarketingRequest(*this, mConsumerKey, mServerUrl), call,
-             "Failed to send queryMarketingVariant Request");
+    mService.ask(
+        {newCall(ResponseMarketingVariant), true, "Failed to send queryMarketingVariant Request"},
+        &Rest::sendQueryMarketingRequest);
 }
 
 void KelAccounts::requestPasswordReset(const QString& userId, const QString& captchaText,
@@ -202,15 +137,11 @@ void KelAccounts::requestPasswordReset(const QString& userId, const QString& cap
 void KelAccountsPrivate::requestPasswordReset(const QString& userId, const QString& captchaText,
                                               bool sendMessage, const QString& messageBody)
 {
-    const Call call = newCall(ResponseRequestPasswordReset);
-    if (isRefused(call, true))
-        return;
-    if (!loadServiceTag(call, ServiceTagOperation::passwordRecovery))
-        return;
-    noteSent(mRestHandler.sendresetPasswordRequest(*this, userId, mCaptchaId, captchaText,
-                                                   sendMessage, messageBody, mServiceTag,
-                                                   mConsumerKey, mServerUrl),
-             call, "Failed to send requestPasswordReset Request");
+    mService.ask({newCall(ResponseRequestPasswordReset), true,
+                  "Failed to send requestPasswordReset Request",
+                  ServiceTagOperation::passwordRecovery},
+                 &Rest::sendresetPasswordRequest, userId, mCaptchaId, captchaText, sendMessage,
+                 messageBody, mService.serviceTag());
 }
 
 void KelAccounts::retrievePasswordResetSecQuestion(const QString& userId, const QString& language)
@@ -221,12 +152,10 @@ void KelAccounts::retrievePasswordResetSecQuestion(const QString& userId, const 
 void KelAccountsPrivate::retrievePasswordResetSecQuestion(const QString& userId,
                                                           const QString& language)
 {
-    const Call call = newCall(ResponseRetrievePasswordResetSecQuestion);
-    if (isRefused(call, isGiven(userId) && isGivenLanguage(language)))
-        return;
-    noteSent(mRestHandler.sendRetrieveSecurityQuestionRequest(*this, userId, language, mConsumerKey,
-                                                              mServerUrl),
-             call, "Failed to send retrievePasswordResetSecQuestion");
+    mService.ask({newCall(ResponseRetrievePasswordResetSecQuestion),
+                  isGivenInPath(userId) && isGivenInQuery(language),
+                  "Failed to send retrievePasswordResetSecQuestion"},
+                 &Rest::sendRetrieveSecurityQuestionRequest, userId, language);
 }
 
 void KelAccounts::resetPasswordUsingSecurityQuestion(const QString& userId,
@@ -245,85 +174,54 @@ void KelAccountsPrivate::resetPasswordUsingSecurityQuestion(const QString& userI
                                                             const QString& securityAnswer,
                                                             const QString& language)
 {
-    const bool complete = isGiven(userId) && !securityToken.isEmpty() && !newPassword.isEmpty() &&
-                          !securityAnswer.isEmpty() && isGivenLanguage(language);
-    const Call call = newCall(ResponseResetPasswordUsingSecurityQuestion);
-    if (isRefused(call, complete))
-        return;
-    noteSent(mRestHandler.sendResetPasswordRequest(*this, userId, securityToken, newPassword,
-                                                   securityAnswer, language, mConsumerKey,
-                                                   mServerUrl),
-             call, "Failed to send resetPasswordUsingSecurityQuestion Request");
-}
-
-void KelAccounts::retrieveCountryCode()
-{
-    mPrivate->retrieveCountryCode();
-}
-
-void KelAccountsPrivate::retrieveCountryCode()
-{
-    const CallId call = newCall();
-    QMetaObject::invokeMethod(
-        this, [this, call] { getCountryCode(call); }, Qt::QueuedConnection);
-}
-
-void KelAccountsPrivate::getCountryCode(CallId call)
-{
-    if (!isAwaited(call))
-        return;
-    const QString country = DeviceCountryPicker().deviceCountry();
-    AnswerDetails details;
-    details.status = country.isEmpty() ? countryUnknown : ErrorNone;
-    answer(call, details, [&] {
-        Q_EMIT retrieveCountryCodeResponse(toStatus(details.status),
-                                           country.isEmpty() ? QLatin1String("") : country);
-    });
+    const bool complete = isGivenInPath(userId) && !securityToken.isEmpty() &&
+                          !newPassword.isEmpty() && !securityAnswer.isEmpty() &&
+                          isGivenInQuery(language);
+    mService.ask({newCall(ResponseResetPasswordUsingSecurityQuestion), complete,
+                  "Failed to send resetPasswordUsingSecurityQuestion Request"},
+                 &Rest::sendResetPasswordRequest, userId, securityToken, newPassword,
+                 securityAnswer, language);
 }
 
 void KelAccountsPrivate::processUserNameAvailResponse(UserNameAvailabilityResponse response)
 {
-    answerRequest(response.requestId, response.status, [&] {
-        Q_EMIT isUserIdAvailableResponse(toStatus(response.status), response.available,
-                                         response.suggestions);
-    });
+    give(mService.answer(response.requestId, response.status), &Self::isUserIdAvailableResponse,
+         response.available, response.suggestions);
 }
 
 void KelAccountsPrivate::processCaptchaImageResponse(int error, const QPixmap& image,
                                                      QString captchaId)
 {
     mCaptchaId = captchaId;
-    const AnsweredRequest& answered = mRestHandler.answering();
-    answerRequest(answered.details.status, [&] {
+    const Answer answer = mService.answer(mRestHandler.answering().details.status);
+    mCalls.answer(answer, [&] {
         const QPointer<KelAccountsPrivate> alive(this);
         Q_EMIT captchaImageResponse(toStatus(error), image);
-        if (alive && !mAnswering->isAbandoned)
+        if (alive && !mCalls.isAnsweredInVain())
             Q_EMIT retrieveCaptchaImageResponse(toStatus(error), image, captchaId);
     });
 }
 
 void KelAccountsPrivate::processSecurityQueListResponse(int error, QVariantMap questions)
 {
-    answerRequest(error, [&] { Q_EMIT securityQuestionListResponse(toStatus(error), questions); });
+    give(mService.answer(error), &Self::securityQuestionListResponse, questions);
 }
 
 void KelAccountsPrivate::processdetectPreAccountResponse(int error, PreAccountInfo info)
 {
-    answerRequest(error, [&] { Q_EMIT detectPreAccountResponse(toStatus(error), info); });
+    give(mService.answer(error), &Self::detectPreAccountResponse, info);
 }
 
 void KelAccountsPrivate::processRetrieveTOSReponse(TermsUrlsResponse response)
 {
-    answerRequest(response.status,
-                  [&] { Q_EMIT termsOfServiceResponse(toStatus(response.status), response.urls); });
+    give(mService.answer(response.status), &Self::termsOfServiceResponse, response.urls);
 }
 
 void KelAccountsPrivate::processEmailAvailabilityReponse(int error)
 {
     // That the address is taken is an answer, not a failure.
     const int status = error == ErrorOperationFailed ? ErrorNone : error;
-    answerRequest(status,
-                  [&] { Q_EMIT isEmailIdAvailableResponse(toStatus(status), error == ErrorNone); });
+    give(mService.answer(status), &Self::isEmailIdAvailableResponse, error == ErrorNone);
 }
 
 void KelAccountsPrivate::processQueryMarketingVariantResponse(int error,
@@ -332,15 +230,13 @@ void KelAccountsPrivate::processQueryMarketingVariantResponse(int error,
     constexpr int first = 1;
     constexpr int last = 4;
     const bool known = variant >= first && variant <= last;
-    answerRequest(error, [&] {
-        Q_EMIT marketingVariantResponse(toStatus(error),
-                                        known ? variant : static_cast<ConsentQueryVariant>(0));
-    });
+    give(mService.answer(error), &Self::marketingVariantResponse,
+         known ? variant : static_cast<ConsentQueryVariant>(0));
 }
 
 void KelAccountsPrivate::processRequestPasswordResetResponse(int error)
 {
-    answerRequest(error, [&] { Q_EMIT requestPasswordResetResponse(toStatus(error)); });
+    give(mService.answer(error), &Self::requestPasswordResetResponse);
 }
 
 void KelAccountsPrivate::processRetrieveSecurityQuestionResponse(SecurityQuestionResponse response)
@@ -351,17 +247,13 @@ void KelAccountsPrivate::processRetrieveSecurityQuestionResponse(SecurityQuestio
         {ResultKey::securityQuestionId, question.passwordQuestionId},
         {ResultKey::securityQuestionText, question.passwordQuestionText},
     };
-    answerRequest(response.status, [&] {
-        Q_EMIT retrievePasswordResetSecQuestionResponse(toStatus(response.status), map);
-    });
+    give(mService.answer(response.status), &Self::retrievePasswordResetSecQuestionResponse, map);
 }
 
 void KelAccountsPrivate::processPasswordResetUsingSecurityQuestionResponse(
     RESTResponseBase response)
 {
-    answerRequest(response.status, [&] {
-        Q_EMIT resetPasswordUsingSecurityQuestionResponse(toStatus(response.status));
-    });
+    give(mService.answer(response.status), &Self::resetPasswordUsingSecurityQuestionResponse);
 }
 
 } // namespace KelAccount

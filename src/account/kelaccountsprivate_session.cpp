@@ -1,168 +1,122 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The operations through the sign-on session.
+// The operations through the sign-on session, and what sets the device account up and takes it
+// down.
 #include "account/accountsetup.h"
 #include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/profileconversion.h"
-#include "account/tostatus.h"
+#include "account/records/registrationconversion.h"
+#include "account/setupsteps.h"
 #include "common/logging.h"
-#include "signon/kelauthsessioninterface.h"
+#include "configure/kelconfigure.h"
 #include "signon/zorauthsessionprivatedata.h"
 
 #include <kelaccount/profileinfo.h>
 
 #include <QPointer>
 
+#include <memory>
 #include <new>
 
 using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
 namespace KelAccount {
 
-bool KelAccountsPrivate::isSessionRefused(Call call)
+void KelAccountsPrivate::connectSession()
 {
-    const ErrorStatus refusal = sessionRefusal();
-    if (refusal != ErrorNone)
-        deferError(call, refusal);
-    return refusal != ErrorNone;
+    const Session* const session = mAuthSessionInterface;
+    connect(session, &Session::signInResponse, this, &Self::processSignInCompleted);
+    connect(session, &Session::downloadProfileResponse, this,
+            &Self::processdownloadProfileCompleted);
+    connect(session, &Session::setSecurityQuestionResponse, this,
+            &Self::processSetSecurityQuestionCompleted);
+    connect(session, &Session::registerationCompleted, this, &Self::processregisterAccountResponse);
+    connect(session, &Session::changePasswordResponse, this, &Self::processChangePasswordCompleted);
+    connect(session, &Session::userIdUpdateResponse, this, &Self::processUserIdUpdateCompleted);
+    connect(session, &Session::updateDeviceInfoResponse, this,
+            &Self::processUpdateDeviceInfoResponse);
+    connect(session, &Session::ensureTokenResponse, this, &Self::processensureTokenResponse);
+    connect(session, &Session::closeResponse, this, &Self::processCloseResponse);
+    connect(mKelConfigure, &KelConfigure::storeUserCredentialsStatus, this,
+            &Self::processCredentialStoringStatusUpdate);
+    connect(mKelConfigure, &KelConfigure::configureAccountStatus, this,
+            &Self::processAccountStoringStatusUpdate);
 }
 
-ErrorStatus KelAccountsPrivate::sessionRefusal() const
+ErrorStatus KelAccountsPrivate::sessionRefusal(bool argumentsAreGood) const
 {
-    if (!mInitialized)
+    if (!mSettings.areGiven())
         return ErrorInitializationPending;
     if (mSetUp->pending() != AccountSetUp::None || mSignOut->isUnderWay())
         return ErrorAccountConfigurationInProgress;
-    return ErrorNone;
+    return argumentsAreGood ? ErrorNone : ErrorInvalidParameter;
 }
 
-bool KelAccountsPrivate::createSession(quint32 credentialsId)
+ErrorStatus KelAccountsPrivate::setUpRefusal(bool argumentsAreGood) const
 {
-    const QPointer<KelAccountsPrivate> alive(this);
-    const bool open = mAuthSessionInterface->createAuthSession(
-        mConsumerKey, mConsumerSecret, mZorService, mServerIndex, credentialsId);
-    // Waiting for the plugin runs the event loop, and an application may do anything there.
-    return alive && open;
+    const ErrorStatus refusal = sessionRefusal();
+    if (refusal == ErrorNone && mKelConfigure->isKelAccountPresent())
+        return ErrorAccountAlreadyPresent;
+    return refusal == ErrorNone && !argumentsAreGood ? ErrorInvalidParameter : refusal;
 }
 
-bool KelAccountsPrivate::openSession(Call call)
+template <class... Taken, class... Given>
+void KelAccountsPrivate::askPlugin(ResponseType type, bool argumentsAreGood,
+                                   void (Session::*operation)(Taken...), const Given&... arguments)
 {
-    return openSession(call, mSetUp->sessionCredentials());
-}
-
-bool KelAccountsPrivate::openSession(Call call, quint32 credentialsId)
-{
-    const QPointer<KelAccountsPrivate> alive(this);
-    const bool open = createSession(credentialsId);
-    if (!alive)
-        return false;
-    mLastCall = call.id;
-    if (!isAwaited(call.id))
-        return false;
-    if (!open)
-        deferError(call, ErrorFailedToEstablishZorAuthSession);
-    mAuthSessionInterface->setCaller(call.id);
-    return open;
+    const OpenCall call = newCall(type);
+    if (!isRefused(call, sessionRefusal(argumentsAreGood)))
+        mPlugin.ask(call, mSetUp->sessionCredentials(), operation, arguments...);
 }
 
 void KelAccountsPrivate::downloadProfile()
 {
-    const Call call = newCall(ResponseDownloadProfile);
-    if (!isSessionRefused(call) && openSession(call))
-        mAuthSessionInterface->downloadProfile();
+    askPlugin(ResponseDownloadProfile, true, &Session::downloadProfile);
 }
 
 void KelAccountsPrivate::updateSecurityQuestion(const QString& question, const QString& answer)
 {
-    const Call call = newCall(ResponseUpdateSecurityQuestion);
-    if (!isSessionRefused(call) && openSession(call))
-        mAuthSessionInterface->setSecurityQuestion(question, answer);
+    askPlugin(ResponseUpdateSecurityQuestion, true, &Session::setSecurityQuestion, question,
+              answer);
 }
 
 void KelAccountsPrivate::changePassword(const QString& oldPassword, const QString& newPassword)
 {
-    const Call call = newCall(ResponseChangePassword);
-    if (isSessionRefused(call))
-        return;
-    if (oldPassword.isEmpty() || newPassword.isEmpty()) {
-        deferError(call, ErrorInvalidParameter);
-        return;
-    }
-    if (openSession(call))
-        mAuthSessionInterface->changePassword(oldPassword, newPassword);
+    askPlugin(ResponseChangePassword, !oldPassword.isEmpty() && !newPassword.isEmpty(),
+              &Session::changePassword, oldPassword, newPassword);
 }
 
 void KelAccountsPrivate::userIdUpdate(const QString& userId)
 {
-    const Call call = newCall(ResponseUserIdUpdate);
-    if (isSessionRefused(call))
-        return;
-    if (userId.isEmpty()) {
-        deferError(call, ErrorInvalidParameter);
-        return;
-    }
-    if (openSession(call))
-        mAuthSessionInterface->userIdUpdate(userId);
+    askPlugin(ResponseUserIdUpdate, !userId.isEmpty(), &Session::userIdUpdate, userId);
 }
 
 void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 {
-    const Call call = newCall(ResponseEnsureTokenAvailable);
-    if (isSessionRefused(call))
+    const OpenCall call = newCall(ResponseEnsureTokenAvailable);
+    if (isRefused(call, sessionRefusal()))
         return;
-    if (credentialsId == 0)
-        credentialsId = mSetUp->sessionCredentials();
-    else if (!mSetUp->hasReturned(credentialsId) &&
-             credentialsId != mAuthSessionInterface->retrieveActiveAccountCredId()) {
-        deferError(call, ErrorInvalidParameter);
-        return;
-    }
-    if (openSession(call, credentialsId))
-        mAuthSessionInterface->ensureToken();
-}
-
-void KelAccountsPrivate::createSignOut()
-{
-    const auto openSession = [this](quint32 credentialsId) { return createSession(credentialsId); };
-    mSignOut =
-        new AccountSignOut(*mKelConfigure, *mAuthSessionInterface, *mSetUp, openSession, this);
-    connect(mSignOut, &AccountSignOut::finished, this,
-            [this](int status) { answerSignOut(mSignOutCall, status); });
-}
-
-void KelAccountsPrivate::answerSignOut(CallId call, int status)
-{
-    AnswerDetails details;
-    details.status = status;
-    answer(call, std::move(details), [this, status] { Q_EMIT signOutResponse(toStatus(status)); });
-}
-
-void KelAccountsPrivate::signOut()
-{
-    const CallId call = newCall();
-    const ErrorStatus refusal = sessionRefusal();
-    if (refusal != ErrorNone) {
-        QMetaObject::invokeMethod(
-            this, [this, call, refusal] { answerSignOut(call, refusal); }, Qt::QueuedConnection);
-        return;
-    }
-    mSignOutCall = call;
-    mSignOut->begin();
+    const bool isOurs = credentialsId == 0 || mSetUp->hasReturned(credentialsId) ||
+                        credentialsId == mAuthSessionInterface->retrieveActiveAccountCredId();
+    if (!isRefused(call, isOurs ? ErrorNone : ErrorInvalidParameter))
+        mPlugin.ask(call, credentialsId ? credentialsId : mSetUp->sessionCredentials(),
+                    &Session::ensureToken);
 }
 
 void KelAccountsPrivate::close()
 {
-    const CallId call = newCall();
+    const CallId call = mCalls.make();
     mAuthSessionInterface->setCaller(call);
     const QPointer<KelAccountsPrivate> alive(this);
     mAuthSessionInterface->close();
     if (alive)
-        mLastCall = call;
+        mCalls.returnFrom(call);
 }
 
 void KelAccountsPrivate::processdownloadProfileCompleted(int error, const SignOn::SessionData& data)
 {
-    answerSession(error, [&] {
+    const Answer answer = mPlugin.answer(error);
+    mCalls.answer(answer, [&] {
         auto* const profile = new (std::nothrow) ProfileInfo(this);
         if (!profile) {
             qCCritical(logAccount, "Unexpected error.. profileData object creation failed");
@@ -177,32 +131,27 @@ void KelAccountsPrivate::processdownloadProfileCompleted(int error, const SignOn
 
 void KelAccountsPrivate::processSetSecurityQuestionCompleted(int error)
 {
-    answerSession(error, [&] { Q_EMIT updateSecurityQuestionResponse(toStatus(error)); });
+    give(mPlugin.answer(error), &Self::updateSecurityQuestionResponse);
 }
 
 void KelAccountsPrivate::processChangePasswordCompleted(int error)
 {
-    answerSession(error, [&] { Q_EMIT changePasswordResponse(toStatus(error)); });
+    give(mPlugin.answer(error), &Self::changePasswordResponse);
 }
 
 void KelAccountsPrivate::processUserIdUpdateCompleted(int error)
 {
-    answerSession(error, [&] { Q_EMIT userIdUpdateResponse(toStatus(error)); });
-}
-
-// Sent along with a set-up, which does not depend on it.
-void KelAccountsPrivate::processUpdateDeviceInfoResponse(int /*error*/)
-{
+    give(mPlugin.answer(error), &Self::userIdUpdateResponse);
 }
 
 void KelAccountsPrivate::processensureTokenResponse(int error)
 {
-    answerSession(error, [&] { Q_EMIT ensureTokenAvailableResponse(toStatus(error)); });
+    give(mPlugin.answer(error), &Self::ensureTokenAvailableResponse);
 }
 
 void KelAccountsPrivate::processCloseResponse(int error)
 {
-    answerSession(error, [&] { Q_EMIT closeResponse(toStatus(error)); });
+    give(mPlugin.answer(error), &Self::closeResponse);
 }
 
 } // namespace KelAccount

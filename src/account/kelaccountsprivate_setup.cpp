@@ -1,60 +1,59 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Setting the device account up: what AccountSetUp has this object do, and what it is told.
+// Setting the device account up and signing out: what becomes of the calls, and what the two are
+// told.
 #include "account/accountsetup.h"
+#include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/registrationconversion.h"
+#include "account/setupsteps.h"
 #include "common/logging.h"
-#include "configure/kelconfigure.h"
-#include "signon/kelauthsessioninterface.h"
 
-#include <SignOn/SessionData>
-
-#include <kelaccount/registrationinfo.h>
+#include <memory>
+#include <utility>
 
 using namespace KelRestHandler;
 
 namespace KelAccount {
 
-KelAccountsPrivate::~KelAccountsPrivate()
+void KelAccountsPrivate::createSetUp()
 {
-    mSetUp->handle(SetUpStates::Event::Abandoned);
+    auto steps = std::make_unique<DeviceSetUpSteps>(
+        *mKelConfigure, *mAuthSessionInterface, mRegistrationInfoData,
+        [this](quint32 credentialsId) { return mPlugin.open(credentialsId); },
+        [this](const auto&... outcome) { return answerSetUp(outcome...); });
+    mSetUp = new AccountSetUp(std::move(steps), this);
 }
 
-bool KelAccountsPrivate::isSetUpRefused(Call call, bool argumentsAreGood)
+bool KelAccountsPrivate::answerSetUp(OpenCall call, int status, const QVariantMap& result,
+                                     bool later)
 {
-    if (isSessionRefused(call))
-        return true;
-    if (mKelConfigure->isKelAccountPresent()) {
-        deferError(call, ErrorAccountAlreadyPresent);
+    if (later) {
+        deferError(call, toStatus(status));
         return true;
     }
-    if (!argumentsAreGood) {
-        deferError(call, ErrorInvalidParameter);
-        return true;
-    }
-    return false;
+    return give({call.id, status},
+                call.type == ResponseSignInAndConfigure ? &Self::signInAndConfigureResponse
+                                                        : &Self::registerAccountResponse,
+                result);
 }
 
 void KelAccountsPrivate::signInAndConfigure(const QString& userName, const QString& password,
                                             bool configureOnDb)
 {
-    const Call call = newCall(ResponseSignInAndConfigure);
-    if (isSetUpRefused(call, !userName.isEmpty() && !password.isEmpty()))
-        return;
-    mSetUpCall = call.id;
-    mSetUp->begin(AccountSetUp::SignIn, userName, password, configureOnDb);
+    const OpenCall call = newCall(ResponseSignInAndConfigure);
+    if (!isRefused(call, setUpRefusal(!userName.isEmpty() && !password.isEmpty())))
+        mSetUp->begin(call, AccountSetUp::SignIn, userName, password, configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool configureOnDb)
 {
-    const Call call = newCall(ResponseRegisterAccount);
-    if (isSetUpRefused(call, isComplete(info)))
-        return;
-    mSetUpCall = call.id;
-    if (!loadServiceTag(call, ServiceTagOperation::registration))
+    const OpenCall call = newCall(ResponseRegisterAccount);
+    if (isRefused(call, setUpRefusal(isComplete(info))) ||
+        !mService.loadServiceTag(call, ServiceTagOperation::registration))
         return;
     updateRegisterInfoData(info, &mRegistrationInfoData);
-    mSetUp->begin(AccountSetUp::Registration, signInName(info), info.password(), configureOnDb);
+    mSetUp->begin(call, AccountSetUp::Registration, signInName(info), info.password(),
+                  configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(QObject* info, bool configureOnDb)
@@ -68,7 +67,7 @@ void KelAccountsPrivate::registerAccount(QObject* info, bool configureOnDb)
 void KelAccountsPrivate::updateRegisterInfoData(const RegistrationInfo& info,
                                                 RegistrationInfoData* data) const
 {
-    *data = toRegistrationInfoData(info, mCaptchaId, mServiceTag);
+    *data = toRegistrationInfoData(info, mCaptchaId, mService.serviceTag());
 }
 
 void KelAccountsPrivate::processCredentialStoringStatusUpdate(bool stored, quint32 credentialId)
@@ -84,16 +83,6 @@ void KelAccountsPrivate::processCredentialStoringStatusUpdate(bool stored, quint
 void KelAccountsPrivate::processErrorDuringStoreCredentials()
 {
     mSetUp->handle(SetUpStates::Event::NotStored);
-}
-
-void KelAccountsPrivate::signIn()
-{
-    mAuthSessionInterface->signIn();
-}
-
-void KelAccountsPrivate::registerAccount()
-{
-    mAuthSessionInterface->registerAccount(&mRegistrationInfoData);
 }
 
 void KelAccountsPrivate::processSignInCompleted(int error, const SignOn::SessionData& data)
@@ -113,14 +102,30 @@ void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
                    stored ? ErrorNone : ErrorFailedToConfigureAccount);
 }
 
-int KelAccountsPrivate::configureAccountOnFramework(const SignOn::SessionData& data)
+void KelAccountsPrivate::createSignOut()
 {
-    if (!mSetUp->wantsAccount())
-        return 0;
-    QString name = data.getProperty(QStringLiteral("UserId")).toString();
-    if (name.isEmpty())
-        name = data.getProperty(QStringLiteral("LoginId")).toString();
-    return mKelConfigure->configureAccount(name, mSetUp->credentialsId());
+    mSignOut = new AccountSignOut(
+        *mKelConfigure, *mAuthSessionInterface, *mSetUp,
+        [this](quint32 credentialsId) { return mPlugin.open(credentialsId); }, this);
+    connect(mSignOut, &AccountSignOut::finished, this, [this](CallId call, int status) {
+        give({call, status}, &Self::signOutResponse);
+    });
+}
+
+void KelAccountsPrivate::signOut()
+{
+    const CallId call = mCalls.make();
+    const ErrorStatus refusal = sessionRefusal();
+    if (refusal != ErrorNone) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, call, refusal] {
+                give({call, refusal}, &Self::signOutResponse);
+            },
+            Qt::QueuedConnection);
+        return;
+    }
+    mSignOut->begin(call);
 }
 
 } // namespace KelAccount

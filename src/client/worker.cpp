@@ -55,7 +55,7 @@ void Worker::onRing()
 // has to find it from the beginning.
 void Worker::perform(HandOver::Order& order, const HandOver::Call& before)
 {
-    const CallId id = mAccounts.nextCall();
+    const CallId id = mAccounts.calls().next();
     order.call->id = id;
     mRunning.emplace(id, order.call);
     const std::optional<Ending> ending = order.operation(mAccounts);
@@ -79,7 +79,7 @@ void Worker::abandon(const HandOver::Call& call)
 // How the operation ended whose answer is being given.
 void Worker::finish(const AnyResult& result, int status)
 {
-    const auto running = mRunning.find(mAccounts.answeredCall());
+    const auto running = mRunning.find(mAccounts.calls().answered());
     if (running == mRunning.end())
         return;
     const HandOver::Call call = std::move(running->second);
@@ -90,7 +90,7 @@ void Worker::finish(const AnyResult& result, int status)
             mAccounts.abandon(call->id);
         return;
     }
-    const std::chrono::seconds wait(qMax(0, mAccounts.answerDetails().retryAfterSeconds));
+    const std::chrono::seconds wait(qMax(0, mAccounts.calls().answerDetails().retryAfterSeconds));
     const auto suggested = suggestedWait(wait, QRandomGenerator::global()->generate());
     mHandOver->answer(call, {nullptr, failureOf(status, suggested)});
 }
@@ -128,7 +128,7 @@ void Worker::connectAnswers()
     answerBy(&Accounts::retrievePasswordResetSecQuestionResponse, recoveryQuestion);
     answerBy(&Accounts::retrieveCountryCodeResponse, country);
     answerBy(&Accounts::securityQuestionListResponse, [this](const QVariantMap& questions) {
-        return securityQuestions(questions, mAccounts.answerDetails());
+        return securityQuestions(questions, mAccounts.calls().answerDetails());
     });
     answerBy(&Accounts::downloadProfileResponse, [](ProfileInfo* info) { return profile(info); });
     connectCaptcha();
@@ -139,13 +139,13 @@ void Worker::connectCaptcha()
 {
     QObject::connect(&mAccounts, &Accounts::captchaImageResponse, &mBell,
                      [this](ErrorStatus status) {
-                         const int real = trueStatus(status, mAccounts.answerDetails());
+                         const int real = trueStatus(status, mAccounts.calls().answerDetails());
                          if (real != ErrorNone)
                              finish(nullptr, real);
                      });
     QObject::connect(&mAccounts, &Accounts::retrieveCaptchaImageResponse, &mBell,
                      [this](ErrorStatus, const QPixmap&, const QString& id) {
-                         finish(captcha(id, mAccounts.answerDetails()), ErrorNone);
+                         finish(captcha(id, mAccounts.calls().answerDetails()), ErrorNone);
                      });
 }
 

@@ -23,6 +23,7 @@ using SetUpStates::State;
 namespace {
 
 constexpr quint32 credentials = 7;
+constexpr OpenCall call{3, 30};
 constexpr int pluginsError = 615;
 
 template <class Enum>
@@ -59,9 +60,9 @@ struct FakeSteps : public SetUpSteps
         calls.append("look"_s);
         return false;
     }
-    bool createAccount(const SignOn::SessionData& /*data*/) override
+    bool createAccount(quint32 id, const SignOn::SessionData& /*data*/) override
     {
-        calls.append("create"_s);
+        calls.append("create %1"_s.arg(id));
         return true;
     }
     void reportDevice() override { calls.append("report"_s); }
@@ -75,9 +76,11 @@ struct FakeSteps : public SetUpSteps
         calls.append((next ? "take all back %1"_s : "remove all unseen %1"_s).arg(id));
         onTakenBack = next;
     }
-    bool answer(int kind, int status, const QVariantMap& result, bool later) override
+    bool answer(OpenCall its, int status, const QVariantMap& result, bool later) override
     {
-        const QString line = "answer %1 %2%3"_s.arg(kind).arg(status);
+        if (its.type != call.type)
+            calls.append("another type"_s);
+        const QString line = "answer %1 %2%3"_s.arg(its.id).arg(status);
         answers.append(line.arg(later ? " later"_s : QString()));
         calls.append(answers.last());
         if (result.isEmpty() != (status != ErrorNone))
@@ -95,15 +98,15 @@ QString firstStepOf(State state, Action action)
     case Action::Store:
         return "store"_s;
     case Action::Refuse:
-        return "answer 2 800 later"_s;
+        return "answer 30 800 later"_s;
     case Action::Announce:
-        return "answer 2 800"_s;
+        return "answer 30 800"_s;
     case Action::OpenSession:
         return "open 7"_s;
     case Action::AskPlugin:
         return "ask 2"_s;
     case Action::Create:
-        return "create"_s;
+        return "create 7"_s;
     case Action::Complete:
         return "report"_s;
     case Action::TakeBack:
@@ -111,7 +114,7 @@ QString firstStepOf(State state, Action action)
     case Action::TakeAllBack:
         return state == State::Idle ? "take all back 0"_s : "take all back 7"_s;
     case Action::Answer: // nothing has failed while it was stored in vain
-        return state == State::TakingBack ? "answer 2 615"_s : "answer 2 405"_s;
+        return state == State::TakingBack ? "answer 30 615"_s : "answer 30 405"_s;
     case Action::RemoveUnseen:
         return "remove unseen 7"_s;
     case Action::RemoveAllUnseen:
@@ -226,7 +229,7 @@ private Q_SLOTS:
     void aSetUpThatIsWithdrawnLeavesNothing_data()
     {
         columns<int, QStringList>("state", "steps");
-        const QString answer = "answer 2 405"_s;
+        const QString answer = "answer 30 405"_s;
         const QStringList takenBack = {"take back 7"_s, answer};
         QTest::newRow("while the daemon stores") << int(State::Storing) << takenBack;
         QTest::newRow("while the plugin works") << int(State::Asking) << takenBack;
@@ -237,7 +240,11 @@ private Q_SLOTS:
     void aSetUpThatIsWithdrawnLeavesNothing()
     {
         QFETCH(int, state);
-        at(State(state), [this] { mSetUp->handle(Event::Withdrawn); });
+        at(State(state), [this] {
+            mSetUp->withdraw(call.id + 1);
+            QCOMPARE(mSteps->calls, QStringList());
+            mSetUp->withdraw(call.id);
+        });
         QVERIFY(mSetUp->pending() != AccountSetUp::None);
         goOn();
         QTEST(mSteps->calls, "steps");
@@ -253,8 +260,8 @@ private Q_SLOTS:
         QCOMPARE(mSetUp->pending(), int(AccountSetUp::Registration));
         QVERIFY(!mSetUp->hasReturned(credentials));
         goOn();
-        const QStringList steps = {"report"_s, "answer 2 0"_s, "take all back 7"_s,
-                                   "answer 2 405"_s};
+        const QStringList steps = {"report"_s, "answer 30 0"_s, "take all back 7"_s,
+                                   "answer 30 405"_s};
         QCOMPARE(mSteps->calls, steps);
         QCOMPARE(mSetUp->sessionCredentials(), 0U);
     }
@@ -266,7 +273,7 @@ private Q_SLOTS:
         QTRY_COMPARE(mSetUp->state(), State::TakingBack);
         QCOMPARE(mSteps->calls, QStringList("take back 7"_s));
         mSteps->onTakenBack();
-        QCOMPARE(mSteps->answers, QStringList("answer 2 805"_s));
+        QCOMPARE(mSteps->answers, QStringList("answer 30 805"_s));
     }
 
     void aSetUpThatGetsTheAccountsInTheEndGoesOn()
@@ -277,7 +284,7 @@ private Q_SLOTS:
         QCOMPARE(mOther.tryTake(), AccountsLock::Busy);
         mSetUp->handle(Event::AccountStored);
         QCOMPARE(mOther.tryTake(), AccountsLock::Taken);
-        QCOMPARE(mSteps->answers, QStringList("answer 2 0"_s));
+        QCOMPARE(mSteps->answers, QStringList("answer 30 0"_s));
     }
 
 private:
@@ -314,7 +321,7 @@ private:
         if (state == State::Reserving)
             QCOMPARE(mOther.tryTake(), AccountsLock::Taken);
         if (state != State::Idle)
-            mSetUp->begin(AccountSetUp::Registration, "n"_s, "p"_s, true);
+            mSetUp->begin(call, AccountSetUp::Registration, "n"_s, "p"_s, true);
         if (state == State::Announcing)
             mSetUp->handle(Event::NotStored);
         else if (state != State::Idle && state != State::Storing && state != State::StoringInVain)
@@ -332,7 +339,7 @@ private:
     void send(Event event)
     {
         if (event == Event::Begun)
-            mSetUp->begin(AccountSetUp::Registration, "n"_s, "p"_s, true);
+            mSetUp->begin(call, AccountSetUp::Registration, "n"_s, "p"_s, true);
         else if (event == Event::Stored)
             mSetUp->stored(credentials);
         else if (event == Event::Succeeded)

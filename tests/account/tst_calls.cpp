@@ -58,8 +58,8 @@ private Q_SLOTS:
         mRecorder = std::make_unique<FacadeRecorder>(mAccounts.get());
         mAnswered.clear();
         mRecorder->afterwards = [this](const QString&) {
-            mAnswered.append(mOrchestrator->answeredCall());
-            mDetails = mOrchestrator->answerDetails();
+            mAnswered.append(mOrchestrator->calls().answered());
+            mDetails = mOrchestrator->calls().answerDetails();
         };
     }
 
@@ -74,12 +74,12 @@ private Q_SLOTS:
     {
         const Operation operation = rowsOperation();
         begin();
-        const CallId before = mOrchestrator->lastCall();
+        const CallId before = mOrchestrator->calls().last();
         operation.call(*mAccounts);
-        const CallId first = mOrchestrator->lastCall();
+        const CallId first = mOrchestrator->calls().last();
         const int firstRequest = FakeRestHandler::lastRequestId();
         operation.call(*mAccounts);
-        const CallId second = mOrchestrator->lastCall();
+        const CallId second = mOrchestrator->calls().last();
         const int secondRequest = FakeRestHandler::lastRequestId();
         QVERIFY(before != first && first != second && first != 0 && second != 0);
         AnswerDetails details;
@@ -94,15 +94,15 @@ private Q_SLOTS:
         for (const CallId call : qAsConst(mAnswered))
             QCOMPARE(call, first);
         QCOMPARE(mDetails.retryAfterSeconds, -1);
-        QCOMPARE(mOrchestrator->answeredCall(), CallId(0));
+        QCOMPARE(mOrchestrator->calls().answered(), CallId(0));
     }
 
     void aRefusalBearsItsCall_data() { serviceRows(); }
     void aRefusalBearsItsCall()
     {
-        const CallId expected = mOrchestrator->nextCall();
+        const CallId expected = mOrchestrator->calls().next();
         rowsOperation().call(*mAccounts); // before initialize()
-        QCOMPARE(mOrchestrator->lastCall(), expected);
+        QCOMPARE(mOrchestrator->calls().last(), expected);
         QCOMPARE(mAnswered, QList<CallId>());
         QCoreApplication::processEvents();
         QCOMPARE(mAnswered, QList<CallId>({expected}));
@@ -113,11 +113,11 @@ private Q_SLOTS:
     void aRefusalOfAnAbandonedCallIsNotSent()
     {
         rowsOperation().call(*mAccounts);
-        const CallId abandoned = mOrchestrator->lastCall();
+        const CallId abandoned = mOrchestrator->calls().last();
         rowsOperation().call(*mAccounts);
         mOrchestrator->abandon(abandoned);
         QCoreApplication::processEvents();
-        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->calls().last()}));
     }
 
     void anAbandonedCallIsTakenFromTheTransport_data() { serviceRows(); }
@@ -127,7 +127,7 @@ private Q_SLOTS:
         begin();
         const int handedOutBefore = FakeRestHandler::requestsAlive();
         operation.call(*mAccounts);
-        const CallId call = mOrchestrator->lastCall();
+        const CallId call = mOrchestrator->calls().last();
         const int request = FakeRestHandler::lastRequestId();
         mOrchestrator->abandon(call);
         QCOMPARE(FakeRestHandler::abandoned(), QVector<int>({request}));
@@ -142,7 +142,7 @@ private Q_SLOTS:
     {
         begin();
         mAccounts->queryMarketingVariant();
-        const CallId call = mOrchestrator->lastCall();
+        const CallId call = mOrchestrator->calls().last();
         const int request = FakeRestHandler::lastRequestId();
         giveAnswer(request, QueryConsentVariant);
         mOrchestrator->abandon(call);
@@ -158,11 +158,11 @@ private Q_SLOTS:
         mAccounts->retrieveCaptchaImage(80, 40);
         const int request = FakeRestHandler::lastRequestId();
         mRecorder->afterwards = [this](const QString&) {
-            mAnswered.append(mOrchestrator->answeredCall());
-            mOrchestrator->abandon(mOrchestrator->answeredCall());
+            mAnswered.append(mOrchestrator->calls().answered());
+            mOrchestrator->abandon(mOrchestrator->calls().answered());
         };
         giveAnswer(request, RetrieveCaptchaImage);
-        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->calls().last()}));
     }
 
     void aCaptchaHasItsTrueStatusAndItsBytes()
@@ -193,32 +193,32 @@ private Q_SLOTS:
 
     void whatIsAnsweredWithinTheCallBearsIt()
     {
-        const CallId expected = mOrchestrator->nextCall();
+        const CallId expected = mOrchestrator->calls().next();
         // A call within the answer does not take the place of the one that returns.
         mRecorder->afterwards = [this](const QString&) {
-            mAnswered.append(mOrchestrator->answeredCall());
+            mAnswered.append(mOrchestrator->calls().answered());
             if (mAnswered.size() == 1)
                 mAccounts->detectPreAccount();
         };
         initialize();
         QCOMPARE(mAnswered, QList<CallId>({expected}));
-        QCOMPARE(mOrchestrator->lastCall(), expected);
+        QCOMPARE(mOrchestrator->calls().last(), expected);
     }
 
     void closingBearsItsCall()
     {
         mAccounts->close();
-        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->lastCall()}));
+        QCOMPARE(mAnswered, QList<CallId>({mOrchestrator->calls().last()}));
     }
 
     void aSecondInitializeIsRefusedWithItsOwnCall()
     {
         initialize();
-        const CallId first = mOrchestrator->lastCall();
+        const CallId first = mOrchestrator->calls().last();
         initialize();
-        const CallId second = mOrchestrator->lastCall();
+        const CallId second = mOrchestrator->calls().last();
         mAccounts->initValues(QString(), QString(), 0);
-        const CallId third = mOrchestrator->lastCall();
+        const CallId third = mOrchestrator->calls().last();
         QCoreApplication::processEvents();
         QCOMPARE(mAnswered, QList<CallId>({first, second, third}));
     }
@@ -226,9 +226,9 @@ private Q_SLOTS:
     void theCountryCanBeAbandoned()
     {
         mAccounts->retrieveCountryCode();
-        const CallId first = mOrchestrator->lastCall();
+        const CallId first = mOrchestrator->calls().last();
         mAccounts->retrieveCountryCode();
-        const CallId second = mOrchestrator->lastCall();
+        const CallId second = mOrchestrator->calls().last();
         mOrchestrator->abandon(first);
         QTRY_COMPARE(mAnswered, QList<CallId>({second}));
         QCOMPARE(mDetails.status, 807);
@@ -238,7 +238,7 @@ private Q_SLOTS:
     {
         begin();
         mAccounts->queryMarketingVariant();
-        const CallId outer = mOrchestrator->lastCall();
+        const CallId outer = mOrchestrator->calls().last();
         const int outerRequest = FakeRestHandler::lastRequestId();
         CallId afterwards = 0;
         mRecorder->afterwards = [&](const QString&) {
@@ -246,7 +246,7 @@ private Q_SLOTS:
                 return;
             mAccounts->initValues(QString(), QString(), 0);
             QCoreApplication::processEvents(); // answered here
-            afterwards = mOrchestrator->answeredCall();
+            afterwards = mOrchestrator->calls().answered();
         };
         giveAnswer(outerRequest, QueryConsentVariant);
         QCOMPARE(mRecorder->lines().size(), 2);

@@ -131,7 +131,7 @@ private:
     {
         mAnswered.clear();
         mRecorder->afterwards = [this](const QString&) {
-            mAnswered.append(orchestrator()->answeredCall());
+            mAnswered.append(orchestrator()->calls().answered());
             if (const auto steps = std::exchange(mInAnswer, nullptr))
                 steps();
         };
@@ -299,15 +299,15 @@ private:
         word("succeeds",
              [this](const QString& name) { return succeeds(find(facadecalls::setUps(), name)); });
         word("name", [this](const QString& name) {
-            mCalls[name] = orchestrator()->lastCall();
+            mCalls[name] = orchestrator()->calls().last();
             return mCalls[name] != 0;
         });
         word("next", [this](const QString& name) {
-            mCalls[name] = orchestrator()->nextCall();
+            mCalls[name] = orchestrator()->calls().next();
             return mCalls[name] != 0;
         });
         word("last", [this](const QString& name) {
-            return orchestrator()->lastCall() == mCalls.value(name);
+            return orchestrator()->calls().last() == mCalls.value(name);
         });
         word("abandon", [this](const QString& name) {
             orchestrator()->abandon(mCalls.value(name));
@@ -320,7 +320,7 @@ private:
             return same(found.isEmpty() ? "nobody"_s : found.join(QLatin1Char(' ')), names);
         });
         word("answering", [this](const QString& name) {
-            return orchestrator()->answeredCall() == mCalls.value(name) && name == "nobody"_s;
+            return orchestrator()->calls().answered() == mCalls.value(name) && name == "nobody"_s;
         });
         word("withdrawn", [this](const QString&) {
             const auto* const machine = mAccounts->findChild<KelAccount::AccountSetUp*>();

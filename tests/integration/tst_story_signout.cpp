@@ -245,8 +245,8 @@ private Q_SLOTS:
     {
         KelAccount::CallId answered = 0;
         connect(orchestrator(), &KelAccountsPrivate::signOutResponse, this,
-                [&] { answered = orchestrator()->answeredCall(); });
-        const KelAccount::CallId next = orchestrator()->nextCall();
+                [&] { answered = orchestrator()->calls().answered(); });
+        const KelAccount::CallId next = orchestrator()->calls().next();
         QCOMPARE(signOut(), 0);
         QCOMPARE(answered, next);
     }
@@ -255,7 +255,7 @@ private Q_SLOTS:
     {
         QSignalSpy spy(orchestrator(), &KelAccountsPrivate::signOutResponse);
         orchestrator()->signOut();
-        orchestrator()->abandon(orchestrator()->lastCall());
+        orchestrator()->abandon(orchestrator()->calls().last());
         expectEverything(); // which an operation after it shows, too
         QCOMPARE(spy.size(), 0);
         QCOMPARE(signOut(), 0);
@@ -267,7 +267,7 @@ private Q_SLOTS:
         QVERIFY(EmulatedService::orderFaults("delay=100"));
         QSignalSpy spy(orchestrator(), &KelAccountsPrivate::signOutResponse);
         orchestrator()->signOut();
-        const KelAccount::CallId call = orchestrator()->lastCall();
+        const KelAccount::CallId call = orchestrator()->calls().last();
         whenTheFaultIsTaken([this, call] { orchestrator()->abandon(call); });
         QVERIFY(waitUntil([] { return leftOnTheDevice().isEmpty(); }, patienceMs));
         QVERIFY(waitUntil([this] { return !part<AccountSignOut>()->isUnderWay(); }));

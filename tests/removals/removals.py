@@ -32,9 +32,11 @@ RESPONSIBLE = [
     (r"account/texts/", "tst_statustext"),
     (r"account/(records|commonutils)", "tst_publicrecords tst_statustext tst_profile"),
     (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
+    (r"account/(calls|refusal|sentrequests|serviceroad|settings)\.",
+     "tst_callparts tst_calls tst_serviceoperations tst_serviceanswers tst_kelaccounts"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_accountsdatabase "
-     "tst_setupstogether tst_abandonedcalls"),
+     "tst_setupstogether tst_abandonedcalls tst_story_signout"),
     (r"account/", "tst_serviceanswers tst_serviceoperations tst_kelaccounts tst_everymethod tst_calls "
      "tst_abandonedcalls tst_profile tst_sessionoperations tst_registering tst_setup "
      "tst_setupfailures tst_setupstogether tst_story_signout"),
@@ -56,7 +58,7 @@ RESPONSIBLE = [
 PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_registering tst_sessionoperations tst_setup "
                          "tst_setupfailures".split(), "tst_facade_scenarios")
 # Programs that no busy machine makes fail.
-STEADY = set("tst_accountsetup tst_captchapicture tst_captchawithoutgui tst_clientidentification "
+STEADY = set("tst_accountsetup tst_callparts tst_captchapicture tst_captchawithoutgui tst_clientidentification "
              "tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
              "tst_operationcoverage tst_operations tst_publicrecords tst_receivedreply "
              "tst_requestmodel tst_serviceanswers tst_signedaddress tst_signing tst_statustext "

@@ -29,4 +29,14 @@ bool isWholeInQuery(QStringView value)
     return isWholeInPath(value) && hasNoneOf(value, QLatin1String("&="));
 }
 
+bool isGivenInPath(QStringView value)
+{
+    return !value.isEmpty() && isWholeInPath(value);
+}
+
+bool isGivenInQuery(QStringView value)
+{
+    return !value.isEmpty() && isWholeInQuery(value);
+}
+
 } // namespace KelRestHandler

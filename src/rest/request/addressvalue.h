@@ -15,4 +15,8 @@ bool isWholeInPath(QStringView value);
 /// Whether the value also stays one value in a query: without "&" and "=" besides.
 bool isWholeInQuery(QStringView value);
 
+/// The same of a value that must not be missing: one that is not whole counts as if it were.
+bool isGivenInPath(QStringView value);
+bool isGivenInQuery(QStringView value);
+
 } // namespace KelRestHandler
