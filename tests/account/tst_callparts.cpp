@@ -13,7 +13,8 @@
 
 #include <QTest>
 
-#include <memory>
+#include <array>
+#include <new>
 
 using namespace KelAccount;
 using namespace KelTest;
@@ -141,6 +142,7 @@ private Q_SLOTS:
         const bool isHeard = calls.answer({outer, 0}, [&] {
             const bool isInnerHeard = calls.answer({inner, 0}, [&] {
                 QVERIFY(!calls.abandon(outer));
+                QVERIFY(!calls.abandon(inner + 1)); // another changes nothing
                 QVERIFY(!calls.isAnsweredInVain());
             });
             QVERIFY(isInnerHeard);
@@ -153,14 +155,21 @@ private Q_SLOTS:
     // As an application does that deletes the facade in the slot of an answer.
     void theyMayGoWhileTheyAnswer()
     {
-        auto calls = std::make_unique<Calls>();
+        constexpr unsigned char somebodyElses = 0xa5;
+        alignas(Calls) std::array<unsigned char, sizeof(Calls)> place{};
+        auto* const calls = new (place.data()) Calls;
         const CallId outer = calls->make();
         const CallId inner = calls->make();
         bool isInnerHeard = false;
         const bool isHeard = calls->answer({outer, 0}, [&] {
-            isInnerHeard = calls->answer({inner, 0}, [&] { calls.reset(); });
+            isInnerHeard = calls->answer({inner, 0}, [&] {
+                calls->~Calls();
+                place.fill(somebodyElses);
+            });
         });
-        QVERIFY(!calls && isHeard && isInnerHeard);
+        QVERIFY(isHeard && isInnerHeard);
+        for (const unsigned char byte : place)
+            QCOMPARE(byte, somebodyElses);
     }
 
     void aRequestIsItsCallsUntilItIsTaken()
