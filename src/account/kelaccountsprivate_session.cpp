@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The operations through the sign-on session, and what sets the device account up and takes it
-// down.
+// The operations through the sign-on session, and what is told of its answers.
 #include "account/accountsetup.h"
 #include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/profileconversion.h"
-#include "account/records/registrationconversion.h"
-#include "account/setupsteps.h"
 #include "common/logging.h"
 #include "configure/kelconfigure.h"
 #include "signon/zorauthsessionprivatedata.h"
@@ -15,7 +12,6 @@
 
 #include <QPointer>
 
-#include <memory>
 #include <new>
 
 using ZorKeLSignOn::ZorAuthSessionPrivateData;
