@@ -2,9 +2,8 @@
 # Sourced by ./demo and ./test: configures a preset when that is due and builds it.
 # Ninja shows its progress on one line of a terminal and line by line elsewhere.
 
-kel_build() { # PRESET [TARGET...]
+kel_configure() { # PRESET
     local preset=$1 directory="$KEL_ROOT/build/$1" log
-    shift
     if [ ! -f "$directory/build.ninja" ]; then
         echo "==> configuring $preset"
         mkdir -p "$directory"
@@ -16,6 +15,12 @@ kel_build() { # PRESET [TARGET...]
             return 1
         }
     fi
+}
+
+kel_build() { # PRESET [TARGET...]
+    local preset=$1 directory="$KEL_ROOT/build/$1"
+    kel_configure "$preset" || return 1
+    shift
     # Nothing to do: say nothing.
     if [ "$(ninja -C "$directory" -n "$@" 2>/dev/null | tail -n 1)" = "ninja: no work to do." ]; then
         return 0

@@ -2,9 +2,15 @@
 # Every test of these labels once more in each surrounding, as TEST@SURROUNDING with the labels
 # "surroundings" and the surrounding's name. They belong to ctest's configuration "surroundings" and
 # run when that is asked for: ctest -C surroundings -L surroundings
-# "together" is part of every run: most surroundings at once, for the tests that are quick.
+# "together" is part of every run: most surroundings at once, for the tests that are quick. The configuration
+# "ci" has it for all, and of the others those in which something else can differ (docs/testing.md).
+# What is labelled "anywhere" touches neither text nor numbers, times or an order: only "surroundings" has it.
 set(KELACCOUNT_SURROUNDED_LABELS rest account signon story)
 set(KELACCOUNT_SURROUNDED_QUICKLY_LABELS rest quick)
+set(KELACCOUNT_CI_SURROUNDINGS_rest apart ar_EG nolocale)
+set(KELACCOUNT_CI_SURROUNDINGS_quick apart ar_EG nolocale)
+# Processes that hand each other paths and arguments.
+set(KELACCOUNT_CI_SURROUNDINGS_story nolocale)
 
 # What each sets, and what it takes away: a name alone.
 set(KELACCOUNT_SURROUNDINGS fa_IR ar_EG tr_TR Berlin Apia nolocale hashseed bindnow)
@@ -23,6 +29,10 @@ set(KELACCOUNT_SURROUNDING_bindnow LD_BIND_NOW=1)
 set(KELACCOUNT_SURROUNDING_together
   ${KELACCOUNT_SURROUNDING_fa_IR} ${KELACCOUNT_SURROUNDING_Berlin}
   ${KELACCOUNT_SURROUNDING_hashseed} ${KELACCOUNT_SURROUNDING_bindnow})
+
+# What is left, with a second seed.
+set(KELACCOUNT_SURROUNDING_apart
+  ${KELACCOUNT_SURROUNDING_tr_TR} ${KELACCOUNT_SURROUNDING_Apia} QT_HASH_SEED=3)
 
 # Adds `name` in the surrounding, with the command and the properties that it has outside.
 function(kelaccount_add_surrounded name surrounding)
@@ -70,12 +80,30 @@ function(kelaccount_surround_tests)
       message(FATAL_ERROR "Add the test ${name} with kelaccount_add_run() instead of add_test(): it "
         "has to run in surroundings, too.")
     endif()
-    foreach(surrounding ${KELACCOUNT_SURROUNDINGS})
-      kelaccount_add_surrounded(${name} ${surrounding} CONFIGURATIONS surroundings)
+    set(in_ci)
+    foreach(label ${labels})
+      list(APPEND in_ci ${KELACCOUNT_CI_SURROUNDINGS_${label}})
     endforeach()
+    if(anywhere IN_LIST labels)
+      set(in_ci)
+    endif()
+    list(REMOVE_DUPLICATES in_ci)
+    foreach(surrounding ${KELACCOUNT_SURROUNDINGS})
+      if(NOT surrounding IN_LIST in_ci)
+        kelaccount_add_surrounded(${name} ${surrounding} CONFIGURATIONS surroundings)
+      endif()
+    endforeach()
+    foreach(surrounding ${in_ci})
+      kelaccount_add_surrounded(${name} ${surrounding} CONFIGURATIONS ci surroundings)
+    endforeach()
+    if(anywhere IN_LIST labels)
+      continue()
+    endif()
     set(slow ${labels})
     list(REMOVE_ITEM slow ${KELACCOUNT_SURROUNDED_QUICKLY_LABELS})
-    if(NOT slow STREQUAL "${labels}")
+    if(slow STREQUAL "${labels}")
+      kelaccount_add_surrounded(${name} together CONFIGURATIONS ci surroundings)
+    else()
       kelaccount_add_surrounded(${name} together)
     endif()
   endforeach()
