@@ -2,13 +2,11 @@
 #include "emulator/run/commandguard.h"
 
 #include "emulator/run/command.h"
+#include "emulator/sandbox/descriptors.h"
 
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,18 +26,6 @@ namespace {
     error = errno;
     [[maybe_unused]] const auto written = ::write(launch.report, &error, sizeof error);
     ::_exit(Command::cannotBeRun);
-}
-
-/// A port or a connection that the emulator closes must not stay open here.
-void closeAllButStandardStreams()
-{
-    constexpr unsigned first = STDERR_FILENO + 1;
-    if (::syscall(SYS_close_range, first, std::numeric_limits<unsigned>::max(), 0) == 0)
-        return;
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    for (auto number = static_cast<int>(first); number < static_cast<int>(limit.rlim_cur); ++number)
-        ::close(number);
 }
 
 void killChildren()
@@ -88,7 +74,8 @@ void guardCommand(const Launch& launch, pid_t emulator)
         runCommand(launch, guard);
     if (command < 0)
         ::_exit(Command::cannotStart);
-    closeAllButStandardStreams();
+    // A port or a connection that the emulator closes must not stay open here.
+    closeDescriptorsFrom(STDERR_FILENO + 1);
     for (;;) {
         if (::getppid() != emulator)
             endEverybody();

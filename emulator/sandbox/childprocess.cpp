@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "sandbox/childprocess.h"
 
+#include "sandbox/descriptors.h"
+
 #include <QByteArrayList>
 #include <QElapsedTimer>
 #include <QFile>
@@ -10,7 +12,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,20 +33,6 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return list;
 }
 
-/// A library may have left something open to be inherited, a connection in which its peer then
-/// waits for the end.
-void closeOthers()
-{
-    constexpr unsigned first = STDERR_FILENO + 1;
-#ifdef SYS_close_range
-    if (::syscall(SYS_close_range, first, ~0U, 0U) == 0)
-        return;
-#endif
-    const long end = ::sysconf(_SC_OPEN_MAX);
-    for (long descriptor = first; descriptor < end; ++descriptor)
-        ::close(static_cast<int>(descriptor));
-}
-
 /// The child's side. Only calls that are safe after a fork of a process with threads.
 [[noreturn]] void runChild(char* const* words, char* const* environment, pid_t parent, int input,
                            int output, int errors)
@@ -62,7 +49,7 @@ void closeOthers()
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
-    closeOthers();
+    closeDescriptorsFrom(STDERR_FILENO + 1);
     ::execve(words[0], words, environment);
     ::_exit(1);
 }
