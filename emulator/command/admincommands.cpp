@@ -412,6 +412,8 @@ int askEmulator(const CommandLine::Line& line)
 {
     try {
         Endpoint emulator;
+        if (line.command == "log" && line.arguments.size() + line.options.size() > 1)
+            throw Failure{CommandLine::exitMisuse, "give one: a number, --follow or --forget"};
         if (line.command == "log" && line.has("--forget"))
             return CommandLine::printed(emulatorProgram(), emulator.ask("DELETE", "/requests"));
         if (line.command == "log" && !line.arguments.empty())

@@ -189,7 +189,7 @@ const CommandLine::Program& emulatorProgram()
             "of one request, to show how it was judged, and both documents, secrets masked",
             true}},
           {{"--follow", {}, "go on with those that come", false, "-f"},
-           {"--forget", {}, "forget them"}},
+           {"--forget", {}, "forget them all"}},
           "show the requests that reached the service, said in that environment",
           "log -f"},
          {"accounts",
