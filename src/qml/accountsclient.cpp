@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "qml/accountsclient.h"
 
+#include <QPointer>
 #include <QQmlInfo>
 
 KelQmlClient::KelQmlClient(QObject* parent) : QObject(parent)
@@ -26,11 +27,12 @@ void KelQmlClient::componentComplete()
 
 bool KelQmlClient::isTooLate(const char* property)
 {
-    if (mBegun) {
+    const bool hasBegun = mInitialized || mInitializing > 0;
+    if (hasBegun) {
         qmlWarning(this).nospace()
             << "The client is initialised; \"" << property << "\" is read before that";
     }
-    return mBegun;
+    return hasBegun;
 }
 
 void KelQmlClient::setConsumerKey(const QString& key)
@@ -70,9 +72,9 @@ void KelQmlClient::setService(const QString& service)
 
 void KelQmlClient::initializeWhenComplete()
 {
-    if (!mComplete || mBegun || mConsumerKey.isEmpty() || mConsumerSecret.isEmpty())
+    if (!mComplete || mInitialized || mInitializing > 0 || mConsumerKey.isEmpty() ||
+        mConsumerSecret.isEmpty())
         return;
-    mBegun = true;
     const auto call = mClient.initialize(mConsumerKey, mConsumerSecret,
                                          static_cast<KelAccount::Server>(mServer), mService);
     mConsumerSecret = QString();
@@ -82,20 +84,46 @@ void KelQmlClient::initializeWhenComplete()
 
 void KelQmlClient::watchInitialization(const KelAccount::Call<KelAccount::Done>& call)
 {
+    ++mInitializing;
     call.then(
-        this,
-        [this] {
-            mFailure = KelQmlFailure();
-            mInitialized = true;
-            Q_EMIT failureChanged();
-            Q_EMIT initializedChanged();
-        },
+        this, [this] { initializationEnded(KelQmlFailure()); },
         [this](const KelAccount::Failure& failure) {
-            mFailure = KelQmlFailure(failure);
-            // With other values it may go well.
-            mBegun = mInitialized;
-            Q_EMIT failureChanged();
+            initializationEnded(KelQmlFailure(failure));
         });
+}
+
+void KelQmlClient::initializationEnded(const KelQmlFailure& failure)
+{
+    --mInitializing;
+    // A client is initialised once: that another attempt is refused is known to who made it.
+    if (mInitialized)
+        return;
+    // Only the last of several says how it ended.
+    const bool failed = failure.status() != 0;
+    if (failed && mInitializing > 0)
+        return;
+    const bool hadFailed = mFailure.status() != 0;
+    mFailure = failure;
+    mInitialized = !failed;
+    // Who is told may delete this.
+    const QPointer<KelQmlClient> self(this);
+    if (failed || hadFailed)
+        Q_EMIT failureChanged();
+    if (self && !failed)
+        Q_EMIT initializedChanged();
+}
+
+KelQmlCall* KelQmlClient::refused(const QString& operation, const KelQmlFailure& failure)
+{
+    auto* const pending = new KelQmlCall(operation);
+    if (QJSEngine* const engine = qjsEngine(this))
+        pending->giveTo(*engine);
+    else
+        connect(pending, &KelQmlCall::finishedChanged, pending, &QObject::deleteLater);
+    open(pending);
+    QMetaObject::invokeMethod(
+        pending, [pending, failure] { pending->fail(failure); }, Qt::QueuedConnection);
+    return pending;
 }
 
 void KelQmlClient::open(KelQmlCall* pending)
@@ -118,11 +146,11 @@ void KelQmlClient::closed(KelQmlCall* pending)
 KelQmlCall* KelQmlClient::initialize(const QString& consumerKey, const QString& consumerSecret,
                                      int server, const QString& service)
 {
-    mBegun = true;
     const auto call = mClient.initialize(consumerKey, consumerSecret,
                                          static_cast<KelAccount::Server>(server), service);
     watchInitialization(call);
-    return given(call);
+    // Nobody can say how far it has come, and what this client is then has to be known.
+    return given(call, [](KelQmlCall* pending) { pending->letCallGoOn(); });
 }
 
 KelQmlCall* KelQmlClient::isUserIdAvailable(const QString& userId)
@@ -142,8 +170,11 @@ KelQmlCall* KelQmlClient::retrieveCaptchaImage(int width, int height)
 
 KelQmlCall* KelQmlClient::registerAccount(const QVariantMap& registration, int deviceAccount)
 {
-    return given(mClient.registerAccount(KelQmlResults::registration(registration, this),
-                                         static_cast<KelAccount::DeviceAccount>(deviceAccount)));
+    const auto filled = KelQmlResults::registration(registration, this);
+    if (!filled)
+        return refused(QStringLiteral("registerAccount"), KelQmlFailure::ofDateOfBirth());
+    return given(
+        mClient.registerAccount(*filled, static_cast<KelAccount::DeviceAccount>(deviceAccount)));
 }
 
 KelQmlCall* KelQmlClient::signInAndConfigure(const QString& userName, const QString& password,

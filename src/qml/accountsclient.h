@@ -141,12 +141,15 @@ Q_SIGNALS:
 private:
     /// The same, for a script.
     template <class Result>
-    KelQmlCall* given(const KelAccount::Call<Result>& call)
+    KelQmlCall* given(const KelAccount::Call<Result>& call,
+                      const std::function<void(KelQmlCall*)>& watch = {})
     {
         QJSEngine* const engine = qjsEngine(this);
         if (!engine)
-            return track(call);
+            return track(call, watch);
         auto* const pending = new KelQmlCall(call);
+        if (watch)
+            watch(pending);
         pending->giveTo(*engine);
         follow(call, pending);
         return pending;
@@ -161,14 +164,19 @@ private:
                 pending->succeed(
                     [&result](QJSEngine& engine) { return KelQmlResults::value(engine, result); });
             },
-            [pending](const KelAccount::Failure& failure) { pending->fail(failure); });
+            [pending](const KelAccount::Failure& failure) {
+                pending->fail(KelQmlFailure(failure));
+            });
         open(pending);
     }
 
     void open(KelQmlCall* pending);
     void closed(KelQmlCall* pending);
+    /// A call that ends so, and that nobody is asked for.
+    KelQmlCall* refused(const QString& operation, const KelQmlFailure& failure);
     void initializeWhenComplete();
     void watchInitialization(const KelAccount::Call<KelAccount::Done>& call);
+    void initializationEnded(const KelQmlFailure& failure);
     bool isTooLate(const char* property);
 
     QString mConsumerKey;
@@ -177,7 +185,7 @@ private:
     Server mServer = Server::Production;
     KelQmlFailure mFailure;
     bool mComplete = true;
-    bool mBegun = false;
+    int mInitializing = 0; ///< how many initialisations are not answered yet
     bool mInitialized = false;
     bool mEnding = false;
     QSet<KelQmlCall*> mOpen;

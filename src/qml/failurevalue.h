@@ -24,6 +24,8 @@ public:
     explicit KelQmlFailure(const KelAccount::Failure& failure);
     /// One that the module itself found.
     static KelQmlFailure withStatus(int status);
+    /// A date of birth that is none, or not written as ISO 8601 has it.
+    static KelQmlFailure ofDateOfBirth();
 
     int status() const { return mFailure.status; }
     QString name() const { return mFailure.name; }

@@ -61,7 +61,10 @@ void KelQmlNameCheck::check()
 {
     mTimer.stop();
     cancel();
-    if (mName.isEmpty())
+    // What was known before is not to stand beside a failure.
+    setOutcome(false, false, {});
+    // Who was told of that may have given another name, which is looked up in its turn.
+    if (mName.isEmpty() || mTimer.isActive())
         return;
     const bool isAddress =
         mKind == Kind::EmailAddress || (mKind == Kind::Any && mName.contains(QLatin1Char('@')));

@@ -7,7 +7,11 @@
 #include <utility>
 
 KelQmlCall::KelQmlCall(KelAccount::CallBase call, QObject* parent)
-    : QObject(parent), mCall(std::move(call))
+    : QObject(parent), mCall(std::move(call)), mOperation(mCall.operation())
+{
+}
+
+KelQmlCall::KelQmlCall(QString operation) : mOperation(std::move(operation))
 {
 }
 
@@ -29,7 +33,8 @@ KelQmlCall* KelQmlCall::then(const QJSValue& done, const QJSValue& failed, QObje
 void KelQmlCall::cancel()
 {
     // Also of a finished call: what was not delivered is kept back.
-    mCall.cancel();
+    if (!mCallGoesOn)
+        mCall.cancel();
     mWaiting.clear();
     const QPointer<KelQmlCall> self(this);
     if (!mFinished) {
@@ -42,14 +47,19 @@ void KelQmlCall::cancel()
 
 void KelQmlCall::succeed(const Result& result)
 {
+    // Cancelled, and its call went on.
+    if (mFinished)
+        return;
     if (QJSEngine* const engine = qjsEngine(this))
         mResult = result(*engine);
     finishAndTell();
 }
 
-void KelQmlCall::fail(const KelAccount::Failure& failure)
+void KelQmlCall::fail(const KelQmlFailure& failure)
 {
-    mFailure = KelQmlFailure(failure);
+    if (mFinished)
+        return;
+    mFailure = failure;
     finishAndTell();
 }
 

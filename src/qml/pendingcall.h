@@ -37,8 +37,10 @@ public:
     using Result = std::function<QJSValue(QJSEngine&)>;
 
     explicit KelQmlCall(KelAccount::CallBase call, QObject* parent = nullptr);
+    /// Of an operation that the service is not asked for.
+    explicit KelQmlCall(QString operation);
 
-    QString operation() const { return mCall.operation(); }
+    QString operation() const { return mOperation; }
     /// Also of a call that was cancelled, or whose client is gone.
     bool isFinished() const { return mFinished; }
     bool isCancelled() const { return mCancelled; }
@@ -53,10 +55,12 @@ public:
                                  QObject* context = nullptr);
     Q_INVOKABLE void cancel();
 
+    /// That nobody is told of the call any more does not end the call itself.
+    void letCallGoOn() { mCallGoesOn = true; }
     /// From now on scripts may refer to it, and it is theirs.
     void giveTo(QJSEngine& engine);
     void succeed(const Result& result);
-    void fail(const KelAccount::Failure& failure);
+    void fail(const KelQmlFailure& failure);
     /// Its client is gone: nobody is told any more.
     void abandon();
 
@@ -78,6 +82,8 @@ private:
     void tell();
 
     const KelAccount::CallBase mCall;
+    const QString mOperation;
+    bool mCallGoesOn = false;
     bool mFinished = false;
     bool mCancelled = false;
     QJSValue mResult;

@@ -24,6 +24,9 @@ bool KelQmlRegistration::isComplete() const
 
 bool KelQmlRegistration::submit()
 {
+    const auto dateOfBirth = KelQmlResults::dateOf(mDateOfBirth);
+    if (!dateOfBirth)
+        return refuse(KelQmlFailure::ofDateOfBirth());
     KelAccount::Registration registration;
     registration.userName = mUserName;
     registration.password = mPassword;
@@ -33,7 +36,7 @@ bool KelQmlRegistration::submit()
     registration.captchaId = mCaptchaId;
     registration.firstName = mFirstName;
     registration.lastName = mLastName;
-    registration.dateOfBirth = QDate::fromString(mDateOfBirth, Qt::ISODate);
+    registration.dateOfBirth = *dateOfBirth;
     registration.language = mLanguage;
     registration.country = mCountry;
     registration.securityQuestionId = mSecurityQuestionId;

@@ -39,6 +39,13 @@ void KelQmlRequest::clearFailure()
     Q_EMIT failureChanged();
 }
 
+bool KelQmlRequest::refuse(const KelQmlFailure& failure)
+{
+    if (!isBusy())
+        fail(failure);
+    return false;
+}
+
 void KelQmlRequest::watch(KelQmlCall* call)
 {
     mCall = call;

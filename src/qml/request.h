@@ -72,6 +72,8 @@ Q_SIGNALS:
     void failed();
 
 protected:
+    /// Fails without having asked, unless a question is open: false, as ask() gives then.
+    bool refuse(const KelQmlFailure& failure);
     /// Secrets can be set, and not be read.
     QString nothing() const { return {}; }
     /// Something that a client makes possible may have come to be.

@@ -166,9 +166,19 @@ QJSValue value(QJSEngine& engine, const KelAccount::DeviceAccountState& result)
     return fromMap(engine, Fields{{QStringLiteral("isConfigured"), result.isConfigured}});
 }
 
-KelAccount::Registration registration(const QVariantMap& fields, QObject* asking)
+std::optional<QDate> dateOf(const QString& text)
+{
+    const QDate date = QDate::fromString(text, Qt::ISODate);
+    // Qt takes other signs between the numbers, and anything behind them.
+    if (isoDate(date) != text)
+        return std::nullopt;
+    return date;
+}
+
+std::optional<KelAccount::Registration> registration(const QVariantMap& fields, QObject* asking)
 {
     KelAccount::Registration filled;
+    std::optional<QDate> dateOfBirth = QDate();
     const QMap<QString, QString*> texts{
         {QStringLiteral("userName"), &filled.userName},
         {QStringLiteral("password"), &filled.password},
@@ -194,11 +204,14 @@ KelAccount::Registration registration(const QVariantMap& fields, QObject* asking
         else if (bool* const choice = choices.value(it.key()))
             *choice = it.value().toBool();
         else if (it.key() == QLatin1String("dateOfBirth"))
-            filled.dateOfBirth = QDate::fromString(it.value().toString(), Qt::ISODate);
+            dateOfBirth = dateOf(it.value().toString());
         else
             qmlWarning(asking).nospace().noquote()
                 << "A registration has no property \"" << it.key() << "\"";
     }
+    if (!dateOfBirth)
+        return std::nullopt;
+    filled.dateOfBirth = *dateOfBirth;
     return filled;
 }
 

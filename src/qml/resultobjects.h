@@ -6,6 +6,8 @@
 #include <QJSValue>
 #include <QVariantMap>
 
+#include <optional>
+
 class QJSEngine;
 class QObject;
 
@@ -33,8 +35,11 @@ QVariantMap object(const KelAccount::SetUp& result);
 /// day in another time zone.
 QString isoDate(const QDate& date);
 
-/// Reads what a script filled in. A property that is none of a registration's is warned of, by
-/// `asking`.
-KelAccount::Registration registration(const QVariantMap& fields, QObject* asking);
+/// Reads such a date. Nothing is a date, too: an invalid one; what is no date gives none.
+std::optional<QDate> dateOf(const QString& text);
+
+/// Reads what a script filled in, and gives nothing when its date of birth is none. A property that
+/// is none of a registration's is warned of, by `asking`.
+std::optional<KelAccount::Registration> registration(const QVariantMap& fields, QObject* asking);
 
 } // namespace KelQmlResults

@@ -135,6 +135,44 @@ TestCase {
         compare(check.failure.status, 0)
     }
 
+    function test_nothingThatWasKnownStandsBesideAFailure_data() {
+        return [{ tag: "free", name: "tessa" }, { tag: "taken", name: "alice" }]
+    }
+
+    function test_nothingThatWasKnownStandsBesideAFailure(row) {
+        check.name = row.name
+        tryCompare(check, "checked", true)
+        verify(emulator.order("status=503"))
+        let beside
+        check.failureChanged.connect(() => {
+            if (check.failure.status !== 0)
+                beside = [check.checked, check.available, check.suggestions.length]
+        })
+        check.check()
+        tryVerify(() => beside !== undefined)
+        compare(beside, [false, false, 0])
+        check.check()
+        tryCompare(check, "checked", true)
+        check.client = null
+        check.check()
+        verify(!check.checked && !check.available)
+    }
+
+    function test_whoIsToldMayGiveAnotherName() {
+        check.name = "ursula"
+        tryCompare(check, "checked", true)
+        check.checkedChanged.connect(() => {
+            if (!check.checked && check.name === "ursula")
+                check.name = "viola"
+        })
+        check.check()
+        verify(check.checking)
+        tryCompare(check, "checked", true)
+        compare(check.name, "viola")
+        compare(emulator.requestsFor("/availability/ursula"), 1)
+        compare(emulator.requestsFor("/availability/viola"), 1)
+    }
+
     function test_withoutAClientNothingIsAsked() {
         check.client = null
         check.name = "quinn"
