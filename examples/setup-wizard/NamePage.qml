@@ -29,6 +29,12 @@ WizardPage {
         return fields.includes(failure.field) ? failure.text : ""
     }
 
+    // What was said of the text before is not about the one that is typed now.
+    function forgetComplaintOf(fields) {
+        if (page.complaintOf(fields))
+            page.wizard.registration.clearFailure()
+    }
+
     objectName: "NamePage"
     title: qsTr("Who are you?")
     firstField: name.input
@@ -49,7 +55,8 @@ WizardPage {
         hint: check.checking ? qsTr("Looking it up\u2026")
             : check.available ? qsTr("It is free.")
             : check.checked ? qsTr("It is taken.") : ""
-        complaint: page.isUnknown ? "" : check.failure.text || page.complaintOf(["userName", "emailAddress"])
+        complaint: (page.isUnknown ? "" : check.failure.text) || page.complaintOf(["userName", "emailAddress"])
+        onTextChanged: page.forgetComplaintOf(["userName", "emailAddress"])
         onAccepted: mobile.visible ? mobile.enter() : password.enter()
     }
 
@@ -93,6 +100,7 @@ WizardPage {
         label: qsTr("Password")
         secret: true
         complaint: page.complaintOf(["password"])
+        onTextChanged: page.forgetComplaintOf(["password"])
         onAccepted: page.next()
     }
 

@@ -36,9 +36,14 @@ WizardPage {
         }
         function onFailed() {
             const place = page.places[page.registration.failure.field]
+            // The service wants one, also where the device thought that its tag would do.
+            if (place === "CaptchaPage")
+                page.wizard.captchaRequired = true
             // Another captcha is needed, whatever failed.
             if (place || page.wizard.captchaRequired)
                 page.wizard.backTo(place || "CaptchaPage")
+            else
+                page.wizard.askWhetherCaptchaIsRequired()
         }
     }
 
@@ -47,6 +52,13 @@ WizardPage {
 
         objectName: "again"
         text: page.registration.busy ? qsTr("Cancel") : qsTr("Try again")
-        onClicked: page.registration.busy ? page.wizard.back() : page.registration.submit()
+        onClicked: {
+            if (page.registration.busy)
+                page.wizard.back()
+            else if (page.wizard.captchaRequired)
+                page.wizard.backTo("CaptchaPage")
+            else
+                page.registration.submit()
+        }
     }
 }

@@ -40,4 +40,12 @@ WizardPage {
         text: qsTr("Sign in")
         onClicked: page.wizard.show("SignInPage")
     }
+
+    buttons: AgainButton {
+        visible: page.complaint !== ""
+        onClicked: {
+            page.wizard.initialize()
+            page.begin()
+        }
+    }
 }

@@ -56,9 +56,14 @@ Pane {
             stack.pop()
     }
 
-    // Back to the page on which the field is that the service did not like.
+    // Back to the page on which the field is that the service did not like. One that was left out, since it was
+    // not needed, comes in the place of this one.
     function backTo(name) {
-        stack.pop(stack.find(page => page.objectName === name))
+        const there = stack.find(page => page.objectName === name)
+        if (there)
+            stack.pop(there)
+        else
+            stack.replace(stack.currentItem, Qt.resolvedUrl(name + ".qml"), { wizard: wizard })
     }
 
     function startAgainWith(name) {
@@ -73,6 +78,16 @@ Pane {
                 return there.nativeCountryName
         }
         return code
+    }
+
+    // By hand, since the client waits in silence for a key that is not there.
+    function initialize() {
+        accounts.initialize(wizard.consumerKey, wizard.consumerSecret, accounts.server, wizard.service)
+    }
+
+    function askWhetherCaptchaIsRequired() {
+        accounts.isCaptchaRequired().then(answer => { wizard.captchaRequired = answer.isRequired },
+                                          undefined, wizard)
     }
 
     function fetchQuestions() {
@@ -91,6 +106,10 @@ Pane {
             }, failure => { wizard.termsComplaint = failure.text }, wizard)
     }
 
+    Component.onCompleted: {
+        if (!consumerKey || !consumerSecret)
+            initialize()
+    }
     onSettledChanged: {
         if (settled && pictureFile)
             grabToImage(result => Qt.exit(result.saveToFile(pictureFile) ? 0 : 1))
@@ -124,8 +143,7 @@ Pane {
             }, wizard.fetchTerms, wizard)
             detectPreAccount().then(found => { wizard.preparedNumber = found.mobilePhoneNumber },
                                     undefined, wizard)
-            isCaptchaRequired().then(answer => { wizard.captchaRequired = answer.isRequired },
-                                     undefined, wizard)
+            wizard.askWhetherCaptchaIsRequired()
             isKeLAccountConfigured().then(state => {
                 if (state.isConfigured)
                     wizard.startAgainWith("ProfilePage")

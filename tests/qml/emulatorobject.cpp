@@ -37,9 +37,28 @@ bool EmulatorObject::order(const QString& fault) const
     return ask("POST", QStringLiteral("/faults"), fault.toUtf8()).status / 100 == 2;
 }
 
+bool EmulatorObject::insertSim(const QString& mcc, const QString& mnc, const QString& msin) const
+{
+    const QJsonObject sim{
+        {QStringLiteral("mcc"), mcc}, {QStringLiteral("mnc"), mnc}, {QStringLiteral("msin"), msin}};
+    return ask("POST", QStringLiteral("/sim"), QJsonDocument(sim).toJson()).status / 100 == 2;
+}
+
+bool EmulatorObject::giveTags(bool given) const
+{
+    const AdminReply reply =
+        given ? ask("POST", QStringLiteral("/tags"), "{}") : ask("DELETE", QStringLiteral("/tags"));
+    return reply.status / 100 == 2;
+}
+
 bool EmulatorObject::makeAccounts(const QString& names) const
 {
     return ask("POST", QStringLiteral("/accounts"), names.toUtf8()).status / 100 == 2;
+}
+
+bool EmulatorObject::deleteAccount(const QString& user) const
+{
+    return ask("DELETE", QLatin1String("/accounts/") + user).status / 100 == 2;
 }
 
 int EmulatorObject::requestsFor(const QString& address) const

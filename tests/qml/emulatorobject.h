@@ -18,7 +18,12 @@ public:
     /// The last line of the last message to a user: the token of a recovery.
     Q_INVOKABLE QString tokenOf(const QString& user) const;
     Q_INVOKABLE bool order(const QString& fault) const;
+    /// Puts another SIM in.
+    Q_INVOKABLE bool insertSim(const QString& mcc, const QString& mnc, const QString& msin) const;
+    /// Has the device get service tags from now on, or none any more.
+    Q_INVOKABLE bool giveTags(bool given) const;
     Q_INVOKABLE bool makeAccounts(const QString& names) const;
+    Q_INVOKABLE bool deleteAccount(const QString& user) const;
     /// How many requests had the text in their address.
     Q_INVOKABLE int requestsFor(const QString& address) const;
 

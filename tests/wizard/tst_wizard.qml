@@ -16,9 +16,12 @@ Item {
 
         anchors.fill: parent
         focus: true
-        Component.onCompleted: setSource("qrc:/setup-wizard/Wizard.qml", {
-            consumerKey: "demo-key", consumerSecret: "demo-secret", animated: false,
-        })
+    }
+
+    SignalSpy {
+        id: failures
+
+        signalName: "failureChanged"
     }
 
     TestCase {
@@ -29,8 +32,19 @@ Item {
         name: "Wizard"
         when: windowShown
 
+        // The wizard from its beginning, as on a device that was just switched on.
+        function start(key) {
+            screen.setSource("")
+            screen.setSource("qrc:/setup-wizard/Wizard.qml", {
+                consumerKey: key, consumerSecret: "demo-secret", animated: false,
+            })
+            screen.forceActiveFocus()
+            comesTo("WelcomePage")
+        }
+
         function comesTo(name) {
-            tryVerify(() => test.page && test.page.objectName === name, 10000, name)
+            tryVerify(() => test.page && test.page.objectName === name, 10000,
+                      name + ", not " + (test.page ? test.page.objectName : "none"))
         }
 
         function part(name) {
@@ -128,7 +142,7 @@ Item {
             const wrong = []
             const look = name => { if (!looksRight(name)) wrong.push(name) }
 
-            comesTo("WelcomePage")
+            start("demo-key")
             tryCompare(part("prepared"), "visible", true)
             tryCompare(part("country"), "visible", true)
             verify(/Finland|Suomi/.test(part("country").text), part("country").text)
@@ -267,7 +281,161 @@ Item {
             press("next")
             comesTo("SuccessPage")
             verify(part("loginId").text.includes("alice"), part("loginId").text)
+            press("show")
+            comesTo("ProfilePage")
+            tryCompare(screen.item.profile, "loaded", true)
+            tryVerify(() => !test.page.busy)
+            press("signOut")
+            comesTo("WelcomePage")
             compare(wrong, [])
+            compare(pictures.complaintAboutSheets(), "")
+        }
+
+        // On a device with service tags, by an address, which can only be looked up with one.
+        function test_carolRegistersByHerAddress() {
+            const wrong = []
+            const look = name => { if (!looksRight(name)) wrong.push(name) }
+
+            // A SIM is good for one account.
+            verify(emulator.insertSim("244", "05", "9876543210"))
+            verify(emulator.giveTags(true))
+            start("demo-key")
+            tryCompare(screen.item, "captchaRequired", false)
+            tryVerify(() => screen.item.questions.length > 0)
+            press("create")
+
+            comesTo("NamePage")
+            type("name", "alice@example.org")
+            verify(!part("mobile").visible)
+            const lookingUp = part("name").hint
+            tryVerify(() => part("name").hint !== lookingUp)
+            const taken = part("name").hint
+            verify(taken.length > 0)
+            type("password", "carols first")
+            verify(!part("next").enabled)
+            type("name", "carol@mail.example")
+            tryCompare(part("next"), "enabled", true)
+            verify(part("name").hint.length > 0 && part("name").hint !== taken)
+            compare(part("name").complaint, "")
+            press("next")
+            comesTo("QuestionPage")
+            type("answer", "Kallio")
+            press("next")
+
+            // Without a captcha.
+            comesTo("TermsPage")
+            press("accept")
+            verify(emulator.order("hang@5"))
+            const before = emulator.requestsFor("registration")
+            press("next")
+            comesTo("ProgressPage")
+            tryVerify(() => emulator.requestsFor("registration") > before, 10000)
+            look("progress")
+            // Taken back, and by the service, too, which had made the account.
+            press("again")
+            comesTo("TermsPage")
+            let isGone = false
+            tryVerify(() => (isGone = isGone || emulator.deleteAccount("carol@mail.example")))
+
+            // The device has lost its tags meanwhile, so a captcha is needed after all.
+            verify(emulator.giveTags(false))
+            press("next")
+            comesTo("ProgressPage")
+            // The first may find the one that was taken back still going.
+            tryVerify(() => {
+                const asks = test.page.objectName === "ProgressPage"
+                if (asks && !screen.item.registration.busy && test.page.complaint)
+                    press("again")
+                return !asks
+            }, 30000, "no way on without tags")
+            comesTo("CaptchaPage")
+            solveCaptcha("answer")
+            press("next")
+            comesTo("TermsPage")
+            press("accept")
+            // Somebody else was faster.
+            verify(emulator.makeAccounts('[{"userName": "quick", "email": "carol@mail.example"}]'))
+            press("next")
+            comesTo("NamePage")
+            verify(part("name").complaint.length > 0)
+            type("name", "carol@post.example")
+            compare(part("name").complaint, "")
+            tryCompare(part("next"), "enabled", true)
+            press("next")
+            comesTo("QuestionPage")
+            type("answer", "Kallio")
+            press("next")
+            comesTo("CaptchaPage")
+            solveCaptcha("answer")
+            press("next")
+            comesTo("TermsPage")
+            press("accept")
+            press("next")
+
+            comesTo("SuccessPage")
+            verify(part("loginId").text.includes("carol@post.example"), part("loginId").text)
+            press("show")
+            comesTo("ProfilePage")
+            tryCompare(screen.item.profile, "loaded", true)
+            compare(screen.item.profile.userName, "")
+            compare(screen.item.profile.emailAddress, "carol@post.example")
+            look("named")
+            type("name", "alice")
+            press("changeName")
+            tryVerify(() => part("name").complaint.length > 0)
+            type("name", "carol")
+            press("changeName")
+            tryVerify(() => test.page.done.length > 0)
+            compare(screen.item.profile.userName, "carol")
+            // It is for good.
+            verify(!part("changeName").visible)
+            tryVerify(() => !test.page.busy)
+            press("signOut")
+
+            comesTo("WelcomePage")
+            press("signIn")
+            comesTo("SignInPage")
+            type("name", "carol")
+            type("password", "carols first")
+            press("next")
+            comesTo("SuccessPage")
+            press("show")
+            comesTo("ProfilePage")
+            tryCompare(screen.item.profile, "userName", "carol")
+            tryVerify(() => !test.page.busy)
+            press("signOut")
+            comesTo("WelcomePage")
+            compare(wrong, [])
+        }
+
+        function test_whatCouldNotBeginCanBeTriedAgain() {
+            start("")
+            tryVerify(() => test.page.complaint.length > 0)
+            verify(!screen.item.accounts.initialized)
+            failures.target = screen.item.accounts
+            failures.clear()
+            press("again")
+            tryCompare(failures, "count", 1)
+            verify(test.page.complaint.length > 0)
+            verify(looksRight("failed"))
+            screen.item.consumerKey = "demo-key"
+            tryCompare(screen.item.accounts, "initialized", true)
+            compare(test.page.complaint, "")
+            tryVerify(() => screen.item.questions.length > 0)
+        }
+
+        // A page that was left out can be needed after all, and the way does not begin again for that.
+        function test_aPageThatWasLeftOutComesWhenItIsNeeded() {
+            start("demo-key")
+            screen.item.show("NamePage")
+            screen.item.show("TermsPage")
+            comesTo("TermsPage")
+            screen.item.backTo("CaptchaPage")
+            comesTo("CaptchaPage")
+            compare(screen.item.depth, 3)
+            screen.item.backTo("NamePage")
+            comesTo("NamePage")
+            compare(screen.item.depth, 2)
         }
     }
 }
