@@ -32,6 +32,17 @@ Item {
         name: "Wizard"
         when: windowShown
 
+        // As long as a busy machine may take.
+        readonly property int patience: 60000
+
+        function eventually(condition, message) {
+            tryVerify(condition, test.patience, message || "")
+        }
+
+        function becomes(object, property, value) {
+            tryCompare(object, property, value, test.patience)
+        }
+
         // The wizard from its beginning, as on a device that was just switched on.
         function start(key) {
             screen.setSource("")
@@ -43,8 +54,8 @@ Item {
         }
 
         function comesTo(name) {
-            tryVerify(() => test.page && test.page.objectName === name, 10000,
-                      name + ", not " + (test.page ? test.page.objectName : "none"))
+            eventually(() => test.page && test.page.objectName === name,
+                       name + ", not " + (test.page ? test.page.objectName : "none"))
         }
 
         function part(name) {
@@ -79,7 +90,7 @@ Item {
         }
 
         function press(name) {
-            tryVerify(() => part(name).enabled, 10000, name)
+            eventually(() => part(name).enabled, name)
             go(name)
             keyClick(Qt.Key_Space)
         }
@@ -112,14 +123,14 @@ Item {
             verify(screen.grabToImage(result => {
                 complaint = pictures.complaintAbout(result.image, name, hidden)
             }))
-            tryVerify(() => complaint !== undefined)
+            eventually(() => complaint !== undefined)
             return complaint
         }
 
         // As soon as the page has come to rest.
         function looksRight(name) {
             let wide = ""
-            tryVerify(() => (wide = sticksOut(screen.item).join("; ")) === "", 2000, name)
+            eventually(() => (wide = sticksOut(screen.item).join("; ")) === "", name)
             let complaint = ""
             for (let i = 0; i < 20; ++i) {
                 complaint = complaintAbout(name)
@@ -133,7 +144,7 @@ Item {
 
         function solveCaptcha(field) {
             const captcha = part("captcha")
-            tryCompare(captcha, "loading", CaptchaPicture.Ready)
+            becomes(captcha, "loading", CaptchaPicture.Ready)
             type(field, emulator.captchaText(captcha.captchaId))
         }
 
@@ -143,22 +154,22 @@ Item {
             const look = name => { if (!looksRight(name)) wrong.push(name) }
 
             start("demo-key")
-            tryCompare(part("prepared"), "visible", true)
-            tryCompare(part("country"), "visible", true)
+            becomes(part("prepared"), "visible", true)
+            becomes(part("country"), "visible", true)
             verify(/Finland|Suomi/.test(part("country").text), part("country").text)
             look("welcome")
-            tryVerify(() => emulator.requestsFor("country=FI") > 0, 5000, "terms of this country")
+            eventually(() => emulator.requestsFor("country=FI") > 0, "terms of this country")
             press("create")
 
             comesTo("NamePage")
             type("name", "alice")
-            tryVerify(() => part("name").hint.length > 0 && !part("name").complaint
+            eventually(() => part("name").hint.length > 0 && !part("name").complaint
                             && part("name").hint !== part("name").input.text)
             type("name", "admin")
-            tryVerify(() => part("name").complaint.length > 0)
+            eventually(() => part("name").complaint.length > 0)
             type("name", "bob")
             type("password", "bobs first")
-            tryCompare(part("next"), "enabled", true)
+            becomes(part("next"), "enabled", true)
             look("name")
             // Without questions there is no way on, so they can be asked for again.
             screen.item.questions = []
@@ -166,15 +177,15 @@ Item {
             press("next")
 
             comesTo("QuestionPage")
-            tryVerify(() => test.page.complaint.length > 0)
+            eventually(() => test.page.complaint.length > 0)
             press("again")
-            tryVerify(() => screen.item.questions.length > 0 && test.page.complaint === "")
+            eventually(() => screen.item.questions.length > 0 && test.page.complaint === "")
             type("answer", "Kallio")
             look("question")
             press("next")
 
             comesTo("CaptchaPage")
-            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            becomes(part("captcha"), "loading", CaptchaPicture.Ready)
             type("answer", "misread")
             press("next")
             comesTo("TermsPage")
@@ -184,8 +195,8 @@ Item {
 
             // Misread, so it comes back to the field.
             comesTo("CaptchaPage")
-            tryVerify(() => part("answer").complaint.length > 0)
-            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            eventually(() => part("answer").complaint.length > 0)
+            becomes(part("captcha"), "loading", CaptchaPicture.Ready)
             look("captcha")
             solveCaptcha("answer")
             press("next")
@@ -196,8 +207,8 @@ Item {
 
             // What is no field's failure is told where the way goes on.
             comesTo("CaptchaPage")
-            tryVerify(() => test.page.complaint.length > 0)
-            tryCompare(part("captcha"), "loading", CaptchaPicture.Ready)
+            eventually(() => test.page.complaint.length > 0)
+            becomes(part("captcha"), "loading", CaptchaPicture.Ready)
             solveCaptcha("answer")
             press("next")
             comesTo("TermsPage")
@@ -205,10 +216,10 @@ Item {
             press("accept")
             verify(emulator.order("status=503"))
             screen.item.fetchTerms()
-            tryVerify(() => test.page.complaint.length > 0)
+            eventually(() => test.page.complaint.length > 0)
             verify(!part("next").enabled)
             press("again")
-            tryVerify(() => test.page.complaint === "")
+            eventually(() => test.page.complaint === "")
             press("next")
 
             comesTo("SuccessPage")
@@ -217,22 +228,22 @@ Item {
             press("show")
 
             comesTo("ProfilePage")
-            tryVerify(() => test.page.complaint.length > 0)
+            eventually(() => test.page.complaint.length > 0)
             verify(!screen.item.profile.loaded)
             press("again")
-            tryCompare(screen.item.profile, "loaded", true)
+            becomes(screen.item.profile, "loaded", true)
             compare(screen.item.profile.userName, "bob")
             look("profile")
             type("oldPassword", "not it")
             type("newPassword", "bobs second")
             press("changePassword")
-            tryVerify(() => part("oldPassword").complaint.length > 0)
+            eventually(() => part("oldPassword").complaint.length > 0)
             type("oldPassword", "bobs first")
             press("changePassword")
-            tryVerify(() => test.page.done.length > 0)
+            eventually(() => test.page.done.length > 0)
             type("answer", "Seven Brothers")
             press("changeQuestion")
-            tryVerify(() => test.page.done.length > 0 && !test.page.busy)
+            eventually(() => test.page.done.length > 0 && !test.page.busy)
             press("signOut")
 
             comesTo("WelcomePage")
@@ -241,7 +252,7 @@ Item {
             type("name", "bob")
             type("password", "bobs first")
             press("next")
-            tryVerify(() => test.page.complaint.length > 0)
+            eventually(() => test.page.complaint.length > 0)
             look("signin")
             press("forgot")
 
@@ -249,8 +260,8 @@ Item {
             solveCaptcha("picture")
             look("recovery")
             press("next")
-            tryCompare(test.page, "isSent", true)
-            tryVerify(() => !test.page.busy)
+            becomes(test.page, "isSent", true)
+            eventually(() => !test.page.busy)
             type("code", emulator.tokenOf("bob"))
             type("answer", "Seven Brothers")
             type("password", "bobs third")
@@ -258,7 +269,7 @@ Item {
             // A failure of a field that is not shown any more is told all the same.
             screen.item.recovery.userName = "nobody"
             press("next")
-            tryVerify(() => !test.page.busy && test.page.failure.status !== 0)
+            eventually(() => !test.page.busy && test.page.failure.status !== 0)
             verify(test.page.complaint.length > 0, test.page.failure.name)
             screen.item.recovery.userName = "bob"
             press("next")
@@ -268,8 +279,8 @@ Item {
             comesTo("SuccessPage")
             press("show")
             comesTo("ProfilePage")
-            tryCompare(screen.item.profile, "loaded", true)
-            tryVerify(() => !test.page.busy)
+            becomes(screen.item.profile, "loaded", true)
+            eventually(() => !test.page.busy)
             press("signOut")
 
             // Somebody else, of whom nothing is known of the one before.
@@ -283,8 +294,8 @@ Item {
             verify(part("loginId").text.includes("alice"), part("loginId").text)
             press("show")
             comesTo("ProfilePage")
-            tryCompare(screen.item.profile, "loaded", true)
-            tryVerify(() => !test.page.busy)
+            becomes(screen.item.profile, "loaded", true)
+            eventually(() => !test.page.busy)
             press("signOut")
             comesTo("WelcomePage")
             compare(wrong, [])
@@ -300,21 +311,21 @@ Item {
             verify(emulator.insertSim("244", "05", "9876543210"))
             verify(emulator.giveTags(true))
             start("demo-key")
-            tryCompare(screen.item, "captchaRequired", false)
-            tryVerify(() => screen.item.questions.length > 0)
+            becomes(screen.item, "captchaRequired", false)
+            eventually(() => screen.item.questions.length > 0)
             press("create")
 
             comesTo("NamePage")
             type("name", "alice@example.org")
             verify(!part("mobile").visible)
             const lookingUp = part("name").hint
-            tryVerify(() => part("name").hint !== lookingUp)
+            eventually(() => part("name").hint !== lookingUp)
             const taken = part("name").hint
             verify(taken.length > 0)
             type("password", "carols first")
             verify(!part("next").enabled)
             type("name", "carol@mail.example")
-            tryCompare(part("next"), "enabled", true)
+            becomes(part("next"), "enabled", true)
             verify(part("name").hint.length > 0 && part("name").hint !== taken)
             compare(part("name").complaint, "")
             press("next")
@@ -329,25 +340,25 @@ Item {
             const before = emulator.requestsFor("registration")
             press("next")
             comesTo("ProgressPage")
-            tryVerify(() => emulator.requestsFor("registration") > before, 10000)
+            eventually(() => emulator.requestsFor("registration") > before)
             look("progress")
             // Taken back, and by the service, too, which had made the account.
             press("again")
             comesTo("TermsPage")
             let isGone = false
-            tryVerify(() => (isGone = isGone || emulator.deleteAccount("carol@mail.example")))
+            eventually(() => (isGone = isGone || emulator.deleteAccount("carol@mail.example")))
 
             // The device has lost its tags meanwhile, so a captcha is needed after all.
             verify(emulator.giveTags(false))
             press("next")
             comesTo("ProgressPage")
             // The first may find the one that was taken back still going.
-            tryVerify(() => {
+            eventually(() => {
                 const asks = test.page.objectName === "ProgressPage"
                 if (asks && !screen.item.registration.busy && test.page.complaint)
                     press("again")
                 return !asks
-            }, 30000, "no way on without tags")
+            }, "no way on without tags")
             comesTo("CaptchaPage")
             solveCaptcha("answer")
             press("next")
@@ -360,7 +371,7 @@ Item {
             verify(part("name").complaint.length > 0)
             type("name", "carol@post.example")
             compare(part("name").complaint, "")
-            tryCompare(part("next"), "enabled", true)
+            becomes(part("next"), "enabled", true)
             press("next")
             comesTo("QuestionPage")
             type("answer", "Kallio")
@@ -376,20 +387,20 @@ Item {
             verify(part("loginId").text.includes("carol@post.example"), part("loginId").text)
             press("show")
             comesTo("ProfilePage")
-            tryCompare(screen.item.profile, "loaded", true)
+            becomes(screen.item.profile, "loaded", true)
             compare(screen.item.profile.userName, "")
             compare(screen.item.profile.emailAddress, "carol@post.example")
             look("named")
             type("name", "alice")
             press("changeName")
-            tryVerify(() => part("name").complaint.length > 0)
+            eventually(() => part("name").complaint.length > 0)
             type("name", "carol")
             press("changeName")
-            tryVerify(() => test.page.done.length > 0)
+            eventually(() => test.page.done.length > 0)
             compare(screen.item.profile.userName, "carol")
             // It is for good.
             verify(!part("changeName").visible)
-            tryVerify(() => !test.page.busy)
+            eventually(() => !test.page.busy)
             press("signOut")
 
             comesTo("WelcomePage")
@@ -401,8 +412,8 @@ Item {
             comesTo("SuccessPage")
             press("show")
             comesTo("ProfilePage")
-            tryCompare(screen.item.profile, "userName", "carol")
-            tryVerify(() => !test.page.busy)
+            becomes(screen.item.profile, "userName", "carol")
+            eventually(() => !test.page.busy)
             press("signOut")
             comesTo("WelcomePage")
             compare(wrong, [])
@@ -410,18 +421,18 @@ Item {
 
         function test_whatCouldNotBeginCanBeTriedAgain() {
             start("")
-            tryVerify(() => test.page.complaint.length > 0)
+            eventually(() => test.page.complaint.length > 0)
             verify(!screen.item.accounts.initialized)
             failures.target = screen.item.accounts
             failures.clear()
             press("again")
-            tryCompare(failures, "count", 1)
+            becomes(failures, "count", 1)
             verify(test.page.complaint.length > 0)
             verify(looksRight("failed"))
             screen.item.consumerKey = "demo-key"
-            tryCompare(screen.item.accounts, "initialized", true)
+            becomes(screen.item.accounts, "initialized", true)
             compare(test.page.complaint, "")
-            tryVerify(() => screen.item.questions.length > 0)
+            eventually(() => screen.item.questions.length > 0)
         }
 
         // A page that was left out can be needed after all, and the way does not begin again for that.
