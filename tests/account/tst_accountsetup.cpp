@@ -3,6 +3,7 @@
 // asked for.
 #include "account/accountsetup.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QFile>

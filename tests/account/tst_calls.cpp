@@ -8,6 +8,7 @@
 #include "operations/facadecalls.h"
 #include "platform/fakemodem.h"
 #include "support/literals.h"
+#include "support/patience.h"
 
 #include <kelaccount/kelaccounts.h>
 

@@ -6,6 +6,7 @@
 #include "rest/request/netrequesttype.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 
 #include <kelaccount/kelaccounts.h>
 

@@ -4,6 +4,7 @@
 #include "rest/request/timestampmanager.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <kelaccount/kelaccounts.h>

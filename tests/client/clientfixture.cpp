@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "client/clientfixture.h"
+#include "support/patience.h"
 
 #include "device/testtagserver.h"
 #include "operations/answers.h"
@@ -55,12 +56,13 @@ void ClientFixture::serveNames()
 
 bool ClientFixture::settles(int answers)
 {
-    if (!QTest::qWaitFor([&] { return mAnswers.lines.size() >= answers; }))
+    if (!QTest::qWaitFor([&] { return mAnswers.lines.size() >= answers; }, onABusyMachine))
         return false;
     // A call that is made now goes out last, and is answered after all that was refused.
     bool over = false;
     mClient->close().then(this, [&over] { over = true; });
-    return QTest::qWaitFor([&over] { return over; }) && mAnswers.lines.size() == answers;
+    return QTest::qWaitFor([&over] { return over; }, onABusyMachine) &&
+           mAnswers.lines.size() == answers;
 }
 
 QStringList ClientFixture::targets() const

@@ -3,6 +3,7 @@
 #include "client/clientfixture.h"
 #include "device/testtagserver.h"
 #include "operations/answers.h"
+#include "support/patience.h"
 
 #include <kelaccount/kelaccounts.h>
 

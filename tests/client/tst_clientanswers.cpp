@@ -2,6 +2,7 @@
 // Who is answered, when and how often: by functions and by futures.
 #include "client/clientfixture.h"
 #include "device/testtagserver.h"
+#include "support/patience.h"
 
 #include <QFutureWatcher>
 #include <QTest>
@@ -185,7 +186,8 @@ void TestClientAnswers::anAnswerMayRunAnEventLoop()
     bool answeredInside = false;
     mClient->close().then(this, [&] {
         mAnswers.expect(mClient->close(), this);
-        answeredInside = QTest::qWaitFor([this] { return mAnswers.lines.size() == 1; });
+        answeredInside =
+            QTest::qWaitFor([this] { return mAnswers.lines.size() == 1; }, onABusyMachine);
     });
     QTRY_VERIFY(answeredInside);
 }

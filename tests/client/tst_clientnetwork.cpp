@@ -7,6 +7,7 @@
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/scriptedserver.h"
 
 #include <kelaccount/client.h>
@@ -133,7 +134,7 @@ bool TestClientNetwork::answers(const QString& line)
 {
     const int before = mAnswers.lines.size();
     mAnswers.expect(mClient->isUserIdAvailable("bob"_s), this);
-    return QTest::qWaitFor([&] { return mAnswers.lines.size() > before; }) &&
+    return QTest::qWaitFor([&] { return mAnswers.lines.size() > before; }, onABusyMachine) &&
            mAnswers.lines.last() == line;
 }
 

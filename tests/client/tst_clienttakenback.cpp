@@ -3,6 +3,7 @@
 #include "client/clientfixture.h"
 #include "client/handover.h"
 #include "device/testtagserver.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QTest>

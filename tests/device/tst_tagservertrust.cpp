@@ -2,6 +2,7 @@
 #include "device/obcmgrwrapper.h"
 #include "device/testtagserver.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QTest>

@@ -2,6 +2,7 @@
 // The sign-up window of the examples, used with the keyboard alone, inside the emulator. Builds in
 // the tree of the library, and against an installed one.
 #define main exampleMain
+#include "support/patience.h"
 #include "widgets-signup.cpp"
 #undef main
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "emulator/emulatorprocess.h"
+#include "support/patience.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -38,15 +39,17 @@ inline QByteArray faultsLeft()
 /// what OpenSSL keeps for each thread goes with its very end, and the leak checker counts that.
 inline bool waitForNetworkThreads()
 {
-    return QTest::qWaitFor([] {
-        const QDir tasks(QStringLiteral("/proc/self/task"));
-        for (const QString& id : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            QFile name(tasks.filePath(id + QLatin1String("/comm")));
-            if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("QNetwork"))
-                return false;
-        }
-        return true;
-    });
+    return QTest::qWaitFor(
+        [] {
+            const QDir tasks(QStringLiteral("/proc/self/task"));
+            for (const QString& id : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+                QFile name(tasks.filePath(id + QLatin1String("/comm")));
+                if (name.open(QIODevice::ReadOnly) && name.readAll().startsWith("QNetwork"))
+                    return false;
+            }
+            return true;
+        },
+        onABusyMachine);
 }
 
 } // namespace KelTest::EmulatedService

@@ -4,6 +4,7 @@
 #include "account/facaderecorder.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 
 #include <kelaccount/kelaccounts.h>
 

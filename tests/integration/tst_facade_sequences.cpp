@@ -7,6 +7,7 @@
 #include "platform/fakemodem.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QMap>
@@ -75,7 +76,7 @@ public:
         const int steps = between(4, 14);
         for (int i = 0; i < steps; ++i)
             step();
-        mSettled = QTest::qWaitFor([this] { return isSettled(); }, 5000);
+        mSettled = QTest::qWaitFor([this] { return isSettled(); }, onABusyMachine);
         // Long enough for a second answer of the guard.
         QTest::qWait(mHung ? guardMilliseconds : 1);
     }

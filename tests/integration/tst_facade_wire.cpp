@@ -9,6 +9,7 @@
 #include "rest/transport/networkreplycontainer.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QEventLoop>
@@ -379,7 +380,8 @@ private:
                 return;
             mHasBegun = true;
             QTimer::singleShot(0, this, action);
-            const bool came = QTest::qWaitFor([&] { return mRecorder->lines().size() >= answers; });
+            const bool came = QTest::qWaitFor([&] { return mRecorder->lines().size() >= answers; },
+                                              onABusyMachine);
             QTest::qWait(2 * shortGuard);
             mInTheLoop = mRecorder->lines();
             mIsOver = came;

@@ -2,6 +2,7 @@
 #include "platform/privatebus.h"
 #include "platform/systembusmodemreader.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QElapsedTimer>

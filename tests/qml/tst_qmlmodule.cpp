@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/messagelog.h"
+#include "support/patience.h"
 
 #include <QCoreApplication>
 #include <QFile>

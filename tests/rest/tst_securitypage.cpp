@@ -7,6 +7,7 @@
 #include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/scriptedserver.h"
 
 #include <QDomDocument>

@@ -11,6 +11,7 @@
 #include "signedrequests.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 #include "support/rows.h"
 #include "support/testauthority.h"
 

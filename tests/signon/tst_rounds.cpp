@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "signonfixture.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 
 #include <QDBusConnection>

@@ -4,6 +4,7 @@
 // was before.
 #include "integration/storyfixture.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 #include "surroundings/hostprocess.h"
