@@ -60,6 +60,12 @@ void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& c
         mCalls.returnFrom(call.id);
 }
 
+void KelAccountsPrivate::prepare()
+{
+    if (mSettings.areGiven())
+        mRestHandler.prepare(mSettings.serverUrl());
+}
+
 void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*second*/,
                                     int /*third*/)
 {

@@ -77,6 +77,9 @@ public:
 
     void initialize(const QString& consumerKey, const QString& consumerSecret, int server,
                     const QString& zorService, const QVariantMap& connectionDetail);
+    /// Has a connection to the service ready for the next operation, for half a minute, when
+    /// initialize() has succeeded. No answer follows, and no call is counted.
+    void prepare();
     void initValues(const QString& first, const QString& second, int third);
 
     // Operations of the service that need no credentials.

@@ -50,6 +50,14 @@ Call<Done> Client::initialize(const QString& consumerKey, const QString& consume
     });
 }
 
+void Client::prepare()
+{
+    mPrivate->ask<Done>("prepare", [](Accounts& a) {
+        a.prepare();
+        return Done();
+    });
+}
+
 Call<Availability> Client::isUserIdAvailable(const QString& userId, When when)
 {
     return mPrivate->ask<Availability>(

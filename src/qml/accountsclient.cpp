@@ -153,6 +153,11 @@ KelQmlCall* KelQmlClient::initialize(const QString& consumerKey, const QString& 
     return given(call, [](KelQmlCall* pending) { pending->letCallGoOn(); });
 }
 
+void KelQmlClient::prepare()
+{
+    mClient.prepare();
+}
+
 KelQmlCall* KelQmlClient::isUserIdAvailable(const QString& userId)
 {
     return given(mClient.isUserIdAvailable(userId));

@@ -74,6 +74,8 @@ public:
 
     Q_INVOKABLE KelQmlCall* initialize(const QString& consumerKey, const QString& consumerSecret,
                                        int server, const QString& service);
+    /// A connection is made ready for the next operation; no answer.
+    Q_INVOKABLE void prepare();
     Q_INVOKABLE KelQmlCall* isUserIdAvailable(const QString& userId);
     Q_INVOKABLE KelQmlCall* isEmailIdAvailable(const QString& email);
     Q_INVOKABLE KelQmlCall* retrieveCaptchaImage(int width, int height);

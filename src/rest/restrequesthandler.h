@@ -170,6 +170,10 @@ public:
                                     QString const& consumerKey, QString const& baseAddress,
                                     OAuthRequest** request);
 
+    /// Has a connection to the service at that address ready for the next request, and keeps it
+    /// ready for half a minute. No signal follows.
+    void prepare(QString const& baseAddress);
+
     /// Sends the same request again. Its retry count is the caller's business.
     int resendRequest(OAuthRequest* request);
 

@@ -49,6 +49,11 @@ void RESTRequestHandler::abandon(int requestId)
     mNetworkHandler->abandon(requestId);
 }
 
+void RESTRequestHandler::prepare(QString const& baseAddress)
+{
+    mNetworkHandler->prepare(QUrl(baseAddress));
+}
+
 bool RESTRequestHandler::event(QEvent* event)
 {
     // The last event before this object, and then each of its children, goes to another thread.

@@ -82,6 +82,11 @@ void TestQmlModule::everyOperationOfTheClientIsAMethod()
         if (method.methodType() != QMetaMethod::Method)
             continue;
         const QString name = text(method.name().constData());
+        // What has no answer is no operation, but the client has it, too.
+        if (method.returnType() == QMetaType::Void) {
+            QVERIFY(header.contains(text("\n    void %1(").arg(name)));
+            continue;
+        }
         if (!ours.contains(name))
             ours.append(name);
         // It makes the call that it is named for.

@@ -87,6 +87,7 @@ private Q_SLOTS:
         mClock.start();
         NetworkReplyContainer::setGuardMilliseconds(60000);
         ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds);
+        ServiceConnections::setPreparingMilliseconds(ServiceConnections::preparingMilliseconds);
         TimeStampManager::getTimeStampManager()->setServerTimeDifference(0);
         ClientIdentification::setAddressReader([] {
             return QList<QHostAddress>{QHostAddress("127.0.0.1"_s), QHostAddress("fe80::1"_s),
@@ -119,6 +120,7 @@ private Q_SLOTS:
                            "connections 0",
                            "used 2",
                            "open 9",
+                           "tunnels 1",
                            "bytes 0",
                            "silent",
                            "clock 3600",
@@ -160,13 +162,15 @@ private:
             return changeProxy(first, other);
         if (word == "ask"_s || word == "refused"_s)
             return ask(first, other, word == "ask"_s);
+        if (word == "prepare"_s)
+            return prepare();
         if (word == "abandon"_s || rest == "ends"_s) {
             word == "abandon"_s ? mHandler->abandon(rest.toInt()) : endHandler();
             return {};
         }
         if (word == "answered"_s)
             return answered(rest.split(QLatin1Char(' ')));
-        if (word == "guard"_s || word == "idle"_s)
+        if (word == "guard"_s || word == "idle"_s || word == "preparing"_s)
             return shorten(word, rest.toInt());
         if (word == "wait"_s || word == "silent"_s) {
             QTest::qWait(rest.isEmpty() ? 50 : rest.toInt());
@@ -302,6 +306,8 @@ private:
             return "there is none"_s;
         if (first == "demands"_s)
             mService->proxy->demand(other.toLatin1());
+        else if (first == "hangs"_s || first == "works"_s)
+            mService->proxy->hang(first == "hangs"_s);
         else if (first == "refuses"_s)
             mService->proxy->refuseWith(bytesOf(other));
         else
@@ -313,9 +319,17 @@ private:
     {
         if (word == "guard"_s)
             NetworkReplyContainer::setGuardMilliseconds(milliseconds);
+        else if (word == "preparing"_s)
+            ServiceConnections::setPreparingMilliseconds(milliseconds);
         else
             ServiceConnections::setIdleMilliseconds(milliseconds);
         return expect(milliseconds > 0);
+    }
+
+    QString prepare()
+    {
+        mHandler->prepare(mFormer ? mService->base() : mBase);
+        return {};
     }
 
     // "name bob", "6 address"; what is asked under which identifier.
@@ -415,6 +429,7 @@ private:
             {"connections"_s, [&] { return server.connections(); }},
             {"used"_s, [&] { return server.usedConnections(); }},
             {"open"_s, [&] { return server.openConnections(); }},
+            {"tunnels"_s, [&] { return mService->proxy ? mService->proxy->asked() : 0; }},
             {"bytes"_s, [&] { return int(server.bytesFromClients()); }},
         };
         if (counts.contains(word)) {

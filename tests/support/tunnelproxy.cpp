@@ -26,6 +26,9 @@ void TunnelProxy::onConnection()
             if (client->property("tunnelled").toBool() || !client->peek(65536).contains("\r\n\r\n"))
                 return;
             const QByteArray request = client->readAll();
+            ++mAsked;
+            if (mHangs)
+                return;
             if (!mDemanded.isEmpty() &&
                 !request.contains("\r\nProxy-Authorization: " + mDemanded + "\r\n")) {
                 client->write("HTTP/1.1 407 Who are you\r\nProxy-Authenticate: Basic "

@@ -16,6 +16,10 @@ public:
 
     quint16 port() const { return mServer.serverPort(); }
     int tunnels() const { return mTunnels; }
+    /// How many it was asked for.
+    int asked() const { return mAsked; }
+    /// Says nothing to whoever asks from now on.
+    void hang(bool hangs) { mHangs = hangs; }
     /// Opens tunnels only for this "Proxy-Authorization:".
     void demand(const QByteArray& authorization) { mDemanded = authorization; }
     /// Answers every CONNECT with these bytes instead of a tunnel, and closes.
@@ -29,5 +33,7 @@ private:
     QByteArray mDemanded;
     QByteArray mRefusal;
     int mTunnels = 0;
+    int mAsked = 0;
+    bool mHangs = false;
     QTcpServer mServer;
 };

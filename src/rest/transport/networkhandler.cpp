@@ -106,7 +106,8 @@ NetworkHandler::NetworkHandler(QObject* parent)
     // Children, so that they come along to another thread.
     : ServiceSignals(parent), mManager(this), mProcessor(this),
       mConnections(
-          &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this)
+          &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this),
+      mPreparation(mConnections, this)
 {
     installProxyFromEnvironment();
     // Not at once: a reply may end while the network library's thread waits for this one.
@@ -153,7 +154,7 @@ int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest
         return -1;
     }
     auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
-    if (!mWaiting.empty() || !mConnections.isFree()) {
+    if (!mayPost()) {
         if (owned)
             owned.release()->setParent(waiting.get());
         letWait(std::move(waiting));
@@ -174,9 +175,24 @@ void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
     mWaiting.push_back(std::move(request));
 }
 
+// A connection that is being prepared is sooner ready than another one would be, so one request
+// waits for it. What waits besides was there before.
+bool NetworkHandler::mayPost() const
+{
+    const auto waiting = static_cast<int>(mWaiting.size());
+    const int preparing = mConnections.preparing();
+    return waiting <= preparing &&
+           (mConnections.isReady() || (waiting == preparing && mConnections.isFree()));
+}
+
 void NetworkHandler::postWaiting()
 {
-    while (!mWaiting.empty() && mConnections.isFree()) {
+    const auto goesOn = [this] {
+        const auto waiting = static_cast<int>(mWaiting.size());
+        return waiting > 0 && (mConnections.isReady() ||
+                               (waiting > mConnections.preparing() && mConnections.isFree()));
+    };
+    while (goesOn()) {
         const std::unique_ptr<WaitingRequest> next = std::move(mWaiting.front());
         mWaiting.pop_front();
         QNetworkReply* const reply = postNow(*next);

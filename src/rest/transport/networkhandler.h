@@ -4,6 +4,7 @@
 #include "rest/reply/networkresponseprocessor.h"
 #include "rest/reply/servicesignals.h"
 #include "rest/request/httprequest.h"
+#include "rest/transport/preparation.h"
 #include "rest/transport/serviceconnections.h"
 #include "rest/transport/waitingrequest.h"
 
@@ -43,6 +44,10 @@ public:
     /// is awaited is aborted.
     void abandon(int requestId);
 
+    /// Makes a connection to the service at that address ready, and keeps it so for a while; see
+    /// Preparation. A request that is made meanwhile waits for it.
+    void prepare(const QUrl& service) { mPreparation.begin(service); }
+
     /// The request that is being answered, for receivers of a signal.
     const AnsweredRequest& answering() const { return mProcessor.answering(); }
 
@@ -72,6 +77,7 @@ private:
     void queueFinished(QNetworkReply* reply);
     int send(const HttpRequest& request, std::unique_ptr<HttpRequest> owned, NetRequestType type);
     void letWait(std::unique_ptr<WaitingRequest> request);
+    bool mayPost() const;
     void postWaiting();
     QNetworkReply* postNow(const WaitingRequest& request);
     void onWaitingTimedOut(WaitingRequest* request);
@@ -81,6 +87,7 @@ private:
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;
     ServiceConnections mConnections;
+    Preparation mPreparation;
     std::deque<std::unique_ptr<WaitingRequest>> mWaiting;
 };
 

@@ -6,6 +6,7 @@
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QTimer>
 
 #include <algorithm>
 #include <atomic>
@@ -17,6 +18,7 @@ namespace KelRestHandler {
 namespace {
 
 std::atomic<int> idleLimit{ServiceConnections::idleMilliseconds};
+std::atomic<int> preparingLimit{ServiceConnections::preparingMilliseconds};
 
 // Goes on while the device sleeps, as the service's clock does.
 qint64 nowMilliseconds()
@@ -24,6 +26,34 @@ qint64 nowMilliseconds()
     timespec now{};
     ::clock_gettime(CLOCK_BOOTTIME, &now);
     return qint64{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+QUrl withPort(QUrl address)
+{
+    constexpr int httpPort = 80;
+    constexpr int httpsPort = 443;
+    address.setPort(
+        address.port(address.scheme() == QLatin1String("https") ? httpsPort : httpPort));
+    return address;
+}
+
+QString serverOf(const QUrl& address)
+{
+    return withPort(address).toString(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery |
+                                      QUrl::RemoveFragment);
+}
+
+// What the network library takes for a request that only opens a connection. It names the port,
+// since the usual one is known of usual schemes alone.
+QNetworkRequest openingOf(const QUrl& service)
+{
+    QUrl address = withPort(service);
+    address.setScheme(QLatin1String("preconnect-") + address.scheme());
+    QNetworkRequest request(address);
+    // As the requests that will use it.
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    return request;
 }
 
 } // namespace
@@ -39,6 +69,16 @@ ServiceConnections::~ServiceConnections() = default;
 void ServiceConnections::setIdleMilliseconds(int milliseconds)
 {
     idleLimit = milliseconds;
+}
+
+int ServiceConnections::currentIdleMilliseconds()
+{
+    return idleLimit;
+}
+
+void ServiceConnections::setPreparingMilliseconds(int milliseconds)
+{
+    preparingLimit = milliseconds;
 }
 
 bool ServiceConnections::mustReconnect(const Line& line)
@@ -62,6 +102,11 @@ bool ServiceConnections::isUsable(const Line& line)
     return !line.isBusy && (repliesOf(line).isEmpty() || !mustReconnect(line));
 }
 
+bool ServiceConnections::isReady(const Line& line)
+{
+    return line.stands && !line.isBusy && !mustReconnect(line);
+}
+
 QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QByteArray& body)
 {
     dropIdleManagers();
@@ -71,18 +116,78 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     // Looking for sockets takes a tenth of a quick call: not between two of them.
     constexpr int quickSuccession = 50;
     const bool isLikelyToReconnect = nowMilliseconds() - line->idleSince > quickSuccession;
-    if (mustReconnect(*line)) {
-        line->manager->clearConnectionCache();
-        line->isUnsure = false;
-    }
+    reconnectIfDue(*line);
     auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
     QNetworkReply* const reply = line->manager->post(request, onceOnly.get());
     onceOnly.release()->setParent(reply);
     line->isBusy = true;
+    line->server = serverOf(request.url());
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, isLikelyToReconnect); // the reply's child
     return reply;
+}
+
+void ServiceConnections::reconnectIfDue(Line& line)
+{
+    if (!mustReconnect(line))
+        return;
+    line.manager->clearConnectionCache();
+    line.isUnsure = false;
+    line.stands = false;
+}
+
+void ServiceConnections::prepare(const QUrl& service)
+{
+    dropIdleManagers();
+    Line* const line = lineForPreparing();
+    if (!line)
+        return;
+    reconnectIfDue(*line);
+    QNetworkReply* const reply = line->manager->get(openingOf(service));
+    line->isBusy = true;
+    line->isPreparing = true;
+    line->server = serverOf(service);
+    connect(reply, &QNetworkReply::finished, this, [this, reply] { onPrepared(reply); });
+    connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
+    new ReceiveWatch(reply, line->sockets, true); // the reply's child
+    QTimer::singleShot(preparingLimit.load(), reply, [reply] { reply->abort(); });
+}
+
+void ServiceConnections::onPrepared(QNetworkReply* reply)
+{
+    Line* const line = lineOf(reply);
+    if (!line)
+        return;
+    line->isBusy = false;
+    line->isPreparing = false;
+    line->idleSince = nowMilliseconds();
+    line->stands = reply->error() == QNetworkReply::NoError;
+    line->isUnsure = !line->stands;
+    reply->deleteLater();
+    Q_EMIT prepared(line->stands);
+    Q_EMIT freed();
+}
+
+int ServiceConnections::preparing() const
+{
+    return static_cast<int>(std::count_if(mLines.begin(), mLines.end(),
+                                          [](const auto& line) { return line->isPreparing; }));
+}
+
+int ServiceConnections::millisecondsReady(const QUrl& service) const
+{
+    const QString server = serverOf(service);
+    qint64 longest = 0;
+    for (const auto& line : mLines) {
+        if (line->server != server || line->isPreparing)
+            continue;
+        if (line->isBusy)
+            longest = idleLimit;
+        else if (isReady(*line))
+            longest = qMax(longest, idleLimit - (nowMilliseconds() - line->idleSince));
+    }
+    return static_cast<int>(longest);
 }
 
 ServiceConnections::Line& ServiceConnections::makeLine(QNetworkAccessManager* manager)
@@ -102,12 +207,34 @@ bool ServiceConnections::isFree() const
                        [](const auto& line) { return isUsable(*line); });
 }
 
+bool ServiceConnections::isReady() const
+{
+    return std::any_of(mLines.begin(), mLines.end(),
+                       [](const auto& line) { return isReady(*line); });
+}
+
 ServiceConnections::Line* ServiceConnections::lineForPost()
 {
+    const auto ready =
+        std::find_if(mLines.begin(), mLines.end(), [](const auto& line) { return isReady(*line); });
+    if (ready != mLines.end())
+        return ready->get();
     const auto idle = std::find_if(mLines.begin(), mLines.end(),
                                    [](const auto& line) { return isUsable(*line); });
-    if (idle != mLines.end())
-        return idle->get();
+    return idle != mLines.end() ? idle->get() : newLine();
+}
+
+// What stands is left for requests that come before the other is ready.
+ServiceConnections::Line* ServiceConnections::lineForPreparing()
+{
+    const auto idle = std::find_if(mLines.begin(), mLines.end(), [](const auto& line) {
+        return isUsable(*line) && !isReady(*line);
+    });
+    return idle != mLines.end() ? idle->get() : newLine();
+}
+
+ServiceConnections::Line* ServiceConnections::newLine()
+{
     if (mLines.size() >= size_t{maximumManagers})
         return nullptr;
     auto manager = std::make_unique<QNetworkAccessManager>();
@@ -139,16 +266,23 @@ void ServiceConnections::dropIdleManagers()
     mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
 }
 
-void ServiceConnections::onFinished(QNetworkReply* reply)
+ServiceConnections::Line* ServiceConnections::lineOf(const QNetworkReply* reply)
 {
     const auto line = std::find_if(mLines.begin(), mLines.end(), [reply](const auto& candidate) {
         return candidate->manager == reply->manager();
     });
-    if (line == mLines.end())
+    return line != mLines.end() ? line->get() : nullptr;
+}
+
+void ServiceConnections::onFinished(QNetworkReply* reply)
+{
+    Line* const line = lineOf(reply);
+    if (!line)
         return;
-    (*line)->isBusy = false;
-    (*line)->idleSince = nowMilliseconds();
-    (*line)->isUnsure = !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    line->isBusy = false;
+    line->idleSince = nowMilliseconds();
+    line->stands = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    line->isUnsure = !line->stands;
     Q_EMIT freed();
 }
 

@@ -19,8 +19,9 @@ namespace KelRestHandler {
 /// leave on it unchecked. With one request at a time a manager opens none; with more it opens
 /// connections before it knows which it will need. Requests at the same time therefore get managers
 /// of their own, up to as many as the network library has connections to a host; further ones have
-/// to wait. A manager whose request ended without a reply makes a new connection, since the one
-/// that it was making may be completed all the same; not before the request's reply is deleted.
+/// to wait. A connection that is prepared has a request that waits for it, too: one that only opens
+/// it. A manager whose request ended without a reply makes a new connection, since the one that it
+/// was making may be completed all the same; not before the request's reply is deleted.
 ///
 /// A connection that was idle for longer than services keep them is not used again, either. Were
 /// it, the service might close it while the request is on its way, and the request, which goes out
@@ -34,6 +35,9 @@ public:
     /// service said last may each take half a second on their way.
     static constexpr int idleMilliseconds = 4000;
     static constexpr int maximumManagers = 6;
+    /// What a connection may take to be prepared. On a network that is slower than this, whoever
+    /// waits for it is better off with a connection of its own.
+    static constexpr int preparingMilliseconds = 4000;
 
     using SetUp = std::function<void(QNetworkAccessManager*)>;
 
@@ -43,6 +47,17 @@ public:
 
     /// Whether a request can be posted now.
     bool isFree() const;
+    /// The same, over a connection that stands.
+    bool isReady() const;
+
+    /// Opens a connection to the service, so that the next request finds it standing. prepared()
+    /// follows once; nothing does when no manager is free.
+    void prepare(const QUrl& service);
+    /// How many are being prepared. Each is worth waiting for by one request.
+    int preparing() const;
+    /// For how long from now on there is a connection to the service that a request can use, in
+    /// milliseconds, counting one that is busy as if it ended now.
+    int millisecondsReady(const QUrl& service) const;
 
     /// Null when none can be.
     QNetworkReply* post(const QNetworkRequest& request, const QByteArray& body);
@@ -52,10 +67,15 @@ public:
 
     /// Changes the limit for posts from now on, for tests.
     static void setIdleMilliseconds(int milliseconds);
+    static int currentIdleMilliseconds();
+    /// The same for what is prepared from now on.
+    static void setPreparingMilliseconds(int milliseconds);
 
 Q_SIGNALS:
     /// A request has ended, or its reply is gone.
     void freed();
+    /// How the opening of a connection ended.
+    void prepared(bool stands);
 
 private:
     struct Line
@@ -63,19 +83,28 @@ private:
         QNetworkAccessManager* manager;
         std::unique_ptr<QNetworkAccessManager> owned; ///< null for the first
         bool isBusy = false;
-        bool isUnsure = false; ///< may have a connection that nobody has checked
+        bool isPreparing = false; ///< busy with that
+        bool stands = false;      ///< has a connection, as far as replies tell
+        bool isUnsure = false;    ///< may have a connection that nobody has checked
         qint64 idleSince = 0;
+        QString server; ///< that its connection leads to
         std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
     };
 
     Line* lineForPost();
+    Line* lineForPreparing();
+    Line* newLine();
+    Line* lineOf(const QNetworkReply* reply);
+    static void reconnectIfDue(Line& line);
     void dropIdleManagers();
     void onFinished(QNetworkReply* reply);
+    void onPrepared(QNetworkReply* reply);
     void onDeleted(const Line& line);
     Line& makeLine(QNetworkAccessManager* manager);
     static bool mustReconnect(const Line& line);
     static QList<QNetworkReply*> repliesOf(const Line& line);
     static bool isUsable(const Line& line);
+    static bool isReady(const Line& line);
 
     SetUp mSetUp;
     std::vector<std::unique_ptr<Line>> mLines;
