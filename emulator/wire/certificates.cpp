@@ -121,9 +121,8 @@ TlsContext makeContext(const std::string& names, const Issuer& issuer)
         SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||
         SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1)
         return nullptr;
-    // A resumed session would skip the certificate, and with it the fault of a wrong one.
-    SSL_CTX_set_options(context.get(), SSL_OP_NO_TICKET);
-    SSL_CTX_set_num_tickets(context.get(), 0);
+    // Sessions are resumed by tickets, whose key is this context's own: one that was made under the
+    // right certificate is worth nothing under a wrong one.
     SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
     SSL_CTX_set_mode(context.get(), SSL_MODE_AUTO_RETRY);
     return context;

@@ -2,6 +2,7 @@
 // Runs inside an emulator with a network between, which counts connections and round trips.
 #include "emulator/emulatorprocess.h"
 #include "integration/emulatedservice.h"
+#include "rest/transport/serviceconnections.h"
 #include "support/literals.h"
 #include "support/rows.h"
 
@@ -71,6 +72,43 @@ private Q_SLOTS:
         QVERIFY(asks(*client));
         QCOMPARE(counted("roundTrips") - before, 4);
         QCOMPARE(counted("connections"), connections + 1);
+    }
+
+    void aConnectionThatIsMadeAnewResumesTheSession()
+    {
+        using KelRestHandler::ServiceConnections;
+        const auto client = newClient();
+        const int handshakes = counted("handshakes");
+        const int resumptions = counted("resumptions");
+        QVERIFY(asks(*client));
+        QCOMPARE(counted("handshakes"), handshakes + 1);
+        QCOMPARE(counted("resumptions"), resumptions);
+        // None is kept any more.
+        ServiceConnections::setIdleMilliseconds(-1);
+        QVERIFY(asks(*client));
+        QVERIFY(asks(*client));
+        ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds);
+        QCOMPARE(counted("handshakes"), handshakes + 3);
+        QCOMPARE(counted("resumptions"), resumptions + 2);
+        // Another client has none to resume.
+        QVERIFY(asks(*newClient()));
+        QCOMPARE(counted("resumptions"), resumptions + 2);
+    }
+
+    void aSessionIsNotResumedUnderAnotherName()
+    {
+        const auto client = newClient();
+        QVERIFY(asks(*client));
+        const int resumptions = counted("resumptions");
+        QVERIFY(mEmulator.orderFaults("wrong-host"));
+        int status = 0;
+        client->isUserIdAvailable("bob"_s).then(
+            this, [] {}, [&status](const KelAccount::Failure& f) { status = f.status; });
+        QTRY_COMPARE_WITH_TIMEOUT(status, int(KelAccount::ErrorSslHandshakeFailed), patience);
+        QCOMPARE(counted("resumptions"), resumptions);
+        // Nor is it afterwards: it may have been what went wrong.
+        QVERIFY(asks(*client));
+        QCOMPARE(counted("resumptions"), resumptions);
     }
 
     void nothingIsOpenedWithoutIt()

@@ -6,6 +6,7 @@
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QSslConfiguration>
 #include <QTimer>
 
 #include <algorithm>
@@ -118,10 +119,11 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     const bool isLikelyToReconnect = nowMilliseconds() - line->idleSince > quickSuccession;
     reconnectIfDue(*line);
     auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
-    QNetworkReply* const reply = line->manager->post(request, onceOnly.get());
+    line->server = serverOf(request.url());
+    QNetworkReply* const reply =
+        line->manager->post(isReady(*line) ? request : resuming(*line, request), onceOnly.get());
     onceOnly.release()->setParent(reply);
     line->isBusy = true;
-    line->server = serverOf(request.url());
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, isLikelyToReconnect); // the reply's child
@@ -137,6 +139,37 @@ void ServiceConnections::reconnectIfDue(Line& line)
     line.stands = false;
 }
 
+QNetworkRequest ServiceConnections::resuming(Line& line, const QNetworkRequest& request)
+{
+    QNetworkRequest result = request;
+    QSslConfiguration tls = request.sslConfiguration();
+    tls.setSslOption(QSsl::SslOptionDisableSessionPersistence, false);
+    const auto session = mSessions.constFind(line.server);
+    if (session != mSessions.constEnd() && nowMilliseconds() - session->since < sessionMilliseconds)
+        tls.setSessionTicket(session->ticket);
+    else
+        mSessions.remove(line.server);
+    result.setSslConfiguration(tls);
+    line.hasNewSession = true;
+    return result;
+}
+
+// What resumes a session is sent behind the handshake: it is there with the first reply.
+void ServiceConnections::keepSession(Line& line, const QNetworkReply& reply)
+{
+    // Whatever went wrong, it may have been the session.
+    if (!line.stands)
+        mSessions.remove(line.server);
+    if (!std::exchange(line.hasNewSession, false) || !line.stands)
+        return;
+    const QByteArray ticket = reply.sslConfiguration().sessionTicket();
+    if (ticket.isEmpty())
+        return;
+    const auto before = mSessions.constFind(line.server);
+    const qint64 since = before != mSessions.constEnd() ? before->since : nowMilliseconds();
+    mSessions[line.server] = {ticket, since};
+}
+
 void ServiceConnections::prepare(const QUrl& service)
 {
     dropIdleManagers();
@@ -144,10 +177,10 @@ void ServiceConnections::prepare(const QUrl& service)
     if (!line)
         return;
     reconnectIfDue(*line);
-    QNetworkReply* const reply = line->manager->get(openingOf(service));
+    line->server = serverOf(service);
+    QNetworkReply* const reply = line->manager->get(resuming(*line, openingOf(service)));
     line->isBusy = true;
     line->isPreparing = true;
-    line->server = serverOf(service);
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onPrepared(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, true); // the reply's child
@@ -164,6 +197,8 @@ void ServiceConnections::onPrepared(QNetworkReply* reply)
     line->idleSince = nowMilliseconds();
     line->stands = reply->error() == QNetworkReply::NoError;
     line->isUnsure = !line->stands;
+    if (!line->stands)
+        mSessions.remove(line->server);
     reply->deleteLater();
     Q_EMIT prepared(line->stands);
     Q_EMIT freed();
@@ -283,6 +318,7 @@ void ServiceConnections::onFinished(QNetworkReply* reply)
     line->idleSince = nowMilliseconds();
     line->stands = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
     line->isUnsure = !line->stands;
+    keepSession(*line, *reply);
     Q_EMIT freed();
 }
 

@@ -3,6 +3,8 @@
 
 #include "rest/transport/receivewatch.h"
 
+#include <QByteArray>
+#include <QHash>
 #include <QNetworkAccessManager>
 #include <QObject>
 
@@ -23,6 +25,10 @@ namespace KelRestHandler {
 /// it. A manager whose request ended without a reply makes a new connection, since the one that it
 /// was making may be completed all the same; not before the request's reply is deleted.
 ///
+/// A connection that is made anew resumes the TLS session of one before, where the server lets it:
+/// no certificates are sent then, and nothing is signed. Whom the session was made with was found
+/// out in the handshake that began it, not long ago, and is checked again.
+///
 /// A connection that was idle for longer than services keep them is not used again, either. Were
 /// it, the service might close it while the request is on its way, and the request, which goes out
 /// once, would be answered with an error.
@@ -38,6 +44,8 @@ public:
     /// What a connection may take to be prepared. On a network that is slower than this, whoever
     /// waits for it is better off with a connection of its own.
     static constexpr int preparingMilliseconds = 4000;
+    /// For how long a server need not show its certificate again.
+    static constexpr int sessionMilliseconds = 10 * 60 * 1000;
 
     using SetUp = std::function<void(QNetworkAccessManager*)>;
 
@@ -87,8 +95,16 @@ private:
         bool stands = false;      ///< has a connection, as far as replies tell
         bool isUnsure = false;    ///< may have a connection that nobody has checked
         qint64 idleSince = 0;
-        QString server; ///< that its connection leads to
+        QString server;             ///< that its connection leads to
+        bool hasNewSession = false; ///< of TLS, which its next reply tells
         std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
+    };
+
+    /// Of TLS, to be resumed.
+    struct Session
+    {
+        QByteArray ticket;
+        qint64 since; ///< the handshake in which the server showed its certificate
     };
 
     Line* lineForPost();
@@ -96,6 +112,8 @@ private:
     Line* newLine();
     Line* lineOf(const QNetworkReply* reply);
     static void reconnectIfDue(Line& line);
+    QNetworkRequest resuming(Line& line, const QNetworkRequest& request);
+    void keepSession(Line& line, const QNetworkReply& reply);
     void dropIdleManagers();
     void onFinished(QNetworkReply* reply);
     void onPrepared(QNetworkReply* reply);
@@ -108,6 +126,7 @@ private:
 
     SetUp mSetUp;
     std::vector<std::unique_ptr<Line>> mLines;
+    QHash<QString, Session> mSessions; ///< by server
     /// Hears when a reply is gone. It ends before the lines: what they take along need not be
     /// heard.
     QObject mReplies{this};
