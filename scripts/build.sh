@@ -2,6 +2,15 @@
 # Sourced by ./demo and ./test: configures a preset when that is due and builds it.
 # Ninja shows its progress on one line of a terminal and line by line elsewhere.
 
+# What cannot be compiled together with other files may well be by itself, which takes longer.
+kel_build_apart() { # DIRECTORY [TARGET...]
+    local directory=$1
+    shift
+    grep -qE '^CMAKE_UNITY_BUILD:[A-Z]+=ON$' "$directory/CMakeCache.txt" || return 1
+    echo "==> building file by file"
+    cmake -DCMAKE_UNITY_BUILD=OFF "$directory" >>"$directory/configure.log" 2>&1 && ninja -C "$directory" "$@"
+}
+
 kel_configure() { # PRESET
     local preset=$1 directory="$KEL_ROOT/build/$1" log
     if [ ! -f "$directory/build.ninja" ]; then
@@ -26,7 +35,7 @@ kel_build() { # PRESET [TARGET...]
         return 0
     fi
     echo "==> building $preset"
-    ninja -C "$directory" "$@" || {
+    ninja -C "$directory" "$@" || kel_build_apart "$directory" "$@" || {
         echo "The build failed; the lines above say where." >&2
         return 1
     }
