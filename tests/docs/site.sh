@@ -12,6 +12,9 @@ trap 'rm -rf "$work"' EXIT
 while read -r page; do
     name=${page#"$1/"}
     grep -q ": $name\$" "$1/mkdocs.yml" || { echo "$name has no place in mkdocs.yml"; exit 1; }
+    [ "$name" != README.md ] || name=index
+    grep -qF "\"location\":\"${name%.md}.html" "$work/site/search/search_index.json" ||
+        { echo "$name is not found by the site's search"; exit 1; }
 done < <(find "$1/docs" "$1" -maxdepth 1 -name '*.md')
 
 # What the public headers declare is in the reference: a header for each lies in the build.
