@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A sign-up screen. Try it: kelaccount-emulator run -- qmlscene sign-up.qml
+// A sign-up screen. Try it: kelaccount-emulator run -- qmlscene sign-up.qml (docs/qml.md says what that needs)
 import QtQuick 2.15
 import QtQuick.Controls 2.15
 import QtQuick.Layouts 1.15
