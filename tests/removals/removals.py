@@ -48,7 +48,7 @@ RESPONSIBLE = [
      "tst_signing tst_operations tst_signedaddress tst_knownanswers"),
     (r"rest/transport/", "tst_transport tst_transport_abandoned tst_transport_requests "
      "tst_transport_servers tst_transport_connections tst_transport_endings "
-     "tst_transport_statuses tst_receivewatch tst_connectionlatency tst_knownanswers "
+     "tst_transport_statuses tst_transport_floods tst_receivewatch tst_connectionlatency tst_knownanswers "
      "tst_servernames tst_requesthandler tst_firstcall tst_transportmemory"),
     (r"rest/picture/", "tst_captchapicture tst_captchawithoutgui"),
     (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
