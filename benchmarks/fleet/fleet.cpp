@@ -3,6 +3,7 @@
 
 #include "client/retrywait.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/preparation.h"
 #include "rest/transport/serviceconnections.h"
 
 #include <algorithm>
@@ -79,6 +80,7 @@ private:
     Second& second(double time) { return mResult.seconds[static_cast<std::size_t>(time)]; }
     void plan(double time, int handset, Kind kind, Outcome outcome = Outcome::Answered,
               double asked = 0);
+    double renewedAfter() const { return 0.75 * mSettings.idleLimit; }
     bool isDown(double time) const;
     bool isFrontUp(double time) const;
     bool isUsable(double now, const Handset& handset) const;
@@ -213,13 +215,13 @@ void Simulation::open(double now, int handset)
     }
     ++mResult.prepared;
     self.idleSince = shakeHands(now, self) + mSettings.roundTrip / 2;
-    plan(self.idleSince + mSettings.idleLimit, handset, Kind::Renewal);
+    plan(self.idleSince + renewedAfter(), handset, Kind::Renewal);
 }
 
 void Simulation::renew(double now, int handset)
 {
     Handset& self = mHandsets[handset];
-    const bool isStillIdle = now - self.idleSince >= mSettings.idleLimit - 1e-9;
+    const bool isStillIdle = now - self.idleSince >= renewedAfter() - 1e-9;
     if (self.isCalling || !self.isConnected || !isStillIdle || self.callsLeft == 0 ||
         self.renewals == 0)
         return;
@@ -351,7 +353,7 @@ void Simulation::end(double now, int handset, Outcome outcome, double asked)
     if (--self.callsLeft > 0) {
         plan(now + mRandom.exponential(mSettings.betweenCalls), handset, Kind::Attempt);
         if (mSettings.isPrepared)
-            plan(now + mSettings.idleLimit, handset, Kind::Renewal);
+            plan(now + renewedAfter(), handset, Kind::Renewal);
     } else {
         plan(now + mRandom.exponential(mSettings.betweenScreens), handset, Kind::Screen);
     }
@@ -422,7 +424,8 @@ void Simulation::closeBooks()
 } // namespace
 
 Settings::Settings()
-    : idleLimit(KelRestHandler::ServiceConnections::idleMilliseconds / 1000.0),
+    : renewals(KelRestHandler::Preparation::renewals),
+      idleLimit(KelRestHandler::ServiceConnections::idleMilliseconds / 1000.0),
       guard(KelRestHandler::NetworkReplyContainer::guardMilliseconds() / 1000.0)
 {
 }

@@ -37,9 +37,10 @@ struct Settings
     double betweenCalls = 3;
     double roundTrip = 0.1;
 
-    bool isPrepared = false; ///< a connection is opened with the screen
-    int renewals = 3;        ///< of it while the screen is open and nothing is called
-    double idleLimit;        ///< of the library
+    bool isPrepared =
+        false;        ///< a connection is opened with the screen, which closes after its calls
+    int renewals;     ///< of it, when three quarters of the limit have passed without a call
+    double idleLimit; ///< of the library
     double heldUnused = 120; ///< how long the network library holds a connection
     double guard;            ///< of the library
 
