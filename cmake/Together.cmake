@@ -11,6 +11,8 @@ endfunction()
 set(kel_here ${PROJECT_SOURCE_DIR})
 # The kernel's header for TCP has what the C library's has.
 kelaccount_compile_apart(kelaccount_rest ${kel_here}/src/rest/transport/receivedbytes.cpp)
+# Of these, kelaccount links some files alone: the others want what it has not.
+set_property(TARGET kelaccount_device kelaccount_platform PROPERTY UNITY_BUILD OFF)
 kelaccount_compile_apart(kelaccount_account ${kel_here}/src/account/accountsignout.cpp)
 kelaccount_compile_apart(kelaccount_wire ${kel_here}/src/rest/request/xmltext.cpp)
 kelaccount_compile_apart(kelaccount_configure ${kel_here}/src/configure/ownidentities.cpp)
