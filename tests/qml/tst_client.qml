@@ -46,17 +46,28 @@ TestCase {
         return function (value) { test.told.push([what, value]) }
     }
 
+    // As long as a busy machine may take.
+    readonly property int patience: 60000
+
+    function eventually(condition) {
+        tryVerify(condition, test.patience)
+    }
+
+    function becomes(object, property, value) {
+        tryCompare(object, property, value, test.patience)
+    }
+
     function init() {
-        tryCompare(client, "initialized", true)
+        becomes(client, "initialized", true)
         told = []
     }
 
     function cleanup() {
-        tryCompare(client, "busy", false)
+        becomes(client, "busy", false)
     }
 
     function test_aCompleteClientInitializesItself() {
-        tryCompare(client, "initialized", true)
+        becomes(client, "initialized", true)
         compare(client.failure.status, Status.ErrorNone)
         compare(client.server, AccountsClient.Production)
     }
@@ -64,11 +75,11 @@ TestCase {
     function test_aClientIsInitializedWhenItsKeysAreSet() {
         const late = createTemporaryObject(another, test)
         late.isUserIdAvailable("carol").then(answered("free"), answered("failed"))
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][1].status, Status.ErrorInitializationPending)
         late.consumerSecret = "demo-secret"
         late.consumerKey = "demo-key"
-        tryCompare(late, "initialized", true)
+        becomes(late, "initialized", true)
         ignoreWarning(/"consumerKey" is read before that/)
         late.consumerKey = "another"
         compare(late.consumerKey, "demo-key")
@@ -77,13 +88,13 @@ TestCase {
     function test_aClientThatCouldNotBeInitializedCanBeLater() {
         const late = createTemporaryObject(another, test)
         late.initialize("", "", AccountsClient.Production, "music").then(answered("done"), answered("failed"))
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][0], "failed")
         compare(late.failure.status, Status.ErrorInvalidParameter)
         verify(!late.initialized)
         late.consumerKey = "demo-key"
         late.consumerSecret = "demo-secret"
-        tryCompare(late, "initialized", true)
+        becomes(late, "initialized", true)
         compare(late.failure.status, Status.ErrorNone)
     }
 
@@ -102,7 +113,7 @@ TestCase {
         // What is set while one is under way comes too late, also when another fails.
         ignoreWarning(/"consumerKey" is read before that/)
         late.consumerKey = "another"
-        tryVerify(() => told.length === 2)
+        eventually(() => told.length === 2)
         compare(told.map(one => one[0]).sort(), ["done", "failed"])
         verify(late.initialized)
         compare(late.failure.status, Status.ErrorNone)
@@ -114,7 +125,7 @@ TestCase {
         client.initializedChanged.connect(() => { told.push("initialized") })
         client.failureChanged.connect(() => { told.push("failure") })
         const call = client.initialize("another", "secret", AccountsClient.Production, "music")
-        tryVerify(() => call.finished)
+        eventually(() => call.finished)
         compare(call.failure.status, Status.ErrorInvalidRequest)
         verify(client.initialized)
         compare(client.failure.status, Status.ErrorNone)
@@ -128,7 +139,7 @@ TestCase {
         call.cancel()
         verify(call.cancelled)
         verify(!late.busy)
-        tryCompare(late, "initialized", true)
+        becomes(late, "initialized", true)
         compare(told, [])
         verify(call.cancelled)
     }
@@ -151,7 +162,7 @@ TestCase {
         call.then(answered("done"), answered("failed"))
         verify(client.busy)
         verify(!call.finished)
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][0], "failed")
         compare(told[0][1].status, Status.ErrorInvalidParameter)
         compare(told[0][1].field, "dateOfBirth")
@@ -176,7 +187,7 @@ TestCase {
         form.dateOfBirth = "1990-02-28"
         verify(form.submit())
         // There is no captcha with it.
-        tryVerify(() => form.failure.status !== 0)
+        eventually(() => form.failure.status !== 0)
         verify(form.failure.field !== "dateOfBirth", form.failure.name)
     }
 
@@ -187,7 +198,7 @@ TestCase {
         verify(client.busy)
         verify(!call.finished)
         compare(told.length, 0)
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][0], "done")
         compare(told[0][1].available, false)
         verify(told[0][1].suggestions.length > 0)
@@ -199,7 +210,7 @@ TestCase {
 
     function test_aFailureSaysWhatIsKnownOfIt() {
         client.isUserIdAvailable("admin").then(answered("done"), answered("failed"))
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][0], "failed")
         const failure = told[0][1]
         compare(failure.status, Status.ErrorUserNameReserved)
@@ -210,10 +221,10 @@ TestCase {
 
     function test_aFinishedCallCanStillBeAsked() {
         const call = client.isUserIdAvailable("dora")
-        tryVerify(() => call.finished)
+        eventually(() => call.finished)
         call.then(answered("done"))
         compare(told.length, 0)
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][1].available, true)
     }
 
@@ -227,7 +238,7 @@ TestCase {
         call.then(answered("done"), answered("failed"))
         // What comes after it has come, so it would have come, too.
         const next = client.isUserIdAvailable("frank")
-        tryVerify(() => next.finished)
+        eventually(() => next.finished)
         compare(told.length, 0)
     }
 
@@ -235,9 +246,9 @@ TestCase {
         const call = client.isUserIdAvailable("gina")
         call.then(() => { told.push("first"); call.cancel() })
         call.then(answered("second"))
-        tryVerify(() => told.length > 0)
+        eventually(() => told.length > 0)
         const next = client.isUserIdAvailable("henry")
-        tryVerify(() => next.finished)
+        eventually(() => next.finished)
         compare(told, ["first"])
         verify(!call.cancelled)
     }
@@ -246,7 +257,7 @@ TestCase {
         for (let i = 0; i < 5; ++i)
             client.isUserIdAvailable("keep" + i).then(answered("done"))
         gc()
-        tryVerify(() => told.length === 5)
+        eventually(() => told.length === 5)
         gc()
     }
 
@@ -256,7 +267,7 @@ TestCase {
         call.then(answered("page"), answered("page"), shown)
         call.then(answered("client"))
         shown.destroy()
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][0], "client")
     }
 
@@ -265,10 +276,10 @@ TestCase {
         const call = brief.retrieveCountryCode()
         call.then(answered("done"), answered("failed"))
         brief.destroy()
-        tryVerify(() => call.finished)
+        eventually(() => call.finished)
         verify(call.cancelled)
         const next = client.isUserIdAvailable("jack")
-        tryVerify(() => next.finished)
+        eventually(() => next.finished)
         compare(told.length, 0)
     }
 
@@ -276,7 +287,7 @@ TestCase {
         const form = createTemporaryObject(forms, test)
         form.client = client
         verify(form.submit())
-        tryVerify(() => form.failure.status !== 0)
+        eventually(() => form.failure.status !== 0)
         form.failureChanged.connect(() => { form.client = null })
         verify(!form.submit())
         compare(form.failure.status, Status.ErrorInitializationPending)
@@ -287,7 +298,7 @@ TestCase {
         const form = createTemporaryObject(forms, test)
         form.client = client
         verify(form.submit())
-        tryVerify(() => form.failure.status !== 0)
+        eventually(() => form.failure.status !== 0)
         const asked = []
         const again = () => {
             if (!form.failure.status && asked.length === 0)
@@ -296,7 +307,7 @@ TestCase {
         form.failureChanged.connect(again)
         verify(!form.submit())
         compare(asked, [true])
-        tryVerify(() => form.failure.status !== 0)
+        eventually(() => form.failure.status !== 0)
     }
 
     function test_aQuestionMayBeTakenBackAsSoonAsItIsOpen() {
@@ -326,7 +337,7 @@ TestCase {
         })
         verify(form.submit())
         brief.destroy()
-        tryVerify(() => !form.client)
+        eventually(() => !form.client)
         compare(asked, [false])
         compare(states, [true, false])
     }
@@ -336,16 +347,16 @@ TestCase {
         const call = client.isUserIdAvailable("kate")
         call.then(() => { throw new Error("out of order") })
         call.then(answered("second"))
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
     }
 
     function test_valuesOfAnotherTypeAreNoCrash() {
         const call = client.isUserIdAvailable(undefined)
         call.then(null, 42)
         call.then(answered("done"), answered("failed"), null)
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         client.registerAccount({}).then(answered("done"), answered("failed"))
-        tryVerify(() => told.length === 2)
+        eventually(() => told.length === 2)
         compare(told[1][1].status, Status.ErrorInvalidParameter)
     }
 
@@ -353,7 +364,7 @@ TestCase {
         ignoreWarning(/A registration has no property "pasword"/)
         client.registerAccount({ emailAddress: "a@mail.example", pasword: "x" })
             .then(answered("done"), answered("failed"))
-        tryVerify(() => told.length === 1)
+        eventually(() => told.length === 1)
         compare(told[0][1].status, Status.ErrorInvalidParameter)
     }
 
@@ -371,7 +382,7 @@ TestCase {
         const variant = client.queryMarketingVariant()
         const required = client.isCaptchaRequired()
         const state = client.isKeLAccountConfigured()
-        tryCompare(client, "busy", false)
+        becomes(client, "busy", false)
         verify(Object.keys(terms.result.addresses).length > 0)
         verify(questions.result.questions.length > 1)
         verify(questions.result.questions[0].text.length > 0)
