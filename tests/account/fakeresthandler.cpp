@@ -132,6 +132,11 @@ void RESTRequestHandler::abandon(int requestId)
     abandonedRequests.append(requestId);
 }
 
+// Nothing is sent, so there is no connection to have ready.
+void RESTRequestHandler::prepare(QString const&)
+{
+}
+
 bool RESTRequestHandler::event(QEvent* event)
 {
     return ServiceSignals::event(event);
