@@ -36,11 +36,23 @@ Item {
         readonly property int patience: 60000
 
         function eventually(condition, message) {
-            tryVerify(condition, test.patience, message || "")
+            try {
+                tryVerify(condition, test.patience, message || "")
+            } catch (failed) {
+                const page = test.page
+                console.warn(page ? page.objectName : "no page", page ? page.complaint : "", new Error().stack)
+                throw failed
+            }
         }
 
         function becomes(object, property, value) {
             tryCompare(object, property, value, test.patience)
+        }
+
+        // For the next request, which is not to be another one that is still on its way.
+        function order(fault) {
+            eventually(() => !screen.item.accounts.busy)
+            verify(emulator.order(fault))
         }
 
         // The wizard from its beginning, as on a device that was just switched on.
@@ -173,7 +185,7 @@ Item {
             look("name")
             // Without questions there is no way on, so they can be asked for again.
             screen.item.questions = []
-            verify(emulator.order("status=503"))
+            order("status=503")
             press("next")
 
             comesTo("QuestionPage")
@@ -202,7 +214,7 @@ Item {
             press("next")
             comesTo("TermsPage")
             press("accept")
-            verify(emulator.order("close-before-headers"))
+            order("close-before-headers")
             press("next")
 
             // What is no field's failure is told where the way goes on.
@@ -214,7 +226,7 @@ Item {
             comesTo("TermsPage")
             // What could not be fetched is not accepted.
             press("accept")
-            verify(emulator.order("status=503"))
+            order("status=503")
             screen.item.fetchTerms()
             eventually(() => test.page.complaint.length > 0)
             verify(!part("next").enabled)
@@ -224,7 +236,7 @@ Item {
 
             comesTo("SuccessPage")
             look("success")
-            verify(emulator.order("status=503"))
+            order("status=503")
             press("show")
 
             comesTo("ProfilePage")
@@ -336,7 +348,7 @@ Item {
             // Without a captcha.
             comesTo("TermsPage")
             press("accept")
-            verify(emulator.order("hang@5"))
+            order("hang@5")
             const before = emulator.requestsFor("registration")
             press("next")
             comesTo("ProgressPage")
