@@ -2,6 +2,7 @@
 // Signing out of the device, with the plugin or the daemon ending or standing still, with another
 // one at the same time, and with nobody left to hear of it: the next sign-out finds what is left.
 #include "account/accountsignout.h"
+#include "common/unfinishedwork.h"
 #include "configure/accountslock.h"
 #include "integration/signoutfixture.h"
 #include "support/daemoncontrol.h"
@@ -171,6 +172,26 @@ private Q_SLOTS:
         QFETCH(int, moment);
         orchestrator()->signOut();
         QTest::qWait(moment);
+        openFacade();
+        QCOMPARE(signOut(), 0);
+        expectSignedOut();
+    }
+
+    // An account that is made meanwhile would lose its credentials to it.
+    void aFacadeThatGoesKeepsTheAccountsUntilTheCredentialsAreGone()
+    {
+        refuse(storeFile("signon.db"), "CREDENTIALS");
+        orchestrator()->signOut();
+        QVERIFY(waitUntil([] { return KelAccount::UnfinishedWork::isUnderWay(); }, patienceMs));
+        closeFacade();
+        KelAccount::AccountsLock next;
+        QCOMPARE(next.tryTake(), KelAccount::AccountsLock::Busy);
+        QCOMPARE(identities().size(), 1);
+        allow();
+        QVERIFY(waitUntil([&] { return next.tryTake() == KelAccount::AccountsLock::Taken; },
+                          patienceMs));
+        QCOMPARE(identities(), QList<QVariantList>());
+        next.release();
         openFacade();
         QCOMPARE(signOut(), 0);
         expectSignedOut();
