@@ -272,7 +272,6 @@ constexpr StatusRow rows[] = {
                        "An entry is missing or not valid. Please check your entries.")},
     {ErrorUnabletoSendRequest, lasting, "",
      QT_TRANSLATE_NOOP("KelAccount::StatusText", "The request could not be sent.")},
-    {ErrorUnknown, passing, "", unexpected},
     {ErrorUndefined, passing, "", unexpected},
     {ErrorMax, passing, "", unexpected},
 };
