@@ -16,10 +16,13 @@
 #include "support/testauthority.h"
 
 #include <QPointer>
+#include <QScopeGuard>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
+
+#include <algorithm>
 
 using namespace KelRestHandler;
 using operations::Send;
@@ -180,6 +183,34 @@ private Q_SLOTS:
                               "C Empty pointer in NetworkHandler::onNetworkRequestTimedOut"_s}));
         QTest::qWait(20);
         QCOMPARE(spy.count(), 0);
+    }
+
+    // Between being asked whether there is one and being given a request, that is.
+    void aConnectionThatGetsTooOldAtTheLastMomentTakesTheRequest()
+    {
+        ScriptedServer server;
+        server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        QNetworkAccessManager manager;
+        ServiceConnections connections(
+            &manager, [](QNetworkAccessManager*) {}, nullptr);
+        const QNetworkRequest request{QUrl(server.base())};
+        QList<QNetworkReply*> replies;
+        for (int i = 0; i < ServiceConnections::maximumManagers; ++i)
+            replies.append(connections.post(request, "body"));
+        const auto areFinished = [&replies] {
+            return std::all_of(replies.cbegin(), replies.cend(),
+                               [](QNetworkReply* reply) { return reply->isFinished(); });
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(areFinished(), patience);
+        QVERIFY(connections.isFree());
+        const auto restore = qScopeGuard(
+            [] { ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds); });
+        ServiceConnections::setIdleMilliseconds(0); // all have been idle for too long
+        // As long as the replies are there.
+        QTRY_VERIFY_WITH_TIMEOUT(!connections.isFree(), patience);
+        replies.append(connections.post(request, "body"));
+        QVERIFY(replies.last());
+        QTRY_VERIFY_WITH_TIMEOUT(areFinished(), patience);
     }
 
     void aReplyThatIsNotOursIsIgnored()

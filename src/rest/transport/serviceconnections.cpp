@@ -132,7 +132,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
 
 void ServiceConnections::reconnectIfDue(Line& line)
 {
-    if (!mustReconnect(line))
+    if (!mustReconnect(line) || !repliesOf(line).isEmpty())
         return;
     line.manager->clearConnectionCache();
     line.isUnsure = false;
@@ -256,7 +256,16 @@ ServiceConnections::Line* ServiceConnections::lineForPost()
         return ready->get();
     const auto idle = std::find_if(mLines.begin(), mLines.end(),
                                    [](const auto& line) { return isUsable(*line); });
-    return idle != mLines.end() ? idle->get() : newLine();
+    if (idle != mLines.end())
+        return idle->get();
+    if (Line* const another = newLine())
+        return another;
+    // The service may have ended a connection since isFree() found it. A request that goes out over
+    // that has an answer; one that does not go out has none.
+    const auto checked = std::find_if(mLines.begin(), mLines.end(), [](const auto& line) {
+        return !line->isBusy && !line->isUnsure;
+    });
+    return checked != mLines.end() ? checked->get() : nullptr;
 }
 
 // What stands is left for requests that come before the other is ready.
