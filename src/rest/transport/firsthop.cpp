@@ -5,16 +5,20 @@
 
 namespace KelRestHandler {
 
+quint16 portOf(const QUrl& address)
+{
+    constexpr int httpPort = 80;
+    constexpr int httpsPort = 443;
+    return static_cast<quint16>(
+        address.port(address.scheme() == QLatin1String("https") ? httpsPort : httpPort));
+}
+
 FirstHop firstHopTo(const QUrl& address)
 {
     const auto proxies = QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(address));
     if (!proxies.isEmpty() && !proxies.first().hostName().isEmpty())
         return {proxies.first().hostName(), proxies.first().port()};
-    constexpr int httpPort = 80;
-    constexpr int httpsPort = 443;
-    const int port =
-        address.port(address.scheme() == QLatin1String("https") ? httpsPort : httpPort);
-    return {address.host(), static_cast<quint16>(port)};
+    return {address.host(), portOf(address)};
 }
 
 } // namespace KelRestHandler

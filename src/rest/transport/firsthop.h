@@ -13,6 +13,9 @@ struct FirstHop
     quint16 port;
 };
 
+/// The address's port, or the one that its scheme stands for.
+quint16 portOf(const QUrl& address);
+
 /// The proxy on the way to the address, or its server when there is none.
 FirstHop firstHopTo(const QUrl& address);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/serviceconnections.h"
 
+#include "rest/transport/firsthop.h"
 #include "rest/transport/onetimebody.h"
 #include "rest/transport/replyproperties.h"
 
@@ -31,14 +32,11 @@ qint64 nowMilliseconds()
 
 QUrl withPort(QUrl address)
 {
-    constexpr int httpPort = 80;
-    constexpr int httpsPort = 443;
-    address.setPort(
-        address.port(address.scheme() == QLatin1String("https") ? httpsPort : httpPort));
+    address.setPort(portOf(address));
     return address;
 }
 
-QString serverOf(const QUrl& address)
+QString originOf(const QUrl& address)
 {
     return withPort(address).toString(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery |
                                       QUrl::RemoveFragment);
@@ -119,7 +117,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     const bool isLikelyToReconnect = nowMilliseconds() - line->idleSince > quickSuccession;
     reconnectIfDue(*line);
     auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
-    line->server = serverOf(request.url());
+    line->server = originOf(request.url());
     QNetworkReply* const reply =
         line->manager->post(isReady(*line) ? request : resuming(*line, request), onceOnly.get());
     onceOnly.release()->setParent(reply);
@@ -177,7 +175,7 @@ void ServiceConnections::prepare(const QUrl& service)
     if (!line)
         return;
     reconnectIfDue(*line);
-    line->server = serverOf(service);
+    line->server = originOf(service);
     QNetworkReply* const reply = line->manager->get(resuming(*line, openingOf(service)));
     line->isBusy = true;
     line->isPreparing = true;
@@ -212,7 +210,7 @@ int ServiceConnections::preparing() const
 
 int ServiceConnections::millisecondsReady(const QUrl& service) const
 {
-    const QString server = serverOf(service);
+    const QString server = originOf(service);
     qint64 longest = 0;
     for (const auto& line : mLines) {
         if (line->server != server || line->isPreparing)
