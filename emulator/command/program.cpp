@@ -97,8 +97,7 @@ std::vector<Option> serviceOptions()
         {"--latency",
          {"MILLISECONDSms", delayProblem},
          "what a round trip takes, such as 100ms; opening a connection, its tunnel and TLS take "
-         "one "
-         "each"},
+         "one each"},
         {"--jitter",
          {"MILLISECONDSms", delayProblem},
          "by how much a round trip may be longer or shorter, at most the latency"},

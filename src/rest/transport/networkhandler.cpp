@@ -176,23 +176,22 @@ void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
 }
 
 // A connection that is being prepared is sooner ready than another one would be, so one request
-// waits for it. What waits besides was there before.
+// waits for it.
+bool NetworkHandler::goesOut(int waiting) const
+{
+    return mConnections.isReady() || (waiting > mConnections.preparing() && mConnections.isFree());
+}
+
+// What waits besides was there before.
 bool NetworkHandler::mayPost() const
 {
     const auto waiting = static_cast<int>(mWaiting.size());
-    const int preparing = mConnections.preparing();
-    return waiting <= preparing &&
-           (mConnections.isReady() || (waiting == preparing && mConnections.isFree()));
+    return waiting <= mConnections.preparing() && goesOut(waiting + 1);
 }
 
 void NetworkHandler::postWaiting()
 {
-    const auto goesOn = [this] {
-        const auto waiting = static_cast<int>(mWaiting.size());
-        return waiting > 0 && (mConnections.isReady() ||
-                               (waiting > mConnections.preparing() && mConnections.isFree()));
-    };
-    while (goesOn()) {
+    while (!mWaiting.empty() && goesOut(static_cast<int>(mWaiting.size()))) {
         const std::unique_ptr<WaitingRequest> next = std::move(mWaiting.front());
         mWaiting.pop_front();
         QNetworkReply* const reply = postNow(*next);

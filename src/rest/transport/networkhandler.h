@@ -77,6 +77,8 @@ private:
     void queueFinished(QNetworkReply* reply);
     int send(const HttpRequest& request, std::unique_ptr<HttpRequest> owned, NetRequestType type);
     void letWait(std::unique_ptr<WaitingRequest> request);
+    /// Whether one of so many waiting requests is posted now.
+    bool goesOut(int waiting) const;
     bool mayPost() const;
     void postWaiting();
     QNetworkReply* postNow(const WaitingRequest& request);

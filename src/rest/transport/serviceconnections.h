@@ -31,7 +31,8 @@ namespace KelRestHandler {
 ///
 /// A connection that was idle for longer than services keep them is not used again, either. Were
 /// it, the service might close it while the request is on its way, and the request, which goes out
-/// once, would be answered with an error.
+/// once, would be answered with an error. One that was fresh enough when isFree() said so takes the
+/// request that is posted thereupon all the same.
 class ServiceConnections : public QObject
 {
     Q_OBJECT
