@@ -23,9 +23,12 @@ bool Calls::answer(const Answer& answer, const std::function<void()>& emitSignal
         return false;
     Emitting emitting{answer, mEmitting};
     mEmitting = &emitting;
+    const CallId last = mLast;
     emitSignals();
-    if (!emitting.isOrphaned)
+    if (!emitting.isOrphaned) {
         mEmitting = emitting.outer;
+        mLast = last;
+    }
     return !emitting.isAbandoned;
 }
 

@@ -41,8 +41,9 @@ public:
     Calls& operator=(const Calls&) = delete;
 
     CallId make();
-    /// The call that was made last, refused ones included. An operation sets it when it is entered,
-    /// and when it returns: it may have run the event loop, and others in it.
+    /// The call that was made last, refused ones included, but for those that were made in the
+    /// slots of an answer. An operation that has run the event loop, and perhaps others in it, sets
+    /// it when it returns.
     CallId last() const { return mLast; }
     void returnFrom(CallId call) { mLast = call; }
     /// What last() will be within the next call.

@@ -152,6 +152,19 @@ private Q_SLOTS:
         QVERIFY(!calls.isAnsweredInVain());
     }
 
+    // Whoever calls an operation that answers at once asks for its number afterwards.
+    void whatIsMadeInASlotIsNotTheLastOne()
+    {
+        Calls calls;
+        const CallId call = calls.make();
+        calls.answer({call, 0}, [&] {
+            const CallId inner = calls.make();
+            calls.answer({inner, 0}, [&] { calls.make(); });
+            QCOMPARE(calls.last(), inner);
+        });
+        QCOMPARE(calls.last(), call);
+    }
+
     // As an application does that deletes the facade in the slot of an answer.
     void theyMayGoWhileTheyAnswer()
     {
