@@ -2,6 +2,7 @@
 #include "account/accountsignout.h"
 
 #include "account/accountsetup.h"
+#include "account/sessionroad.h"
 #include "common/logging.h"
 #include "configure/kelconfigure.h"
 #include "signon/kelauthsessioninterface.h"
@@ -25,10 +26,9 @@ constexpr int retryMs = 50;
 } // namespace
 
 AccountSignOut::AccountSignOut(KelConfigure& configure, KelAuthSessionInterface& session,
-                               AccountSetUp& setUp, std::function<bool(quint32)> openSession,
-                               QObject* parent)
-    : QObject(parent), mConfigure(configure), mSession(session), mSetUp(setUp),
-      mOpenSession(std::move(openSession)), mReservationGuard(this), mTokenGuard(this)
+                               AccountSetUp& setUp, SessionRoad& sessions, QObject* parent)
+    : QObject(parent), mConfigure(configure), mSession(session), mSetUp(setUp), mSessions(sessions),
+      mReservationGuard(this), mTokenGuard(this)
 {
     mReservationGuard.setSingleShot(true);
     mReservationGuard.setInterval(reservationTimeoutMs);
@@ -40,8 +40,13 @@ AccountSignOut::AccountSignOut(KelConfigure& configure, KelAuthSessionInterface&
 }
 
 // From the event loop, as opening a session waits.
-void AccountSignOut::begin(CallId call)
+void AccountSignOut::begin(CallId call, ErrorStatus refusal)
 {
+    if (refusal != ErrorNone) {
+        QMetaObject::invokeMethod(
+            this, [this, call, refusal] { Q_EMIT finished(call, refusal); }, Qt::QueuedConnection);
+        return;
+    }
     mCall = call;
     mStep = Step::Opening;
     mLastAccount = 0;
@@ -100,7 +105,7 @@ void AccountSignOut::open()
 {
     const QPointer<AccountSignOut> alive(this);
     const unsigned run = mRun;
-    const bool isOpen = mOpenSession(mAccount.credentialsId);
+    const bool isOpen = mSessions.open(mAccount.credentialsId);
     if (!alive || !isOpening(run))
         return;
     if (!isOpen) {

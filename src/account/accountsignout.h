@@ -6,6 +6,8 @@
 #include "configure/deviceaccounts.h"
 #include "configure/identitytask.h"
 
+#include <kelaccount/errorstatus.h>
+
 #include <QObject>
 #include <QTimer>
 
@@ -17,6 +19,7 @@ namespace KelAccount {
 class AccountSetUp;
 class KelAuthSessionInterface;
 class KelConfigure;
+class SessionRoad;
 
 /// Signing out: deletes the token at the service, what the plugin has stored, the credentials and
 /// the device account, in this order, of each account of the service and of the credentials that
@@ -33,12 +36,13 @@ class AccountSignOut : public QObject
     Q_OBJECT
 
 public:
-    /// All of these outlive this object. `openSession` may run an event loop.
+    /// All of these outlive this object.
     AccountSignOut(KelConfigure& configure, KelAuthSessionInterface& session, AccountSetUp& setUp,
-                   std::function<bool(quint32 credentialsId)> openSession, QObject* parent);
+                   SessionRoad& sessions, QObject* parent);
 
-    /// `finished` follows, once. Only when none is under way.
-    void begin(CallId call);
+    /// `finished` follows, once: with that status and nothing else done, unless it is ErrorNone.
+    /// None is begun while another is under way.
+    void begin(CallId call, ErrorStatus refusal);
     /// Nobody waits for it any more, if it is that call's. It ends, without a word, where nothing
     /// of the account at hand has been touched yet; otherwise it goes on.
     void withdraw(CallId call);
@@ -75,7 +79,7 @@ private:
     KelConfigure& mConfigure;
     KelAuthSessionInterface& mSession;
     AccountSetUp& mSetUp;
-    std::function<bool(quint32)> mOpenSession;
+    SessionRoad& mSessions;
     CallId mCall = 0; // of the one that is under way, or of the last
     Step mStep = Step::None;
     unsigned mRun = 0;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/kelaccountsprivate.h"
 
-#include "account/accountsetup.h"
 #include "account/accountsignout.h"
 #include "common/logging.h"
 #include "common/typename.h"
@@ -10,20 +9,11 @@
 #include "rest/request/consumersignature.h"
 #include "rest/request/timestampmanager.h"
 
-#include <QPointer>
-
 #include <new>
 
 using namespace KelRestHandler;
 
 namespace KelAccount {
-
-namespace {
-
-// The device's country could not be found. The number has no member.
-constexpr int countryUnknown = 807;
-
-} // namespace
 
 KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
     : QObject(parent), mRestHandler(this),
@@ -36,8 +26,7 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
     registerTypeName<ResponseType>("ResponseType");
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
-    createSetUp();
-    createSignOut();
+    createSetUpAndSignOut();
     connectRestHandler();
     connectSession();
 }
@@ -52,12 +41,8 @@ void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& c
                                     const QVariantMap& /*connectionDetail*/)
 {
     const OpenCall call = newCall(ResponseInitialize);
-    if (isRefused(call, mSettings.initialize(consumerKey, consumerSecret, server, zorService)))
-        return;
-    const QPointer<KelAccountsPrivate> alive(this);
-    give({call.id, ErrorNone}, &Self::initializeResponse);
-    if (alive)
-        mCalls.returnFrom(call.id);
+    if (!isRefused(call, mSettings.initialize(consumerKey, consumerSecret, server, zorService)))
+        give({call.id, ErrorNone}, &Self::initializeResponse);
 }
 
 void KelAccountsPrivate::prepare()
@@ -88,6 +73,7 @@ void KelAccountsPrivate::getCountryCode(CallId call)
 {
     if (!mCalls.isAwaited(call))
         return;
+    constexpr int countryUnknown = 807; // the number has no member
     const QString country = DeviceCountryPicker().deviceCountry();
     const bool isKnown = !country.isEmpty();
     give(Answer(call, isKnown ? ErrorNone : countryUnknown), &Self::retrieveCountryCodeResponse,

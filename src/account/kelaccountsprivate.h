@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "account/accountsetup.h"
 #include "account/calls.h"
 #include "account/refusal.h"
 #include "account/serviceroad.h"
@@ -30,7 +31,6 @@ class SessionData;
 
 namespace KelAccount {
 
-class AccountSetUp;
 class AccountSignOut;
 class KelAuthSessionInterface;
 class KelConfigure;
@@ -45,6 +45,10 @@ class RegistrationInfo;
 class KelAccountsPrivate : public QObject, public KelRestHandler::ISignatureProvider
 {
     Q_OBJECT
+
+    using Rest = KelRestHandler::RESTRequestHandler;
+    using Session = KelAuthSessionInterface;
+    using Self = KelAccountsPrivate;
 
 public:
     /// Which signal a deferred error goes out on; see `refusals` below. There is none for
@@ -190,27 +194,28 @@ private Q_SLOTS:
     void processSignInCompleted(int error, const SignOn::SessionData& data);
     void processregisterAccountResponse(int error, const SignOn::SessionData& data);
     void processdownloadProfileCompleted(int error, const SignOn::SessionData& data);
-    void processSetSecurityQuestionCompleted(int error);
-    void processChangePasswordCompleted(int error);
-    void processUserIdUpdateCompleted(int error);
+    void processSetSecurityQuestionCompleted(int error)
+    {
+        relay(error, &Self::updateSecurityQuestionResponse);
+    }
+    void processChangePasswordCompleted(int error) { relay(error, &Self::changePasswordResponse); }
+    void processUserIdUpdateCompleted(int error) { relay(error, &Self::userIdUpdateResponse); }
     /// Sent along with a set-up, which does not depend on it.
     void processUpdateDeviceInfoResponse(int /*error*/) {}
-    void processensureTokenResponse(int error);
-    void processCloseResponse(int error);
+    void processensureTokenResponse(int error)
+    {
+        relay(error, &Self::ensureTokenAvailableResponse);
+    }
+    void processCloseResponse(int error) { relay(error, &Self::closeResponse); }
     void processCredentialStoringStatusUpdate(bool stored, quint32 credentialId);
     void processAccountStoringStatusUpdate(bool stored);
 
     void getCountryCode(KelAccount::CallId call);
 
 private:
-    using Rest = KelRestHandler::RESTRequestHandler;
-    using Session = KelAuthSessionInterface;
-    using Self = KelAccountsPrivate;
-
     void connectRestHandler();
     void connectSession();
-    void createSetUp();
-    void createSignOut();
+    void createSetUpAndSignOut();
     bool answerSetUp(OpenCall call, int status, const QVariantMap& result, bool later);
     void processErrorDuringStoreCredentials();
 
@@ -233,10 +238,21 @@ private:
         });
     }
 
+    /// Answers what the plugin was asked, where the status says it all.
+    void relay(int error, void (Self::*signal)(ErrorStatus))
+    {
+        give(mPlugin.answer(error), signal);
+    }
+
     /// Has the plugin do it, or posts why not.
     template <class... Taken, class... Given>
     void askPlugin(ResponseType type, bool argumentsAreGood, void (Session::*operation)(Taken...),
-                   const Given&... arguments);
+                   const Given&... arguments)
+    {
+        const OpenCall call = newCall(type);
+        if (!isRefused(call, sessionRefusal(argumentsAreGood)))
+            mPlugin.ask(call, mSetUp->sessionCredentials(), operation, arguments...);
+    }
     void updateRegisterInfoData(const RegistrationInfo& info,
                                 KelRestHandler::RegistrationInfoData* data) const;
 

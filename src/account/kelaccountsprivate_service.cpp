@@ -15,25 +15,20 @@ namespace KelAccount {
 
 void KelAccountsPrivate::connectRestHandler()
 {
-    connect(&mRestHandler, &Rest::userNameAvailabilityResponse, this,
-            &Self::processUserNameAvailResponse);
-    connect(&mRestHandler, &Rest::retrieveCaptchaImageResponse, this,
-            &Self::processCaptchaImageResponse);
-    connect(&mRestHandler, &Rest::retrieveSecQueListResponse, this,
-            &Self::processSecurityQueListResponse);
-    connect(&mRestHandler, &Rest::detectPreAccountResponse, this,
-            &Self::processdetectPreAccountResponse);
-    connect(&mRestHandler, &Rest::retrieveTOSResponse, this, &Self::processRetrieveTOSReponse);
-    connect(&mRestHandler, &Rest::emailIdAvailabilityResponse, this,
-            &Self::processEmailAvailabilityReponse);
-    connect(&mRestHandler, &Rest::queryMarketingVariantResponse, this,
-            &Self::processQueryMarketingVariantResponse);
-    connect(&mRestHandler, &Rest::requestPasswordResetResponse, this,
-            &Self::processRequestPasswordResetResponse);
-    connect(&mRestHandler, &Rest::retrieveSecurityQuestionResponse, this,
+    const auto connect = [this](auto answer, auto slot) {
+        QObject::connect(&mRestHandler, answer, this, slot);
+    };
+    connect(&Rest::userNameAvailabilityResponse, &Self::processUserNameAvailResponse);
+    connect(&Rest::retrieveCaptchaImageResponse, &Self::processCaptchaImageResponse);
+    connect(&Rest::retrieveSecQueListResponse, &Self::processSecurityQueListResponse);
+    connect(&Rest::detectPreAccountResponse, &Self::processdetectPreAccountResponse);
+    connect(&Rest::retrieveTOSResponse, &Self::processRetrieveTOSReponse);
+    connect(&Rest::emailIdAvailabilityResponse, &Self::processEmailAvailabilityReponse);
+    connect(&Rest::queryMarketingVariantResponse, &Self::processQueryMarketingVariantResponse);
+    connect(&Rest::requestPasswordResetResponse, &Self::processRequestPasswordResetResponse);
+    connect(&Rest::retrieveSecurityQuestionResponse,
             &Self::processRetrieveSecurityQuestionResponse);
-    connect(&mRestHandler, &Rest::passwordResetResponse, this,
-            &Self::processPasswordResetUsingSecurityQuestionResponse);
+    connect(&Rest::passwordResetResponse, &Self::processPasswordResetUsingSecurityQuestionResponse);
 }
 
 void KelAccounts::isUserIdAvailable(const QString& userId)

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The operations through the sign-on session, and what is told of its answers.
-#include "account/accountsetup.h"
 #include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/profileconversion.h"
@@ -9,8 +8,6 @@
 #include "signon/zorauthsessionprivatedata.h"
 
 #include <kelaccount/profileinfo.h>
-
-#include <QPointer>
 
 #include <new>
 
@@ -56,15 +53,6 @@ ErrorStatus KelAccountsPrivate::setUpRefusal(bool argumentsAreGood) const
     return refusal == ErrorNone && !argumentsAreGood ? ErrorInvalidParameter : refusal;
 }
 
-template <class... Taken, class... Given>
-void KelAccountsPrivate::askPlugin(ResponseType type, bool argumentsAreGood,
-                                   void (Session::*operation)(Taken...), const Given&... arguments)
-{
-    const OpenCall call = newCall(type);
-    if (!isRefused(call, sessionRefusal(argumentsAreGood)))
-        mPlugin.ask(call, mSetUp->sessionCredentials(), operation, arguments...);
-}
-
 void KelAccountsPrivate::downloadProfile()
 {
     askPlugin(ResponseDownloadProfile, true, &Session::downloadProfile);
@@ -101,12 +89,8 @@ void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 
 void KelAccountsPrivate::close()
 {
-    const CallId call = mCalls.make();
-    mAuthSessionInterface->setCaller(call);
-    const QPointer<KelAccountsPrivate> alive(this);
+    mAuthSessionInterface->setCaller(mCalls.make());
     mAuthSessionInterface->close();
-    if (alive)
-        mCalls.returnFrom(call);
 }
 
 void KelAccountsPrivate::processdownloadProfileCompleted(int error, const SignOn::SessionData& data)
@@ -123,31 +107,6 @@ void KelAccountsPrivate::processdownloadProfileCompleted(int error, const SignOn
             fillProfile(profile, data.data<ZorAuthSessionPrivateData>().DownloadedProfile());
         Q_EMIT downloadProfileResponse(toStatus(error), profile);
     });
-}
-
-void KelAccountsPrivate::processSetSecurityQuestionCompleted(int error)
-{
-    give(mPlugin.answer(error), &Self::updateSecurityQuestionResponse);
-}
-
-void KelAccountsPrivate::processChangePasswordCompleted(int error)
-{
-    give(mPlugin.answer(error), &Self::changePasswordResponse);
-}
-
-void KelAccountsPrivate::processUserIdUpdateCompleted(int error)
-{
-    give(mPlugin.answer(error), &Self::userIdUpdateResponse);
-}
-
-void KelAccountsPrivate::processensureTokenResponse(int error)
-{
-    give(mPlugin.answer(error), &Self::ensureTokenAvailableResponse);
-}
-
-void KelAccountsPrivate::processCloseResponse(int error)
-{
-    give(mPlugin.answer(error), &Self::closeResponse);
 }
 
 } // namespace KelAccount

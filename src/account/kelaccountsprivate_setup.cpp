@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Setting the device account up and signing out: what becomes of the calls, and what the two are
 // told.
-#include "account/accountsetup.h"
 #include "account/accountsignout.h"
 #include "account/kelaccountsprivate.h"
 #include "account/records/registrationconversion.h"
@@ -15,13 +14,16 @@ using namespace KelRestHandler;
 
 namespace KelAccount {
 
-void KelAccountsPrivate::createSetUp()
+void KelAccountsPrivate::createSetUpAndSignOut()
 {
     auto steps = std::make_unique<DeviceSetUpSteps>(
-        *mKelConfigure, *mAuthSessionInterface, mRegistrationInfoData,
-        [this](quint32 credentialsId) { return mPlugin.open(credentialsId); },
+        *mKelConfigure, *mAuthSessionInterface, mRegistrationInfoData, mPlugin,
         [this](const auto&... outcome) { return answerSetUp(outcome...); });
     mSetUp = new AccountSetUp(std::move(steps), this);
+    mSignOut = new AccountSignOut(*mKelConfigure, *mAuthSessionInterface, *mSetUp, mPlugin, this);
+    connect(mSignOut, &AccountSignOut::finished, this, [this](CallId call, int status) {
+        give({call, status}, &Self::signOutResponse);
+    });
 }
 
 bool KelAccountsPrivate::answerSetUp(OpenCall call, int status, const QVariantMap& result,
@@ -58,10 +60,9 @@ void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool conf
 
 void KelAccountsPrivate::registerAccount(QObject* info, bool configureOnDb)
 {
-    if (const auto* const record = qobject_cast<RegistrationInfo*>(info))
-        registerAccount(*record, configureOnDb);
-    else // as incomplete as a record can be, and so refused in its turn
-        registerAccount(RegistrationInfo(), configureOnDb);
+    // Without a record it is as incomplete as one can be, and so refused in its turn.
+    const auto* const record = qobject_cast<RegistrationInfo*>(info);
+    registerAccount(record ? *record : RegistrationInfo(), configureOnDb);
 }
 
 void KelAccountsPrivate::updateRegisterInfoData(const RegistrationInfo& info,
@@ -102,30 +103,9 @@ void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
                    stored ? ErrorNone : ErrorFailedToConfigureAccount);
 }
 
-void KelAccountsPrivate::createSignOut()
-{
-    mSignOut = new AccountSignOut(
-        *mKelConfigure, *mAuthSessionInterface, *mSetUp,
-        [this](quint32 credentialsId) { return mPlugin.open(credentialsId); }, this);
-    connect(mSignOut, &AccountSignOut::finished, this, [this](CallId call, int status) {
-        give({call, status}, &Self::signOutResponse);
-    });
-}
-
 void KelAccountsPrivate::signOut()
 {
-    const CallId call = mCalls.make();
-    const ErrorStatus refusal = sessionRefusal();
-    if (refusal != ErrorNone) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, call, refusal] {
-                give({call, refusal}, &Self::signOutResponse);
-            },
-            Qt::QueuedConnection);
-        return;
-    }
-    mSignOut->begin(call);
+    mSignOut->begin(mCalls.make(), sessionRefusal());
 }
 
 } // namespace KelAccount

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/setupsteps.h"
 
+#include "account/sessionroad.h"
 #include "configure/kelconfigure.h"
 #include "device/deviceinfoutil.h"
 #include "signon/kelauthsessioninterface.h"
@@ -13,10 +14,10 @@ using namespace KelRestHandler;
 namespace KelAccount {
 
 DeviceSetUpSteps::DeviceSetUpSteps(KelConfigure& configure, KelAuthSessionInterface& session,
-                                   RegistrationInfoData& registration, OpenSession openSession,
+                                   RegistrationInfoData& registration, SessionRoad& sessions,
                                    GiveAnswer giveAnswer)
-    : mConfigure(configure), mSession(session), mRegistration(registration),
-      mOpenSession(std::move(openSession)), mGiveAnswer(std::move(giveAnswer))
+    : mConfigure(configure), mSession(session), mRegistration(registration), mSessions(sessions),
+      mGiveAnswer(std::move(giveAnswer))
 {
 }
 
@@ -27,7 +28,7 @@ bool DeviceSetUpSteps::store(const QString& name, const QString& password)
 
 bool DeviceSetUpSteps::openSession(quint32 credentialsId)
 {
-    return mOpenSession(credentialsId);
+    return mSessions.open(credentialsId);
 }
 
 void DeviceSetUpSteps::askPlugin(int kind)

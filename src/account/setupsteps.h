@@ -10,19 +10,19 @@ namespace KelAccount {
 
 class KelAuthSessionInterface;
 class KelConfigure;
+class SessionRoad;
 
 /// A set-up's steps on this device: by the store of credentials, the plugin and the accounts.
 class DeviceSetUpSteps : public SetUpSteps
 {
 public:
-    using OpenSession = std::function<bool(quint32 credentialsId)>;
     /// As SetUpSteps::answer() says.
     using GiveAnswer =
         std::function<bool(OpenCall call, int status, const QVariantMap& result, bool later)>;
 
     /// All of these outlive this object. The registration is forgotten with the answer.
     DeviceSetUpSteps(KelConfigure& configure, KelAuthSessionInterface& session,
-                     KelRestHandler::RegistrationInfoData& registration, OpenSession openSession,
+                     KelRestHandler::RegistrationInfoData& registration, SessionRoad& sessions,
                      GiveAnswer giveAnswer);
 
     bool store(const QString& name, const QString& password) override;
@@ -43,7 +43,7 @@ private:
     KelConfigure& mConfigure;
     KelAuthSessionInterface& mSession;
     KelRestHandler::RegistrationInfoData& mRegistration;
-    OpenSession mOpenSession;
+    SessionRoad& mSessions;
     GiveAnswer mGiveAnswer;
 };
 
