@@ -34,6 +34,7 @@ RESPONSIBLE = [
     (r"account/accountsignout", "tst_story_signout tst_story_signout_processes"),
     (r"account/(calls|refusal|sentrequests|serviceroad|settings)\.",
      "tst_callparts tst_calls tst_serviceoperations tst_serviceanswers tst_kelaccounts"),
+    (r"account/sessionroad", "tst_sessionroad tst_calls tst_abandonedcalls"),
     (r"account/(setuptable|accountsetup|setupsteps|.*_setup)",
      "tst_accountsetup tst_everymethod tst_setup tst_setupfailures tst_accountsdatabase "
      "tst_setupstogether tst_abandonedcalls tst_story_signout"),
@@ -61,7 +62,7 @@ PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_registerin
 STEADY = set("tst_accountsetup tst_callparts tst_captchapicture tst_captchawithoutgui tst_clientidentification "
              "tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "
              "tst_operationcoverage tst_operations tst_publicrecords tst_receivedreply "
-             "tst_requestmodel tst_serviceanswers tst_signedaddress tst_signing tst_statustext "
+             "tst_requestmodel tst_serviceanswers tst_sessionroad tst_signedaddress tst_signing tst_statustext "
              "tst_knownanswers".split())
 PATIENCE = 90  # seconds for a program that hangs
 CONTAINERS = r"\b(QHash|QMap|QMultiMap|QVector|QList|QStringList|QSet|array|initializer_list|QVariantMap)\b"
