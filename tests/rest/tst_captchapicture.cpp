@@ -110,6 +110,8 @@ private Q_SLOTS:
         QTest::newRow("png") << encoded("png", 4001, 4000);
         QTest::newRow("jpg") << encoded("jpg", 4000, 4001);
         QTest::newRow("icon of a png") << iconWith(encoded("png", 4001, 4000));
+        row("icon of a png, and the beginning of a larger one",
+            iconWith(encoded("png", 64, 32)) + encoded("png", 4001, 4000).left(24));
         QTest::newRow("gif with a large screen") << gifOn(4001, 4000);
         QTest::newRow("bitmap") << bitmapOf(8000, 8000);
         QTest::newRow("bitmap from the top") << bitmapOf(8000, -8000);

@@ -94,6 +94,10 @@ private Q_SLOTS:
         row("a document type and an error",
             "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>"_s);
         QTest::newRow("too deep") << "<a>"_s.repeated(300) + "</a>"_s.repeated(300);
+        for (const QString& before :
+             {"<!-- > -->"_s, "<![CDATA[<>]]>"_s, "<?a >?>"_s, "<b c='>'/>"_s})
+            QTest::newRow(qPrintable(before + " and too deep"_s))
+                << "<a>"_s + before + "<a>"_s.repeated(300) + "</a>"_s.repeated(301);
         QTest::newRow("an unknown root") << "<html><body>none</body></html>"_s;
     }
     void aReaderLeavesEverythingForANullNode()
@@ -122,6 +126,23 @@ private Q_SLOTS:
         Contact contact;
         MsgParser::parseMobileNumberOrEmailAddress(contact, reply.root);
         QVERIFY(contact.value.isEmpty() && !contact.preferred && !contact.verified);
+    }
+
+    void onlyTagsMakeADocumentDeep_data()
+    {
+        QTest::addColumn<QString>("text");
+        const QString tags = "<b>"_s.repeated(300);
+        QTest::newRow("a comment") << "<!--"_s + tags + "-->"_s;
+        QTest::newRow("a section of characters") << "<![CDATA["_s + tags + "]]>"_s;
+        QTest::newRow("a processing instruction") << "<?b "_s + tags + "?>"_s;
+        QTest::newRow("tags that have ended") << "<b></b>"_s.repeated(300);
+        QTest::newRow("tags that end at once") << "<b/>"_s.repeated(300);
+    }
+    void onlyTagsMakeADocumentDeep()
+    {
+        QFETCH(QString, text);
+        const Classified reply(element("profileQueryResponse"_s, text));
+        QVERIFY(!reply.root.isNull());
     }
 
     // Wherever the search may look at the text in pieces.
