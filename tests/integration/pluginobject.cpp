@@ -32,8 +32,10 @@ void PluginObject::makePlugin()
                 mStored = data.toMap();
                 mEvents.append("store"_s);
             });
-    connect(mPlugin.get(), &AuthPluginInterface::error, this,
-            [this](const SignOn::Error& error) { mEvents.append(QString::number(error.type())); });
+    connect(mPlugin.get(), &AuthPluginInterface::error, this, [this](const SignOn::Error& error) {
+        mMessage = error.message();
+        mEvents.append(QString::number(error.type()));
+    });
 }
 
 void PluginObject::process(const char* mechanism, const QVariantMap& data)

@@ -38,6 +38,7 @@ protected:
 
     std::unique_ptr<ZorAuth::ZorAuthPlugin> mPlugin;
     QStringList mEvents;
+    QString mMessage; ///< of the last error
     QVariantMap mAnswer;
     QVariantMap mStored;
 };

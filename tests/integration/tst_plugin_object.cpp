@@ -120,6 +120,22 @@ private Q_SLOTS:
         QCOMPARE(said("initialise"), answered);
     }
 
+    void theMessageBesideTheNumberSaysWhoseFaultItWas()
+    {
+        said("unheard-of");
+        QCOMPARE(mMessage, "The plugin does not have this mechanism"_s);
+        QCOMPARE(said("signIn", request({{"ConsumerKey"_s, QString()}})), failed(600));
+        QCOMPARE(mMessage, "The request cannot be served"_s);
+        said("signIn", request({{"Secret"_s, "mistaken"_s}}));
+        QCOMPARE(mMessage, "The account service refused"_s);
+        QVERIFY(EmulatedService::orderFaults("close-before-headers"));
+        QCOMPARE(said("signIn"), failed(402));
+        QCOMPARE(mMessage, "The account service could not be asked"_s);
+        QVERIFY(hangs("signIn"));
+        mPlugin->cancel();
+        QCOMPARE(mMessage, "The request was cancelled"_s);
+    }
+
     void keepsOtherApplicationsSessionsAsFarAsTheDaemonCarriesThem()
     {
         constexpr int withOthers =
