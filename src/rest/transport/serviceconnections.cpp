@@ -80,12 +80,31 @@ void ServiceConnections::setPreparingMilliseconds(int milliseconds)
     preparingLimit = milliseconds;
 }
 
-bool ServiceConnections::mustReconnect(const Line& line)
+bool ServiceConnections::isTooOld(const Line& line)
 {
-    return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit ||
-           std::any_of(line.sockets->begin(), line.sockets->end(), [](const auto& socket) {
-               return wasEndedByPeer(socket) || hasLostItsAddress(socket);
-           });
+    return line.isUnsure || nowMilliseconds() - line.idleSince > idleLimit;
+}
+
+// The kernel is asked once for each request: a line is looked at from several sides until one is
+// posted over it, and the questions would cost more than all else that is done here.
+bool ServiceConnections::isCut(Line& line)
+{
+    const qint64 now = nowMilliseconds();
+    if (now == line.lookedAt)
+        return line.isCut;
+    line.lookedAt = now;
+    // The device had the address when the reply before came.
+    constexpr int aMoment = 2;
+    const bool mayHaveMoved = now - line.idleSince > aMoment;
+    line.isCut = std::any_of(line.sockets->begin(), line.sockets->end(), [&](const auto& socket) {
+        return wasEndedByPeer(socket) || (mayHaveMoved && hasLostItsAddress(socket));
+    });
+    return line.isCut;
+}
+
+bool ServiceConnections::mustReconnect(Line& line)
+{
+    return isTooOld(line) || isCut(line);
 }
 
 QList<QNetworkReply*> ServiceConnections::repliesOf(const Line& line)
@@ -96,12 +115,12 @@ QList<QNetworkReply*> ServiceConnections::repliesOf(const Line& line)
 // The network library's thread waits until this one has heard what it tells a reply: that its
 // connection is encrypted, say. To close the connections, this thread waits for that one: for five
 // seconds in vain, as long as the reply is there to be told.
-bool ServiceConnections::isUsable(const Line& line)
+bool ServiceConnections::isUsable(Line& line)
 {
-    return !line.isBusy && (repliesOf(line).isEmpty() || !mustReconnect(line));
+    return !line.isBusy && (!mustReconnect(line) || repliesOf(line).isEmpty());
 }
 
-bool ServiceConnections::isReady(const Line& line)
+bool ServiceConnections::isReady(Line& line)
 {
     return line.stands && !line.isBusy && !mustReconnect(line);
 }
@@ -193,6 +212,7 @@ void ServiceConnections::onPrepared(QNetworkReply* reply)
     line->isBusy = false;
     line->isPreparing = false;
     line->idleSince = nowMilliseconds();
+    line->lookedAt = 0;
     line->stands = reply->error() == QNetworkReply::NoError;
     line->isUnsure = !line->stands;
     if (!line->stands)
@@ -303,7 +323,7 @@ QNetworkReply* ServiceConnections::replyTo(int requestId) const
 void ServiceConnections::dropIdleManagers()
 {
     const auto isDue = [](const std::unique_ptr<Line>& line) {
-        return line->owned && !line->isBusy && mustReconnect(*line) && repliesOf(*line).isEmpty();
+        return line->owned && !line->isBusy && isTooOld(*line) && repliesOf(*line).isEmpty();
     };
     mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
 }
@@ -323,6 +343,7 @@ void ServiceConnections::onFinished(QNetworkReply* reply)
         return;
     line->isBusy = false;
     line->idleSince = nowMilliseconds();
+    line->lookedAt = 0;
     line->stands = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
     line->isUnsure = !line->stands;
     keepSession(*line, *reply);

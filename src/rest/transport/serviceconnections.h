@@ -96,6 +96,8 @@ private:
         bool stands = false;      ///< has a connection, as far as replies tell
         bool isUnsure = false;    ///< may have a connection that nobody has checked
         qint64 idleSince = 0;
+        qint64 lookedAt = 0;        ///< when the kernel was asked about its sockets
+        bool isCut = false;         ///< what it said
         QString server;             ///< that its connection leads to
         bool hasNewSession = false; ///< of TLS, which its next reply tells
         std::shared_ptr<KnownSockets> sockets = std::make_shared<KnownSockets>();
@@ -120,10 +122,12 @@ private:
     void onPrepared(QNetworkReply* reply);
     void onDeleted(const Line& line);
     Line& makeLine(QNetworkAccessManager* manager);
-    static bool mustReconnect(const Line& line);
+    static bool isTooOld(const Line& line);
+    static bool isCut(Line& line);
+    static bool mustReconnect(Line& line);
     static QList<QNetworkReply*> repliesOf(const Line& line);
-    static bool isUsable(const Line& line);
-    static bool isReady(const Line& line);
+    static bool isUsable(Line& line);
+    static bool isReady(Line& line);
 
     SetUp mSetUp;
     std::vector<std::unique_ptr<Line>> mLines;

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What a call costs and the process holds after many calls, and with many at once. Draws it, too.
+// Run it as: kelaccount-emulator run --scenario returning-user -- growth [--picture FILE]
+#include "warmcalls.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+using namespace WarmCalls;
+
+namespace {
+
+struct Point
+{
+    int at;           ///< how many calls were before, or are under way
+    double cpu;       ///< microseconds of each call, the median of a few portions
+    double kilobytes; ///< allocated by the process and not freed, nothing being under way
+    long resident;
+};
+
+double allocatedKilobytes()
+{
+    return double(mallinfo2().uordblks) / 1024;
+}
+
+// Other work of the machine makes some portions dearer.
+double cpuOfCall(Caller& caller, int width, int calls)
+{
+    constexpr int portions = 7;
+    std::vector<double> taken;
+    for (int i = 0; i < portions; ++i) {
+        const double before = cpuSeconds();
+        atOnce(caller, width, calls / portions);
+        taken.push_back((cpuSeconds() - before) * 1e6 / (calls / portions));
+    }
+    return median(taken);
+}
+
+Point pointAt(int at, Caller& caller, int width, int calls)
+{
+    const double cpu = cpuOfCall(caller, width, calls);
+    // What is deleted later is gone with a few more.
+    oneByOne(caller, 5);
+    return {at, cpu, allocatedKilobytes(), residentKilobytes()};
+}
+
+constexpr int measured = 1400;
+
+std::vector<Point> afterManyCalls()
+{
+    constexpr int width = 16;
+    const std::unique_ptr<Caller> caller = library();
+    std::vector<Point> points;
+    int made = 0;
+    for (const int mark : {100, 1'000, 10'000, 100'000}) {
+        atOnce(*caller, width, mark - made);
+        points.push_back(pointAt(mark, *caller, width, measured));
+        made = mark + measured;
+        std::fprintf(stderr, "%d calls\n", mark);
+    }
+    return points;
+}
+
+std::vector<Point> withManyAtOnce()
+{
+    const std::unique_ptr<Caller> caller = library();
+    atOnce(*caller, 16, 1000);
+    std::vector<Point> points;
+    for (const int width : {1, 10, 100, 1'000}) {
+        points.push_back(pointAt(width, *caller, width, std::max(measured, 14 * width)));
+        std::fprintf(stderr, "%d at once\n", width);
+    }
+    return points;
+}
+
+void print(const char* what, const std::vector<Point>& points)
+{
+    std::printf("\n| %s | processor time of a call | times the first | allocated | resident |\n"
+                "|---:|---:|---:|---:|---:|\n",
+                what);
+    for (const Point& point : points) {
+        std::printf("| %d | %.0f us | %.2f | %.0f KiB | %ld KiB |\n", point.at, point.cpu,
+                    point.cpu / points.front().cpu, point.kilobytes, point.resident);
+    }
+}
+
+template <class... Values>
+std::string text(const char* format, Values... values)
+{
+    char buffer[600];
+    std::snprintf(buffer, sizeof buffer, format, values...);
+    return buffer;
+}
+
+constexpr int panelWidth = 420;
+constexpr int panelHeight = 200;
+constexpr int left = 50;
+constexpr int top = 40;
+constexpr int plotWidth = 340;
+constexpr int plotHeight = 120;
+
+// As multiples of the first point's, from 0 to 2; each point at its power of ten.
+template <class Value>
+std::string curve(const std::vector<Point>& points, Value value, int x, int y, const char* colour,
+                  const char* name, int row)
+{
+    std::string line;
+    std::string marks;
+    for (const Point& point : points) {
+        const double step = plotWidth / std::log10(points.back().at / double(points.front().at));
+        const double right = x + left + step * std::log10(point.at / double(points.front().at));
+        const double share = std::min(2.0, double(value(point)) / double(value(points.front())));
+        const double down = y + top + plotHeight * (1 - share / 2);
+        line += text("%.1f,%.1f ", right, down);
+        marks +=
+            text("<circle cx=\"%.1f\" cy=\"%.1f\" r=\"3\" fill=\"%s\"/>\n", right, down, colour);
+    }
+    line.pop_back();
+    return text("<polyline fill=\"none\" stroke=\"%s\" stroke-width=\"1.5\" points=\"%s\"/>\n",
+                colour, line.c_str()) +
+           marks +
+           text("<text x=\"%d\" y=\"%d\" text-anchor=\"end\" fill=\"%s\">%s</text>\n",
+                x + left + plotWidth, y + top + 14 + 16 * row, colour, name);
+}
+
+std::string panel(const std::vector<Point>& points, const char* title, int x)
+{
+    constexpr int y = 0;
+    std::string drawn =
+        text("<text x=\"%d\" y=\"22\" font-weight=\"bold\">%s</text>\n", x + left, title);
+    for (int multiple = 0; multiple <= 2; ++multiple) {
+        const int at = y + top + plotHeight - multiple * plotHeight / 2;
+        drawn += text("<path d=\"M%d %dh%d\" stroke=\"#ddd\"/>\n"
+                      "<text x=\"%d\" y=\"%d\" text-anchor=\"end\">%d x</text>\n",
+                      x + left, at, plotWidth, x + left - 6, at + 4, multiple);
+    }
+    for (const Point& point : points) {
+        const double step = plotWidth / std::log10(points.back().at / double(points.front().at));
+        drawn += text("<text x=\"%.1f\" y=\"%d\" text-anchor=\"middle\">%d</text>\n",
+                      x + left + step * std::log10(point.at / double(points.front().at)),
+                      y + top + plotHeight + 18, point.at);
+    }
+    drawn += curve(
+        points, [](const Point& p) { return p.cpu; }, x, y, "#1a6f3c", "processor time of a call",
+        0);
+    drawn += curve(
+        points, [](const Point& p) { return p.kilobytes; }, x, y, "#b3261e", "memory allocated", 1);
+    return drawn;
+}
+
+bool draw(const char* file, const std::vector<Point>& after, const std::vector<Point>& atOnce)
+{
+    const std::string svg =
+        text("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" viewBox=\"0 0 "
+             "%d %d\" font-family=\"sans-serif\" font-size=\"12\">\n"
+             "<rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>\n",
+             2 * panelWidth, panelHeight, 2 * panelWidth, panelHeight) +
+        panel(after, "after so many calls", 0) + panel(atOnce, "with so many at once", panelWidth) +
+        "</svg>\n";
+    QFile out(QString::fromLocal8Bit(file));
+    return out.open(QIODevice::WriteOnly) && out.write(svg.c_str()) == qint64(svg.size());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    signIn();
+    const std::vector<Point> after = afterManyCalls();
+    const std::vector<Point> atOnce = withManyAtOnce();
+    print("after so many calls", after);
+    print("with so many at once", atOnce);
+    if (argc == 3 && std::strcmp(argv[1], "--picture") == 0 && !draw(argv[2], after, atOnce)) {
+        std::fprintf(stderr, "growth: %s cannot be written\n", argv[2]);
+        return 1;
+    }
+    return 0;
+}
