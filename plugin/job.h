@@ -60,6 +60,7 @@ private:
     enum class Wants;
 
     int refusal(Wants wants) const;
+    bool isPreparation(const Mechanism& mechanism) const;
 
     QString getToken(QString const& consumerKey) override;
     QString createSignature(QString const& consumerKey, QString const& baseString,

@@ -84,11 +84,19 @@ bool Job::start(const QString& name)
     if (mechanism == std::end(table))
         return false;
     const int status = refusal(mechanism->wants);
-    if (status != ErrorNone)
+    const bool keysAreMissing =
+        status == ErrorConsumerKeyMissing || status == ErrorConsumerSecretMissing;
+    if (status != ErrorNone && !(keysAreMissing && isPreparation(*mechanism)))
         fail(status);
     else
         (this->*mechanism->run)();
     return true;
+}
+
+/// Whether only a connection is wanted: nothing is sent on it, so nothing is signed.
+bool Job::isPreparation(const Mechanism& mechanism) const
+{
+    return mechanism.run == &Job::initialise && mData.value(QStringLiteral("Prepare")).toBool();
 }
 
 /// Why a client is not served at all.
@@ -111,10 +119,12 @@ int Job::refusal(Wants wants) const
     return ErrorNone;
 }
 
-// There is nothing to prepare: the next request brings everything again. The library compares
-// versions.
+// The next request brings everything again, so there is nothing to prepare but a connection for it,
+// where one is wanted. The library compares versions.
 void Job::initialise()
 {
+    if (mData.value(QStringLiteral("Prepare")).toBool())
+        mService.prepareOnce(mBaseAddress); // the client asks again
     answer({{QStringLiteral("PluginVersion"), QStringLiteral(KELACCOUNT_VERSION)}});
 }
 

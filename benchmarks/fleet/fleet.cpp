@@ -424,7 +424,7 @@ void Simulation::closeBooks()
 } // namespace
 
 Settings::Settings()
-    : renewals(KelRestHandler::Preparation::renewals),
+    : renewals(KelRestHandler::Preparation::usualRenewals),
       idleLimit(KelRestHandler::ServiceConnections::idleMilliseconds / 1000.0),
       guard(KelRestHandler::NetworkReplyContainer::guardMilliseconds() / 1000.0)
 {

@@ -107,6 +107,9 @@ public:
     /// trip instead of three or four. Call it after initialize(), when a screen opens from which
     /// the user will ask something, and again when the user comes back to it.
     ///
+    /// On a device without an account, the sign-on plugin, which signs in and registers in a
+    /// process of its own, is started and has a connection opened, too. Nothing is stored for it.
+    ///
     /// It is kept ready for half a minute: renewed nine times, each time when it was idle for three
     /// seconds, and only while no operation keeps one in use. After that nothing is opened until
     /// the next prepare() or operation; nor after it could not be opened, which is not told: the

@@ -4,10 +4,12 @@
 #include "account/accountsignout.h"
 #include "common/logging.h"
 #include "common/typename.h"
+#include "configure/deviceaccounts.h"
 #include "configure/kelconfigure.h"
 #include "device/devicecountrypicker.h"
 #include "rest/request/consumersignature.h"
 #include "rest/request/timestampmanager.h"
+#include "signon/preparedplugin.h"
 
 #include <new>
 
@@ -21,11 +23,13 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
       mService(mRestHandler, *this, mSettings, mRefuse),
       mKelConfigure(new (std::nothrow) KelConfigure(this)),
       mAuthSessionInterface(new (std::nothrow) KelAuthSessionInterface(this)),
+      mPreparedPlugin(new PreparedPlugin(this)),
       mPlugin(mAuthSessionInterface, mCalls, mSettings, mRefuse)
 {
     registerTypeName<ResponseType>("ResponseType");
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
+    mKelConfigure->setIdentitySource([this] { return mPreparedPlugin->take(); });
     createSetUpAndSignOut();
     connectRestHandler();
     connectSession();
@@ -47,8 +51,12 @@ void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& c
 
 void KelAccountsPrivate::prepare()
 {
-    if (mSettings.areGiven())
-        mRestHandler.prepare(mSettings.serverUrl());
+    if (!mSettings.areGiven())
+        return;
+    mRestHandler.prepare(mSettings.serverUrl());
+    // Where there is an account there is nothing to set up.
+    if (mSetUp->pending() == AccountSetUp::None && deviceAccounts().hasAccount() == false)
+        mPreparedPlugin->begin(mSettings.serverIndex());
 }
 
 void KelAccountsPrivate::initValues(const QString& /*first*/, const QString& /*second*/,

@@ -34,6 +34,7 @@ namespace KelAccount {
 class AccountSignOut;
 class KelAuthSessionInterface;
 class KelConfigure;
+class PreparedPlugin;
 class ProfileInfo;
 class RegistrationInfo;
 
@@ -81,8 +82,9 @@ public:
 
     void initialize(const QString& consumerKey, const QString& consumerSecret, int server,
                     const QString& zorService, const QVariantMap& connectionDetail);
-    /// Has a connection to the service ready for the next operation, for half a minute, when
-    /// initialize() has succeeded. No answer follows, and no call is counted.
+    /// Has a connection to the service ready for the next operation, and on a device without an
+    /// account one of the plugin's for a set-up, for half a minute, when initialize() has
+    /// succeeded. No answer follows, and no call is counted.
     void prepare();
     void initValues(const QString& first, const QString& second, int third);
 
@@ -264,6 +266,7 @@ private:
     QString mCaptchaId;                             // of the last captcha received
     KelConfigure* mKelConfigure;                    // a child of this object
     KelAuthSessionInterface* mAuthSessionInterface; // a child of this object
+    PreparedPlugin* mPreparedPlugin;                // a child of this object
     SessionRoad mPlugin;
     KelRestHandler::RegistrationInfoData mRegistrationInfoData; // from storing to registering
     AccountSetUp* mSetUp = nullptr;                             // a child of this object

@@ -147,7 +147,11 @@ void KelConfigure::withDaemon(const std::function<void()>& next)
 
 bool KelConfigure::storeRecord(const SignOn::IdentityInfo& record)
 {
-    mIdentity = SignOn::Identity::newIdentity(record, this);
+    mIdentity = mIdentitySource ? mIdentitySource() : nullptr;
+    if (mIdentity)
+        mIdentity->setParent(this);
+    else
+        mIdentity = SignOn::Identity::newIdentity(record, this);
     if (!mIdentity) {
         qCCritical(logConfigure, "Failed to retrieve newIdentity. NULL pointer");
         return false;

@@ -34,6 +34,11 @@ public:
     /// once. -1 when it could not be asked or another store is under way; no signal follows.
     int storeUserCredentials(const QString& userName, const QString& password);
 
+    /// Where an identity may come from that is made already, but not stored: whoever is asked gives
+    /// it away, or says that there is none.
+    using IdentitySource = std::function<SignOn::Identity*()>;
+    void setIdentitySource(const IdentitySource& source) { mIdentitySource = source; }
+
     /// Has the identity removed, also when this object does not live to see it. The outcome is only
     /// logged. `next`, if any, is called from the event loop when it has come, or has not come in
     /// time; not once this object is gone.
@@ -89,6 +94,7 @@ private:
     void releaseIdentity();
     void abandonStore();
 
+    IdentitySource mIdentitySource;
     std::unique_ptr<QObject> mStore;      // what a store that is under way waits on, or null
     QPointer<SignOn::Identity> mIdentity; // being stored, or null
     QString mUserName;                    // of the store that is under way

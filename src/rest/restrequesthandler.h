@@ -173,6 +173,8 @@ public:
     /// Has a connection to the service at that address ready for the next request, and keeps it
     /// ready for half a minute. No signal follows.
     void prepare(QString const& baseAddress);
+    /// The same, but it is ready for as long as it may be idle, and not renewed.
+    void prepareOnce(QString const& baseAddress);
 
     /// Sends the same request again. Its retry count is the caller's business.
     int resendRequest(OAuthRequest* request);

@@ -51,7 +51,12 @@ void RESTRequestHandler::abandon(int requestId)
 
 void RESTRequestHandler::prepare(QString const& baseAddress)
 {
-    mNetworkHandler->prepare(QUrl(baseAddress));
+    mNetworkHandler->prepare(QUrl(baseAddress), Preparation::usualRenewals);
+}
+
+void RESTRequestHandler::prepareOnce(QString const& baseAddress)
+{
+    mNetworkHandler->prepare(QUrl(baseAddress), 0);
 }
 
 bool RESTRequestHandler::event(QEvent* event)

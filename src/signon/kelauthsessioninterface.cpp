@@ -7,6 +7,7 @@
 #include "configure/deviceaccounts.h"
 #include "kelaccount/errorstatus.h"
 #include "signon/pluginerror.h"
+#include "signon/pluginmethod.h"
 #include "signon/pluginversion.h"
 #include "signon/zorauthsessiondata.h"
 
@@ -28,8 +29,6 @@ namespace {
 
 constexpr int openingTimeoutMs = 90000;
 constexpr int cancelAfterMs = 1000;
-
-const QLatin1String methodName("zorauth");
 
 /// The plugin's process has ended, or is a new one that "initialise" has not reached: the daemon
 /// ends an idle one, or it crashed. The plugin says so itself, or the daemon does: with the first
@@ -187,7 +186,7 @@ bool KelAuthSessionInterface::openSession()
         qCCritical(logSignon, "Failed to create identify object from existing credential id!!");
         return false;
     }
-    mAuthSession = mIdentity->createSession(methodName);
+    mAuthSession = mIdentity->createSession(pluginMethod);
     if (!mAuthSession) {
         qCCritical(logSignon, "Failed to create zor auth session");
         return false;

@@ -8,6 +8,8 @@
 #include "support/rows.h"
 #include "support/sessionsandbox.h"
 
+#include <kelaccount/errorstatus.h>
+
 #include <QDataStream>
 #include <QElapsedTimer>
 #include <QTest>
@@ -58,6 +60,24 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return mEvents.contains("result"_s); }));
         QCOMPARE(mEvents, failed(701) + stored);
         QCOMPARE(said("close", request(mStored)), answered);
+    }
+
+    // What is prepared is nobody's, so the keys are not needed; for everything else they are.
+    void opensAConnectionWithoutKeys()
+    {
+        const QVariantMap prepare = {{"ServerUrlValue"_s, 2}, {"Prepare"_s, true}};
+        QCOMPARE(said("initialise", prepare), answered);
+        QCOMPARE(said("signIn", prepare), failed(KelAccount::ErrorConsumerKeyMissing));
+        QCOMPARE(said("initialise", {{"ServerUrlValue"_s, 2}, {"Prepare"_s, false}}),
+                 failed(KelAccount::ErrorConsumerKeyMissing));
+        QCOMPARE(said("signIn"), stored);
+    }
+
+    void opensNoneForAClientThatIsNotServed()
+    {
+        QCOMPARE(said("initialise",
+                      {{"Prepare"_s, true}, {SSO_ACCESS_CONTROL_TOKENS, QStringList{"another"_s}}}),
+                 failed(KelAccount::ErrorUntrustedClient));
     }
 
     void storesBeforeItAnswers()

@@ -46,7 +46,7 @@ public:
 
     /// Makes a connection to the service at that address ready, and keeps it so for a while; see
     /// Preparation. A request that is made meanwhile waits for it.
-    void prepare(const QUrl& service) { mPreparation.begin(service); }
+    void prepare(const QUrl& service, int renewals) { mPreparation.begin(service, renewals); }
 
     /// The request that is being answered, for receivers of a signal.
     const AnsweredRequest& answering() const { return mProcessor.answering(); }

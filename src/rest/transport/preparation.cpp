@@ -15,7 +15,7 @@ Preparation::Preparation(ServiceConnections& connections, QObject* parent)
             Qt::QueuedConnection);
 }
 
-void Preparation::begin(const QUrl& service)
+void Preparation::begin(const QUrl& service, int renewals)
 {
     mService = service;
     mOpeningsLeft = renewals + 1;
