@@ -169,6 +169,25 @@ class TestChecks(unittest.TestCase):
                 self.assertIn(said, output)
         self.assertEqual(self.site_of(lambda copy: None)[0], 0)
 
+    def test_a_public_change_that_nobody_is_told_of_is_noticed(self):
+        copy = self.folder / "changed"
+        for name in ("include", "packaging", "scripts"):
+            shutil.copytree(Path(SOURCES) / name, copy / name)
+        changelog = copy / "CHANGELOG.md"
+        changelog.write_text("# Changelog\n\n## [Unreleased]\n\n## [1.0.0]\n\n- `overNow` and `goneNow`.\n")
+        self.assertEqual(output_of(copy / "scripts/interface", "--renew", BUILD)[0], 0)
+        self.assertEqual(output_of(copy / "scripts/interface", BUILD), (0, ""))
+        released = copy / "packaging/released-interface.txt"
+        released.write_text(released.read_text() + "slot void KelAccount::KelAccounts::goneNow()\n")
+        with open(copy / "include/kelaccount/statustext.h", "a") as header:
+            header.write("namespace KelAccount {\nint overNow(int status);\n}\n")
+        status, output = output_of(copy / "scripts/interface", BUILD)
+        self.assertEqual(status, 1)
+        for name in ("overNow", "goneNow"):
+            self.assertIn(f"does not name {name}", output)
+        changelog.write_text(changelog.read_text().replace("[1.0.0]", "").replace("## \n", ""))
+        self.assertEqual(output_of(copy / "scripts/interface", BUILD), (0, ""))
+
     def test_a_picture_of_another_source_is_noticed(self):
         self.site_of(lambda copy: None)
         copy = self.folder / "copy"
