@@ -92,7 +92,8 @@ int count(const char* way, int calls, int width)
     // As much for few calls as for many, so that it is not in the difference.
     constexpr int most = 1000;
     caller->provideFor(most);
-    atOnce(*caller, width, 5 * width);
+    constexpr int settled = 300;
+    atOnce(*caller, width, settled);
     const long before = allocations();
     atOnce(*caller, width, calls);
     std::printf("%.1f allocations a call\n", double(allocations() - before) / calls);

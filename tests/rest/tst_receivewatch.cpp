@@ -3,12 +3,14 @@
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/receivewatch.h"
 #include "support/fixedsigner.h"
 #include "support/literals.h"
 #include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"
 
+#include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -91,6 +93,34 @@ private Q_SLOTS:
         QVERIFY(spy.count() == 1 || spy.wait(patience));
         QCOMPARE(spy.first().at(0).toInt(), 0);
         QCOMPARE(applications.state(), QAbstractSocket::ConnectedState);
+    }
+
+    // As where several connections are opened at a time.
+    void aSocketAtWhichNothingArrivesIsForgotten()
+    {
+        ScriptedServer server;
+        // Longer than it takes to look for sockets.
+        server.answerBy([](const WireRequest&) {
+            Reaction late = Reaction::reply(200, "body");
+            late.delayMilliseconds = 200;
+            return late;
+        });
+        QTcpSocket silent;
+        const auto known = std::make_shared<KnownSockets>();
+        QNetworkAccessManager manager;
+        const QUrl address(server.base());
+        auto before = ReceiveWatch::before(address, *known, true);
+        QNetworkReply* const reply = manager.get(QNetworkRequest(address));
+        new ReceiveWatch(reply, known, std::move(before)); // the reply's child
+        silent.connectToHost(QHostAddress::LocalHost, server.port());
+        size_t knownDuring = 0;
+        connect(reply, &QNetworkReply::readyRead, this, [&] { knownDuring = known->size(); });
+        const QSignalSpy finished(reply, &QNetworkReply::finished);
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, patience);
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+        QCOMPARE(knownDuring, size_t{2});
+        QCOMPARE(known->size(), size_t{1});
+        QVERIFY(known->front().descriptor != static_cast<int>(silent.socketDescriptor()));
     }
 
 private:

@@ -41,15 +41,20 @@ TimeStampManager* TimeStampManager::getTimeStampManager()
 TimeStampManager& TimeStampManager::clockOf(QString const& baseAddress)
 {
     TimeStampManager& clock = *getTimeStampManager();
-    const QString server = serverOf(QUrl(baseAddress));
-    if (!server.isEmpty())
-        clock.selectServer(server);
+    // The same as for the request before, as a rule.
+    if (baseAddress != clock.mBaseAddress) {
+        clock.mBaseAddress = baseAddress;
+        clock.mServerOfBase = serverOf(QUrl(baseAddress));
+    }
+    if (!clock.mServerOfBase.isEmpty())
+        clock.selectServer(clock.mServerOfBase);
     return clock;
 }
 
 QString TimeStampManager::serverOf(QUrl const& address)
 {
-    return address.authority(QUrl::FullyEncoded).section(QLatin1Char('@'), -1);
+    const QString authority = address.authority(QUrl::FullyEncoded);
+    return authority.mid(authority.lastIndexOf(QLatin1Char('@')) + 1);
 }
 
 void TimeStampManager::setServerTimeDifference(int seconds)

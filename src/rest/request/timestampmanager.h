@@ -59,6 +59,8 @@ public:
 
 private:
     QString mServer;
+    QString mBaseAddress; ///< that was given last, and its server
+    QString mServerOfBase;
     QHash<QString, qint32> mDifferences;
     qint32 mDifferenceOfOthers = 0;
 };

@@ -4,6 +4,7 @@
 #include <QLocale>
 #include <QStringView>
 
+#include <algorithm>
 #include <array>
 
 namespace KelRestHandler {
@@ -57,15 +58,19 @@ QDate readDate(QStringView text)
                                                                : QDate();
 }
 
-// 1 to 12, or 0.
-int monthNamed(QStringView name)
+// The names of days and months are English whatever the user's language (RFC 9110, 5.6.7).
+constexpr std::array monthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr std::array dayNames = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+
+// From 1 on, or 0.
+template <size_t count>
+int numberOf(QStringView name, const std::array<const char*, count>& names)
 {
-    for (int month = 1; month <= 12; ++month) {
-        const QString known = QLocale::c().monthName(month, QLocale::ShortFormat);
-        if (name.compare(known, Qt::CaseInsensitive) == 0)
-            return month;
-    }
-    return 0;
+    const auto found = std::find_if(names.begin(), names.end(), [name](const char* known) {
+        return name.compare(QLatin1String(known), Qt::CaseInsensitive) == 0;
+    });
+    return found == names.end() ? 0 : static_cast<int>(found - names.begin()) + 1;
 }
 
 } // namespace
@@ -99,11 +104,9 @@ QDateTime headerTimeOnWire(const QString& text)
     const QStringView all(text);
     if (!readNumbers(all, QLatin1String("???, 00 ??? 0000 00:00:00"), part))
         return {};
-    // The names of days and months are English whatever the user's language (RFC 7231, 7.1.1.1),
-    // and so are those of the locale "C".
-    const QDate date(part[1], monthNamed(all.mid(monthAt, nameLength)), part[0]);
-    const QString day = QLocale::c().dayName(date.dayOfWeek(), QLocale::ShortFormat);
-    if (all.left(nameLength).compare(day, Qt::CaseInsensitive) != 0)
+    const QDate date(part[1], numberOf(all.mid(monthAt, nameLength), monthNames), part[0]);
+    // No day of a date that is none has a name.
+    if (!date.isValid() || numberOf(all.left(nameLength), dayNames) != date.dayOfWeek())
         return {};
     return utc(date, QTime(part[2], part[3], part[4]));
 }

@@ -6,7 +6,7 @@
 #include "rest/reply/receivedreply.h"
 #include "rest/transport/connectionlatency.h"
 #include "rest/transport/networkreplycontainer.h"
-#include "rest/transport/replyproperties.h"
+#include "rest/transport/replyfacts.h"
 #include "rest/transport/servernames.h"
 #include "rest/transport/transporterror.h"
 
@@ -60,7 +60,7 @@ QNetworkRequest messageFor(const HttpRequest& request)
     QNetworkRequest message(request.getUrl());
     const auto headers = request.getHeaders();
     for (auto it = headers.cbegin(); it != headers.cend(); ++it)
-        message.setRawHeader(headerBytes(it.key()), headerBytes(it.value()));
+        message.setRawHeader(it.key().toLatin1(), headerBytes(it.value()));
     message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
     // What is compressed may be a thousand times as long as what was received.
     message.setRawHeader("Accept-Encoding", "identity");
@@ -80,16 +80,24 @@ QNetworkRequest messageFor(const HttpRequest& request)
 // document.
 QString replyText(QNetworkReply* reply)
 {
-    QString text = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString() +
-                   QLatin1Char(' ') +
-                   reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString() +
-                   QLatin1String("\r\n");
-    const auto headers = reply->rawHeaderPairs();
+    constexpr int usualHead = 512;
+    const QByteArray body = reply->readAll();
+    QString text;
+    text.reserve(usualHead + body.size());
+    text += reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toString();
+    text += QLatin1Char(' ');
+    text += reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
+    text += QLatin1String("\r\n");
+    const auto& headers = reply->rawHeaderPairs();
     for (const auto& header : headers) {
-        text += QString::fromLatin1(header.first) + QLatin1String(": ") +
-                QString::fromLatin1(header.second) + QLatin1String("\r\n");
+        text += QLatin1String(header.first.constData(), header.first.size());
+        text += QLatin1String(": ");
+        text += QLatin1String(header.second.constData(), header.second.size());
+        text += QLatin1String("\r\n");
     }
-    return text + QLatin1String("\r\n") + QString::fromUtf8(reply->readAll());
+    text += QLatin1String("\r\n");
+    text += QString::fromUtf8(body);
+    return text;
 }
 
 bool asksToWait(const QNetworkReply& reply)
@@ -110,9 +118,7 @@ NetworkHandler::NetworkHandler(QObject* parent)
       mPreparation(mConnections, this)
 {
     installProxyFromEnvironment();
-    // Not at once: a reply may end while the network library's thread waits for this one.
-    connect(&mConnections, &ServiceConnections::freed, this, &NetworkHandler::postWaiting,
-            Qt::QueuedConnection);
+    connect(&mConnections, &ServiceConnections::freed, this, &NetworkHandler::onFreed);
     relay(&mProcessor, this);
 }
 
@@ -189,6 +195,13 @@ bool NetworkHandler::mayPost() const
     return waiting <= mConnections.preparing() && goesOut(waiting + 1);
 }
 
+// Not at once: a reply may end while the network library's thread waits for this one.
+void NetworkHandler::onFreed()
+{
+    if (!mWaiting.empty())
+        QMetaObject::invokeMethod(this, &NetworkHandler::postWaiting, Qt::QueuedConnection);
+}
+
 void NetworkHandler::postWaiting()
 {
     while (!mWaiting.empty() && goesOut(static_cast<int>(mWaiting.size()))) {
@@ -208,11 +221,6 @@ QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
         qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
         return nullptr;
     }
-    reply->setProperty(ReplyProperty::requestType, request.type());
-    reply->setProperty(ReplyProperty::consumerKey, request.consumerKey());
-    reply->setProperty(ReplyProperty::requestId, request.requestId());
-    reply->setProperty(ReplyProperty::timedOut, 0);
-
     auto* const guard = new NetworkReplyContainer(reply, request.millisecondsLeft());
     connect(guard, &NetworkReplyContainer::requestTimedOut, this,
             &NetworkHandler::onNetworkRequestTimedOut);
@@ -229,14 +237,17 @@ void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
     // It is on the stack, and dies when the event loop is back.
     position->release()->deleteLater();
     mWaiting.erase(position);
-    answer(request->type(), new HttpResponse(QNetworkReply::TimeoutError, QString(),
-                                             request->consumerKey(), request->requestId()));
+    const ReplyFacts facts = request->facts();
+    HttpResponse response(QNetworkReply::TimeoutError, QString(), facts.consumerKey,
+                          facts.requestId);
+    // A receiver may delete this object.
+    mProcessor.processResponseFromServer(facts.requestType, &response);
 }
 
 void NetworkHandler::abandon(int requestId)
 {
     const auto waiting = std::find_if(mWaiting.begin(), mWaiting.end(), [&](const auto& request) {
-        return request->requestId() == requestId;
+        return request->facts().requestId == requestId;
     });
     if (waiting != mWaiting.end()) {
         mWaiting.erase(waiting);
@@ -245,7 +256,7 @@ void NetworkHandler::abandon(int requestId)
     QNetworkReply* const reply = mConnections.replyTo(requestId);
     if (!reply)
         return;
-    reply->setProperty(ReplyProperty::abandoned, true);
+    factsOf(*reply)->isAbandoned = true;
     reply->abort();
     reply->deleteLater();
 }
@@ -262,19 +273,19 @@ void NetworkHandler::queueFinished(QNetworkReply* reply)
 
 void NetworkHandler::onFinished(QNetworkReply* reply)
 {
-    // A reply without the mark was not sent from here; one that timed out has been answered.
-    const QVariant timedOut = reply->property(ReplyProperty::timedOut);
-    if (!timedOut.isValid() || timedOut.toInt() != 0 ||
-        reply->property(ReplyProperty::abandoned).toBool())
+    // A reply without facts was not sent from here; one that timed out has been answered.
+    const auto facts = factsOf(*reply);
+    if (!facts || facts->requestType == ReplyFacts::nobodysType || facts->isTimedOut ||
+        facts->isAbandoned)
         return;
-    if (wasRefused(*reply)) {
-        process(reply, transportErrorOf(*reply), QString());
+    const ReplyEnding ending = endingOf(*reply, *facts);
+    if (ending.isRefused) {
+        process(reply, *facts, ending.error, QString());
         return;
     }
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const ReceivedReply received =
-        receivedReply(transportErrorOf(*reply), status, replyText(reply));
-    process(reply, received.error, received.text);
+    const ReceivedReply received = receivedReply(ending.error, status, replyText(reply));
+    process(reply, *facts, received.error, received.text);
 }
 
 void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
@@ -283,37 +294,27 @@ void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
         qCCritical(logRest, "Empty pointer in NetworkHandler::onNetworkRequestTimedOut");
         return;
     }
-    if (reply->property(ReplyProperty::timedOut).toInt() == 0)
+    const auto facts = factsOf(*reply);
+    if (!facts || !facts->isTimedOut)
         return;
     reply->abort();
-    process(reply, QNetworkReply::TimeoutError, QString());
+    process(reply, *facts, QNetworkReply::TimeoutError, QString());
 }
 
-void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError error,
-                             const QString& text)
+void NetworkHandler::process(QNetworkReply* reply, const ReplyFacts& facts,
+                             QNetworkReply::NetworkError error, const QString& text)
 {
-    const QVariant type = reply->property(ReplyProperty::requestType);
-    const QVariant consumerKey = reply->property(ReplyProperty::consumerKey);
-    const QVariant requestId = reply->property(ReplyProperty::requestId);
-    if (!type.isValid() || !consumerKey.isValid() || !requestId.isValid())
-        return;
-
-    auto* const response = new HttpResponse(error, text, consumerKey.toString(), requestId.toInt());
-    if (cameInsideTls(*reply))
-        response->setClockOf(TimeStampManager::serverOf(reply->url()));
+    HttpResponse response(error, text, facts.consumerKey, facts.requestId);
+    // What nothing is read of tells no time.
+    if (!text.isEmpty() && cameInsideTls(*reply))
+        response.setClockOf(TimeStampManager::serverOf(reply->url()));
     else
-        response->setClockOfNobody();
+        response.setClockOfNobody();
     if (asksToWait(*reply))
-        response->setRetryAfter(reply->rawHeader("Retry-After"));
+        response.setRetryAfter(reply->rawHeader("Retry-After"));
     reply->deleteLater();
-    answer(type.toInt(), response);
-}
-
-// A receiver may delete this object: nothing of it is used afterwards.
-void NetworkHandler::answer(int type, HttpResponse* response)
-{
-    mProcessor.processResponseFromServer(type, response);
-    response->deleteLater();
+    // A receiver may delete this object: nothing of it is used afterwards.
+    mProcessor.processResponseFromServer(facts.requestType, &response);
 }
 
 // Nothing of the request has left when this is called, and nothing leaves after it has been
@@ -322,7 +323,9 @@ void NetworkHandler::checkServer(QNetworkReply* reply)
 {
     if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host()))
         return;
-    reply->setProperty(ReplyProperty::wrongServer, true);
+    const auto facts = factsOf(*reply);
+    if (facts)
+        facts->isFromWrongServer = true;
     reply->abort();
 }
 

@@ -80,11 +80,12 @@ private:
     /// Whether one of so many waiting requests is posted now.
     bool goesOut(int waiting) const;
     bool mayPost() const;
+    void onFreed();
     void postWaiting();
     QNetworkReply* postNow(const WaitingRequest& request);
     void onWaitingTimedOut(WaitingRequest* request);
-    void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
-    void answer(int type, HttpResponse* response);
+    void process(QNetworkReply* reply, const ReplyFacts& facts, QNetworkReply::NetworkError error,
+                 const QString& text);
 
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/networkreplycontainer.h"
 
-#include "rest/transport/replyproperties.h"
+#include "rest/transport/replyfacts.h"
 
 #include <QTimerEvent>
 
@@ -51,7 +51,9 @@ void NetworkReplyContainer::timerEvent(QTimerEvent* event)
     // outlives a receiver that runs an event loop of its own.
     if (mReply->isFinished())
         return;
-    mReply->setProperty(ReplyProperty::timedOut, 1);
+    const auto facts = factsOf(*mReply);
+    if (facts)
+        facts->isTimedOut = true;
     Q_EMIT requestTimedOut(mReply);
 }
 
@@ -60,7 +62,9 @@ void NetworkReplyContainer::endOversizedReply()
     const qint64 announced = mReply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     if (qMax(announced, mReply->bytesAvailable()) <= maximumReplyBytes || mReply->isFinished())
         return;
-    mReply->setProperty(ReplyProperty::oversized, true);
+    const auto facts = factsOf(*mReply);
+    if (facts)
+        facts->isOversized = true;
     mReply->abort();
 }
 

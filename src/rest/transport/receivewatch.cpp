@@ -3,7 +3,7 @@
 
 #include "rest/transport/firsthop.h"
 #include "rest/transport/networkreplycontainer.h"
-#include "rest/transport/replyproperties.h"
+#include "rest/transport/replyfacts.h"
 
 #include <QTimerEvent>
 
@@ -38,35 +38,40 @@ bool isStillOpen(const ConnectedSocket& socket)
 
 } // namespace
 
-ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known,
-                           bool isLikelyToReconnect)
-    : QObject(reply), mReply(reply), mKnown(std::move(known)), mPort(firstHopTo(reply->url()).port)
+ReceiveWatch::Before ReceiveWatch::before(const QUrl& address, KnownSockets& known,
+                                          bool isLikelyToReconnect)
 {
-    ++awaited()[mPort];
-    mKnown->erase(std::remove_if(mKnown->begin(), mKnown->end(),
-                                 [](const auto& socket) { return !isStillOpen(socket); }),
-                  mKnown->end());
-    mIsSearching = mKnown->empty() || isLikelyToReconnect;
-    if (mIsSearching) {
-        for (const ConnectedSocket& socket : connectedSockets(mPort))
-            mOfOthers.insert(socket.identity);
+    known.erase(std::remove_if(known.begin(), known.end(),
+                               [](const auto& socket) { return !isStillOpen(socket); }),
+                known.end());
+    Before before{firstHopTo(address).port, known.empty() || isLikelyToReconnect, {}, {}};
+    if (before.isSearching) {
+        for (const ConnectedSocket& socket : connectedSockets(before.port))
+            before.ofOthers.insert(socket.identity);
     }
-    for (const ConnectedSocket& socket : *mKnown) {
-        mOfOthers.remove(socket.identity);
-        mReceivedBefore.insert(socket.identity, bytesReceived(socket.descriptor));
+    for (const ConnectedSocket& socket : known) {
+        before.ofOthers.remove(socket.identity);
+        before.received.insert(socket.identity, bytesReceived(socket.descriptor));
     }
+    return before;
+}
+
+ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known, Before before)
+    : QObject(reply), mReply(reply), mKnown(std::move(known)), mBefore(std::move(before))
+{
+    ++awaited()[mBefore.port];
     connect(reply, &QNetworkReply::encrypted, this, [this] {
-        mIsSearching = true;
+        mBefore.isSearching = true;
         look();
     });
-    connect(reply, &QNetworkReply::finished, this, &ReceiveWatch::endOversizedConnection);
+    connect(reply, &QNetworkReply::finished, this, &ReceiveWatch::onFinished);
     startTimer(lookMilliseconds);
 }
 
 ReceiveWatch::~ReceiveWatch()
 {
-    if (--awaited()[mPort] == 0)
-        awaited().remove(mPort);
+    if (--awaited()[mBefore.port] == 0)
+        awaited().remove(mBefore.port);
 }
 
 void ReceiveWatch::timerEvent(QTimerEvent* event)
@@ -79,13 +84,14 @@ void ReceiveWatch::timerEvent(QTimerEvent* event)
 
 void ReceiveWatch::search()
 {
-    if (!mIsSearching)
+    if (!mBefore.isSearching)
         return;
-    *mKnown = connectedSockets(mPort);
-    mKnown->erase(
-        std::remove_if(mKnown->begin(), mKnown->end(),
-                       [this](const auto& socket) { return mOfOthers.contains(socket.identity); }),
-        mKnown->end());
+    *mKnown = connectedSockets(mBefore.port);
+    mKnown->erase(std::remove_if(mKnown->begin(), mKnown->end(),
+                                 [this](const auto& socket) {
+                                     return mBefore.ofOthers.contains(socket.identity);
+                                 }),
+                  mKnown->end());
 }
 
 KnownSockets ReceiveWatch::socketsBeyond(quint64 bytes) const
@@ -94,7 +100,7 @@ KnownSockets ReceiveWatch::socketsBeyond(quint64 bytes) const
     std::copy_if(mKnown->begin(), mKnown->end(), std::back_inserter(beyond),
                  [this, bytes](const auto& socket) {
                      return isStillOpen(socket) && bytesReceived(socket.descriptor) -
-                                                           mReceivedBefore.value(socket.identity) >
+                                                           mBefore.received.value(socket.identity) >
                                                        bytes;
                  });
     return beyond;
@@ -105,11 +111,11 @@ KnownSockets ReceiveWatch::socketsBeyond(quint64 bytes) const
 int ReceiveWatch::strangers() const
 {
     const auto counts = [this](const ConnectedSocket& socket) {
-        const auto before = mReceivedBefore.find(socket.identity);
-        return before == mReceivedBefore.end() || bytesReceived(socket.descriptor) > *before;
+        const auto before = mBefore.received.find(socket.identity);
+        return before == mBefore.received.end() || bytesReceived(socket.descriptor) > *before;
     };
     const auto count = std::count_if(mKnown->begin(), mKnown->end(), counts);
-    return qMax(0, static_cast<int>(count) - awaited().value(mPort));
+    return qMax(0, static_cast<int>(count) - awaited().value(mBefore.port));
 }
 
 void ReceiveWatch::look()
@@ -119,16 +125,38 @@ void ReceiveWatch::look()
     if (static_cast<int>(socketsBeyond(maximumOnTheWire).size()) <= strangers() ||
         mReply->isFinished())
         return;
-    mReply->setProperty(ReplyProperty::oversized, true);
+    const auto facts = factsOf(*mReply);
+    if (facts)
+        facts->isOversized = true;
     mReply->abort();
+}
+
+void ReceiveWatch::onFinished()
+{
+    const auto facts = factsOf(*mReply);
+    if (facts && facts->isOversized)
+        endOversizedConnection();
+    else
+        forgetSilentSockets();
+}
+
+// Where several connections were opened at a time, each reply knows all of their sockets. Those at
+// which nothing has arrived during a whole reply are not its own, and every one that is kept is
+// looked at for each request.
+void ReceiveWatch::forgetSilentSockets()
+{
+    const bool isWhole = mReply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    if (mKnown->size() < 2 || !isWhole)
+        return;
+    const KnownSockets heard = socketsBeyond(0);
+    if (!heard.empty())
+        *mKnown = heard;
 }
 
 // The network library would not look up before it has read what is there, and a service that sends
 // faster than it reads keeps it there.
 void ReceiveWatch::endOversizedConnection()
 {
-    if (!mReply->property(ReplyProperty::oversized).toBool())
-        return;
     search();
     const KnownSockets beyond = socketsBeyond(NetworkReplyContainer::maximumReplyBytes);
     if (strangers() == 0)

@@ -31,9 +31,19 @@ class ReceiveWatch : public QObject
     Q_OBJECT
 
 public:
+    /// What there was before a request was posted: its connection may stand when the reply is
+    /// there.
+    struct Before
+    {
+        quint16 port;
+        bool isSearching;
+        QHash<quint64, quint64> received; ///< by the socket's identity
+        QSet<quint64> ofOthers;
+    };
     /// When the connection of the replies before may be gone, sockets are looked for anew.
-    ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known,
-                 bool isLikelyToReconnect);
+    static Before before(const QUrl& address, KnownSockets& known, bool isLikelyToReconnect);
+
+    ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known, Before before);
     ~ReceiveWatch() override;
 
 protected:
@@ -44,14 +54,13 @@ private:
     void search();
     KnownSockets socketsBeyond(quint64 bytes) const;
     int strangers() const;
+    void onFinished();
     void endOversizedConnection();
+    void forgetSilentSockets();
 
     QNetworkReply* mReply;
     std::shared_ptr<KnownSockets> mKnown;
-    quint16 mPort;
-    QHash<quint64, quint64> mReceivedBefore; ///< by the socket's identity
-    QSet<quint64> mOfOthers;
-    bool mIsSearching;
+    Before mBefore;
 };
 
 } // namespace KelRestHandler

@@ -3,7 +3,7 @@
 
 #include "rest/transport/firsthop.h"
 #include "rest/transport/onetimebody.h"
-#include "rest/transport/replyproperties.h"
+#include "rest/transport/replyfacts.h"
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -30,28 +30,24 @@ qint64 nowMilliseconds()
     return qint64{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-QUrl withPort(QUrl address)
-{
-    address.setPort(portOf(address));
-    return address;
-}
-
 QString originOf(const QUrl& address)
 {
-    return withPort(address).toString(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery |
-                                      QUrl::RemoveFragment);
+    return address.scheme() + QLatin1String("://") + address.host() + QLatin1Char(':') +
+           QString::number(portOf(address));
 }
 
 // What the network library takes for a request that only opens a connection. It names the port,
 // since the usual one is known of usual schemes alone.
 QNetworkRequest openingOf(const QUrl& service)
 {
-    QUrl address = withPort(service);
+    QUrl address = service;
+    address.setPort(portOf(service));
     address.setScheme(QLatin1String("preconnect-") + address.scheme());
     QNetworkRequest request(address);
     // As the requests that will use it.
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    attachFacts(request, std::make_shared<ReplyFacts>());
     return request;
 }
 
@@ -135,6 +131,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     constexpr int quickSuccession = 50;
     const bool isLikelyToReconnect = nowMilliseconds() - line->idleSince > quickSuccession;
     reconnectIfDue(*line);
+    auto before = ReceiveWatch::before(request.url(), *line->sockets, isLikelyToReconnect);
     auto onceOnly = std::make_unique<OneTimeBody>(body, nullptr);
     line->server = originOf(request.url());
     QNetworkReply* const reply =
@@ -143,7 +140,7 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
     line->isBusy = true;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
-    new ReceiveWatch(reply, line->sockets, isLikelyToReconnect); // the reply's child
+    new ReceiveWatch(reply, line->sockets, std::move(before)); // the reply's child
     return reply;
 }
 
@@ -195,12 +192,13 @@ void ServiceConnections::prepare(const QUrl& service)
         return;
     reconnectIfDue(*line);
     line->server = originOf(service);
+    auto before = ReceiveWatch::before(service, *line->sockets, true);
     QNetworkReply* const reply = line->manager->get(resuming(*line, openingOf(service)));
     line->isBusy = true;
     line->isPreparing = true;
     connect(reply, &QNetworkReply::finished, this, [this, reply] { onPrepared(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
-    new ReceiveWatch(reply, line->sockets, true); // the reply's child
+    new ReceiveWatch(reply, line->sockets, std::move(before)); // the reply's child
     QTimer::singleShot(preparingLimit.load(), reply, [reply] { reply->abort(); });
 }
 
@@ -311,8 +309,8 @@ QNetworkReply* ServiceConnections::replyTo(int requestId) const
     for (const auto& line : mLines) {
         const auto replies = repliesOf(*line);
         for (QNetworkReply* const reply : replies) {
-            const QVariant id = reply->property(ReplyProperty::requestId);
-            if (id.isValid() && id.toInt() == requestId)
+            const auto facts = factsOf(*reply);
+            if (facts && facts->requestId == requestId)
                 return reply;
         }
     }

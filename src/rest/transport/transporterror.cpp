@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/transporterror.h"
 
-#include "rest/transport/replyproperties.h"
+#include "rest/transport/replyfacts.h"
 
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -10,11 +10,6 @@
 namespace KelRestHandler {
 
 namespace {
-
-bool isMarked(const QNetworkReply& reply, const char* property)
-{
-    return reply.property(property).toBool();
-}
 
 // The network library wanted to send the request again, and could not. It wants to when the
 // connection ended before the reply did, and when a redirect arrives, though none is followed.
@@ -34,26 +29,23 @@ bool isEncoded(const QNetworkReply& reply)
 
 } // namespace
 
-bool wasRefused(const QNetworkReply& reply)
+ReplyEnding endingOf(const QNetworkReply& reply, const ReplyFacts& facts)
 {
-    return isMarked(reply, ReplyProperty::oversized) ||
-           isMarked(reply, ReplyProperty::wrongServer) || isEncoded(reply);
+    if (facts.isFromWrongServer)
+        return {QNetworkReply::SslHandshakeFailedError, true};
+    if (facts.isOversized || isEncoded(reply))
+        return {QNetworkReply::ProtocolFailure, true};
+    const QNetworkReply::NetworkError error = reply.error();
+    return {error == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply) : error, false};
 }
 
-QNetworkReply::NetworkError transportErrorOf(const QNetworkReply& reply)
-{
-    if (isMarked(reply, ReplyProperty::wrongServer))
-        return QNetworkReply::SslHandshakeFailedError;
-    if (wasRefused(reply))
-        return QNetworkReply::ProtocolFailure;
-    return reply.error() == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply)
-                                                              : reply.error();
-}
-
+// A reply without an error came from behind the handshake. With one it may be a proxy's; its
+// certificate takes as long to ask for as all else that is asked of a reply.
 bool cameInsideTls(const QNetworkReply& reply)
 {
-    return reply.url().scheme() == QLatin1String("https") && !wasRefused(reply) &&
-           !reply.sslConfiguration().peerCertificate().isNull();
+    return reply.url().scheme() == QLatin1String("https") &&
+           (reply.error() == QNetworkReply::NoError ||
+            !reply.sslConfiguration().peerCertificate().isNull());
 }
 
 } // namespace KelRestHandler

@@ -7,10 +7,13 @@
 namespace KelRestHandler {
 
 WaitingRequest::WaitingRequest(const QNetworkRequest& message, const HttpRequest& request, int type)
-    : mMessage(message), mBody(request.getHttpBody().toUtf8()), mType(type),
-      mConsumerKey(request.getConsumerKey()), mRequestId(request.getRequestId()),
+    : mMessage(message), mBody(request.getHttpBody().toUtf8()),
       mGuardMilliseconds(NetworkReplyContainer::guardMilliseconds())
 {
+    mFacts->requestType = type;
+    mFacts->requestId = request.getRequestId();
+    mFacts->consumerKey = request.getConsumerKey();
+    attachFacts(mMessage, mFacts);
     mSinceMade.start();
 }
 
@@ -26,17 +29,18 @@ int WaitingRequest::millisecondsLeft() const
 
 void WaitingRequest::wait()
 {
-    mTimer.setTimerType(Qt::PreciseTimer);
-    mTimer.setSingleShot(true);
-    connect(&mTimer, &QTimer::timeout, this, &WaitingRequest::onTimeout);
-    mTimer.start(millisecondsLeft());
+    mTimer = new QTimer(this);
+    mTimer->setTimerType(Qt::PreciseTimer);
+    mTimer->setSingleShot(true);
+    connect(mTimer, &QTimer::timeout, this, &WaitingRequest::onTimeout);
+    mTimer->start(millisecondsLeft());
 }
 
 // Timers may be early by less than a millisecond; a guard is not.
 void WaitingRequest::onTimeout()
 {
     if (mSinceMade.elapsed() < mGuardMilliseconds)
-        mTimer.start(millisecondsLeft());
+        mTimer->start(millisecondsLeft());
     else
         Q_EMIT timedOut();
 }

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "rest/request/httprequest.h"
+#include "rest/transport/replyfacts.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QTimer>
+
+#include <memory>
 
 namespace KelRestHandler {
 
@@ -24,9 +27,7 @@ public:
 
     QNetworkRequest message() const { return mMessage; }
     QByteArray body() const { return mBody; }
-    int type() const { return mType; }
-    QString consumerKey() const { return mConsumerKey; }
-    int requestId() const { return mRequestId; }
+    const ReplyFacts& facts() const { return *mFacts; }
 
     /// What is left of the guard, at least 1.
     int millisecondsLeft() const;
@@ -42,12 +43,10 @@ private:
 
     QNetworkRequest mMessage;
     QByteArray mBody;
-    int mType;
-    QString mConsumerKey;
-    int mRequestId;
+    std::shared_ptr<ReplyFacts> mFacts = std::make_shared<ReplyFacts>();
     int mGuardMilliseconds;
     QElapsedTimer mSinceMade;
-    QTimer mTimer{this}; // a child, so that it comes along to another thread
+    QTimer* mTimer = nullptr; // a child, so that it comes along to another thread
 };
 
 } // namespace KelRestHandler

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QMetaType>
+#include <QString>
+
+#include <memory>
+
+class QNetworkReply;
+class QNetworkRequest;
+
+namespace KelRestHandler {
+
+/// What is known of a request besides its reply, which carries it: the only link between them.
+struct ReplyFacts
+{
+    static constexpr int nobodysType = 0;
+
+    int requestType = nobodysType; ///< a NetRequestType; no answer follows to any other
+    int requestId = -1;
+    QString consumerKey;
+
+    bool isTimedOut = false; ///< and has been answered
+    bool isOversized = false;
+    bool isFromWrongServer = false; ///< its certificate is not for the host that was asked
+    bool isAbandoned = false;       ///< nobody waits for the answer any more
+};
+
+/// To be called before the request is posted.
+void attachFacts(QNetworkRequest& request, const std::shared_ptr<ReplyFacts>& facts);
+
+/// Null for a reply to a request that has none.
+std::shared_ptr<ReplyFacts> factsOf(const QNetworkReply& reply);
+
+} // namespace KelRestHandler
+
+Q_DECLARE_METATYPE(std::shared_ptr<KelRestHandler::ReplyFacts>)
