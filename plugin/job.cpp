@@ -24,7 +24,7 @@ bool isRefusal(int status)
 
 } // namespace
 
-Job::Job(const QVariantMap& data, RESTRequestHandler& service, int& wrongPasswords, QObject* parent)
+Job::Job(const QVariantMap& data, ServiceOnDemand& service, int& wrongPasswords, QObject* parent)
     : QObject(parent), mData(data), mService(service), mConsumerKey(text("ConsumerKey")),
       mConsumerSecret(text("ConsumerSecret")),
       mServer(data.value(QStringLiteral("ServerUrlValue")).toInt()),
@@ -103,7 +103,7 @@ bool Job::resend(OAuthRequest& request)
 {
     request.createOAuthRequest();
     request.incrementRetryCount();
-    return mService.resendRequest(&request) == 0;
+    return mService->resendRequest(&request) == 0;
 }
 
 void Job::ensureToken(const Next& next)
@@ -121,7 +121,7 @@ void Job::ensureToken(const Next& next)
 void Job::renewToken(const Next& next)
 {
     OAuthRequest* request = nullptr;
-    if (mService.sendTokenRefreshRequest(*this, mConsumerKey, mBaseAddress, &request) != 0)
+    if (mService->sendTokenRefreshRequest(*this, mConsumerKey, mBaseAddress, &request) != 0)
         return createToken(next);
     await<TokenRefreshResponse>(&ServiceSignals::tokenRefreshResponse,
                                 std::shared_ptr<OAuthRequest>(request),
@@ -151,8 +151,8 @@ void Job::signInWith(const QString& password, const Next& next)
     exchange<TokenCreationResponse>(
         &ServiceSignals::signInResponse,
         [&](OAuthRequest** request) {
-            return mService.sendSignInRequest(*this, text("UserName"), password, mConsumerKey,
-                                              mBaseAddress, request);
+            return mService->sendSignInRequest(*this, text("UserName"), password, mConsumerKey,
+                                               mBaseAddress, request);
         },
         [this, next](const TokenCreationResponse& reply) {
             if (!keepToken(reply))

@@ -3,11 +3,11 @@
 
 #include "common/wipe.h"
 #include "kept.h"
+#include "serviceondemand.h"
 
 #include "rest/request/isignatureprovider.h"
 #include "rest/request/oauthrequest.h"
 #include "rest/request/timestampmanager.h"
-#include "rest/restrequesthandler.h"
 
 #include <QObject>
 #include <QVariantMap>
@@ -29,8 +29,7 @@ public:
     /// `data` is what the daemon handed over: the client's keys, the identity's user name and
     /// secret, and what the plugin had stored. `service` must outlive this, and so must
     /// `wrongPasswords`, which counts them for this process: what is stored can be removed.
-    Job(const QVariantMap& data, KelRestHandler::RESTRequestHandler& service, int& wrongPasswords,
-        QObject* parent);
+    Job(const QVariantMap& data, ServiceOnDemand& service, int& wrongPasswords, QObject* parent);
     ~Job() override;
 
     static QStringList mechanisms();
@@ -121,7 +120,7 @@ private:
     QByteArray consumer() const;
 
     QVariantMap mData;
-    KelRestHandler::RESTRequestHandler& mService;
+    ServiceOnDemand& mService;
     QString mConsumerKey;
     KelAccount::SecretText mConsumerSecret;
     int mServer;

@@ -124,7 +124,7 @@ int Job::refusal(Wants wants) const
 void Job::initialise()
 {
     if (mData.value(QStringLiteral("Prepare")).toBool())
-        mService.prepareOnce(mBaseAddress); // the client asks again
+        mService.prepareSoon(mBaseAddress);
     answer({{QStringLiteral("PluginVersion"), QStringLiteral(KELACCOUNT_VERSION)}});
 }
 
@@ -162,9 +162,9 @@ void Job::registerAccount()
     exchange<RegistrationResponse>(
         &ServiceSignals::accountRegistrationResponse,
         [&](OAuthRequest** request) {
-            return mService.sendRegisterAccountRequest(*this, registration, registration.captchaId,
-                                                       registration.serviceTag, mConsumerKey,
-                                                       mBaseAddress, request);
+            return mService->sendRegisterAccountRequest(*this, registration, registration.captchaId,
+                                                        registration.serviceTag, mConsumerKey,
+                                                        mBaseAddress, request);
         },
         [this, password](const RegistrationResponse& reply) {
             if (reply.status != ErrorNone)
@@ -185,8 +185,8 @@ void Job::downloadProfile()
     exchangeWithToken<DownloadProfileResponse>(
         &ServiceSignals::downloadProfileResponse,
         [this](OAuthRequest** request) {
-            return mService.sendDownloadProfileRequest(*this, mKept.session.accountId, mConsumerKey,
-                                                       mBaseAddress, request);
+            return mService->sendDownloadProfileRequest(*this, mKept.session.accountId,
+                                                        mConsumerKey, mBaseAddress, request);
         },
         [this](const DownloadProfileResponse& reply) {
             if (reply.status != ErrorNone)
@@ -217,7 +217,7 @@ void Job::updateSecurityQuestion()
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::updateSecurityQuestionResponse,
         [this, profile](OAuthRequest** request) {
-            return mService.sendUpdateSecurityQuestionRequest(
+            return mService->sendUpdateSecurityQuestionRequest(
                 *this, profile, mKept.session.accountId, mConsumerKey, mBaseAddress, request);
         },
         [this](const RESTResponseBase& reply) { answerStatus(reply.status); });
@@ -269,8 +269,8 @@ void Job::setNewPassword()
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::changePasswordResponse,
         [this, newPassword](OAuthRequest** request) {
-            return mService.sendChangePasswordRequest(*this, mKept.session.accountId, newPassword,
-                                                      mConsumerKey, mBaseAddress, request);
+            return mService->sendChangePasswordRequest(*this, mKept.session.accountId, newPassword,
+                                                       mConsumerKey, mBaseAddress, request);
         },
         [this, newPassword](const RESTResponseBase& reply) {
             if (reply.status == ErrorNone)
@@ -291,8 +291,8 @@ void Job::setUserId()
         sendWithToken<DownloadProfileResponse>(
             &ServiceSignals::setUserIdResponse,
             [this, newName](OAuthRequest** request) {
-                return mService.sendSetUserNameRequest(*this, mKept.session.accountId, newName,
-                                                       mConsumerKey, mBaseAddress, request);
+                return mService->sendSetUserNameRequest(*this, mKept.session.accountId, newName,
+                                                        mConsumerKey, mBaseAddress, request);
             },
             [this, newName](const DownloadProfileResponse& reply) {
                 if (reply.status == ErrorNone)
@@ -307,8 +307,8 @@ void Job::updateDeviceInfo()
     exchangeWithToken<RESTResponseBase>(
         &ServiceSignals::updateDeviceInfoResponse,
         [this](OAuthRequest** request) {
-            return mService.sendUpdateDeviceInfoRequest(*this, mKept.session.accountId,
-                                                        mConsumerKey, mBaseAddress, request);
+            return mService->sendUpdateDeviceInfoRequest(*this, mKept.session.accountId,
+                                                         mConsumerKey, mBaseAddress, request);
         },
         [this](const RESTResponseBase& reply) { answerStatus(reply.status); });
 }
@@ -325,7 +325,7 @@ void Job::signOut()
     exchange<RESTResponseBase>(
         &ServiceSignals::tokenDeletionResponse,
         [this](OAuthRequest** request) {
-            return mService.sendDeleteTokenRequest(*this, mConsumerKey, mBaseAddress, request);
+            return mService->sendDeleteTokenRequest(*this, mConsumerKey, mBaseAddress, request);
         },
         [this, forget](const RESTResponseBase& reply) {
             if (reply.status == ErrorNone || isUnknownToken(reply.status))

@@ -27,18 +27,18 @@ void Job::await(Signal<Answer> signal, const std::shared_ptr<KelRestHandler::OAu
 {
     constexpr int bigDifference = 60;
     const qint64 difference = clock().serverTimeDifference();
-    mAwaited = connect(
-        &mService, signal, this, [this, signal, request, done, difference](const Answer& answer) {
-            if (answer.requestId != request->getRequestId())
-                return;
-            disconnect(mAwaited);
-            const bool clockMoved =
-                std::llabs(clock().serverTimeDifference() - difference) > bigDifference;
-            if (answer.status == KelAccount::ErrorNotAuthorized && clockMoved &&
-                request->RetryCount() == 0 && resend(*request))
-                return await(signal, request, done);
-            done(answer);
-        });
+    mAwaited = connect(mService.get(), signal, this,
+                       [this, signal, request, done, difference](const Answer& answer) {
+                           if (answer.requestId != request->getRequestId())
+                               return;
+                           disconnect(mAwaited);
+                           const bool clockMoved = std::llabs(clock().serverTimeDifference() -
+                                                              difference) > bigDifference;
+                           if (answer.status == KelAccount::ErrorNotAuthorized && clockMoved &&
+                               request->RetryCount() == 0 && resend(*request))
+                               return await(signal, request, done);
+                           done(answer);
+                       });
 }
 
 /// For an operation that the access token signs: gets one first when there is none.

@@ -8,7 +8,6 @@
 namespace ZorAuth {
 
 using namespace KelAccount;
-using KelRestHandler::RESTRequestHandler;
 
 namespace {
 
@@ -28,10 +27,7 @@ QString messageFor(int code)
 
 } // namespace
 
-ZorAuthPlugin::ZorAuthPlugin() : mService(std::make_unique<RESTRequestHandler>())
-{
-}
-
+ZorAuthPlugin::ZorAuthPlugin() = default;
 ZorAuthPlugin::~ZorAuthPlugin() = default;
 
 QString ZorAuthPlugin::type() const
@@ -48,7 +44,7 @@ void ZorAuthPlugin::process(const SignOn::SessionData& data, const QString& mech
 {
     if (mJob)
         return reportError(ErrorAuthSessionBusy);
-    mJob = std::make_unique<Job>(data.toMap(), *mService, mWrongPasswords, nullptr);
+    mJob = std::make_unique<Job>(data.toMap(), mService, mWrongPasswords, nullptr);
     connect(mJob.get(), &Job::changed, this, [this] { storeChanges(*mJob); });
     connect(mJob.get(), &Job::succeeded, this, [this](const QVariantMap& answer) {
         finishJob();
@@ -81,7 +77,7 @@ void ZorAuthPlugin::abort()
 void ZorAuthPlugin::dropJob()
 {
     mJob.reset();
-    mService = std::make_unique<RESTRequestHandler>();
+    mService.drop();
 }
 
 /// Takes the job that has just ended and has its changes stored; after the answer the daemon would

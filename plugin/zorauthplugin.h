@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "serviceondemand.h"
+
 #include <SignOn/authpluginif.h>
 
 #include <memory>
-
-namespace KelRestHandler {
-class RESTRequestHandler;
-}
 
 namespace ZorAuth {
 
@@ -39,7 +37,7 @@ private:
     void dropJob();
     void reportError(int code);
 
-    std::unique_ptr<KelRestHandler::RESTRequestHandler> mService;
+    ServiceOnDemand mService;
     std::unique_ptr<Job> mJob; // the request under way, or null
     int mWrongPasswords = 0;   // of the identity that this process is for
 };

@@ -6,6 +6,7 @@
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/resultkeys.h>
 
+#include <QMetaEnum>
 #include <QPointer>
 
 #include <utility>
@@ -92,6 +93,9 @@ void AccountSetUp::forgetCredentials(quint32 credentialsId)
 void AccountSetUp::handle(Event event, int status)
 {
     const SetUpStates::Transition transition = SetUpStates::transition(mState, event);
+    if (mState != transition.next)
+        qCDebug(logAccount, "The set-up is %s",
+                QMetaEnum::fromType<State>().valueToKey(static_cast<int>(transition.next)));
     mState = transition.next;
     if (mState != State::Reserving) {
         mReservationGuard.stop();

@@ -28,6 +28,7 @@ bool DeviceSetUpSteps::store(const QString& name, const QString& password)
 
 bool DeviceSetUpSteps::openSession(quint32 credentialsId)
 {
+    mSession.openConnectionNext();
     return mSessions.open(credentialsId);
 }
 

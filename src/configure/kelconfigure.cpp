@@ -115,10 +115,12 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
     const SignOn::IdentityInfo record = identityRecord(userName, password);
     withDaemon([this, record] {
         mUserName = record.userName();
+        qCDebug(logConfigure, "The sign-on daemon runs");
         const auto note = [this, store = mStore.get(), record](const IdentityNumbers& before) {
             if (store != mStore.get())
                 return;
             mIdentitiesBefore = before;
+            qCDebug(logConfigure, "The identities before are known");
             // Once more: it may have ended instead of answering.
             withDaemon([this, record] {
                 if (!storeRecord(record))
@@ -158,6 +160,7 @@ bool KelConfigure::storeRecord(const SignOn::IdentityInfo& record)
     }
     if (!connectIdentity())
         return false;
+    qCDebug(logConfigure, "The credentials are being stored");
     mIdentity->storeCredentials(record);
     return true;
 }

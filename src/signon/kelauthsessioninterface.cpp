@@ -173,6 +173,8 @@ void KelAuthSessionInterface::sendInitialise()
     ZorAuthSessionData record;
     addCommonKeys(record);
     record.setZorService(mServiceName);
+    if (std::exchange(mWantsConnection, false))
+        record.setPrepare(true);
     mCurrentRequest = NoRequest; // the place was only kept
     const quint64 caller = std::exchange(mCaller, 0);
     enQueueRequestToAuthPlugin(record, QStringLiteral("initialise"), InitialiseRequest);
@@ -351,6 +353,7 @@ void KelAuthSessionInterface::sendRequest(RequestData request)
         return;
     }
     mInFlight.start();
+    qCDebug(logSignon, "The plugin is asked: %s", qPrintable(request.mechanism));
     mAuthSession->process(request.sessionData, request.mechanism);
 }
 

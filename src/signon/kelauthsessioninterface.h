@@ -65,6 +65,10 @@ public:
     /// The credentials of the first enabled account of the service; 0 without one.
     unsigned retrieveActiveAccountCredId();
 
+    /// Has the plugin open a connection to the service with the next "initialise": what is asked
+    /// right behind it will need one.
+    void openConnectionNext() { mWantsConnection = true; }
+
     /// Closes the session, if one is open, without a word to the plugin. Only a request that the
     /// plugin has had for a second or longer is cancelled, so that one that hangs does not stand in
     /// the way of the next session on the same credentials.
@@ -176,6 +180,7 @@ private:
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;
     bool mInitialiseRepeated = false; // for this session
+    bool mWantsConnection = false;
     bool mDaemonConfirmed = false; // runs for this session; a loss before is that of an earlier one
 };
 

@@ -32,8 +32,7 @@ public:
 
     // When the plugin is initialised.
     SIGNON_SESSION_DECLARE_PROPERTY(QString, ZorService)
-    // Whether a connection to the service is to be open for what comes next. In such a request
-    // there is nothing else but the server.
+    // Whether a connection to the service is to be open for what comes next.
     SIGNON_SESSION_DECLARE_PROPERTY(bool, Prepare)
 
     /// Of what nobody else has; a request that was sent is the sign-on library's, too.

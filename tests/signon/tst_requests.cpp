@@ -112,6 +112,17 @@ private Q_SLOTS:
         QCOMPARE(data.value("Secret"_s), QVariant("the-password"_s));
     }
 
+    // Where something is asked right behind it, and only then.
+    void initialiseHasAConnectionOpenedOnceWhenItIsWanted()
+    {
+        mInterface->openConnectionNext();
+        QVERIFY(open());
+        QVERIFY(mSandbox.requests().constFirst().data.value("Prepare"_s).toBool());
+        mInterface->destroyActiveAuthSession();
+        QVERIFY(open());
+        QVERIFY(!mSandbox.requests().constLast().data.contains("Prepare"_s));
+    }
+
     void requestsReachThePluginAsTheyShould_data() { operationRows(); }
     void requestsReachThePluginAsTheyShould()
     {
