@@ -164,7 +164,10 @@ private:
         QCOMPARE(answer["schema"_s], QJsonValue(1));
         mSignals.insert(answer["signal"_s].toString());
         verifyMembers(answer);
-        QCOMPARE(run.status, answer["status"_s].toInt() == 0 ? 0 : 1);
+        QVERIFY2(run.status == (answer["status"_s].toInt() == 0 ? 0 : 1),
+                 (call + (": exit status " + QByteArray::number(run.status)) + '\n' + run.output +
+                  run.errors)
+                     .constData());
         verifyValues(answer["values"_s].toObject(), fieldsOf(words.first()), run.output);
     }
 
