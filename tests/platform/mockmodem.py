@@ -96,6 +96,7 @@ def scenario(name, bus):
         "ofono-no-sim": [sim_of_ofono(Present=False)],
         "ofono-sim": [sim_of_ofono()],
         "ofono-second-pin": [sim_of_ofono(PinRequired="pin2")],
+        "ofono-second-puk": [sim_of_ofono(PinRequired="puk2")],
         "ofono-locked": [LOCKED_SIM_OF_OFONO],
         "ofono-puk": [sim_of_ofono(PinRequired="puk")],
         "ofono-two": [sim_of_ofono(), OTHER_SIM_OF_OFONO],

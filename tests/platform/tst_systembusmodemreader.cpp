@@ -105,6 +105,7 @@ private Q_SLOTS:
         row("ofono-no-sim", {modem0}, {});
         row("ofono-sim", {modem0}, {finnish});
         row("ofono-second-pin", {modem0}, {finnish});
+        row("ofono-second-puk", {modem0}, {finnish});
         row("ofono-locked", {modem0}, {locked});
         row("ofono-puk", {modem0}, {"locked 244051234567890 244 05"});
         row("ofono-two", {modem0, modem1}, {finnish, american});
