@@ -112,6 +112,16 @@ private Q_SLOTS:
         QCOMPARE(data.value("Secret"_s), QVariant("the-password"_s));
     }
 
+    void whatIsForDevelopersIsNotLoggedUnlessItIsAskedFor()
+    {
+        const MessageLog log;
+        QVERIFY(open());
+        mInterface->signIn();
+        QVERIFY(waitUntil([this] { return !mAnswers.isEmpty(); }));
+        for (const QString& line : log.all())
+            QVERIFY2(!line.startsWith("D "_s), qPrintable(line));
+    }
+
     // Where something is asked right behind it, and only then.
     void initialiseHasAConnectionOpenedOnceWhenItIsWanted()
     {
