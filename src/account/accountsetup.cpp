@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/accountsetup.h"
 
+#include "common/flightrecord.h"
 #include "common/logging.h"
 
 #include <kelaccount/errorstatus.h>
@@ -93,9 +94,13 @@ void AccountSetUp::forgetCredentials(quint32 credentialsId)
 void AccountSetUp::handle(Event event, int status)
 {
     const SetUpStates::Transition transition = SetUpStates::transition(mState, event);
-    if (mState != transition.next)
-        qCDebug(logAccount, "The set-up is %s",
-                QMetaEnum::fromType<State>().valueToKey(static_cast<int>(transition.next)));
+    if (mState != transition.next) {
+        const char* const step =
+            QMetaEnum::fromType<State>().valueToKey(static_cast<int>(transition.next));
+        qCDebug(logAccount, "The set-up is %s", step);
+        if (transition.next != State::Idle)
+            FlightRecord::record({FlightRecord::Moment::Step, mCall.id, -1, status, 0, step});
+    }
     mState = transition.next;
     if (mState != State::Reserving) {
         mReservationGuard.stop();

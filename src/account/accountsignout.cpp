@@ -3,6 +3,7 @@
 
 #include "account/accountsetup.h"
 #include "account/sessionroad.h"
+#include "common/flightrecord.h"
 #include "common/logging.h"
 #include "configure/kelconfigure.h"
 #include "signon/kelauthsessioninterface.h"
@@ -22,6 +23,11 @@ namespace {
 constexpr int tokenTimeoutMs = 90000;
 constexpr int reservationTimeoutMs = 30000;
 constexpr int retryMs = 50;
+
+void recordStep(CallId call, const char* step)
+{
+    FlightRecord::record({FlightRecord::Moment::Step, call, -1, 0, 0, step});
+}
 
 } // namespace
 
@@ -53,6 +59,7 @@ void AccountSignOut::begin(CallId call, ErrorStatus refusal)
     mHasReopened = false;
     mAccounts = std::make_shared<AccountsLock>();
     mReservationGuard.start();
+    recordStep(call, "Reserving");
     QMetaObject::invokeMethod(
         this, [this, run = ++mRun] { reserve(run); }, Qt::QueuedConnection);
 }
@@ -105,6 +112,7 @@ void AccountSignOut::open()
 {
     const QPointer<AccountSignOut> alive(this);
     const unsigned run = mRun;
+    recordStep(mCall, "Opening");
     const bool isOpen = mSessions.open(mAccount.credentialsId);
     if (!alive || !isOpening(run))
         return;
@@ -113,6 +121,7 @@ void AccountSignOut::open()
         return;
     }
     mStep = Step::DeletingToken;
+    recordStep(mCall, "DeletingToken");
     mTokenGuard.start();
     // In nobody's name: it is not to be taken back by who waits for all of it.
     mSession.setCaller(0);
@@ -158,6 +167,7 @@ void AccountSignOut::forget()
 {
     mStep = Step::Removing;
     mSession.destroyActiveAuthSession();
+    recordStep(mCall, "Forgetting");
     ask(IdentityTask::Forget, [this](IdentityTask::Outcome outcome) {
         if (outcome == IdentityTask::Failed)
             finish(SignOn::Error::InternalCommunication);
@@ -168,6 +178,7 @@ void AccountSignOut::forget()
 
 void AccountSignOut::removeCredentials()
 {
+    recordStep(mCall, "RemovingCredentials");
     ask(IdentityTask::Remove, [this](IdentityTask::Outcome outcome) {
         if (outcome == IdentityTask::Failed)
             finish(SignOn::Error::InternalCommunication);
@@ -179,6 +190,7 @@ void AccountSignOut::removeCredentials()
 void AccountSignOut::removeAccount()
 {
     mStep = Step::Removing;
+    recordStep(mCall, "RemovingAccount");
     mSetUp.forgetCredentials(mAccount.credentialsId);
     const auto goOn = [this](bool removed) {
         if (!removed) {

@@ -7,8 +7,8 @@
 
 namespace KelAccount {
 
-/// Which call of the orchestrator's operations something is about. Numbers are not used again; 0 is
-/// no call.
+/// Which call of the orchestrator's operations something is about. Numbers are not used again in
+/// this process; 0 is no call.
 using CallId = quint64;
 
 using KelRestHandler::AnswerDetails;

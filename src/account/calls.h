@@ -2,6 +2,7 @@
 #pragma once
 
 #include "account/callid.h"
+#include "common/flightrecord.h"
 
 #include <kelaccount/errorstatus.h>
 
@@ -40,7 +41,8 @@ public:
     Calls(const Calls&) = delete;
     Calls& operator=(const Calls&) = delete;
 
-    CallId make();
+    /// The operation is the function that makes it, unless it says otherwise.
+    CallId make(const char* operation = __builtin_FUNCTION());
     /// The call that was made last, refused ones included, but for those that were made in the
     /// slots of an answer. An operation that has run the event loop, and perhaps others in it, sets
     /// it when it returns.
@@ -74,7 +76,7 @@ private:
         bool isOrphaned = false;
     };
 
-    CallId mMade = 0;
+    CallId mMade = FlightRecord::newSource() * FlightRecord::callsOfASource;
     CallId mLast = 0;
     std::unordered_set<CallId> mAwaited;
     Emitting* mEmitting = nullptr; // on the stack

@@ -2,6 +2,7 @@
 #include "account/kelaccountsprivate.h"
 
 #include "account/accountsignout.h"
+#include "account/recording/tracefile.h"
 #include "common/logging.h"
 #include "common/typename.h"
 #include "configure/deviceaccounts.h"
@@ -26,6 +27,7 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
       mPreparedPlugin(new PreparedPlugin(this)),
       mPlugin(mAuthSessionInterface, mCalls, mSettings, mRefuse)
 {
+    TraceFile::open();
     registerTypeName<ResponseType>("ResponseType");
     if (!mKelConfigure || !mAuthSessionInterface)
         qFatal("Failed to create mKelConfigure or mAuthSessionInterface object");
@@ -38,6 +40,7 @@ KelAccountsPrivate::KelAccountsPrivate(QObject* parent)
 KelAccountsPrivate::~KelAccountsPrivate()
 {
     mSetUp->handle(SetUpStates::Event::Abandoned);
+    TraceFile::write();
 }
 
 void KelAccountsPrivate::initialize(const QString& consumerKey, const QString& consumerSecret,

@@ -221,7 +221,10 @@ private:
     bool answerSetUp(OpenCall call, int status, const QVariantMap& result, bool later);
     void processErrorDuringStoreCredentials();
 
-    OpenCall newCall(ResponseType type) { return {type, mCalls.make()}; }
+    OpenCall newCall(ResponseType type, const char* operation = __builtin_FUNCTION())
+    {
+        return {type, mCalls.make(operation)};
+    }
     void deferError(OpenCall call, ErrorStatus error);
     /// Posts the answer, unless the call is not refused at all (ErrorNone).
     bool isRefused(OpenCall call, ErrorStatus error);
@@ -248,10 +251,9 @@ private:
 
     /// Has the plugin do it, or posts why not.
     template <class... Taken, class... Given>
-    void askPlugin(ResponseType type, bool argumentsAreGood, void (Session::*operation)(Taken...),
+    void askPlugin(OpenCall call, bool argumentsAreGood, void (Session::*operation)(Taken...),
                    const Given&... arguments)
     {
-        const OpenCall call = newCall(type);
         if (!isRefused(call, sessionRefusal(argumentsAreGood)))
             mPlugin.ask(call, mSetUp->sessionCredentials(), operation, arguments...);
     }

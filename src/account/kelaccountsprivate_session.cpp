@@ -55,24 +55,24 @@ ErrorStatus KelAccountsPrivate::setUpRefusal(bool argumentsAreGood) const
 
 void KelAccountsPrivate::downloadProfile()
 {
-    askPlugin(ResponseDownloadProfile, true, &Session::downloadProfile);
+    askPlugin(newCall(ResponseDownloadProfile), true, &Session::downloadProfile);
 }
 
 void KelAccountsPrivate::updateSecurityQuestion(const QString& question, const QString& answer)
 {
-    askPlugin(ResponseUpdateSecurityQuestion, true, &Session::setSecurityQuestion, question,
-              answer);
+    askPlugin(newCall(ResponseUpdateSecurityQuestion), true, &Session::setSecurityQuestion,
+              question, answer);
 }
 
 void KelAccountsPrivate::changePassword(const QString& oldPassword, const QString& newPassword)
 {
-    askPlugin(ResponseChangePassword, !oldPassword.isEmpty() && !newPassword.isEmpty(),
+    askPlugin(newCall(ResponseChangePassword), !oldPassword.isEmpty() && !newPassword.isEmpty(),
               &Session::changePassword, oldPassword, newPassword);
 }
 
 void KelAccountsPrivate::userIdUpdate(const QString& userId)
 {
-    askPlugin(ResponseUserIdUpdate, !userId.isEmpty(), &Session::userIdUpdate, userId);
+    askPlugin(newCall(ResponseUserIdUpdate), !userId.isEmpty(), &Session::userIdUpdate, userId);
 }
 
 void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)

@@ -30,6 +30,8 @@ bool ServiceRoad::isAskable(const Question& question)
 void ServiceRoad::note(const Question& question, int result, OAuthRequest* handedOut)
 {
     if (result == 0) {
+        FlightRecord::record(
+            {FlightRecord::Moment::Requested, question.call.id, mHandler.lastRequestId()});
         mRequests.add(mHandler.lastRequestId(), question.call.id,
                       std::unique_ptr<OAuthRequest>(handedOut));
         return;

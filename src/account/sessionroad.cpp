@@ -26,7 +26,9 @@ bool SessionRoad::open(quint32 credentialsId)
 bool SessionRoad::openFor(OpenCall call, quint32 credentialsId)
 {
     const QPointer<Session> alive(mSession);
+    FlightRecord::record({FlightRecord::Moment::Opening, call.id});
     const bool isOpen = open(credentialsId);
+    FlightRecord::record({FlightRecord::Moment::Opened, call.id, -1, isOpen});
     if (!alive)
         return false;
     mCalls.returnFrom(call.id);

@@ -7,7 +7,9 @@
 
 namespace KelAccount {
 
-/// The reason that belongs to a status.
-FailureReason failureOf(int status, std::chrono::seconds retryAfter = std::chrono::seconds(0));
+/// The reason that belongs to a status; of what a call of the orchestrator was answered with, with
+/// the number that it has there.
+FailureReason failureOf(int status, std::chrono::seconds retryAfter = std::chrono::seconds(0),
+                        quint64 call = 0);
 
 } // namespace KelAccount

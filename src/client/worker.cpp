@@ -92,7 +92,7 @@ void Worker::finish(const AnyResult& result, int status)
     }
     const std::chrono::seconds wait(qMax(0, mAccounts.calls().answerDetails().retryAfterSeconds));
     const auto suggested = suggestedWait(wait, QRandomGenerator::global()->generate());
-    mHandOver->answer(call, {nullptr, failureOf(status, suggested)});
+    mHandOver->answer(call, {nullptr, failureOf(status, suggested, call->id)});
 }
 
 template <class... Values, class Make>

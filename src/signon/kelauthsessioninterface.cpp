@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "signon/kelauthsessioninterface.h"
 
+#include "common/flightrecord.h"
 #include "common/logging.h"
 #include "common/signondaemon.h"
 #include "common/typename.h"
@@ -37,6 +38,12 @@ bool saysPluginEnded(int error)
 {
     return error == ErrorNotInitialized || error == SignOn::Error::Unknown ||
            error == SignOn::Error::Runtime;
+}
+
+void recordOf(quint64 caller, FlightRecord::Moment moment, int status = 0)
+{
+    if (caller != 0)
+        FlightRecord::record({moment, caller, -1, status});
 }
 
 } // namespace
@@ -330,6 +337,7 @@ void KelAuthSessionInterface::enQueueRequestToAuthPlugin(const ZorAuthSessionDat
     request.sessionData.setConsumerSecret(mConsumerSecret);
     request.sessionNumber = mSessionNumber;
     request.caller = mCaller;
+    recordOf(mCaller, FlightRecord::Moment::Queued);
     if (mCurrentRequest == NoRequest) {
         setCurrent({type, mCaller});
         sendRequest(request);
@@ -354,6 +362,7 @@ void KelAuthSessionInterface::sendRequest(RequestData request)
     }
     mInFlight.start();
     qCDebug(logSignon, "The plugin is asked: %s", qPrintable(request.mechanism));
+    recordOf(mCurrentCaller, FlightRecord::Moment::WithPlugin);
     mAuthSession->process(request.sessionData, request.mechanism);
 }
 
@@ -436,6 +445,7 @@ void KelAuthSessionInterface::answerLater(Asked request, int code)
 void KelAuthSessionInterface::answer(Asked request, int code, const SignOn::SessionData& data)
 {
     const QPointer<KelAuthSessionInterface> alive(this);
+    recordOf(request.caller, FlightRecord::Moment::Replied, code);
     const quint64 outer = std::exchange(mAnsweredCaller, request.caller);
     emitAnswer(request.type, code, data);
     if (alive)

@@ -4,10 +4,16 @@
 #include "device/testtagserver.h"
 #include "support/patience.h"
 
+#include <kelaccount/flightrecorder.h>
+
 #include <QFutureWatcher>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 #include <QThread>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <sys/socket.h>
@@ -37,6 +43,7 @@ private Q_SLOTS:
     void aFutureOfAFinishedCallIsFinished();
     void aFutureIsFinishedWithTheEndOfTheClient();
     void aFutureCanBeWatched();
+    void aFailureSaysWhereItIsRecorded();
 };
 
 void TestClientAnswers::anAnswerComesOnceWhateverIsDropped()
@@ -244,6 +251,41 @@ void TestClientAnswers::aFutureCanBeWatched()
     watcher.setFuture(mClient->isUserIdAvailable(text("bob")).future());
     QTRY_VERIFY(watcher.isFinished());
     QVERIFY(watcher.result().result().available);
+}
+
+// The number of a call of two clients is the same, and what it is recorded as is not.
+void TestClientAnswers::aFailureSaysWhereItIsRecorded()
+{
+    const auto other = ready();
+    QStringList ids;
+    for (Client* client : {mClient.get(), other.get()}) {
+        const auto call = client->isUserIdAvailable(QString());
+        QTRY_VERIFY(call.isFinished());
+        const Failure failure = call.future().result().failure();
+        QCOMPARE(failure.status, int(ErrorInvalidParameter));
+        ids.append(recordedId(failure));
+        const QByteArray recording = flightRecording(RecordingFormat::Har);
+        const QJsonArray entries = QJsonDocument::fromJson(recording)
+                                       .object()
+                                       .value(QLatin1String("log"))
+                                       .toObject()
+                                       .value(QLatin1String("entries"))
+                                       .toArray();
+        const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
+            return entry.toObject().value(QLatin1String("_call")) == ids.last();
+        });
+        QVERIFY2(found != entries.end(), qPrintable(ids.last()));
+        const QJsonObject entry = (*found).toObject();
+        QCOMPARE(entry.value(QLatin1String("_operation")).toString(), text("isUserIdAvailable"));
+        QCOMPARE(entry.value(QLatin1String("_status")).toInt(), int(ErrorInvalidParameter));
+        QVERIFY(flightRecording(RecordingFormat::TraceEvents)
+                    .contains("\"id\":\"" + ids.last().toLatin1() + '"'));
+    }
+    QVERIFY(ids.first() != ids.last());
+    const auto cancelled = mClient->isUserIdAvailable(text("bob"));
+    cancelled.cancel();
+    QCOMPARE(recordedId(cancelled.future().result().failure()), QString());
+    QCOMPARE(recordedId(Failure()), QString());
 }
 
 QTEST_GUILESS_MAIN(TestClientAnswers)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/networkhandler.h"
 
+#include "common/flightrecord.h"
 #include "common/logging.h"
 #include "rest/reply/httpresponse.h"
 #include "rest/reply/receivedreply.h"
@@ -100,11 +101,36 @@ QString replyText(QNetworkReply* reply)
     return text;
 }
 
+using KelAccount::FlightRecord::Moment;
+
+void recordOf(int requestId, Moment moment, int status = 0, int detail = 0)
+{
+    KelAccount::FlightRecord::record({moment, 0, requestId, status, detail});
+}
+
+int httpStatusOf(const QNetworkReply& reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+// What nothing else here listens to.
+void recordProgress(QNetworkReply* reply, QObject* context, int requestId)
+{
+    QObject::connect(reply, &QNetworkReply::uploadProgress, context,
+                     [requestId](qint64 sent, qint64 total) {
+                         if (sent == total && total > 0)
+                             recordOf(requestId, Moment::Sent);
+                     });
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, context, [requestId, reply] {
+        recordOf(requestId, Moment::FirstByte, httpStatusOf(*reply));
+    });
+}
+
 bool asksToWait(const QNetworkReply& reply)
 {
     constexpr int tooManyRequests = 429;
     constexpr int unavailable = 503;
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = httpStatusOf(reply);
     return status == tooManyRequests || status == unavailable;
 }
 
@@ -160,6 +186,7 @@ int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest
         return -1;
     }
     auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
+    recordOf(waiting->facts().requestId, Moment::Signed, type);
     if (!mayPost()) {
         if (owned)
             owned.release()->setParent(waiting.get());
@@ -176,6 +203,7 @@ void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
 {
     connect(request.get(), &WaitingRequest::timedOut, this,
             [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
+    recordOf(request->facts().requestId, Moment::Waiting);
     request->wait();
     request->setParent(this); // comes along to another thread
     mWaiting.push_back(std::move(request));
@@ -216,12 +244,14 @@ void NetworkHandler::postWaiting()
 
 QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
 {
+    recordOf(request.facts().requestId, Moment::Posted);
     QNetworkReply* const reply = post(request.message(), request.body());
     if (!reply) {
         qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
         return nullptr;
     }
     auto* const guard = new NetworkReplyContainer(reply, request.millisecondsLeft());
+    recordProgress(reply, guard, request.facts().requestId);
     connect(guard, &NetworkReplyContainer::requestTimedOut, this,
             &NetworkHandler::onNetworkRequestTimedOut);
     return reply;
@@ -234,6 +264,7 @@ void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
                      [request](const auto& candidate) { return candidate.get() == request; });
     if (position == mWaiting.end())
         return;
+    recordOf(request->facts().requestId, Moment::TimedOut);
     // It is on the stack, and dies when the event loop is back.
     position->release()->deleteLater();
     mWaiting.erase(position);
@@ -249,6 +280,7 @@ void NetworkHandler::abandon(int requestId)
     const auto waiting = std::find_if(mWaiting.begin(), mWaiting.end(), [&](const auto& request) {
         return request->facts().requestId == requestId;
     });
+    recordOf(requestId, Moment::TakenBack);
     if (waiting != mWaiting.end()) {
         mWaiting.erase(waiting);
         return;
@@ -279,11 +311,12 @@ void NetworkHandler::onFinished(QNetworkReply* reply)
         facts->isAbandoned)
         return;
     const ReplyEnding ending = endingOf(*reply, *facts);
+    const int status = httpStatusOf(*reply);
+    recordOf(facts->requestId, Moment::Read, ending.error, status);
     if (ending.isRefused) {
         process(reply, *facts, ending.error, QString());
         return;
     }
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     const ReceivedReply received = receivedReply(ending.error, status, replyText(reply));
     process(reply, *facts, received.error, received.text);
 }
@@ -297,6 +330,7 @@ void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
     const auto facts = factsOf(*reply);
     if (!facts || !facts->isTimedOut)
         return;
+    recordOf(facts->requestId, Moment::TimedOut);
     reply->abort();
     process(reply, *facts, QNetworkReply::TimeoutError, QString());
 }
@@ -321,9 +355,13 @@ void NetworkHandler::process(QNetworkReply* reply, const ReplyFacts& facts,
 // aborted.
 void NetworkHandler::checkServer(QNetworkReply* reply)
 {
-    if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host()))
-        return;
     const auto facts = factsOf(*reply);
+    if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host())) {
+        // One that is only prepared is no request's.
+        if (facts && facts->requestId != -1)
+            recordOf(facts->requestId, Moment::Connected);
+        return;
+    }
     if (facts)
         facts->isFromWrongServer = true;
     reply->abort();

@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What is kept of what was recorded, and what is written of that.
+#include "account/recording/writers.h"
+#include "common/flightrecord.h"
+#include "support/literals.h"
+#include "support/rows.h"
+
+#include <kelaccount/flightrecorder.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkReply>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+using namespace KelAccount;
+using namespace KelTest;
+using FlightRecord::Event;
+using FlightRecord::Moment;
+using FlightRecord::Recorded;
+
+namespace {
+
+constexpr quint64 callNumber = 2 * FlightRecord::callsOfASource + 7;
+constexpr qint64 ms = 1000000;
+
+/// A call of so many milliseconds, a moment a row.
+std::vector<Recorded> callToTheService()
+{
+    return {
+        {{Moment::Made, callNumber, -1, 0, 0, "isUserIdAvailable"}, 10 * ms},
+        {{Moment::Signed, 0, 4, 3}, 11 * ms},
+        {{Moment::Posted, 0, 4}, 12 * ms},
+        {{Moment::Requested, callNumber, 4}, 13 * ms},
+        {{Moment::Connected, 0, 4}, 32 * ms},
+        {{Moment::Sent, 0, 4}, 35 * ms},
+        {{Moment::FirstByte, 0, 4, 200}, 75 * ms},
+        {{Moment::Read, 0, 4, 0, 200}, 80 * ms},
+        {{Moment::Answered, callNumber, -1, 0}, 81 * ms},
+    };
+}
+
+QJsonArray entriesOf(const std::vector<Recorded>& kept, qint64 now = 1000 * ms)
+{
+    const QByteArray har = harOf(recordedCalls(kept), now);
+    return QJsonDocument::fromJson(har)
+        .object()
+        .value("log"_s)
+        .toObject()
+        .value("entries"_s)
+        .toArray();
+}
+
+QJsonObject timingsOf(const QJsonValue& entry)
+{
+    return entry.toObject().value("timings"_s).toObject();
+}
+
+QJsonArray eventsOf(const std::vector<Recorded>& kept, qint64 now = 1000 * ms)
+{
+    const QByteArray trace = traceOf(recordedCalls(kept), now);
+    return QJsonDocument::fromJson(trace).object().value("traceEvents"_s).toArray();
+}
+
+QStringList outlineOf(const QJsonArray& events)
+{
+    QStringList lines;
+    for (const QJsonValue& value : events) {
+        const QJsonObject event = value.toObject();
+        lines.append(
+            "%1 %2 %3"_s.arg(event.value("ph"_s).toString(), event.value("name"_s).toString())
+                .arg(event.value("ts"_s).toDouble() / 1000));
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestFlightRecord : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whatWasRecordedIsKeptInItsOrder()
+    {
+        FlightRecord::record({Moment::Made, callNumber, -1, 0, 0, "isUserIdAvailable"});
+        FlightRecord::record({Moment::Read, 0, -2147483647, -1, -302});
+        const std::vector<Recorded> kept = FlightRecord::kept();
+        QVERIFY(kept.size() >= 2);
+        const Recorded& made = kept[kept.size() - 2];
+        const Recorded& read = kept.back();
+        QVERIFY(made.event.moment == Moment::Made);
+        QCOMPARE(made.event.call, callNumber);
+        QCOMPARE(made.event.request, -1);
+        QCOMPARE(QByteArray(made.event.name), QByteArray("isUserIdAvailable"));
+        QVERIFY(read.event.moment == Moment::Read);
+        QCOMPARE(read.event.call, quint64(0));
+        QCOMPARE(read.event.request, -2147483647);
+        QCOMPARE(read.event.status, -1);
+        QCOMPARE(read.event.detail, -302);
+        QVERIFY(!read.event.name);
+        QVERIFY(made.nanoseconds <= read.nanoseconds);
+        QVERIFY(read.nanoseconds <= steadyClock());
+    }
+
+    void theOldestMakeRoom()
+    {
+        constexpr int more = 100;
+        const int all = int(FlightRecord::capacity) + more;
+        for (int i = 1; i <= all; ++i)
+            FlightRecord::record({Moment::Posted, 0, i});
+        const std::vector<Recorded> kept = FlightRecord::kept();
+        QCOMPARE(kept.size(), FlightRecord::capacity);
+        for (std::size_t i = 0; i < kept.size(); ++i)
+            QCOMPARE(kept[i].event.request, int(i) + more + 1);
+    }
+
+    // Each writes numbers that belong together; one that was read in the middle would not.
+    void threadsWriteAtTheSameTimeAndNothingIsReadInHalves()
+    {
+        constexpr int rounds = 100;
+        std::atomic<bool> goOn{true};
+        const auto write = [&](int thread) {
+            for (int i = 0; goOn; ++i)
+                FlightRecord::record(
+                    {Moment::Step, quint64(i & 0xffff), thread, i & 0xffff, i & 0xffff});
+        };
+        std::thread one(write, 1);
+        std::thread other(write, 2);
+        int read = 0;
+        bool belongTogether = true;
+        for (int round = 0; round < rounds || read == 0; ++round) {
+            for (const Recorded& recorded : FlightRecord::kept()) {
+                const Event& event = recorded.event;
+                if (event.moment != Moment::Step)
+                    continue;
+                ++read;
+                belongTogether = belongTogether && event.call == quint64(event.status) &&
+                                 event.status == event.detail;
+            }
+        }
+        goOn = false;
+        one.join();
+        other.join();
+        QVERIFY(belongTogether);
+        // Only what met the other thread, a round behind, is missing.
+        QVERIFY(FlightRecord::kept().size() > FlightRecord::capacity / 2);
+    }
+
+    void sourcesHaveNumbersOfTheirOwn()
+    {
+        const quint64 source = FlightRecord::newSource();
+        QVERIFY(source != 0);
+        QVERIFY(FlightRecord::newSource() != source);
+        QCOMPARE(recordedNumber(callNumber), "2.7"_s);
+        QCOMPARE(recordedNumber(0), QString());
+    }
+
+    void aRequestIsAnEntryWithItsStages()
+    {
+        const QJsonArray entries = entriesOf(callToTheService());
+        QCOMPARE(entries.size(), 1);
+        const QJsonObject entry = entries.first().toObject();
+        QCOMPARE(timingsOf(entry), QJsonObject({{"blocked"_s, 2.0},
+                                                {"dns"_s, -1},
+                                                {"connect"_s, 20.0},
+                                                {"ssl"_s, -1},
+                                                {"send"_s, 3.0},
+                                                {"wait"_s, 40.0},
+                                                {"receive"_s, 5.0}}));
+        QCOMPARE(entry.value("time"_s).toDouble(), 70.0);
+        QCOMPARE(entry.value("_call"_s).toString(), "2.7"_s);
+        QCOMPARE(entry.value("_request"_s).toInt(), 4);
+        QCOMPARE(entry.value("_operation"_s).toString(), "isUserIdAvailable"_s);
+        QCOMPARE(entry.value("_operationNumber"_s).toInt(), 3);
+        QCOMPARE(entry.value("_status"_s), QJsonValue(0));
+        QVERIFY(!entry.contains("_error"_s));
+        QCOMPARE(entry.value("response"_s).toObject().value("status"_s).toInt(), 200);
+    }
+
+    void aConnectionThatStoodCostsNothing()
+    {
+        std::vector<Recorded> kept = callToTheService();
+        kept.erase(kept.begin() + 4);
+        const QJsonObject timings = timingsOf(entriesOf(kept).first());
+        QCOMPARE(timings.value("connect"_s).toDouble(), -1.0);
+        QCOMPARE(timings.value("send"_s).toDouble(), 23.0);
+    }
+
+    // What was not reached took no time; where it ended is seen by what is the last to have taken
+    // any.
+    void whatFailsEndsInTheStageThatItReached_data()
+    {
+        columns<int, double, double, double, double>("reached", "connect", "send", "wait",
+                                                     "receive");
+        row("no connection", 4, 30.0, 0.0, 0.0, 0.0);
+        row("connected", 5, 20.0, 10.0, 0.0, 0.0);
+        row("sent", 6, 20.0, 3.0, 7.0, 0.0);
+    }
+    void whatFailsEndsInTheStageThatItReached()
+    {
+        QFETCH(int, reached);
+        std::vector<Recorded> kept = callToTheService();
+        kept.resize(std::size_t(reached));
+        kept.push_back({{Moment::Read, 0, 4, QNetworkReply::RemoteHostClosedError}, 42 * ms});
+        kept.push_back({{Moment::Answered, callNumber, -1, 402}, 43 * ms});
+        const QJsonObject entry = entriesOf(kept).first().toObject();
+        const QJsonObject timings = timingsOf(entry);
+        QFETCH(double, connect);
+        QFETCH(double, send);
+        QFETCH(double, wait);
+        QFETCH(double, receive);
+        QCOMPARE(timings.value("connect"_s).toDouble(), connect);
+        QCOMPARE(timings.value("send"_s).toDouble(), send);
+        QCOMPARE(timings.value("wait"_s).toDouble(), wait);
+        QCOMPARE(timings.value("receive"_s).toDouble(), receive);
+        QCOMPARE(entry.value("_error"_s).toString(), "RemoteHostClosedError"_s);
+        QCOMPARE(entry.value("_status"_s).toInt(), 402);
+        QCOMPARE(entry.value("response"_s).toObject().value("statusText"_s).toString(),
+                 "ZorKeLDefs::ErrorRemoteHostClosed"_s);
+    }
+
+    void aCallWithoutARequestIsAnEntry()
+    {
+        const QJsonArray entries =
+            entriesOf({{{Moment::Made, callNumber, -1, 0, 0, "downloadProfile"}, 10 * ms},
+                       {{Moment::Answered, callNumber, -1, 802}, 15 * ms}});
+        QCOMPARE(entries.size(), 1);
+        const QJsonObject entry = entries.first().toObject();
+        QCOMPARE(entry.value("_status"_s).toInt(), 802);
+        QCOMPARE(entry.value("time"_s).toDouble(), 5.0);
+        QVERIFY(!entry.contains("_request"_s));
+    }
+
+    void whatIsUnderWayHasNoStatus()
+    {
+        std::vector<Recorded> kept = callToTheService();
+        kept.resize(6);
+        const QJsonObject entry = entriesOf(kept, 95 * ms).first().toObject();
+        QVERIFY(!entry.contains("_status"_s));
+        QCOMPARE(timingsOf(entry).value("wait"_s).toDouble(), 60.0);
+        QCOMPARE(outlineOf(eventsOf(kept, 95 * ms)).last(), "e isUserIdAvailable 95"_s);
+    }
+
+    void whatIsAbandonedIsSaidToBe()
+    {
+        std::vector<Recorded> kept = callToTheService();
+        kept.resize(6);
+        kept.push_back({{Moment::Abandoned, callNumber}, 40 * ms});
+        kept.push_back({{Moment::TakenBack, 0, 4}, 41 * ms});
+        const QJsonObject entry = entriesOf(kept).first().toObject();
+        QCOMPARE(entry.value("_abandoned"_s), QJsonValue(true));
+        QCOMPARE(entry.value("_error"_s).toString(), "OperationCanceledError"_s);
+        QCOMPARE(timingsOf(entry).value("wait"_s).toDouble(), 6.0);
+    }
+
+    // Its beginning was overwritten.
+    void aCallWhoseBeginningIsGoneIsLeftOut()
+    {
+        std::vector<Recorded> kept = callToTheService();
+        kept.erase(kept.begin());
+        QVERIFY(entriesOf(kept).isEmpty());
+        QVERIFY(eventsOf(kept).isEmpty());
+    }
+
+    void theStagesOfACallAreNestedInIt()
+    {
+        const QJsonArray events = eventsOf(callToTheService());
+        QCOMPARE(outlineOf(events),
+                 QStringList({"b isUserIdAvailable 10"_s, "b looked at 10"_s, "e looked at 11"_s,
+                              "b signed 11"_s, "e signed 12"_s, "b posted 12"_s, "e posted 32"_s,
+                              "b connected 32"_s, "e connected 35"_s, "b sent 35"_s, "e sent 75"_s,
+                              "b being received 75"_s, "e being received 80"_s, "b read 80"_s,
+                              "e read 81"_s, "e isUserIdAvailable 81"_s}));
+        for (const QJsonValue& event : events) {
+            QCOMPARE(event.toObject().value("id"_s).toString(), "2.7"_s);
+            QCOMPARE(event.toObject().value("cat"_s).toString(), "call"_s);
+        }
+        const QJsonObject result = events.last().toObject().value("args"_s).toObject();
+        QCOMPARE(result.value("status"_s), QJsonValue(0));
+    }
+
+    void aCallThroughTheSessionShowsThePlugin()
+    {
+        const QJsonArray events =
+            eventsOf({{{Moment::Made, callNumber, -1, 0, 0, "downloadProfile"}, 10 * ms},
+                      {{Moment::Opening, callNumber}, 11 * ms},
+                      {{Moment::Opened, callNumber, -1, 1}, 12 * ms},
+                      {{Moment::Queued, callNumber}, 13 * ms},
+                      {{Moment::WithPlugin, callNumber}, 14 * ms},
+                      {{Moment::Replied, callNumber, -1, 403}, 15 * ms},
+                      {{Moment::Answered, callNumber, -1, 403}, 16 * ms}});
+        QStringList begun = outlineOf(events).filter(QRegularExpression("^b "_s));
+        QCOMPARE(begun, QStringList({"b downloadProfile 10"_s, "b looked at 10"_s,
+                                     "b session being opened 11"_s, "b session open 12"_s,
+                                     "b queued for the plugin 13"_s, "b with the plugin 14"_s,
+                                     "b replied 15"_s}));
+        QCOMPARE(
+            events.last().toObject().value("args"_s).toObject().value("statusName"_s).toString(),
+            "ZorKeLDefs::ErrorHostNotFound"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFlightRecord)
+#include "tst_flightrecord.moc"
