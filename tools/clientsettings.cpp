@@ -57,6 +57,14 @@ std::string serverProblem(const std::string& text)
     return "needs production, staging, test-a to test-d or a server's index, not '" + text + '\'';
 }
 
+std::string traceProblem(const std::string& text)
+{
+    const QString name = fromLocal(text);
+    if (name.endsWith(QLatin1String(".har")) || name.endsWith(QLatin1String(".json")))
+        return {};
+    return "needs a name that ends in .har or .json, not '" + text + '\'';
+}
+
 ClientSettings ClientSettings::from(const CommandLine::Line& line)
 {
     ClientSettings settings;
@@ -73,6 +81,7 @@ ClientSettings ClientSettings::from(const CommandLine::Line& line)
     if (line.has("--json"))
         settings.format = OutputFormat::Json;
     settings.verbose = line.has("--verbose");
+    settings.traceFile = fromLocal(line.value("--trace"));
     return settings;
 }
 

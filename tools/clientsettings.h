@@ -17,6 +17,7 @@ struct ClientSettings
     int passwordDescriptor = -1; ///< where passwords are read from; -1 asks for them
     OutputFormat format = OutputFormat::Rows;
     bool verbose = false;
+    QString traceFile; ///< empty: none
 
     static ClientSettings from(const CommandLine::Line& line);
 
@@ -32,3 +33,5 @@ private:
 /// The servers that have names, and the check for one.
 const std::vector<std::string>& serverNames();
 std::string serverProblem(const std::string& text);
+/// The check for the name of a trace file, which says its format.
+std::string traceProblem(const std::string& text);

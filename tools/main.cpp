@@ -9,6 +9,7 @@
 #include "watchdog.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QGuiApplication>
 #include <QTimer>
 
@@ -21,6 +22,7 @@ enum ExitCode {
     exitOtherStatus = 1,
     exitMisuse = CommandLine::exitMisuse,
     exitNoAnswer = 3,
+    exitNotWritten = CommandLine::exitNotWritten,
 };
 
 int complain(const QString& problem, int status)
@@ -77,7 +79,15 @@ int run(const ClientSettings& settings, const ClientCommand& command, const Comm
     const QByteArray late =
         "no answer within " + QByteArray::number(settings.timeLimitSeconds) + " s";
     const Watchdog watchdog(settings.timeLimitSeconds + graceSeconds, late, exitNoAnswer);
+    // The library writes, whatever becomes of the call.
+    if (!settings.traceFile.isEmpty())
+        qputenv("KELACCOUNT_TRACE", QFile::encodeName(settings.traceFile));
     KelAccount::KelAccounts accounts;
+    const QStringList untraceable =
+        settings.traceFile.isEmpty() ? QStringList()
+                                     : takeComplaints().filter(QStringLiteral("KELACCOUNT_TRACE"));
+    if (!untraceable.isEmpty())
+        return complain(untraceable.first(), exitNotWritten);
     if (command.callsService) {
         accounts.initialize(settings.consumerKey, settings.consumerSecret, settings.server,
                             settings.service, QVariantMap());

@@ -73,6 +73,9 @@ std::vector<Option> everyCommandsOptions()
         {"--json", {}, "one line of JSON instead of a row for each value"},
         {"--line", {}, "all in one line, as long as it fits"},
         {"--verbose", {}, "show the library's log"},
+        {"--trace",
+         {"FILE", traceProblem, Completion::Files},
+         "write down when what happened, as HAR (.har) or for a trace viewer (.json)"},
     };
 }
 
@@ -88,7 +91,7 @@ std::vector<Table> tables()
           {"1", "any other status"},
           {"2", "misuse: nothing was called"},
           {"3", "no answer came in time"},
-          {"4", "the output cannot be written"},
+          {"4", "the output, or the trace, cannot be written"},
           {"5", "doctor: there are warnings, and no error"}}},
     };
 }

@@ -6,6 +6,7 @@
 #include "support/secretsearch.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -51,6 +52,8 @@ Result run(const QString& consumerSecret, const QString& loggingRules)
     environment.insert("SSO_LOGGING_LEVEL"_s, "2"_s);
     environment.insert("QT_LOGGING_RULES"_s, loggingRules);
     environment.insert("QT_ASSUME_STDERR_HAS_CONSOLE"_s, "1"_s);
+    // Of every process that uses the library.
+    environment.insert("KELACCOUNT_TRACE"_s, folder.filePath("trace-%p.json"_s));
     BoundProcess emulator;
     emulator.setProcessEnvironment(environment);
     emulator.setProcessChannelMode(QProcess::MergedChannels);
@@ -63,6 +66,9 @@ Result run(const QString& consumerSecret, const QString& loggingRules)
     if (result.exitCode != 0) // whole: a test's message is cut short
         std::fwrite(result.output.constData(), 1, size_t(result.output.size()), stderr);
     result.sessionLog = SecretSearch::contentOf(folder.filePath("session.log"_s));
+    const QDir traces(folder.path(), "trace-*.json"_s);
+    for (const QString& name : traces.entryList())
+        result.traces += SecretSearch::contentOf(traces.filePath(name));
     result.secrets = QString::fromUtf8(SecretSearch::contentOf(folder.filePath("secrets"_s)))
                          .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     return result;

@@ -19,6 +19,7 @@ struct Result
     int exitCode = -1;
     QByteArray output;
     QByteArray sessionLog;
+    QByteArray traces;
     QStringList secrets;
 };
 

@@ -375,6 +375,8 @@ private Q_SLOTS:
         QVERIFY(result.sessionLog.contains("Activating"));
         QCOMPARE(foundIn(result.output, result.secrets), QString());
         QCOMPARE(foundIn(result.sessionLog, result.secrets), QString());
+        QVERIFY(result.traces.contains("changePassword"));
+        QCOMPARE(foundIn(result.traces, result.secrets), QString());
     }
 };
 
