@@ -22,7 +22,8 @@ CallId Calls::make(const char* operation)
     return mLast;
 }
 
-bool Calls::answer(const Answer& answer, const std::function<void()>& emitSignals)
+bool Calls::answer(const Answer& answer, const std::function<void()>& emitSignals,
+                   const std::function<void()>& emitMore)
 {
     if (answer.call != 0 && mAwaited.erase(answer.call) == 0)
         return false;
@@ -34,6 +35,8 @@ bool Calls::answer(const Answer& answer, const std::function<void()>& emitSignal
     mEmitting = &emitting;
     const CallId last = mLast;
     emitSignals();
+    if (emitMore && !emitting.isOrphaned && !emitting.isAbandoned)
+        emitMore();
     if (!emitting.isOrphaned) {
         mEmitting = emitting.outer;
         mLast = last;

@@ -53,15 +53,15 @@ public:
     /// Whether it is to be answered.
     bool isAwaited(CallId call) const { return mAwaited.count(call) != 0; }
 
-    /// Calls `emitSignals`, unless the call was abandoned. False when it was, before or in a slot.
-    /// This object may be gone when it returns.
-    bool answer(const Answer& answer, const std::function<void()>& emitSignals);
+    /// Calls `emitSignals`, unless the call was abandoned, and `emitMore`, unless it was in a slot
+    /// of those. False when it was, before or in a slot. This object may be gone when it returns,
+    /// and as soon as it is, nothing more is emitted.
+    bool answer(const Answer& answer, const std::function<void()>& emitSignals,
+                const std::function<void()>& emitMore = nullptr);
     /// While an answer's signals are being emitted: which call they answer; 0 otherwise.
     CallId answered() const { return mEmitting ? mEmitting->answer.call : 0; }
     /// The same moment: what is known of the answer besides.
     const AnswerDetails& answerDetails() const;
-    /// The same moment: whether the call has been abandoned in a slot.
-    bool isAnsweredInVain() const { return mEmitting && mEmitting->isAbandoned; }
 
     /// The call gets no answer any more. False when it has been answered, or was never made.
     bool abandon(CallId call);

@@ -75,9 +75,8 @@ bool KelAccountsPrivate::isKeLAccountConfigured()
 
 void KelAccountsPrivate::retrieveCountryCode()
 {
-    const CallId call = mCalls.make();
     QMetaObject::invokeMethod(
-        this, [this, call] { getCountryCode(call); }, Qt::QueuedConnection);
+        this, [this, call = mCalls.make()] { getCountryCode(call); }, Qt::QueuedConnection);
 }
 
 void KelAccountsPrivate::getCountryCode(CallId call)

@@ -194,7 +194,10 @@ private Q_SLOTS:
 
     // Answers of the sign-on session and of the credential store.
     void processSignInCompleted(int error, const SignOn::SessionData& data);
-    void processregisterAccountResponse(int error, const SignOn::SessionData& data);
+    void processregisterAccountResponse(int error, const SignOn::SessionData& data)
+    {
+        processSignInCompleted(error, data);
+    }
     void processdownloadProfileCompleted(int error, const SignOn::SessionData& data);
     void processSetSecurityQuestionCompleted(int error)
     {
@@ -218,8 +221,7 @@ private:
     void connectRestHandler();
     void connectSession();
     void createSetUpAndSignOut();
-    bool answerSetUp(OpenCall call, int status, const QVariantMap& result, bool later);
-    void processErrorDuringStoreCredentials();
+    void processErrorDuringStoreCredentials() { mSetUp->handle(SetUpStates::Event::NotStored); }
 
     OpenCall newCall(ResponseType type, const char* operation = __builtin_FUNCTION())
     {

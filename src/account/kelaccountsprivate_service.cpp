@@ -7,8 +7,6 @@
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/resultkeys.h>
 
-#include <QPointer>
-
 using namespace KelRestHandler;
 
 namespace KelAccount {
@@ -188,13 +186,10 @@ void KelAccountsPrivate::processCaptchaImageResponse(int error, const QPixmap& i
                                                      QString captchaId)
 {
     mCaptchaId = captchaId;
-    const Answer answer = mService.answer(mRestHandler.answering().details.status);
-    mCalls.answer(answer, [&] {
-        const QPointer<KelAccountsPrivate> alive(this);
-        Q_EMIT captchaImageResponse(toStatus(error), image);
-        if (alive && !mCalls.isAnsweredInVain())
-            Q_EMIT retrieveCaptchaImageResponse(toStatus(error), image, captchaId);
-    });
+    mCalls.answer(
+        mService.answer(mRestHandler.answering().details.status),
+        [&] { Q_EMIT captchaImageResponse(toStatus(error), image); },
+        [&] { Q_EMIT retrieveCaptchaImageResponse(toStatus(error), image, captchaId); });
 }
 
 void KelAccountsPrivate::processSecurityQueListResponse(int error, QVariantMap questions)

@@ -77,12 +77,10 @@ void KelAccountsPrivate::userIdUpdate(const QString& userId)
 
 void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 {
-    const OpenCall call = newCall(ResponseEnsureTokenAvailable);
-    if (isRefused(call, sessionRefusal()))
-        return;
     const bool isOurs = credentialsId == 0 || mSetUp->hasReturned(credentialsId) ||
                         credentialsId == mAuthSessionInterface->retrieveActiveAccountCredId();
-    if (!isRefused(call, isOurs ? ErrorNone : ErrorInvalidParameter))
+    const OpenCall call = newCall(ResponseEnsureTokenAvailable);
+    if (!isRefused(call, sessionRefusal(isOurs)))
         mPlugin.ask(call, credentialsId ? credentialsId : mSetUp->sessionCredentials(),
                     &Session::ensureToken);
 }

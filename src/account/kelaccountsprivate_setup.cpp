@@ -18,25 +18,21 @@ void KelAccountsPrivate::createSetUpAndSignOut()
 {
     auto steps = std::make_unique<DeviceSetUpSteps>(
         *mKelConfigure, *mAuthSessionInterface, mRegistrationInfoData, mPlugin,
-        [this](const auto&... outcome) { return answerSetUp(outcome...); });
+        [this](OpenCall call, int status, const QVariantMap& result, bool later) {
+            if (later) {
+                deferError(call, toStatus(status));
+                return true;
+            }
+            return give({call.id, status},
+                        call.type == ResponseSignInAndConfigure ? &Self::signInAndConfigureResponse
+                                                                : &Self::registerAccountResponse,
+                        result);
+        });
     mSetUp = new AccountSetUp(std::move(steps), this);
     mSignOut = new AccountSignOut(*mKelConfigure, *mAuthSessionInterface, *mSetUp, mPlugin, this);
     connect(mSignOut, &AccountSignOut::finished, this, [this](CallId call, int status) {
         give({call, status}, &Self::signOutResponse);
     });
-}
-
-bool KelAccountsPrivate::answerSetUp(OpenCall call, int status, const QVariantMap& result,
-                                     bool later)
-{
-    if (later) {
-        deferError(call, toStatus(status));
-        return true;
-    }
-    return give({call.id, status},
-                call.type == ResponseSignInAndConfigure ? &Self::signInAndConfigureResponse
-                                                        : &Self::registerAccountResponse,
-                result);
 }
 
 void KelAccountsPrivate::signInAndConfigure(const QString& userName, const QString& password,
@@ -81,20 +77,10 @@ void KelAccountsPrivate::processCredentialStoringStatusUpdate(bool stored, quint
     processErrorDuringStoreCredentials();
 }
 
-void KelAccountsPrivate::processErrorDuringStoreCredentials()
-{
-    mSetUp->handle(SetUpStates::Event::NotStored);
-}
-
 void KelAccountsPrivate::processSignInCompleted(int error, const SignOn::SessionData& data)
 {
     error == ErrorNone ? mSetUp->succeeded(data)
                        : mSetUp->handle(SetUpStates::Event::Failed, error);
-}
-
-void KelAccountsPrivate::processregisterAccountResponse(int error, const SignOn::SessionData& data)
-{
-    processSignInCompleted(error, data);
 }
 
 void KelAccountsPrivate::processAccountStoringStatusUpdate(bool stored)
