@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What is kept of what was recorded, and what is written of that.
+// What is kept of what was recorded, what is written of that, and when.
+#include "account/calls.h"
+#include "account/recording/tracefile.h"
 #include "account/recording/writers.h"
 #include "common/flightrecord.h"
 #include "support/literals.h"
@@ -7,11 +9,13 @@
 
 #include <kelaccount/flightrecorder.h>
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkReply>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -86,6 +90,14 @@ class TestFlightRecord : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The variable is read once.
+    void initTestCase()
+    {
+        QVERIFY(mFolder.isValid());
+        qputenv("KELACCOUNT_TRACE", QFile::encodeName(mFolder.filePath("trace.har"_s)));
+        TraceFile::open();
+    }
+
     void whatWasRecordedIsKeptInItsOrder()
     {
         FlightRecord::record({Moment::Made, callNumber, -1, 0, 0, "isUserIdAvailable"});
@@ -304,6 +316,62 @@ private Q_SLOTS:
             events.last().toObject().value("args"_s).toObject().value("statusName"_s).toString(),
             "ZorKeLDefs::ErrorHostNotFound"_s);
     }
+
+    // Before its signal is emitted: the application may end in the slot.
+    void aCallThatFailsIsInTheFileAtOnce()
+    {
+        Calls one;
+        Calls other;
+        const CallId succeeds = one.make("succeeds");
+        const CallId fails = other.make("fails");
+        one.answer({succeeds, 0}, [&] { QVERIFY(written(succeeds).isEmpty()); });
+        other.answer({fails, 403}, [&] {
+            QCOMPARE(written(fails).value("_operation"_s).toString(), "fails"_s);
+            QCOMPARE(written(fails).value("_status"_s).toInt(), 403);
+        });
+        QCOMPARE(written(succeeds).value("_operation"_s).toString(), "succeeds"_s);
+        QVERIFY(recordedNumber(fails) != recordedNumber(succeeds));
+    }
+
+    // Whoever comes while another one writes does not wait, and what he knows is written all the
+    // same.
+    void threadsWriteOneFile()
+    {
+        constexpr int rounds = 20;
+        Calls calls;
+        const auto write = [&](CallId call) {
+            for (int i = 0; i < rounds; ++i) {
+                FlightRecord::record({Moment::Answered, call, -1, i});
+                TraceFile::write();
+            }
+        };
+        const CallId one = calls.make("one");
+        const CallId other = calls.make("other");
+        std::thread first(write, one);
+        std::thread second(write, other);
+        first.join();
+        second.join();
+        for (const CallId call : {one, other})
+            QCOMPARE(written(call).value("_status"_s).toInt(), rounds - 1);
+    }
+
+private:
+    /// The entry of a call in the file.
+    QJsonObject written(CallId call) const
+    {
+        QFile file(mFolder.filePath("trace.har"_s));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QJsonObject log =
+            QJsonDocument::fromJson(file.readAll()).object().value("log"_s).toObject();
+        for (const QJsonValue& entry : log.value("entries"_s).toArray()) {
+            if (entry.toObject().value("_call"_s).toString() == recordedNumber(call))
+                return entry.toObject();
+        }
+        return {};
+    }
+
+    QTemporaryDir mFolder;
 };
 
 QTEST_GUILESS_MAIN(TestFlightRecord)
