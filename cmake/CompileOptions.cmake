@@ -32,7 +32,7 @@ if(KELACCOUNT_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-# Builds with the tests link some 130 programs, again after each change: with the quickest linker that
+# Builds with the tests link dozens of programs, again after each change: with the quickest linker that
 # is there, and with a compiler cache when there is one. What is installed is linked as usual.
 if(PROJECT_IS_TOP_LEVEL AND KELACCOUNT_BUILD_TESTS)
   find_program(KELACCOUNT_CCACHE ccache)

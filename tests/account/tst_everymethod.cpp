@@ -94,7 +94,7 @@ QGenericArgument valueOf(const QByteArray& type)
     return value == values.cend() ? QGenericArgument() : QGenericArgument(type.constData(), *value);
 }
 
-void call(KelAccounts& accounts, const QMetaMethod& method)
+void callMethod(KelAccounts& accounts, const QMetaMethod& method)
 {
     const QList<QByteArray> types = method.parameterTypes();
     const auto value = [&types](int i) { return valueOf(types.value(i)); };
@@ -213,7 +213,7 @@ private Q_SLOTS:
         if (state == InTheSlotOfInitialize)
             expected.append("initializeResponse"_s);
         else
-            call(*mAccounts, method);
+            callMethod(*mAccounts, method);
         QStringList answers = answersOf(method);
         // The service's answer is told by a second signal, a refusal is not.
         if (state == Fresh || state == RefusedInitialize)
@@ -246,12 +246,12 @@ private:
                 const QMetaMethod next = method; // outlives the function, which ends here
                 KelAccounts& accounts = *mAccounts;
                 mRecorder->afterwards = nullptr;
-                call(accounts, next);
+                callMethod(accounts, next);
             };
             mAccounts->initialize("key"_s, "secret"_s, 2, {}, {});
             return {};
         case CalledTwice:
-            call(*mAccounts, method);
+            callMethod(*mAccounts, method);
             return {"twice"_s};
         case SetUpUnderWay:
             mAccounts->signInAndConfigure("somebody"_s, "secret"_s, false);

@@ -160,7 +160,9 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
+namespace {
+
+int runHostTypes(int argc, char** argv)
 {
     if (comesFirst()) {
         qRegisterMetaType<::ResponseType>("ResponseType");
@@ -169,5 +171,9 @@ int main(int argc, char** argv)
     }
     return runInSession<TestHostTypes>(argc, argv);
 }
+
+} // namespace
+
+KEL_TEST_MAIN(runHostTypes)
 
 #include "tst_hosttypes.moc"

@@ -77,9 +77,6 @@ void TestClientDaemon::aProfileIsFetchedWhenTheDaemonHasEnded()
     QCOMPARE(mClient->downloadProfile().future().result().failure().status, 0);
 }
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestClientDaemon>(argc, argv);
-}
+KEL_TEST_IN_SESSION(TestClientDaemon)
 
 #include "tst_clientdaemon.moc"

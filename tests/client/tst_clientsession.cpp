@@ -335,9 +335,6 @@ void TestClientSession::aClientAndAFacadeDoNotMeet()
         QVERIFY2(line.startsWith("downloadProfileResponse(0"_s), qPrintable(line));
 }
 
-int main(int argc, char** argv)
-{
-    return runInSession<TestClientSession>(argc, argv);
-}
+KEL_TEST_IN_SESSION(TestClientSession)
 
 #include "tst_clientsession.moc"

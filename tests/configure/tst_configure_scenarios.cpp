@@ -245,9 +245,15 @@ private:
     int mBefore = 0;
 };
 
-int main(int argc, char** argv)
+namespace {
+
+int runScenarios(int argc, char** argv)
 {
     return runInSession<TestConfigureScenarios>(argc, argv, installAccountFiles);
 }
+
+} // namespace
+
+KEL_TEST_MAIN(runScenarios)
 
 #include "tst_configure_scenarios.moc"

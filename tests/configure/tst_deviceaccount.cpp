@@ -206,9 +206,15 @@ private:
     std::unique_ptr<KelConfigure> mConfigure;
 };
 
-int main(int argc, char** argv)
+namespace {
+
+int runDeviceAccount(int argc, char** argv)
 {
     return runInSession<TestDeviceAccount>(argc, argv, installAccountFiles);
 }
+
+} // namespace
+
+KEL_TEST_MAIN(runDeviceAccount)
 
 #include "tst_deviceaccount.moc"

@@ -22,7 +22,7 @@ constexpr uid_t root = 0;
 constexpr uid_t nobody = 65534;
 constexpr qint64 aMinuteMs = 60000;
 // The time that a server here has; a call that is refused takes none of it.
-constexpr qint64 limitMs = 1500;
+constexpr qint64 serverLimitMs = 1500;
 constexpr qint64 atOnceMs = 1000;
 
 // A process of another user that listens on the tag server's name and would answer with a tag. Only
@@ -192,7 +192,7 @@ private Q_SLOTS:
             QVERIFY(hanging.isReady());
             const TagOutcome outcome = askForTag();
             QCOMPARE(outcome.error, 0x2005U);
-            QVERIFY(outcome.elapsedMs >= limitMs - 50);
+            QVERIFY(outcome.elapsedMs >= serverLimitMs - 50);
         }
         ThreadTagServer server("\x01tag"_ba);
         QVERIFY(server.isReady());

@@ -8,8 +8,8 @@
 
 namespace {
 
-const QByteArray declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
-const QByteArray schemaNamespace = "https://" KELACCOUNT_HOST_PRODUCTION "/schemas/rest/v1_0";
+const QByteArray xmlDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+const QByteArray namespaceOfSchemas = "https://" KELACCOUNT_HOST_PRODUCTION "/schemas/rest/v1_0";
 
 } // namespace
 
@@ -20,7 +20,7 @@ class TestOperationsXml : public QObject
 private Q_SLOTS:
     void readsElementsAndTheirText()
     {
-        const QByteArray document = declaration + "<a xmlns=\"" + schemaNamespace +
+        const QByteArray document = xmlDeclaration + "<a xmlns=\"" + namespaceOfSchemas +
                                     "\"><b>1 &lt; 2 &#228;</b><c/><b>second</b></a>";
         KelEmulator::XmlElement root;
         std::string problem;
@@ -37,31 +37,31 @@ private Q_SLOTS:
     {
         const auto row = rows<QByteArray, QByteArray>("document", "problem");
         const QByteArray start =
-            "<captchaCreationRequest xmlns=\"" + schemaNamespace + "\"><width>1</width>";
+            "<captchaCreationRequest xmlns=\"" + namespaceOfSchemas + "\"><width>1</width>";
         const QByteArray end = "<height>1</height></captchaCreationRequest>";
         const auto inside = [&](const char* name, const QByteArray& content, const char* problem) {
-            row(name, declaration + start + content + end, problem);
+            row(name, xmlDeclaration + start + content + end, problem);
         };
         row("no declaration", start + end, "the document does not begin with <?xml");
         row("other quotes", "<?xml version='1.0' encoding='UTF-8'?>" + start + end,
             "the document does not begin with <?xml");
-        row("line end after the declaration", declaration + '\n' + start + end,
+        row("line end after the declaration", xmlDeclaration + '\n' + start + end,
             "the root element does not follow the declaration at once");
-        row("line end after the root", declaration + start + end + '\n',
+        row("line end after the root", xmlDeclaration + start + end + '\n',
             "the document does not end with the root element");
-        row("document type", declaration + "<!DOCTYPE a>" + start + end,
+        row("document type", xmlDeclaration + "<!DOCTYPE a>" + start + end,
             "there is a document type or an entity of its own");
-        row("entity", declaration + "<!DOCTYPE a [<!ENTITY e \"1\">]>" + start + "&e;" + end,
+        row("entity", xmlDeclaration + "<!DOCTYPE a [<!ENTITY e \"1\">]>" + start + "&e;" + end,
             "there is a document type or an entity of its own");
         inside("comment", "<!-- c -->", "there is a comment");
         inside("CDATA section", "<![CDATA[1]]>", "there is a CDATA section");
         inside("instruction", "<?do it?>", "there is a processing instruction");
         inside("attribute", "<a b=\"c\"/>",
                "element a has an attribute that does not belong there");
-        inside("declared again", "<a xmlns=\"" + schemaNamespace + "\"/>",
+        inside("declared again", "<a xmlns=\"" + namespaceOfSchemas + "\"/>",
                "element a has an attribute that does not belong there");
         inside("other namespace", "<a xmlns=\"urn:b\"/>", "element a is not in the namespace");
-        inside("prefix", "<b:a xmlns:b=\"" + schemaNamespace + "\"/>",
+        inside("prefix", "<b:a xmlns:b=\"" + namespaceOfSchemas + "\"/>",
                "element b:a has a namespace prefix");
         inside("not closed", "<a>", "the document is not well-formed XML");
         inside("loose ampersand", "a & b", "the document is not well-formed XML");
@@ -69,12 +69,13 @@ private Q_SLOTS:
         inside("nested deep", "<a>"_ba.repeated(10000), "elements are nested more than 8 deep");
         inside("many elements", "<a/>"_ba.repeated(20000), "there are more than 10000 elements");
         inside("long", QByteArray(300000, ' '), "the document is longer than 262144 bytes");
-        row("no namespace", declaration + "<captchaCreationRequest/>",
+        row("no namespace", xmlDeclaration + "<captchaCreationRequest/>",
             "element captchaCreationRequest is not in the namespace https://");
-        row("cut", (declaration + start + end).chopped(25), "the document is not well-formed XML");
-        row("two roots", declaration + start + end + start + end,
+        row("cut", (xmlDeclaration + start + end).chopped(25),
             "the document is not well-formed XML");
-        row("declaration alone", declaration, "the root element does not follow");
+        row("two roots", xmlDeclaration + start + end + start + end,
+            "the document is not well-formed XML");
+        row("declaration alone", xmlDeclaration, "the root element does not follow");
     }
     void readsNothingButPlainElements()
     {

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int patience = 30000;
+constexpr int wirePatience = 30000;
 
 } // namespace
 
@@ -37,12 +37,12 @@ bool WireClient::open(const EmulatorProcess& emulator, const QString& wantedHost
         wantedHost.isEmpty() ? QStringLiteral(KELACCOUNT_HOST_PRODUCTION) : wantedHost;
     mSocket.setProxy(QNetworkProxy::NoProxy);
     mSocket.connectToHost("127.0.0.1"_s, emulator.proxyPort());
-    if (!mSocket.waitForConnected(patience))
+    if (!mSocket.waitForConnected(wirePatience))
         return false;
     mSocket.write("CONNECT " + host.toLatin1() + ":443 HTTP/1.1\r\nHost: " + host.toLatin1() +
                   ":443\r\n\r\n");
     while (!mProxyAnswer.contains("\r\n\r\n")) {
-        if (!mSocket.waitForReadyRead(patience))
+        if (!mSocket.waitForReadyRead(wirePatience))
             return false;
         mProxyAnswer += mSocket.readAll();
     }
@@ -54,7 +54,7 @@ bool WireClient::open(const EmulatorProcess& emulator, const QString& wantedHost
     mSocket.setSslConfiguration(configuration);
     mSocket.setPeerVerifyName(host);
     mSocket.startClientEncryption();
-    const bool encrypted = mSocket.waitForEncrypted(patience);
+    const bool encrypted = mSocket.waitForEncrypted(wirePatience);
     mErrors = mSocket.sslHandshakeErrors();
     return encrypted;
 }
@@ -63,7 +63,7 @@ bool WireClient::send(const QByteArray& bytes)
 {
     mSocket.write(bytes);
     while (mSocket.bytesToWrite() > 0 || mSocket.encryptedBytesToWrite() > 0) {
-        if (!mSocket.waitForBytesWritten(patience))
+        if (!mSocket.waitForBytesWritten(wirePatience))
             return false;
     }
     return true;
@@ -72,7 +72,7 @@ bool WireClient::send(const QByteArray& bytes)
 WireReply WireClient::readReply(bool toEnd)
 {
     WireReply reply;
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(wirePatience);
     while (!deadline.hasExpired()) {
         reply.raw += mSocket.readAll();
         const int headEnd = reply.headers.isEmpty() ? reply.raw.indexOf("\r\n\r\n") : -1;
@@ -119,5 +119,5 @@ bool WireClient::somethingComes(int milliseconds)
 bool WireClient::waitForEnd()
 {
     return mSocket.state() == QAbstractSocket::UnconnectedState ||
-           mSocket.waitForDisconnected(patience);
+           mSocket.waitForDisconnected(wirePatience);
 }

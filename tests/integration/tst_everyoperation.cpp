@@ -27,7 +27,7 @@ namespace EmulatedService = KelTest::EmulatedService;
 
 namespace {
 
-constexpr int patience = 10000;
+constexpr int answerPatience = 10000;
 const auto key = "demo-key"_s;
 const QByteArray serviceTag = "any tag"_ba.toBase64();
 
@@ -182,7 +182,7 @@ private Q_SLOTS:
             row.sends.first().run({mHandler, mSigner, values, serverBaseAddress(2), &request, key}),
             0);
         const std::unique_ptr<OAuthRequest> owner(request);
-        QTRY_COMPARE_WITH_TIMEOUT(answers.names(), row.signalNames(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.names(), row.signalNames(), answerPatience);
         QCOMPARE(answers.lines().at(1), "status: 0"_s);
         const QStringList record = answers.lines().mid(operations::answer(row, 0, {}).size());
         QVERIFY(!record.isEmpty());
@@ -276,7 +276,7 @@ private:
     {
         QSignalSpy spy(&mHandler, signal);
         std::unique_ptr<OAuthRequest> owner;
-        if (send(method, owner, values...) != 0 || (spy.isEmpty() && !spy.wait(patience)))
+        if (send(method, owner, values...) != 0 || (spy.isEmpty() && !spy.wait(answerPatience)))
             return {};
         return spy.count() == 1 ? spy.first() : QVariantList();
     }
@@ -316,7 +316,7 @@ private:
                             .array();
                     return !requests.isEmpty();
                 },
-                patience))
+                answerPatience))
             return {};
         const QJsonObject last = requests.last().toObject();
         return "%1 %2"_s.arg(last.value("operation"_s).toInt()).arg(last.value("status"_s).toInt());

@@ -18,7 +18,7 @@ using KelAccount::Client;
 
 namespace {
 
-constexpr int patience = 20000;
+constexpr int callPatience = 20000;
 
 std::unique_ptr<Client> newClient()
 {
@@ -54,7 +54,7 @@ private Q_SLOTS:
         const int connections = counted("connections");
         const int handshakes = counted("handshakes");
         client->prepare();
-        QTRY_COMPARE_WITH_TIMEOUT(counted("handshakes"), handshakes + 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(counted("handshakes"), handshakes + 1, callPatience);
         const int requests = mEmulator.requests().size();
         const int before = counted("roundTrips");
         QVERIFY(asks(*client));
@@ -104,7 +104,7 @@ private Q_SLOTS:
         int status = 0;
         client->isUserIdAvailable("bob"_s).then(
             this, [] {}, [&status](const KelAccount::Failure& f) { status = f.status; });
-        QTRY_COMPARE_WITH_TIMEOUT(status, int(KelAccount::ErrorSslHandshakeFailed), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(status, int(KelAccount::ErrorSslHandshakeFailed), callPatience);
         QCOMPARE(counted("resumptions"), resumptions);
         // Nor is it afterwards: it may have been what went wrong.
         QVERIFY(asks(*client));
@@ -181,7 +181,7 @@ private:
                 good = true;
             },
             [&] { ++answers; });
-        return QTest::qWaitFor([&] { return answers > 0; }, patience) && good && answers == 1;
+        return QTest::qWaitFor([&] { return answers > 0; }, callPatience) && good && answers == 1;
     }
 
     EmulatorProcess mEmulator;

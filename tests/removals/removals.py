@@ -10,7 +10,8 @@ reads, a map) is taken out of the text, and the programs are built for it.
 
   tests/removals/removals.py [--build build/dev] [--list] [--only REGEX] [--report FILE] [FOLDER...]
 
-Run it in the root of a checkout that nobody else works in, with a configured build folder. Every
+Run it in the root of a checkout that nobody else works in, with a configured build folder
+(-DCMAKE_UNITY_BUILD=OFF: each file has the same switch). Every
 program is ended at its first failure, and every file is put back. Exit status 1 when something could be
 removed unnoticed.
 """
@@ -55,9 +56,12 @@ RESPONSIBLE = [
     (r"rest/", "tst_operationcoverage tst_operations tst_dispatch tst_msgparser "
      "tst_requestcreation tst_requesthandler"),
 ]
-# Tests that have a program in common.
-PROGRAMS = dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_registering tst_sessionoperations tst_setup "
-                         "tst_setupfailures".split(), "tst_facade_scenarios")
+# Texts that a program runs; of the others, ninja knows the names.
+PROGRAMS = {
+    **dict.fromkeys("tst_abandonedcalls tst_accountsdatabase tst_registering tst_sessionoperations tst_setup "
+                    "tst_setupfailures".split(), "account_tests"),
+    **dict.fromkeys("tst_transport_abandoned tst_transport_requests tst_transport_servers tst_transport_connections "
+                    "tst_transport_endings tst_transport_statuses tst_transport_floods".split(), "rest_tests")}
 # Programs that no busy machine makes fail.
 STEADY = set("tst_accountsetup tst_callparts tst_captchapicture tst_captchawithoutgui tst_clientidentification "
              "tst_datarecords tst_dispatch tst_msgcreator tst_msgparser "

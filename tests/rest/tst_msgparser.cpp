@@ -33,7 +33,7 @@ struct Classified
     QDomNode root;
 };
 
-QString element(const QString& name, const QString& content = QString())
+QString xmlElement(const QString& name, const QString& content = QString())
 {
     return "<%1>%2</%1>"_s.arg(name, content);
 }
@@ -141,7 +141,7 @@ private Q_SLOTS:
     void onlyTagsMakeADocumentDeep()
     {
         QFETCH(QString, text);
-        const Classified reply(element("profileQueryResponse"_s, text));
+        const Classified reply(xmlElement("profileQueryResponse"_s, text));
         QVERIFY(!reply.root.isNull());
     }
 
@@ -149,8 +149,8 @@ private Q_SLOTS:
     void anErrorIsFoundAtAnyPlace()
     {
         for (int padding = 480; padding < 520; ++padding) {
-            const Classified reply(
-                element("profileQueryResponse"_s, QString(padding, QLatin1Char('x')) + "error"_s));
+            const Classified reply(xmlElement("profileQueryResponse"_s,
+                                              QString(padding, QLatin1Char('x')) + "error"_s));
             QCOMPARE(reply.info.statusCode, markedAsError);
         }
     }
@@ -187,8 +187,8 @@ private Q_SLOTS:
         for (int round = 0; round < 2; ++round) {
             for (const QString& code : qAsConst(codes)) {
                 const Classified reply(
-                    element("profileQueryResponse"_s,
-                            element("language"_s, code.toLower()) + element("country"_s, code)));
+                    xmlElement("profileQueryResponse"_s, xmlElement("language"_s, code.toLower()) +
+                                                             xmlElement("country"_s, code)));
                 QString userName;
                 ProfileInfoData profile;
                 MsgParser::parseProfileNode(userName, profile, reply.root);

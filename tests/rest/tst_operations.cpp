@@ -15,7 +15,7 @@ using operations::Values;
 
 namespace {
 
-const auto base = "https://account.example/rest/1.0/"_s;
+const auto serviceBase = "https://account.example/rest/1.0/"_s;
 
 // Arguments that nobody should pass and somebody will.
 QStringList oddTexts()
@@ -89,7 +89,8 @@ private Q_SLOTS:
         const auto request = make(RegisterAccount);
         KelTest::FakeModem::reset();
         compareWithRow(*request, operations::of(RegisterAccount));
-        QCOMPARE(request->getUrl(), QUrl(base + QLatin1String("phoneactivationregistration")));
+        QCOMPARE(request->getUrl(),
+                 QUrl(serviceBase + QLatin1String("phoneactivationregistration")));
     }
 
     void theDeviceIsDescribedByWhoAsksForIt_data()
@@ -129,7 +130,7 @@ private Q_SLOTS:
     {
         mValues.userId = "jörg@bücher.example"_s;
         QCOMPARE(make(SendResetMessage)->getRestURL(),
-                 base + "simplifiedpasswordrecovery/jörg@xn--bcher-kva.example/send"_s);
+                 serviceBase + "simplifiedpasswordrecovery/jörg@xn--bcher-kva.example/send"_s);
         // The two other addresses of a recovery take the user as given.
         compareWithRow(*make(ResetPassword), operations::of(ResetPassword));
         compareWithRow(*make(RetrieveSecurityQuestion), operations::of(RetrieveSecurityQuestion));
@@ -167,7 +168,7 @@ private:
     {
         mProvider.token = mValues.token;
         mProvider.timeStamp = operations::timeStamp;
-        return operations::of(number).make(mProvider, base, mValues);
+        return operations::of(number).make(mProvider, serviceBase, mValues);
     }
 
     void compareWithRow(OAuthRequest& request, const Operation& row)
@@ -175,8 +176,8 @@ private:
         QCOMPARE(request.getHttpRequestType(), QString::fromLatin1(row.verb));
         QCOMPARE(request.getTypOfRequest(), QString::fromLatin1(row.verb));
         QCOMPARE(request.isTokenRequired(), bool(row.traits & operations::WithToken));
-        QCOMPARE(request.getRestURL(), base + row.addressWith(mValues));
-        QCOMPARE(request.getUrl(), QUrl(base + row.addressWith(mValues)));
+        QCOMPARE(request.getRestURL(), serviceBase + row.addressWith(mValues));
+        QCOMPARE(request.getUrl(), QUrl(serviceBase + row.addressWith(mValues)));
         QCOMPARE(operations::withoutChance(request.createXMLMessage(), mValues.password),
                  row.documentWith(mValues));
     }

@@ -20,7 +20,7 @@ using namespace KelRestHandler;
 
 namespace {
 
-constexpr int patience = 10000;
+constexpr int watchPatience = 10000;
 
 // A refusal whose body the network library keeps to itself.
 Reaction flood()
@@ -48,12 +48,12 @@ private Q_SLOTS:
         ScriptedServer server(mAuthority.serverFor("x", "IP:127.0.0.1"));
         QTcpSocket applications;
         applications.connectToHost(QHostAddress::LocalHost, server.port());
-        QVERIFY(applications.waitForConnected(patience));
+        QVERIFY(applications.waitForConnected(watchPatience));
         NetworkHandler handler(nullptr);
         QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
         server.expect(flood());
         QCOMPARE(handler.sendOwnedRequest(request(server), RetrieveEmailIdAvailability), 0);
-        QVERIFY(spy.wait(patience));
+        QVERIFY(spy.wait(watchPatience));
         QCOMPARE(spy.first().at(0).toInt(), 423);
     }
 
@@ -82,15 +82,16 @@ private Q_SLOTS:
         connect(&applications, &QTcpSocket::connected, this, download);
         if (!during) {
             applications.connectToHost(QHostAddress::LocalHost, server.port());
-            QVERIFY(applications.waitForConnected(patience));
+            QVERIFY(applications.waitForConnected(watchPatience));
         }
         NetworkHandler handler(nullptr);
         QSignalSpy spy(&handler, &NetworkHandler::emailIdAvailabilityResponse);
         QCOMPARE(handler.sendOwnedRequest(request(server), RetrieveEmailIdAvailability), 0);
         if (during)
             applications.connectToHost(QHostAddress::LocalHost, server.port());
-        QTRY_VERIFY_WITH_TIMEOUT(received > NetworkReplyContainer::maximumReplyBytes, patience);
-        QVERIFY(spy.count() == 1 || spy.wait(patience));
+        QTRY_VERIFY_WITH_TIMEOUT(received > NetworkReplyContainer::maximumReplyBytes,
+                                 watchPatience);
+        QVERIFY(spy.count() == 1 || spy.wait(watchPatience));
         QCOMPARE(spy.first().at(0).toInt(), 0);
         QCOMPARE(applications.state(), QAbstractSocket::ConnectedState);
     }
@@ -116,7 +117,7 @@ private Q_SLOTS:
         size_t knownDuring = 0;
         connect(reply, &QNetworkReply::readyRead, this, [&] { knownDuring = known->size(); });
         const QSignalSpy finished(reply, &QNetworkReply::finished);
-        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, watchPatience);
         QCOMPARE(reply->error(), QNetworkReply::NoError);
         QCOMPARE(knownDuring, size_t{2});
         QCOMPARE(known->size(), size_t{1});

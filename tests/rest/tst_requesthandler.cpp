@@ -28,7 +28,7 @@ using operations::Values;
 
 namespace {
 
-constexpr int patience = 5000;
+constexpr int handlerPatience = 5000;
 
 using HandedOut = std::vector<std::unique_ptr<OAuthRequest>>;
 
@@ -69,7 +69,7 @@ QString documentIn(const QByteArray& form)
 
 const auto unsendable = "C A value cannot stand in the address of its request; nothing is sent"_s;
 
-QStringList sorted(QStringList list)
+QStringList inOrder(QStringList list)
 {
     list.sort();
     return list;
@@ -115,7 +115,7 @@ private Q_SLOTS:
         QCOMPARE(static_cast<int>(made->getRequestType()), row.number);
         const int requestId = made->getRequestId();
 
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, handlerPatience);
         const WireRequest& seen = server.requests().first();
         QCOMPARE(seen.method, "POST"_ba);
         QCOMPARE(seen.header("rest-verb"), QByteArray(operation.verb));
@@ -126,17 +126,17 @@ private Q_SLOTS:
         QCOMPARE(seen.header("Authorization").contains("oauth_token=\"token-77"),
                  bool(operation.traits & operations::WithToken));
 
-        QTRY_COMPARE_WITH_TIMEOUT(answers.lines(), linesOf(operation, requestId), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(answers.lines(), linesOf(operation, requestId), handlerPatience);
         if (operation.isAnswered()) {
             QCOMPARE(log.all(), QStringList());
         } else {
             QTRY_VERIFY_WITH_TIMEOUT(
                 log.hasCritical("NetworkResponseProcessor::processResponseFromServer: "
                                 "Unacceptable.. Returning"),
-                patience);
+                handlerPatience);
         }
         // What was kept dies with its reply, and there is no second answer.
-        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, handlerPatience);
         QTest::qWait(20);
         QCOMPARE(answers.lines(), linesOf(operation, requestId));
         QCOMPARE(server.problems(), QStringList());
@@ -211,7 +211,7 @@ private Q_SLOTS:
                 handedOut.emplace_back(request);
             }
             sent += values.size();
-            QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, patience);
+            QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), sent, handlerPatience);
             for (const auto& value : values) {
                 const auto& requests = server.requests();
                 QVERIFY2(std::any_of(requests.end() - values.size(), requests.end(),
@@ -236,7 +236,7 @@ private Q_SLOTS:
                                                       {}, operations::consumerKey, server.base()),
                      0);
         }
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), domains.size(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), domains.size(), handlerPatience);
         for (const WireRequest& request : server.requests()) {
             QVERIFY(request.target.startsWith("/rest/1.0/simplifiedpasswordrecovery/a@"));
             QVERIFY(request.target.endsWith("/send"));
@@ -282,7 +282,7 @@ private Q_SLOTS:
             for (const auto& request : handedOut)
                 watched.append(request.get());
             // Six connections of the network library are open, the others wait for them.
-            QTRY_VERIFY_WITH_TIMEOUT(server.requests().size() >= 6, patience);
+            QTRY_VERIFY_WITH_TIMEOUT(server.requests().size() >= 6, handlerPatience);
             const int sent = operations::sends().size();
             QCOMPARE(kept.seen.size() + watched.size(), sent);
             QCOMPARE(kept.alive() + watched.size(), sent);
@@ -309,14 +309,14 @@ private Q_SLOTS:
                                                         operations::consumerKey, server.base(),
                                                         &request),
                      0);
-            QVERIFY(spy.wait(patience));
+            QVERIFY(spy.wait(handlerPatience));
             QCOMPARE(spy.first().at(0).value<DownloadProfileResponse>().status, 510);
         }
         const std::unique_ptr<OAuthRequest> owner(request);
         RESTRequestHandler other;
         QSignalSpy spy(&other, &RESTRequestHandler::downloadProfileResponse);
         QCOMPARE(other.resendRequest(request), 0);
-        QVERIFY(spy.wait(patience));
+        QVERIFY(spy.wait(handlerPatience));
         const auto answer = spy.first().at(0).value<DownloadProfileResponse>();
         QCOMPARE(answer.status, 0);
         QCOMPARE(answer.userName, "somebody"_s);
@@ -340,9 +340,9 @@ private Q_SLOTS:
         QCOMPARE(row.run({handler, mProvider, mValues, server.base(), &request}), 0);
         const std::unique_ptr<OAuthRequest> owner(request);
         const int callsForTheFirst = mProvider.calls.size();
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 1, handlerPatience);
         QCOMPARE(handler.resendRequest(request), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 2, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 2, handlerPatience);
         QCOMPARE(request->RetryCount(), 0);
         QCOMPARE(mProvider.calls.size(), callsForTheFirst); // it is not signed anew
         const WireRequest& first = server.requests().first();
@@ -385,8 +385,8 @@ private Q_SLOTS:
             expected += operations::of(row.number).signalNames();
         }
         const HandedOut handedOut = sendAll(handler, server);
-        QTRY_COMPARE_WITH_TIMEOUT(sorted(answers.names()), sorted(expected), patience);
-        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(inOrder(answers.names()), inOrder(expected), handlerPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(kept.alive(), 0, handlerPatience);
         QCOMPARE(server.problems(), QStringList());
     }
 
@@ -408,7 +408,7 @@ private Q_SLOTS:
                                                   operations::consumerKey, server.base(), &request),
                  0);
         const std::unique_ptr<OAuthRequest> owner(request);
-        QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!answers.names().isEmpty(), handlerPatience);
         QTest::qWait(600);
         QCOMPARE(answers.names(), QStringList("userNameAvailabilityResponse"_s));
         QVERIFY(answers.lines().contains("status: 0"_s));
@@ -429,7 +429,7 @@ private Q_SLOTS:
                                                      operations::consumerKey, server.base()),
                  0);
         QTRY_COMPARE_WITH_TIMEOUT(answers.names(), QStringList("registerAccountResponse"_s),
-                                  patience);
+                                  handlerPatience);
         QTest::qWait(20);
         QCOMPARE(answers.names().size(), 1);
         QCOMPARE(kept.alive(), 0);

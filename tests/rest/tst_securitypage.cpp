@@ -30,7 +30,7 @@ QString pageText(const char* name)
     return QString::fromUtf8(file.readAll());
 }
 
-QStringList codeIn(const QString& text)
+QStringList codesIn(const QString& text)
 {
     QStringList names;
     static const QRegularExpression code("`([^`]+)`"_s);
@@ -53,7 +53,7 @@ QList<QPair<QStringList, QStringList>> tableBehind(const char* heading)
             break;
         const QStringList cells = line.split(QLatin1Char('|'));
         if (cells.size() >= 4 && cells.at(1).contains(QLatin1Char('`')))
-            rows.append({codeIn(cells.at(1)), codeIn(cells.at(2))});
+            rows.append({codesIn(cells.at(1)), codesIn(cells.at(2))});
     }
     return rows;
 }

@@ -3,6 +3,7 @@
 
 #include "sandbox/sandbox.h"
 #include "support/daemoncontrol.h"
+#include "support/testmain.h"
 #include "support/testplugin/pluginscript.h"
 
 #include <QCoreApplication>
@@ -90,7 +91,10 @@ int runInSession(int argc, char** argv,
 
 /// The main() of a test whose constructor takes the sandbox.
 #define KEL_TEST_IN_SESSION(Test)                                                                  \
-    int main(int argc, char** argv)                                                                \
+    namespace {                                                                                    \
+    int run##Test(int argc, char** argv)                                                           \
     {                                                                                              \
         return KelTest::runInSession<Test>(argc, argv);                                            \
-    }
+    }                                                                                              \
+    }                                                                                              \
+    KEL_TEST_MAIN(run##Test)
