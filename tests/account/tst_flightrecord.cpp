@@ -317,6 +317,21 @@ private Q_SLOTS:
             "ZorKeLDefs::ErrorHostNotFound"_s);
     }
 
+    // As of a process in which nothing but refused calls is made, by the method with the longest
+    // name.
+    void aFileIsBounded()
+    {
+        Calls calls;
+        for (std::size_t i = 0; i < FlightRecord::capacity; ++i)
+            calls.make("resetPasswordUsingSecurityQuestion");
+        constexpr int bound = 2 * 1024 * 1024;
+        for (const auto format : {RecordingFormat::Har, RecordingFormat::TraceEvents}) {
+            const QByteArray recording = flightRecording(format);
+            QVERIFY(recording.contains("resetPasswordUsingSecurityQuestion"));
+            QVERIFY(recording.size() < bound);
+        }
+    }
+
     // Before its signal is emitted: the application may end in the slot.
     void aCallThatFailsIsInTheFileAtOnce()
     {
