@@ -8,7 +8,6 @@
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
-#include <sys/random.h>
 
 #include <array>
 #include <initializer_list>
@@ -73,16 +72,7 @@ bool CryptographicUtils::isAvailable()
 
 QString CryptographicUtils::getNOnce()
 {
-    // A nonce must never come twice, but it is no secret: the kernel's generator does, at half the
-    // cost of the processor's seeds that QUuid takes.
-    std::array<unsigned char, 16> bytes{};
-    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-        return QUuid::createUuid().toString();
-    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40); // version: random
-    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80); // variant: RFC 4122
-    return QUuid::fromRfc4122(QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()),
-                                                      static_cast<int>(bytes.size())))
-        .toString();
+    return QUuid::createUuid().toString();
 }
 
 QString CryptographicUtils::getValidator(QString const& a, QString const& b)
