@@ -103,9 +103,11 @@ private Q_SLOTS:
         QVERIFY(cleanDevice());
         QCOMPARE(signsIn("one"_s, wrongPassword), 504);
         QCOMPARE(registers("one@mail.example"_s), 515);
-        for (const char* fault : {"cut-body", "not-xml", "status=401", "wrong-host"}) {
+        // The plugin opens a connection before it is asked, which may be the one that goes wrong.
+        for (const char* fault : {"cut-body", "not-xml", "status=401", "2*wrong-host"}) {
             QVERIFY(EmulatedService::orderFaults(fault));
             QVERIFY(signsIn("one"_s, secondPassword) > 0);
+            EmulatedService::ask("DELETE", "/faults");
         }
         const QByteArray folder = qgetenv("ACCOUNTS");
         qputenv("ACCOUNTS", "/proc/nonexistent");
