@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Tag server and modem.
+#include "device/testtagserver.h"
+#include "matrix/breakages.h"
+#include "matrix/sessionprocesses.h"
+#include "matrix/state.h"
+#include "support/literals.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QSemaphore>
+#include <QThread>
+
+#include <atomic>
+#include <sys/socket.h>
+
+using namespace KelTest;
+
+namespace Matrix {
+
+namespace {
+
+constexpr int patienceMs = 10000;
+
+/// A tag server in the place of the one that works.
+class OtherTagServer : public Breakage
+{
+public:
+    /// Without a behaviour there is none, and none can be started.
+    explicit OtherTagServer(ThreadTagServer::Behaviour behaviour) : mBehaviour(std::move(behaviour))
+    {
+    }
+    bool begin() override
+    {
+        PretendedPeer::passTime(pastAllTrustMs);
+        workingTagServer().reset();
+        mBefore = sharedState()->tagServerAsked;
+        if (!mBehaviour)
+            return TagServerAddress::setProgram("/nonexistent"), true;
+        mServer = std::make_unique<ThreadTagServer>(mBehaviour);
+        return mServer->isReady();
+    }
+    bool end() override
+    {
+        mServer.reset();
+        PretendedPeer::passTime(pastAllTrustMs);
+        TagServerAddress::setProgram({});
+        workingTagServer() = std::make_unique<ThreadTagServer>(QByteArray("\x01tag"));
+        return workingTagServer()->isReady();
+    }
+    int met() const override { return sharedState()->tagServerAsked - mBefore; }
+
+    static std::unique_ptr<ThreadTagServer>& workingTagServer()
+    {
+        static std::unique_ptr<ThreadTagServer> server;
+        return server;
+    }
+
+private:
+    // One that has hung is left alone for a minute.
+    static constexpr qint64 pastAllTrustMs = 120000;
+
+    const ThreadTagServer::Behaviour mBehaviour;
+    std::unique_ptr<ThreadTagServer> mServer;
+    int mBefore = 0;
+};
+
+ThreadTagServer::Behaviour saying(const QByteArray& reply)
+{
+    return [reply](int connection) {
+        char request[4096];
+        if (::recv(connection, request, sizeof request, 0) > 0)
+            (void)::send(connection, reply.constData(), static_cast<size_t>(reply.size()),
+                         MSG_NOSIGNAL);
+    };
+}
+
+void hang(int connection)
+{
+    char request[4096];
+    while (::recv(connection, request, sizeof request, 0) > 0) {
+    }
+}
+
+/// Whatever modem service is asked for, on the system bus of the session: by a thread, since this
+/// one waits for it.
+class Modem : public Breakage
+{
+public:
+    enum class Manner { Hangs, Lies, Fails };
+    explicit Modem(Manner manner) : mThread(manner) {}
+
+    bool begin() override
+    {
+        mThread.start();
+        return mThread.isReady.tryAcquire(1, patienceMs) && mThread.isThere;
+    }
+    bool end() override
+    {
+        mThread.quit();
+        return mThread.wait(patienceMs);
+    }
+    int met() const override { return mThread.asked; }
+
+private:
+    class Object : public QDBusVirtualObject
+    {
+    public:
+        Object(Manner manner, std::atomic<int>& asked) : mManner(manner), mAsked(asked) {}
+        QString introspect(const QString& /*path*/) const override { return {}; }
+        bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+        {
+            ++mAsked;
+            if (mManner == Manner::Lies)
+                connection.send(message.createReply(
+                    QVariantList{QString(100000, QLatin1Char('x')), -1, QByteArray()}));
+            else if (mManner == Manner::Fails)
+                connection.send(message.createErrorReply("org.ofono.Error.Failed"_s, "no"_s));
+            return true;
+        }
+
+    private:
+        const Manner mManner;
+        std::atomic<int>& mAsked;
+    };
+
+    class Thread : public QThread
+    {
+    public:
+        explicit Thread(Manner how) : manner(how) {}
+        void run() override
+        {
+            const QString name = "kel-matrix-modem"_s;
+            {
+                Object object(manner, asked);
+                auto bus = QDBusConnection::connectToBus(variable("DBUS_SYSTEM_BUS_ADDRESS"), name);
+                isThere = bus.registerVirtualObject("/"_s, &object, QDBusConnection::SubPath) &&
+                          bus.registerService("org.ofono"_s);
+                isReady.release();
+                exec();
+                bus.unregisterService("org.ofono"_s);
+            }
+            QDBusConnection::disconnectFromBus(name);
+        }
+
+        const Manner manner;
+        std::atomic<int> asked{0};
+        std::atomic<bool> isThere{false};
+        QSemaphore isReady;
+    };
+
+    Thread mThread;
+};
+
+} // namespace
+
+std::unique_ptr<Breakage> brokenService(const std::string& name)
+{
+    if (name == "tags-absent")
+        return std::make_unique<OtherTagServer>(nullptr);
+    if (name == "tags-hang")
+        return std::make_unique<OtherTagServer>(hang);
+    if (name == "tags-close")
+        return std::make_unique<OtherTagServer>([](int) {});
+    if (name == "tags-refuse")
+        return std::make_unique<OtherTagServer>(saying(QByteArray("\0\0\0\0\x01", 5)));
+    if (name == "tags-half")
+        return std::make_unique<OtherTagServer>(saying(QByteArray("\0\0", 2)));
+    if (name == "tags-garbage")
+        return std::make_unique<OtherTagServer>(saying(QByteArray("\x7f\xff\xff\xff garbage")));
+    if (name == "tags-long")
+        return std::make_unique<OtherTagServer>(saying("\x01" + QByteArray(100000, 'x')));
+    if (name == "modem-hangs")
+        return std::make_unique<Modem>(Modem::Manner::Hangs);
+    if (name == "modem-lies")
+        return std::make_unique<Modem>(Modem::Manner::Lies);
+    if (name == "modem-fails")
+        return std::make_unique<Modem>(Modem::Manner::Fails);
+    return nullptr;
+}
+
+bool startTagServer()
+{
+    OtherTagServer::workingTagServer() = std::make_unique<ThreadTagServer>(QByteArray("\x01tag"));
+    return OtherTagServer::workingTagServer()->isReady();
+}
+
+void endTagServer()
+{
+    OtherTagServer::workingTagServer().reset();
+}
+
+} // namespace Matrix

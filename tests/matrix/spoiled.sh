@@ -1,0 +1,36 @@
+#!/bin/sh
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# usage: spoiled.sh PROGRAM PAGES: spoils a copy of the table in each way in which it can be wrong, and looks whether
+# that is noticed.
+set -eu
+program=$1
+pages=$2
+copy=$(mktemp -d)
+trap 'rm -rf "$copy"' EXIT
+
+# spoil WHAT-IS-SAID SED-SCRIPT FILE [page]: the page is made anew where the table is what is wrong.
+spoil() {
+    cp "$pages/reliability.csv" "$pages/reliability.md" "$pages/statuses.md" "$copy"
+    sed -i "$2" "$copy/$3"
+    ! cmp -s "$copy/$3" "$pages/$3" || { echo "nothing is spoiled by $2"; exit 1; }
+    [ "${4-}" != page ] || "$program" --page "$copy" >"$copy/said" 2>&1 || true
+    if "$program" --check "$copy" >"$copy/said" 2>&1; then
+        echo "not noticed: $2"
+        exit 1
+    fi
+    grep -q "$1" "$copy/said" || { echo "for $2 it says:"; cat "$copy/said"; exit 1; }
+}
+
+cell='^facade;isUserIdAvailable;Connection;refused'
+spoil "has no cell" "/$cell;/d" reliability.csv page
+spoil "nobody asks for" 's/^facade;isUserIdAvailable;Connection;refused;/facade;isUserIdFree;Connection;refused;/' reliability.csv page
+spoil "twice" "/$cell;/p" reliability.csv
+spoil "no cell:" "/$cell;/s/;[^;]*$//" reliability.csv
+spoil "2 answers" "/$cell;/s/;401;1;/;401;2;/" reliability.csv page
+spoil "0 answers" "/$cell;/s/;401;1;/;none;0;/" reliability.csv page
+spoil "the next call said 404" "/$cell;/s/;401;1;yes;0;/;401;1;yes;404;/" reliability.csv page
+spoil "answered after" "/$cell;/s/;401;1;yes;0;[0-9]*;/;401;1;yes;0;90000;/" reliability.csv page
+spoil "the loop stood still" "/$cell;/s/;[0-9]*;\([0-9]*\)$/;900000;\1/" reliability.csv page
+spoil "KiB" "/$cell;/s/;[0-9]*$/;70000/" reliability.csv page
+spoil "reliability.md is not what" "/$cell;/s/;401;/;402;/" reliability.csv
+spoil "reliability.md is not what" 's/refused/accepted/' reliability.md
