@@ -8,6 +8,7 @@
 #include "rest/transport/connectionlatency.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/replyfacts.h"
+#include "rest/transport/replyproperties.h"
 #include "rest/transport/servernames.h"
 #include "rest/transport/transporterror.h"
 
@@ -186,7 +187,7 @@ int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest
         return -1;
     }
     auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
-    recordOf(waiting->facts().requestId, Moment::Signed, type);
+    recordOf(waiting->requestId(), Moment::Signed, type);
     if (!mayPost()) {
         if (owned)
             owned.release()->setParent(waiting.get());
@@ -203,7 +204,7 @@ void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
 {
     connect(request.get(), &WaitingRequest::timedOut, this,
             [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
-    recordOf(request->facts().requestId, Moment::Waiting);
+    recordOf(request->requestId(), Moment::Waiting);
     request->wait();
     request->setParent(this); // comes along to another thread
     mWaiting.push_back(std::move(request));
@@ -244,14 +245,18 @@ void NetworkHandler::postWaiting()
 
 QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
 {
-    recordOf(request.facts().requestId, Moment::Posted);
+    recordOf(request.requestId(), Moment::Posted);
     QNetworkReply* const reply = post(request.message(), request.body());
     if (!reply) {
         qCCritical(logRest, "QNetworkAccesManager::post returned NULL");
         return nullptr;
     }
+    reply->setProperty(ReplyProperty::requestType, request.type());
+    reply->setProperty(ReplyProperty::consumerKey, request.consumerKey());
+    reply->setProperty(ReplyProperty::requestId, request.requestId());
+    reply->setProperty(ReplyProperty::timedOut, 0);
     auto* const guard = new NetworkReplyContainer(reply, request.millisecondsLeft());
-    recordProgress(reply, guard, request.facts().requestId);
+    recordProgress(reply, guard, request.requestId());
     connect(guard, &NetworkReplyContainer::requestTimedOut, this,
             &NetworkHandler::onNetworkRequestTimedOut);
     return reply;
@@ -264,21 +269,20 @@ void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
                      [request](const auto& candidate) { return candidate.get() == request; });
     if (position == mWaiting.end())
         return;
-    recordOf(request->facts().requestId, Moment::TimedOut);
+    recordOf(request->requestId(), Moment::TimedOut);
     // It is on the stack, and dies when the event loop is back.
     position->release()->deleteLater();
     mWaiting.erase(position);
-    const ReplyFacts facts = request->facts();
-    HttpResponse response(QNetworkReply::TimeoutError, QString(), facts.consumerKey,
-                          facts.requestId);
+    HttpResponse response(QNetworkReply::TimeoutError, QString(), request->consumerKey(),
+                          request->requestId());
     // A receiver may delete this object.
-    mProcessor.processResponseFromServer(facts.requestType, &response);
+    mProcessor.processResponseFromServer(request->type(), &response);
 }
 
 void NetworkHandler::abandon(int requestId)
 {
     const auto waiting = std::find_if(mWaiting.begin(), mWaiting.end(), [&](const auto& request) {
-        return request->facts().requestId == requestId;
+        return request->requestId() == requestId;
     });
     recordOf(requestId, Moment::TakenBack);
     if (waiting != mWaiting.end()) {
@@ -305,20 +309,20 @@ void NetworkHandler::queueFinished(QNetworkReply* reply)
 
 void NetworkHandler::onFinished(QNetworkReply* reply)
 {
-    // A reply without facts was not sent from here; one that timed out has been answered.
+    // A reply without the mark was not sent from here; one that timed out has been answered.
+    const QVariant timedOut = reply->property(ReplyProperty::timedOut);
     const auto facts = factsOf(*reply);
-    if (!facts || facts->requestType == ReplyFacts::nobodysType || facts->isTimedOut ||
-        facts->isAbandoned)
+    if (!timedOut.isValid() || timedOut.toInt() != 0 || !facts || facts->isAbandoned)
         return;
     const ReplyEnding ending = endingOf(*reply, *facts);
     const int status = httpStatusOf(*reply);
-    recordOf(facts->requestId, Moment::Read, ending.error, status);
+    recordOf(reply->property(ReplyProperty::requestId).toInt(), Moment::Read, ending.error, status);
     if (ending.isRefused) {
-        process(reply, *facts, ending.error, QString());
+        process(reply, ending.error, QString());
         return;
     }
     const ReceivedReply received = receivedReply(ending.error, status, replyText(reply));
-    process(reply, *facts, received.error, received.text);
+    process(reply, received.error, received.text);
 }
 
 void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
@@ -327,18 +331,23 @@ void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
         qCCritical(logRest, "Empty pointer in NetworkHandler::onNetworkRequestTimedOut");
         return;
     }
-    const auto facts = factsOf(*reply);
-    if (!facts || !facts->isTimedOut)
+    if (reply->property(ReplyProperty::timedOut).toInt() == 0)
         return;
-    recordOf(facts->requestId, Moment::TimedOut);
+    recordOf(reply->property(ReplyProperty::requestId).toInt(), Moment::TimedOut);
     reply->abort();
-    process(reply, *facts, QNetworkReply::TimeoutError, QString());
+    process(reply, QNetworkReply::TimeoutError, QString());
 }
 
-void NetworkHandler::process(QNetworkReply* reply, const ReplyFacts& facts,
-                             QNetworkReply::NetworkError error, const QString& text)
+void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError error,
+                             const QString& text)
 {
-    HttpResponse response(error, text, facts.consumerKey, facts.requestId);
+    const QVariant type = reply->property(ReplyProperty::requestType);
+    const QVariant consumerKey = reply->property(ReplyProperty::consumerKey);
+    const QVariant requestId = reply->property(ReplyProperty::requestId);
+    if (!type.isValid() || !consumerKey.isValid() || !requestId.isValid())
+        return;
+
+    HttpResponse response(error, text, consumerKey.toString(), requestId.toInt());
     // What nothing is read of tells no time.
     if (!text.isEmpty() && cameInsideTls(*reply))
         response.setClockOf(TimeStampManager::serverOf(reply->url()));
@@ -348,20 +357,21 @@ void NetworkHandler::process(QNetworkReply* reply, const ReplyFacts& facts,
         response.setRetryAfter(reply->rawHeader("Retry-After"));
     reply->deleteLater();
     // A receiver may delete this object: nothing of it is used afterwards.
-    mProcessor.processResponseFromServer(facts.requestType, &response);
+    mProcessor.processResponseFromServer(type.toInt(), &response);
 }
 
 // Nothing of the request has left when this is called, and nothing leaves after it has been
 // aborted.
 void NetworkHandler::checkServer(QNetworkReply* reply)
 {
-    const auto facts = factsOf(*reply);
     if (isIssuedFor(reply->sslConfiguration().peerCertificate(), reply->url().host())) {
         // One that is only prepared is no request's.
-        if (facts && facts->requestId != -1)
-            recordOf(facts->requestId, Moment::Connected);
+        const QVariant requestId = reply->property(ReplyProperty::requestId);
+        if (requestId.isValid())
+            recordOf(requestId.toInt(), Moment::Connected);
         return;
     }
+    const auto facts = factsOf(*reply);
     if (facts)
         facts->isFromWrongServer = true;
     reply->abort();

@@ -84,8 +84,7 @@ private:
     void postWaiting();
     QNetworkReply* postNow(const WaitingRequest& request);
     void onWaitingTimedOut(WaitingRequest* request);
-    void process(QNetworkReply* reply, const ReplyFacts& facts, QNetworkReply::NetworkError error,
-                 const QString& text);
+    void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
 
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;

@@ -2,6 +2,7 @@
 #include "rest/transport/networkreplycontainer.h"
 
 #include "rest/transport/replyfacts.h"
+#include "rest/transport/replyproperties.h"
 
 #include <QTimerEvent>
 
@@ -51,9 +52,7 @@ void NetworkReplyContainer::timerEvent(QTimerEvent* event)
     // outlives a receiver that runs an event loop of its own.
     if (mReply->isFinished())
         return;
-    const auto facts = factsOf(*mReply);
-    if (facts)
-        facts->isTimedOut = true;
+    mReply->setProperty(ReplyProperty::timedOut, 1);
     Q_EMIT requestTimedOut(mReply);
 }
 

@@ -7,8 +7,7 @@
 
 namespace KelRestHandler {
 
-// An attribute of the request, which the network library hands on: a dynamic property of the reply
-// would send an event, and cost ten times as much to set and to read.
+// An attribute of the request, which the network library hands on.
 void attachFacts(QNetworkRequest& request, const std::shared_ptr<ReplyFacts>& facts)
 {
     request.setAttribute(QNetworkRequest::User, QVariant::fromValue(facts));

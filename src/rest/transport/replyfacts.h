@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QMetaType>
-#include <QString>
 
 #include <memory>
 
@@ -11,16 +10,9 @@ class QNetworkRequest;
 
 namespace KelRestHandler {
 
-/// What is known of a request besides its reply, which carries it: the only link between them.
+/// What has become of a request, which its reply carries along.
 struct ReplyFacts
 {
-    static constexpr int nobodysType = 0;
-
-    int requestType = nobodysType; ///< a NetRequestType; no answer follows to any other
-    int requestId = -1;
-    QString consumerKey;
-
-    bool isTimedOut = false; ///< and has been answered
     bool isOversized = false;
     bool isFromWrongServer = false; ///< its certificate is not for the host that was asked
     bool isAbandoned = false;       ///< nobody waits for the answer any more

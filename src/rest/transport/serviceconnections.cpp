@@ -4,6 +4,7 @@
 #include "rest/transport/firsthop.h"
 #include "rest/transport/onetimebody.h"
 #include "rest/transport/replyfacts.h"
+#include "rest/transport/replyproperties.h"
 
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -309,8 +310,8 @@ QNetworkReply* ServiceConnections::replyTo(int requestId) const
     for (const auto& line : mLines) {
         const auto replies = repliesOf(*line);
         for (QNetworkReply* const reply : replies) {
-            const auto facts = factsOf(*reply);
-            if (facts && facts->requestId == requestId)
+            const QVariant id = reply->property(ReplyProperty::requestId);
+            if (id.isValid() && id.toInt() == requestId)
                 return reply;
         }
     }

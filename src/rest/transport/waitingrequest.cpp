@@ -3,17 +3,16 @@
 
 #include "common/wipe.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/replyfacts.h"
 
 namespace KelRestHandler {
 
 WaitingRequest::WaitingRequest(const QNetworkRequest& message, const HttpRequest& request, int type)
-    : mMessage(message), mBody(request.getHttpBody().toUtf8()),
+    : mMessage(message), mBody(request.getHttpBody().toUtf8()), mType(type),
+      mRequestId(request.getRequestId()), mConsumerKey(request.getConsumerKey()),
       mGuardMilliseconds(NetworkReplyContainer::guardMilliseconds())
 {
-    mFacts->requestType = type;
-    mFacts->requestId = request.getRequestId();
-    mFacts->consumerKey = request.getConsumerKey();
-    attachFacts(mMessage, mFacts);
+    attachFacts(mMessage, std::make_shared<ReplyFacts>());
     mSinceMade.start();
 }
 

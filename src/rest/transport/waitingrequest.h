@@ -2,15 +2,12 @@
 #pragma once
 
 #include "rest/request/httprequest.h"
-#include "rest/transport/replyfacts.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QTimer>
-
-#include <memory>
 
 namespace KelRestHandler {
 
@@ -27,7 +24,9 @@ public:
 
     QNetworkRequest message() const { return mMessage; }
     QByteArray body() const { return mBody; }
-    const ReplyFacts& facts() const { return *mFacts; }
+    int type() const { return mType; }
+    int requestId() const { return mRequestId; }
+    QString consumerKey() const { return mConsumerKey; }
 
     /// What is left of the guard, at least 1.
     int millisecondsLeft() const;
@@ -43,7 +42,9 @@ private:
 
     QNetworkRequest mMessage;
     QByteArray mBody;
-    std::shared_ptr<ReplyFacts> mFacts = std::make_shared<ReplyFacts>();
+    int mType;
+    int mRequestId;
+    QString mConsumerKey;
     int mGuardMilliseconds;
     QElapsedTimer mSinceMade;
     QTimer* mTimer = nullptr; // a child, so that it comes along to another thread
