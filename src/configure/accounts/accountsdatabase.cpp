@@ -14,7 +14,7 @@
 #include <memory>
 #include <utility>
 
-#include <glib.h>
+#include <gio/gio.h>
 
 namespace KelAccount {
 
@@ -107,10 +107,23 @@ private:
     QTimer mGlib;
 };
 
+// The framework tells others of what it writes over GLib's connection to the session bus, which the
+// process has one of, and which ends the process with the bus, as is good for a program of a
+// session but is not a library's to decide.
+void outliveBus()
+{
+    GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+    if (!bus)
+        return;
+    g_dbus_connection_set_exit_on_close(bus, FALSE);
+    g_object_unref(bus);
+}
+
 // Null when the database cannot be opened.
 Accounts::Manager* openForWriting(QObject* owner)
 {
     auto manager = std::make_unique<Accounts::Manager>(owner);
+    outliveBus();
     // Without a database the framework hands out accounts that are good for nothing.
     if (manager->lastError().type() == Accounts::Error::NoError)
         return manager.release();
