@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int width = 760;
-constexpr int nameWidth = 330;
+constexpr int width = 810;
+constexpr int nameWidth = 380;
 constexpr int lineHeight = 26;
 constexpr int barHeight = 9;
 constexpr int top = 34;

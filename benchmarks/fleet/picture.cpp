@@ -10,9 +10,9 @@ namespace fleet {
 
 namespace {
 
-constexpr int width = 860;
+constexpr int width = 880;
 constexpr int left = 70;
-constexpr int right = 20;
+constexpr int right = 40;
 constexpr int panelHeight = 210;
 constexpr int top = 34; ///< of a panel, for its title
 constexpr int plotHeight = 140;
