@@ -130,7 +130,7 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, bool p
 {
     if (!pictures)
         return std::make_unique<QCoreApplication>(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QPA_PLATFORM", "minimal"); // "offscreen" never lets go of its screen
     return std::make_unique<QGuiApplication>(argc, argv);
 }
 
