@@ -93,11 +93,12 @@ private Q_SLOTS:
             "</profileQueryResponse>"_s);
         row("a document type and an error",
             "<!DOCTYPE a><errorResponse><errorCode>accountLocked</errorCode></errorResponse>"_s);
-        QTest::newRow("too deep") << "<a>"_s.repeated(300) + "</a>"_s.repeated(300);
+        const QString deep = "<a>"_s.repeated(300) + "</a>"_s.repeated(300);
+        QTest::newRow("too deep") << xmlElement("profileQueryResponse"_s, deep);
         for (const QString& before :
              {"<!-- > -->"_s, "<![CDATA[<>]]>"_s, "<?a >?>"_s, "<b c='>'/>"_s})
             QTest::newRow(qPrintable(before + " and too deep"_s))
-                << "<a>"_s + before + "<a>"_s.repeated(300) + "</a>"_s.repeated(301);
+                << xmlElement("profileQueryResponse"_s, before + deep);
         QTest::newRow("an unknown root") << "<html><body>none</body></html>"_s;
     }
     void aReaderLeavesEverythingForANullNode()
