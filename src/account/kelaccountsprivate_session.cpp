@@ -77,10 +77,14 @@ void KelAccountsPrivate::userIdUpdate(const QString& userId)
 
 void KelAccountsPrivate::ensureTokenAvailable(unsigned int credentialsId)
 {
-    const bool isOurs = credentialsId == 0 || mSetUp->hasReturned(credentialsId) ||
-                        credentialsId == mAuthSessionInterface->retrieveActiveAccountCredId();
     const OpenCall call = newCall(ResponseEnsureTokenAvailable);
-    if (!isRefused(call, sessionRefusal(isOurs)))
+    // Whose they are stands in the accounts database, which only a call that may go on looks into.
+    const auto isOurs = [&] {
+        return credentialsId == 0 || mSetUp->hasReturned(credentialsId) ||
+               credentialsId == mAuthSessionInterface->retrieveActiveAccountCredId();
+    };
+    if (!isRefused(call, sessionRefusal()) &&
+        !isRefused(call, isOurs() ? ErrorNone : ErrorInvalidParameter))
         mPlugin.ask(call, credentialsId ? credentialsId : mSetUp->sessionCredentials(),
                     &Session::ensureToken);
 }
