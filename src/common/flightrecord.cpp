@@ -48,12 +48,6 @@ std::uint32_t lowerOf(std::uint64_t both)
     return static_cast<std::uint32_t>(both);
 }
 
-qint64 now()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 /// What stands in the place of the event with that number, unless it is gone.
 bool read(std::uint64_t number, Recorded& into)
 {
@@ -74,6 +68,12 @@ bool read(std::uint64_t number, Recorded& into)
 }
 
 } // namespace
+
+qint64 now()
+{
+    using namespace std::chrono;
+    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
+}
 
 void record(const Event& event)
 {

@@ -52,8 +52,11 @@ struct Event
 struct Recorded
 {
     Event event;
-    qint64 nanoseconds; ///< of std::chrono::steady_clock
+    qint64 nanoseconds; ///< as now() counts them
 };
+
+/// In nanoseconds, by a clock that nobody sets.
+qint64 now();
 
 /// How many are kept; older ones are overwritten. About 200 calls of the service.
 constexpr std::size_t capacity = 2048;

@@ -8,7 +8,7 @@ namespace KelAccount {
 QByteArray flightRecording(RecordingFormat format)
 {
     const std::vector<RecordedCall> calls = recordedCalls(FlightRecord::kept());
-    const qint64 now = steadyClock();
+    const qint64 now = FlightRecord::now();
     return format == RecordingFormat::Har ? harOf(calls, now) : traceOf(calls, now);
 }
 

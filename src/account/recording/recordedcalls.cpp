@@ -6,7 +6,6 @@
 #include <QNetworkReply>
 
 #include <algorithm>
-#include <chrono>
 #include <unordered_map>
 
 namespace KelAccount {
@@ -143,16 +142,10 @@ double milliseconds(qint64 nanoseconds)
     return static_cast<double>(nanoseconds) / nanosecondsOfOne;
 }
 
-qint64 steadyClock()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 qint64 wallClock(qint64 nanoseconds)
 {
     return QDateTime::currentMSecsSinceEpoch() -
-           static_cast<qint64>(milliseconds(steadyClock() - nanoseconds));
+           static_cast<qint64>(milliseconds(FlightRecord::now() - nanoseconds));
 }
 
 } // namespace KelAccount

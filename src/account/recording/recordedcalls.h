@@ -54,7 +54,5 @@ double milliseconds(qint64 nanoseconds);
 
 /// In milliseconds since 1970, by the clock of the system as it goes now.
 qint64 wallClock(qint64 nanoseconds);
-/// By the same clock as what is recorded.
-qint64 steadyClock();
 
 } // namespace KelAccount

@@ -122,13 +122,13 @@ void write()
     do {
         served = wanted.load();
         writeAll(target().descriptor, flightRecording(target().format));
-        lastWritten = steadyClock();
+        lastWritten = FlightRecord::now();
     } while (!wanted.compare_exchange_strong(served, 0));
 }
 
 void writeAfterFailure()
 {
-    if (target().descriptor != -1 && steadyClock() - lastWritten > pauseAfterFailure)
+    if (target().descriptor != -1 && FlightRecord::now() - lastWritten > pauseAfterFailure)
         write();
 }
 
