@@ -4,6 +4,7 @@
 #include "account/fakeresthandler.h"
 #include "configure/kelconfigure.h"
 #include "platform/fakemodem.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 
 #include <Accounts/Account>
@@ -22,7 +23,7 @@ bool AccountFixture::reset()
     FakeRestHandler::reset();
     mTagServer.reset(); // before the next takes its name
     mTagServer = std::make_unique<ThreadTagServer>("\x01tag"_ba);
-    if (!mSandbox.startDaemon() || !removeDeviceAccounts())
+    if (!mSandbox.startDaemon() || !KelTest::removeAllAccounts())
         return false;
     mNewestBefore = storeIdentity();
     mSandbox.script(succeeding());
@@ -70,19 +71,6 @@ bool AccountFixture::createDeviceAccount(quint32 credentials, bool enabled)
     account->setEnabled(enabled);
     account->setValue("CredentialsId"_s, static_cast<int>(credentials));
     return account->syncAndBlock();
-}
-
-bool AccountFixture::removeDeviceAccounts()
-{
-    Accounts::Manager manager;
-    bool removed = true;
-    const Accounts::AccountIdList ids = manager.accountList();
-    for (const Accounts::AccountId id : ids) {
-        Accounts::Account* const account = manager.account(id);
-        account->remove();
-        removed = account->syncAndBlock() && removed;
-    }
-    return removed;
 }
 
 bool AccountFixture::answersOnce(int count, int timeoutMs) const

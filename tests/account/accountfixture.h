@@ -37,7 +37,6 @@ protected:
     quint32 storeIdentity();
     /// An account that somebody made before. False on failure.
     static bool createDeviceAccount(quint32 credentials, bool enabled = true);
-    static bool removeDeviceAccounts();
 
     QStringList lines() const { return mRecorder->lines(); }
     /// True when exactly so many came and, after a while, no more.

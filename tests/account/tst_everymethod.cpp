@@ -7,6 +7,7 @@
 #include "account/kelaccountsprivate.h"
 #include "rest/request/serviceaddress.h"
 #include "signon/kelauthsessioninterface.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/rows.h"
 #include "support/scriptedserver.h"
@@ -153,7 +154,7 @@ private Q_SLOTS:
     void cleanup()
     {
         endFacade();
-        QVERIFY(deviceAccounts().isEmpty() || removeDeviceAccounts());
+        QVERIFY(deviceAccounts().isEmpty() || KelTest::removeAllAccounts());
     }
 
     void everyMethodHasASignalAndEverySignalAMethod()

@@ -9,6 +9,7 @@
 #include "configure/kelconfigure.h"
 #include "platform/fakemodem.h"
 #include "signon/kelauthsessioninterface.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
 
@@ -354,7 +355,7 @@ private:
             if (text.startsWith("none"_s))
                 return true;
             return text == "gone"_s
-                       ? removeDeviceAccounts()
+                       ? KelTest::removeAllAccounts()
                        : createDeviceAccount(text.section(QLatin1Char(' '), 1).toUInt(),
                                              text.startsWith("enabled"_s));
         });

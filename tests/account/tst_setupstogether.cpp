@@ -4,6 +4,7 @@
 #include "account/accountfixture.h"
 #include "configure/accountslock.h"
 #include "configure/kelconfigure.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 
 #include <SignOn/Identity>
@@ -129,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(succeeds(facadecalls::setUps()[0]));
         const quint32 old = identities().at(0);
         // As the device's settings do when the user removes the account and signs in again.
-        QVERIFY(removeDeviceAccounts());
+        QVERIFY(KelTest::removeAllAccounts());
         QVERIFY(removeIdentity(old));
         QVERIFY(isGoneFor(0));
         const quint32 anew = storeIdentity();

@@ -3,11 +3,9 @@
 // framework's databases keep them. The README there says how they are written.
 #include "configure/kelconfigure.h"
 #include "configuresession.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
-
-#include <Accounts/Account>
-#include <Accounts/Manager>
 
 #include <SignOn/Identity>
 
@@ -55,13 +53,7 @@ private Q_SLOTS:
     void init()
     {
         QVERIFY(mSandbox.startDaemon());
-        Accounts::Manager manager;
-        const Accounts::AccountIdList ids = manager.accountList();
-        for (const Accounts::AccountId id : ids) {
-            Accounts::Account* const account = manager.account(id);
-            account->remove();
-            QVERIFY(account->syncAndBlock());
-        }
+        QVERIFY(KelTest::removeAllAccounts());
         mValues = {{"service"_s, ownSync()}};
         QVERIFY(makeObject());
         QVERIFY(store("earlier"_s)); // so that the database is there

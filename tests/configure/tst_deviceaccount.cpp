@@ -3,6 +3,7 @@
 #include "configure/kelconfigure.h"
 #include "configure/kelconfigureaccount.h"
 #include "configuresession.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/sessionsandbox.h"
@@ -37,13 +38,7 @@ private Q_SLOTS:
     void init()
     {
         mConfigure = std::make_unique<KelConfigure>();
-        Accounts::Manager manager;
-        const Accounts::AccountIdList ids = manager.accountList();
-        for (const Accounts::AccountId id : ids) {
-            Accounts::Account* const account = manager.account(id);
-            account->remove();
-            QVERIFY(account->syncAndBlock());
-        }
+        QVERIFY(KelTest::removeAllAccounts());
     }
 
     void theFrameworkKnowsProviderAndService()

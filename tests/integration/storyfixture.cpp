@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "integration/storyfixture.h"
 
+#include "support/allaccounts.h"
 #include "support/daemoncontrol.h"
 #include "support/literals.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 
-#include <Accounts/Account>
-#include <Accounts/Manager>
 #include <SignOn/Identity>
 
 #include <QFile>
@@ -135,15 +134,7 @@ QString StoryFixture::leftOnTheDevice()
 
 bool StoryFixture::cleanDevice()
 {
-    {
-        Accounts::Manager manager;
-        const Accounts::AccountIdList ids = manager.accountList();
-        for (const Accounts::AccountId id : ids) {
-            Accounts::Account* const account = manager.account(id);
-            account->remove();
-            account->syncAndBlock();
-        }
-    }
+    KelTest::removeAllAccounts();
     if (!identities().isEmpty() && !DaemonControl::start())
         return false;
     // What is sent before the sign-on library has seen an ended daemon is lost.

@@ -3,6 +3,7 @@
 #include "matrix/breakages.h"
 #include "matrix/sessionprocesses.h"
 #include "matrix/state.h"
+#include "support/allaccounts.h"
 #include "support/daemoncontrol.h"
 #include "support/literals.h"
 #include "support/sqlitechange.h"
@@ -171,13 +172,7 @@ public:
         if (mMet > 0)
             return;
         ++mMet;
-        Accounts::Manager manager;
-        const Accounts::AccountIdList ids = manager.accountList();
-        for (const Accounts::AccountId id : ids) {
-            Accounts::Account* const account = manager.account(id);
-            account->remove();
-            account->syncAndBlock();
-        }
+        KelTest::removeAllAccounts();
     }
     int met() const override { return mMet; }
 

@@ -2,13 +2,12 @@
 #include "matrix/device.h"
 
 #include "matrix/sessionprocesses.h"
+#include "support/allaccounts.h"
 #include "support/daemoncontrol.h"
 #include "support/literals.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitereader.h"
 
-#include <Accounts/Account>
-#include <Accounts/Manager>
 #include <SignOn/Identity>
 
 #include <memory>
@@ -47,15 +46,7 @@ void removeIdentity(quint32 number)
 
 bool clean()
 {
-    {
-        Accounts::Manager manager;
-        const Accounts::AccountIdList ids = manager.accountList();
-        for (const Accounts::AccountId id : ids) {
-            Accounts::Account* const account = manager.account(id);
-            account->remove();
-            account->syncAndBlock();
-        }
-    }
+    KelTest::removeAllAccounts();
     if (!identities().isEmpty() && !DaemonControl::start()) {
         qWarning("the daemon does not start");
         return false;

@@ -2,6 +2,7 @@
 // Runs scenarios of data/, each a row: a session with the real daemon and a plugin that does as it
 // is told. The README there says how they are written.
 #include "signonfixture.h"
+#include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
 
@@ -27,17 +28,6 @@ bool createAccount(const QString& provider, bool enabled, unsigned credentials)
     account->setEnabled(enabled);
     account->setValue("CredentialsId"_s, static_cast<int>(credentials));
     return account->syncAndBlock();
-}
-
-void removeAccounts()
-{
-    Accounts::Manager manager;
-    const Accounts::AccountIdList ids = manager.accountList();
-    for (const Accounts::AccountId id : ids) {
-        Accounts::Account* const account = manager.account(id);
-        account->remove();
-        account->syncAndBlock();
-    }
 }
 
 } // namespace
@@ -71,7 +61,7 @@ private Q_SLOTS:
     void cleanup()
     {
         mInterface.reset();
-        removeAccounts();
+        KelTest::removeAllAccounts();
     }
 
     void everyScenario_data() { scenarioRows(); }
