@@ -2,6 +2,7 @@
 #include "client/clientprivate.h"
 
 #include "client/clients.h"
+#include "common/wantedlanguage.h"
 
 #include <QTimer>
 
@@ -11,6 +12,8 @@ ClientPrivate::ClientPrivate()
     : mBell([this] { deliver(); }), mThread(std::make_unique<ClientThread>(mHandOver))
 {
     Clients::add(this);
+    // The client's thread will want the texts of failures, while the application asks for others.
+    settleSystemLanguages();
     mHandOver->setApplicationsBell(&mBell);
     mThread->start();
 }
