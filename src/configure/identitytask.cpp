@@ -6,6 +6,8 @@
 
 #include <SignOn/Identity>
 
+#include <utility>
+
 namespace KelAccount {
 
 namespace {
@@ -120,10 +122,12 @@ void IdentityTask::processError(const SignOn::Error& error)
         finish(None);
         return;
     }
-    qCWarning(logConfigure, "%s: sign-on error %d",
-              mKind == Remove ? "The stored credentials were not removed"
-                              : "The sign-on daemon does not do what it is asked",
-              error.type());
+    // A store that is broken says so ten times a second.
+    if (std::exchange(mLastError, error.type()) != error.type())
+        qCWarning(logConfigure, "%s: sign-on error %d",
+                  mKind == Remove ? "The stored credentials were not removed"
+                                  : "The sign-on daemon does not do what it is asked",
+                  error.type());
     tryAgain();
 }
 

@@ -62,6 +62,7 @@ private:
     unsigned int mCredentialsId;
     QPointer<SignOn::Identity> mIdentity; // of the attempt under way
     int mFailedStarts = 0;
+    int mLastError = 0; // of those that have been logged
     QTimer mPatience;
     QTimer mRetry;
 };

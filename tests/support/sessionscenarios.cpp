@@ -75,6 +75,9 @@ void SessionScenarios::addWordsForProcesses()
         return all.contains(line) || (line.endsWith(QLatin1Char('*')) &&
                                       all.join(QLatin1Char('\n')).contains(line.chopped(1)));
     });
+    word("logged-once", [this](const QString& text) {
+        return mLog->all().join(QLatin1Char('\n')).count(text) == 1;
+    });
     word("log", [this](const QString& all) {
         const QString logged = mLog->all().join(QLatin1Char('\n'));
         mLog.emplace();
@@ -86,6 +89,9 @@ void SessionScenarios::addWordsForStores()
 {
     word("credentials",
          [this](const QString& what) { return setCredentialsReadable(what == "readable"_s); });
+    word("secrets", [this](const QString& statement) {
+        return sqliteChange(mSession.session().path("credentials/signon-secrets.db"_s), statement);
+    });
     word("accounts", [this](const QString& what) { return changeAccounts(what); });
     word("in", [this](const QString& text) {
         const QString store = text.section(QLatin1Char(' '), 0, 0);
