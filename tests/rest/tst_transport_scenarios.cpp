@@ -306,9 +306,10 @@ private:
             return "there is none"_s;
         if (first == "demands"_s)
             mService->proxy->demand(other.toLatin1());
-        else if (first == "hangs"_s || first == "works"_s)
+        else if (first == "hangs"_s || first == "closes"_s || first == "works"_s) {
             mService->proxy->hang(first == "hangs"_s);
-        else if (first == "refuses"_s)
+            mService->proxy->hangUp(first == "closes"_s);
+        } else if (first == "refuses"_s)
             mService->proxy->refuseWith(bytesOf(other));
         else
             mService->useProxyAs(first, other);

@@ -29,6 +29,10 @@ void TunnelProxy::onConnection()
             ++mAsked;
             if (mHangs)
                 return;
+            if (mHangsUp) {
+                client->disconnectFromHost();
+                return;
+            }
             if (!mDemanded.isEmpty() &&
                 !request.contains("\r\nProxy-Authorization: " + mDemanded + "\r\n")) {
                 client->write("HTTP/1.1 407 Who are you\r\nProxy-Authenticate: Basic "

@@ -20,6 +20,8 @@ public:
     int asked() const { return mAsked; }
     /// Says nothing to whoever asks from now on.
     void hang(bool hangs) { mHangs = hangs; }
+    /// Closes the connection of whoever asks from now on, without a word.
+    void hangUp(bool hangsUp) { mHangsUp = hangsUp; }
     /// Opens tunnels only for this "Proxy-Authorization:".
     void demand(const QByteArray& authorization) { mDemanded = authorization; }
     /// Answers every CONNECT with these bytes instead of a tunnel, and closes.
@@ -35,5 +37,6 @@ private:
     int mTunnels = 0;
     int mAsked = 0;
     bool mHangs = false;
+    bool mHangsUp = false;
     QTcpServer mServer;
 };

@@ -17,7 +17,9 @@ FirstHop firstHopTo(const QUrl& address)
 {
     const auto proxies = QNetworkProxyFactory::proxyForQuery(QNetworkProxyQuery(address));
     if (!proxies.isEmpty() && !proxies.first().hostName().isEmpty())
-        return {proxies.first().hostName(), proxies.first().port()};
+        return {proxies.first().hostName(), proxies.first().port(),
+                proxies.first().type() == QNetworkProxy::HttpProxy &&
+                    address.scheme().endsWith(QLatin1String("https"))};
     return {address.host(), portOf(address)};
 }
 

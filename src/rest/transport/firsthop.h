@@ -11,6 +11,7 @@ struct FirstHop
 {
     QString host;
     quint16 port;
+    bool isTunnel = false; ///< it is a proxy that is asked for one
 };
 
 /// The address's port, or the one that its scheme stands for.

@@ -6,12 +6,23 @@
 
 #include <QTimerEvent>
 
+#include <algorithm>
 #include <atomic>
 
 namespace KelRestHandler {
 
 namespace {
+
 std::atomic<int> guardTime{60000};
+
+// To the network library a line without a colon and the next are one, with a name of both.
+bool isTorn(const QNetworkReply& reply)
+{
+    const auto& headers = reply.rawHeaderPairs();
+    return std::any_of(headers.cbegin(), headers.cend(),
+                       [](const auto& header) { return header.first.contains('\n'); });
+}
+
 } // namespace
 
 NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
@@ -22,6 +33,7 @@ NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
 NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply, int milliseconds)
     : QObject(reply), mReply(reply), mGuardMilliseconds(milliseconds)
 {
+    connect(reply, &QNetworkReply::metaDataChanged, this, &NetworkReplyContainer::endTornReply);
     connect(reply, &QNetworkReply::metaDataChanged, this,
             &NetworkReplyContainer::endOversizedReply);
     connect(reply, &QNetworkReply::readyRead, this, &NetworkReplyContainer::endOversizedReply);
@@ -54,6 +66,19 @@ void NetworkReplyContainer::timerEvent(QTimerEvent* event)
         return;
     mReply->setProperty(ReplyProperty::timedOut, 1);
     Q_EMIT requestTimedOut(mReply);
+}
+
+// If the length was lost so, the reply would last for as long as its connection.
+void NetworkReplyContainer::endTornReply()
+{
+    const bool hasEnd =
+        mReply->hasRawHeader("Content-Length") || mReply->hasRawHeader("Transfer-Encoding");
+    if (hasEnd || mReply->isFinished() || !isTorn(*mReply))
+        return;
+    const auto facts = factsOf(*mReply);
+    if (facts)
+        facts->isTorn = true;
+    mReply->abort();
 }
 
 void NetworkReplyContainer::endOversizedReply()

@@ -8,7 +8,8 @@
 namespace KelRestHandler {
 
 /// Guards one reply: reports when no answer came in time, never before it, and ends a reply that
-/// grows past all measure. It is a child of the reply and dies with it.
+/// grows past all measure or has no end that could be waited for. It is a child of the reply and
+/// dies with it.
 class NetworkReplyContainer : public QObject
 {
     Q_OBJECT
@@ -32,6 +33,7 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
+    void endTornReply();
     void endOversizedReply();
 
     QNetworkReply* mReply;

@@ -43,8 +43,9 @@ bool isStream(int descriptor)
            type == SOCK_STREAM;
 }
 
-// TCP_ESTABLISHED: the header that has it excludes the one with the structure.
+// TCP_ESTABLISHED and TCP_SYN_SENT: the header that has them excludes the one with the structure.
 constexpr int established = 1;
+constexpr int synSent = 2;
 
 bool readInfo(int descriptor, tcp_info& info, socklen_t& length)
 {
@@ -52,24 +53,50 @@ bool readInfo(int descriptor, tcp_info& info, socklen_t& length)
     return ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &length) == 0;
 }
 
+/// False when they cannot be seen.
+template <class Look>
+bool forEachDescriptor(const Look& look)
+{
+    // opendir(3) opens close-on-exec.
+    const std::unique_ptr<DIR, CloseFolder> descriptors(::opendir("/proc/self/fd"));
+    if (!descriptors)
+        return false;
+    while (const dirent* entry = ::readdir(descriptors.get())) {
+        char* end = nullptr;
+        const auto descriptor = static_cast<int>(std::strtol(entry->d_name, &end, 10));
+        if (end != entry->d_name)
+            look(descriptor);
+    }
+    return true;
+}
+
 } // namespace
 
 std::vector<ConnectedSocket> connectedSockets(quint16 peerPort)
 {
     std::vector<ConnectedSocket> sockets;
-    // opendir(3) opens close-on-exec.
-    const std::unique_ptr<DIR, CloseFolder> descriptors(::opendir("/proc/self/fd"));
-    if (!descriptors)
-        return sockets;
-    while (const dirent* entry = ::readdir(descriptors.get())) {
-        char* end = nullptr;
-        const auto descriptor = static_cast<int>(std::strtol(entry->d_name, &end, 10));
+    forEachDescriptor([&](int descriptor) {
         struct stat status = {};
-        if (end != entry->d_name && hasPeerPort(descriptor, peerPort) && isStream(descriptor) &&
+        if (hasPeerPort(descriptor, peerPort) && isStream(descriptor) &&
             ::fstat(descriptor, &status) == 0)
             sockets.push_back({descriptor, status.st_ino});
-    }
+    });
     return sockets;
+}
+
+bool mayBeConnected(quint16 peerPort, const QSet<quint64>& others)
+{
+    bool mayBe = false;
+    const bool isTold = forEachDescriptor([&](int descriptor) {
+        struct stat status = {};
+        tcp_info info = {};
+        socklen_t length = 0;
+        if (hasPeerPort(descriptor, peerPort))
+            mayBe |= ::fstat(descriptor, &status) != 0 || !others.contains(status.st_ino);
+        else
+            mayBe |= readInfo(descriptor, info, length) && info.tcpi_state == synSent;
+    });
+    return mayBe || !isTold;
 }
 
 quint64 bytesReceived(int descriptor)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QSet>
 #include <QtGlobal>
 
 #include <vector>
@@ -16,6 +17,10 @@ struct ConnectedSocket
 
 /// Every connected TCP socket of this process whose peer has this port.
 std::vector<ConnectedSocket> connectedSockets(quint16 peerPort);
+
+/// Whether this process has a connection to that port besides those that are named, or is making
+/// one to anywhere; also where the kernel does not tell.
+bool mayBeConnected(quint16 peerPort, const QSet<quint64>& others);
 
 /// What has arrived at the socket since it was made; 0 where the kernel does not tell.
 quint64 bytesReceived(int descriptor);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/receivewatch.h"
 
-#include "rest/transport/firsthop.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/proxywatch.h"
 #include "rest/transport/replyfacts.h"
 
 #include <QTimerEvent>
@@ -44,9 +44,9 @@ ReceiveWatch::Before ReceiveWatch::before(const QUrl& address, KnownSockets& kno
     known.erase(std::remove_if(known.begin(), known.end(),
                                [](const auto& socket) { return !isStillOpen(socket); }),
                 known.end());
-    Before before{firstHopTo(address).port, known.empty() || isLikelyToReconnect, {}, {}};
+    Before before{firstHopTo(address), known.empty() || isLikelyToReconnect, {}, {}};
     if (before.isSearching) {
-        for (const ConnectedSocket& socket : connectedSockets(before.port))
+        for (const ConnectedSocket& socket : connectedSockets(before.hop.port))
             before.ofOthers.insert(socket.identity);
     }
     for (const ConnectedSocket& socket : known) {
@@ -59,19 +59,22 @@ ReceiveWatch::Before ReceiveWatch::before(const QUrl& address, KnownSockets& kno
 ReceiveWatch::ReceiveWatch(QNetworkReply* reply, std::shared_ptr<KnownSockets> known, Before before)
     : QObject(reply), mReply(reply), mKnown(std::move(known)), mBefore(std::move(before))
 {
-    ++awaited()[mBefore.port];
+    ++awaited()[mBefore.hop.port];
     connect(reply, &QNetworkReply::encrypted, this, [this] {
         mBefore.isSearching = true;
         look();
     });
     connect(reply, &QNetworkReply::finished, this, &ReceiveWatch::onFinished);
+    // Whose connection stands has its tunnel.
+    if (mBefore.isSearching && mBefore.hop.isTunnel)
+        new ProxyWatch(reply, mBefore.hop, mBefore.ofOthers); // the reply's child
     startTimer(lookMilliseconds);
 }
 
 ReceiveWatch::~ReceiveWatch()
 {
-    if (--awaited()[mBefore.port] == 0)
-        awaited().remove(mBefore.port);
+    if (--awaited()[mBefore.hop.port] == 0)
+        awaited().remove(mBefore.hop.port);
 }
 
 void ReceiveWatch::timerEvent(QTimerEvent* event)
@@ -86,7 +89,7 @@ void ReceiveWatch::search()
 {
     if (!mBefore.isSearching)
         return;
-    *mKnown = connectedSockets(mBefore.port);
+    *mKnown = connectedSockets(mBefore.hop.port);
     mKnown->erase(std::remove_if(mKnown->begin(), mKnown->end(),
                                  [this](const auto& socket) {
                                      return mBefore.ofOthers.contains(socket.identity);
@@ -115,7 +118,7 @@ int ReceiveWatch::strangers() const
         return before == mBefore.received.end() || bytesReceived(socket.descriptor) > *before;
     };
     const auto count = std::count_if(mKnown->begin(), mKnown->end(), counts);
-    return qMax(0, static_cast<int>(count) - awaited().value(mBefore.port));
+    return qMax(0, static_cast<int>(count) - awaited().value(mBefore.hop.port));
 }
 
 void ReceiveWatch::look()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "rest/transport/firsthop.h"
 #include "rest/transport/receivedbytes.h"
 
 #include <QHash>
@@ -35,7 +36,7 @@ public:
     /// there.
     struct Before
     {
-        quint16 port;
+        FirstHop hop;
         bool isSearching;
         QHash<quint64, quint64> received; ///< by the socket's identity
         QSet<quint64> ofOthers;

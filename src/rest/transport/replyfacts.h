@@ -16,6 +16,8 @@ struct ReplyFacts
     bool isOversized = false;
     bool isFromWrongServer = false; ///< its certificate is not for the host that was asked
     bool isAbandoned = false;       ///< nobody waits for the answer any more
+    bool isProxyGone = false;       ///< which has hung up before there was a tunnel
+    bool isTorn = false;            ///< its head has a line that is none, and so no known end
 };
 
 /// To be called before the request is posted.

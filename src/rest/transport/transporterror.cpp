@@ -35,6 +35,11 @@ ReplyEnding endingOf(const QNetworkReply& reply, const ReplyFacts& facts)
         return {QNetworkReply::SslHandshakeFailedError, true};
     if (facts.isOversized || isEncoded(reply))
         return {QNetworkReply::ProtocolFailure, true};
+    if (facts.isProxyGone)
+        return {QNetworkReply::ProxyConnectionClosedError, true};
+    // As whatever else is no HTTP.
+    if (facts.isTorn)
+        return {QNetworkReply::RemoteHostClosedError, true};
     const QNetworkReply::NetworkError error = reply.error();
     return {error == QNetworkReply::ContentReSendError ? withoutSendingAgain(reply) : error, false};
 }
