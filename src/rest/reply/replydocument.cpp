@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/reply/replydocument.h"
 
+#include "rest/reply/plaindocument.h"
+
 #include <algorithm>
 
 namespace KelRestHandler {
@@ -159,7 +161,9 @@ bool isWithinReplyBounds(QStringView xml)
 
 QDomDocument loadReply(const QString& xml)
 {
-    QDomDocument document;
+    QDomDocument document = plainDocument(xml);
+    if (!document.isNull())
+        return document;
     // Of a malformed text QDomDocument would keep what it had read before the mistake; a cut reply
     // must not pass for a whole one.
     if (!isWithinReplyBounds(xml) || !document.setContent(xml))
