@@ -23,7 +23,7 @@ bool AccountFixture::reset()
     FakeRestHandler::reset();
     mTagServer.reset(); // before the next takes its name
     mTagServer = std::make_unique<ThreadTagServer>("\x01tag"_ba);
-    if (!mSandbox.startDaemon() || !KelTest::removeAllAccounts())
+    if (!mSandbox.startDaemon() || !mSandbox.quickenDaemon() || !KelTest::removeAllAccounts())
         return false;
     mNewestBefore = storeIdentity();
     mSandbox.script(succeeding());

@@ -2,6 +2,7 @@
 #include "support/sessionsandbox.h"
 
 #include "support/literals.h"
+#include "support/sqlitechange.h"
 #include "support/sqlitereader.h"
 
 #include <QCoreApplication>
@@ -109,6 +110,12 @@ pid_t SessionSandbox::pluginProcessId() const
 void SessionSandbox::setDaemonInstalled(bool installed) const
 {
     DaemonControl::setInstalled(mSession.path(), installed);
+}
+
+bool SessionSandbox::quickenDaemon() const
+{
+    return sqliteChange(mSession.path("credentials/signon.db"_s),
+                        "CREATE INDEX IF NOT EXISTS quicker ON ACL (identity_id)"_s);
 }
 
 QList<QVariantList> SessionSandbox::credentials(const QString& query) const

@@ -52,6 +52,9 @@ public:
     pid_t pluginProcessId() const; ///< of the last request
     static bool killDaemon() { return DaemonControl::kill(); }
     static bool startDaemon() { return DaemonControl::start(); }
+    /// Gives its database an index. It reads all that every identity may do for each that it is
+    /// asked about, which takes more than all the rest where a test leaves dozens of them.
+    bool quickenDaemon() const;
     /// Whether the bus can start the daemon from now on.
     void setDaemonInstalled(bool installed) const;
 
