@@ -4,6 +4,7 @@
 #include "support/literals.h"
 
 #include <QFile>
+#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -23,31 +24,34 @@ const QVector<Row>& allRows()
     return all;
 }
 
-const Row* rowOf(const Cell& cell)
+/// Where each stands among its like: thousands of cells ask.
+template <class All, class Name>
+QHash<QString, int> numbered(const All& all, Name name)
 {
-    for (const Row& row : allRows()) {
-        if (row.title() == cell.row())
-            return &row;
-    }
-    return nullptr;
+    QHash<QString, int> numbers;
+    for (const auto& one : all)
+        numbers.insert(name(one), numbers.size());
+    return numbers;
 }
 
 int rowNumber(const Cell& cell)
 {
-    for (int i = 0; i < allRows().size(); ++i) {
-        if (allRows().at(i).title() == cell.row())
-            return i;
-    }
-    return -1;
+    static const QHash<QString, int> numbers =
+        numbered(allRows(), [](const Row& row) { return row.title(); });
+    return numbers.value(cell.row(), -1);
+}
+
+const Row* rowOf(const Cell& cell)
+{
+    const int number = rowNumber(cell);
+    return number < 0 ? nullptr : &allRows().at(number);
 }
 
 int faultNumber(const QString& name)
 {
-    for (size_t i = 0; i < faults().size(); ++i) {
-        if (QString::fromStdString(faults()[i].name) == name)
-            return static_cast<int>(i);
-    }
-    return -1;
+    static const QHash<QString, int> numbers =
+        numbered(faults(), [](const Fault& fault) { return QString::fromStdString(fault.name); });
+    return numbers.value(name, -1);
 }
 
 bool isSuccess(const QString& status)
