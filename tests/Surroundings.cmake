@@ -4,7 +4,8 @@
 # run when that is asked for: ctest -C surroundings -L surroundings
 # "together" is part of every run: most surroundings at once, for the tests that are quick. The configuration
 # "ci" has it for all, and of the others those in which something else can differ (docs/testing.md).
-# What is labelled "anywhere" touches neither text nor numbers, times or an order: only "surroundings" has it.
+# What is labelled "anywhere" touches neither text nor numbers, times or an order: only "surroundings" has it. What is
+# "thorough" is in none for a developer, and of what is "short" there is the whole test.
 set(KELACCOUNT_SURROUNDED_LABELS rest account signon story)
 set(KELACCOUNT_SURROUNDED_QUICKLY_LABELS rest quick)
 set(KELACCOUNT_CI_SURROUNDINGS_rest apart ar_EG nolocale)
@@ -73,7 +74,7 @@ function(kelaccount_surround_tests)
     get_property(labels TEST ${name} PROPERTY LABELS)
     set(surrounded ${labels})
     list(REMOVE_ITEM surrounded ${KELACCOUNT_SURROUNDED_LABELS})
-    if(surrounded STREQUAL "${labels}")
+    if(surrounded STREQUAL "${labels}" OR short IN_LIST labels)
       continue()
     endif()
     if(NOT name IN_LIST runs)
@@ -101,7 +102,7 @@ function(kelaccount_surround_tests)
     endif()
     set(slow ${labels})
     list(REMOVE_ITEM slow ${KELACCOUNT_SURROUNDED_QUICKLY_LABELS})
-    if(slow STREQUAL "${labels}")
+    if(slow STREQUAL "${labels}" OR thorough IN_LIST labels)
       kelaccount_add_surrounded(${name} together CONFIGURATIONS ci surroundings)
     else()
       kelaccount_add_surrounded(${name} together)
