@@ -112,6 +112,9 @@ private Q_SLOTS:
         QTest::newRow("icon of a png") << iconWith(encoded("png", 4001, 4000));
         row("icon of a png, and the beginning of a larger one",
             iconWith(encoded("png", 64, 32)) + encoded("png", 4001, 4000).left(24));
+        constexpr int sidesOffset = 16;
+        row("icon of a png that claims sides of 32 bits",
+            iconWith(encoded("png", 64, 32).replace(sidesOffset, 8, QByteArray(8, '\xC0'))));
         QTest::newRow("gif with a large screen") << gifOn(4001, 4000);
         QTest::newRow("bitmap") << bitmapOf(8000, 8000);
         QTest::newRow("bitmap from the top") << bitmapOf(8000, -8000);

@@ -15,10 +15,13 @@ namespace {
 
 constexpr qint64 mostPixels = 16'000'000;
 
-// A bitmap written from the top has a negative height.
+// A bitmap written from the top has a negative height. Of two sides as long as 32 bits let them be,
+// the product has no room in 64.
 qint64 pixels(qint64 width, qint64 height)
 {
-    return qAbs(width) * qAbs(height);
+    const qint64 longer = std::max(qAbs(width), qAbs(height));
+    const qint64 shorter = std::min(qAbs(width), qAbs(height));
+    return shorter > 0 && longer > mostPixels ? longer : longer * shorter;
 }
 
 // An icon may hold a whole PNG picture, and is said to be as large as its list of pictures claims.
