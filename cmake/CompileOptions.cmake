@@ -32,9 +32,9 @@ if(KELACCOUNT_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-# Builds with the tests link dozens of programs, again after each change: with the quickest linker that
+# Builds with tests or fuzzers link dozens of programs, again after each change: with the quickest linker that
 # is there, and with a compiler cache when there is one. What is installed is linked as usual.
-if(PROJECT_IS_TOP_LEVEL AND KELACCOUNT_BUILD_TESTS)
+if(PROJECT_IS_TOP_LEVEL AND (KELACCOUNT_BUILD_TESTS OR KELACCOUNT_BUILD_FUZZERS))
   find_program(KELACCOUNT_CCACHE ccache)
   if(KELACCOUNT_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_C_COMPILER_LAUNCHER ${KELACCOUNT_CCACHE})

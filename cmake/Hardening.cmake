@@ -12,7 +12,9 @@ function(kelaccount_result_variable result flag)
   set(${result} ${name} PARENT_SCOPE)
 endfunction()
 
-# -mbranch-protection is for 64-bit ARM what -fcf-protection is for x86.
+# -mbranch-protection is for 64-bit ARM what -fcf-protection is for x86; elsewhere clang only warns of it.
+set(kel_flags_asked "${CMAKE_REQUIRED_FLAGS}")
+string(APPEND CMAKE_REQUIRED_FLAGS " -Werror")
 foreach(kel_flag -fstack-protector-strong -fstack-clash-protection -fcf-protection
     -mbranch-protection=standard)
   kelaccount_result_variable(kel_has ${kel_flag})
@@ -21,6 +23,7 @@ foreach(kel_flag -fstack-protector-strong -fstack-clash-protection -fcf-protecti
     add_compile_options(${kel_flag})
   endif()
 endforeach()
+set(CMAKE_REQUIRED_FLAGS "${kel_flags_asked}")
 
 foreach(kel_flag -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
   kelaccount_result_variable(kel_has ${kel_flag})

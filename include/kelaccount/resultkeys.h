@@ -5,6 +5,18 @@
 
 namespace KelAccount {
 
+namespace Detail {
+
+// QLatin1String counts with strlen(), which is no constant where a compiler has no built-in one:
+// with -fno-builtin, or with the flags of a fuzzer.
+template <int size>
+constexpr QLatin1String keyOf(const char (&text)[size])
+{
+    return QLatin1String(text, size - 1);
+}
+
+} // namespace Detail
+
 /// The keys of the maps that the signals of KelAccounts carry, with the types of their values.
 /// QString is built from one of these, so `map.value(ResultKey::identityId).toUInt()` works.
 ///
@@ -15,40 +27,40 @@ struct ResultKey
     // what the service did not tell is empty.
 
     /// quint32: the credentials in the sign-on daemon's store, for ensureTokenAvailable().
-    static constexpr QLatin1String identityId{"IdentityId"};
+    static constexpr QLatin1String identityId = Detail::keyOf("IdentityId");
     /// QString: the account's number at the service.
-    static constexpr QLatin1String accountId{"AccountId"};
+    static constexpr QLatin1String accountId = Detail::keyOf("AccountId");
     /// QString: what the user signs in with.
-    static constexpr QLatin1String loginId{"LoginId"};
+    static constexpr QLatin1String loginId = Detail::keyOf("LoginId");
     /// QString: the user name.
-    static constexpr QLatin1String userId{"UserId"};
+    static constexpr QLatin1String userId = Detail::keyOf("UserId");
     /// QString: the user's e-mail address.
-    static constexpr QLatin1String emailAddress{"EmailAddress"};
+    static constexpr QLatin1String emailAddress = Detail::keyOf("EmailAddress");
 
     // Of termsOfServiceResponse(). Only what the service told is there.
 
     /// QString: address of the service that the terms are about.
-    static constexpr QLatin1String serviceUrl{"serviceUrl"};
+    static constexpr QLatin1String serviceUrl = Detail::keyOf("serviceUrl");
     /// QString: address of the common terms.
-    static constexpr QLatin1String tosUrl{"tosUrl"};
+    static constexpr QLatin1String tosUrl = Detail::keyOf("tosUrl");
     /// QString: address of the privacy policy.
-    static constexpr QLatin1String privacyPolicyUrl{"privacyPolicyUrl"};
+    static constexpr QLatin1String privacyPolicyUrl = Detail::keyOf("privacyPolicyUrl");
     /// QString: address of that service's own terms.
-    static constexpr QLatin1String serviceSpecificTosUrl{"serviceSpecificTosUrl"};
+    static constexpr QLatin1String serviceSpecificTosUrl = Detail::keyOf("serviceSpecificTosUrl");
     /// bool: whether that service wants the user's e-mail address to be verified.
-    static constexpr QLatin1String emailVerified{"emailVerified"};
+    static constexpr QLatin1String emailVerified = Detail::keyOf("emailVerified");
     /// QVariantMap: whatever else the service told, name to text.
-    static constexpr QLatin1String extensions{"extensions"};
+    static constexpr QLatin1String extensions = Detail::keyOf("extensions");
 
     // Of retrievePasswordResetSecQuestionResponse(). All are there; without a question all are
     // empty.
 
     /// QString: the user that was asked about.
-    static constexpr QLatin1String recoveryUserId{"userId"};
+    static constexpr QLatin1String recoveryUserId = Detail::keyOf("userId");
     /// QString: the question's id.
-    static constexpr QLatin1String securityQuestionId{"securityQuestionId"};
+    static constexpr QLatin1String securityQuestionId = Detail::keyOf("securityQuestionId");
     /// QString: the question.
-    static constexpr QLatin1String securityQuestionText{"securityQuestionText"};
+    static constexpr QLatin1String securityQuestionText = Detail::keyOf("securityQuestionText");
 };
 
 } // namespace KelAccount
