@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A text that a user typed where an e-mail address or a user name is asked for.
-#include "require.h"
+#include "fuzztarget.h"
 
 #include "rest/request/addressvalue.h"
 #include "rest/request/msgcreator.h"
 
 #include <QUrl>
 
-using namespace KelRestHandler;
+namespace KelFuzz::Address {
 
 namespace {
+
+using namespace KelRestHandler;
 
 // A value that counts as whole is one segment of its address, wherever it comes from.
 void standsAlone(const QString& value)
@@ -28,9 +30,7 @@ void standsAlone(const QString& value)
     require(path.count(QLatin1Char('/')) == 5);
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void run(const uint8_t* data, size_t size)
 {
     const QString address = QString::fromUtf8(bytesOf(data, size));
     const QString converted = MsgCreator::getAsPunycode(address);
@@ -43,5 +43,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (const QChar character : converted.mid(atSign + 1))
             require(character.unicode() < 0x80);
     }
-    return 0;
 }
+
+} // namespace
+
+} // namespace KelFuzz::Address
+
+KEL_FUZZ_TARGET(address, KelFuzz::Address::run)

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A serialised profile, as another process may hand it over.
-#include "require.h"
+#include "fuzztarget.h"
 
 #include "rest/records/profileinfo.h"
 
+namespace KelFuzz::Profile {
+
+namespace {
+
 using namespace KelRestHandler;
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void run(const uint8_t* data, size_t size)
 {
     const QByteArray bytes = bytesOf(data, size);
     const ProfileInfoData profile(bytes);
@@ -22,5 +26,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // What was read is sound in itself.
     const QByteArray written = ProfileInfo(profile).serialize();
     require(ProfileInfo(written).serialize() == written);
-    return 0;
 }
+
+} // namespace
+
+} // namespace KelFuzz::Profile
+
+KEL_FUZZ_TARGET(profile, KelFuzz::Profile::run)

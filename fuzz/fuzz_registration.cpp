@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A serialised registration, as another process may hand it over, and the body made of it.
-#include "require.h"
+#include "fuzztarget.h"
 
 #include "rest/request/msgcreator.h"
 
 #include <QXmlStreamReader>
 
+namespace KelFuzz::Registration {
+
+namespace {
+
 using namespace KelRestHandler;
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void run(const uint8_t* data, size_t size)
 {
     const RegistrationInfoData registration = readRegistration(bytesOf(data, size));
     const QByteArray written = serializeRegistration(registration);
@@ -21,5 +25,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     while (!reader.atEnd())
         reader.readNext();
     require(!reader.hasError());
-    return 0;
 }
+
+} // namespace
+
+} // namespace KelFuzz::Registration
+
+KEL_FUZZ_TARGET(registration, KelFuzz::Registration::run)

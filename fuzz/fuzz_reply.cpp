@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A reply of the service, classified and then read by every parse function there is.
-#include "require.h"
+#include "fuzztarget.h"
 
 #include "rest/reply/msgparser.h"
 #include "rest/reply/receivedreply.h"
@@ -8,9 +8,11 @@
 
 #include <algorithm>
 
-using namespace KelRestHandler;
+namespace KelFuzz::Reply {
 
 namespace {
+
+using namespace KelRestHandler;
 
 // Not recursive, since how deep it can get is what is asked.
 int depthBelow(const QDomNode& root)
@@ -105,9 +107,7 @@ void readErrors(RequestInfoData info, const QDomNode& node)
     require(info.statusCode >= 500 && info.statusCode <= 1005);
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void run(const uint8_t* data, size_t size)
 {
     const QString xml = QString::fromUtf8(bytesOf(data, size));
     RequestInfoData info;
@@ -125,7 +125,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(info.statusCode == 1005 || info.statusCode == 1004);
     if (root.isNull()) {
         require(info.statusCode == 1005);
-        return 0;
+        return;
     }
     require(root.isElement());
     require(depthBelow(root) <= ReplyBounds::depth);
@@ -135,5 +135,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     readProfiles(root);
     readTheRest(root);
     readErrors(info, root);
-    return 0;
 }
+
+} // namespace
+
+} // namespace KelFuzz::Reply
+
+KEL_FUZZ_TARGET(reply, KelFuzz::Reply::run)

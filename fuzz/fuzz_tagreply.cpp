@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A tag server's reply. The first two bytes choose the room for the tag, the others are the reply.
-#include "require.h"
+#include "fuzztarget.h"
 
 #include "device/tagreply.h"
 
 #include <algorithm>
 #include <vector>
 
+namespace KelFuzz::Tagreply {
+
+namespace {
+
 using namespace KelRestHandler;
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+void run(const uint8_t* data, size_t size)
 {
     if (size < 3)
-        return 0;
+        return;
     // From -100 upwards, since the room is a signed number.
     const int capacity = data[0] * 256 + data[1] - 100;
     TagReply reply = {};
@@ -28,5 +32,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(length == 0 || (result == 1 && length == replySize - 1));
     require(capacity <= 0 ? length == 0 : length < static_cast<unsigned>(capacity));
     require(std::equal(tag.begin(), tag.begin() + length, reply.begin() + 1));
-    return 0;
 }
+
+} // namespace
+
+} // namespace KelFuzz::Tagreply
+
+KEL_FUZZ_TARGET(tagreply, KelFuzz::Tagreply::run)
