@@ -12,8 +12,7 @@
 #include "rest/reply/networkresponseprocessor.h"
 #include "rest/reply/receivedreply.h"
 
-#include <algorithm>
-#include <cstring>
+#include <optional>
 
 namespace KelFuzz::Document {
 
@@ -126,63 +125,3 @@ void run(const uint8_t* data, size_t size)
 } // namespace KelFuzz::Document
 
 KEL_FUZZ_TARGET(document, KelFuzz::Document::run)
-
-#ifndef KELACCOUNT_FUZZ_REPLAY
-
-extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maximum);
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maximum,
-                                          unsigned seed);
-extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t* one, size_t oneSize,
-                                            const uint8_t* other, size_t otherSize, uint8_t* out,
-                                            size_t maximum, unsigned seed);
-
-namespace {
-
-QByteArray changedByFuzzer(const QByteArray& text)
-{
-    constexpr int room = 64;
-    std::vector<uint8_t> bytes(static_cast<size_t>(text.size()) + room);
-    std::copy(text.begin(), text.end(), bytes.begin());
-    const size_t size =
-        LLVMFuzzerMutate(bytes.data(), static_cast<size_t>(text.size()), bytes.size());
-    return bytesOf(bytes.data(), size);
-}
-
-size_t written(const QByteArray& bytes, uint8_t* to, size_t maximum)
-{
-    const size_t size = std::min(maximum, static_cast<size_t>(bytes.size()));
-    std::memcpy(to, bytes.constData(), size);
-    return size;
-}
-
-} // namespace
-
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maximum, unsigned seed)
-{
-    // Sometimes bytes: a cut document is to be met, too.
-    if (seed % 16 == 0)
-        return LLVMFuzzerMutate(data, size, maximum);
-    KelFuzz::Grammar grammar(seed, changedByFuzzer);
-    KelFuzz::ByteSource source(data, size);
-    QByteArray line = source.line().leftJustified(2, 'o');
-    const QByteArray document = source.rest();
-    if (seed % 16 == 1)
-        line[0] = static_cast<char>('A' + seed / 16 % 26);
-    if (seed % 16 == 2)
-        line[1] = "oren"[seed / 16 % 4];
-    return written(line + '\n' + grammar.changed(document), data, maximum);
-}
-
-extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t* one, size_t oneSize,
-                                            const uint8_t* other, size_t otherSize, uint8_t* out,
-                                            size_t maximum, unsigned seed)
-{
-    KelFuzz::Grammar grammar(seed, changedByFuzzer);
-    KelFuzz::ByteSource first(one, oneSize);
-    KelFuzz::ByteSource second(other, otherSize);
-    const QByteArray line = first.line();
-    second.line();
-    return written(line + '\n' + grammar.crossed(first.rest(), second.rest()), out, maximum);
-}
-
-#endif
