@@ -45,39 +45,6 @@ void installProxyFromEnvironment()
                                                      address.userName(), address.password()));
 }
 
-// A language comes from the application: a line break in it must not start a header of its own. An
-// empty value is sent as one; a null value would remove the header.
-QByteArray headerBytes(const QString& text)
-{
-    QByteArray bytes = text.isEmpty() ? QByteArray("") : text.toLatin1();
-    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-    bytes.truncate(
-        static_cast<int>(std::remove_if(bytes.begin(), bytes.end(), isControl) - bytes.begin()));
-    return bytes;
-}
-
-// The request as the network library takes it.
-QNetworkRequest messageFor(const HttpRequest& request)
-{
-    QNetworkRequest message(request.getUrl());
-    const auto headers = request.getHeaders();
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
-        message.setRawHeader(it.key().toLatin1(), headerBytes(it.value()));
-    message.setRawHeader("rest-verb", request.getTypOfRequest().toLatin1());
-    // What is compressed may be a thousand times as long as what was received.
-    message.setRawHeader("Accept-Encoding", "identity");
-    message.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    // Else a challenge for NTLM or Negotiate would be answered by itself, in place of the
-    // signature.
-    message.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    // Both are so by default in Qt 5, and not in Qt 6. A signature is for one address; and what is
-    // watched and counted is a connection with one request.
-    message.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    message.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    return message;
-}
-
 // Status line, header lines, an empty line, body: what the processor searches for date and
 // document.
 QString replyText(QNetworkReply* reply)
@@ -186,7 +153,7 @@ int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest
         qCCritical(logRest, "sendNetWorkRequest: invalid request type");
         return -1;
     }
-    auto waiting = std::make_unique<WaitingRequest>(messageFor(request), request, type);
+    auto waiting = std::make_unique<WaitingRequest>(mMessages.messageFor(request), request, type);
     recordOf(waiting->requestId(), Moment::Signed, type);
     if (!mayPost()) {
         if (owned)

@@ -4,6 +4,7 @@
 #include "rest/reply/networkresponseprocessor.h"
 #include "rest/reply/servicesignals.h"
 #include "rest/request/httprequest.h"
+#include "rest/transport/messagemaker.h"
 #include "rest/transport/preparation.h"
 #include "rest/transport/serviceconnections.h"
 #include "rest/transport/waitingrequest.h"
@@ -88,6 +89,7 @@ private:
 
     QNetworkAccessManager mManager;
     NetworkResponseProcessor mProcessor;
+    MessageMaker mMessages;
     ServiceConnections mConnections;
     Preparation mPreparation;
     std::deque<std::unique_ptr<WaitingRequest>> mWaiting;

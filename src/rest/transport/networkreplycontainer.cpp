@@ -33,9 +33,7 @@ NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply)
 NetworkReplyContainer::NetworkReplyContainer(QNetworkReply* reply, int milliseconds)
     : QObject(reply), mReply(reply), mGuardMilliseconds(milliseconds)
 {
-    connect(reply, &QNetworkReply::metaDataChanged, this, &NetworkReplyContainer::endTornReply);
-    connect(reply, &QNetworkReply::metaDataChanged, this,
-            &NetworkReplyContainer::endOversizedReply);
+    connect(reply, &QNetworkReply::metaDataChanged, this, &NetworkReplyContainer::onHead);
     connect(reply, &QNetworkReply::readyRead, this, &NetworkReplyContainer::endOversizedReply);
     mSincePosted.start();
     startTimer(mGuardMilliseconds, Qt::PreciseTimer);
@@ -66,6 +64,12 @@ void NetworkReplyContainer::timerEvent(QTimerEvent* event)
         return;
     mReply->setProperty(ReplyProperty::timedOut, 1);
     Q_EMIT requestTimedOut(mReply);
+}
+
+void NetworkReplyContainer::onHead()
+{
+    endTornReply();
+    endOversizedReply();
 }
 
 // If the length was lost so, the reply would last for as long as its connection.

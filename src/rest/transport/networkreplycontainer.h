@@ -33,6 +33,7 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
+    void onHead();
     void endTornReply();
     void endOversizedReply();
 

@@ -139,7 +139,6 @@ QNetworkReply* ServiceConnections::post(const QNetworkRequest& request, const QB
         line->manager->post(isReady(*line) ? request : resuming(*line, request), onceOnly.get());
     onceOnly.release()->setParent(reply);
     line->isBusy = true;
-    connect(reply, &QNetworkReply::finished, this, [this, reply] { onFinished(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, std::move(before)); // the reply's child
     return reply;
@@ -197,27 +196,23 @@ void ServiceConnections::prepare(const QUrl& service)
     QNetworkReply* const reply = line->manager->get(resuming(*line, openingOf(service)));
     line->isBusy = true;
     line->isPreparing = true;
-    connect(reply, &QNetworkReply::finished, this, [this, reply] { onPrepared(reply); });
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, std::move(before)); // the reply's child
     QTimer::singleShot(preparingLimit.load(), reply, [reply] { reply->abort(); });
 }
 
-void ServiceConnections::onPrepared(QNetworkReply* reply)
+void ServiceConnections::onPrepared(Line& line, QNetworkReply* reply)
 {
-    Line* const line = lineOf(reply);
-    if (!line)
-        return;
-    line->isBusy = false;
-    line->isPreparing = false;
-    line->idleSince = nowMilliseconds();
-    line->lookedAt = 0;
-    line->stands = reply->error() == QNetworkReply::NoError;
-    line->isUnsure = !line->stands;
-    if (!line->stands)
-        mSessions.remove(line->server);
+    line.isBusy = false;
+    line.isPreparing = false;
+    line.idleSince = nowMilliseconds();
+    line.lookedAt = 0;
+    line.stands = reply->error() == QNetworkReply::NoError;
+    line.isUnsure = !line.stands;
+    if (!line.stands)
+        mSessions.remove(line.server);
     reply->deleteLater();
-    Q_EMIT prepared(line->stands);
+    Q_EMIT prepared(line.stands);
     Q_EMIT freed();
 }
 
@@ -249,6 +244,12 @@ ServiceConnections::Line& ServiceConnections::makeLine(QNetworkAccessManager* ma
     line.manager = manager;
     line.idleSince = nowMilliseconds();
     mSetUp(manager);
+    connect(manager, &QNetworkAccessManager::finished, this, [this, &line](QNetworkReply* reply) {
+        if (line.isPreparing)
+            onPrepared(line, reply);
+        else if (line.isBusy)
+            onFinished(line, *reply);
+    });
     return line;
 }
 
@@ -327,25 +328,14 @@ void ServiceConnections::dropIdleManagers()
     mLines.erase(std::remove_if(mLines.begin(), mLines.end(), isDue), mLines.end());
 }
 
-ServiceConnections::Line* ServiceConnections::lineOf(const QNetworkReply* reply)
+void ServiceConnections::onFinished(Line& line, const QNetworkReply& reply)
 {
-    const auto line = std::find_if(mLines.begin(), mLines.end(), [reply](const auto& candidate) {
-        return candidate->manager == reply->manager();
-    });
-    return line != mLines.end() ? line->get() : nullptr;
-}
-
-void ServiceConnections::onFinished(QNetworkReply* reply)
-{
-    Line* const line = lineOf(reply);
-    if (!line)
-        return;
-    line->isBusy = false;
-    line->idleSince = nowMilliseconds();
-    line->lookedAt = 0;
-    line->stands = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
-    line->isUnsure = !line->stands;
-    keepSession(*line, *reply);
+    line.isBusy = false;
+    line.idleSince = nowMilliseconds();
+    line.lookedAt = 0;
+    line.stands = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+    line.isUnsure = !line.stands;
+    keepSession(line, reply);
     Q_EMIT freed();
 }
 

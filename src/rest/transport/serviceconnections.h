@@ -113,13 +113,12 @@ private:
     Line* lineForPost();
     Line* lineForPreparing();
     Line* newLine();
-    Line* lineOf(const QNetworkReply* reply);
     static void reconnectIfDue(Line& line);
     QNetworkRequest resuming(Line& line, const QNetworkRequest& request);
     void keepSession(Line& line, const QNetworkReply& reply);
     void dropIdleManagers();
-    void onFinished(QNetworkReply* reply);
-    void onPrepared(QNetworkReply* reply);
+    void onFinished(Line& line, const QNetworkReply& reply);
+    void onPrepared(Line& line, QNetworkReply* reply);
     void onDeleted(const Line& line);
     Line& makeLine(QNetworkAccessManager* manager);
     static bool isTooOld(const Line& line);

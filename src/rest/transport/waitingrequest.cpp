@@ -3,7 +3,6 @@
 
 #include "common/wipe.h"
 #include "rest/transport/networkreplycontainer.h"
-#include "rest/transport/replyfacts.h"
 
 namespace KelRestHandler {
 
@@ -12,7 +11,6 @@ WaitingRequest::WaitingRequest(const QNetworkRequest& message, const HttpRequest
       mRequestId(request.getRequestId()), mConsumerKey(request.getConsumerKey()),
       mGuardMilliseconds(NetworkReplyContainer::guardMilliseconds())
 {
-    attachFacts(mMessage, std::make_shared<ReplyFacts>());
     mSinceMade.start();
 }
 
