@@ -87,8 +87,9 @@ void printFresh()
 
 int count(const char* way, int calls, int width)
 {
-    const bool own = std::strcmp(way, "library") == 0;
-    const std::unique_ptr<Caller> caller = own ? library() : promptManager();
+    const auto is = [way](const char* name) { return std::strcmp(way, name) == 0; };
+    const Make make = is("library") ? library : is("handwritten") ? handWritten : promptManager;
+    const std::unique_ptr<Caller> caller = make();
     // As much for few calls as for many, so that it is not in the difference.
     constexpr int most = 1000;
     caller->provideFor(most);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "warmcalls.h"
 
+#include "handwritten.h"
+
 #include "rest/operations/downloadprofilerequest.h"
 #include "rest/operations/retrieveemailidavailabilityrequest.h"
 #include "rest/request/consumersignature.h"
@@ -66,6 +68,11 @@ QString consumerKey()
     return QStringLiteral("demo-key");
 }
 
+QString consumerSecret()
+{
+    return QStringLiteral("demo-secret");
+}
+
 class Signer : public ISignatureProvider
 {
 public:
@@ -73,7 +80,7 @@ public:
     QString createSignature(QString const& /*consumerKey*/, QString const& base,
                             bool /*useToken*/) override
     {
-        return consumerSignature(base, QStringLiteral("demo-secret"));
+        return consumerSignature(base, consumerSecret());
     }
     QString getTimeStamp() override
     {
@@ -85,6 +92,7 @@ public:
         mAccountId = answer.accountInfo.accountId;
     }
     QString accountId() const { return mAccountId; }
+    QString token() const { return mToken; }
 
 private:
     QString mToken;
@@ -236,6 +244,42 @@ protected:
     }
 };
 
+class HandWrittenProfile : public Caller
+{
+public:
+    HandWrittenProfile()
+        : mCredentials{OAuthRealm, consumerKey().toLatin1(), consumerSecret().toLatin1() + '&',
+                       signer().token().toLatin1()}
+    {
+        connectsPromptly = true;
+        // What a program knows beforehand: where it asks, and how it introduces itself.
+        mMessage = messageOf(DownloadProfileRequest(signer(), signer().accountId(), consumerKey(),
+                                                    serverBaseAddress(2), DownloadProfile))
+                       .request;
+        mAddress = mMessage.url().toEncoded();
+    }
+    ~HandWrittenProfile() override { connectsPromptly = false; }
+
+    void call(const Done& done) override
+    {
+        QNetworkRequest message = mMessage;
+        message.setRawHeader("Authorization", HandWritten::authorization(mAddress, mCredentials));
+        QNetworkReply* const reply = mManager.post(message, QByteArray());
+        connect(reply, &QNetworkReply::finished, this, [reply, done] {
+            const bool good = reply->error() == QNetworkReply::NoError &&
+                              HandWritten::readProfile(reply->readAll());
+            reply->deleteLater();
+            done(good);
+        });
+    }
+
+private:
+    QNetworkAccessManager mManager;
+    QNetworkRequest mMessage;
+    QByteArray mAddress;
+    HandWritten::Credentials mCredentials;
+};
+
 class PlainManager : public Manager
 {
 protected:
@@ -276,6 +320,11 @@ std::unique_ptr<Caller> library()
 std::unique_ptr<Caller> promptManager()
 {
     return std::make_unique<PromptManager>();
+}
+
+std::unique_ptr<Caller> handWritten()
+{
+    return std::make_unique<HandWrittenProfile>();
 }
 
 std::unique_ptr<Caller> libraryWithDocument()

@@ -34,6 +34,10 @@ std::unique_ptr<Caller> library();
 /// the library would, made beforehand, and takes the bytes of the reply.
 std::unique_ptr<Caller> promptManager();
 
+/// The same manager doing the same job as the library, written by hand: it signs each request with
+/// OpenSSL and reads each reply with QDomDocument into a record.
+std::unique_ptr<Caller> handWritten();
+
 /// The same question as plainManager(), by the library.
 std::unique_ptr<Caller> libraryWithDocument();
 
