@@ -59,10 +59,12 @@ void readWait(const QByteArray& value, const QDateTime& now)
     const int seconds = retryAfterSeconds(value, now);
     require(seconds >= -1);
     // Longer ones are cut.
-    if (seconds > 0 && seconds < std::numeric_limits<int>::max() && now.isValid() &&
-        value.trimmed().endsWith("GMT"))
-        require(headerTimeOnWire(QString::fromLatin1(value.trimmed()).chopped(4)) ==
-                now.addSecs(seconds));
+    const QByteArray text = value.trimmed();
+    if (seconds <= 0 || seconds == std::numeric_limits<int>::max() || !text.endsWith(" GMT"))
+        return;
+    const QByteArray date = text.left(text.size() - 4);
+    require(headerTimeOnWire(QString::fromLatin1(date.constData(), date.size())) ==
+            now.addSecs(seconds));
 }
 
 void run(const uint8_t* data, size_t size)

@@ -54,7 +54,8 @@ if [ -n "$keep" ]; then
     for target in "${targets[@]}"; do
         mkdir -p "$build/corpus/$target"
         before=$(find "$KEL_ROOT/fuzz/corpus/$target" -type f | wc -l)
-        "$build/fuzzers/fuzz_$target" -merge=1 -max_len=$longest \
+        # By what is reached, not by how often.
+        "$build/fuzzers/fuzz_$target" -merge=1 -use_counters=0 -max_len=$longest \
             "$KEL_ROOT/fuzz/corpus/$target" "$build/corpus/$target" >"$build/$target.log" 2>&1 ||
             { tail -n 20 "$build/$target.log" >&2; exit 1; }
         after=$(find "$KEL_ROOT/fuzz/corpus/$target" -type f | wc -l)

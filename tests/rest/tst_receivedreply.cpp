@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/reply/receivedreply.h"
+#include "rest/reply/retryafter.h"
 #include "support/literals.h"
 
 #include <QTest>
@@ -59,6 +60,17 @@ private Q_SLOTS:
         const ReceivedReply reply = receivedReply(QNetworkReply::NoError, 200, text);
         QCOMPARE(reply.error, QNetworkReply::NoError);
         QCOMPARE(reply.text, text);
+    }
+
+    void aWaitWithANullCharacterIsNone()
+    {
+        const QDateTime now(QDate(1994, 11, 15), QTime(8, 0), Qt::UTC);
+        const QByteArray date = "Tue, 15 Nov 1994 08:12:31";
+        QCOMPARE(retryAfterSeconds(date + " GMT", now), 751);
+        for (const int position : {0, 3, date.size()}) {
+            const QByteArray value = QByteArray(date).insert(position, '\0') + " GMT";
+            QCOMPARE(retryAfterSeconds(value, now), -1);
+        }
     }
 };
 

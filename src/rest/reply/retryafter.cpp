@@ -31,9 +31,12 @@ int retryAfterSeconds(const QByteArray& value, const QDateTime& now)
         const qlonglong seconds = text.toLongLong(&fits);
         return static_cast<int>(fits ? std::min<qint64>(seconds, longest) : longest);
     }
+    constexpr int zoneLength = 4;
     if (!text.endsWith(" GMT"))
         return -1;
-    const QDateTime until = headerTimeOnWire(QString::fromLatin1(text).chopped(4));
+    // With its length: a text of bytes alone ends at a null character, before its zone.
+    const QDateTime until =
+        headerTimeOnWire(QString::fromLatin1(text.constData(), text.size() - zoneLength));
     if (!until.isValid() || !now.isValid())
         return -1;
     return static_cast<int>(std::clamp<qint64>(now.secsTo(until), 0, longest));
