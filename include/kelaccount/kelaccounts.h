@@ -42,7 +42,9 @@ class RegistrationInfo;
 /// it there from then on, for instance with QMetaObject::invokeMethod() or by queued connections to
 /// its slots, and have it deleted there, with deleteLater(). Its signals come from that thread;
 /// connections to receivers on other threads carry all their arguments. A captcha's QPixmap is made
-/// on that thread, which Qt allows where the platform has threaded pixmaps.
+/// on that thread, which Qt allows where the platform has threaded pixmaps. Under a plain
+/// QCoreApplication Qt has none there, not even a null one: the picture of the signal is null, and
+/// must neither be copied nor be taken elsewhere by a queued connection.
 ///
 /// ErrorStatus, ConsentQueryVariant and PreAccountInfo are declared to Qt's meta-type system by
 /// their headers. The library also registers the names "ResponseType" and "RequestData" for types

@@ -2,11 +2,15 @@
 // What a program without a QGuiApplication gets of a captcha; so it is a program of its own.
 #include "operations/answers.h"
 #include "operations/recordedanswers.h"
+#include "rest/picture/captchapicture.h"
 #include "rest/reply/networkresponseprocessor.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
 
+#include <QPixmap>
 #include <QTest>
+
+#include <thread>
 
 using namespace KelRestHandler;
 
@@ -40,6 +44,27 @@ private Q_SLOTS:
                  QStringList({"signal: retrieveCaptchaImageResponse"_s, "status: 0"_s,
                               "captcha id:"_s, "picture: 0 by 0"_s}));
         QCOMPARE(log.all(), QStringList());
+    }
+
+    // Where a facade may be, that was sent to a thread of its own.
+    void onAnotherThreadPicturesAreNullToo_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("a picture") << QByteArray("some bytes");
+        QTest::newRow("none") << QByteArray();
+    }
+    void onAnotherThreadPicturesAreNullToo()
+    {
+        QFETCH(QByteArray, bytes);
+        int nullPictures = 0;
+        std::thread other([&] {
+            withCaptchaPicture(bytes, [&nullPictures](const QPixmap& picture) {
+                if (picture.isNull())
+                    ++nullPictures;
+            });
+        });
+        other.join();
+        QCOMPARE(nullPictures, 1);
     }
 
 private:

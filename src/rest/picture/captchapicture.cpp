@@ -16,15 +16,18 @@ void withCaptchaPicture(const QByteArray& bytes, const std::function<void(const 
         use(UnseenPictures::placeholder());
         return;
     }
-    QPixmap picture;
     // Without a QGuiApplication, filling a QPixmap ends the process.
-    if (!bytes.isEmpty()) {
-        if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-            picture = QPixmap::fromImage(boundedPicture(bytes));
-        else
-            qCWarning(logRest,
-                      "A captcha picture needs a QGuiApplication; a null picture is delivered");
+    const bool mayFill = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (!mayFill && !bytes.isEmpty())
+        qCWarning(logRest,
+                  "A captcha picture needs a QGuiApplication; a null picture is delivered");
+    if (!mayHavePictures()) {
+        use(UnseenPictures::placeholder());
+        return;
     }
+    QPixmap picture;
+    if (mayFill && !bytes.isEmpty())
+        picture = QPixmap::fromImage(boundedPicture(bytes));
     use(picture);
 }
 

@@ -27,6 +27,8 @@ WithPicture moduleFunction()
 // otherwise nobody in the process can look at a picture, and a place where none is will do.
 const QPixmap& nullPicture()
 {
+    if (!mayHavePictures())
+        return UnseenPictures::placeholder();
     alignas(QPixmap) static std::array<std::byte, sizeof(QPixmap)> place{};
     static const bool made = [] {
         void* const gui = ::dlopen("libQt5Gui.so.5", RTLD_NOW | RTLD_NOLOAD);
