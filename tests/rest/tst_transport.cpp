@@ -7,6 +7,7 @@
 #include "rest/service.h"
 #include "rest/transport/networkhandler.h"
 #include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/replyproperties.h"
 #include "rest/transport/serviceconnections.h"
 #include "signedrequests.h"
 #include "support/literals.h"
@@ -456,6 +457,63 @@ private Q_SLOTS:
         const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
         QCOMPARE(proxy.user(), "user"_s);
         QCOMPARE(proxy.password(), "pass@word"_s);
+    }
+
+    // The network library's thread tells of an error and then of the end. In between, or right
+    // before, anything may happen here.
+    void aReplyEndsOnceWhateverComesBesideItsError_data()
+    {
+        columns<bool, bool>("isToldBefore", "isTimedOut");
+        row("taken back after the error", true, false);
+        row("timed out after the error", true, true);
+        row("taken back before the error", false, false);
+        row("timed out before the error", false, true);
+    }
+    void aReplyEndsOnceWhateverComesBesideItsError()
+    {
+        QFETCH(const bool, isToldBefore);
+        QFETCH(const bool, isTimedOut);
+        Service service(Service::Plain);
+        service.server.answerBy([](const WireRequest&) {
+            Reaction closing;
+            closing.end = Reaction::End::Close;
+            return closing;
+        });
+        const MessageLog log;
+        NetworkHandler handler(nullptr);
+        QSignalSpy answers(&handler, &NetworkHandler::emailIdAvailabilityResponse);
+        auto request = makeRequest(service.base());
+        const int id = request->getRequestId();
+        handler.sendOwnedRequest(std::move(request), RetrieveEmailIdAvailability);
+        const QPointer<QNetworkReply> reply = handler.findChild<QNetworkReply*>();
+        QVERIFY(reply);
+        const auto end = [&] {
+            QVERIFY(!reply->isFinished());
+            if (isTimedOut) {
+                reply->setProperty(ReplyProperty::timedOut, 1);
+                QMetaObject::invokeMethod(&handler, "onNetworkRequestTimedOut",
+                                          Q_ARG(QNetworkReply*, reply.data()));
+            } else {
+                handler.abandon(id);
+            }
+        };
+        if (isToldBefore) {
+            connect(reply, &QNetworkReply::errorOccurred, this, end);
+        } else {
+            // As that thread has it called.
+            QVERIFY(QMetaObject::invokeMethod(
+                reply, "httpError", Qt::QueuedConnection,
+                Q_ARG(QNetworkReply::NetworkError, QNetworkReply::RemoteHostClosedError),
+                Q_ARG(QString, "closed"_s)));
+            end();
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!reply, patience);
+        QCOMPARE(answers.size(), isTimedOut ? 1 : 0);
+        // And the connection's place is free for the next.
+        service.server.answerBy([](const WireRequest&) { return Reaction::reply(200, ""); });
+        send(handler, service.base());
+        QTRY_COMPARE_WITH_TIMEOUT(answers.size(), isTimedOut ? 2 : 1, patience);
+        QCOMPARE(log.all(), QStringList());
     }
 
 private:

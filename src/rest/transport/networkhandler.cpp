@@ -6,6 +6,7 @@
 #include "rest/reply/httpresponse.h"
 #include "rest/reply/receivedreply.h"
 #include "rest/transport/connectionlatency.h"
+#include "rest/transport/endreply.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/replyfacts.h"
 #include "rest/transport/replyproperties.h"
@@ -260,8 +261,8 @@ void NetworkHandler::abandon(int requestId)
     if (!reply)
         return;
     factsOf(*reply)->isAbandoned = true;
-    reply->abort();
-    reply->deleteLater();
+    endReply(*reply);
+    deleteEnded(*reply);
 }
 
 // A time-out ends its reply, too: the reply may be deleted before the queued call comes.
@@ -301,7 +302,7 @@ void NetworkHandler::onNetworkRequestTimedOut(QNetworkReply* reply)
     if (reply->property(ReplyProperty::timedOut).toInt() == 0)
         return;
     recordOf(reply->property(ReplyProperty::requestId).toInt(), Moment::TimedOut);
-    reply->abort();
+    endReply(*reply);
     process(reply, QNetworkReply::TimeoutError, QString());
 }
 
@@ -322,7 +323,7 @@ void NetworkHandler::process(QNetworkReply* reply, QNetworkReply::NetworkError e
         response.setClockOfNobody();
     if (asksToWait(*reply))
         response.setRetryAfter(reply->rawHeader("Retry-After"));
-    reply->deleteLater();
+    deleteEnded(*reply);
     // A receiver may delete this object: nothing of it is used afterwards.
     mProcessor.processResponseFromServer(type.toInt(), &response);
 }
@@ -341,7 +342,7 @@ void NetworkHandler::checkServer(QNetworkReply* reply)
     const auto facts = factsOf(*reply);
     if (facts)
         facts->isFromWrongServer = true;
-    reply->abort();
+    endReply(*reply);
 }
 
 // TLS errors are never ignored: the reply ends with the handshake's error.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/networkreplycontainer.h"
 
+#include "rest/transport/endreply.h"
 #include "rest/transport/replyfacts.h"
 #include "rest/transport/replyproperties.h"
 
@@ -82,7 +83,7 @@ void NetworkReplyContainer::endTornReply()
     const auto facts = factsOf(*mReply);
     if (facts)
         facts->isTorn = true;
-    mReply->abort();
+    endReply(*mReply);
 }
 
 void NetworkReplyContainer::endOversizedReply()
@@ -93,7 +94,7 @@ void NetworkReplyContainer::endOversizedReply()
     const auto facts = factsOf(*mReply);
     if (facts)
         facts->isOversized = true;
-    mReply->abort();
+    endReply(*mReply);
 }
 
 } // namespace KelRestHandler

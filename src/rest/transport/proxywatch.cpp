@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/proxywatch.h"
 
+#include "rest/transport/endreply.h"
 #include "rest/transport/receivedbytes.h"
 #include "rest/transport/replyfacts.h"
 
@@ -47,7 +48,7 @@ void ProxyWatch::timerEvent(QTimerEvent* event)
     const auto facts = factsOf(*mReply);
     if (facts)
         facts->isProxyGone = true;
-    mReply->abort();
+    endReply(*mReply);
 }
 
 // Whoever asked for the same name before is answered first.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/receivewatch.h"
 
+#include "rest/transport/endreply.h"
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/proxywatch.h"
 #include "rest/transport/replyfacts.h"
@@ -131,7 +132,7 @@ void ReceiveWatch::look()
     const auto facts = factsOf(*mReply);
     if (facts)
         facts->isOversized = true;
-    mReply->abort();
+    endReply(*mReply);
 }
 
 void ReceiveWatch::onFinished()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/serviceconnections.h"
 
+#include "rest/transport/endreply.h"
 #include "rest/transport/firsthop.h"
 #include "rest/transport/onetimebody.h"
 #include "rest/transport/replyfacts.h"
@@ -198,7 +199,7 @@ void ServiceConnections::prepare(const QUrl& service)
     line->isPreparing = true;
     connect(reply, &QObject::destroyed, &mReplies, [this, line] { onDeleted(*line); });
     new ReceiveWatch(reply, line->sockets, std::move(before)); // the reply's child
-    QTimer::singleShot(preparingLimit.load(), reply, [reply] { reply->abort(); });
+    QTimer::singleShot(preparingLimit.load(), reply, [reply] { endReply(*reply); });
 }
 
 void ServiceConnections::onPrepared(Line& line, QNetworkReply* reply)
