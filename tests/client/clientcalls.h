@@ -29,6 +29,8 @@ class Answers
 {
 public:
     QStringList lines;
+    /// Called after each was written down; may do anything, and delete this.
+    std::function<void()> afterwards;
 
     /// `context` as for Call::then().
     template <class Result>
@@ -37,10 +39,10 @@ public:
         call.then(
             context,
             [this, name = call.operation()](const Result& result) {
-                lines.append(name + QLatin1String(": ") + described(result));
+                add(name + QLatin1String(": ") + described(result));
             },
             [this, name = call.operation()](const KelAccount::Failure& failure) {
-                lines.append(name + QLatin1String(" failed: ") + QString::number(failure.status));
+                add(name + QLatin1String(" failed: ") + QString::number(failure.status));
             });
     }
 
@@ -57,6 +59,15 @@ public:
     static QString described(const KelAccount::MarketingConsent& result);
     static QString described(const KelAccount::CaptchaRequirement& result);
     static QString described(const KelAccount::DeviceAccountState& result);
+
+private:
+    void add(const QString& line)
+    {
+        lines.append(line);
+        const auto next = afterwards;
+        if (next)
+            next();
+    }
 };
 
 /// What is known of a call whatever its result.

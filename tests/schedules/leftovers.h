@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <QString>
+
+/// What is in the process, so that what a schedule leaves behind is seen.
+namespace Schedules {
+
+/// Has Qt tell of every object that is made and that ends, on any thread. Timers belong to objects.
+void watchObjects();
+
+class Leftovers
+{
+public:
+    /// From what is there now.
+    Leftovers();
+
+    /// What there is more than at the beginning, waiting for what is about to end; empty when there
+    /// is nothing.
+    QString problem() const;
+
+    /// From now on, when it is known that there will be something.
+    static void haveLessPatience();
+
+private:
+    QString found() const;
+
+    quint64 mObjectsBefore;
+    int mDescriptors;
+    int mThreads;
+};
+
+} // namespace Schedules

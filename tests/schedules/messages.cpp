@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "schedules/messages.h"
+
+#include "support/literals.h"
+#include "support/secretsearch.h"
+
+#include <QLoggingCategory>
+
+#include <cstring>
+#include <mutex>
+
+using namespace KelTest;
+
+namespace Schedules::Messages {
+
+namespace {
+
+// What the calls are given, as far as nobody else may read it.
+const QStringList& secrets()
+{
+    static const QStringList all = {"planted-"_s,    "the-passwörd"_s, "the-new-password"_s,
+                                    "the old öne"_s, "the new one"_s,  "Ünser Hund"_s,
+                                    "read-by-bob"_s, "x7Kq"_s};
+    return all;
+}
+
+struct First
+{
+    std::mutex mutex;
+    QString problem;
+};
+
+First& first()
+{
+    static auto* const instance = new First;
+    return *instance;
+}
+
+void read(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    const bool isOurs = context.category && std::strncmp(context.category, "kelaccount.", 11) == 0;
+    QString problem;
+    if (!isOurs && type != QtDebugMsg && type != QtInfoMsg)
+        problem = "Qt warns: "_s + text;
+    else if (!SecretSearch::foundIn(text.toUtf8(), secrets()).isEmpty())
+        problem = "a secret was logged: "_s + text;
+    if (problem.isEmpty())
+        return;
+    const std::lock_guard<std::mutex> lock(first().mutex);
+    if (first().problem.isEmpty())
+        first().problem = problem;
+}
+
+} // namespace
+
+void take()
+{
+    QLoggingCategory::setFilterRules("kelaccount.*=true"_s);
+    qInstallMessageHandler(&read);
+}
+
+QString problem()
+{
+    const std::lock_guard<std::mutex> lock(first().mutex);
+    return std::exchange(first().problem, QString());
+}
+
+} // namespace Schedules::Messages

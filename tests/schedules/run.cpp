@@ -1,0 +1,444 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "schedules/run.h"
+
+#include "client/clientcalls.h"
+#include "device/testtagserver.h"
+#include "integration/standinservice.h"
+#include "platform/fakemodem.h"
+#include "rest/transport/networkreplycontainer.h"
+#include "rest/transport/serviceconnections.h"
+#include "schedules/documented.h"
+#include "schedules/leftovers.h"
+#include "schedules/messages.h"
+#include "schedules/target.h"
+#include "support/literals.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QNetworkConfigurationManager>
+#include <QThread>
+#include <QTimer>
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+using namespace KelTest;
+using KelRestHandler::NetworkReplyContainer;
+using KelRestHandler::ServiceConnections;
+
+namespace Schedules {
+
+namespace {
+
+// Instead of 60 s and of 4 s.
+constexpr int guardMs = 25;
+constexpr int idleMs = 8;
+constexpr int patienceMs = 30000;
+constexpr size_t mostTargets = 6;
+constexpr int deepest = 3;
+
+/// The service of one schedule, which lives where the application does.
+class Service
+{
+public:
+    Service()
+    {
+        mService.disturb = [this](const WireRequest&) {
+            return mDisturbed.fetch_sub(1) > 0 ? static_cast<Disturbance>(mDisturbance.load())
+                                               : Disturbance::None;
+        };
+    }
+    // On any thread.
+    void disturb(int disturbance, int requests)
+    {
+        constexpr int all = static_cast<int>(Disturbance::Status500);
+        mDisturbance = 1 + disturbance % all;
+        mDisturbed = 1 + requests % 4;
+    }
+    void disconnect()
+    {
+        QMetaObject::invokeMethod(QCoreApplication::instance(),
+                                  [this] { mService.closeConnections(); });
+    }
+    QStringList problems() const { return mService.problems(); }
+
+private:
+    std::atomic<int> mDisturbance{0};
+    std::atomic<int> mDisturbed{0};
+    StandInService mService;
+};
+
+class Schedule : public Stage
+{
+public:
+    Schedule(const Plan& plan, Service& service, const Documented& documented)
+        : mPlan(plan), mService(service), mDocumented(documented)
+    {
+    }
+
+    void run()
+    {
+        while (mAt < mPlan.steps.size())
+            perform(mPlan.steps[mAt++]);
+        if (!mPlan.endsUnanswered)
+            settle();
+        judge(!mPlan.endsUnanswered);
+        for (const auto& target : mTargets) {
+            if (!mPlan.endsWithApplication || !target->isClient())
+                target->end();
+        }
+        letPass(0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        judge(false);
+    }
+    // What is left are clients.
+    void endAfterApplication()
+    {
+        for (const auto& target : mTargets) {
+            target->call(0, mContexts.empty() ? nullptr : mContexts.front().get(), 0);
+            target->end();
+        }
+        judge(false);
+    }
+    QString problem() const { return mProblem; }
+
+    void complain(const QString& problem) override
+    {
+        if (mProblem.isEmpty())
+            mProblem = problem;
+    }
+    void answered(Target& target) override;
+    const Documented& documented() const override { return mDocumented; }
+
+private:
+    void perform(const Step& step);
+    void inAnswer(Target& target, int what, int which);
+    void add(bool isClient, int how);
+    void loop(int milliseconds, int steps);
+    void letPass(int milliseconds);
+    void changeContexts(int how);
+    void settle();
+    void judge(bool wereAwaited);
+    Target* target(int number);
+    QObject* context(int number);
+
+    const Plan& mPlan;
+    Service& mService;
+    const Documented& mDocumented;
+    QString mProblem;
+    size_t mAt = 0;
+    int mDepth = 0;
+    std::vector<std::unique_ptr<QObject>> mContexts;
+    std::vector<std::unique_ptr<Target>> mTargets;
+    std::map<Target*, std::deque<Step>> mInAnswers;
+};
+
+Target* Schedule::target(int number)
+{
+    std::vector<Target*> there;
+    for (const auto& target : mTargets) {
+        if (target->isThere())
+            there.push_back(target.get());
+    }
+    return there.empty() ? nullptr : there[static_cast<size_t>(number) % there.size()];
+}
+
+// One of ten calls is made by somebody who does not care.
+QObject* Schedule::context(int number)
+{
+    return mContexts.empty() || number % 10 == 0
+               ? nullptr
+               : mContexts[static_cast<size_t>(number) % mContexts.size()].get();
+}
+
+void Schedule::add(bool isClient, int how)
+{
+    const auto there = std::count_if(mTargets.begin(), mTargets.end(),
+                                     [](const auto& target) { return target->isThere(); });
+    if (static_cast<size_t>(there) >= mostTargets)
+        return;
+    const bool isInitialised = how % 10 != 0;
+    mTargets.push_back(isClient ? makeClient(*this, isInitialised)
+                                : makeFacade(*this, isInitialised));
+}
+
+void Schedule::perform(const Step& step)
+{
+    const auto [first, second, third] = step.values;
+    Target* const chosen = target(first);
+    switch (step.act) {
+    case Act::Facade:
+    case Act::Client:
+        add(step.act == Act::Client, first);
+        return;
+    case Act::Context:
+        changeContexts(first);
+        return;
+    case Act::Wait:
+        letPass(first % 4);
+        return;
+    case Act::Loop:
+        loop(first % 4, second % 4);
+        return;
+    case Act::Fault:
+        mService.disturb(first, second);
+        return;
+    case Act::Disconnect:
+        mService.disconnect();
+        return;
+    case Act::Settle:
+        settle();
+        return;
+    default:
+        break;
+    }
+    if (!chosen)
+        return;
+    switch (step.act) {
+    case Act::Call:
+        chosen->call(second, context(third), third);
+        return;
+    case Act::Burst:
+        for (int i = 0; i < 2 + third % 20 && chosen->isThere(); ++i)
+            chosen->call(second + (third % 2 == 0 ? i : 0), context(third), third);
+        return;
+    case Act::BadCall:
+        chosen->badCall(second);
+        return;
+    case Act::Prepare:
+        chosen->prepare();
+        return;
+    case Act::Cancel:
+        chosen->cancel(second, context(third), third);
+        return;
+    case Act::End:
+        chosen->end();
+        return;
+    case Act::EndLater:
+        chosen->endLater();
+        return;
+    case Act::InAnswer:
+        mInAnswers[chosen].push_back(step);
+        return;
+    default:
+        return;
+    }
+}
+
+void Schedule::answered(Target& target)
+{
+    std::deque<Step>& due = mInAnswers[&target];
+    if (due.empty())
+        return;
+    const Step step = due.front();
+    due.pop_front();
+    inAnswer(target, step.values[1], step.values[2]);
+}
+
+// An application may do anything in the function that it is answered in.
+void Schedule::inAnswer(Target& target, int what, int which)
+{
+    constexpr int choices = 9;
+    switch (what % choices) {
+    case 0:
+        return target.end();
+    case 1:
+        return target.endLater();
+    case 2:
+        if (Target* const other = this->target(which))
+            other->end();
+        return;
+    case 3:
+        return target.call(which, context(which), which);
+    case 4:
+        return loop(which % 4, which % 5);
+    case 5:
+        return loop(2, 0); // a message box
+    case 6:
+        return target.cancel(which, context(which), which);
+    case 7:
+        return changeContexts(which);
+    default:
+        target.call(which, context(1), 1);
+        target.endLater();
+        return;
+    }
+}
+
+void Schedule::changeContexts(int how)
+{
+    if (how % 2 == 0 || mContexts.empty()) {
+        mContexts.push_back(std::make_unique<QObject>());
+        return;
+    }
+    const std::unique_ptr<QObject> ending = std::move(mContexts.back());
+    mContexts.pop_back();
+    for (const auto& target : mTargets)
+        target->contextEnds(ending.get());
+}
+
+void Schedule::letPass(int milliseconds)
+{
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// What an application does while a dialog is open.
+void Schedule::loop(int milliseconds, int steps)
+{
+    if (mDepth >= deepest)
+        return;
+    ++mDepth;
+    QEventLoop within;
+    QTimer::singleShot(0, &within, [this, steps] {
+        for (int i = 0; i < steps && mAt < mPlan.steps.size(); ++i)
+            perform(mPlan.steps[mAt++]);
+    });
+    QTimer::singleShot(milliseconds, &within, &QEventLoop::quit);
+    within.exec();
+    --mDepth;
+}
+
+void Schedule::settle()
+{
+    const auto isSettled = [this] {
+        return std::all_of(mTargets.begin(), mTargets.end(),
+                           [](const auto& target) { return target->isSettled(); });
+    };
+    const QDeadlineTimer deadline(patienceMs);
+    while (!isSettled() && mProblem.isEmpty() && !deadline.hasExpired())
+        letPass(1);
+    // Long enough for a second answer that is on its way.
+    letPass(0);
+}
+
+void Schedule::judge(bool wereAwaited)
+{
+    for (const auto& target : mTargets) {
+        const QString problem = target->problem(wereAwaited);
+        if (!problem.isEmpty())
+            complain(problem);
+    }
+}
+
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+/// What Qt makes when a process first uses its network. Where that is on a client's thread, the
+/// application may end before Qt has arranged for it to end, too.
+class NetworkConfiguration
+{
+    QNetworkConfigurationManager mManager;
+};
+QT_WARNING_POP
+
+/// The application's thread serves, meanwhile.
+void runOnAnotherThread(Schedule& schedule)
+{
+    class Thread : public QThread
+    {
+    public:
+        explicit Thread(Schedule& schedule) : mSchedule(schedule) {}
+
+    private:
+        void run() override { mSchedule.run(); }
+
+        Schedule& mSchedule;
+    };
+    Thread thread(schedule);
+    QEventLoop loop;
+    QObject::connect(&thread, &QThread::finished, &loop, &QEventLoop::quit);
+    thread.start();
+    loop.exec();
+    thread.wait();
+}
+
+QString runInApplication(const Plan& plan, const Documented& documented)
+{
+    static char name[] = "schedules";
+    static char* arguments[] = {name, nullptr};
+    static int count = 1;
+    auto application = std::make_unique<QCoreApplication>(count, arguments);
+    const NetworkConfiguration settled;
+    auto service = std::make_unique<Service>();
+    Schedule schedule(plan, *service, documented);
+    if (plan.isOnAnotherThread)
+        runOnAnotherThread(schedule);
+    else
+        schedule.run();
+    for (const QString& problem : service->problems())
+        schedule.complain(problem);
+    service.reset();
+    application.reset();
+    if (plan.endsWithApplication)
+        schedule.endAfterApplication();
+    return schedule.problem();
+}
+
+} // namespace
+
+QString prepareToRun()
+{
+    static const OwnAccounts accounts;
+    static const ThreadTagServer tags(QByteArray("\x01tag"));
+    // Neither the user's sessions nor the device's buses.
+    for (const char* bus : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
+        qputenv(bus, "unix:path=/nowhere");
+    NetworkReplyContainer::setGuardMilliseconds(guardMs);
+    ServiceConnections::setIdleMilliseconds(idleMs);
+    FakeModem::reset();
+    Messages::take();
+    watchObjects();
+    return tags.isReady() ? missingOperations() : "there is no tag server"_s;
+}
+
+void warmUp(const Plan& plan, const Documented& documented)
+{
+    runInApplication(plan, documented);
+    Messages::problem();
+}
+
+QString run(const Plan& plan, const Documented& documented)
+{
+    const Leftovers leftovers;
+    QString problem = runInApplication(plan, documented);
+    const QString logged = Messages::problem();
+    if (problem.isEmpty())
+        problem = logged;
+    return problem.isEmpty() ? leftovers.problem() : problem;
+}
+
+Plan shrunk(const Plan& plan, const Documented& documented)
+{
+    Leftovers::haveLessPatience();
+    // What depends on the moment may go wrong at the second time only.
+    const auto goesWrong = [&documented](const Plan& one) {
+        constexpr int tries = 3;
+        for (int i = 0; i < tries; ++i) {
+            if (!run(one, documented).isEmpty())
+                return true;
+        }
+        return false;
+    };
+    Plan least = plan;
+    for (size_t some = least.steps.size() / 2; some > 0; some /= 2) {
+        for (size_t at = 0; at + some <= least.steps.size();) {
+            Plan fewer = least;
+            const auto begin = fewer.steps.begin() + static_cast<std::ptrdiff_t>(at);
+            fewer.steps.erase(begin, begin + static_cast<std::ptrdiff_t>(some));
+            if (goesWrong(fewer))
+                least = fewer;
+            else
+                at += some;
+        }
+    }
+    return least;
+}
+
+} // namespace Schedules
