@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+// What the bus may call is a slot, constant or not.
+// clazy:excludeall=const-signal-or-slot
+
 #include "emulator/modem/sim.h"
 
 #include <QDBusAbstractAdaptor>

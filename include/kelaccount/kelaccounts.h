@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+// The names in its signatures are looked up as they stand.
+// clazy:excludeall=fully-qualified-moc-types
+
 #include <kelaccount/consentqueryvariant.h>
 #include <kelaccount/errorstatus.h>
 #include <kelaccount/export.h>

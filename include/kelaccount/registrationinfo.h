@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+// A record changes when its owner changes it: nobody is notified.
+// clazy:excludeall=qproperty-without-notify
+
 #include <kelaccount/export.h>
 
 #include <QDate>

@@ -112,10 +112,12 @@ bool KelAuthSessionInterface::areCredentialsGone()
     if (!mIdentity)
         return false; // the session is just being opened
     bool gone = false;
+    // For the one question below alone.
     const auto connection =
-        connect(mIdentity, &SignOn::Identity::error, this, [&gone](const SignOn::Error& error) {
-            gone = error.type() == SignOn::Error::IdentityNotFound;
-        });
+        connect(mIdentity, &SignOn::Identity::error, this,
+                [&gone](const SignOn::Error& error) { // clazy:exclude=lambda-in-connect
+                    gone = error.type() == SignOn::Error::IdentityNotFound;
+                });
     mIdentity->queryInfo();
     disconnect(connection);
     return gone;

@@ -101,7 +101,7 @@ public:
 
     void enQueueRequestToAuthPlugin(const ZorKeLSignOn::ZorAuthSessionData& record,
                                     const QString& mechanism, KelAccountRequestType type);
-    Q_INVOKABLE void sendRequest(RequestData request);
+    Q_INVOKABLE void sendRequest(KelAccount::RequestData request);
     void processPendingRequest();
 
     /// How long the plugin may take to be initialised: enough for one that asks the service, and

@@ -103,7 +103,8 @@ Q_SIGNALS:
     void retrieveCaptchaImageResponse(int, const QPixmap&, QString);
     void registerAccountResponse(int);
     void retrieveSecQueListResponse(int, QVariantMap);
-    void detectPreAccountResponse(int, PreAccountInfo);
+    // Named as the facade has it.
+    void detectPreAccountResponse(int, PreAccountInfo); // clazy:exclude=fully-qualified-moc-types
     void retrieveTOSResponse(KelRestHandler::TermsUrlsResponse);
     void tokenDeletionResponse(KelRestHandler::RESTResponseBase);
     void emailIdAvailabilityResponse(int);
