@@ -28,12 +28,14 @@ void wipe(QString& text)
 
 SecretText& SecretText::operator=(const QString& text)
 {
-    const QString taken = text; // it may be this one
+    // A copy, since it may be this one.
+    const QString taken = text; // NOLINT(performance-unnecessary-copy-initialization)
     wipe(*this);
     QString::operator=(taken);
     return *this;
 }
 
+// NOLINTNEXTLINE(cert-oop54-cpp): the other one sees to that
 SecretText& SecretText::operator=(const SecretText& other)
 {
     return *this = static_cast<const QString&>(other);
