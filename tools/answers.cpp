@@ -19,7 +19,7 @@ namespace {
 QMetaMethod answerTo(QByteArray operation)
 {
     const QMetaObject& facade = KelAccounts::staticMetaObject;
-    const auto signalNamed = [&facade](const QByteArray& name) {
+    const auto signalNamed = [&](const QByteArray& name) {
         for (int i = facade.methodOffset(); i < facade.methodCount(); ++i) {
             const QMetaMethod method = facade.method(i);
             if (method.methodType() == QMetaMethod::Signal && method.name() == name)

@@ -4,12 +4,19 @@
 #include <QLoggingCategory>
 #include <QMutex>
 
+#include <utility>
+
 namespace {
 
-QMutex mutex; // Qt's network code may log on a thread of its own
-QStringList complaints;
+QBasicMutex mutex; // Qt's network code may log on a thread of its own
 QtMessageHandler showMessage = nullptr;
 bool shows = false;
+
+QStringList& complaints()
+{
+    static QStringList kept;
+    return kept;
+}
 
 void keep(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
@@ -17,8 +24,8 @@ void keep(QtMsgType type, const QMessageLogContext& context, const QString& text
     const bool complains = type == QtWarningMsg || type == QtCriticalMsg;
     if (ofLibrary && complains) {
         const QMutexLocker locker(&mutex);
-        if (!complaints.contains(text))
-            complaints.append(text);
+        if (!complaints().contains(text))
+            complaints().append(text);
     }
     if ((!ofLibrary || shows) && showMessage)
         showMessage(type, context, text);
@@ -40,7 +47,5 @@ void keepLog(bool show)
 QStringList takeComplaints()
 {
     const QMutexLocker locker(&mutex);
-    const QStringList taken = complaints;
-    complaints.clear();
-    return taken;
+    return std::exchange(complaints(), {});
 }

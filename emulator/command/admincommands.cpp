@@ -107,8 +107,8 @@ std::string firstArgument(const CommandLine::Line& line)
 std::string inbox(Endpoint& emulator, const CommandLine::Line& line)
 {
     std::string text;
-    for (const QJsonValue message :
-         emulator.list("/inbox?name=" + percentEncode(firstArgument(line))))
+    const QJsonArray messages = emulator.list("/inbox?name=" + percentEncode(firstArgument(line)));
+    for (const auto& message : messages)
         text += (text.empty() ? "" : "\n") + described(message.toObject());
     return text.empty() ? "No messages.\n" : text;
 }
@@ -118,7 +118,8 @@ std::string captcha(Endpoint& emulator, const CommandLine::Line& line)
     if (!line.arguments.empty())
         return emulator.ask("GET", "/captchas/" + percentEncode(line.arguments.front()));
     std::string text;
-    for (const QJsonValue one : emulator.list("/captchas"))
+    const QJsonArray captchas = emulator.list("/captchas");
+    for (const auto& one : captchas)
         text += printable(one[QStringLiteral("id")]) + ' ' +
                 printable(one[QStringLiteral("text")]) + '\n';
     return text.empty() ? "No captchas.\n" : text;
@@ -167,7 +168,8 @@ std::string scenario(Endpoint& emulator, const CommandLine::Line& line)
 std::string accountList(Endpoint& emulator)
 {
     std::string text;
-    for (const QJsonValue account : emulator.list("/accounts")) {
+    const QJsonArray accounts = emulator.list("/accounts");
+    for (const auto& account : accounts) {
         const auto value = [&account](const char* name) {
             const std::string shown = printable(account[QLatin1String(name)]);
             return shown.empty() ? "-" : shown;
@@ -346,7 +348,8 @@ std::string tags(Endpoint& emulator, const CommandLine::Line& line)
 std::string loggedText(const QJsonValue& value)
 {
     std::string text;
-    for (const QString& line : value.toString().split(QLatin1Char('\n')))
+    const QStringList lines = value.toString().split(QLatin1Char('\n'));
+    for (const QString& line : lines)
         text += CommandLine::printable(line.toLatin1().toStdString()) + '\n';
     return text;
 }
@@ -360,7 +363,7 @@ std::string requestDetail(Endpoint& emulator, const std::string& number)
             .object();
     std::string text;
     const QJsonArray steps = detail.value(QStringLiteral("steps")).toArray();
-    for (const QJsonValue step : steps) {
+    for (const auto& step : steps) {
         text += (step[QStringLiteral("good")].toBool() ? "Good: " : "Failed: ") +
                 loggedText(step[QStringLiteral("name")]);
         if (!step[QStringLiteral("detail")].toString().isEmpty())
@@ -381,7 +384,8 @@ int followLog(Endpoint& emulator, bool goesOn)
     int last = 0;
     for (;;) {
         std::string text;
-        for (const QJsonValue request : emulator.list("/requests?after=" + std::to_string(last))) {
+        const QJsonArray requests = emulator.list("/requests?after=" + std::to_string(last));
+        for (const auto& request : requests) {
             last = request[QStringLiteral("number")].toInt();
             text += describedRequest(request.toObject());
         }

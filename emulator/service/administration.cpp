@@ -37,7 +37,8 @@ std::vector<Fields> objectsOf(const std::string& body)
     if (document.isObject())
         return {Fields(document.object())};
     std::vector<Fields> objects;
-    for (const auto value : document.array()) {
+    const QJsonArray values = document.array();
+    for (const auto& value : values) {
         if (!value.isObject())
             throw Refusal{"send JSON objects"};
         objects.emplace_back(value.toObject());

@@ -110,7 +110,8 @@ Fields Fields::object(const char* name)
 std::vector<Fields> Fields::objects(const char* name)
 {
     std::vector<Fields> list;
-    for (const QJsonValue value : takeArray(name)) {
+    const QJsonArray values = takeArray(name);
+    for (const auto& value : values) {
         if (!value.isObject())
             refuse(name, list.size(), "must be an object");
         list.emplace_back(value.toObject(), mPath + elementName(name, list.size()) + '.');
@@ -121,7 +122,8 @@ std::vector<Fields> Fields::objects(const char* name)
 std::vector<std::string> Fields::texts(const char* name)
 {
     std::vector<std::string> list;
-    for (const QJsonValue value : takeArray(name)) {
+    const QJsonArray values = takeArray(name);
+    for (const auto& value : values) {
         if (!value.isString())
             refuse(name, list.size(), "must be a string");
         list.push_back(value.toString().toStdString());

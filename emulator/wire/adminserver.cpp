@@ -78,7 +78,8 @@ bool AdminServer::isForUs(const httplib::Request& request) const
         return false;
     const std::string host = request.get_header_value("Host");
     const std::string port = ':' + std::to_string(mPort);
-    for (const std::string name : {"127.0.0.1", "localhost"}) {
+    for (const char* const loopback : {"127.0.0.1", "localhost"}) {
+        const std::string name = loopback;
         if (host != name && host != name + port)
             continue;
         // The console's own orders come from here.

@@ -21,7 +21,8 @@ bool isPrintableLatin1(QChar character)
 QString headerText(const QString& text)
 {
     QString printable;
-    for (const QChar character : text.simplified()) {
+    const QString words = text.simplified();
+    for (const QChar character : words) {
         if (isPrintableLatin1(character))
             printable.append(character);
         if (printable.size() == longestHeaderText)

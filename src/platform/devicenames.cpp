@@ -73,7 +73,8 @@ QString unquoted(const QByteArray& value)
 QString releaseField(const QByteArray& release, const QByteArray& name)
 {
     const QByteArray start = name + '=';
-    for (const QByteArray& line : release.split('\n')) {
+    const QList<QByteArray> lines = release.split('\n');
+    for (const QByteArray& line : lines) {
         if (line.startsWith(start))
             return unquoted(line.mid(start.size()).trimmed());
     }

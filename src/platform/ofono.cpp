@@ -45,7 +45,8 @@ std::optional<QVector<Modem>> ownModems(SystemBusQuery& query)
     if (reply.type() != QDBusMessage::ReplyMessage)
         return std::nullopt;
     QVector<Modem> own;
-    for (const Modem& modem : onlyValue<QList<Modem>>(reply, modemListSignature)) {
+    const auto modems = onlyValue<QList<Modem>>(reply, modemListSignature);
+    for (const Modem& modem : modems) {
         if (belongsToThisDevice(modem))
             own.append(modem);
     }

@@ -17,7 +17,8 @@ QSystemDeviceInfo::~QSystemDeviceInfo() = default;
 
 QString QSystemDeviceInfo::imei()
 {
-    for (const ModemDetails& modem : mModemReader->modems()) {
+    const QVector<ModemDetails> modems = mModemReader->modems();
+    for (const ModemDetails& modem : modems) {
         if (!modem.imei.isEmpty())
             return modem.imei;
     }

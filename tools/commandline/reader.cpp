@@ -12,8 +12,8 @@ namespace CommandLine {
 
 namespace {
 
-const std::string helpOption = "--help";
-const std::string versionOption = "--version";
+constexpr const char* helpOption = "--help";
+constexpr const char* versionOption = "--version";
 
 /// What an argument is called in the parsing library, to which a comma parts names.
 std::string internalName(size_t argument)

@@ -99,7 +99,8 @@ bool isIssuedFor(const QSslCertificate& certificate, const QString& host)
     const QStringList names = certificate.subjectAlternativeNames().values(QSsl::DnsEntry);
     return std::any_of(names.begin(), names.end(), [&host](const QString& name) {
         if (name.startsWith(QLatin1String("*.")))
-            return host.section(QLatin1Char('.'), 1).compare(name.mid(2), Qt::CaseInsensitive) == 0;
+            return QStringView(name).mid(2).compare(host.section(QLatin1Char('.'), 1),
+                                                    Qt::CaseInsensitive) == 0;
         return host.compare(name, Qt::CaseInsensitive) == 0;
     });
 }

@@ -188,7 +188,8 @@ constexpr ChildReader<QuestionList> questionList[] = {
      [](QuestionList& to, Node child) {
          Question one;
          readChildren(child, oneQuestion, one);
-         to.behindLast = std::next(to.questions.insert(to.behindLast, one.id, one.text));
+         const auto inserted = to.questions.insert(to.behindLast, one.id, one.text);
+         to.behindLast = std::next(inserted); // clazy:exclude=strict-iterators
          to.order.append(one.id);
      }},
 };
