@@ -1,0 +1,69 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""usage: checked.py BUILD-FOLDER clang-tidy|clazy
+
+Has a checker read what the library, its plugin, its tools and its emulator are compiled from, and each public header
+alone, as BUILD-FOLDER/compile_commands.json compiles them. The checkers' front end is clang: what does not compile
+with that is a finding, too. Prints the findings; the exit status is 1 when there are any.
+"""
+import concurrent.futures
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parents[2]
+ROOMS = ("src", "plugin", "tools", "emulator", "include")
+HEADERS = f"^{re.escape(str(SOURCE))}/({'|'.join(ROOMS)})/"
+# Options of gcc's that clang does not know, and precompiled headers that it cannot read.
+ARGUMENTS = ["--extra-arg=-Wno-unknown-warning-option", "--extra-arg=-Wno-ignored-optimization-argument"]
+CHECKERS = {
+    # Where parts of files are compiled together, a .cpp is as much a header as others.
+    "clang-tidy": ["clang-tidy", "--quiet", "--warnings-as-errors=*", f"--header-filter={HEADERS}"],
+    "clazy": ["clazy-standalone", "--checks=level1", f"--header-filter={HEADERS}"],
+}
+FINDING = re.compile(rf"{HEADERS[1:]}.*?: (warning|error|fatal error): |^error: ", re.MULTILINE)
+
+
+def sources(build):
+    compiled = json.loads((build / "compile_commands.json").read_text())
+    for command in compiled:
+        path = Path(command["directory"], command["file"]).resolve()
+        if "autogen" in str(path) or path.name.startswith("qrc_"):
+            continue
+        below = path.relative_to(build) if path.is_relative_to(build) else path.relative_to(SOURCE)
+        if below.parts[0] in ROOMS or "selfcontained" in command.get("output", "") + str(path):
+            yield path
+
+
+def findings(build, checker, path):
+    command = [*CHECKERS[checker], "-p", str(build), *ARGUMENTS, str(path)]
+    run = subprocess.run(command, capture_output=True, text=True, check=False)
+    text = run.stdout + run.stderr
+    return text if run.returncode or FINDING.search(text) else ""
+
+
+def main():
+    if len(sys.argv) != 3 or sys.argv[2] not in CHECKERS:
+        sys.exit(__doc__)
+    build, checker = Path(sys.argv[1]).resolve(), sys.argv[2]
+    program = CHECKERS[checker][0]
+    if not shutil.which(program):
+        sys.exit(f"{program} is not installed: ./test --ci installs it (packaging/packages.txt, [tidy])")
+    paths = sorted(set(sources(build)))
+    if not any(path.is_relative_to(SOURCE / "src") or path.is_relative_to(build / "src") for path in paths):
+        sys.exit(f"{build}/compile_commands.json compiles nothing of src: configure with preset dev")
+    found = 0
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for text in pool.map(lambda path: findings(build, checker, path), paths):
+            if text:
+                found += 1
+                print(text, flush=True)
+    print(f"{checker}: {len(paths)} files read, {found} with findings")
+    sys.exit(1 if found else 0)
+
+
+main()
