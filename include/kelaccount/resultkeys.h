@@ -7,8 +7,7 @@ namespace KelAccount {
 
 namespace Detail {
 
-// QLatin1String counts with strlen(), which is no constant where a compiler has no built-in one:
-// with -fno-builtin, or with the flags of a fuzzer.
+// QLatin1String counts with strlen(), which clang takes for no constant, nor gcc with -fno-builtin.
 template <int size>
 constexpr QLatin1String keyOf(const char (&text)[size])
 {
