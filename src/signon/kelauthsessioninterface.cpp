@@ -30,12 +30,13 @@ namespace {
 
 constexpr int openingTimeoutMs = 90000;
 constexpr int cancelAfterMs = 1000;
+constexpr int startingDelayMs = 500;
 
 } // namespace
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
     // Children, so that they come along to another thread.
-    : QObject(parent), mCancelling(this), mOpeningGuard(this)
+    : QObject(parent), mStarting(this), mCancelling(this), mOpeningGuard(this)
 {
     registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);
@@ -44,19 +45,38 @@ KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
             &KelAuthSessionInterface::processOpeningTimeout);
     mCancelling.setSingleShot(true);
     connect(&mCancelling, &QTimer::timeout, this, &KelAuthSessionInterface::cancelWhenDue);
-    whenSignOnDaemonIsLost(this, [this] { processDaemonLoss(); });
+    mStarting.setSingleShot(true);
+    mStarting.setInterval(startingDelayMs);
+    connect(&mStarting, &QTimer::timeout, this, &KelAuthSessionInterface::startDaemon);
+    // From the event loop: there may be no application yet.
+    QMetaObject::invokeMethod(
+        this, [this] { mStarting.start(); }, Qt::QueuedConnection);
+}
 
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
+// So that the daemon runs before it is needed. Nobody waits for what it says. But not while a first
+// call is on its way that asks the service alone: reaching the bus and the daemon takes a tenth of
+// its time, on the same thread, and a process that ends with it needs neither.
+void KelAuthSessionInterface::startDaemon()
+{
+    watchDaemon();
+    if (!QDBusConnection::sessionBus().isConnected())
         return;
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                SLOT(processBusLoss()));
-    // So that the daemon runs before it is needed. Nobody waits for what it says.
     ensureSignOnDaemon(this, openingTimeoutMs, [](bool running) {
         if (running)
             SignOn::AuthService().queryMethods();
     });
+}
+
+void KelAuthSessionInterface::watchDaemon()
+{
+    if (std::exchange(mWatchesDaemon, true))
+        return;
+    whenSignOnDaemonIsLost(this, [this] { processDaemonLoss(); });
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected())
+        bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                    QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                    this, SLOT(processBusLoss()));
 }
 
 KelAuthSessionInterface::~KelAuthSessionInterface()
@@ -98,6 +118,7 @@ bool KelAuthSessionInterface::createAuthSession(const QString& consumerKey,
                    "credential id.. unable to proceed");
         return false;
     }
+    watchDaemon();
     if (!reachesSessionBus())
         return false;
     mCredentialsId = credentialsId;

@@ -129,6 +129,8 @@ private Q_SLOTS:
     void processBusLoss();
 
 private:
+    void startDaemon();
+    void watchDaemon();
     bool areCredentialsGone();
     bool waitForPlugin();
     void beginSession(bool daemonRuns);
@@ -175,12 +177,14 @@ private:
     QQueue<RequestData> mPendingRequests;
     quint64 mCaller = 0;
     quint64 mAnsweredCaller = 0;
+    QTimer mStarting;   // runs until the daemon is started although nobody needs it
     QTimer mCancelling; // runs while what the plugin has is to be cancelled
 
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;
     bool mInitialiseRepeated = false; // for this session
     bool mWantsConnection = false;
+    bool mWatchesDaemon = false;
     bool mDaemonConfirmed = false; // runs for this session; a loss before is that of an earlier one
 };
 
