@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/devicedescription.h"
 
+#include "platform/devicenames.h"
 #include "platform/qsystemdeviceinfo.h"
 #include "platform/qsysteminfo.h"
 
@@ -33,9 +34,10 @@ QString headerText(const QString& text)
 
 DeviceDescription readDeviceDescription()
 {
-    QtMobility::QSystemDeviceInfo device;
     QtMobility::QSystemInfo system;
-    return {headerText(device.manufacturer()), headerText(device.model()),
+    // One reading for both: it may have to ask for the modems.
+    const QtMobility::DeviceNames names = QtMobility::QSystemDeviceInfo().names();
+    return {headerText(names.manufacturer), headerText(names.model),
             headerText(system.version(QtMobility::QSystemInfo::Firmware))};
 }
 

@@ -32,12 +32,11 @@ public:
     SimStatus simStatus();
 
     /// As the device tree or DMI has them; the first modem's where neither knows the device.
+    DeviceNames names();
     QString manufacturer();
     QString model();
 
 private:
-    DeviceNames names();
-
     std::unique_ptr<ModemReader> mModemReader;
 };
 

@@ -41,6 +41,15 @@ private Q_SLOTS:
         QCOMPARE(description.firmwareVersion, QString());
     }
 
+    void theModemsAreAskedOnceForBothNames()
+    {
+        KelTest::FakeModem::setModems({{"Maker"_s, "Phone 5"_s, {}}});
+        const DeviceDescription description = KelRestHandler::readDeviceDescription();
+        QCOMPARE(description.manufacturer, "Maker"_s);
+        QCOMPARE(description.model, "Phone 5"_s);
+        QCOMPARE(KelTest::FakeModem::readings(), 1);
+    }
+
     void hostileTextsAreMadeHarmless()
     {
         TestRoot::write("sys/class/dmi/id/sys_vendor", "Ma\r\nrest-verb: DELETE");
