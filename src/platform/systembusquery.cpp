@@ -2,6 +2,7 @@
 #include "platform/systembusquery.h"
 
 #include <QDBusError>
+#include <QDBusPendingCall>
 #include <QMutex>
 
 #include <mutex>
@@ -31,6 +32,8 @@ QDBusMessage callBefore(const QDeadlineTimer& deadline, const QDBusConnection& b
 
 // Greets the bus itself: QDBusConnection::systemBus() does so too, but waits 25 seconds for a bus
 // that does not answer, is never made again after the bus has gone, and belongs to the application.
+// The answer is not waited for: the bus reads what it is sent in its order, and what follows a
+// greeting that it refuses it answers by closing the connection.
 QDBusConnection greetedBus(const QDeadlineTimer& deadline)
 {
     QDBusConnection bus = QDBusConnection::connectToPeer(systemBusAddress(), connectionName);
@@ -39,10 +42,8 @@ QDBusConnection greetedBus(const QDeadlineTimer& deadline)
     const QDBusMessage hello = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("Hello"));
-    if (callBefore(deadline, bus, hello).type() == QDBusMessage::ReplyMessage)
-        return bus;
-    QDBusConnection::disconnectFromPeer(connectionName);
-    return QDBusConnection(QString());
+    bus.asyncCall(hello, static_cast<int>(deadline.remainingTime()));
+    return bus;
 }
 
 QDBusConnection connectedBus(const QDeadlineTimer& deadline)
