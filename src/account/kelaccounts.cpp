@@ -22,18 +22,23 @@ void registerSignalTypes()
     registerTypeName<ProfileInfo*>("KelAccount::ProfileInfo*");
 }
 
-// Every signal of the facade has its twin in the private object.
+// Every signal of the facade has its twin in the private object, in the same order. They are
+// connected by number: their arguments are the same, and checking that, or looking for the twin,
+// takes as long as making the request of a first call.
 void connectTwins(KelAccountsPrivate* from, KelAccounts* to)
 {
     const QMetaObject& facade = KelAccounts::staticMetaObject;
     const QMetaObject& orchestrator = KelAccountsPrivate::staticMetaObject;
+    int twin = orchestrator.methodOffset();
     for (int i = facade.methodOffset(); i < facade.methodCount(); ++i) {
         const QMetaMethod method = facade.method(i);
         if (method.methodType() != QMetaMethod::Signal)
             continue;
-        const int twin = orchestrator.indexOfSignal(method.methodSignature().constData());
-        Q_ASSERT(twin >= 0);
-        QObject::connect(from, orchestrator.method(twin), to, method, Qt::DirectConnection);
+        while (twin < orchestrator.methodCount() &&
+               orchestrator.method(twin).methodSignature() != method.methodSignature())
+            ++twin;
+        Q_ASSERT(twin < orchestrator.methodCount());
+        QMetaObject::connect(from, twin, to, i, Qt::DirectConnection);
     }
 }
 
