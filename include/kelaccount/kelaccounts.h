@@ -270,7 +270,9 @@ public Q_SLOTS:
     /// @param oldPassword, newPassword  not empty; never logged
     ///
     /// Answered by changePasswordResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or
-    /// what the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614).
+    /// what the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614). 0
+    /// says that the service has the new password. Where the daemon cannot store it, which it tells
+    /// nobody, the next use of the password is refused; signing out and in again mends that.
     void changePassword(const QString& oldPassword, const QString& newPassword);
 
     /// Gives the user who is signed in a user name.

@@ -13,6 +13,8 @@ std::unique_ptr<Breakage> Breakage::make(const std::string& name)
     std::unique_ptr<Breakage> made = brokenProcess(name);
     if (!made)
         made = brokenDatabase(name);
+    if (!made)
+        made = otherApplication(name);
     return made ? std::move(made) : brokenService(name);
 }
 

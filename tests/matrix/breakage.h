@@ -23,6 +23,8 @@ public:
     virtual bool begin() = 0;
     /// As soon as the service has been asked; and again and again until it is answered.
     virtual void onAsked() {}
+    /// Whether what was to happen then has; until it has, the service holds its answers back.
+    virtual bool hasHappened() { return true; }
     /// The world is well again. False when it is not.
     virtual bool end() { return true; }
     /// How often the operation has touched what is broken.

@@ -17,6 +17,7 @@ constexpr int stillMs = 1000;
 std::unique_ptr<Breakage> brokenProcess(const std::string& name);
 std::unique_ptr<Breakage> brokenDatabase(const std::string& name);
 std::unique_ptr<Breakage> brokenService(const std::string& name);
+std::unique_ptr<Breakage> otherApplication(const std::string& name);
 
 /// A file that is away, or has something else in it: nothing when that is null. The counter says
 /// how often it was touched.

@@ -25,6 +25,9 @@ namespace Matrix {
 
 namespace {
 
+/// In the place of a file.
+const QByteArray folderThere = QByteArrayLiteral("\0a folder");
+
 /// A file that is away, or has something else in it.
 class Replaced : public Breakage
 {
@@ -36,11 +39,13 @@ public:
     }
     bool begin() override
     {
-        endDaemon();
+        endMadeDaemon();
         mIsThere = QFile::exists(mFile);
         if (mIsThere && !QFile::rename(mFile, mFile + ".away"_s))
             return false;
         mBefore = mCounter();
+        if (mContents == folderThere)
+            return QDir().mkdir(mFile);
         QFile file(mFile);
         return mContents.isNull() ||
                (file.open(QIODevice::WriteOnly) && file.write(mContents) == mContents.size());
@@ -48,7 +53,10 @@ public:
     bool end() override
     {
         endDaemon();
-        QFile::remove(mFile);
+        if (mContents == folderThere)
+            QDir().rmdir(mFile);
+        else
+            QFile::remove(mFile);
         QFile::remove(mFile + "-journal"_s);
         const bool isBack = !mIsThere || QFile::rename(mFile + ".away"_s, mFile);
         DaemonControl::letThisProgramHear();
@@ -111,8 +119,7 @@ public:
     bool begin() override
     {
         // Who has a file open would go on writing to it.
-        DaemonControl::start();
-        endDaemon();
+        endMadeDaemon();
         const QByteArray folder = QFile::encodeName(mFolder);
         mBefore = mCounter();
         if (!mIsFull)
@@ -227,6 +234,11 @@ std::unique_ptr<Breakage> brokenDatabase(const std::string& name)
     const QString accounts = variable("ACCOUNTS");
     const QString secrets = variable("SSO_STORAGE_PATH");
     const QByteArray nonsense(8192, 'x');
+    if (name == "accounts-absent")
+        return std::make_unique<Replaced>(accounts + "/accounts.db"_s, QByteArray(),
+                                          accountsOpened);
+    if (name == "accounts-unreadable")
+        return std::make_unique<Replaced>(accounts + "/accounts.db"_s, folderThere, accountsOpened);
     if (name == "accounts-nonsense")
         return std::make_unique<Replaced>(accounts + "/accounts.db"_s, nonsense, accountsOpened);
     if (name == "accounts-locked")

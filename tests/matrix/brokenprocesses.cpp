@@ -6,10 +6,12 @@
 #include "support/daemoncontrol.h"
 #include "support/literals.h"
 
+#include <QFile>
 #include <QList>
 
 #include <csignal>
 #include <functional>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace KelTest;
@@ -93,13 +95,76 @@ private:
     std::thread mWaking;
 };
 
+/// The bus starts what never takes the daemon's name.
+class DaemonHangs : public Breakage
+{
+public:
+    bool begin() override
+    {
+        endMadeDaemon();
+        DaemonControl::setInstalled(sessionFolder(), false);
+        QFile other(file());
+        if (!other.open(QIODevice::WriteOnly) ||
+            other.write("[D-BUS Service]\nName=com.google.code.AccountsSSO.SingleSignOn\n"
+                        "Exec=/bin/sleep 1000\n") < 0)
+            return false;
+        other.close();
+        DaemonControl::setInstalled(sessionFolder(), true); // which is in place, and read
+        mTalks = sharedState()->talks;
+        return true;
+    }
+    bool end() override
+    {
+        const bool isAway = QFile::remove(file());
+        DaemonControl::setInstalled(sessionFolder(), true);
+        endSleepers();
+        DaemonControl::letThisProgramHear();
+        return isAway;
+    }
+    int met() const override { return sharedState()->talks - mTalks; }
+
+private:
+    static QString file()
+    {
+        return sessionFolder() + "/bus-services/com.google.code.AccountsSSO.SingleSignOn.service"_s;
+    }
+
+    int mTalks = 0;
+};
+
+/// Whoever opens the plugin's file waits for somebody who writes into it.
+class PluginHangs : public Breakage
+{
+public:
+    explicit PluginHangs(QString file) : mFile(std::move(file)) {}
+    bool begin() override
+    {
+        endMadeDaemon();
+        mTalks = sharedState()->talks;
+        return QFile::rename(mFile, mFile + ".away"_s) &&
+               ::mkfifo(QFile::encodeName(mFile).constData(), 0600) == 0;
+    }
+    bool end() override
+    {
+        endDaemon();
+        const bool isBack = QFile::remove(mFile) && QFile::rename(mFile + ".away"_s, mFile);
+        DaemonControl::letThisProgramHear();
+        return isBack;
+    }
+    int met() const override { return sharedState()->talks - mTalks; }
+
+private:
+    const QString mFile;
+    int mTalks = 0;
+};
+
 class DaemonAbsent : public Breakage
 {
 public:
     bool begin() override
     {
+        endMadeDaemon();
         DaemonControl::setInstalled(sessionFolder(), false);
-        endDaemon();
         mTalks = sharedState()->talks;
         return true;
     }
@@ -139,6 +204,10 @@ std::unique_ptr<Breakage> brokenProcess(const std::string& name)
         {"plugin-stopped-asking", plugins, SIGSTOP, Signalled::When::Asked},
         {"bus-stopped", buses, SIGSTOP, Signalled::When::Before},
         {"bus-stopped-asking", buses, SIGSTOP, Signalled::When::Asked},
+        {"bus-killed", buses, SIGKILL, Signalled::When::Before},
+        {"bus-ended", buses, SIGTERM, Signalled::When::Before},
+        {"bus-killed-asking", buses, SIGKILL, Signalled::When::Asked},
+        {"bus-ended-asking", buses, SIGTERM, Signalled::When::Asked},
     };
     for (const auto& row : table) {
         if (name == row.name)
@@ -147,7 +216,11 @@ std::unique_ptr<Breakage> brokenProcess(const std::string& name)
     }
     if (name == "daemon-absent")
         return std::make_unique<DaemonAbsent>();
+    if (name == "daemon-start-hangs")
+        return std::make_unique<DaemonHangs>();
     const QString plugin = variable("SSO_PLUGINS_DIR") + "/libzorauthplugin.so"_s;
+    if (name == "plugin-start-hangs")
+        return std::make_unique<PluginHangs>(plugin);
     if (name == "plugin-absent")
         return replacedFile(plugin, QByteArray(), talks);
     if (name == "plugin-nonsense")

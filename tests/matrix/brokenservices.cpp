@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Tag server and modem.
+// Tag server, modem and the bus that leads to it.
 #include "device/testtagserver.h"
 #include "matrix/breakages.h"
 #include "matrix/sessionprocesses.h"
@@ -9,11 +9,15 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QFile>
 #include <QSemaphore>
 #include <QThread>
 
 #include <atomic>
+#include <cstring>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace KelTest;
 
@@ -153,6 +157,62 @@ private:
     Thread mThread;
 };
 
+/// Another system bus than the session's: none, or one that takes connections and says nothing.
+class SystemBus : public Breakage
+{
+public:
+    explicit SystemBus(bool hangs) : mHangs(hangs) {}
+    ~SystemBus() override
+    {
+        if (mSocket >= 0)
+            ::close(mSocket);
+    }
+    bool begin() override
+    {
+        mAddress = qgetenv(variableName);
+        const QByteArray path =
+            QFile::encodeName(sessionFolder() + QLatin1Char('/') + text(silentBus));
+        if (mHangs && !listen(path))
+            return false;
+        useAnother("unix:path=" + path);
+        mBefore = sharedState()->systemBusAsked;
+        return true;
+    }
+    bool end() override
+    {
+        useAnother(mAddress);
+        return !mHangs ||
+               ::unlink(QFile::encodeName(sessionFolder() + QLatin1Char('/') + text(silentBus))) ==
+                   0;
+    }
+    int met() const override { return sharedState()->systemBusAsked - mBefore; }
+
+private:
+    static constexpr const char* variableName = "DBUS_SYSTEM_BUS_ADDRESS";
+
+    bool listen(const QByteArray& path)
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, path.constData(),
+                    qMin(size_t(path.size()), sizeof address.sun_path - 1));
+        mSocket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        return ::bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+               ::listen(mSocket, 100) == 0;
+    }
+    // Who has a connection would go on using it.
+    static void useAnother(const QByteArray& address)
+    {
+        qputenv(variableName, address);
+        QDBusConnection::disconnectFromPeer("kelaccount-platform"_s);
+    }
+
+    const bool mHangs;
+    int mSocket = -1;
+    int mBefore = 0;
+    QByteArray mAddress;
+};
+
 } // namespace
 
 std::unique_ptr<Breakage> brokenService(const std::string& name)
@@ -177,6 +237,10 @@ std::unique_ptr<Breakage> brokenService(const std::string& name)
         return std::make_unique<Modem>(Modem::Manner::Lies);
     if (name == "modem-fails")
         return std::make_unique<Modem>(Modem::Manner::Fails);
+    if (name == "system-bus-absent")
+        return std::make_unique<SystemBus>(false);
+    if (name == "system-bus-hangs")
+        return std::make_unique<SystemBus>(true);
     return nullptr;
 }
 

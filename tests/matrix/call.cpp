@@ -58,7 +58,22 @@ protected:
         else
             beginByTheTables(name);
     }
-    void beginSignIn() override { mAccounts.signInAndConfigure(user, passwordAfter(0), true); }
+    void beginSignIn(const QString& password) override
+    {
+        mAccounts.signInAndConfigure(user, password, true);
+    }
+    // The facade cannot sign out; an application has the client for that.
+    void beginSignOut() override
+    {
+        mClient = std::make_unique<Client>();
+        mClient->initialize("key"_s, "planted-secret"_s, static_cast<KelAccount::Server>(mServer),
+                            "shop"_s);
+        mClient->signOut().then(
+            mClient.get(), [this] { answered("0"_s); },
+            [this](const KelAccount::Failure& failure) {
+                answered(QString::number(failure.status));
+            });
+    }
     int counted() const override
     {
         // The picture's first signal is followed by the second, which has the id, too.
@@ -97,6 +112,7 @@ private:
     KelAccounts mAccounts;
     FacadeRecorder mRecorder{&mAccounts};
     KelAccount::RegistrationInfo mRegistration;
+    std::unique_ptr<Client> mClient;
 };
 
 class ClientCaller : public Caller
@@ -117,7 +133,7 @@ protected:
             return expect(
                 mClient.changePassword(passwordAfter(mChanges), passwordAfter(mChanges + 1)));
         if (mRow.name == "signInAndConfigure"_s)
-            return beginSignIn();
+            return beginSignIn(passwordAfter(0));
         for (const ClientCall& call : clientCalls()) {
             if (text(call.name) != mRow.name)
                 continue;
@@ -125,10 +141,15 @@ protected:
             return;
         }
     }
-    void beginSignIn() override
+    void beginSignIn(const QString& password) override
     {
         mContext = std::make_unique<QObject>();
-        expect(mClient.signInAndConfigure(user, passwordAfter(0)));
+        expect(mClient.signInAndConfigure(user, password));
+    }
+    void beginSignOut() override
+    {
+        mContext = std::make_unique<QObject>();
+        expect(mClient.signOut());
     }
     void look() override
     {
@@ -173,20 +194,34 @@ std::unique_ptr<Caller> Caller::make(const Row& row, int server)
 
 void Caller::call()
 {
-    mIsSigningIn = false;
-    mStatuses.clear();
-    mTook = -1;
-    mSince.start();
+    restart(false);
     begin();
 }
 
 void Caller::signIn()
 {
-    mIsSigningIn = true;
+    restart(true);
+    beginSignIn(passwordAfter(0));
+}
+
+void Caller::signInAnew()
+{
+    restart(true);
+    beginSignIn(passwordAfter(mChanges));
+}
+
+void Caller::signOut()
+{
+    restart(true);
+    beginSignOut();
+}
+
+void Caller::restart(bool isSigningIn)
+{
+    mIsSigningIn = isSigningIn;
     mStatuses.clear();
     mTook = -1;
     mSince.start();
-    beginSignIn();
 }
 
 int Caller::answers()

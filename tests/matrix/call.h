@@ -26,6 +26,9 @@ public:
     void call();
     /// Signs in, so that there is a session.
     void signIn();
+    /// Signs out, and in with the password of the last change.
+    void signOut();
+    void signInAnew();
 
     /// Answers since the last call; the two signals of a captcha are one.
     int answers();
@@ -37,7 +40,8 @@ public:
 protected:
     explicit Caller(const Row& row) : mRow(row) {}
     virtual void begin() = 0;
-    virtual void beginSignIn() = 0;
+    virtual void beginSignIn(const QString& password) = 0;
+    virtual void beginSignOut() = 0;
     /// Hears what has come, where nobody tells.
     virtual void look() {}
     virtual int counted() const { return mStatuses.size(); }
@@ -48,6 +52,8 @@ protected:
     int mChanges = 0; ///< of the password that succeeded
 
 private:
+    void restart(bool isSigningIn);
+
     bool mIsSigningIn = false;
     QElapsedTimer mSince;
     qint64 mTook = -1;

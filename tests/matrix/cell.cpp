@@ -49,7 +49,8 @@ qint64 stallBound(const Cell& cell)
     constexpr qint64 lockUs = 1500 * 1000;
     if (cell.door == "facade"_s && cell.fault.startsWith("tags-"_s))
         return tagServerUs;
-    if (cell.door == "facade"_s && cell.fault.startsWith("modem-"_s))
+    if (cell.door == "facade"_s &&
+        (cell.fault.startsWith("modem-"_s) || cell.fault.startsWith("system-bus-"_s)))
         return modemUs;
     // The accounts framework waits for a lock where it stands.
     if (cell.door == "facade"_s && cell.fault == "accounts-locked"_s)

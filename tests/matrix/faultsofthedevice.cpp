@@ -63,8 +63,21 @@ void addLocals(Rows& rows)
         1);
     add(processes, "bus-stopped", "the bus stands still for a second");
     add(processes, "bus-stopped-asking", "the bus stands still while the service is asked", 1);
+    add(processes, "daemon-start-hangs", "the daemon is started and never comes");
+    add(processes, "plugin-start-hangs", "the plugin is started and never comes");
+    // Nobody in a process gets a second session bus.
+    const auto addForGood = [&](const char* name, const char* what, int holds = 0) {
+        add(processes, name, what, holds);
+        rows.back().isForGood = true;
+    };
+    addForGood("bus-killed", "the session bus is killed before");
+    addForGood("bus-ended", "the session bus ends before");
+    addForGood("bus-killed-asking", "the session bus is killed while the service is asked", 2);
+    addForGood("bus-ended-asking", "the session bus ends while the service is asked", 2);
 
     const char* const databases = "Accounts and secrets databases";
+    add(databases, "accounts-absent", "there is no accounts database");
+    add(databases, "accounts-unreadable", "the accounts database cannot be opened");
     add(databases, "accounts-nonsense", "the accounts database is none");
     add(databases, "accounts-locked", "the accounts database is locked for a second");
     add(databases, "accounts-read-only", "the accounts database cannot be written to");
@@ -89,6 +102,8 @@ void addLocals(Rows& rows)
     add(modem, "modem-hangs", "its service hangs");
     add(modem, "modem-fails", "its service fails");
     add(modem, "modem-lies", "its service answers something else");
+    add(modem, "system-bus-absent", "there is no system bus");
+    add(modem, "system-bus-hangs", "the system bus says nothing");
 
     const char* const others = "Two applications at once";
     add(others, "removed-meanwhile", "the settings remove the account while the service is asked",
@@ -96,6 +111,12 @@ void addLocals(Rows& rows)
     // There is no account for a next call.
     rows.back().isForGood = true;
     add(others, "made-meanwhile", "another sets an account up while the service is asked", 1);
+    add(others, "process-asks", "another process asks the service all the while");
+    add(others, "process-signs-in", "another process signs in while the service is asked", 1);
+    add(others, "process-killed", "another process was killed in the middle of its sign-in", 1);
+    add(others, "process-removes", "another process removes the account while the service is asked",
+        1);
+    rows.back().isForGood = true;
 }
 
 } // namespace Matrix

@@ -172,6 +172,9 @@ extern "C" int connect(int socket, const sockaddr* address, socklen_t size)
         size > offsetof(sockaddr_un, sun_path) + sizeof name &&
         std::memcmp(local->sun_path + 1, name, sizeof name - 1) == 0)
         ++state->tagServerAsked;
+    if (state && address && address->sa_family == AF_UNIX &&
+        std::strstr(local->sun_path, silentBus))
+        ++state->systemBusAsked;
     return connect(socket, address, size);
 }
 

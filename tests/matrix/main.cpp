@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Breaks the world under every operation, and writes down what comes of it. See usage.
 #include "matrix/batch.h"
+#include "matrix/otherapplication.h"
 #include "matrix/page.h"
 #include "support/literals.h"
 
@@ -42,8 +43,22 @@ void complain(const QStringList& problems)
         std::fprintf(stderr, "%s\n", qPrintable(problem));
 }
 
-QString pageOf(const Table& table, const QString& folder)
+/// What the page is made of.
+struct Written
 {
+    Table table;
+    Runs runs;
+
+    static Written in(const QString& folder, QStringList& problems)
+    {
+        return {Table::fromFile(folder + "/reliability.csv"_s, problems),
+                Runs::fromFile(folder + "/reliability-runs.csv"_s, problems)};
+    }
+};
+
+QString pageOf(const Written& written, const QString& folder)
+{
+    const Table& table = written.table;
     QStringList problems;
     QString text = contents(QStringLiteral(KELACCOUNT_MATRIX_FOLDER "/introduction.md"));
     const auto put = [&text](const char* name, const QString& value) {
@@ -57,7 +72,7 @@ QString pageOf(const Table& table, const QString& folder)
     put("busy", QString::number(busyMs / 1000));
     put("memory", QString::number(memoryBoundKiB / 1024));
     put("stall", QString::number(stallBoundUs / 1000));
-    return text + table.page(contents(folder + "/statuses.md"_s));
+    return text + table.page(contents(folder + "/statuses.md"_s), written.runs);
 }
 
 /// What is run side by side: a process that ends takes no more than that with it.
@@ -89,7 +104,7 @@ QVector<Selection> batches(const Selection& wanted)
                     std::any_of(faults().begin(), faults().end(), [&](const Fault& fault) {
                         return one.has(fault) && fault.isForGood;
                     });
-                const auto add = [&all, &one](bool (*fits)(const Fault&),
+                const auto add = [&all, &one](const std::function<bool(const Fault&)>& fits,
                                               const QStringList& operations) {
                     Selection some = one;
                     some.operations = operations;
@@ -102,9 +117,14 @@ QVector<Selection> batches(const Selection& wanted)
                         all.append(some);
                 };
                 add([](const Fault& fault) { return !fault.isForGood; }, one.operations);
-                // After these a process is of no use for another cell.
-                for (const QString& operation : isForGood ? one.operations : QStringList())
-                    add([](const Fault& fault) { return fault.isForGood; }, QStringList(operation));
+                // After one of these a process is of no use for another cell.
+                for (const QString& operation : isForGood ? one.operations : QStringList()) {
+                    for (const Fault& last : faults()) {
+                        if (last.isForGood)
+                            add([&last](const Fault& fault) { return &fault == &last; },
+                                QStringList(operation));
+                    }
+                }
             }
         }
     }
@@ -208,9 +228,9 @@ int checkPage(const QString& folder)
 {
     QStringList problems;
     rows(problems);
-    const Table table = Table::fromFile(folder + "/reliability.csv"_s, problems);
-    problems += table.gaps() + table.broken();
-    if (contents(folder + "/reliability.md"_s) != pageOf(table, folder))
+    const Written written = Written::in(folder, problems);
+    problems += written.table.gaps() + written.table.broken() + written.runs.gaps();
+    if (contents(folder + "/reliability.md"_s) != pageOf(written, folder))
         problems.append(
             "reliability.md is not what reliability.csv makes: kelaccount-matrix --page %1"_s.arg(
                 folder));
@@ -218,14 +238,43 @@ int checkPage(const QString& folder)
     return problems.isEmpty() ? 0 : 1;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+/// Renews what has come, and the page with it. `whole` are the faults that were tried with all.
+QStringList renew(Written& written, const Table& came, const QStringList& whole,
+                  const QString& folder)
 {
-    if (argc > 1 && std::strcmp(argv[1], "--inside") == 0)
-        return runInside(argc, argv);
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
+    for (const Cell& cell : came.cells())
+        written.table.add(cell);
+    written.table.meet(written.table);
+    for (const QString& fault : whole)
+        written.runs.note(fault);
+    QStringList problems = written.table.broken();
+    if (!write(folder + "/reliability.csv"_s, written.table.text()) ||
+        !write(folder + "/reliability-runs.csv"_s, written.runs.text()) ||
+        !write(folder + "/reliability.md"_s, pageOf(written, folder)))
+        problems.append("cannot write in %1"_s.arg(folder));
+    return problems;
+}
+
+/// What other runs have written of these cells.
+Table merged(const QStringList& folders, const Selection& wanted, QStringList& problems)
+{
+    Table came;
+    for (const QString& folder : folders) {
+        const Table other = Table::fromFile(folder + "/reliability.csv"_s, problems);
+        for (const Cell& cell : other.cells()) {
+            const bool isWanted =
+                wanted.faults.contains(cell.fault) &&
+                (wanted.operations.isEmpty() || wanted.operations.contains(cell.operation) ||
+                 wanted.operations.contains(cell.row()));
+            if (isWanted)
+                came.add(cell);
+        }
+    }
+    return came;
+}
+
+void addOptions(QCommandLineParser& parser)
+{
     parser.setApplicationDescription("Every operation by every fault."_s);
     parser.addHelpOption();
     parser.addOption({"operations"_s,
@@ -239,11 +288,57 @@ int main(int argc, char** argv)
                       "Writes table and page into this folder, with what was run renewed."_s,
                       "FOLDER"_s});
     parser.addOption({"missing"_s, "Runs only what the table lacks, or has beyond its bounds."_s});
+    parser.addOption({"merge"_s,
+                      "Runs nothing, and takes the named faults from where other runs have just "
+                      "written them."_s,
+                      "FOLDERS"_s});
     parser.addOption({"page"_s, "Runs nothing, and writes the page."_s, "FOLDER"_s});
     parser.addOption(
         {"compare"_s, "Compares what comes with the table in this folder."_s, "FOLDER"_s});
     parser.addOption(
         {"check"_s, "Runs nothing: is the table whole, and the page made of it?"_s, "FOLDER"_s});
+}
+
+/// What came of the cells that are asked for.
+Table tried(const QCommandLineParser& parser, const Written& written, const QString& folder,
+            QStringList& problems)
+{
+    Selection wanted;
+    wanted.operations = list(parser.value("operations"_s));
+    wanted.faults = faultsOf(parser.value("faults"_s), parser.isSet("light"_s));
+    if (parser.isSet("merge"_s))
+        return merged(list(parser.value("merge"_s)), wanted, problems);
+    Table came;
+    // As it goes along: all of it takes long.
+    const auto save = [&] {
+        Table now = written.table;
+        for (const Cell& cell : came.cells())
+            now.add(cell);
+        now.meet(now);
+        if (parser.isSet("write"_s))
+            write(folder + "/reliability.csv"_s, now.text());
+    };
+    const int jobs = qMax(1, parser.value("jobs"_s).toInt());
+    const QVector<Selection> all = batches(wanted);
+    if (parser.isSet("missing"_s))
+        came = written.table;
+    else // whatever else ended a process shows in what is tried again
+        problems += run(all, jobs, came, save).filter("crashed"_s);
+    problems += runAgain(all, jobs, came, save);
+    return came;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && std::strcmp(argv[1], "--inside") == 0)
+        return runInside(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], besideMark) == 0)
+        return runBeside(argc, argv);
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    addOptions(parser);
     parser.process(application);
     if (parser.isSet("check"_s))
         return checkPage(parser.value("check"_s));
@@ -252,47 +347,23 @@ int main(int argc, char** argv)
     const QString folder = parser.value(parser.isSet("compare"_s) ? "compare"_s
                                         : parser.isSet("page"_s)  ? "page"_s
                                                                   : "write"_s);
-    Table written;
+    Written written;
     if (!folder.isEmpty() &&
         (QFile::exists(folder + "/reliability.csv"_s) || !parser.isSet("write"_s)))
-        written = Table::fromFile(folder + "/reliability.csv"_s, problems);
-    Table came;
-    if (!parser.isSet("page"_s)) {
-        Selection wanted;
-        wanted.operations = list(parser.value("operations"_s));
-        wanted.faults = faultsOf(parser.value("faults"_s), parser.isSet("light"_s));
-        // As it goes along: all of it takes long.
-        const auto save = [&] {
-            Table now = written;
-            for (const Cell& cell : came.cells())
-                now.add(cell);
-            now.meet(now);
-            if (parser.isSet("write"_s))
-                write(folder + "/reliability.csv"_s, now.text());
-        };
-        const int jobs = qMax(1, parser.value("jobs"_s).toInt());
-        const QVector<Selection> all = batches(wanted);
-        if (parser.isSet("missing"_s))
-            came = written;
-        else // whatever else ended a process shows in what is tried again
-            problems += run(all, jobs, came, save).filter("crashed"_s);
-        problems += runAgain(all, jobs, came, save);
-    }
-    came.meet(written.isEmpty() ? came : written);
+        written = Written::in(folder, problems);
+    const bool isForThePage = parser.isSet("page"_s);
+    Table came = isForThePage ? Table() : tried(parser, written, folder, problems);
+    came.meet(written.table.isEmpty() ? came : written.table);
     if (parser.isSet("compare"_s)) {
-        problems += differences(came, written);
+        problems += differences(came, written.table);
     } else if (!folder.isEmpty()) {
-        for (const Cell& cell : came.cells())
-            written.add(cell);
-        written.meet(written);
-        if (!write(folder + "/reliability.csv"_s, written.text()) ||
-            !write(folder + "/reliability.md"_s, pageOf(written, folder)))
-            problems.append("cannot write in %1"_s.arg(folder));
-        problems += written.broken();
+        // Of what is missing some may have been there before.
+        const QStringList whole = parser.isSet("missing"_s) ? QStringList() : came.wholeFaults();
+        problems += renew(written, came, whole, folder);
     } else {
         std::printf("%s", qPrintable(came.text()));
         problems += came.broken();
     }
     complain(problems);
-    return problems.isEmpty() && (parser.isSet("page"_s) || !came.isEmpty()) ? 0 : 1;
+    return problems.isEmpty() && (isForThePage || !came.isEmpty()) ? 0 : 1;
 }

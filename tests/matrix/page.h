@@ -2,6 +2,7 @@
 #pragma once
 
 #include "matrix/cell.h"
+#include "matrix/runs.h"
 
 #include <QMap>
 #include <QString>
@@ -33,11 +34,13 @@ public:
 
     /// Cells that are missing, and those that nobody asks for.
     QStringList gaps() const;
+    /// The faults of whose row every cell is there.
+    QStringList wholeFaults() const;
     /// Where the promise is not kept.
     QStringList broken() const;
 
     /// The page, where `statuses` is the text of the page that it links to.
-    QString page(const QString& statuses) const;
+    QString page(const QString& statuses, const Runs& runs) const;
 
 private:
     static QString key(const Cell& cell);

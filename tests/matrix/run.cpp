@@ -185,6 +185,8 @@ bool Run::haveAnswered(std::vector<Job>& jobs)
         // Who needs nothing of the device has nothing to wait for.
         if (isOfTheDevice(job.row))
             job.breakage->onAsked();
+        if (isOfTheDevice(job.row) && !job.breakage->hasHappened())
+            continue;
         slot.isReleased = isOfTheDevice(job.row) ? 1 : 2;
     }
     return std::all_of(jobs.begin(), jobs.end(),
@@ -231,24 +233,45 @@ bool Run::runTogether(std::vector<Job>& jobs)
 void Run::callAgain(std::vector<Job>& jobs)
 {
     const bool isPossible = !faultAt(jobs.front().fault).isForGood;
-    if (isPossible) {
-        for (Job& job : jobs)
-            job.caller->call();
-        waitFor([&] { return haveAnswered(jobs); }, patienceMs);
-        letPass(settleMs);
-    }
+    if (isPossible)
+        askAgain(jobs);
     for (Job& job : jobs) {
         const int answers = job.caller->answers();
         job.cell.next = !isPossible    ? notAsked
                         : answers == 1 ? job.caller->status()
                         : answers == 0 ? "none"_s
                                        : "%1 answers"_s.arg(answers);
+        if (isPossible && job.row.name == "changePassword"_s && job.cell.status == "0"_s &&
+            job.cell.next != "0"_s)
+            job.cell.next += " ("_s + afterSigningInAnew(job) + ")"_s;
         const bool isChanged = job.row.needs == Needs::SetUp ||
                                job.row.name == "changePassword"_s ||
                                job.row.name == "userIdUpdate"_s || job.breakage;
         if (isChanged || job.cell.next != "0"_s)
             mSignedIn = -1;
     }
+}
+
+void Run::askAgain(std::vector<Job>& jobs)
+{
+    for (Job& job : jobs)
+        job.caller->call();
+    waitFor([&] { return haveAnswered(jobs); }, patienceMs);
+    letPass(settleMs);
+}
+
+// What a user does who is not let in any more.
+QString Run::afterSigningInAnew(Job& job)
+{
+    QStringList statuses;
+    for (const auto act : {&Caller::signOut, &Caller::signInAnew, &Caller::call}) {
+        (*job.caller.*act)();
+        waitFor([&] { return job.caller->answers() > 0; }, patienceMs);
+        letPass(settleMs);
+        statuses.append(job.caller->answers() == 1 ? job.caller->status() : "none"_s);
+    }
+    mSignedIn = -1;
+    return statuses.join(QLatin1Char('/'));
 }
 
 void Run::setFault(const Job& job, int fault)

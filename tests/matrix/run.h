@@ -46,6 +46,8 @@ private:
     bool mendTheWorld(std::vector<Job>& jobs);
     bool haveAnswered(std::vector<Job>& jobs);
     void callAgain(std::vector<Job>& jobs);
+    void askAgain(std::vector<Job>& jobs);
+    QString afterSigningInAnew(Job& job);
     bool prepare(Job& job);
     bool signIn(Job& job);
     void setFault(const Job& job, int fault);

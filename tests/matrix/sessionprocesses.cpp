@@ -65,6 +65,11 @@ QList<pid_t> buses()
     return processesNamed("dbus-daemon\n");
 }
 
+void endSleepers()
+{
+    signalAll(processesNamed("sleep\n"), SIGKILL);
+}
+
 void signalAll(const QList<pid_t>& processes, int signal)
 {
     for (const pid_t process : processes) {
@@ -93,6 +98,12 @@ void endDaemon()
     signalAll(all, SIGKILL);
     waitUntilGone(all);
     DaemonControl::letThisProgramHear();
+}
+
+void endMadeDaemon()
+{
+    DaemonControl::start();
+    endDaemon();
 }
 
 void endPlugins()

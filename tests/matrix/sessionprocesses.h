@@ -17,6 +17,9 @@ QList<pid_t> daemons();
 QList<pid_t> plugins();
 QList<pid_t> buses();
 
+/// Ends what was started in the daemon's place.
+void endSleepers();
+
 void signalAll(const QList<pid_t>& processes, int signal);
 /// And until their parents know, where it is not enough that they have ended.
 void waitUntilGone(const QList<pid_t>& processes, bool isEnoughToEnd = true);
@@ -26,5 +29,7 @@ void waitUntilGone(const QList<pid_t>& processes, bool isEnoughToEnd = true);
 void endPlugins();
 /// Ends the daemon, too, until somebody needs it.
 void endDaemon();
+/// Not before it has made its databases: one that ends while it does spoils them for good.
+void endMadeDaemon();
 
 } // namespace Matrix

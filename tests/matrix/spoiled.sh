@@ -10,7 +10,7 @@ trap 'rm -rf "$copy"' EXIT
 
 # spoil WHAT-IS-SAID SED-SCRIPT FILE [page]: the page is made anew where the table is what is wrong.
 spoil() {
-    cp "$pages/reliability.csv" "$pages/reliability.md" "$pages/statuses.md" "$copy"
+    cp "$pages/reliability.csv" "$pages/reliability-runs.csv" "$pages/reliability.md" "$pages/statuses.md" "$copy"
     sed -i "$2" "$copy/$3"
     ! cmp -s "$copy/$3" "$pages/$3" || { echo "nothing is spoiled by $2"; exit 1; }
     [ "${4-}" != page ] || "$program" --page "$copy" >"$copy/said" 2>&1 || true
@@ -34,3 +34,8 @@ spoil "the loop stood still" "/$cell;/s/;[0-9]*;\([0-9]*\)$/;900000;\1/" reliabi
 spoil "KiB" "/$cell;/s/;[0-9]*$/;70000/" reliability.csv page
 spoil "reliability.md is not what" "/$cell;/s/;401;/;402;/" reliability.csv
 spoil "reliability.md is not what" 's/refused/accepted/' reliability.md
+spoil "the next call said 614 (0/0/401)" '/changePassword;.*;secrets-full;/s#(0/0/0)#(0/0/401)#' reliability.csv page
+spoil "nothing says when refused was tried" '/^refused;/d' reliability-runs.csv page
+spoil "there is no fault refusal" 's/^refused;/refusal;/' reliability-runs.csv
+spoil "no run: refused" 's/^refused;.*/refused;yesterday;here/' reliability-runs.csv
+spoil "reliability.md is not what" 's/^refused;[^;]*/refused;2001-01-01/' reliability-runs.csv

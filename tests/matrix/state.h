@@ -39,6 +39,7 @@ struct State
     std::atomic<int32_t> talks;          ///< to the sign-on daemon
     std::atomic<int32_t> accountsOpened; ///< the accounts database
     std::atomic<int32_t> tagServerAsked;
+    std::atomic<int32_t> systemBusAsked; ///< where it is another than the session's
     Slot places[slotCount];
 };
 
@@ -61,6 +62,9 @@ inline State* sharedState()
     static State* const state = stateAt(::getenv(stateVariable));
     return state;
 }
+
+/// The system bus that is none, in the session's folder.
+constexpr const char* silentBus = "no-system-bus";
 
 /// "c17-s3.account.example" is what cell 17 calls the service, in slot 3. Each cell has a name of
 /// its own: what the library or Qt remembers of a host is of no use to the next.
