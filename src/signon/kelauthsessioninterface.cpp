@@ -30,7 +30,7 @@ namespace {
 
 constexpr int openingTimeoutMs = 90000;
 constexpr int cancelAfterMs = 1000;
-constexpr int startingDelayMs = 500;
+constexpr int startingDelayMs = 50;
 
 } // namespace
 
