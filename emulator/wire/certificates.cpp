@@ -66,7 +66,7 @@ constexpr int authorityDays = 30;
 /// A certificate with everything but extensions and signature.
 Certificate blankCertificate(EVP_PKEY* key, const char* commonName, int days)
 {
-    constexpr long day = 24 * 60 * 60;
+    constexpr long day = 24L * 60 * 60;
     Certificate certificate(X509_new());
     // A day back: another machine's clock may lag.
     const bool good = certificate && X509_set_version(certificate.get(), X509_VERSION_3) == 1 &&
@@ -133,9 +133,9 @@ std::string pemOf(X509* certificate)
     const Bio bio(BIO_new(BIO_s_mem()));
     char* text = nullptr;
     if (!bio || PEM_write_bio_X509(bio.get(), certificate) != 1)
-        return std::string();
+        return {};
     const long length = BIO_get_mem_data(bio.get(), &text);
-    return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
+    return {text, length > 0 ? static_cast<size_t>(length) : 0};
 }
 
 } // namespace

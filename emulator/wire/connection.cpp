@@ -15,7 +15,7 @@ namespace KelEmulator {
 
 namespace {
 
-constexpr std::uint64_t longestBody = 16 * 1024 * 1024;
+constexpr std::uint64_t longestBody = std::uint64_t{16} * 1024 * 1024;
 
 std::int64_t microsecondsSince(std::chrono::steady_clock::time_point start)
 {

@@ -14,7 +14,7 @@ namespace {
 // What an Ethernet frame carries for TCP.
 constexpr size_t packetBytes = 1448;
 // On their way at most; whoever sends more has to wait, as with full buffers on a network.
-constexpr size_t mostBytes = 1024 * 1024;
+constexpr size_t mostBytes = size_t{1024} * 1024;
 // A packet of the slowest network has to leave what a writer is kept waiting in.
 constexpr int sendBufferBytes = 16 * 1024;
 

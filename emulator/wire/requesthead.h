@@ -15,7 +15,7 @@ class RequestHead
 {
 public:
     /// What a request may have before its body.
-    static constexpr size_t longest = 64 * 1024;
+    static constexpr size_t longest = size_t{64} * 1024;
     static constexpr std::string_view end = "\r\n\r\n";
 
     /// Takes a head apart, its end included. Returns 0, or the status to refuse it with; what could

@@ -10,7 +10,7 @@ namespace KelEmulator {
 
 namespace {
 
-constexpr size_t outputLimit = 64 * 1024;
+constexpr size_t outputLimit = size_t{64} * 1024;
 constexpr int stalledAfterMilliseconds = 30000;
 
 void waitFor(int descriptor, short events, int milliseconds)
