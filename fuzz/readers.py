@@ -19,13 +19,13 @@ FOLDERS = ('src', 'plugin', 'emulator', 'tools')
 # What a source does with bytes or values that somebody else made. What only takes the environment's word is left out:
 # whoever starts the process says that.
 READS = re.compile('|'.join((
-    r'::recv\(', r'\brecv\(', r'recvmsg\(', r'::read\(', r'\.readAll\(', r'->readAll\(', r'\breadLine\(',
+    r'::recv\(', r'\brecv\(', r'recvmsg\(', r'(?<!\w)::read\(', r'\.readAll\(', r'->readAll\(', r'\breadLine\(',
     r'std::getline\(', r'std::ifstream', r'fromJson\(', r'readValue\(', r'readBlock\(', r'QDataStream \w+\(\w*[bB]ytes\)',
     r'fromBase64\(', r'QXmlStreamReader', r'setContent\(', r'QImageReader', r'qdbus_cast', r'onlyValue<',
     r'QSettings', r'sqlite3_column_', r'g_variant_get_', r'rawHeader\(', r'rawHeaderPairs\(', r'peerCertificate\(',
     r'subjectAlternativeNames\(', r'file\.read\(', r'QFile file\(', r'SessionData& \w+\)',
     r'elementText\(', r'qFromBigEndian<', r'qFromLittleEndian<', r'getProperty\(', r'fromData\(', r'fromMap\(',
-    r'readNumbers\(', r'MarkupWalk', r'QStringView xml\)', r'readJsonObject\(', r'linesOf\(', r'from_chars\(', r'argument >>')))
+    r'readNumbers\(', r'MarkupWalk', r'QStringView xml\)', r'readJsonObject\(', r'linesOf\(', r'string_view header', r'from_chars\(', r'argument >>')))
 
 
 def sources(root):

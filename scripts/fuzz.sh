@@ -77,6 +77,8 @@ start_one() { # TARGET
             cat "$KEL_ROOT/fuzz/$target.dict" - > "$build/$target.dict"
         options+=(-dict="$build/$target.dict")
     fi
+    # The emulator says of each request why it is refused.
+    [ "$target" = wirerequest ] && options+=(-close_fd_mask=2)
     "$build/fuzzers/fuzz_$target" "${options[@]}" "${corpora[@]}" >"$build/$target.log" 2>&1 &
     running[$!]=$target
     begun[$!]=$SECONDS
