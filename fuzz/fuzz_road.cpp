@@ -5,7 +5,9 @@
 //   operation  "A" is the first one
 //   pieces     "." is all at once, "1" and further one, two, ... bytes at a time
 //   end        "c"lose, "r"eset, "k"eep open, "h"ang
-//   application "1" asks once, "2" asks twice, "a"bandons, "d"eletes
+//   application "1" asks once, "2" asks twice, "a"bandons, "d"eletes; asks once through a "p"roxy,
+//   or
+//              through its "t"unnel: then it is the proxy that says the bytes
 #include "bytesource.h"
 #include "fuzztarget.h"
 #include "loopbackservice.h"
@@ -19,9 +21,11 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QNetworkProxy>
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 
 namespace KelFuzz::Road {
 
@@ -79,14 +83,40 @@ QList<QByteArray> signalsOf(int operation)
     return answers ? names : QList<QByteArray>();
 }
 
+/// The service as a proxy, while one lives.
+class Proxy
+{
+public:
+    explicit Proxy(const LoopbackService& service)
+    {
+        QNetworkProxy::setApplicationProxy(
+            QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), service.port()));
+    }
+    ~Proxy() { QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy)); }
+    Proxy(const Proxy&) = delete;
+    Proxy& operator=(const Proxy&) = delete;
+};
+
+QString baseFor(const LoopbackService& service, char application)
+{
+    switch (application) {
+    case 'p':
+        return QStringLiteral("http://service.example/rest/1.0/");
+    case 't':
+        return QStringLiteral("https://service.example/rest/1.0/");
+    default:
+        return QString::fromLatin1(service.base());
+    }
+}
+
 class Asked
 {
 public:
-    Asked(LoopbackService& service, const Order& order)
+    Asked(const LoopbackService& service, const Order& order)
         : mOrder(order), mNames(signalsOf(order.operation)),
           mHandler(std::make_unique<NetworkHandler>(nullptr)),
           mCounter(mHandler.get(), ServiceSignals::staticMetaObject),
-          mBase(QString::fromLatin1(service.base()))
+          mBase(baseFor(service, order.application))
     {
     }
 
@@ -164,6 +194,9 @@ void run(const uint8_t* data, size_t size)
     ByteSource source(data, size);
     const Order order = orderOf(source);
     service.say({order.said});
+    std::optional<Proxy> proxy;
+    if (order.application == 'p' || order.application == 't')
+        proxy.emplace(service);
     Asked asked(service, order);
     // That of an operation without a signal would never come.
     if (!asked.isAnswered())
