@@ -39,7 +39,7 @@ namespace {
 // Instead of 60 s and of 4 s.
 constexpr int guardMs = 25;
 constexpr int idleMs = 8;
-constexpr int patienceMs = 30000;
+int patienceMs = 30000;
 constexpr size_t mostTargets = 6;
 constexpr int deepest = 3;
 
@@ -118,6 +118,7 @@ public:
 
 private:
     void perform(const Step& step);
+    void performAt(Target& chosen, const Step& step);
     void inAnswer(Target& target, int what, int which);
     void add(bool isClient, int how);
     void loop(int milliseconds, int steps);
@@ -171,60 +172,51 @@ void Schedule::add(bool isClient, int how)
 void Schedule::perform(const Step& step)
 {
     const auto [first, second, third] = step.values;
-    Target* const chosen = target(first);
     switch (step.act) {
     case Act::Facade:
     case Act::Client:
-        add(step.act == Act::Client, first);
-        return;
+        return add(step.act == Act::Client, first);
     case Act::Context:
-        changeContexts(first);
-        return;
+        return changeContexts(first);
     case Act::Wait:
-        letPass(first % 4);
-        return;
+        return letPass(first % 4);
     case Act::Loop:
-        loop(first % 4, second % 4);
-        return;
+        return loop(first % 4, second % 4);
     case Act::Fault:
-        mService.disturb(first, second);
-        return;
+        return mService.disturb(first, second);
     case Act::Disconnect:
-        mService.disconnect();
-        return;
+        return mService.disconnect();
     case Act::Settle:
-        settle();
-        return;
+        return settle();
     default:
-        break;
+        if (Target* const chosen = target(first))
+            performAt(*chosen, step);
     }
-    if (!chosen)
-        return;
+}
+
+void Schedule::performAt(Target& chosen, const Step& step)
+{
+    const int second = step.values[1];
+    const int third = step.values[2];
     switch (step.act) {
     case Act::Call:
-        chosen->call(second, context(third), third);
-        return;
+        return chosen.call(second, context(third), third);
     case Act::Burst:
-        for (int i = 0; i < 2 + third % 20 && chosen->isThere(); ++i)
-            chosen->call(second + (third % 2 == 0 ? i : 0), context(third), third);
+        for (int i = 0; i < 2 + third % 20 && chosen.isThere(); ++i)
+            chosen.call(second + (third % 2 == 0 ? i : 0), context(third), third);
         return;
     case Act::BadCall:
-        chosen->badCall(second);
-        return;
+        return chosen.badCall(second);
     case Act::Prepare:
-        chosen->prepare();
-        return;
+        return chosen.prepare();
     case Act::Cancel:
-        chosen->cancel(second, context(third), third);
-        return;
+        return chosen.cancel(second, context(third), third);
     case Act::End:
-        chosen->end();
-        return;
+        return chosen.end();
     case Act::EndLater:
-        chosen->endLater();
-        return;
+        return chosen.endLater();
     case Act::InAnswer:
-        mInAnswers[chosen].push_back(step);
+        mInAnswers[&chosen].push_back(step);
         return;
     default:
         return;
@@ -416,6 +408,9 @@ QString run(const Plan& plan, const Documented& documented)
 
 Plan shrunk(const Plan& plan, const Documented& documented)
 {
+    // It is known that something will be missing.
+    constexpr int littleMs = 1000;
+    patienceMs = littleMs;
     Leftovers::haveLessPatience();
     // What depends on the moment may go wrong at the second time only.
     const auto goesWrong = [&documented](const Plan& one) {
