@@ -3,6 +3,7 @@
 
 #include "operations/facadecalls.h"
 #include "schedules/documented.h"
+#include "schedules/handover.h"
 #include "support/literals.h"
 #include "support/signalrecorder.h"
 
@@ -146,17 +147,20 @@ private:
     // It may change its thread before its first call. Objects are made where the application is.
     static std::unique_ptr<KelAccounts> make()
     {
+        QObject* const application = QCoreApplication::instance();
+        if (application->thread() == QThread::currentThread())
+            return std::make_unique<KelAccounts>();
         std::unique_ptr<KelAccounts> accounts;
         QThread* const here = QThread::currentThread();
+        handOver();
         const auto makeThere = [&accounts, here] {
+            handOver();
             accounts = std::make_unique<KelAccounts>();
             accounts->moveToThread(here);
+            handOver();
         };
-        if (here == QCoreApplication::instance()->thread())
-            makeThere();
-        else
-            QMetaObject::invokeMethod(QCoreApplication::instance(), makeThere,
-                                      Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(application, makeThere, Qt::BlockingQueuedConnection);
+        handOver();
         return accounts;
     }
 

@@ -8,6 +8,7 @@
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/serviceconnections.h"
 #include "schedules/documented.h"
+#include "schedules/handover.h"
 #include "schedules/leftovers.h"
 #include "schedules/messages.h"
 #include "schedules/target.h"
@@ -63,8 +64,11 @@ public:
     }
     void disconnect()
     {
-        QMetaObject::invokeMethod(QCoreApplication::instance(),
-                                  [this] { mService.closeConnections(); });
+        handOver();
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [this] {
+            handOver();
+            mService.closeConnections();
+        });
     }
     QStringList problems() const { return mService.problems(); }
 
@@ -339,7 +343,11 @@ void runOnAnotherThread(Schedule& schedule)
         explicit Thread(Schedule& schedule) : mSchedule(schedule) {}
 
     private:
-        void run() override { mSchedule.run(); }
+        void run() override
+        {
+            mSchedule.run();
+            handOver();
+        }
 
         Schedule& mSchedule;
     };
@@ -349,6 +357,7 @@ void runOnAnotherThread(Schedule& schedule)
     thread.start();
     loop.exec();
     thread.wait();
+    handOver();
 }
 
 QString runInApplication(const Plan& plan, const Documented& documented)
