@@ -110,9 +110,12 @@ NetworkHandler::NetworkHandler(QObject* parent)
     : ServiceSignals(parent), mManager(this), mProcessor(this),
       mConnections(
           &mManager, [this](QNetworkAccessManager* manager) { listenTo(manager); }, this),
-      mPreparation(mConnections, this)
+      mPreparation(mConnections, this), mGuard(this)
 {
     installProxyFromEnvironment();
+    mGuard.setSingleShot(true);
+    mGuard.setTimerType(Qt::PreciseTimer);
+    connect(&mGuard, &QTimer::timeout, this, &NetworkHandler::onGuardOver);
     connect(&mConnections, &ServiceConnections::freed, this, &NetworkHandler::onFreed);
     relay(&mProcessor, this);
 }
@@ -170,12 +173,27 @@ int NetworkHandler::send(const HttpRequest& request, std::unique_ptr<HttpRequest
 
 void NetworkHandler::letWait(std::unique_ptr<WaitingRequest> request)
 {
-    connect(request.get(), &WaitingRequest::timedOut, this,
-            [this, waiting = request.get()] { onWaitingTimedOut(waiting); });
     recordOf(request->requestId(), Moment::Waiting);
-    request->wait();
     request->setParent(this); // comes along to another thread
+    guard(request->millisecondsLeft());
     mWaiting.push_back(std::move(request));
+}
+
+// One timer for all: a thousand of them would be gone through for each that begins or ends.
+void NetworkHandler::guard(int milliseconds)
+{
+    const QDeadlineTimer due(milliseconds, Qt::PreciseTimer);
+    if (mGuard.isActive() && mGuardedUntil <= due)
+        return;
+    mGuardedUntil = due;
+    mGuard.start(milliseconds);
+}
+
+void NetworkHandler::guardWaiting()
+{
+    mGuard.stop();
+    for (const auto& request : mWaiting)
+        guard(request->millisecondsLeft());
 }
 
 // A connection that is being prepared is sooner ready than another one would be, so one request
@@ -204,6 +222,8 @@ void NetworkHandler::postWaiting()
     while (!mWaiting.empty() && goesOut(static_cast<int>(mWaiting.size()))) {
         const std::unique_ptr<WaitingRequest> next = std::move(mWaiting.front());
         mWaiting.pop_front();
+        if (mWaiting.empty())
+            mGuard.stop();
         QNetworkReply* const reply = postNow(*next);
         auto* const owned = next->findChild<HttpRequest*>();
         if (reply && owned)
@@ -230,17 +250,20 @@ QNetworkReply* NetworkHandler::postNow(const WaitingRequest& request)
     return reply;
 }
 
-void NetworkHandler::onWaitingTimedOut(WaitingRequest* request)
+// Timers may be early by less than a millisecond; a guard is not.
+void NetworkHandler::onGuardOver()
 {
-    const auto position =
-        std::find_if(mWaiting.begin(), mWaiting.end(),
-                     [request](const auto& candidate) { return candidate.get() == request; });
-    if (position == mWaiting.end())
+    const auto due = std::find_if(mWaiting.begin(), mWaiting.end(),
+                                  [](const auto& request) { return request->isTimedOut(); });
+    if (due == mWaiting.end()) {
+        guardWaiting();
         return;
+    }
+    const std::unique_ptr<WaitingRequest> request = std::move(*due);
+    mWaiting.erase(due);
+    guardWaiting();
+    request->setParent(nullptr);
     recordOf(request->requestId(), Moment::TimedOut);
-    // It is on the stack, and dies when the event loop is back.
-    position->release()->deleteLater();
-    mWaiting.erase(position);
     HttpResponse response(QNetworkReply::TimeoutError, QString(), request->consumerKey(),
                           request->requestId());
     // A receiver may delete this object.

@@ -10,10 +10,12 @@
 #include "rest/transport/waitingrequest.h"
 
 #include <QAuthenticator>
+#include <QDeadlineTimer>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QSslError>
+#include <QTimer>
 
 #include <deque>
 #include <memory>
@@ -84,7 +86,9 @@ private:
     void onFreed();
     void postWaiting();
     QNetworkReply* postNow(const WaitingRequest& request);
-    void onWaitingTimedOut(WaitingRequest* request);
+    void guard(int milliseconds);
+    void guardWaiting();
+    void onGuardOver();
     void process(QNetworkReply* reply, QNetworkReply::NetworkError error, const QString& text);
 
     QNetworkAccessManager mManager;
@@ -93,6 +97,8 @@ private:
     ServiceConnections mConnections;
     Preparation mPreparation;
     std::deque<std::unique_ptr<WaitingRequest>> mWaiting;
+    QTimer mGuard; ///< of those that wait
+    QDeadlineTimer mGuardedUntil;
 };
 
 } // namespace KelRestHandler

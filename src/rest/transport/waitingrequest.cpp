@@ -24,22 +24,9 @@ int WaitingRequest::millisecondsLeft() const
     return qMax(1, mGuardMilliseconds - static_cast<int>(mSinceMade.elapsed()));
 }
 
-void WaitingRequest::wait()
+bool WaitingRequest::isTimedOut() const
 {
-    mTimer = new QTimer(this);
-    mTimer->setTimerType(Qt::PreciseTimer);
-    mTimer->setSingleShot(true);
-    connect(mTimer, &QTimer::timeout, this, &WaitingRequest::onTimeout);
-    mTimer->start(millisecondsLeft());
-}
-
-// Timers may be early by less than a millisecond; a guard is not.
-void WaitingRequest::onTimeout()
-{
-    if (mSinceMade.elapsed() < mGuardMilliseconds)
-        mTimer->start(millisecondsLeft());
-    else
-        Q_EMIT timedOut();
+    return mSinceMade.elapsed() >= mGuardMilliseconds;
 }
 
 } // namespace KelRestHandler

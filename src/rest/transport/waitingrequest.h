@@ -7,7 +7,6 @@
 #include <QElapsedTimer>
 #include <QNetworkRequest>
 #include <QObject>
-#include <QTimer>
 
 namespace KelRestHandler {
 
@@ -16,8 +15,6 @@ namespace KelRestHandler {
 /// it.
 class WaitingRequest : public QObject
 {
-    Q_OBJECT
-
 public:
     WaitingRequest(const QNetworkRequest& message, const HttpRequest& request, int type);
     ~WaitingRequest() override; ///< wipes the body
@@ -30,16 +27,9 @@ public:
 
     /// What is left of the guard, at least 1.
     int millisecondsLeft() const;
-
-    /// From now on timedOut() comes when the guard is over.
-    void wait();
-
-Q_SIGNALS:
-    void timedOut();
+    bool isTimedOut() const;
 
 private:
-    void onTimeout();
-
     QNetworkRequest mMessage;
     QByteArray mBody;
     int mType;
@@ -47,7 +37,6 @@ private:
     QString mConsumerKey;
     int mGuardMilliseconds;
     QElapsedTimer mSinceMade;
-    QTimer* mTimer = nullptr; // a child, so that it comes along to another thread
 };
 
 } // namespace KelRestHandler
