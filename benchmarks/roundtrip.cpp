@@ -1,20 +1,31 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Round trips to the emulator over TLS and its tunnel, in turns, in one process: this library
-// beside a QNetworkAccessManager with and without Nagle's algorithm. Run it as: kelaccount-emulator
-// run --scenario returning-user -- roundtrip [--count WAY CALLS] With --count it makes so many warm
-// calls one after the other, WAY being "library" or "manager", and prints how often each allocated
-// memory; for those who count something else about them.
+// beside a QNetworkAccessManager without Nagle's algorithm, bare and in a program written by hand
+// that does the same job, and one with it. Run it as: kelaccount-emulator run --scenario
+// returning-user -- roundtrip [--count WAY CALLS WIDTH [BEFORE]]. With --count it makes so many
+// warm calls, WIDTH at a time, WAY being "library", "handwritten" or "manager", and prints how
+// often each allocated memory; for those who count something else about them. With BEFORE, so many
+// are made first, and callgrind, told to begin without, counts the others alone.
 #include "warmcalls.h"
 
+#include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/serviceconnections.h"
 
 #include <QCoreApplication>
+
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_START_INSTRUMENTATION
+#define CALLGRIND_STOP_INSTRUMENTATION
+#endif
 
 #include <cstdio>
 #include <cstring>
 #include <numeric>
 
 using namespace WarmCalls;
+using KelRestHandler::NetworkReplyContainer;
 using KelRestHandler::ServiceConnections;
 
 namespace {
@@ -53,21 +64,46 @@ void measure(Figures& figures, Make make, int sequential, int parallel)
     figures.cpuAtOnce.push_back((cpuSeconds() - before) * 1e6 / parallel);
 }
 
-void printRow(const char* name, const std::vector<double>& own, const std::vector<double>& other,
-              const char* unit)
-{
-    std::printf("| %s | %.4g %s | %.4g %s | %.2f |\n", name, median(own), unit, median(other), unit,
-                median(own) / median(other));
-}
+using Values = std::vector<double> Figures::*;
 
-void printTable(const char* peer, const Figures& own, const Figures& other)
+struct Row
 {
-    std::printf("\n| | this library | %s | ratio |\n|---|---:|---:|---:|\n", peer);
-    printRow("p50 of a warm call", own.p50, other.p50, "ms");
-    printRow("mean of a warm call", own.mean, other.mean, "ms");
-    printRow("client processor time of a warm call", own.cpu, other.cpu, "us");
-    printRow("64 calls at once", own.rate, other.rate, "/s");
-    printRow("client processor time of each of these", own.cpuAtOnce, other.cpuAtOnce, "us");
+    const char* name;
+    Values values;
+    const char* unit;
+};
+
+constexpr Row rows[] = {
+    {"p50 of a warm call", &Figures::p50, "ms"},
+    {"mean of a warm call", &Figures::mean, "ms"},
+    {"client processor time of a warm call", &Figures::cpu, "us"},
+    {"64 calls at once", &Figures::rate, "/s"},
+    {"client processor time of each of these", &Figures::cpuAtOnce, "us"},
+};
+
+struct Peer
+{
+    const char* name;
+    const Figures& figures;
+};
+
+void printTable(const Figures& own, const std::vector<Peer>& peers)
+{
+    std::printf("\n| | this library |");
+    for (const Peer& peer : peers)
+        std::printf(" %s | ratio |", peer.name);
+    std::printf("\n|---|---:|");
+    for (size_t i = 0; i < peers.size(); ++i)
+        std::printf("---:|---:|");
+    for (const Row& row : rows) {
+        const double ours = median(own.*row.values);
+        std::printf("\n| %s | %.4g %s |", row.name, ours, row.unit);
+        for (const Peer& peer : peers) {
+            const double theirs = median(peer.figures.*row.values);
+            std::printf(" %.4g %s | %.2f |", theirs, row.unit, ours / theirs);
+        }
+    }
+    std::printf("\n");
 }
 
 // Each call with TCP, CONNECT and TLS before it, as after a pause.
@@ -85,8 +121,11 @@ void printFresh()
                 fresh);
 }
 
-int count(const char* way, int calls, int width)
+int count(const char* way, int calls, int width, int callsBefore)
 {
+    // A thousand at once take their time where each instruction is counted.
+    constexpr int enough = 1000 * 1000;
+    NetworkReplyContainer::setGuardMilliseconds(enough);
     const auto is = [way](const char* name) { return std::strcmp(way, name) == 0; };
     const Make make = is("library") ? library : is("handwritten") ? handWritten : promptManager;
     const std::unique_ptr<Caller> caller = make();
@@ -94,9 +133,11 @@ int count(const char* way, int calls, int width)
     constexpr int most = 1000;
     caller->provideFor(most);
     constexpr int settled = 300;
-    atOnce(*caller, width, settled);
+    atOnce(*caller, width, callsBefore > 0 ? callsBefore : settled);
+    CALLGRIND_START_INSTRUMENTATION;
     const long before = allocations();
     atOnce(*caller, width, calls);
+    CALLGRIND_STOP_INSTRUMENTATION;
     std::printf("%.1f allocations a call\n", double(allocations() - before) / calls);
     return 0;
 }
@@ -107,16 +148,19 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     signIn();
-    if (argc == 5 && std::strcmp(argv[1], "--count") == 0)
-        return count(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));
+    if ((argc == 5 || argc == 6) && std::strcmp(argv[1], "--count") == 0)
+        return count(argv[2], std::atoi(argv[3]), std::atoi(argv[4]),
+                     argc == 6 ? std::atoi(argv[5]) : 0);
 
     constexpr int repetitions = 7;
     Figures own;
+    Figures byHand;
     Figures prompt;
     Figures document;
     Figures plain;
     for (int i = 0; i < repetitions; ++i) {
         measure(own, library, 300, 1280);
+        measure(byHand, handWritten, 300, 1280);
         measure(prompt, promptManager, 300, 1280);
         measure(document, libraryWithDocument, 200, 640);
         // It gets fewer calls: it waits through most of its time.
@@ -124,8 +168,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "round %d of %d\r", i + 1, repetitions);
     }
     std::fprintf(stderr, "\n");
-    printTable("manager without Nagle's algorithm", own, prompt);
-    printTable("bare manager", document, plain);
+    printTable(own, {{"by hand", byHand}, {"manager without Nagle's algorithm", prompt}});
+    printTable(document, {{"bare manager", plain}});
     printFresh();
     return 0;
 }
