@@ -21,6 +21,9 @@ add_compile_options(
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
   "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
 
+# So that the shared library can leave out what nothing in it uses: who makes one call maps less of it.
+add_compile_options("$<$<NOT:$<CONFIG:Debug>>:-ffunction-sections;-fdata-sections>")
+
 # Sanitizers and coverage reach every target, third-party test code included.
 if(KELACCOUNT_SANITIZE)
   add_compile_options(-fsanitize=${KELACCOUNT_SANITIZE} -fno-omit-frame-pointer

@@ -27,6 +27,13 @@ wanted=$(nm --dynamic --undefined-only "$library")
 if grep -q ' __ubsan_' <<<"$wanted"; then
     allowed="$allowed|^typeinfo (name )?for Q[A-Za-z]+\$"
 fi
+# By this one the loader refuses a Qt that is older than the one the library was compiled with, where Qt has it.
+core=$(ldd "$library" | awk '$1 ~ /^libQt[0-9]+Core[.]/ { print $3 }')
+offered=$(nm --dynamic --defined-only "$core")
+if grep -q ' qt_version_tag@' <<<"$offered" && ! grep -q ' qt_version_tag@' <<<"$wanted"; then
+    echo "the library does not say which Qt it was compiled with"
+    exit 1
+fi
 others=$(grep -vE "$allowed" <<<"$defined" || true)
 [ -z "$others" ] || { echo "exported, but no public class's:"; echo "$others"; exit 1; }
 for row in "$@"; do
