@@ -11,7 +11,7 @@ root=$1
 shift
 
 # Where the locale is what is asked for.
-allowed='src/platform/qsysteminfo\.cpp|src/account/texts/statustext\.cpp|src/qml/captchapicture\.cpp|src/qml/failurevalue\.cpp'
+allowed='src/platform/qsysteminfo\.cpp|src/common/wantedlanguage\.h|src/account/texts/statustext\.cpp|src/qml/captchapicture\.cpp|src/qml/failurevalue\.cpp'
 
 # Three lines for each kind: what to look for, what to do instead, and a use that must be found.
 kinds=(
