@@ -6,6 +6,7 @@
 #include "rest/request/msgcreator.h"
 
 #include <QUrl>
+#include <QUrlQuery>
 
 namespace KelFuzz::Address {
 
@@ -30,11 +31,26 @@ void standsAlone(const QString& value)
     require(path.count(QLatin1Char('/')) == 5);
 }
 
+// And one that counts as whole in a query is one value of it.
+void staysOneItem(const QString& value)
+{
+    require(isGivenInPath(value) == (!value.isEmpty() && isWholeInPath(value)));
+    require(isGivenInQuery(value) == (!value.isEmpty() && isWholeInQuery(value)));
+    if (!isWholeInQuery(value))
+        return;
+    const QUrl address(QStringLiteral("https://account.example/rest/1.0/folder?one=") + value +
+                       QStringLiteral("&other=end"));
+    require(address.isValid() && !address.hasFragment());
+    const auto items = QUrlQuery(address).queryItems();
+    require(items.size() == 2 && items.last().second == QLatin1String("end"));
+}
+
 void run(const uint8_t* data, size_t size)
 {
     const QString address = QString::fromUtf8(bytesOf(data, size));
     const QString converted = MsgCreator::getAsPunycode(address);
     standsAlone(address);
+    staysOneItem(address);
     standsAlone(converted);
     const int atSign = address.lastIndexOf(QLatin1Char('@'));
     require(converted.startsWith(address.left(atSign + 1)));

@@ -55,11 +55,15 @@ def found(root):
 
 
 def rows(page):
-    """Files to targets, of the page's tables whose first column has files in code."""
+    """Files to targets, of the page's tables that say who gives a source any."""
     table = {}
+    is_wanted = False
     for line in page.splitlines():
         cells = [cell.strip() for cell in line.split('|')[1:-1]]
-        if len(cells) != 3 or not cells[0].startswith('`'):
+        if len(cells) == 3 and cells[0] == 'Source':
+            is_wanted = cells[2].startswith('Given any')
+        if len(cells) != 3 or not is_wanted or not cells[0].startswith('`'):
+            is_wanted = is_wanted and bool(cells)
             continue
         targets = re.findall(r'`(\w+)`', cells[2])
         if re.search(r'\btests\b', cells[2]):

@@ -5,8 +5,10 @@
 #include "values.h"
 
 #include "plugin/kept.h"
+#include "rest/records/registrationinfodata.h"
 #include "rest/request/serviceaddress.h"
 
+#include <QDataStream>
 #include <QStringList>
 
 namespace KelFuzz::SessionData {
@@ -51,6 +53,24 @@ const QVariantMap& stored()
     return made;
 }
 
+QByteArray registration()
+{
+    KelRestHandler::RegistrationInfoData data;
+    data.userName = QStringLiteral("alice");
+    data.password = password;
+    data.captchaId = QStringLiteral("captcha-9");
+    data.captchaText = QStringLiteral("xk7Qp");
+    return KelRestHandler::serializeRegistration(data);
+}
+
+QByteArray question()
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << QStringLiteral("3") << QStringLiteral("Rex");
+    return bytes;
+}
+
 QVariantMap basis(int kind)
 {
     QVariantMap data = {{QStringLiteral("ConsumerKey"), consumerKey},
@@ -61,6 +81,8 @@ QVariantMap basis(int kind)
                         {QStringLiteral("OldPassword"), password},
                         {QStringLiteral("NewPassword"), password + QLatin1Char('2')},
                         {QStringLiteral("NewUserName"), QStringLiteral("newname")},
+                        {QStringLiteral("RegistrationData"), registration()},
+                        {QStringLiteral("UpdateSecurityQuestion"), question()},
                         {QStringLiteral("ManualSignIn"), true}};
     if (kind % 3 == 0) {
         for (auto entry = stored().cbegin(); entry != stored().cend(); ++entry)
