@@ -106,12 +106,8 @@ Selection Selection::fromArguments(const QStringList& arguments)
     return {arguments.value(0), list(1), list(2), list(3)};
 }
 
-int runInside(int argc, char** argv)
+int inSession(int& argc, char** argv, const std::function<bool(LoopWatch&)>& run)
 {
-    QStringList arguments;
-    for (int i = 2; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-    const Selection selection = Selection::fromArguments(arguments);
     if (!prepareToBreak()) {
         std::fprintf(
             stderr,
@@ -134,31 +130,42 @@ int runInside(int argc, char** argv)
     if (!startTagServer())
         return 1;
     sharedState()->application = static_cast<int32_t>(::getpid());
-    Run run(application, [](const Cell& cell) {
-        std::printf("%s\n", cell.line().toUtf8().constData());
-        std::fflush(stdout);
-    });
-    QStringList problems;
-    const QVector<Row> all = rows(problems);
-    for (const QString& problem : problems)
-        std::fprintf(stderr, "%s\n", qPrintable(problem));
-    for (size_t fault = 0; fault < faults().size(); ++fault) {
-        for (const Row& row : all) {
-            if (selection.has(row) && selection.has(faults()[fault]))
-                run.add(row, static_cast<int>(fault));
-        }
-    }
-    const bool isDone = run.all();
+    const bool isDone = run(application);
     endTagServer();
-    return isDone && problems.isEmpty() ? 0 : 1;
+    return isDone ? 0 : 1;
 }
 
-Outcome runBatch(const Selection& selection, const std::function<void(const Cell&)>& onCell)
+int runInside(int argc, char** argv)
 {
-    Outcome outcome;
+    QStringList arguments;
+    for (int i = 2; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const Selection selection = Selection::fromArguments(arguments);
+    return inSession(argc, argv, [&selection](LoopWatch& application) {
+        Run run(application, [](const Cell& cell) {
+            std::printf("%s\n", cell.line().toUtf8().constData());
+            std::fflush(stdout);
+        });
+        QStringList problems;
+        const QVector<Row> all = rows(problems);
+        for (const QString& problem : problems)
+            std::fprintf(stderr, "%s\n", qPrintable(problem));
+        for (size_t fault = 0; fault < faults().size(); ++fault) {
+            for (const Row& row : all) {
+                if (selection.has(row) && selection.has(faults()[fault]))
+                    run.add(row, static_cast<int>(fault));
+            }
+        }
+        return run.all() && problems.isEmpty();
+    });
+}
+
+QString startAgain(const QStringList& arguments, const std::function<void(const QString&)>& onLine,
+                   const QMap<QString, QString>& variables)
+{
     Surroundings surroundings;
     if (!surroundings.make())
-        return {{}, "no folder for the run"_s};
+        return "no folder for the run"_s;
     Child server;
     server.setProcessEnvironment(surroundings.environment(false));
     server.setProcessChannelMode(QProcess::ForwardedChannels);
@@ -168,33 +175,44 @@ Outcome runBatch(const Selection& selection, const std::function<void(const Cell
     const State* const state = surroundings.state();
     while (state->isReady == 0) {
         if (since.elapsed() > startMs || server.waitForFinished(1))
-            return {{}, "the server of the matrix does not start"_s};
+            return "the server of the matrix does not start"_s;
     }
     Child inside;
-    inside.setProcessEnvironment(surroundings.environment(true));
+    QProcessEnvironment environment = surroundings.environment(true);
+    for (auto variable = variables.cbegin(); variable != variables.cend(); ++variable)
+        environment.insert(variable.key(), variable.value());
+    inside.setProcessEnvironment(environment);
     inside.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    inside.start(QCoreApplication::applicationFilePath(),
-                 QStringList(insideMark) + selection.arguments());
+    inside.start(QCoreApplication::applicationFilePath(), arguments);
     while (inside.state() != QProcess::NotRunning || inside.canReadLine()) {
-        if (!inside.canReadLine()) {
+        if (inside.canReadLine())
+            onLine(QString::fromUtf8(inside.readLine()).trimmed());
+        else
             inside.waitForReadyRead(1000);
-            continue;
-        }
-        const Cell cell = Cell::fromLine(QString::fromUtf8(inside.readLine()).trimmed());
-        if (cell.operation.isEmpty())
-            continue;
-        outcome.cells.append(cell);
-        onCell(cell);
     }
-    if (inside.exitStatus() != QProcess::NormalExit)
-        outcome.problem = "the process with the cells crashed after %1"_s.arg(
-            outcome.cells.isEmpty()
-                ? "none"_s
-                : outcome.cells.last().row() + QLatin1Char(' ') + outcome.cells.last().fault);
-    else if (inside.exitCode() != 0)
-        outcome.problem = "the process with the cells ended with %1"_s.arg(inside.exitCode());
     server.kill();
     server.waitForFinished();
+    return inside.exitStatus() != QProcess::NormalExit ? "crashed"_s
+           : inside.exitCode() != 0                    ? "ended with %1"_s.arg(inside.exitCode())
+                                                       : QString();
+}
+
+Outcome runBatch(const Selection& selection, const std::function<void(const Cell&)>& onCell)
+{
+    Outcome outcome;
+    const QString ending =
+        startAgain(QStringList(insideMark) + selection.arguments(), [&](const QString& line) {
+            const Cell cell = Cell::fromLine(line);
+            if (cell.operation.isEmpty())
+                return;
+            outcome.cells.append(cell);
+            onCell(cell);
+        });
+    if (!ending.isEmpty())
+        outcome.problem = "the process with the cells: %1 after %2"_s.arg(
+            ending, outcome.cells.isEmpty() ? "none"_s
+                                            : outcome.cells.last().row() + QLatin1Char(' ') +
+                                                  outcome.cells.last().fault);
     return outcome;
 }
 

@@ -3,11 +3,14 @@
 
 #include "matrix/cell.h"
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
 #include <functional>
+
+class LoopWatch;
 
 /// Cells that one process runs, and that process: a crash ends no others.
 namespace Matrix {
@@ -28,6 +31,15 @@ struct Selection
 
 /// Runs the cells of this process, inside; each is a line on standard output.
 int runInside(int argc, char** argv);
+
+/// Runs that in a session of its own, with a tag server. Of a process that was started by
+/// startAgain().
+int inSession(int& argc, char** argv, const std::function<bool(LoopWatch&)>& run);
+
+/// Starts this program again, with a service beside it, and waits. `onLine` is called for each line
+/// that comes; what the result says is empty when it has come to its good end.
+QString startAgain(const QStringList& arguments, const std::function<void(const QString&)>& onLine,
+                   const QMap<QString, QString>& variables = {});
 
 struct Outcome
 {

@@ -27,6 +27,17 @@ namespace {
 
 constexpr int patienceMs = 10000;
 
+// One that keeps nothing of what it is asked: very many ask.
+ThreadTagServer::Behaviour saying(const QByteArray& reply)
+{
+    return [reply](int connection) {
+        char request[4096];
+        if (::recv(connection, request, sizeof request, 0) > 0)
+            (void)::send(connection, reply.constData(), static_cast<size_t>(reply.size()),
+                         MSG_NOSIGNAL);
+    };
+}
+
 /// A tag server in the place of the one that works.
 class OtherTagServer : public Breakage
 {
@@ -50,7 +61,7 @@ public:
         mServer.reset();
         PretendedPeer::passTime(pastAllTrustMs);
         TagServerAddress::setProgram({});
-        workingTagServer() = std::make_unique<ThreadTagServer>(QByteArray("\x01tag"));
+        workingTagServer() = std::make_unique<ThreadTagServer>(saying("\x01tag"));
         return workingTagServer()->isReady();
     }
     int met() const override { return sharedState()->tagServerAsked - mBefore; }
@@ -69,16 +80,6 @@ private:
     std::unique_ptr<ThreadTagServer> mServer;
     int mBefore = 0;
 };
-
-ThreadTagServer::Behaviour saying(const QByteArray& reply)
-{
-    return [reply](int connection) {
-        char request[4096];
-        if (::recv(connection, request, sizeof request, 0) > 0)
-            (void)::send(connection, reply.constData(), static_cast<size_t>(reply.size()),
-                         MSG_NOSIGNAL);
-    };
-}
 
 void hang(int connection)
 {
@@ -246,7 +247,7 @@ std::unique_ptr<Breakage> brokenService(const std::string& name)
 
 bool startTagServer()
 {
-    OtherTagServer::workingTagServer() = std::make_unique<ThreadTagServer>(QByteArray("\x01tag"));
+    OtherTagServer::workingTagServer() = std::make_unique<ThreadTagServer>(saying("\x01tag"));
     return OtherTagServer::workingTagServer()->isReady();
 }
 

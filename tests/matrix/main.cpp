@@ -3,6 +3,8 @@
 #include "matrix/batch.h"
 #include "matrix/otherapplication.h"
 #include "matrix/page.h"
+#include "matrix/soak.h"
+#include "matrix/soakpoint.h"
 #include "support/literals.h"
 
 #include <QCommandLineParser>
@@ -48,11 +50,13 @@ struct Written
 {
     Table table;
     Runs runs;
+    Soak soak;
 
     static Written in(const QString& folder, QStringList& problems)
     {
         return {Table::fromFile(folder + "/reliability.csv"_s, problems),
-                Runs::fromFile(folder + "/reliability-runs.csv"_s, problems)};
+                Runs::fromFile(folder + "/reliability-runs.csv"_s, problems),
+                Soak::fromFile(folder + "/reliability-soak.csv"_s, problems)};
     }
 };
 
@@ -72,7 +76,8 @@ QString pageOf(const Written& written, const QString& folder)
     put("busy", QString::number(busyMs / 1000));
     put("memory", QString::number(memoryBoundKiB / 1024));
     put("stall", QString::number(stallBoundUs / 1000));
-    return text + table.page(contents(folder + "/statuses.md"_s), written.runs);
+    return text + table.page(contents(folder + "/statuses.md"_s), written.runs) +
+           written.soak.section();
 }
 
 /// What is run side by side: a process that ends takes no more than that with it.
@@ -229,7 +234,10 @@ int checkPage(const QString& folder)
     QStringList problems;
     rows(problems);
     const Written written = Written::in(folder, problems);
-    problems += written.table.gaps() + written.table.broken() + written.runs.gaps();
+    problems += written.table.gaps() + written.table.broken() + written.runs.gaps() +
+                written.soak.problems();
+    if (contents(folder + "/images/soak.svg"_s) != written.soak.picture())
+        problems.append("images/soak.svg is not what reliability-soak.csv makes"_s);
     if (contents(folder + "/reliability.md"_s) != pageOf(written, folder))
         problems.append(
             "reliability.md is not what reliability.csv makes: kelaccount-matrix --page %1"_s.arg(
@@ -273,6 +281,38 @@ Table merged(const QStringList& folders, const Selection& wanted, QStringList& p
     return came;
 }
 
+/// So many calls of each kind, parted by commas; into the folder, if there is one.
+int soak(const QStringList& counts, const QString& folder)
+{
+    Soak all;
+    QStringList problems;
+    const auto onLine = [&all](const QString& line) {
+        SoakPoint point = SoakPoint::fromLine(line);
+        if (point.kind.isEmpty())
+            return;
+        point.day = Runs::now().section(QLatin1Char(';'), 0, 0);
+        point.commit = Runs::now().section(QLatin1Char(';'), 1);
+        all.add(point);
+        std::printf("%s\n", qPrintable(point.line()));
+        std::fflush(stdout);
+    };
+    // Else pieces that each thread keeps for its next ones would count as allocated.
+    const QString ending = startAgain(QStringList(text(soakMark)) + counts, onLine,
+                                      {{"GLIBC_TUNABLES"_s, "glibc.malloc.tcache_count=0"_s}});
+    if (!ending.isEmpty())
+        problems.append("the soak: "_s + ending);
+    problems += all.problems();
+    if (!folder.isEmpty() && problems.isEmpty()) {
+        const bool isWritten = write(folder + "/reliability-soak.csv"_s, all.text()) &&
+                               write(folder + "/images/soak.svg"_s, all.picture());
+        Written written = Written::in(folder, problems);
+        if (!isWritten || !write(folder + "/reliability.md"_s, pageOf(written, folder)))
+            problems.append("cannot write in %1"_s.arg(folder));
+    }
+    complain(problems);
+    return problems.isEmpty() ? 0 : 1;
+}
+
 void addOptions(QCommandLineParser& parser)
 {
     parser.setApplicationDescription("Every operation by every fault."_s);
@@ -292,6 +332,10 @@ void addOptions(QCommandLineParser& parser)
                       "Runs nothing, and takes the named faults from where other runs have just "
                       "written them."_s,
                       "FOLDERS"_s});
+    parser.addOption({"soak"_s,
+                      "Runs nothing of the table, but so many calls without credentials, of a "
+                      "session and of set-ups, parted by commas, for what they leave behind."_s,
+                      "NUMBERS"_s});
     parser.addOption({"page"_s, "Runs nothing, and writes the page."_s, "FOLDER"_s});
     parser.addOption(
         {"compare"_s, "Compares what comes with the table in this folder."_s, "FOLDER"_s});
@@ -336,12 +380,16 @@ int main(int argc, char** argv)
         return runInside(argc, argv);
     if (argc > 1 && std::strcmp(argv[1], besideMark) == 0)
         return runBeside(argc, argv);
+    if (argc > 1 && std::strcmp(argv[1], soakMark) == 0)
+        return runSoakInside(argc, argv);
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     addOptions(parser);
     parser.process(application);
     if (parser.isSet("check"_s))
         return checkPage(parser.value("check"_s));
+    if (parser.isSet("soak"_s))
+        return soak(list(parser.value("soak"_s)), parser.value("write"_s));
     QStringList problems;
     rows(problems);
     const QString folder = parser.value(parser.isSet("compare"_s) ? "compare"_s

@@ -77,11 +77,16 @@ QString Runs::text() const
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
 }
 
+QString Runs::now()
+{
+    static const QString all =
+        QDate::currentDate().toString(Qt::ISODate) + QLatin1Char(';') + checkedOut();
+    return all;
+}
+
 void Runs::note(const QString& fault)
 {
-    static const QString now =
-        QDate::currentDate().toString(Qt::ISODate) + QLatin1Char(';') + checkedOut();
-    mRuns.insert(fault, now);
+    mRuns.insert(fault, now());
 }
 
 QStringList Runs::gaps() const

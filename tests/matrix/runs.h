@@ -14,6 +14,8 @@ public:
     static Runs fromFile(const QString& file, QStringList& problems);
     QString text() const;
 
+    /// This day and what is checked out, parted by ";".
+    static QString now();
     /// The fault was tried now, on what is checked out here.
     void note(const QString& fault);
     /// Faults without a run, and runs of none.

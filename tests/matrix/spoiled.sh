@@ -10,7 +10,10 @@ trap 'rm -rf "$copy"' EXIT
 
 # spoil WHAT-IS-SAID SED-SCRIPT FILE [page]: the page is made anew where the table is what is wrong.
 spoil() {
-    cp "$pages/reliability.csv" "$pages/reliability-runs.csv" "$pages/reliability.md" "$pages/statuses.md" "$copy"
+    cp "$pages/reliability.csv" "$pages/reliability-runs.csv" "$pages/reliability-soak.csv" "$pages/reliability.md" \
+        "$pages/statuses.md" "$copy"
+    mkdir -p "$copy/images"
+    cp "$pages/images/soak.svg" "$copy/images"
     sed -i "$2" "$copy/$3"
     ! cmp -s "$copy/$3" "$pages/$3" || { echo "nothing is spoiled by $2"; exit 1; }
     [ "${4-}" != page ] || "$program" --page "$copy" >"$copy/said" 2>&1 || true
@@ -39,3 +42,8 @@ spoil "nothing says when refused was tried" '/^refused;/d' reliability-runs.csv 
 spoil "there is no fault refusal" 's/^refused;/refusal;/' reliability-runs.csv
 spoil "no run: refused" 's/^refused;.*/refused;yesterday;here/' reliability-runs.csv
 spoil "reliability.md is not what" 's/^refused;[^;]*/refused;2001-01-01/' reliability-runs.csv
+spoil "no point: service" '0,/^service;/s/^service;/service;x;/' reliability-soak.csv
+spoil "too few points of session calls" '/^session;/d' reliability-soak.csv
+spoil "each call leaves" '/^service;/s/^\(service;\)\([0-9]*\)\([^;]*;[0-9]*;[0-9]*;\)[0-9.]*;/\1\2\3\2.0;/' reliability-soak.csv
+spoil "descriptors, and then" 's/^\(session;\)\([0-9]*\)\(\(;[^;]*\)\{4\}\);[0-9]*;/\1\2\3;\2;/' reliability-soak.csv
+spoil "soak.svg is not what" 's/#b3261e/#000000/' images/soak.svg
