@@ -40,8 +40,11 @@ endif()
 if(PROJECT_IS_TOP_LEVEL AND (KELACCOUNT_BUILD_TESTS OR KELACCOUNT_BUILD_FUZZERS))
   find_program(KELACCOUNT_CCACHE ccache)
   if(KELACCOUNT_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_C_COMPILER_LAUNCHER ${KELACCOUNT_CCACHE})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${KELACCOUNT_CCACHE})
+    # What is precompiled it takes for a file as any other, and looks at it once.
+    set(kel_launcher env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_INODECACHE=1
+      ${KELACCOUNT_CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${kel_launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${kel_launcher})
   endif()
   include(CheckLinkerFlag)
   foreach(kel_linker mold lld)

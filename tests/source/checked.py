@@ -13,18 +13,21 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[2]
 ROOMS = ("src", "plugin", "tools", "emulator", "include")
 HEADERS = f"^{re.escape(str(SOURCE))}/({'|'.join(ROOMS)})/"
-# Options of gcc's that clang does not know, and precompiled headers that it cannot read.
+# Options of gcc's that clang does not know.
 ARGUMENTS = ["--extra-arg=-Wno-unknown-warning-option", "--extra-arg=-Wno-ignored-optimization-argument"]
 CHECKERS = {
     # Where parts of files are compiled together, a .cpp is as much a header as others.
     "clang-tidy": ["clang-tidy", "--quiet", "--warnings-as-errors=*", f"--header-filter={HEADERS}"],
     "clazy": ["clazy-standalone", "--checks=level1", f"--header-filter={HEADERS}"],
 }
+# What gcc has precompiled clang cannot read, and finds beside the header.
+PRECOMPILED = re.compile(r" -include \S+/cmake_pch\.hxx(?= )")
 FINDING = re.compile(rf"{HEADERS[1:]}.*?: (warning|error|fatal error): |^error: ", re.MULTILINE)
 
 
@@ -39,8 +42,14 @@ def sources(build):
             yield path
 
 
-def findings(build, checker, path):
-    command = [*CHECKERS[checker], "-p", str(build), *ARGUMENTS, str(path)]
+def readable(build, folder):
+    """Writes the database anew, without what is precompiled."""
+    text = PRECOMPILED.sub("", (build / "compile_commands.json").read_text())
+    Path(folder, "compile_commands.json").write_text(text)
+
+
+def findings(folder, checker, path):
+    command = [*CHECKERS[checker], "-p", folder, *ARGUMENTS, str(path)]
     run = subprocess.run(command, capture_output=True, text=True, check=False)
     text = run.stdout + run.stderr
     return text if run.returncode or FINDING.search(text) else ""
@@ -57,8 +66,9 @@ def main():
     if not any(path.is_relative_to(SOURCE / "src") or path.is_relative_to(build / "src") for path in paths):
         sys.exit(f"{build}/compile_commands.json compiles nothing of src: configure with preset dev")
     found = 0
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for text in pool.map(lambda path: findings(build, checker, path), paths):
+    with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        readable(build, folder)
+        for text in pool.map(lambda path: findings(folder, checker, path), paths):
             if text:
                 found += 1
                 print(text, flush=True)
