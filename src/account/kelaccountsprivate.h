@@ -176,7 +176,7 @@ Q_SIGNALS:
 public Q_SLOTS:
     /// Emits the signal of the type with the error and empty values. Called from the event loop
     /// only.
-    void sendErrorResponse(ResponseType type, int error);
+    void sendErrorResponse(KelAccount::KelAccountsPrivate::ResponseType type, int error);
 
 private Q_SLOTS:
     // Answers of the REST layer. Irregular capitals and "Reponse" are part of the names for good.

@@ -245,12 +245,13 @@ ServiceConnections::Line& ServiceConnections::makeLine(QNetworkAccessManager* ma
     line.manager = manager;
     line.idleSince = nowMilliseconds();
     mSetUp(manager);
-    connect(manager, &QNetworkAccessManager::finished, this, [this, &line](QNetworkReply* reply) {
-        if (line.isPreparing)
-            onPrepared(line, reply);
-        else if (line.isBusy)
-            onFinished(line, *reply);
-    });
+    const auto ended = [this, line = &line](QNetworkReply* reply) {
+        if (line->isPreparing)
+            onPrepared(*line, reply);
+        else if (line->isBusy)
+            onFinished(*line, *reply);
+    };
+    connect(manager, &QNetworkAccessManager::finished, this, ended);
     return line;
 }
 
