@@ -79,7 +79,7 @@ std::string Clock::httpDate(std::int64_t secondsSinceEpoch)
     const int length = std::snprintf(text, sizeof text, "%s, %02d %s %04d %02d:%02d:%02d GMT",
                                      days[time.tm_wday], time.tm_mday, months[time.tm_mon],
                                      time.tm_year + 1900, time.tm_hour, time.tm_min, time.tm_sec);
-    return std::string(text, length > 0 ? static_cast<size_t>(length) : 0);
+    return {text, length > 0 ? static_cast<size_t>(length) : 0};
 }
 
 } // namespace KelEmulator

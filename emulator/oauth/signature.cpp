@@ -219,10 +219,10 @@ std::string hmacSha1(std::string_view message, std::string_view key)
     if (!HMAC(EVP_sha1(), key.data(), static_cast<int>(key.size()),
               reinterpret_cast<const unsigned char*>(message.data()), message.size(), digest,
               &length))
-        return std::string();
+        return {};
     unsigned char text[2 * EVP_MAX_MD_SIZE];
     const int written = EVP_EncodeBlock(text, digest, static_cast<int>(length));
-    return std::string(reinterpret_cast<const char*>(text), static_cast<size_t>(written));
+    return {reinterpret_cast<const char*>(text), static_cast<size_t>(written)};
 }
 
 std::string expectedSignature(const SignedRequest& request, const std::string& consumerSecret)

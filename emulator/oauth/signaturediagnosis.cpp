@@ -113,7 +113,7 @@ std::vector<Deviation> deviationsOf(const SignedRequest& request)
 std::string explainMismatch(const SignedRequest& request, const std::string& consumerSecret)
 {
     // A large document would make many pairs slow; its own row of deviations still is tried.
-    constexpr size_t largeDocument = 64 * 1024;
+    constexpr size_t largeDocument = size_t{64} * 1024;
     const auto fits = [&](const Recipe& recipe) {
         return hmacSha1(baseString(request, recipe), hmacKey(request, recipe, consumerSecret)) ==
                request.authorization.signature;

@@ -333,7 +333,7 @@ void Sandbox::waitForFollowers()
             if (overdue)
                 ::kill(id, SIGKILL);
         }
-        if (timer.hasExpired(2 * stopTimeoutMs))
+        if (timer.hasExpired(qint64{2} * stopTimeoutMs))
             return;
         if (someLeft)
             QThread::msleep(pollMs);

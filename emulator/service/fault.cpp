@@ -18,7 +18,7 @@ struct FaultName
 
 constexpr std::uint64_t mostAtOnce = 10000;
 constexpr std::uint64_t lastOperation = 26;
-constexpr std::uint64_t tenMinutes = 10 * 60 * 1000;
+constexpr std::uint64_t tenMinutes = std::uint64_t{10} * 60 * 1000;
 constexpr std::uint64_t fourGigabytes = 4ULL * 1024 * 1024 * 1024;
 
 constexpr FaultName faultNames[] = {
@@ -150,7 +150,7 @@ std::string faultText(const Fault& fault)
                std::string(row.name) + (row.largest ? '=' + std::to_string(fault.value) : "") +
                (fault.operation ? '@' + std::to_string(fault.operation) : "");
     }
-    return std::string();
+    return {};
 }
 
 void FaultQueue::setConnectionCloser(std::function<void()> onWrongHost)

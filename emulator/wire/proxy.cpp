@@ -81,7 +81,7 @@ bool sendAll(int descriptor, std::string_view text)
 void lingerUntilClientEnds(int descriptor)
 {
     constexpr int longestMs = 2000;
-    constexpr std::uint64_t mostBytes = 64 * 1024 * 1024;
+    constexpr std::uint64_t mostBytes = std::uint64_t{64} * 1024 * 1024;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(longestMs);
     ::shutdown(descriptor, SHUT_WR);
     std::array<char, 65536> bytes;

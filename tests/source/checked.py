@@ -38,7 +38,8 @@ def sources(build):
         if "autogen" in str(path) or path.name.startswith("qrc_"):
             continue
         below = path.relative_to(build) if path.is_relative_to(build) else path.relative_to(SOURCE)
-        if below.parts[0] in ROOMS or "selfcontained" in command.get("output", "") + str(path):
+        # The latter: a public header alone.
+        if below.parts[0] in ROOMS or re.fullmatch(r"selfcontained_.*\.h\.cpp", path.name):
             yield path
 
 
