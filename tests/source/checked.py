@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""usage: checked.py BUILD-FOLDER clang-tidy|clazy
+"""usage: checked.py BUILD-FOLDER clang-tidy|clazy ROOM...
 
-Has a checker read what the library, its plugin, its tools and its emulator are compiled from, and each public header
-alone, as BUILD-FOLDER/compile_commands.json compiles them. The checkers' front end is clang: what does not compile
-with that is a finding, too. Prints the findings; the exit status is 1 when there are any.
+Has a checker read what the folders ROOM are compiled from, and for "include" each public header alone, as
+BUILD-FOLDER/compile_commands.json compiles them. The checkers' front end is clang: what does not compile with that
+is a finding, too. Prints the findings; the exit status is 1 when there are any.
 """
 import concurrent.futures
 import json
@@ -31,16 +31,17 @@ PRECOMPILED = re.compile(r" -include \S+/cmake_pch\.hxx(?= )")
 FINDING = re.compile(rf"{HEADERS[1:]}.*?: (warning|error|fatal error): |^error: ", re.MULTILINE)
 
 
-def sources(build):
+def sources(build, rooms):
     compiled = json.loads((build / "compile_commands.json").read_text())
     for command in compiled:
         path = Path(command["directory"], command["file"]).resolve()
         if "autogen" in str(path) or path.name.startswith("qrc_"):
             continue
         below = path.relative_to(build) if path.is_relative_to(build) else path.relative_to(SOURCE)
-        # The latter: a public header alone.
-        if below.parts[0] in ROOMS or re.fullmatch(r"selfcontained_.*\.h\.cpp", path.name):
-            yield path
+        # A public header alone.
+        room = "include" if re.fullmatch(r"selfcontained_.*\.h\.cpp", path.name) else below.parts[0]
+        if room in rooms:
+            yield room, path
 
 
 def readable(build, folder):
@@ -57,15 +58,17 @@ def findings(folder, checker, path):
 
 
 def main():
-    if len(sys.argv) != 3 or sys.argv[2] not in CHECKERS:
+    if len(sys.argv) < 4 or sys.argv[2] not in CHECKERS or not set(sys.argv[3:]) <= set(ROOMS):
         sys.exit(__doc__)
-    build, checker = Path(sys.argv[1]).resolve(), sys.argv[2]
+    build, checker, rooms = Path(sys.argv[1]).resolve(), sys.argv[2], sys.argv[3:]
     program = CHECKERS[checker][0]
     if not shutil.which(program):
         sys.exit(f"{program} is not installed: ./test --ci installs it (packaging/packages.txt, [tidy])")
-    paths = sorted(set(sources(build)))
-    if not any(path.is_relative_to(SOURCE / "src") or path.is_relative_to(build / "src") for path in paths):
-        sys.exit(f"{build}/compile_commands.json compiles nothing of src: configure with preset dev")
+    found_rooms = list(sources(build, rooms))
+    for room in rooms:
+        if room not in (found for found, _ in found_rooms):
+            sys.exit(f"{build}/compile_commands.json compiles nothing of {room}: configure with preset dev")
+    paths = sorted({path for _, path in found_rooms})
     found = 0
     with tempfile.TemporaryDirectory() as folder, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         readable(build, folder)
