@@ -37,7 +37,8 @@ public:
     /// As many bytes as the first one says.
     QByteArray block()
     {
-        const auto size = std::min<size_t>(byte(), static_cast<size_t>(mEnd - mNext));
+        const size_t wanted = byte(); // before what is left is looked at
+        const auto size = std::min(wanted, static_cast<size_t>(mEnd - mNext));
         const QByteArray text = bytesOf(mNext, size);
         mNext += size;
         return text;
