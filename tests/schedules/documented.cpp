@@ -19,7 +19,8 @@ namespace {
 /// Every number, and every range that is written "401 to 423".
 QSet<int> numbersIn(const QString& text)
 {
-    static const QRegularExpression number("\\b(\\d{1,4})(?: to (\\d{1,4}))?\\b"_s);
+    // Not of a name, as SHA-1 is.
+    static const QRegularExpression number("(?<![-\\w])(\\d{1,4})(?: to (\\d{1,4}))?\\b"_s);
     QSet<int> found;
     auto matches = number.globalMatch(text);
     while (matches.hasNext()) {
@@ -57,10 +58,7 @@ Documented::Documented(const QString& header)
             continue;
         }
         if (text.startsWith("class "_s) && comment.contains("Statuses that any"_s))
-            mOfTheService =
-                numbersIn(
-                    paragraphFrom("Statuses that any"_s, comment).section(QLatin1Char(';'), 0, 0)) +
-                QSet<int>{1002, 1004};
+            mOfTheService = numbersIn(paragraphFrom("Statuses that any"_s, comment));
         const auto match = slot.match(line);
         if (match.hasMatch())
             readComment(match.captured(1), comment + QLatin1Char('\n'));
