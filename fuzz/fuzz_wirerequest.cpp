@@ -83,19 +83,6 @@ WireRequest signedOf(WireRequest request, const std::string& document, const std
     return request;
 }
 
-WireRequest requestOf(const RequestHead& head, const std::string& body)
-{
-    WireRequest request;
-    request.target = head.target();
-    request.host = head.header("Host");
-    request.authorization = head.header("Authorization");
-    request.restVerb = head.header("rest-verb");
-    request.contentType = head.header("Content-Type");
-    request.acceptLanguage = head.header("Accept-Language");
-    request.body = body;
-    return request;
-}
-
 void run(const uint8_t* data, size_t size)
 {
     static const auto service = makeService();
@@ -115,7 +102,7 @@ void run(const uint8_t* data, size_t size)
     if (status != 0)
         return;
     require(!head.method().empty() && !head.target().empty());
-    const WireRequest request = requestOf(head, body);
+    const WireRequest request = head.withBody(body);
     Authorization authorization;
     problem.clear();
     require(readAuthorization(request.authorization, authorization, problem) == problem.empty());

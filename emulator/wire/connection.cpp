@@ -113,16 +113,10 @@ bool Connection::serveRequest()
                    std::to_string(mHead.target().size()) + " bytes)");
         return false;
     }
-    WireRequest wire;
-    if (!readBody(wire.body))
+    std::string body;
+    if (!readBody(body))
         return false;
-    wire.target = mHead.target();
-    wire.host = mHead.header("Host");
-    wire.authorization = mHead.header("Authorization");
-    wire.restVerb = mHead.header("rest-verb");
-    wire.contentType = mHead.header("Content-Type");
-    wire.acceptLanguage = mHead.header("Accept-Language");
-    return answer(std::move(wire));
+    return answer(mHead.withBody(std::move(body)));
 }
 
 bool Connection::readBody(std::string& body)

@@ -145,6 +145,19 @@ bool RequestHead::wantsLeave() const
     return isSame(header("Expect"), "100-continue");
 }
 
+WireRequest RequestHead::withBody(std::string body) const
+{
+    WireRequest request;
+    request.target = mTarget;
+    request.host = header("Host");
+    request.authorization = header("Authorization");
+    request.restVerb = header("rest-verb");
+    request.contentType = header("Content-Type");
+    request.acceptLanguage = header("Accept-Language");
+    request.body = std::move(body);
+    return request;
+}
+
 bool RequestHead::keepsConnection() const
 {
     const std::string options = header("Connection");

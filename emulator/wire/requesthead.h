@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "emulator/common/wirerequest.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,6 +36,8 @@ public:
     std::optional<std::uint64_t> bodyLength() const;
     /// Whether the client waits for leave to send the body.
     bool wantsLeave() const;
+    /// What the service is asked with this head and `body`.
+    WireRequest withBody(std::string body) const;
     /// Whether another request may follow in this connection.
     bool keepsConnection() const;
 
