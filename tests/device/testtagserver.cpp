@@ -6,7 +6,6 @@
 #include "device/tagserveraddress.h"
 #include "support/literals.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 
 #include <cerrno>
@@ -223,11 +222,6 @@ QByteArrayList ThreadTagServer::frames() const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     return mFrames;
-}
-
-int openDescriptors()
-{
-    return QDir("/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
 }
 
 bool hasChildren()

@@ -97,8 +97,6 @@ TagOutcome askForTag(const QByteArray& key = "some key");
 /// A listener on the tag server's name; -1 on failure.
 int listenAsTagServer(int backlog);
 
-int openDescriptors();
-
 /// Whether this process has any child, running or not.
 bool hasChildren();
 

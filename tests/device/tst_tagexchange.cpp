@@ -4,6 +4,7 @@
 #include "device/testtagserver.h"
 #include "support/literals.h"
 #include "support/patience.h"
+#include "support/processfacts.h"
 #include "support/rows.h"
 
 #include <QTest>

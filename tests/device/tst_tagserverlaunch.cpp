@@ -2,6 +2,7 @@
 #include "device/tagserverlaunch.h"
 #include "device/testtagserver.h"
 #include "support/literals.h"
+#include "support/processfacts.h"
 
 #include <QByteArrayList>
 #include <QDir>
@@ -217,8 +218,7 @@ private Q_SLOTS:
             }
             // Neither stuck before its start nor ended, and with nothing but its streams and
             // listener.
-            const int open =
-                QDir("/proc/%1/fd"_s.arg(process)).entryList(QDir::Files | QDir::System).size();
+            const int open = openDescriptors(QString::number(process));
             servers.append(processFile(process, "cmdline") + ' ' + QByteArray::number(open));
             endAndReap(process);
             while (descriptors.size() < wanted) {

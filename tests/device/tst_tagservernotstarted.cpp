@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "device/obcservicetag.h"
 #include "device/testtagserver.h"
+#include "support/processfacts.h"
 
 #include <QTest>
 

@@ -22,7 +22,4 @@ struct Possessions
     static Possessions now();
 };
 
-/// Before there is any object: those from before are not counted.
-void countObjects();
-
 } // namespace Matrix

@@ -12,6 +12,7 @@
 #include "matrix/soakpoint.h"
 #include "operations/facadecalls.h"
 #include "support/literals.h"
+#include "support/liveobjects.h"
 
 #include <kelaccount/client.h>
 
@@ -316,7 +317,7 @@ int runSoakInside(int argc, char** argv)
     const qint64 service = argc > 2 ? std::atoll(argv[2]) : 0;
     const qint64 session = argc > 3 ? std::atoll(argv[3]) : 0;
     const qint64 setUps = argc > 4 ? std::atoll(argv[4]) : 0;
-    countObjects();
+    LiveObjects::watch();
     return inSession(argc, argv, [&](LoopWatch& /*application*/) {
         sharedState()->guardMs = longGuardMs;
         return soakService(service) && soakSession(session) && soakSetUps(setUps);

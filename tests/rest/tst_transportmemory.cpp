@@ -4,6 +4,7 @@
 #include "rest/transport/networkhandler.h"
 #include "support/fixedsigner.h"
 #include "support/literals.h"
+#include "support/processfacts.h"
 #include "support/rows.h"
 #include "support/testauthority.h"
 
@@ -21,6 +22,7 @@
 #include <malloc.h>
 
 using namespace KelRestHandler;
+using namespace KelTest;
 
 namespace {
 
@@ -105,19 +107,6 @@ private:
     quint16 mPort = 0;
     std::thread mThread;
 };
-
-qint64 statusValue(const QByteArray& name)
-{
-    QFile file("/proc/self/status"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    for (const QByteArray& line : lines) {
-        if (line.startsWith(name))
-            return line.mid(name.size()).simplified().split(' ').value(0).toLongLong() * kibi;
-    }
-    return -1;
-}
 
 // The peak counts from here on.
 bool forgetPeak()
@@ -205,14 +194,14 @@ private:
         auto request = std::make_unique<RetrieveEmailIdAvailabilityRequest>(
             mSigner, "bob@mail.example"_s, "tag"_ba, "key"_s, base, RetrieveEmailIdAvailability);
         ::malloc_trim(0); // what the rows before have left
-        const qint64 before = statusValue("VmRSS:");
+        const qint64 before = memoryOfStatus("VmRSS") * kibi;
         if (!forgetPeak() ||
             handler.sendOwnedRequest(std::move(request), RetrieveEmailIdAvailability) != 0)
             return false;
         QElapsedTimer clock;
         clock.start();
         const bool answered = QTest::qWaitFor([&spy] { return !spy.isEmpty(); }, patience);
-        const qint64 growth = statusValue("VmHWM:") - before;
+        const qint64 growth = memoryOfStatus("VmHWM") * kibi - before;
         qInfo("memory grew by %lld KiB, %lld ms", growth / kibi, clock.elapsed());
         if (!answered || spy.count() != 1 || before <= 0)
             return false;

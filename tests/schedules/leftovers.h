@@ -6,9 +6,7 @@
 /// What is in the process, so that what a schedule leaves behind is seen.
 namespace Schedules {
 
-/// Has Qt tell of every object that is made and that ends, on any thread. Timers belong to objects.
-void watchObjects();
-
+/// Of what LiveObjects watches, and of descriptors and threads. Timers belong to objects.
 class Leftovers
 {
 public:

@@ -13,6 +13,7 @@
 #include "schedules/messages.h"
 #include "schedules/target.h"
 #include "support/literals.h"
+#include "support/liveobjects.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -395,7 +396,7 @@ QString prepareToRun()
     ServiceConnections::setIdleMilliseconds(idleMs);
     FakeModem::reset();
     Messages::take();
-    watchObjects();
+    LiveObjects::watch();
     return tags.isReady() ? missingOperations() : "there is no tag server"_s;
 }
 

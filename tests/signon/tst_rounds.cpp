@@ -2,12 +2,11 @@
 #include "signonfixture.h"
 #include "support/literals.h"
 #include "support/patience.h"
+#include "support/processfacts.h"
 #include "support/rows.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDir>
-#include <QFile>
 
 using namespace KelTest;
 
@@ -36,27 +35,6 @@ constexpr int daemonAllowance = 4 * 1024;
 /// Seconds after which the daemon forgets a session that nobody uses; the sign-on library has no
 /// call that ends one earlier.
 constexpr int sessionTimeout = 2;
-
-int openDescriptors(qint64 process)
-{
-    return QDir("/proc/%1/fd"_s.arg(process))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
-}
-
-/// Resident memory in KiB; 0 when it cannot be read.
-int residentMemory(qint64 process)
-{
-    QFile status("/proc/%1/status"_s.arg(process));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QList<QByteArray> lines = status.readAll().split('\n');
-    for (const QByteArray& line : lines) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toInt();
-    }
-    return 0;
-}
 
 /// The names of the daemon's objects on the bus that start like this; -1 when it does not say.
 int daemonObjects(const QString& prefix)
@@ -121,11 +99,11 @@ private Q_SLOTS:
         const pid_t daemon = mSandbox.daemonProcessId();
         QVERIFY(daemon > 1);
         letPass(200);
-        const qint64 self = QCoreApplication::applicationPid();
-        const int ownDescriptors = openDescriptors(self);
-        const int ownMemory = residentMemory(self);
-        const int daemonDescriptors = openDescriptors(daemon);
-        const int daemonMemory = residentMemory(daemon);
+        const QString ofTheDaemon = QString::number(daemon);
+        const int ownDescriptors = openDescriptors();
+        const qint64 ownMemory = memoryOfStatus("VmRSS");
+        const int daemonDescriptors = openDescriptors(ofTheDaemon);
+        const qint64 daemonMemory = memoryOfStatus("VmRSS", ofTheDaemon);
         const int identities = daemonObjects("Identity_"_s);
         const int objects = mInterface->findChildren<QObject*>().size();
         QVERIFY(ownDescriptors > 0 && daemonDescriptors > 0 && ownMemory > 0 && daemonMemory > 0);
@@ -135,13 +113,13 @@ private Q_SLOTS:
         QCOMPARE(failures, 0);
         QCOMPARE(mSandbox.daemonProcessId(), daemon);
         // Connections of the test itself are closed a moment later, in the thread of the bus.
-        QTRY_COMPARE(openDescriptors(self), ownDescriptors);
-        QTRY_COMPARE(openDescriptors(daemon), daemonDescriptors);
+        QTRY_COMPARE(openDescriptors(), ownDescriptors);
+        QTRY_COMPARE(openDescriptors(ofTheDaemon), daemonDescriptors);
         QCOMPARE(daemonObjects("Identity_"_s), identities);
         QCOMPARE(mInterface->findChildren<QObject*>().size(), objects);
-        const int ownGrowth = residentMemory(self) - ownMemory;
-        const int daemonGrowth = residentMemory(daemon) - daemonMemory;
-        qInfo("KiB in %d rounds: %d here, %d in the daemon", rounds, ownGrowth, daemonGrowth);
+        const qint64 ownGrowth = memoryOfStatus("VmRSS") - ownMemory;
+        const qint64 daemonGrowth = memoryOfStatus("VmRSS", ofTheDaemon) - daemonMemory;
+        qInfo("KiB in %d rounds: %lld here, %lld in the daemon", rounds, ownGrowth, daemonGrowth);
         QVERIFY(ownGrowth < ownAllowance);
         QVERIFY(daemonGrowth < daemonAllowance);
     }
