@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "matrix/page.h"
 
+#include "matrix/tablefile.h"
 #include "support/literals.h"
 
-#include <QFile>
 #include <QHash>
 #include <QRegularExpression>
 
@@ -219,15 +219,7 @@ const Cell* Table::cell(const QString& door, const QString& operation, const QSt
 Table Table::fromFile(const QString& file, QStringList& problems)
 {
     Table table;
-    QFile input(file);
-    if (!input.open(QIODevice::ReadOnly)) {
-        problems.append("%1: %2"_s.arg(file, input.errorString()));
-        return table;
-    }
-    QStringList lines =
-        QString::fromUtf8(input.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    if (lines.isEmpty() || lines.takeFirst() != Cell::header())
-        problems.append("%1 does not begin with %2"_s.arg(file, Cell::header()));
+    const QStringList lines = linesOfTable(file, Cell::header(), problems);
     for (const QString& line : lines) {
         const Cell cell = Cell::fromLine(line);
         if (cell.operation.isEmpty() || cell.line() != line)

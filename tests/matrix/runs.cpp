@@ -2,10 +2,10 @@
 #include "matrix/runs.h"
 
 #include "matrix/faults.h"
+#include "matrix/tablefile.h"
 #include "support/literals.h"
 
 #include <QDate>
-#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -48,15 +48,7 @@ Runs Runs::fromFile(const QString& file, QStringList& problems)
 {
     static const QRegularExpression form("^([^;]+);(\\d{4}-\\d\\d-\\d\\d;[0-9a-f]{7}\\+?)$"_s);
     Runs runs;
-    QFile input(file);
-    if (!input.open(QIODevice::ReadOnly)) {
-        problems.append("%1: %2"_s.arg(file, input.errorString()));
-        return runs;
-    }
-    QStringList lines =
-        QString::fromUtf8(input.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    if (lines.isEmpty() || lines.takeFirst() != header)
-        problems.append("%1 does not begin with %2"_s.arg(file, header));
+    const QStringList lines = linesOfTable(file, header, problems);
     for (const QString& line : lines) {
         const auto match = form.match(line);
         if (!match.hasMatch())

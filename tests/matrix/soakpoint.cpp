@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "matrix/soakpoint.h"
 
+#include "matrix/tablefile.h"
 #include "support/literals.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <cmath>
@@ -140,15 +139,7 @@ SoakPoint SoakPoint::fromLine(const QString& line)
 Soak Soak::fromFile(const QString& file, QStringList& problems)
 {
     Soak soak;
-    QFile input(file);
-    if (!input.open(QIODevice::ReadOnly)) {
-        problems.append("%1: %2"_s.arg(file, input.errorString()));
-        return soak;
-    }
-    QStringList lines =
-        QString::fromUtf8(input.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    if (lines.isEmpty() || lines.takeFirst() != SoakPoint::header())
-        problems.append("%1 does not begin with %2"_s.arg(file, SoakPoint::header()));
+    const QStringList lines = linesOfTable(file, SoakPoint::header(), problems);
     for (const QString& line : lines) {
         const SoakPoint point = SoakPoint::fromLine(line);
         if (point.line() != line)
