@@ -143,6 +143,7 @@ void TestClient::failuresSayWhatIsKnownOfTheStatus()
     QTRY_COMPARE(failure.status, int(ErrorInvalidParameter));
     QCOMPARE(failure.name, text("ZorKeLDefs::ErrorInvalidParameter"));
     QVERIFY(!failure.text.isEmpty());
+    QCOMPARE(failure.field, QString());
     QVERIFY(!failure.isRetryable);
     QCOMPARE(failure.retryAfter.count(), 0);
 

@@ -3,6 +3,7 @@
 #include "client/clientfixture.h"
 #include "device/testtagserver.h"
 #include "support/patience.h"
+#include "support/rows.h"
 
 #include <kelaccount/flightrecorder.h>
 
@@ -32,7 +33,11 @@ private Q_SLOTS:
     void functionsNeedNeitherParametersNorCopies();
     void aCancelledCallIsNotAnswered();
     void whatHasNotGoneOutDoesNotGoOut();
+    void anAnswerOnItsWayCanBeWaitedFor();
     void aCallMayBeCancelledWhenItsAnswerIsOnItsWay();
+    void nothingIsKeptForACallThatIsOver_data();
+    void nothingIsKeptForACallThatIsOver();
+    void whatIsNoCallIsFinished();
     void nothingIsAnsweredWithoutItsContext();
     void nothingIsAnsweredWithoutItsClient();
     void nothingIsAnsweredAfterTheEndOfItsClient();
@@ -127,6 +132,15 @@ void TestClientAnswers::whatHasNotGoneOutDoesNotGoOut()
     QCOMPARE(targets(), QStringList(text("consentqueryvariant")));
 }
 
+void TestClientAnswers::anAnswerOnItsWayCanBeWaitedFor()
+{
+    const auto call = mClient->close();
+    while (!call.isFinished())
+        QThread::yieldCurrentThread();
+    mAnswers.expect(call, this);
+    QVERIFY(settles(1));
+}
+
 void TestClientAnswers::aCallMayBeCancelledWhenItsAnswerIsOnItsWay()
 {
     const auto call = mClient->close();
@@ -134,6 +148,48 @@ void TestClientAnswers::aCallMayBeCancelledWhenItsAnswerIsOnItsWay()
     while (!call.isFinished())
         QThread::yieldCurrentThread();
     call.cancel();
+    mAnswers.expect(call, this);
+    QVERIFY(settles(0));
+    mAnswers.expect(call, this);
+    QVERIFY(settles(0));
+}
+
+void TestClientAnswers::nothingIsKeptForACallThatIsOver_data()
+{
+    rowsNamed("end", {"answered", "cancelled", "client ended"});
+}
+
+// A copy of the call may live long, and what waits for its answer hold much.
+void TestClientAnswers::nothingIsKeptForACallThatIsOver()
+{
+    QFETCH(QByteArray, end);
+    auto client = ready();
+    const auto held = std::make_shared<int>();
+    const auto call = client->close();
+    bool delivered = false;
+    call.then(this, [&delivered, held] { delivered = true; });
+    if (end == "answered")
+        QTRY_VERIFY(delivered);
+    else if (end == "cancelled")
+        call.cancel();
+    else
+        client.reset();
+    QCOMPARE(held.use_count(), 1L);
+    if (end != "answered") {
+        call.then(this, [held] {});
+        QCOMPARE(held.use_count(), 1L);
+    }
+}
+
+void TestClientAnswers::whatIsNoCallIsFinished()
+{
+    const Call<Done> none;
+    QVERIFY(none.isFinished());
+    QVERIFY(!none.isCancelled());
+    QCOMPARE(none.elapsed().count(), 0);
+    QCOMPARE(none.operation(), QString());
+    none.cancel();
+    mAnswers.expect(none, this);
     QVERIFY(settles(0));
 }
 
@@ -217,7 +273,9 @@ void TestClientAnswers::aFutureOfACancelledCallIsFinished()
     const auto before = call.future();
     call.cancel();
     QVERIFY(before.isFinished());
-    QCOMPARE(before.result().failure().status, int(ErrorOperationCanceled));
+    const Failure failure = before.result().failure();
+    QCOMPARE(failure.status, int(ErrorOperationCanceled));
+    QCOMPARE(failure.retryAfter.count(), 0);
     QCOMPARE(call.future().result().failure().status, int(ErrorOperationCanceled));
     QCOMPARE(Call<Done>().future().result().failure().status, int(ErrorOperationCanceled));
 }
