@@ -5,10 +5,12 @@
 #include "account/recording/writers.h"
 #include "common/flightrecord.h"
 #include "support/literals.h"
+#include "support/messagelog.h"
 #include "support/rows.h"
 
 #include <kelaccount/flightrecorder.h>
 
+#include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -69,6 +71,23 @@ QJsonArray eventsOf(const std::vector<Recorded>& kept, qint64 now = 1000 * ms)
 {
     const QByteArray trace = traceOf(recordedCalls(kept), now);
     return QJsonDocument::fromJson(trace).object().value("traceEvents"_s).toArray();
+}
+
+/// To be compared with what was written by hand.
+QByteArray textOf(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+/// What the "b" event of this name says besides its time.
+QByteArray argumentsOf(const QJsonArray& events, const QString& name)
+{
+    for (const QJsonValue& value : events) {
+        const QJsonObject event = value.toObject();
+        if (event.value("name"_s) == name && event.value("ph"_s) == "b"_s)
+            return textOf(event.value("args"_s).toObject());
+    }
+    return "no such event";
 }
 
 QStringList outlineOf(const QJsonArray& events)
@@ -195,6 +214,63 @@ private Q_SLOTS:
         QCOMPARE(entry.value("response"_s).toObject().value("status"_s).toInt(), 200);
     }
 
+    // HAR 1.2 wants all of these, and nothing in them is of the user.
+    void anEntryHasWhatReadersOfHarWant_data()
+    {
+        columns<int, QByteArray, QByteArray>("moments", "request", "response");
+        row("to the service", 9,
+            R"({"bodySize":-1,"cookies":[],"headers":[],"headersSize":-1,"httpVersion":"HTTP/1.1",)"
+            R"("method":"POST","queryString":[],"url":"https://left-out.invalid/isUserIdAvailable"})"_ba,
+            R"({"bodySize":-1,"content":{"comment":"left out","mimeType":"x-unknown","size":0},)"
+            R"("cookies":[],"headers":[],"headersSize":-1,"httpVersion":"HTTP/1.1","redirectURL":"",)"
+            R"("status":200,"statusText":"ZorKeLDefs::ErrorNone"})"_ba);
+        row("not sent", 1,
+            R"({"bodySize":-1,"cookies":[],"headers":[],"headersSize":-1,"httpVersion":"",)"
+            R"("method":"CALL","queryString":[],"url":"https://left-out.invalid/isUserIdAvailable"})"_ba,
+            R"({"bodySize":-1,"content":{"comment":"left out","mimeType":"x-unknown","size":0},)"
+            R"("cookies":[],"headers":[],"headersSize":-1,"httpVersion":"","redirectURL":"",)"
+            R"("status":0,"statusText":""})"_ba);
+    }
+    void anEntryHasWhatReadersOfHarWant()
+    {
+        const auto [moments, request, response] =
+            fetch<int, QByteArray, QByteArray>("moments", "request", "response");
+        std::vector<Recorded> kept = callToTheService();
+        kept.resize(std::size_t(moments));
+        const QJsonObject entry = entriesOf(kept).first().toObject();
+        QCOMPARE(textOf(entry.value("request"_s).toObject()), request);
+        QCOMPARE(textOf(entry.value("response"_s).toObject()), response);
+        QCOMPARE(textOf(entry.value("cache"_s).toObject()), "{}"_ba);
+    }
+
+    void aDocumentSaysWhatItIsAndWhoMadeIt()
+    {
+        const QJsonObject har = QJsonDocument::fromJson(harOf({}, 0)).object();
+        QCOMPARE(textOf(har),
+                 R"({"log":{"creator":{"name":"libaccounts-kel","version":")" KELACCOUNT_VERSION
+                 R"("},"entries":[],"version":"1.2"}})"_ba);
+        const QJsonObject trace = QJsonDocument::fromJson(traceOf({}, 0)).object();
+        QCOMPARE(textOf(trace),
+                 R"({"displayTimeUnit":"ms","otherData":{"version":")" KELACCOUNT_VERSION
+                 R"("},"traceEvents":[]})"_ba);
+    }
+
+    void anEntryBeginsWhenItsCallWasMade()
+    {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const QString written =
+            entriesOf({{{Moment::Made, callNumber, -1, 0, 0, "close"}, FlightRecord::now()}})
+                .first()
+                .toObject()
+                .value("startedDateTime"_s)
+                .toString();
+        const QRegularExpression form("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z$"_s);
+        QVERIFY2(form.match(written).hasMatch(), qPrintable(written));
+        const QDateTime begun = QDateTime::fromString(written, Qt::ISODateWithMs);
+        constexpr qint64 secondsAtMost = 60;
+        QVERIFY2(qAbs(begun.secsTo(now)) < secondsAtMost, qPrintable(written));
+    }
+
     void aConnectionThatStoodCostsNothing()
     {
         std::vector<Recorded> kept = callToTheService();
@@ -257,6 +333,8 @@ private Q_SLOTS:
         QVERIFY(!entry.contains("_status"_s));
         QCOMPARE(timingsOf(entry).value("wait"_s).toDouble(), 60.0);
         QCOMPARE(outlineOf(eventsOf(kept, 95 * ms)).last(), "e isUserIdAvailable 95"_s);
+        QCOMPARE(textOf(eventsOf(kept, 95 * ms).last().toObject().value("args"_s).toObject()),
+                 "{}"_ba);
     }
 
     void whatIsAbandonedIsSaidToBe()
@@ -269,6 +347,8 @@ private Q_SLOTS:
         QCOMPARE(entry.value("_abandoned"_s), QJsonValue(true));
         QCOMPARE(entry.value("_error"_s).toString(), "OperationCanceledError"_s);
         QCOMPARE(timingsOf(entry).value("wait"_s).toDouble(), 6.0);
+        const QJsonObject last = eventsOf(kept).last().toObject();
+        QCOMPARE(textOf(last.value("args"_s).toObject()), R"({"abandoned":true})"_ba);
     }
 
     // Its beginning was overwritten.
@@ -295,6 +375,32 @@ private Q_SLOTS:
         }
         const QJsonObject result = events.last().toObject().value("args"_s).toObject();
         QCOMPARE(result.value("status"_s), QJsonValue(0));
+    }
+
+    void aStageSaysWhatIsKnownOfIt()
+    {
+        const QJsonArray events = eventsOf(callToTheService());
+        QCOMPARE(argumentsOf(events, "isUserIdAvailable"_s), "{}"_ba);
+        QCOMPARE(argumentsOf(events, "signed"_s), R"({"operationNumber":3,"request":4})"_ba);
+        QCOMPARE(argumentsOf(events, "posted"_s), R"({"request":4})"_ba);
+        QCOMPARE(argumentsOf(events, "being received"_s), R"({"httpStatus":200,"request":4})"_ba);
+        QCOMPARE(argumentsOf(events, "read"_s), R"({"httpStatus":200,"request":4})"_ba);
+    }
+
+    void aStageThatFailedSaysHow()
+    {
+        const QJsonArray events =
+            eventsOf({{{Moment::Made, callNumber, -1, 0, 0, "isUserIdAvailable"}, 10 * ms},
+                      {{Moment::Requested, callNumber, 4}, 13 * ms},
+                      {{Moment::Read, 0, 4, QNetworkReply::RemoteHostClosedError, 0}, 42 * ms},
+                      {{Moment::Step, callNumber, -1, 17, 0, "Opening"}, 43 * ms},
+                      {{Moment::Step, callNumber, -1, 0, 0, "Removing"}, 44 * ms},
+                      {{Moment::Replied, callNumber, -1, 403}, 45 * ms}});
+        QCOMPARE(argumentsOf(events, "read"_s),
+                 R"({"error":"RemoteHostClosedError","httpStatus":0,"request":4})"_ba);
+        QCOMPARE(argumentsOf(events, "Opening"_s), R"({"status":17})"_ba);
+        QCOMPARE(argumentsOf(events, "Removing"_s), "{}"_ba);
+        QCOMPARE(argumentsOf(events, "replied"_s), R"({"status":403})"_ba);
     }
 
     void aCallThroughTheSessionShowsThePlugin()
@@ -360,6 +466,7 @@ private Q_SLOTS:
                 TraceFile::write();
             }
         };
+        const MessageLog complaints;
         const CallId one = calls.make("one");
         const CallId other = calls.make("other");
         std::thread first(write, one);
@@ -368,6 +475,7 @@ private Q_SLOTS:
         second.join();
         for (const CallId call : {one, other})
             QCOMPARE(written(call).value("_status"_s).toInt(), rounds - 1);
+        QCOMPARE(complaints.all(), QStringList());
     }
 
 private:
