@@ -8,6 +8,8 @@
 #include <ctime>
 #include <limits>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace KelRestHandler;
 
@@ -166,6 +168,34 @@ private Q_SLOTS:
                            manager.serverTimeDifference());
         manager.syncToTime(QDateTime(), second);
         QVERIFY(qAbs(manager.serverTimeDifference() - 90) <= 1);
+    }
+
+    void theClockOfAnAddressIsItsServers()
+    {
+        const std::vector<std::pair<QString, int>> expected{
+            {"https://first.example/rest/"_s, 90},
+            {"https://second.example:444/"_s, -5000},
+            {"https://second.example:444/"_s, -5000},
+            {"https://first.example/rest/"_s, 90},
+            // Without a server in it, whichever was chosen last stays chosen.
+            {"nonsense"_s, 90},
+            {QString(), 90},
+        };
+        std::vector<int> differences;
+        // The thread's own manager, of which nobody else is to know.
+        std::thread([&] {
+            TimeStampManager* const manager = TimeStampManager::getTimeStampManager();
+            manager->syncToTime(QDateTime::fromSecsSinceEpoch(now() + 90, Qt::UTC),
+                                "first.example"_s);
+            manager->syncToTime(QDateTime::fromSecsSinceEpoch(now() - 5000, Qt::UTC),
+                                "second.example:444"_s);
+            for (const auto& [address, difference] : expected)
+                differences.push_back(TimeStampManager::clockOf(address).serverTimeDifference());
+        }).join();
+        QCOMPARE(differences.size(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            QVERIFY2(qAbs(differences[i] - expected[i].second) <= 1,
+                     qPrintable("%1: %2"_s.arg(expected[i].first).arg(differences[i])));
     }
 
     void aDifferenceThatIsSetIsForAllServers()
