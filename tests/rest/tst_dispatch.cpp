@@ -8,6 +8,8 @@
 #include "support/messagelog.h"
 #include "support/rows.h"
 
+#include <kelaccount/errorstatus.h>
+
 #include <QImage>
 #include <QSignalSpy>
 #include <QTest>
@@ -154,12 +156,39 @@ private Q_SLOTS:
         auto* const processor = new NetworkResponseProcessor(nullptr);
         const RecordedAnswers answers(*processor);
         const QPointer<NetworkResponseProcessor> watched(processor);
-        deleteOnAnswer(processor);
+        onAnswer(processor, "deleteTheSender()");
         HttpResponse response = responseOf(QNetworkReply::NoError, operations::head);
         QCOMPARE(processor->processResponseFromServer(number, &response), 0);
         QVERIFY(!watched);
         // Of a registration's two answers, too, it is the first.
         QCOMPARE(answers.names(), operations::of(number).signalNames().mid(0, 1));
+    }
+
+    // Also where the signal says 0 whatever happened. Before and after it is about nobody.
+    void whatAnswersIsToldBesides_data()
+    {
+        operations::rows([](const Operation& row) { return row.isAnswered(); });
+    }
+    void whatAnswersIsToldBesides()
+    {
+        QFETCH(int, number);
+        NetworkResponseProcessor processor(nullptr);
+        onAnswer(&processor, "noteTheDetails()");
+        const auto isNobody = [](const AnsweredRequest& request) {
+            return request.requestId == -1 && request.details.status == 0 &&
+                   request.details.retryAfterSeconds == -1;
+        };
+        for (const int status : {KelAccount::ErrorContentNotFound, KelAccount::ErrorNone}) {
+            QVERIFY(isNobody(processor.answering()));
+            HttpResponse response =
+                responseOf(status ? QNetworkReply::ContentNotFoundError : QNetworkReply::NoError,
+                           operations::head);
+            QCOMPARE(processor.processResponseFromServer(number, &response), 0);
+            QCOMPARE(mNoted.requestId, operations::requestId);
+            QCOMPARE(mNoted.details.status, status);
+            QCOMPARE(mNoted.details.retryAfterSeconds, -1);
+        }
+        QVERIFY(isNobody(processor.answering()));
     }
 
     void signingInTellsTheTimeOfTheToken_data()
@@ -296,11 +325,10 @@ private Q_SLOTS:
 
 private:
     // Queries the signals by their meta-object, so that none is forgotten.
-    void deleteOnAnswer(NetworkResponseProcessor* processor)
+    void onAnswer(NetworkResponseProcessor* processor, const char* name)
     {
         const QMetaObject& meta = ServiceSignals::staticMetaObject;
-        const QMetaMethod slot =
-            metaObject()->method(metaObject()->indexOfSlot("deleteTheSender()"));
+        const QMetaMethod slot = metaObject()->method(metaObject()->indexOfSlot(name));
         for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
             QVERIFY(connect(processor, meta.method(i), this, slot));
     }
@@ -315,8 +343,15 @@ private:
     }
 
 protected Q_SLOTS:
-    // Not private: it is no test.
+    // Not private: they are no tests.
     void deleteTheSender() { delete sender(); }
+    void noteTheDetails()
+    {
+        mNoted = qobject_cast<NetworkResponseProcessor*>(sender())->answering();
+    }
+
+private:
+    AnsweredRequest mNoted;
 };
 
 QTEST_MAIN(TestDispatch)
