@@ -17,7 +17,7 @@ namespace {
 QString msinOf(const QString& imsi, const QString& mcc, const QString& mnc)
 {
     const int homeLength = mcc.size() + mnc.size();
-    return homeLength > 0 && homeLength < imsi.size() ? imsi.mid(homeLength) : QString();
+    return homeLength > 0 ? imsi.mid(homeLength) : QString();
 }
 
 QByteArray hashOf(const QString& msin)

@@ -90,10 +90,10 @@ ssize_t Socket::receive(TagReply& reply, const QDeadlineTimer& deadline)
         // poll() passes over a descriptor of -1.
         pollfd readable[] = {{mDescriptor, POLLIN, 0}, {Interruption::descriptor(), POLLIN, 0}};
         const int ready = poll(readable, 2, static_cast<int>(deadline.remainingTime()));
-        if (ready == 0 || (ready == -1 && errno != EINTR) || (ready > 0 && readable[1].revents))
-            return -1;
-        if (ready == -1)
+        if (ready == -1 && errno == EINTR)
             continue;
+        if (ready <= 0 || readable[1].revents)
+            return -1;
         const ssize_t count = recv(mDescriptor, reply.data(), reply.size(), 0);
         if (count >= 0 || (errno != EINTR && errno != EAGAIN))
             return count;

@@ -73,6 +73,8 @@ private Q_SLOTS:
             utf8("a\x01\x7F\xC2\x85"
                  "b"),
             utf8("a b"));
+        row("the last of ASCII and of Latin-1", utf8("~ \xC2\xA1\xC3\xBF"),
+            utf8("~ \xC2\xA1\xC3\xBF"));
         row("null", QString(QChar(0)) + QLatin1Char('a'), utf8("a"));
         row("64", QString(64, QLatin1Char('x')), QString(64, QLatin1Char('x')));
         row("65", QString(65, QLatin1Char('x')), QString(64, QLatin1Char('x')));

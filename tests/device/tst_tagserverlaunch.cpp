@@ -3,6 +3,7 @@
 #include "device/testtagserver.h"
 #include "support/literals.h"
 #include "support/processfacts.h"
+#include "support/rows.h"
 
 #include <QByteArrayList>
 #include <QDir>
@@ -85,11 +86,29 @@ private Q_SLOTS:
         QCOMPARE(commandLine, QByteArray("obcmngrlite-server\0", 19));
     }
 
+    // Also from an application that has closed its own streams.
+    void theServerInheritsNoDescriptor_data()
+    {
+        const auto row = rows<int>("closed");
+        row("all are open", 0);
+        row("without an input", 1);
+        row("without any stream", 3);
+    }
     void theServerInheritsNoDescriptor()
     {
+        QFETCH(int, closed);
         const int open = ::open("/dev/zero", O_RDONLY); // not close-on-exec
         QVERIFY(open > 2);
+        int kept[3];
+        for (int stream = 0; stream < closed; ++stream) {
+            kept[stream] = fcntl(stream, F_DUPFD_CLOEXEC, 10);
+            close(stream);
+        }
         const int process = launch_server();
+        for (int stream = 0; stream < closed; ++stream) {
+            dup2(kept[stream], stream);
+            close(kept[stream]);
+        }
         QStringList targets;
         const QDir folder("/proc/%1/fd"_s.arg(process));
         for (const QFileInfo& entry : folder.entryInfoList(QDir::Files | QDir::System))
