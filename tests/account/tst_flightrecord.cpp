@@ -32,7 +32,8 @@ using FlightRecord::Recorded;
 
 namespace {
 
-constexpr quint64 callNumber = 2 * FlightRecord::callsOfASource + 7;
+// The seventh of the second source.
+constexpr quint64 callNumber = 0x200000007;
 constexpr qint64 ms = 1000000;
 
 /// A call of so many milliseconds, a moment a row.
@@ -115,6 +116,18 @@ private Q_SLOTS:
         QVERIFY(mFolder.isValid());
         qputenv("KELACCOUNT_TRACE", QFile::encodeName(mFolder.filePath("trace.har"_s)));
         TraceFile::open();
+    }
+
+    // The first of all, where this is the first test of the process.
+    void eachIsKeptAtOnce()
+    {
+        const std::size_t before = FlightRecord::kept().size();
+        FlightRecord::record({Moment::Made, callNumber});
+        const std::vector<Recorded> kept = FlightRecord::kept();
+        QCOMPARE(kept.size(), std::min(before + 1, FlightRecord::capacity));
+        QCOMPARE(kept.back().event.call, callNumber);
+        // Of no request, which have numbers from 0 on.
+        QCOMPARE(kept.back().event.request, -1);
     }
 
     void whatWasRecordedIsKeptInItsOrder()
