@@ -16,8 +16,10 @@ void sayThatItWasCalled(const char* function)
 } // namespace
 
 extern "C" {
+#ifndef KEL_SAYS_NO_VERSION
 [[gnu::visibility("default")]] extern const char kelaccountModuleVersion[];
 const char kelaccountModuleVersion[] = "0.9.0";
+#endif
 
 [[gnu::visibility("default")]] void kelaccount_device_accounts()
 {
