@@ -6,6 +6,7 @@
 
 #include <SignOn/Identity>
 
+#include <QDBusPendingCallWatcher>
 #include <QTest>
 
 #include <memory>
@@ -69,6 +70,16 @@ private Q_SLOTS:
         QVERIFY(mSandbox.waitForRequests(1));
         for (const char* table : {"CREDENTIALS", "ACL", "METHODS"})
             QCOMPARE(mSandbox.credentials("SELECT * FROM "_s + QLatin1String(table)).size(), 0);
+    }
+
+    void nothingIsLeftOfTheQuestionForTheDaemon()
+    {
+        PreparedPlugin prepared(nullptr);
+        prepared.begin(server);
+        QVERIFY(!prepared.findChildren<QDBusPendingCallWatcher*>().isEmpty());
+        QVERIFY(mSandbox.waitForRequests(1));
+        QVERIFY(
+            waitUntil([&] { return prepared.findChildren<QDBusPendingCallWatcher*>().isEmpty(); }));
     }
 
     void thePluginIsAskedAgainInTheSameProcess()
