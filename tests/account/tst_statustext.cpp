@@ -210,7 +210,12 @@ private Q_SLOTS:
             for (const QString& name : languages())
                 QVERIFY2(fault(statusText(status, QLocale(name))).isEmpty(), qPrintable(name));
         }
+        // The daemon's own end where those of the library begin.
         QVERIFY(statusText(3) != statusText(9999));
+        for (const int status : {1, 2, 310, 399})
+            QCOMPARE(statusText(status), statusText(3));
+        for (const int status : {-1, 400, 706})
+            QCOMPARE(statusText(status), statusText(9999));
     }
 
     void theLanguageIsTheLocales_data()

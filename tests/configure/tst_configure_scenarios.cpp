@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Runs scenarios of data/, each a row: credentials and accounts as the daemon's and the accounts
 // framework's databases keep them. The README there says how they are written.
+#include "common/unfinishedwork.h"
+#include "configure/identitytask.h"
 #include "configure/kelconfigure.h"
 #include "configuresession.h"
 #include "support/allaccounts.h"
@@ -15,7 +17,9 @@
 #include <memory>
 
 using namespace KelTest;
+using KelAccount::IdentityTask;
 using KelAccount::KelConfigure;
+using KelAccount::UnfinishedWork;
 
 class TestConfigureScenarios : public QObject, private SessionScenarios
 {
@@ -168,6 +172,22 @@ private:
         word("remove-for-nobody", [this](const QString& id) {
             mConfigure->removeIdentity(id.toUInt(), [this] { mOutcomes.append("went on"_s); });
             return true;
+        });
+        // "look" or "forget", and whose.
+        word("ask", [this](const QString& text) {
+            const bool looks = text.startsWith("look "_s);
+            mConfigure->askOfIdentity(
+                looks ? IdentityTask::Look : IdentityTask::Forget,
+                text.section(QLatin1Char(' '), 1).toUInt(), [this](IdentityTask::Outcome outcome) {
+                    mOutcomes.append(outcome == IdentityTask::Done   ? "done"_s
+                                     : outcome == IdentityTask::None ? "none"_s
+                                                                     : "failed"_s);
+                });
+            return looks || text.startsWith("forget "_s);
+        });
+        // What a thread that ends would wait for.
+        word("unfinished", [](const QString& expected) {
+            return waitUntil([&] { return UnfinishedWork::isUnderWay() == (expected == "yes"_s); });
         });
         word("remove-as-others", [this](const QString& id) {
             const QPointer<SignOn::Identity> identity =

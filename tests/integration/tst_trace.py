@@ -6,6 +6,7 @@ usage: kelaccount-emulator run -- tst_trace.py KELACCOUNT KELACCOUNT-EMULATOR
 """
 import base64
 import datetime
+import errno
 import json
 import os
 import pathlib
@@ -191,10 +192,17 @@ class Trace(unittest.TestCase):
         os.link(target, self.path('link.har'))
         os.mkfifo(self.path('fifo.har'))
         self.path('folder.har').mkdir()
-        for name in ('symlink.har', 'link.har', 'fifo.har', 'folder.har', 'nowhere/a.har'):
+        why = {
+            'symlink.har': os.strerror(errno.ELOOP),
+            'link.har': 'it is not a plain file of this user',
+            'fifo.har': os.strerror(errno.ENXIO),
+            'folder.har': os.strerror(errno.EISDIR),
+            'nowhere/a.har': os.strerror(errno.ENOENT),
+        }
+        for name, reason in why.items():
             done = self.client('--trace', self.path(name), 'check-user', USER)
             self.assertEqual(done.returncode, 4, name)
-            self.assertIn('is not written', done.stderr)
+            self.assertRegex(done.stderr, f'is not written: {reason}\n')
             self.assertEqual(done.stdout, '')
         self.assertEqual(target.read_text(encoding='ascii'), 'kept')
 
@@ -215,6 +223,7 @@ class Trace(unittest.TestCase):
     def test_an_application_goes_on_without_the_file(self):
         done = self.client('check-user', USER, environment={'KELACCOUNT_TRACE': '/nowhere/a.har'})
         self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn('is not written', done.stderr)
 
 
 if __name__ == '__main__':
