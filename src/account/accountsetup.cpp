@@ -185,8 +185,12 @@ void AccountSetUp::openSession()
 {
     const QPointer<AccountSetUp> alive(this);
     const bool open = mSteps->openSession(mCredentialsId);
-    if (alive)
-        handle(open ? Event::Opened : Event::NotOpened, ErrorFailedToEstablishZorAuthSession);
+    if (!alive)
+        return;
+    if (open)
+        handle(Event::Opened);
+    else
+        handle(Event::NotOpened, ErrorFailedToEstablishZorAuthSession);
 }
 
 void AccountSetUp::reserve()

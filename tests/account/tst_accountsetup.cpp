@@ -2,6 +2,7 @@
 // The set-up by itself: every event in every state, with steps that only write down what they are
 // asked for.
 #include "account/accountsetup.h"
+#include "common/flightrecord.h"
 #include "support/literals.h"
 #include "support/patience.h"
 #include "support/rows.h"
@@ -286,6 +287,36 @@ private Q_SLOTS:
         mSetUp->handle(Event::AccountStored);
         QCOMPARE(mOther.tryTake(), AccountsLock::Taken);
         QCOMPARE(mSteps->answers, QStringList("answer 30 0"_s));
+    }
+
+    // The flight recorder shows a set-up by them.
+    void itsStatesAreRecordedOnceEach_data()
+    {
+        columns<bool, QStringList>("fails", "steps");
+        row("success", false,
+            QStringList(
+                {"Storing 0"_s, "Opening 0"_s, "Asking 0"_s, "Reserving 0"_s, "Creating 0"_s}));
+        row("failure", true,
+            QStringList({"Storing 0"_s, "Opening 0"_s, "Asking 0"_s, "TakingBack 615"_s}));
+    }
+    void itsStatesAreRecordedOnceEach()
+    {
+        QFETCH(bool, fails);
+        const qint64 begin = FlightRecord::now();
+        mSetUp->begin(call, AccountSetUp::Registration, "n"_s, "p"_s, true);
+        mSetUp->stored(credentials);
+        if (fails)
+            mSetUp->handle(Event::Failed, pluginsError);
+        goOn();
+        QCOMPARE(mSetUp->state(), State::Idle);
+        QStringList steps;
+        for (const auto& [event, when] : FlightRecord::kept()) {
+            if (when >= begin && event.call == call.id &&
+                event.moment == FlightRecord::Moment::Step)
+                steps.append(QString::fromLatin1(event.name) + QLatin1Char(' ') +
+                             QString::number(event.status));
+        }
+        QTEST(steps, "steps");
     }
 
 private:
