@@ -80,6 +80,18 @@ private Q_SLOTS:
         }
     }
 
+    // It has all that the one before it left, which there is none of.
+    void aFirstMessageOfNothingIsLikeTheOthers()
+    {
+        MessageMaker maker;
+        const auto message = maker.messageFor(*request(Headers(), QString()));
+        QCOMPARE(message.rawHeader("Accept-Encoding"), "identity"_ba);
+        QCOMPARE(message.attribute(QNetworkRequest::AuthenticationReuseAttribute).toInt(),
+                 int(QNetworkRequest::Manual));
+        QCOMPARE(message.attribute(QNetworkRequest::DoNotBufferUploadDataAttribute),
+                 QVariant(true));
+    }
+
     void eachMessageGoesWhereItsRequestGoes()
     {
         MessageMaker maker;

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstdlib>
 #include <memory>
 
@@ -47,9 +46,10 @@ bool isStream(int descriptor)
 constexpr int established = 1;
 constexpr int synSent = 2;
 
-bool readInfo(int descriptor, tcp_info& info, socklen_t& length)
+/// What the kernel does not tell stays as it is.
+bool readInfo(int descriptor, tcp_info& info)
 {
-    length = sizeof info;
+    socklen_t length = sizeof info;
     return ::getsockopt(descriptor, IPPROTO_TCP, TCP_INFO, &info, &length) == 0;
 }
 
@@ -90,11 +90,10 @@ bool mayBeConnected(quint16 peerPort, const QSet<quint64>& others)
     const bool isTold = forEachDescriptor([&](int descriptor) {
         struct stat status = {};
         tcp_info info = {};
-        socklen_t length = 0;
         if (hasPeerPort(descriptor, peerPort))
             mayBe |= ::fstat(descriptor, &status) != 0 || !others.contains(status.st_ino);
         else
-            mayBe |= readInfo(descriptor, info, length) && info.tcpi_state == synSent;
+            mayBe |= readInfo(descriptor, info) && info.tcpi_state == synSent;
     });
     return mayBe || !isTold;
 }
@@ -102,19 +101,16 @@ bool mayBeConnected(quint16 peerPort, const QSet<quint64>& others)
 quint64 bytesReceived(int descriptor)
 {
     tcp_info info = {};
-    socklen_t length = 0;
-    constexpr auto needed =
-        offsetof(tcp_info, tcpi_bytes_received) + sizeof info.tcpi_bytes_received;
-    return readInfo(descriptor, info, length) && length >= needed ? info.tcpi_bytes_received : 0;
+    readInfo(descriptor, info);
+    return info.tcpi_bytes_received;
 }
 
 bool wasEndedByPeer(const ConnectedSocket& socket)
 {
     struct stat status = {};
     tcp_info info = {};
-    socklen_t length = 0;
     return ::fstat(socket.descriptor, &status) == 0 && status.st_ino == socket.identity &&
-           readInfo(socket.descriptor, info, length) && info.tcpi_state != established;
+           readInfo(socket.descriptor, info) && info.tcpi_state != established;
 }
 
 bool hasLostItsAddress(const ConnectedSocket& socket)
