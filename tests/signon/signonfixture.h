@@ -71,6 +71,7 @@ protected:
         note(&Interface::userIdUpdateResponse, "userIdUpdate");
         note(&Interface::updateDeviceInfoResponse, "updateDeviceInfo");
         note(&Interface::ensureTokenResponse, "ensureToken");
+        note(&Interface::signOutResponse, "signOut");
         note(&Interface::closeResponse, "close");
     }
 

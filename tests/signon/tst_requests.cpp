@@ -77,6 +77,7 @@ QList<Operation> operations()
          [](auto& s) { s.updateDeviceInfo(); },
          {}},
         {"ensureToken", "privateMechanism_ensureToken", [](auto& s) { s.ensureToken(); }, {}},
+        {"signOut", "privateMechanism_signOut", [](auto& s) { s.signOut(); }, {}},
     };
 }
 
@@ -100,6 +101,16 @@ public:
     using SignOnFixture::SignOnFixture;
 
 private Q_SLOTS:
+    void theDaemonRunsBeforeItIsNeeded()
+    {
+        mInterface.reset();
+        QVERIFY(SessionSandbox::startDaemon());
+        QVERIFY(SessionSandbox::killDaemon());
+        QCOMPARE(SessionSandbox::daemonProcessId(), pid_t(0));
+        makeInterface();
+        QVERIFY(waitUntil([] { return SessionSandbox::daemonProcessId() != 0; }));
+    }
+
     void initialiseCarriesTheServiceName()
     {
         QVERIFY(open("my-service"_s));
