@@ -289,6 +289,23 @@ private Q_SLOTS:
         QCOMPARE(mSteps->answers, QStringList("answer 30 0"_s));
     }
 
+    void credentialsWithoutAnAccountAreKnownUntilTheyAreForgotten()
+    {
+        mSetUp->begin(call, AccountSetUp::SignIn, "n"_s, "p"_s, false);
+        mSetUp->stored(credentials);
+        mSetUp->succeeded(SignOn::SessionData());
+        QCOMPARE(mSetUp->state(), State::Idle);
+        QCOMPARE(mSteps->answers, QStringList("answer 30 0"_s));
+        QCOMPARE(mSetUp->sessionCredentials(), credentials);
+        QVERIFY(mSetUp->hasReturned(credentials));
+        mSetUp->forgetCredentials(credentials + 1);
+        QCOMPARE(mSetUp->sessionCredentials(), credentials);
+        QVERIFY(mSetUp->hasReturned(credentials));
+        mSetUp->forgetCredentials(credentials);
+        QCOMPARE(mSetUp->sessionCredentials(), 0U);
+        QVERIFY(!mSetUp->hasReturned(credentials));
+    }
+
     // The flight recorder shows a set-up by them.
     void itsStatesAreRecordedOnceEach_data()
     {
