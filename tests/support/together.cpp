@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The main() of a program that holds several tests: its first argument is the name of one, and Qt
 // Test has the rest.
-#include "support/together.h"
+#include "support/kepttests.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 

@@ -6,17 +6,12 @@
 
 #ifndef KEL_HAS_NO_TEST
 
+#include "support/kepttests.h"
+
 #include <QtTest/qtest.h>
 #ifdef QT_GUI_LIB
 #include <QtTest/qtest_gui.h>
 #endif
-
-namespace KelTest {
-
-/// Keeps the main() of the test in that file.
-bool keepTest(const char* file, int (*run)(int, char**));
-
-} // namespace KelTest
 
 #define KEL_TESTS_TOGETHER
 /// A function that takes what a main() takes.
