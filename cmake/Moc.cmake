@@ -1,0 +1,51 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# moc is only for targets that have something for it: looking for that, and compiling the empty file that comes of it,
+# takes as long as a source. Whoever gives such a target its first Q_OBJECT has CMake look again.
+
+# kelaccount_moc_folder(FOLDER): for the targets of the folder and of those below.
+function(kelaccount_moc_folder folder)
+  get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(moc ${target} AUTOMOC)
+    if(moc)
+      kelaccount_moc(${target})
+    endif()
+  endforeach()
+  get_property(below DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
+  foreach(one IN LISTS below)
+    kelaccount_moc_folder(${one})
+  endforeach()
+endfunction()
+
+# As moc's own search: each source, and the header that has its name.
+function(kelaccount_moc target)
+  get_target_property(sources ${target} SOURCES)
+  get_target_property(folder ${target} SOURCE_DIR)
+  set(in_headers OFF)
+  set(in_sources OFF)
+  foreach(source IN LISTS sources)
+    if(NOT source MATCHES "^(.*)\\.(cpp|h)$")
+      continue()
+    endif()
+    file(REAL_PATH ${CMAKE_MATCH_1} path BASE_DIRECTORY ${folder})
+    foreach(ending h cpp)
+      if(NOT EXISTS ${path}.${ending})
+        continue()
+      endif()
+      file(STRINGS ${path}.${ending} found REGEX "Q_(OBJECT|GADGET|NAMESPACE)" LIMIT_COUNT 1)
+      if(found AND ending STREQUAL h)
+        set(in_headers ON)
+      elseif(found)
+        set(in_sources ON)
+      endif()
+    endforeach()
+  endforeach()
+  if(NOT in_headers AND NOT in_sources)
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+  elseif(NOT in_headers)
+    # What moc makes of sources these include; its own file is empty, and has no need of any header.
+    get_target_property(folder ${target} BINARY_DIR)
+    set_property(SOURCE ${folder}/${target}_autogen/mocs_compilation.cpp TARGET_DIRECTORY ${target}
+      PROPERTY SKIP_PRECOMPILE_HEADERS ON)
+  endif()
+endfunction()
