@@ -6,6 +6,7 @@
 #include "rest/transport/receivewatch.h"
 #include "support/fixedsigner.h"
 #include "support/literals.h"
+#include "support/patience.h"
 #include "support/rows.h"
 #include "support/scriptedserver.h"
 #include "support/testauthority.h"

@@ -8,6 +8,7 @@
 #include "signedrequests.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 #include "support/scriptedserver.h"
 
 #include <QChildEvent>

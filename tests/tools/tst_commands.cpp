@@ -4,6 +4,7 @@
 #include "emulator/signedrequest.h"
 #include "emulator/wireclient.h"
 #include "support/literals.h"
+#include "support/patience.h"
 
 #include <QDir>
 #include <QFileInfo>
