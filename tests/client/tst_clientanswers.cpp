@@ -63,10 +63,12 @@ void TestClientAnswers::aFinishedCallCanStillBeAsked()
     serveNames();
     const auto call = mClient->isUserIdAvailable(text("taken"));
     QVERIFY(!call.isFinished());
+    QVERIFY(!call.isCancelled());
     bool delivered = false;
     call.then(this, [&delivered] { delivered = true; });
     QTRY_VERIFY(delivered);
     QVERIFY(call.isFinished());
+    QVERIFY(!call.isCancelled());
     const auto elapsed = call.elapsed();
     mAnswers.expect(call, this);
     QCOMPARE(mAnswers.lines.size(), 0);

@@ -56,6 +56,18 @@ bool EmulatorObject::makeAccounts(const QString& names) const
     return ask("POST", QStringLiteral("/accounts"), names.toUtf8()).status / 100 == 2;
 }
 
+QVariantMap EmulatorObject::accountOf(const QString& emailAddress) const
+{
+    const QByteArray body = ask("GET", QStringLiteral("/scenario")).body;
+    const QJsonArray accounts =
+        QJsonDocument::fromJson(body).object().value(QLatin1String("accounts")).toArray();
+    for (const QJsonValue& account : accounts) {
+        if (account.toObject().value(QLatin1String("email")).toString() == emailAddress)
+            return account.toObject().toVariantMap();
+    }
+    return {};
+}
+
 bool EmulatorObject::deleteAccount(const QString& user) const
 {
     return ask("DELETE", QLatin1String("/accounts/") + user).status / 100 == 2;

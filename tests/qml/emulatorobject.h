@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QObject>
 #include <QString>
+#include <QVariantMap>
 
 /// The emulator around this program, for tests in QML: "emulator".
 class EmulatorObject : public QObject
@@ -23,6 +24,8 @@ public:
     /// Has the device get service tags from now on, or none any more.
     Q_INVOKABLE bool giveTags(bool given) const;
     Q_INVOKABLE bool makeAccounts(const QString& names) const;
+    /// All that the service knows of the account with that address.
+    Q_INVOKABLE QVariantMap accountOf(const QString& emailAddress) const;
     Q_INVOKABLE bool deleteAccount(const QString& user) const;
     /// How many requests had the text in their address.
     Q_INVOKABLE int requestsFor(const QString& address) const;

@@ -30,7 +30,9 @@ TestCase {
         client: accounts
         emailAddress: "bob@example.org"
         captchaId: captcha.captchaId
+        mobilePhoneNumber: "+358401234567"
         firstName: "Bob"
+        lastName: "Virtanen"
         country: "FI"
         language: "fi"
         dateOfBirth: "1990-02-28"
@@ -95,6 +97,13 @@ TestCase {
         registered.wait()
         compare(registration.account.emailAddress, "bob@example.org")
         verify(registration.account.credentialsId > 0)
+        const known = emulator.accountOf("bob@example.org")
+        const filledIn = {
+            password: "bobs first", mobile: "+358401234567", firstName: "Bob", lastName: "Virtanen",
+            country: "FI", language: "fi", dateOfBirth: "1990-02-28", securityQuestion: "3", securityAnswer: "Kallio"
+        }
+        for (const name in filledIn)
+            compare(known[name], filledIn[name], name)
 
         verify(profile.load())
         tryCompare(profile, "loaded", true)
