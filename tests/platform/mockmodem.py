@@ -110,6 +110,7 @@ def scenario(name, bus):
         "ofono-error": [],
         "ofono-hang": [],
         "ofono-sim-hang": [sim_of_ofono()],
+        "ofono-sim-nothing": [sim_of_ofono()],
     }
     mm_modems = {
         "mm-no-modem": [],
@@ -137,6 +138,8 @@ def scenario(name, bus):
             main.AddMethod("org.ofono.Manager", "GetModems", "", "a(oa{sv})", HANG)
         elif name == "ofono-sim-hang":
             mockobject.objects["/modem0"].AddMethod(OFONO_SIM, "GetProperties", "", "a{sv}", HANG)
+        elif name == "ofono-sim-nothing":
+            mockobject.objects["/modem0"].AddMethod(OFONO_SIM, "GetProperties", "", "", "")
         return OFONO
     main = modem_manager(bus, mm_modems[name], list_sims=name == "mm-sim-listed")
     if name == "mm-hang":

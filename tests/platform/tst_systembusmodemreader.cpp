@@ -115,6 +115,7 @@ private Q_SLOTS:
         row("ofono-bluetooth", {modem1}, {finnish});
         row("ofono-odd-types", {modem0}, {"usable   05"});
         row("ofono-odd-reply", {}, {});
+        row("ofono-sim-nothing", {modem0}, {}); // a reply without a value
         row("ofono-error", {}, {});
         row("mm-no-modem", {}, {});
         row("mm-no-sim", {modem0}, {});
