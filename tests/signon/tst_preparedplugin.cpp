@@ -85,6 +85,8 @@ private Q_SLOTS:
     void thePluginIsAskedAgainInTheSameProcess()
     {
         PreparedPlugin prepared(nullptr);
+        // It is asked because it is begun again, and not because it is time.
+        prepared.setRenewalMilliseconds(600000);
         prepared.begin(server);
         QVERIFY(mSandbox.waitForRequests(1));
         // While it has not answered it is not asked anything else.
