@@ -13,10 +13,26 @@ namespace {
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;
 
-const auto service = QStringLiteral("org.freedesktop.ModemManager1");
-const auto modemInterface = QStringLiteral("org.freedesktop.ModemManager1.Modem");
-const auto modem3gppInterface = QStringLiteral("org.freedesktop.ModemManager1.Modem.Modem3gpp");
-const auto simInterface = QStringLiteral("org.freedesktop.ModemManager1.Sim");
+QString service()
+{
+    return QStringLiteral("org.freedesktop.ModemManager1");
+}
+
+QString modemInterface()
+{
+    return QStringLiteral("org.freedesktop.ModemManager1.Modem");
+}
+
+QString modem3gppInterface()
+{
+    return QStringLiteral("org.freedesktop.ModemManager1.Modem.Modem3gpp");
+}
+
+QString simInterface()
+{
+    return QStringLiteral("org.freedesktop.ModemManager1.Sim");
+}
+
 constexpr auto objectsSignature = "a{oa{sa{sv}}}";
 
 // The values of the modem's "UnlockRequired" that leave the SIM usable.
@@ -26,9 +42,9 @@ constexpr int countryCodeLength = 3;
 
 std::optional<Objects> managedObjects(SystemBusQuery& query)
 {
-    const QDBusMessage reply = query.call(service, QStringLiteral("/org/freedesktop/ModemManager1"),
-                                          QStringLiteral("org.freedesktop.DBus.ObjectManager"),
-                                          QStringLiteral("GetManagedObjects"));
+    const QDBusMessage reply = query.call(
+        service(), QStringLiteral("/org/freedesktop/ModemManager1"),
+        QStringLiteral("org.freedesktop.DBus.ObjectManager"), QStringLiteral("GetManagedObjects"));
     if (reply.type() != QDBusMessage::ReplyMessage)
         return std::nullopt;
     return onlyValue<Objects>(reply, objectsSignature);
@@ -51,11 +67,11 @@ bool isLocked(const QVariantMap& modem)
 QVariantMap simProperties(SystemBusQuery& query, const Objects& objects, const QDBusObjectPath& sim)
 {
     const Interfaces listed = objects.value(sim);
-    if (listed.contains(simInterface))
-        return listed.value(simInterface);
-    return onlyValue<QVariantMap>(query.call(service, sim.path(),
+    if (listed.contains(simInterface()))
+        return listed.value(simInterface());
+    return onlyValue<QVariantMap>(query.call(service(), sim.path(),
                                              QStringLiteral("org.freedesktop.DBus.Properties"),
-                                             QStringLiteral("GetAll"), {simInterface}),
+                                             QStringLiteral("GetAll"), {simInterface()}),
                                   "a{sv}");
 }
 
@@ -68,10 +84,10 @@ std::optional<QVector<ModemDetails>> modems(SystemBusQuery& query)
         return std::nullopt;
     QVector<ModemDetails> details;
     for (const Interfaces& interfaces : *objects) {
-        if (!interfaces.contains(modemInterface))
+        if (!interfaces.contains(modemInterface()))
             continue;
-        const QVariantMap modem = interfaces.value(modemInterface);
-        const QString imei = textOf(interfaces.value(modem3gppInterface), QStringLiteral("Imei"));
+        const QVariantMap modem = interfaces.value(modemInterface());
+        const QString imei = textOf(interfaces.value(modem3gppInterface()), QStringLiteral("Imei"));
         // Modems of other families have an identifier too, but theirs is no IMEI.
         details.append({textOf(modem, QStringLiteral("Manufacturer")),
                         textOf(modem, QStringLiteral("Model")), imei});
@@ -86,7 +102,7 @@ std::optional<QVector<SimCard>> sims(SystemBusQuery& query)
         return std::nullopt;
     QVector<SimCard> cards;
     for (const Interfaces& interfaces : *objects) {
-        const QVariantMap modem = interfaces.value(modemInterface);
+        const QVariantMap modem = interfaces.value(modemInterface());
         const auto path = modem.value(QStringLiteral("Sim")).value<QDBusObjectPath>();
         // "/" says that there is none.
         if (path.path().size() <= 1)

@@ -10,8 +10,16 @@ namespace QtMobility::Ofono {
 
 namespace {
 
-const auto service = QStringLiteral("org.ofono");
-const auto simInterface = QStringLiteral("org.ofono.SimManager");
+QString service()
+{
+    return QStringLiteral("org.ofono");
+}
+
+QString simInterface()
+{
+    return QStringLiteral("org.ofono.SimManager");
+}
+
 constexpr auto modemListSignature = "a(oa{sv})";
 
 struct Modem
@@ -40,7 +48,7 @@ bool belongsToThisDevice(const Modem& modem)
 std::optional<QVector<Modem>> ownModems(SystemBusQuery& query)
 {
     const QDBusMessage reply =
-        query.call(service, QStringLiteral("/"), QStringLiteral("org.ofono.Manager"),
+        query.call(service(), QStringLiteral("/"), QStringLiteral("org.ofono.Manager"),
                    QStringLiteral("GetModems"));
     if (reply.type() != QDBusMessage::ReplyMessage)
         return std::nullopt;
@@ -87,10 +95,10 @@ std::optional<QVector<SimCard>> sims(SystemBusQuery& query)
         // Without power a modem offers no such interface: one exchange less to wait for.
         const QStringList interfaces =
             modem.properties.value(QStringLiteral("Interfaces")).toStringList();
-        if (!interfaces.contains(simInterface))
+        if (!interfaces.contains(simInterface()))
             continue;
         const auto sim = onlyValue<QVariantMap>(
-            query.call(service, modem.path, simInterface, QStringLiteral("GetProperties")),
+            query.call(service(), modem.path, simInterface(), QStringLiteral("GetProperties")),
             "a{sv}");
         if (!sim.value(QStringLiteral("Present")).toBool())
             continue;

@@ -11,7 +11,10 @@ namespace QtMobility {
 
 namespace {
 
-const auto connectionName = QStringLiteral("kelaccount-platform");
+QString connectionName()
+{
+    return QStringLiteral("kelaccount-platform");
+}
 
 QString systemBusAddress()
 {
@@ -36,7 +39,7 @@ QDBusMessage callBefore(const QDeadlineTimer& deadline, const QDBusConnection& b
 // greeting that it refuses it answers by closing the connection.
 QDBusConnection greetedBus(const QDeadlineTimer& deadline)
 {
-    QDBusConnection bus = QDBusConnection::connectToPeer(systemBusAddress(), connectionName);
+    QDBusConnection bus = QDBusConnection::connectToPeer(systemBusAddress(), connectionName());
     if (!bus.isConnected())
         return bus;
     const QDBusMessage hello = QDBusMessage::createMethodCall(
@@ -54,11 +57,11 @@ QDBusConnection connectedBus(const QDeadlineTimer& deadline)
     if (!lock.owns_lock())
         return QDBusConnection(QString());
     {
-        const QDBusConnection bus(connectionName);
+        const QDBusConnection bus(connectionName());
         if (bus.isConnected())
             return bus;
     }
-    QDBusConnection::disconnectFromPeer(connectionName);
+    QDBusConnection::disconnectFromPeer(connectionName());
     return greetedBus(deadline);
 }
 
