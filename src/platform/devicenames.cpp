@@ -5,18 +5,41 @@
 
 #include <QFile>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
 namespace QtMobility {
 
 namespace {
 
 // Larger than any release file or device-tree text; the rest of a larger file is not read.
-constexpr qint64 readLimit = qint64{64} * 1024;
+constexpr int readLimit = 64 * 1024;
 
+// Not by QFile: most of these are not there, which it puts in words each time, and it provides for
+// the whole limit. They are read on the way of a process's first request.
 QByteArray contents(const QString& path)
 {
-    QFile file(platformRoot() + path);
-    // QFile opens close-on-exec.
-    return file.open(QIODevice::ReadOnly) ? file.read(readLimit) : QByteArray();
+    const QByteArray name = QFile::encodeName(platformRoot() + path);
+    const int descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    QByteArray contents;
+    std::array<char, 4096> part{};
+    while (contents.size() < readLimit) {
+        const std::size_t most = std::min<std::size_t>(
+            part.size(), static_cast<std::size_t>(readLimit - contents.size()));
+        const ssize_t length = ::read(descriptor, part.data(), most);
+        if (length > 0)
+            contents.append(part.data(), static_cast<int>(length));
+        else if (length == 0 || errno != EINTR)
+            break;
+    }
+    ::close(descriptor);
+    return contents;
 }
 
 // Device-tree texts are lists whose entries end in null; the first one is the most specific.

@@ -72,6 +72,8 @@ private Q_SLOTS:
         row("comment", "#VERSION_ID=1\n VERSION_ID=2\n", "");
         row("Windows line ends", "VERSION_ID=12\r\n", "12");
         row("none", "NAME=x\n", "");
+        row("far behind", '#' + QByteArray(20'000, 'x') + "\nVERSION_ID=12\n", "12");
+        row("ends at 64 KiB", '#' + QByteArray(64 * 1024 - 17, 'x') + "\nVERSION_ID=12345", "1234");
     }
     void theFirmwareVersionIsTheImages()
     {
@@ -86,6 +88,13 @@ private Q_SLOTS:
         QCOMPARE(QtMobility::firmwareVersion(), "7"_s);
         TestRoot::write("etc/os-release", "VERSION_ID=8\n");
         QCOMPARE(QtMobility::firmwareVersion(), "8"_s);
+    }
+
+    void aFolderInTheFilesPlaceHoldsNothing()
+    {
+        TestRoot::write("etc/os-release/version", "VERSION_ID=8\n");
+        TestRoot::write("usr/lib/os-release", "VERSION_ID=7\n");
+        QCOMPARE(QtMobility::firmwareVersion(), "7"_s);
     }
 };
 
