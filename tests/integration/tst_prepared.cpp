@@ -115,6 +115,19 @@ private Q_SLOTS:
         QCOMPARE(counted("resumptions"), resumptions);
     }
 
+    // Whatever went wrong, it may have been the session.
+    void aRequestWithoutAReplyLeavesNoneToResume()
+    {
+        const auto client = newClient();
+        QVERIFY(mEmulator.orderFaults("close-before-headers"));
+        const int handshakes = counted("handshakes");
+        const int resumptions = counted("resumptions");
+        QVERIFY(!asks(*client));
+        QVERIFY(asks(*client));
+        QCOMPARE(counted("handshakes"), handshakes + 2);
+        QCOMPARE(counted("resumptions"), resumptions);
+    }
+
     void nothingIsOpenedWithoutIt()
     {
         const int connections = counted("connections");
