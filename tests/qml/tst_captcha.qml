@@ -69,6 +69,14 @@ TestCase {
         verify(coloursOf(image) > 1)
     }
 
+    function test_aClientThatComesLaterIsAskedAtOnce() {
+        const late = createTemporaryObject(images, test, { client: null })
+        compare(late.loading, CaptchaPicture.Null)
+        late.client = accounts
+        tryCompare(late, "loading", CaptchaPicture.Ready)
+        verify(late.captchaId.length > 0)
+    }
+
     function test_anotherPictureIsAnotherCaptcha() {
         tryCompare(image, "loading", CaptchaPicture.Ready)
         const first = image.captchaId

@@ -373,6 +373,39 @@ TestCase {
         compare(told[0][1].status, Status.ErrorInvalidParameter)
     }
 
+    function test_aSignInMakesADeviceAccountUnlessItIsToldNotTo_data() {
+        return [
+            { tag: "by itself", configured: true },
+            { tag: "told to", deviceAccount: AccountsClient.DeviceAccount.Create, configured: true },
+            { tag: "told not to", deviceAccount: AccountsClient.DeviceAccount.Leave, configured: false },
+        ]
+    }
+
+    function test_aSignInMakesADeviceAccountUnlessItIsToldNotTo(row) {
+        const call = row.deviceAccount === undefined
+            ? client.signInAndConfigure("alice", "secret")
+            : client.signInAndConfigure("alice", "secret", row.deviceAccount)
+        call.then(answered("done"), answered("failed"))
+        eventually(() => told.length === 1)
+        compare(told[0][0], "done", JSON.stringify(told[0][1]))
+        client.isKeLAccountConfigured().then(answered("state"))
+        client.signOut().then(answered("out"), answered("failed"))
+        eventually(() => told.length === 3)
+        compare(told[1][1].isConfigured, row.configured)
+        compare(told[2][0], "out")
+    }
+
+    function test_valuesHaveTheLibrarysNumbers() {
+        compare([AccountsClient.TestA, AccountsClient.TestB, AccountsClient.Production, AccountsClient.Staging,
+                 AccountsClient.TestC, AccountsClient.TestD], [0, 1, 2, 3, 4, 5])
+        compare([AccountsClient.TermsFormat.Text, AccountsClient.TermsFormat.Html], [0, 1])
+        compare([AccountsClient.DeviceAccount.Leave, AccountsClient.DeviceAccount.Create], [0, 1])
+        compare([AccountsClient.RecoveryBy.Token, AccountsClient.RecoveryBy.Message], [0, 1])
+        compare([AccountsClient.ConsentVariant.Unknown, AccountsClient.ConsentVariant.Implicit,
+                 AccountsClient.ConsentVariant.PreTicked, AccountsClient.ConsentVariant.UnTicked,
+                 AccountsClient.ConsentVariant.UnTickedWithCopyText], [0, 1, 2, 3, 4])
+    }
+
     function test_secretsCannotBeRead() {
         compare(client.consumerSecret, "")
         verify(!JSON.stringify(client).includes("demo-secret"))
