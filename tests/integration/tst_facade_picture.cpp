@@ -2,6 +2,7 @@
 // Runs inside the emulator, against the shared library: a captcha for a program that can hold
 // pictures (KELACCOUNT_TEST_PICTURES) and for one that cannot.
 #include "account/facaderecorder.h"
+#include "integration/emulatedservice.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/patience.h"
@@ -11,6 +12,8 @@
 #include <QPixmap>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <memory>
 
 using namespace KelTest;
 using KelAccount::KelAccounts;
@@ -31,13 +34,23 @@ class TestFacadePicture : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { mAccounts.initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {}); }
+    void initTestCase()
+    {
+        mAccounts = std::make_unique<KelAccounts>();
+        mAccounts->initialize("demo-key"_s, "demo-secret"_s, 2, "service"_s, {});
+    }
+
+    void cleanupTestCase()
+    {
+        mAccounts.reset();
+        QVERIFY(EmulatedService::waitForNetworkThreads());
+    }
 
     void aCaptchaComesWithItsIdAndWithAPictureWhereOneCanBeHeld()
     {
-        FacadeRecorder recorder(&mAccounts);
+        FacadeRecorder recorder(mAccounts.get());
         const MessageLog log;
-        mAccounts.retrieveCaptchaImage(200, 80);
+        mAccounts->retrieveCaptchaImage(200, 80);
         QVERIFY(recorder.waitFor(2));
 
         const QString picture = pictures ? "picture 200x80"_s : "no picture"_s;
@@ -53,13 +66,13 @@ private Q_SLOTS:
     {
         QPixmap picture;
         bool came = false;
-        connect(&mAccounts, &KelAccounts::captchaImageResponse, this,
+        connect(mAccounts.get(), &KelAccounts::captchaImageResponse, this,
                 [&](KelAccount::ErrorStatus, const QPixmap& image) {
                     picture = image;
                     came = true;
                 });
         const MessageLog log;
-        mAccounts.retrieveCaptchaImage(120, 48);
+        mAccounts->retrieveCaptchaImage(120, 48);
         QTRY_VERIFY(came);
         QCOMPARE(picture.isNull(), !pictures);
         if (!pictures)
@@ -85,7 +98,7 @@ private Q_SLOTS:
     }
 
 private:
-    KelAccounts mAccounts;
+    std::unique_ptr<KelAccounts> mAccounts;
 };
 
 #ifdef KELACCOUNT_TEST_PICTURES
