@@ -2,6 +2,7 @@
 #include "rest/transport/connectionlatency.h"
 
 #include "rest/transport/firsthop.h"
+#include "rest/transport/hostlookup.h"
 #include "rest/transport/receivedbytes.h"
 
 #include <QHostInfo>
@@ -60,7 +61,7 @@ void ConnectionLatency::onConnected(QNetworkReply* reply)
         return;
     }
     // The connection was made to one of these addresses a moment ago: Qt answers from its cache.
-    QHostInfo::lookupHost(hop.host, this, [this, port = hop.port](const QHostInfo& info) {
+    HostLookup::start(hop.host, this, [this, port = hop.port](const QHostInfo& info) {
         onPeerKnown(info.addresses(), port);
     });
 }

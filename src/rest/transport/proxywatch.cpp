@@ -2,10 +2,10 @@
 #include "rest/transport/proxywatch.h"
 
 #include "rest/transport/endreply.h"
+#include "rest/transport/hostlookup.h"
 #include "rest/transport/receivedbytes.h"
 #include "rest/transport/replyfacts.h"
 
-#include <QHostInfo>
 #include <QTimerEvent>
 
 #include <utility>
@@ -55,8 +55,8 @@ void ProxyWatch::timerEvent(QTimerEvent* event)
 void ProxyWatch::findName()
 {
     if (!std::exchange(mIsFindingName, true))
-        QHostInfo::lookupHost(mProxy.host, this,
-                              [this](const QHostInfo& /*info*/) { mIsNameFound = true; });
+        HostLookup::start(mProxy.host, this,
+                          [this](const QHostInfo& /*info*/) { mIsNameFound = true; });
 }
 
 } // namespace KelRestHandler
