@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "account/facaderecorder.h"
 #include "support/literals.h"
+#include "support/slowed.h"
 
 #include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
@@ -74,7 +75,7 @@ FacadeRecorder::FacadeRecorder(KelAccounts* accounts)
 bool FacadeRecorder::waitFor(int count, int timeoutMs) const
 {
     QEventLoop loop;
-    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    QTimer::singleShot(slowed(timeoutMs), &loop, &QEventLoop::quit);
     mOnLine = [this, count, &loop] {
         if (mLines.size() >= count)
             loop.quit();

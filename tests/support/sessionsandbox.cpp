@@ -2,6 +2,7 @@
 #include "support/sessionsandbox.h"
 
 #include "support/literals.h"
+#include "support/slowed.h"
 #include "support/sqlitechange.h"
 #include "support/sqlitereader.h"
 
@@ -23,7 +24,7 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs)
     QElapsedTimer timer;
     timer.start();
     while (!condition()) {
-        if (timer.hasExpired(timeoutMs))
+        if (timer.hasExpired(slowed(timeoutMs)))
             return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
