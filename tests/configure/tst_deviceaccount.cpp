@@ -7,6 +7,7 @@
 #include "support/literals.h"
 #include "support/messagelog.h"
 #include "support/sessionsandbox.h"
+#include "support/sqlitechange.h"
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
@@ -138,6 +139,29 @@ private Q_SLOTS:
         QCOMPARE(mConfigure->configureAccount("n"_s, 1), 0);
         loop.exec();
         QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+    }
+
+    /// What the framework does with it in the end is nobody's any more.
+    void anAccountThatIsGivenUpIsReportedOnce()
+    {
+        QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+        QVERIFY(create() > 0); // so that the database is there
+        QVERIFY(waitUntil([&reports] { return reports.size() == 1; }));
+        reports.clear();
+        auto lock = std::make_unique<SqliteLock>(mSandbox.session().path("accounts/accounts.db"_s));
+        QVERIFY(lock->isHeld());
+        mConfigure->setAccountTimeout(100);
+        connect(mConfigure.get(), &KelConfigure::configureAccountStatus, this, [&lock] {
+            lock.reset();
+            QEventLoop box;
+            QTimer::singleShot(500, &box, &QEventLoop::quit);
+            box.exec();
+        });
+        QEventLoop loop;
+        connect(mConfigure.get(), &KelConfigure::configureAccountStatus, &loop, &QEventLoop::quit);
+        QCOMPARE(mConfigure->configureAccount("n"_s, 1), 0);
+        loop.exec();
+        QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
     }
 
     // What is heard of an account comes from outside of Qt's loop.
