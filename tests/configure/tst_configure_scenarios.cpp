@@ -185,6 +185,31 @@ private:
                 });
             return looks || text.startsWith("forget "_s);
         });
+        // The daemon stores that, and another application's of the same name before it, and is
+        // heard to have failed.
+        word("stores-and-fails", [this](const QString& name) {
+            mConfigure->setIdentitySource([this, name] {
+                storeAsAnother(name);
+                auto* const own = SignOn::Identity::newIdentity(SignOn::IdentityInfo());
+                connect(own, &SignOn::Identity::credentialsStored, own, [own] {
+                    Q_EMIT own->error(SignOn::Error(SignOn::Error::StoreFailed, "planted"_s));
+                });
+                return own;
+            });
+            return begin(name + " the-password"_s) == 0;
+        });
+        // In the outcome: the identity that tells of it is still doing so.
+        word("gives-identity", [this](const QString&) {
+            mConfigure->setIdentitySource([this] {
+                mGiven = SignOn::Identity::newIdentity(SignOn::IdentityInfo());
+                return mGiven;
+            });
+            return true;
+        });
+        word("ends-before-its-identity", [this](const QString&) {
+            mConfigure.reset();
+            return !mGiven.isNull();
+        });
         // What a thread that ends would wait for.
         word("unfinished", [](const QString& expected) {
             return waitUntil([&] { return UnfinishedWork::isUnderWay() == (expected == "yes"_s); });
@@ -219,6 +244,17 @@ private:
         });
     }
 
+    void storeAsAnother(const QString& name)
+    {
+        SignOn::IdentityInfo record;
+        record.setUserName(name);
+        record.setOwner("another::application"_s);
+        record.setMethod("zorauth"_s, {"signIn"_s});
+        record.setAccessControlList({"another::application"_s});
+        record.setSecret("secret"_s, true);
+        SignOn::Identity::newIdentity(record, mConfigure.get())->storeCredentials(record);
+    }
+
     void addWordsForAccounts()
     {
         word("configure", [this](const QString& text) {
@@ -251,6 +287,7 @@ private:
     SessionSandbox& mSandbox;
     std::unique_ptr<KelConfigure> mConfigure;
     QObjectList mOwnChildren; // before anything was asked of it
+    QPointer<SignOn::Identity> mGiven;
     QStringList mOutcomes;
     QStringList mReports;
     std::function<void()> mInOutcome;
