@@ -22,9 +22,16 @@ void registerSignalTypes()
     registerTypeName<ProfileInfo*>("KelAccount::ProfileInfo*");
 }
 
+bool areTwins(const QMetaMethod& one, const QMetaMethod& other)
+{
+    const bool are = one.name() == other.name() && one.parameterCount() == other.parameterCount();
+    Q_ASSERT(!are || one.methodSignature() == other.methodSignature());
+    return are;
+}
+
 // Every signal of the facade has its twin in the private object, in the same order. They are
-// connected by number: their arguments are the same, and checking that, or looking for the twin,
-// takes as long as making the request of a first call.
+// connected by number: their arguments are the same, and checking that, or looking for the twin by
+// its signature, takes as long as making the request of a first call.
 void connectTwins(KelAccountsPrivate* from, KelAccounts* to)
 {
     const QMetaObject& facade = KelAccounts::staticMetaObject;
@@ -34,8 +41,7 @@ void connectTwins(KelAccountsPrivate* from, KelAccounts* to)
         const QMetaMethod method = facade.method(i);
         if (method.methodType() != QMetaMethod::Signal)
             continue;
-        while (twin < orchestrator.methodCount() &&
-               orchestrator.method(twin).methodSignature() != method.methodSignature())
+        while (twin < orchestrator.methodCount() && !areTwins(orchestrator.method(twin), method))
             ++twin;
         Q_ASSERT(twin < orchestrator.methodCount());
         QMetaObject::connect(from, twin, to, i, Qt::DirectConnection);
