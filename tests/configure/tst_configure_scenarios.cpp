@@ -269,6 +269,10 @@ private:
                 waitUntil([&] { return mReports.size() >= expected.size(); });
             return same(mReports.isEmpty() ? "nothing"_s : mReports.join(QLatin1Char(' ')), text);
         });
+        word("remove-account", [this](const QString& id) {
+            mConfigure->removeAccount(id.toUInt(), [this] { mReports.append("went-on"_s); });
+            return true;
+        });
         word("present", [this](const QString& expected) {
             return mConfigure->isKelAccountPresent() == (expected == "yes"_s);
         });
