@@ -57,7 +57,6 @@ void IdentityTask::start()
 void IdentityTask::attempt()
 {
     dropIdentity();
-    mRetry.stop();
     ensureSignOnDaemon(this, daemonStartTimeoutMs, [this](bool running) {
         if (running)
             ask();

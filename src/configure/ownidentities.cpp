@@ -95,8 +95,6 @@ private:
         if (std::exchange(mFinished, true))
             return;
         dropService();
-        mGuard.stop();
-        mRetry.stop();
         deleteLater();
         mNext(numbers);
     }
