@@ -54,12 +54,12 @@ def ofono(bus, modems):
     return main
 
 
-def modem_manager(bus, modems, list_sims=False):
+def modem_manager(bus, modems, list_sims=False, folder="/SIM"):
     """Each modem: its lock and a dictionary of SIM properties, None for one without a SIM."""
     main = main_object(bus, MM_PATH, MM, is_object_manager=True)
     for number, (lock, sim) in enumerate(modems):
         # Objects below the main one are listed by it; a real SIM is not.
-        sim_path = f"{MM_PATH}/SIM/{number}" if list_sims else f"/SIM/{number}"
+        sim_path = f"{MM_PATH}/SIM/{number}" if list_sims else f"{folder}/{number}"
         main.AddObject(f"{MM_PATH}/Modem/{number}", MM_MODEM, {
             "Manufacturer": "Maker",
             "Model": f"Modem {number}",
@@ -104,6 +104,7 @@ def scenario(name, bus):
         "ofono-two-one-locked": [LOCKED_SIM_OF_OFONO, OTHER_SIM_OF_OFONO],
         "ofono-two-locked": [LOCKED_SIM_OF_OFONO, LOCKED_SIM_OF_OFONO],
         "ofono-bluetooth": [OTHER_SIM_OF_OFONO, sim_of_ofono()],
+        "ofono-sim-access": [OTHER_SIM_OF_OFONO, sim_of_ofono()],
         "ofono-odd-types": [sim_of_ofono(SubscriberIdentity=dbus.UInt32(5),
                                          MobileCountryCode=dbus.Array(["244"], signature="s"))],
         "ofono-odd-reply": [],
@@ -117,6 +118,7 @@ def scenario(name, bus):
         "mm-no-sim": [(UNLOCK_NONE, None)],
         "mm-sim": [(UNLOCK_NONE, SIM_OF_MM)],
         "mm-sim-listed": [(UNLOCK_NONE, SIM_OF_MM)],
+        "mm-sim-at-the-root": [(UNLOCK_NONE, SIM_OF_MM)],
         "mm-second-pin": [(UNLOCK_SIM_PIN2, SIM_OF_MM)],
         "mm-locked": [(UNLOCK_SIM_PIN, LOCKED_SIM_OF_MM)],
         "mm-puk": [(UNLOCK_SIM_PUK, SIM_OF_MM)],
@@ -129,6 +131,8 @@ def scenario(name, bus):
         main = ofono(bus, ofono_modems[name])
         if name == "ofono-bluetooth":
             mockobject.objects["/modem0"].props[OFONO_MODEM]["Type"] = "hfp"
+        elif name == "ofono-sim-access":
+            mockobject.objects["/modem0"].props[OFONO_MODEM]["Type"] = "sap"
         elif name == "ofono-odd-reply":
             main.AddMethod("org.ofono.Manager", "GetModems", "", "s", "ret = 'none'")
         elif name == "ofono-error":
@@ -141,7 +145,8 @@ def scenario(name, bus):
         elif name == "ofono-sim-nothing":
             mockobject.objects["/modem0"].AddMethod(OFONO_SIM, "GetProperties", "", "", "")
         return OFONO
-    main = modem_manager(bus, mm_modems[name], list_sims=name == "mm-sim-listed")
+    main = modem_manager(bus, mm_modems[name], list_sims=name == "mm-sim-listed",
+                         folder="" if name == "mm-sim-at-the-root" else "/SIM")
     if name == "mm-hang":
         main.AddMethod("org.freedesktop.DBus.ObjectManager", "GetManagedObjects", "",
                        "a{oa{sa{sv}}}", HANG)

@@ -113,6 +113,7 @@ private Q_SLOTS:
         row("ofono-two-one-locked", {modem0, modem1}, {locked, american});
         row("ofono-two-locked", {modem0, modem1}, {locked, locked});
         row("ofono-bluetooth", {modem1}, {finnish});
+        row("ofono-sim-access", {modem1}, {finnish});
         row("ofono-odd-types", {modem0}, {"usable   05"});
         row("ofono-odd-reply", {}, {});
         row("ofono-sim-nothing", {modem0}, {}); // a reply without a value
@@ -121,6 +122,7 @@ private Q_SLOTS:
         row("mm-no-sim", {modem0}, {});
         row("mm-sim", {modem0}, {finnish});
         row("mm-sim-listed", {modem0}, {finnish});
+        row("mm-sim-at-the-root", {modem0}, {finnish});
         row("mm-second-pin", {modem0}, {finnish});
         row("mm-locked", {modem0}, {locked});
         row("mm-puk", {modem0}, {"locked 244051234567890 244 05"});
