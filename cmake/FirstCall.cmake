@@ -12,7 +12,15 @@ function(kelaccount_place_first_call target names)
   endif()
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${names})
 
-  separate_arguments(flags UNIX_COMMAND "${CMAKE_CXX_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS}")
+  # As the library is linked, for whatever machine.
+  separate_arguments(flags UNIX_COMMAND
+    "${CMAKE_CXX_COMPILER_ARG1} ${CMAKE_CXX_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS}")
+  if(CMAKE_CXX_COMPILER_TARGET AND CMAKE_CXX_COMPILE_OPTIONS_TARGET)
+    list(APPEND flags "${CMAKE_CXX_COMPILE_OPTIONS_TARGET}${CMAKE_CXX_COMPILER_TARGET}")
+  endif()
+  if(CMAKE_SYSROOT AND CMAKE_CXX_COMPILE_OPTIONS_SYSROOT)
+    list(APPEND flags "${CMAKE_CXX_COMPILE_OPTIONS_SYSROOT}${CMAKE_SYSROOT}")
+  endif()
   get_directory_property(options LINK_OPTIONS)
   set(link ${CMAKE_CXX_COMPILER} ${flags} ${options} -shared -x c++ /dev/null
     -o ${CMAKE_CURRENT_BINARY_DIR}/firstcall.so)
