@@ -64,7 +64,8 @@ private Q_SLOTS:
             variables.insert(variable, folder + "/" KELACCOUNT_MODULE_FOLDER ":"_s + folder);
         const Outcome outcome = run(folder, variables);
         QCOMPARE(outcome.status, 0);
-        QVERIFY2(!outcome.log.contains("is of version"), outcome.log);
+        // Where a module is not taken, the library says so, and that it has no accounts.
+        QVERIFY2(!outcome.log.contains("kelaccount."), outcome.log);
         QCOMPARE(outcome.modules, modulesIn(QFileInfo(text(KELACCOUNT_LIBRARY)).path() +
                                             "/" KELACCOUNT_MODULE_FOLDER ""_s));
     }
