@@ -26,7 +26,7 @@ function(kelaccount_place_first_call target names)
     -o ${CMAKE_CURRENT_BINARY_DIR}/firstcall.so)
   execute_process(COMMAND ${link} -Wl,--verbose OUTPUT_VARIABLE told ERROR_QUIET)
   # What runs when it is unloaded stands behind all functions otherwise, a page for a few bytes.
-  string(REGEX MATCH "\n *\\.fini +:[^}]*}" last "${told}")
+  string(REGEX MATCH "\n *\\.fini +:[^}]*}( *=0x[0-9a-f]+)?" last "${told}")
   string(REPLACE "${last}" "" told "${told}")
   string(REGEX REPLACE "(\n *\\.text +:)" "${last}\\1" told "${told}")
   string(FIND "${told}" "\nSECTIONS" from)
