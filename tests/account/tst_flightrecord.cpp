@@ -130,6 +130,8 @@ private Q_SLOTS:
         QCOMPARE(kept.back().event.call, callNumber);
         // Of no request, which have numbers from 0 on.
         QCOMPARE(kept.back().event.request, -1);
+        QCOMPARE(kept.back().event.status, 0);
+        QCOMPARE(kept.back().event.detail, 0);
     }
 
     void whatWasRecordedIsKeptInItsOrder()
@@ -180,9 +182,11 @@ private Q_SLOTS:
         std::thread other(write, 2);
         int read = 0;
         bool belongTogether = true;
+        bool isOneOfThem = true;
         for (int round = 0; round < rounds || read == 0; ++round) {
             for (const Recorded& recorded : FlightRecord::kept()) {
                 const Event& event = recorded.event;
+                isOneOfThem = isOneOfThem && recorded.nanoseconds > 0;
                 if (event.moment != Moment::Step)
                     continue;
                 ++read;
@@ -194,6 +198,7 @@ private Q_SLOTS:
         one.join();
         other.join();
         QVERIFY(belongTogether);
+        QVERIFY(isOneOfThem);
         // Only what met the other thread, a round behind, is missing.
         QVERIFY(FlightRecord::kept().size() > FlightRecord::capacity / 2);
     }
