@@ -110,7 +110,7 @@ end_one() { # PID
     fi
 }
 
-declare -A running begun
+declare -A running=() begun=() # set -u takes an empty one that was not assigned for none
 failed=0
 next=0
 trap 'kill "${!running[@]}" 2>/dev/null; exit 130' INT TERM
