@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "rest/transport/connectionlatency.h"
+#include "rest/transport/receivedbytes.h"
 #include "support/literals.h"
+#include "support/scriptedserver.h"
+#include "support/testauthority.h"
 
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -18,6 +24,14 @@
 using namespace KelRestHandler;
 
 namespace {
+
+bool hasNoDelayAt(int descriptor)
+{
+    int on = 0;
+    socklen_t length = sizeof on;
+    ::getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, &length);
+    return on != 0;
+}
 
 // Qt's sockets leave Nagle's algorithm on; so do these, and nothing of Qt watches them.
 class Connection
@@ -40,13 +54,7 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     bool isConnected() const { return mConnected; }
-    bool hasNoDelay() const
-    {
-        int on = 0;
-        socklen_t length = sizeof on;
-        ::getsockopt(mDescriptor, IPPROTO_TCP, TCP_NODELAY, &on, &length);
-        return on != 0;
-    }
+    bool hasNoDelay() const { return hasNoDelayAt(mDescriptor); }
 
 private:
     int mDescriptor = -1;
@@ -111,6 +119,22 @@ private Q_SLOTS:
         QCOMPARE(disableNagle({QHostAddress(QHostAddress::LocalHostIPv6)}, service.serverPort()),
                  1);
         QVERIFY(connection.hasNoDelay());
+    }
+
+    void theConnectionsOfAManagerAreFound()
+    {
+        const TestAuthority authority;
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        ScriptedServer server(authority.serverFor("x", "IP:127.0.0.1"));
+        server.expect(Reaction::reply(200, "body"));
+        QNetworkAccessManager manager;
+        new ConnectionLatency(&manager, &manager); // the manager's child
+        const QNetworkReply* const reply = manager.get(QNetworkRequest(QUrl(server.base())));
+        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 10000);
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+        const auto sockets = connectedSockets(server.port());
+        QCOMPARE(sockets.size(), std::size_t{1});
+        QVERIFY(hasNoDelayAt(sockets.front().descriptor));
     }
 
     void datagramSocketsAreLeftAlone()

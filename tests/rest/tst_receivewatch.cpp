@@ -44,6 +44,38 @@ private Q_SLOTS:
         QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
     }
 
+    // Where everything arrives from.
+    void theFirstHopIsTheProxyOrTheService_data()
+    {
+        using Proxy = QNetworkProxy;
+        const auto row =
+            rows<int, QString, QString, int, bool>("proxy", "address", "host", "port", "isTunnel");
+        const QString service = "service.example"_s;
+        const QString proxy = "proxy.example"_s;
+        row("plain", Proxy::NoProxy, "http://service.example/a"_s, service, 80, false);
+        row("TLS", Proxy::NoProxy, "https://service.example/a"_s, service, 443, false);
+        row("a port", Proxy::NoProxy, "https://service.example:8443/"_s, service, 8443, false);
+        row("a proxy for TLS", Proxy::HttpProxy, "https://service.example/"_s, proxy, 3128, true);
+        row("a proxy for plain", Proxy::HttpProxy, "http://service.example/"_s, proxy, 3128, false);
+        row("another kind of proxy", Proxy::Socks5Proxy, "https://service.example/"_s, proxy, 3128,
+            false);
+    }
+    void theFirstHopIsTheProxyOrTheService()
+    {
+        const auto [proxy, address, host, port, isTunnel] =
+            fetch<int, QString, QString, int, bool>("proxy", "address", "host", "port", "isTunnel");
+        const auto type = QNetworkProxy::ProxyType(proxy);
+        const QNetworkProxy before = QNetworkProxy::applicationProxy();
+        QNetworkProxy::setApplicationProxy(type == QNetworkProxy::NoProxy
+                                               ? QNetworkProxy(type)
+                                               : QNetworkProxy(type, "proxy.example"_s, 3128));
+        const FirstHop hop = firstHopTo(QUrl(address));
+        QNetworkProxy::setApplicationProxy(before);
+        QCOMPARE(hop.host, host);
+        QCOMPARE(int(hop.port), port);
+        QCOMPARE(hop.isTunnel, isTunnel);
+    }
+
     void aFloodIsSeenBesideTheApplicationsConnection()
     {
         ScriptedServer server(mAuthority.serverFor("x", "IP:127.0.0.1"));
