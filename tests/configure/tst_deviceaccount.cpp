@@ -16,6 +16,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QEventLoop>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QThread>
 #include <QTimer>
@@ -119,6 +120,23 @@ private Q_SLOTS:
         QVERIFY(thread->wait(10000));
         QVERIFY(isRemoved);
         QCOMPARE(log.all(), QStringList());
+    }
+
+    void nothingIsLoggedOfWhatGoesWell()
+    {
+        const MessageLog log;
+        QSignalSpy accounts(mConfigure.get(), &KelConfigure::configureAccountStatus);
+        QSignalSpy identities(mConfigure.get(), &KelConfigure::storeUserCredentialsStatus);
+        QCOMPARE(mConfigure->storeUserCredentials("user"_s, "password"_s), 0);
+        QVERIFY(waitUntil([&identities] { return !identities.isEmpty(); }));
+        const unsigned id = identities.at(0).at(1).toUInt();
+        QCOMPARE(mConfigure->configureAccount("n"_s, id), 0);
+        QVERIFY(waitUntil([&accounts] { return !accounts.isEmpty(); }));
+        bool isRemoved = false;
+        mConfigure->removeAccount(
+            id, [&] { mConfigure->removeIdentity(id, [&isRemoved] { isRemoved = true; }); });
+        QVERIFY(waitUntil([&isRemoved] { return isRemoved; }));
+        QCOMPARE(log.all().filter(QRegularExpression("^[WC] "_s)), QStringList());
     }
 
     /// Whoever hears of it may stay in the slot for longer than storing may take.
