@@ -173,6 +173,27 @@ private Q_SLOTS:
             QCOMPARE(data.value(entry.key()).userType(), entry.value().userType());
     }
 
+    void onlyWhatAnAbandonedCallerWaitsForIsNotSent()
+    {
+        QVERIFY(open());
+        mInterface->setCaller(1);
+        mInterface->token();
+        mInterface->setCaller(2);
+        mInterface->ensureToken();
+        mInterface->setCaller(0);
+        mInterface->signIn();
+        QList<quint64> callers;
+        mAfterwards = [&](const QString&) { callers.append(mInterface->answeredCaller()); };
+        mInterface->abandon(0); // which is nobody
+        mInterface->abandon(2);
+        QVERIFY(waitForAnswers(2));
+        letPass(50);
+        mAfterwards = nullptr;
+        QCOMPARE(mAnswers, QStringList({"token 0"_s, "signIn 0"_s}));
+        QCOMPARE(callers, QList<quint64>({1, 0}));
+        QCOMPARE(mSandbox.mechanisms(), QStringList({"initialise"_s, "token"_s, "signIn"_s}));
+    }
+
     // That it is sent in its turn and answered at once is told in queue.txt.
     void closeReachesThePlugin()
     {
