@@ -206,6 +206,17 @@ private:
             });
             return true;
         });
+        // One that tells nothing of what becomes of it.
+        word("gives-silent-identity", [this](const QString&) {
+            mConfigure->setIdentitySource([this] {
+                mGiven = SignOn::Identity::newIdentity(SignOn::IdentityInfo());
+                mGiven->blockSignals(true);
+                return mGiven;
+            });
+            return true;
+        });
+        word("given",
+             [this](const QString&) { return waitUntil([this] { return !mGiven.isNull(); }); });
         word("ends-before-its-identity", [this](const QString&) {
             mConfigure.reset();
             return !mGiven.isNull();

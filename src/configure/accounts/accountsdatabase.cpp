@@ -69,7 +69,6 @@ public:
             qCCritical(logConfigure, "The account was not stored: accounts error %d", error.type());
             finish(false);
         });
-        mGuard.setSingleShot(true);
         connect(&mGuard, &QTimer::timeout, this, &Storing::giveUp);
         mGuard.start(timeoutMs);
         // The framework writes from callbacks of GLib's loop. Where the application's event loop
