@@ -174,6 +174,23 @@ private Q_SLOTS:
             QCOMPARE(data.value(entry.key()).userType(), entry.value().userType());
     }
 
+    void aSessionWhoseCredentialsAreGoneIsNotOpen()
+    {
+        const unsigned credentials = storeCredentials();
+        QVERIFY(credentials > 0);
+        const auto openTheirs = [&] {
+            return mInterface->createAuthSession(key(), secret(), "service"_s, server, credentials);
+        };
+        QVERIFY(openTheirs());
+        QVERIFY(openTheirs());
+        QCOMPARE(mSandbox.mechanisms(), QStringList("initialise"_s));
+        KelAccount::KelConfigure store;
+        bool isRemoved = false;
+        store.removeIdentity(credentials, [&] { isRemoved = true; });
+        QVERIFY(waitUntil([&] { return isRemoved; }));
+        QVERIFY(waitUntil([&] { return !openTheirs(); }));
+    }
+
     void whateverARecordSaysTheKeysAreTheSessions()
     {
         QVERIFY(open());
