@@ -6,6 +6,8 @@
 
 #include <SignOn/Identity>
 
+#include <QThread>
+
 #include <utility>
 
 namespace KelAccount {
@@ -36,6 +38,15 @@ IdentityTask::IdentityTask(Kind kind, unsigned int credentialsId, int patienceMs
     mRetry.setSingleShot(true);
     mRetry.setInterval(retryMs);
     connect(&mRetry, &QTimer::timeout, this, &IdentityTask::attempt);
+    // Nobody would end it any more, nor what lasts as long, such as the reservation of the
+    // accounts.
+    connect(
+        thread(), &QThread::finished, this, [this] { delete this; }, Qt::DirectConnection);
+}
+
+IdentityTask::~IdentityTask()
+{
+    dropIdentity();
 }
 
 void IdentityTask::start()

@@ -18,7 +18,7 @@ namespace KelAccount {
 
 /// One thing that the sign-on daemon is to do with an identity of its store. It belongs to nobody
 /// and deletes itself when it is over: credentials that are to go have to go, whoever is still
-/// there to see it.
+/// there to see it. It does not outlive its thread.
 ///
 /// A daemon that ends meanwhile is started again and asked again, and so is one that fails, while
 /// the patience lasts.
@@ -40,6 +40,7 @@ public:
 
     /// @param patienceMs  how long to let others wait for `ended()`; a removal itself goes on
     IdentityTask(Kind kind, unsigned int credentialsId, int patienceMs);
+    ~IdentityTask() override;
 
     void start();
 

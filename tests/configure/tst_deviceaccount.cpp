@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "common/unfinishedwork.h"
+#include "configure/identitytask.h"
 #include "configure/kelconfigure.h"
 #include "configure/kelconfigureaccount.h"
 #include "configuresession.h"
 #include "support/allaccounts.h"
 #include "support/literals.h"
 #include "support/messagelog.h"
+#include "support/patience.h"
 #include "support/sessionsandbox.h"
 #include "support/sqlitechange.h"
 
@@ -24,6 +26,7 @@
 #include <memory>
 
 using namespace KelTest;
+using KelAccount::IdentityTask;
 using KelAccount::KelConfigure;
 using KelAccount::KelConfigureAccount;
 using KelAccount::UnfinishedWork;
@@ -41,6 +44,24 @@ private Q_SLOTS:
     {
         mConfigure = std::make_unique<KelConfigure>();
         QVERIFY(KelTest::removeAllAccounts());
+    }
+
+    // With what lasts as long, such as a sign-out's reservation of the accounts.
+    void whatAThreadLeavesUndoneEndsWithIt()
+    {
+        for (const auto kind : {IdentityTask::Look, IdentityTask::Forget, IdentityTask::Remove}) {
+            bool isGone = false;
+            const std::unique_ptr<QThread> thread(QThread::create([&isGone, kind] {
+                auto* const task = new IdentityTask(kind, 4711, onABusyMachine);
+                connect(
+                    task, &QObject::destroyed, task, [&isGone] { isGone = true; },
+                    Qt::DirectConnection);
+                task->start();
+            }));
+            thread->start();
+            QVERIFY(thread->wait(onABusyMachine));
+            QVERIFY(isGone);
+        }
     }
 
     void theFrameworkKnowsProviderAndService()
