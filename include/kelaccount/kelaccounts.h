@@ -239,10 +239,12 @@ public Q_SLOTS:
     /// Answered by downloadProfileResponse(), whose profile belongs to this object and lives as
     /// long: 0; ErrorInitializationPending (802) and ErrorAccountConfigurationInProgress (804) and
     /// ErrorFailedToEstablishZorAuthSession (806) with a null pointer; what the plugin or the
-    /// sign-on daemon reported, with an empty profile.
+    /// sign-on daemon reported, and ErrorAuthSessionInitializationFailed (704), with an empty
+    /// profile.
     ///
     /// This and the other operations of a signed-in user open the session when it is not open yet:
-    /// then the event loop runs before the call returns.
+    /// then the event loop runs before the call returns. What is called meanwhile is answered with
+    /// 704 when the session does not come about.
     void downloadProfile();
 
     /// Changes the security question of the user who is signed in.
@@ -250,8 +252,8 @@ public Q_SLOTS:
     /// @param question  the question's id
     /// @param answer    a secret; never logged
     ///
-    /// Answered by updateSecurityQuestionResponse(): 0, 802, 804, 806, or what the plugin or the
-    /// sign-on daemon reported.
+    /// Answered by updateSecurityQuestionResponse(): 0, 704, 802, 804, 806, or what the plugin or
+    /// the sign-on daemon reported.
     void updateSecurityQuestion(const QString& question, const QString& answer);
 
     /// Makes sure that there is an access token.
@@ -261,7 +263,7 @@ public Q_SLOTS:
     ///                       an account those of the last set-up that made none
     ///
     /// Answered by ensureTokenAvailableResponse(): 0, 802, 804, ErrorInvalidParameter (1001) for
-    /// other credentials, 806 also when somebody has removed them, or what the plugin or the
+    /// other credentials, 704, 806 also when somebody has removed them, or what the plugin or the
     /// sign-on daemon reported.
     void ensureTokenAvailable(unsigned int credentialsId);
 
@@ -269,8 +271,8 @@ public Q_SLOTS:
     ///
     /// @param oldPassword, newPassword  not empty; never logged
     ///
-    /// Answered by changePasswordResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or
-    /// what the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614). 0
+    /// Answered by changePasswordResponse(): 0, 704, 802, 804, ErrorInvalidParameter (1001), 806,
+    /// or what the plugin or the sign-on daemon reported, such as ErrorOldPasswordMismatch (614). 0
     /// says that the service has the new password. Where the daemon cannot store it, which it tells
     /// nobody, the next use of the password is refused; signing out and in again mends that.
     void changePassword(const QString& oldPassword, const QString& newPassword);
@@ -279,8 +281,8 @@ public Q_SLOTS:
     ///
     /// @param userId  the new name, not empty
     ///
-    /// Answered by userIdUpdateResponse(): 0, 802, 804, ErrorInvalidParameter (1001), 806, or what
-    /// the plugin or the sign-on daemon reported, such as ErrorUserNameAlreadySet (608).
+    /// Answered by userIdUpdateResponse(): 0, 704, 802, 804, ErrorInvalidParameter (1001), 806, or
+    /// what the plugin or the sign-on daemon reported, such as ErrorUserNameAlreadySet (608).
     void userIdUpdate(const QString& userId);
 
     /// Asks for the security question of a user who forgot the password.
