@@ -63,6 +63,16 @@ public:
         if (fate % 3 == 0)
             tracked->call.reset();
     }
+    // A client signs out, too.
+    void sessionCall(int operation, QObject* context, int fate) override
+    {
+        const int which = operation % (sessionOperations().size() + 1);
+        callNamed(sessionOperations().value(which, "signOut"_s), context, fate);
+    }
+    void signIn(QObject* context, int fate) override
+    {
+        callNamed("signInAndConfigure"_s, context, fate);
+    }
     void badCall(int operation) override { call(operation, nullptr, 0); }
     void prepare() override
     {
@@ -137,6 +147,14 @@ private:
     {
         for (const auto& tracked : mCalls)
             tracked->silence();
+    }
+
+    void callNamed(const QString& name, QObject* context, int fate)
+    {
+        for (int i = 0; i < clientCalls().size(); ++i) {
+            if (name == QLatin1String(clientCalls().at(i).name))
+                call(i, context, fate);
+        }
     }
 
     Tracked* track(const QString& name, QObject* context)

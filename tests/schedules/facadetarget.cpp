@@ -89,6 +89,11 @@ public:
         const Operation& chosen = operations().at(operation % operations().size());
         make(chosen, chosen.call);
     }
+    void sessionCall(int operation, QObject* /*context*/, int /*fate*/) override
+    {
+        callNamed(sessionOperations().at(operation % sessionOperations().size()));
+    }
+    void signIn(QObject* /*context*/, int /*fate*/) override { callNamed("signInAndConfigure"_s); }
     void badCall(int operation) override
     {
         const Operation& chosen = operations().at(operation % operations().size());
@@ -164,6 +169,14 @@ private:
         return accounts;
     }
 
+    void callNamed(const QString& name, const std::function<void(KelAccounts&)>& call = nullptr)
+    {
+        for (const Operation& operation : operations()) {
+            if (operation.name == name)
+                make(operation, call ? call : operation.call);
+        }
+    }
+
     void make(const Operation& operation, const std::function<void(KelAccounts&)>& call)
     {
         if (!mAccounts)
@@ -227,6 +240,19 @@ QString missingOperations()
             return "no schedule calls %1"_s.arg(name);
     }
     return {};
+}
+
+const QStringList& sessionOperations()
+{
+    static const QStringList all = [] {
+        QStringList names;
+        for (const facadecalls::Operation& operation : facadecalls::ofTheSession())
+            names.append(text(operation.name));
+        for (const facadecalls::SetUp& setUp : facadecalls::setUps())
+            names.append(text(setUp.answer).chopped(int(qstrlen("Response"))));
+        return names;
+    }();
+    return all;
 }
 
 std::unique_ptr<Target> makeFacade(Stage& stage, bool isInitialised)

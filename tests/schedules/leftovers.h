@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <QMap>
 #include <QString>
 
 /// What is in the process, so that what a schedule leaves behind is seen.
@@ -24,6 +25,7 @@ private:
     QString found() const;
 
     quint64 mObjectsBefore;
+    QMap<QString, int> mClassesBefore; ///< in an application that goes on
     int mDescriptors;
     int mThreads;
 };

@@ -4,8 +4,10 @@
 // status; not from inside the call; and nothing is left behind. What a schedule is follows from its
 // seed. See usage.
 #include "schedules/documented.h"
+#include "schedules/messages.h"
 #include "schedules/plan.h"
 #include "schedules/run.h"
+#include "schedules/world.h"
 #include "support/literals.h"
 
 #include <QFile>
@@ -22,11 +24,12 @@ using namespace Schedules;
 namespace {
 
 const char* const usage =
-    R"(usage: kelaccount-schedules [--count N] [--first SEED] [--rows FILE] [--show]
+    R"(usage: kelaccount-schedules [--count N] [--first SEED] [--rows FILE] [--show] [--log] [--bus-ends]
        kelaccount-schedules --row "STEPS"
 
 Runs the schedules of N seeds (1000) from SEED (1) on, those of FILE before: a row of steps on each line, "#" begins a
-comment. --row runs one, so often as --count says. --show writes each down before it is run.
+comment. --row runs one, so often as --count says. --show writes each down before it is run, --log what is logged. kelaccount-session-schedules
+is the same with sign-on daemon and plugin, inside the emulator; with --bus-ends, the last of them loses its bus.
 )";
 
 std::array<char, 8192> underWay; // for the handler of a crash
@@ -51,6 +54,7 @@ struct Options
     QString rows;
     QString row;
     bool shows = false;
+    bool endsBus = false;
     bool areGood = true;
 };
 
@@ -63,6 +67,14 @@ Options optionsFrom(int argc, char** argv)
         bool isGood = true;
         if (name == "--show"_s) {
             options.shows = true;
+            continue;
+        }
+        if (name == "--bus-ends"_s) {
+            options.endsBus = true;
+            continue;
+        }
+        if (name == "--log"_s) {
+            Messages::write();
             continue;
         }
         if (name == "--first"_s)
@@ -117,12 +129,18 @@ QStringList rowsOf(const QString& name, bool& isThere)
 void meetEverything(const Documented& documented)
 {
     QStringList steps = {"context 0 0 0"_s, "facade 1 0 0"_s, "client 1 0 0"_s};
+    if (World::hasSessions())
+        steps.append({"signIn 1 0 1"_s, "settle 0 0 0"_s});
     constexpr int enough = 40;
     for (int operation = 0; operation < enough; ++operation) {
         steps.append("call 0 %1 1"_s.arg(operation));
         steps.append("call 1 %1 1"_s.arg(operation));
     }
     steps.append("settle 0 0 0"_s);
+    // The daemon's end, and what is made for the next one.
+    if (World::hasSessions())
+        steps.append(
+            {"strike 2 0 0"_s, "sessionCall 0 0 1"_s, "sessionCall 1 0 1"_s, "settle 0 0 0"_s});
     if (const auto plan = planFrom(steps.join("; "_s)))
         warmUp(*plan, documented);
 }
@@ -158,7 +176,14 @@ int runAll(const Options& options)
     const quint32 count = options.row.isEmpty() ? options.count : 0;
     for (quint32 i = 0; i < count && problem.isEmpty(); ++i, ++done) {
         const quint32 seed = options.first + i;
-        if (!goesWell(planOf(seed), "--first %1 --count 1"_s.arg(seed), options, documented))
+        const Mix mix = World::hasSessions() ? Mix::WithSessions : Mix::WithoutSessions;
+        Plan plan = planOf(seed, mix);
+        QString name = "--first %1 --count 1"_s.arg(seed);
+        if (options.endsBus && i + 1 == count) {
+            plan = withoutBus(plan);
+            name += " --bus-ends"_s;
+        }
+        if (!goesWell(plan, name, options, documented))
             return 1;
     }
     if (!problem.isEmpty()) {

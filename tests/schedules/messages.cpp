@@ -6,6 +6,8 @@
 
 #include <QLoggingCategory>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 
@@ -24,6 +26,8 @@ const QStringList& secrets()
     return all;
 }
 
+bool isWritten = false;
+
 struct First
 {
     std::mutex mutex;
@@ -36,11 +40,31 @@ First& first()
     return *instance;
 }
 
+/// What the sign-on library and Qt's D-Bus say of a daemon that ends while it is asked, or is
+/// started anew.
+bool isOfAnEndedDaemon(const QString& text)
+{
+    static const QStringList beginnings = {
+        "QDBusError"_s,
+        "\"org.freedesktop.DBus.Error."_s,
+        "\"Message recipient disconnected from message bus without replying"_s,
+        "\"Not connected to D-Bus server"_s,
+        "\"No such object path"_s,
+        "QDBusConnection: name 'com.google.code.AccountsSSO.SingleSignOn' had owner"_s};
+    // Of an error it writes type, name and words, each by itself, and some have no words.
+    return text == "\"\""_s ||
+           std::any_of(beginnings.cbegin(), beginnings.cend(),
+                       [&text](const QString& one) { return text.startsWith(one); });
+}
+
 void read(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
+    if (isWritten)
+        std::fprintf(stderr, "%s: %s\n", context.category ? context.category : "",
+                     qPrintable(text));
     const bool isOurs = context.category && std::strncmp(context.category, "kelaccount.", 11) == 0;
     QString problem;
-    if (!isOurs && type != QtDebugMsg && type != QtInfoMsg)
+    if (!isOurs && type != QtDebugMsg && type != QtInfoMsg && !isOfAnEndedDaemon(text))
         problem = "Qt warns: "_s + text;
     else if (!SecretSearch::foundIn(text.toUtf8(), secrets()).isEmpty())
         problem = "a secret was logged: "_s + text;
@@ -57,6 +81,11 @@ void take()
 {
     QLoggingCategory::setFilterRules("kelaccount.*=true"_s);
     qInstallMessageHandler(&read);
+}
+
+void write()
+{
+    isWritten = true;
 }
 
 QString problem()

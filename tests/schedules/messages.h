@@ -8,6 +8,8 @@ namespace Schedules::Messages {
 
 /// From now on all is read and nothing written.
 void take();
+/// But from now on it is.
+void write();
 
 /// The first message since the last call that ought not to be: a warning of Qt's, or one with a
 /// secret.

@@ -20,35 +20,45 @@ struct ActRow
     Act act;
     const char* name;
     int weight; ///< how often it comes, to the others
+    int weightWithSessions;
 };
 
 constexpr ActRow rows[] = {
-    {Act::Facade, "facade", 3},
-    {Act::Client, "client", 3},
-    {Act::Call, "call", 40},
-    {Act::Burst, "burst", 3},
-    {Act::BadCall, "badCall", 4},
-    {Act::Prepare, "prepare", 3},
-    {Act::Cancel, "cancel", 12},
-    {Act::End, "end", 4},
-    {Act::EndLater, "endLater", 2},
-    {Act::Context, "context", 5},
-    {Act::InAnswer, "inAnswer", 9},
-    {Act::Wait, "wait", 12},
-    {Act::Loop, "loop", 4},
-    {Act::Fault, "fault", 9},
-    {Act::Disconnect, "disconnect", 2},
-    {Act::Settle, "settle", 2},
+    {Act::Facade, "facade", 3, 3},
+    {Act::Client, "client", 3, 3},
+    {Act::Call, "call", 40, 10},
+    {Act::Burst, "burst", 3, 2},
+    {Act::BadCall, "badCall", 4, 2},
+    {Act::Prepare, "prepare", 3, 3},
+    {Act::Cancel, "cancel", 12, 8},
+    {Act::End, "end", 4, 4},
+    {Act::EndLater, "endLater", 2, 2},
+    {Act::Context, "context", 5, 4},
+    {Act::InAnswer, "inAnswer", 9, 9},
+    {Act::Wait, "wait", 12, 14},
+    {Act::Loop, "loop", 4, 5},
+    {Act::Fault, "fault", 9, 6},
+    {Act::Disconnect, "disconnect", 2, 2},
+    {Act::Settle, "settle", 2, 6},
+    {Act::SessionCall, "sessionCall", 0, 36},
+    {Act::SignIn, "signIn", 0, 6},
+    {Act::Strike, "strike", 0, 8},
+    {Act::BusEnds, "busEnds", 0, 0},
 };
 
 const QString thread = "thread"_s;
 const QString unanswered = "unanswered"_s;
 const QString application = "application"_s;
 
-Act actBy(int number)
+int weightOf(const ActRow& row, Mix mix)
+{
+    return mix == Mix::WithSessions ? row.weightWithSessions : row.weight;
+}
+
+Act actBy(int number, Mix mix)
 {
     for (const ActRow& row : rows) {
-        number -= row.weight;
+        number -= weightOf(row, mix);
         if (number < 0)
             return row.act;
     }
@@ -82,15 +92,16 @@ std::optional<Step> stepFrom(const QString& text)
 
 } // namespace
 
-Plan planOf(quint32 seed)
+Plan planOf(quint32 seed, Mix mix)
 {
     QRandomGenerator random(seed);
     const auto happens = [&random](int percent) { return int(random.bounded(100)) < percent; };
     int weights = 0;
     for (const ActRow& row : rows)
-        weights += row.weight;
+        weights += weightOf(row, mix);
     Plan plan;
-    plan.isOnAnotherThread = happens(20);
+    // Those of one process have one thread.
+    plan.isOnAnotherThread = mix == Mix::WithoutSessions && happens(20);
     plan.endsUnanswered = happens(25);
     plan.endsWithApplication = !plan.isOnAnotherThread && happens(25);
     constexpr int valueCount = 1000;
@@ -106,11 +117,25 @@ Plan planOf(quint32 seed)
     if (happens(60))
         add(happens(50) ? Act::Facade : Act::Client);
     add(Act::Context);
+    if (mix == Mix::WithSessions && happens(70)) {
+        add(Act::SignIn);
+        if (happens(70))
+            add(Act::Settle);
+    }
     constexpr int fewest = 4;
     constexpr int most = 24;
     const int count = int(random.bounded(fewest, most));
     for (int i = 0; i < count; ++i)
-        add(actBy(int(random.bounded(weights))));
+        add(actBy(int(random.bounded(weights)), mix));
+    return plan;
+}
+
+Plan withoutBus(Plan plan)
+{
+    Step step;
+    step.act = Act::BusEnds;
+    plan.steps.insert(plan.steps.begin() + static_cast<std::ptrdiff_t>(plan.steps.size() / 2),
+                      step);
     return plan;
 }
 

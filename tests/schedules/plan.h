@@ -29,6 +29,11 @@ enum class Act {
     Fault,      ///< what the service does to the next requests
     Disconnect, ///< the service closes its connections
     Settle,     ///< wait until everything is answered
+    // Where there are sessions.
+    SessionCall, ///< of object, operation that needs credentials; what becomes of the call
+    SignIn,      ///< of object; what becomes of the call
+    Strike,      ///< what happens to daemon, plugin or bus
+    BusEnds,     ///< for good
 };
 
 struct Step
@@ -46,7 +51,12 @@ struct Plan
     std::vector<Step> steps;
 };
 
-Plan planOf(quint32 seed);
+/// What is chosen from.
+enum class Mix { WithoutSessions, WithSessions };
+
+Plan planOf(quint32 seed, Mix mix);
+/// The session bus ends in the middle of it.
+Plan withoutBus(Plan plan);
 QString textOf(const Plan& plan);
 /// None for what is no plan.
 std::optional<Plan> planFrom(const QString& text);

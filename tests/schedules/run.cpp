@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "schedules/run.h"
 
-#include "client/clientcalls.h"
-#include "device/testtagserver.h"
-#include "integration/standinservice.h"
-#include "platform/fakemodem.h"
-#include "rest/transport/networkreplycontainer.h"
-#include "rest/transport/serviceconnections.h"
 #include "schedules/documented.h"
 #include "schedules/handover.h"
 #include "schedules/leftovers.h"
 #include "schedules/messages.h"
 #include "schedules/target.h"
+#include "schedules/world.h"
 #include "support/literals.h"
 #include "support/liveobjects.h"
 
@@ -23,7 +18,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <functional>
 #include <map>
@@ -31,59 +25,20 @@
 #include <vector>
 
 using namespace KelTest;
-using KelRestHandler::NetworkReplyContainer;
-using KelRestHandler::ServiceConnections;
 
 namespace Schedules {
 
 namespace {
 
-// Instead of 60 s and of 4 s.
-constexpr int guardMs = 25;
-constexpr int idleMs = 8;
 int patienceMs = 30000;
 constexpr size_t mostTargets = 6;
 constexpr int deepest = 3;
 
-/// The service of one schedule, which lives where the application does.
-class Service
-{
-public:
-    Service()
-    {
-        mService.disturb = [this](const WireRequest&) {
-            return mDisturbed.fetch_sub(1) > 0 ? static_cast<Disturbance>(mDisturbance.load())
-                                               : Disturbance::None;
-        };
-    }
-    // On any thread.
-    void disturb(int disturbance, int requests)
-    {
-        constexpr int all = static_cast<int>(Disturbance::Status500);
-        mDisturbance = 1 + disturbance % all;
-        mDisturbed = 1 + requests % 4;
-    }
-    void disconnect()
-    {
-        handOver();
-        QMetaObject::invokeMethod(QCoreApplication::instance(), [this] {
-            handOver();
-            mService.closeConnections();
-        });
-    }
-    QStringList problems() const { return mService.problems(); }
-
-private:
-    std::atomic<int> mDisturbance{0};
-    std::atomic<int> mDisturbed{0};
-    StandInService mService;
-};
-
 class Schedule : public Stage
 {
 public:
-    Schedule(const Plan& plan, Service& service, const Documented& documented)
-        : mPlan(plan), mService(service), mDocumented(documented)
+    Schedule(const Plan& plan, World& world, const Documented& documented)
+        : mPlan(plan), mWorld(world), mDocumented(documented)
     {
     }
 
@@ -135,7 +90,7 @@ private:
     QObject* context(int number);
 
     const Plan& mPlan;
-    Service& mService;
+    World& mWorld;
     const Documented& mDocumented;
     QString mProblem;
     size_t mAt = 0;
@@ -188,9 +143,13 @@ void Schedule::perform(const Step& step)
     case Act::Loop:
         return loop(first % 4, second % 4);
     case Act::Fault:
-        return mService.disturb(first, second);
+        return mWorld.disturb(first, second);
     case Act::Disconnect:
-        return mService.disconnect();
+        return mWorld.disconnect();
+    case Act::Strike:
+        return mWorld.strike(first);
+    case Act::BusEnds:
+        return mWorld.endBus();
     case Act::Settle:
         return settle();
     default:
@@ -212,6 +171,10 @@ void Schedule::performAt(Target& chosen, const Step& step)
         return;
     case Act::BadCall:
         return chosen.badCall(second);
+    case Act::SessionCall:
+        return chosen.sessionCall(second, context(third), third);
+    case Act::SignIn:
+        return chosen.signIn(context(third), third);
     case Act::Prepare:
         return chosen.prepare();
     case Act::Cancel:
@@ -309,7 +272,9 @@ void Schedule::settle()
         return std::all_of(mTargets.begin(), mTargets.end(),
                            [](const auto& target) { return target->isSettled(); });
     };
-    const QDeadlineTimer deadline(patienceMs);
+    // Calls of a session are made one after the other.
+    constexpr int longer = 5;
+    const QDeadlineTimer deadline(World::hasSessions() ? longer * patienceMs : patienceMs);
     while (!isSettled() && mProblem.isEmpty() && !deadline.hasExpired())
         letPass(1);
     // Long enough for a second answer that is on its way.
@@ -366,20 +331,24 @@ QString runInApplication(const Plan& plan, const Documented& documented)
     static char name[] = "schedules";
     static char* arguments[] = {name, nullptr};
     static int count = 1;
-    auto application = std::make_unique<QCoreApplication>(count, arguments);
+    std::unique_ptr<QCoreApplication> application;
+    if (!QCoreApplication::instance())
+        application = std::make_unique<QCoreApplication>(count, arguments);
     const NetworkConfiguration settled;
-    auto service = std::make_unique<Service>();
-    Schedule schedule(plan, *service, documented);
+    auto world = World::make();
+    Schedule schedule(plan, *world, documented);
     if (plan.isOnAnotherThread)
         runOnAnotherThread(schedule);
     else
         schedule.run();
-    for (const QString& problem : service->problems())
+    for (const QString& problem : world->problems())
         schedule.complain(problem);
-    service.reset();
-    application.reset();
-    if (plan.endsWithApplication)
-        schedule.endAfterApplication();
+    world.reset();
+    if (application) {
+        application.reset();
+        if (plan.endsWithApplication)
+            schedule.endAfterApplication();
+    }
     return schedule.problem();
 }
 
@@ -387,22 +356,16 @@ QString runInApplication(const Plan& plan, const Documented& documented)
 
 QString prepareToRun()
 {
-    static const OwnAccounts accounts;
-    static const ThreadTagServer tags(QByteArray("\x01tag"));
-    // Neither the user's sessions nor the device's buses.
-    for (const char* bus : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"})
-        qputenv(bus, "unix:path=/nowhere");
-    NetworkReplyContainer::setGuardMilliseconds(guardMs);
-    ServiceConnections::setIdleMilliseconds(idleMs);
-    FakeModem::reset();
     Messages::take();
     LiveObjects::watch();
-    return tags.isReady() ? missingOperations() : "there is no tag server"_s;
+    const QString problem = World::prepare();
+    return problem.isEmpty() ? missingOperations() : problem;
 }
 
 void warmUp(const Plan& plan, const Documented& documented)
 {
     runInApplication(plan, documented);
+    World::calm();
     Messages::problem();
 }
 
@@ -410,9 +373,11 @@ QString run(const Plan& plan, const Documented& documented)
 {
     const Leftovers leftovers;
     QString problem = runInApplication(plan, documented);
-    const QString logged = Messages::problem();
-    if (problem.isEmpty())
-        problem = logged;
+    const QString unrest = World::calm();
+    for (const QString& other : {Messages::problem(), unrest}) {
+        if (problem.isEmpty())
+            problem = other;
+    }
     return problem.isEmpty() ? leftovers.problem() : problem;
 }
 

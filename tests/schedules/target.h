@@ -3,6 +3,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -36,6 +37,9 @@ public:
 
     /// Numbers are taken modulo what there is.
     virtual void call(int operation, QObject* context, int fate) = 0;
+    /// One of those that need credentials.
+    virtual void sessionCall(int operation, QObject* context, int fate) = 0;
+    virtual void signIn(QObject* context, int fate) = 0;
     virtual void badCall(int operation) = 0;
     virtual void prepare() = 0;
     virtual void cancel(int which, QObject* context, int how) = 0;
@@ -57,6 +61,9 @@ protected:
 
 /// Empty when the tables that the targets are made of have every operation there is.
 QString missingOperations();
+
+/// Names of what needs credentials or makes them, for both.
+const QStringList& sessionOperations();
 
 std::unique_ptr<Target> makeFacade(Stage& stage, bool isInitialised);
 std::unique_ptr<Target> makeClient(Stage& stage, bool isInitialised);
