@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "common/flightrecord.h"
 #include "rest/records/registrationinfodata.h"
 #include "signonfixture.h"
 #include "support/literals.h"
@@ -8,6 +9,7 @@
 #include <QLoggingCategory>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 
 using namespace KelTest;
@@ -189,6 +191,22 @@ private Q_SLOTS:
         store.removeIdentity(credentials, [&] { isRemoved = true; });
         QVERIFY(waitUntil([&] { return isRemoved; }));
         QVERIFY(waitUntil([&] { return !openTheirs(); }));
+    }
+
+    // It is the session's, and no caller's.
+    void anInitialiseThatFailsIsNobodysAnswer()
+    {
+        mSandbox.script({{"initialise"_s, PluginStep::Err, {}, 600}});
+        const auto replies = [] {
+            const auto kept = KelAccount::FlightRecord::kept();
+            return std::count_if(kept.begin(), kept.end(), [](const auto& recorded) {
+                return recorded.event.moment == KelAccount::FlightRecord::Moment::Replied;
+            });
+        };
+        const auto before = replies();
+        mInterface->setCaller(1);
+        QVERIFY(!open());
+        QCOMPARE(replies(), before);
     }
 
     void whateverARecordSaysTheKeysAreTheSessions()
