@@ -7,11 +7,13 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <thread>
@@ -83,6 +85,12 @@ private Q_SLOTS:
         // All that happens at once, and no timer.
         QCoreApplication::sendPostedEvents();
         QCOMPARE(bus.visitors(), 0);
+        // Nor is it due with the next event.
+        constexpr int timeOfACall = 50;
+        const auto timers = session.findChildren<QTimer*>();
+        QVERIFY(std::any_of(timers.begin(), timers.end(), [](const QTimer* timer) {
+            return timer->isActive() && timer->interval() >= timeOfACall;
+        }));
         QTRY_VERIFY(bus.visitors() > 0);
     }
 };
