@@ -29,6 +29,9 @@ namespace KelAccount {
 namespace {
 
 constexpr int openingTimeoutMs = 90000;
+// The service has a minute for each request, and requests of other sessions on the same credentials
+// may come first.
+constexpr int requestTimeoutMs = 300000;
 constexpr int cancelAfterMs = 1000;
 constexpr int startingDelayMs = 50;
 
@@ -36,13 +39,17 @@ constexpr int startingDelayMs = 50;
 
 KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
     // Children, so that they come along to another thread.
-    : QObject(parent), mStarting(this), mCancelling(this), mOpeningGuard(this)
+    : QObject(parent), mStarting(this), mCancelling(this), mRequestGuard(this), mOpeningGuard(this)
 {
     registerTypeName<RequestData>("RequestData");
     mOpeningGuard.setSingleShot(true);
     mOpeningGuard.setInterval(openingTimeoutMs);
     connect(&mOpeningGuard, &QTimer::timeout, this,
             &KelAuthSessionInterface::processOpeningTimeout);
+    mRequestGuard.setSingleShot(true);
+    mRequestGuard.setInterval(requestTimeoutMs);
+    connect(&mRequestGuard, &QTimer::timeout, this,
+            &KelAuthSessionInterface::processRequestTimeout);
     mCancelling.setSingleShot(true);
     connect(&mCancelling, &QTimer::timeout, this, &KelAuthSessionInterface::cancelWhenDue);
     mStarting.setSingleShot(true);
@@ -215,6 +222,7 @@ bool KelAuthSessionInterface::openSession()
         qCCritical(logSignon, "Failed to connect to error");
         return false;
     }
+    connect(mAuthSession, &QObject::destroyed, this, &KelAuthSessionInterface::processSessionEnd);
     return true;
 }
 
@@ -234,6 +242,22 @@ void KelAuthSessionInterface::processDaemonLoss()
     // both.
     if (mCurrentRequest != NoRequest)
         qCCritical(logSignon, "The sign-on daemon went away while a request was in flight");
+    closeSession(SignOn::Error::InternalCommunication);
+}
+
+// The sign-on library deletes the sessions of a user whom somebody signs out at the daemon, and
+// says nothing of what the plugin was asked by them.
+void KelAuthSessionInterface::processSessionEnd()
+{
+    if (mCurrentRequest != NoRequest)
+        qCCritical(logSignon, "The user was signed out while a request was in flight");
+    closeSession(SignOn::Error::InternalCommunication);
+}
+
+// The daemon loses a request when a cancellation of another session's meets its answer.
+void KelAuthSessionInterface::processRequestTimeout()
+{
+    qCCritical(logSignon, "The sign-on daemon did not answer a request in time");
     closeSession(SignOn::Error::InternalCommunication);
 }
 
@@ -280,6 +304,7 @@ void KelAuthSessionInterface::closeSession(int code)
     mAuthSession.clear();
     mInFlight.invalidate();
     mCancelling.stop();
+    mRequestGuard.stop();
     abandonRequests(code);
 }
 

@@ -36,7 +36,8 @@ namespace KelAccount {
 /// answer:
 /// - 704 (ErrorAuthSessionInitializationFailed): there was no session, or it could not be opened;
 /// - 405 (ErrorOperationCanceled): the session was closed with the request in flight or waiting;
-/// - 3 (SignOn::Error::InternalCommunication): the daemon or the bus went away;
+/// - 3 (SignOn::Error::InternalCommunication): the daemon or the bus went away, somebody signed the
+///   user out at the daemon, or it has lost the request: it has said nothing for five minutes;
 /// - 1001 (ErrorInvalidParameter): a null argument.
 /// Nothing is answered once this object is being destroyed.
 class KelAuthSessionInterface : public QObject
@@ -108,6 +109,9 @@ public:
     /// short enough that a caller does not stand still for ever.
     void setOpeningTimeout(int milliseconds) { mOpeningGuard.setInterval(milliseconds); }
 
+    /// How long a request may be with the daemon and the plugin.
+    void setRequestTimeout(int milliseconds) { mRequestGuard.setInterval(milliseconds); }
+
 Q_SIGNALS:
     void signInResponse(int error, const SignOn::SessionData& data);
     void tokenResponse(int error, QString token);
@@ -138,6 +142,8 @@ private:
     bool openSession();
     void processDaemonLoss();
     void processOpeningTimeout();
+    void processSessionEnd();
+    void processRequestTimeout();
     void closeSession(int code);
     void abandonRequests(int code);
     /// A request that is to be answered: what it is, and who made it.
@@ -179,6 +185,7 @@ private:
     quint64 mAnsweredCaller = 0;
     QTimer mStarting;   // runs until the daemon is started although nobody needs it
     QTimer mCancelling; // runs while what the plugin has is to be cancelled
+    QTimer mRequestGuard;
 
     QEventLoop* mOpeningLoop = nullptr; // on the stack of the createAuthSession() that waits
     QTimer mOpeningGuard;

@@ -70,6 +70,7 @@ void KelAuthSessionInterface::sendRequest(RequestData request)
         return;
     }
     mInFlight.start();
+    mRequestGuard.start();
     qCDebug(logSignon, "The plugin is asked: %s", qPrintable(request.mechanism));
     recordOf(mCurrentCaller, FlightRecord::Moment::WithPlugin);
     mAuthSession->process(request.sessionData, request.mechanism);
@@ -105,6 +106,7 @@ KelAuthSessionInterface::Asked KelAuthSessionInterface::takeCurrentRequest()
     const Asked request = takeCurrent();
     mInFlight.invalidate();
     mCancelling.stop();
+    mRequestGuard.stop();
     processPendingRequest();
     return request;
 }

@@ -8,6 +8,7 @@
 
 #include <Accounts/Account>
 #include <Accounts/Manager>
+#include <SignOn/Identity>
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -136,7 +137,15 @@ private:
             mInterface->setOpeningTimeout(ms.toInt());
             return true;
         });
+        word("request-patience", [this](const QString& ms) {
+            mInterface->setRequestTimeout(ms.toInt());
+            return true;
+        });
         word("destroy", [this] { mInterface->destroyActiveAuthSession(); });
+        word("sign-out-elsewhere", [this] {
+            auto* const other = SignOn::Identity::existingIdentity(mCredentials, this);
+            other->signOut();
+        });
         word("session",
              [this](const QString& of) { return mInterface->sessionExists(credentialsOf(of)); });
         word("no-session",
