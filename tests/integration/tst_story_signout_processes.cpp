@@ -225,10 +225,13 @@ private Q_SLOTS:
         part<AccountSignOut>()->setReservationTimeout(patience);
         KelAccount::AccountsLock kept;
         QCOMPARE(kept.tryTake(), KelAccount::AccountsLock::Taken);
-        QTimer::singleShot(300, this, [&] {
+        QTimer later; // no later than this function
+        later.setSingleShot(true);
+        connect(&later, &QTimer::timeout, this, [&] {
             if (operations().isEmpty())
                 kept.release();
         });
+        later.start(300);
         QCOMPARE(signOut(), status);
         kept.release();
         if (status == 0) {
