@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Breaks the world under every operation, and writes down what comes of it. See usage.
 #include "matrix/batch.h"
+#include "matrix/mutants.h"
 #include "matrix/otherapplication.h"
 #include "matrix/page.h"
 #include "matrix/soak.h"
@@ -51,12 +52,14 @@ struct Written
     Table table;
     Runs runs;
     Soak soak;
+    Mutants mutants;
 
     static Written in(const QString& folder, QStringList& problems)
     {
         return {Table::fromFile(folder + "/reliability.csv"_s, problems),
                 Runs::fromFile(folder + "/reliability-runs.csv"_s, problems),
-                Soak::fromFile(folder + "/reliability-soak.csv"_s, problems)};
+                Soak::fromFile(folder + "/reliability-soak.csv"_s, problems),
+                Mutants::fromFolder(folder, problems)};
     }
 };
 
@@ -77,7 +80,7 @@ QString pageOf(const Written& written, const QString& folder)
     put("memory", QString::number(memoryBoundKiB / 1024));
     put("stall", QString::number(stallBoundUs / 1000));
     return text + table.page(contents(folder + "/statuses.md"_s), written.runs) +
-           written.soak.section();
+           written.soak.section() + written.mutants.section();
 }
 
 /// What is run side by side: a process that ends takes no more than that with it.
@@ -235,7 +238,8 @@ int checkPage(const QString& folder)
     rows(problems);
     const Written written = Written::in(folder, problems);
     problems += written.table.gaps() + written.table.broken() + written.runs.gaps() +
-                written.soak.problems();
+                written.soak.problems() +
+                written.mutants.problems(QStringLiteral(KELACCOUNT_MATRIX_SOURCES));
     if (contents(folder + "/images/soak.svg"_s) != written.soak.picture())
         problems.append("images/soak.svg is not what reliability-soak.csv makes"_s);
     if (contents(folder + "/reliability.md"_s) != pageOf(written, folder))

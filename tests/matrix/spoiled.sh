@@ -10,8 +10,8 @@ trap 'rm -rf "$copy"' EXIT
 
 # spoil WHAT-IS-SAID SED-SCRIPT FILE [page]: the page is made anew where the table is what is wrong.
 spoil() {
-    cp "$pages/reliability.csv" "$pages/reliability-runs.csv" "$pages/reliability-soak.csv" "$pages/reliability.md" \
-        "$pages/statuses.md" "$copy"
+    cp "$pages/reliability.csv" "$pages/reliability-runs.csv" "$pages/reliability-soak.csv" \
+        "$pages/reliability-mutants.csv" "$pages/reliability-survivors.csv" "$pages/reliability.md" "$pages/statuses.md" "$copy"
     mkdir -p "$copy/images"
     cp "$pages/images/soak.svg" "$copy/images"
     sed -i "$2" "$copy/$3"
@@ -47,3 +47,8 @@ spoil "too few points of session calls" '/^session;/d' reliability-soak.csv
 spoil "each call leaves" '/^service;/s/^\(service;\)\([0-9]*\)\([^;]*;[0-9]*;[0-9]*;\)[0-9.]*;/\1\2\3\2.0;/' reliability-soak.csv
 spoil "descriptors, and then" 's/^\(session;\)\([0-9]*\)\(\(;[^;]*\)\{4\}\);[0-9]*;/\1\2\3;\2;/' reliability-soak.csv
 spoil "soak.svg is not what" 's/#b3261e/#000000/' images/soak.svg
+spoil "no change of plugin was tried" '/^plugin;/d' reliability-mutants.csv page
+spoil "there is no folder src/rust" 's/^src.rest;/src\/rust;/' reliability-mutants.csv page
+spoil "changes are noticed" 's/^\(src.rest;[^;]*;[^;]*;[^;]*\);[^;]*/\1;1/' reliability-mutants.csv page
+spoil "and something is said of 0" '/^src.rest/d' reliability-survivors.csv page
+spoil "not 7 fields: plugin;" 's/^plugin;/plugin;;/' reliability-mutants.csv
