@@ -6,6 +6,7 @@
 #include <QHostInfo>
 #include <QTest>
 
+#include <algorithm>
 #include <malloc.h>
 #include <memory>
 
@@ -44,15 +45,18 @@ private Q_SLOTS:
     // Under AddressSanitizer, which has a malloc() of its own, the leak checker says the same.
     void anOwnerThatGoesBeforeTheAnswerLeavesNothing()
     {
-        // What is only kept for the next time, some 30 KB, is little beside what they would leave.
-        constexpr int many = 20000;
+        constexpr int many = 2000;
         constexpr size_t leastOfEach = 16;
-        startAndLeave(many); // what threads have once
-        const size_t before = ::mallinfo2().uordblks;
-        startAndLeave(many);
-        const size_t after = ::mallinfo2().uordblks;
-        QVERIFY2(after < before + many * leastOfEach / 2,
-                 qPrintable("%1 bytes are left"_s.arg(after - before)));
+        // What is kept for the next time, such as room for events that wait, grows now and then.
+        // What is lost, each time.
+        size_t least = ~size_t{0};
+        for (int i = 0; i < 8; ++i) {
+            const size_t before = ::mallinfo2().uordblks;
+            startAndLeave(many);
+            const size_t after = ::mallinfo2().uordblks;
+            least = std::min(least, after > before ? after - before : 0);
+        }
+        QVERIFY2(least < many * leastOfEach / 2, qPrintable("%1 bytes are left"_s.arg(least)));
     }
 
 private:
