@@ -236,6 +236,27 @@ private Q_SLOTS:
         QVERIFY(guards.contains(90000));
     }
 
+    // The service has one minute for each, and those of other sessions may come first.
+    void aRequestHasFiveMinutesToBeAnswered()
+    {
+        mSandbox.script({{"token"_s, PluginStep::Hang, {}, 0}});
+        QVERIFY(open());
+        const auto minutesOfGuards = [this] {
+            QList<int> minutes;
+            for (const QTimer* const timer : mInterface->findChildren<QTimer*>()) {
+                if (timer->isActive() && timer->interval() >= 60000)
+                    minutes.append(timer->interval() / 60000);
+            }
+            return minutes;
+        };
+        QCOMPARE(minutesOfGuards(), QList<int>());
+        mInterface->token();
+        QCOMPARE(minutesOfGuards(), QList<int>({5}));
+        mInterface->cancelActiveRequest();
+        QVERIFY(waitForAnswers(1));
+        QCOMPARE(minutesOfGuards(), QList<int>());
+    }
+
     void whatThePluginHasCanBeCancelled()
     {
         mSandbox.script({{"token"_s, PluginStep::Hang, {}, 0}});
