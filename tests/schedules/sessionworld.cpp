@@ -9,13 +9,12 @@
 #include "rest/transport/networkreplycontainer.h"
 #include "support/daemoncontrol.h"
 #include "support/literals.h"
+#include "support/patience.h"
 
 #include <kelaccount/client.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QHostInfo>
-#include <QThread>
 
 #include <atomic>
 #include <chrono>
@@ -59,14 +58,10 @@ bool resetService()
 
 bool waitFor(const std::function<bool()>& condition)
 {
-    QElapsedTimer since;
-    since.start();
+    Waiting waiting(patienceMs);
     while (!condition()) {
-        if (since.elapsed() > patienceMs)
+        if (!waiting.goOn())
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QThread::msleep(1);
     }
     return true;
 }
