@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "schedules/messages.h"
 
+#include "schedules/world.h"
 #include "support/literals.h"
 #include "support/secretsearch.h"
 
@@ -64,7 +65,8 @@ void read(QtMsgType type, const QMessageLogContext& context, const QString& text
                      qPrintable(text));
     const bool isOurs = context.category && std::strncmp(context.category, "kelaccount.", 11) == 0;
     QString problem;
-    if (!isOurs && type != QtDebugMsg && type != QtInfoMsg && !isOfAnEndedDaemon(text))
+    const bool isExpected = World::hasSessions() && isOfAnEndedDaemon(text);
+    if (!isOurs && type != QtDebugMsg && type != QtInfoMsg && !isExpected)
         problem = "Qt warns: "_s + text;
     else if (!SecretSearch::foundIn(text.toUtf8(), secrets()).isEmpty())
         problem = "a secret was logged: "_s + text;
