@@ -28,8 +28,9 @@ const char* const usage =
        kelaccount-schedules --row "STEPS"
 
 Runs the schedules of N seeds (1000) from SEED (1) on, those of FILE before: a row of steps on each line, "#" begins a
-comment. --row runs one, so often as --count says. --show writes each down before it is run, --log what is logged. kelaccount-session-schedules
-is the same with sign-on daemon and plugin, inside the emulator; with --bus-ends, the last of them loses its bus.
+comment. --row runs one, so often as --count says. --show writes each down before it is run, --log what is logged.
+kelaccount-session-schedules is the same with sign-on daemon and plugin, inside the emulator; with --bus-ends, the last
+of them loses its bus.
 )";
 
 std::array<char, 8192> underWay; // for the handler of a crash
