@@ -180,8 +180,9 @@ private Q_SLOTS:
         QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
     }
 
-    /// What the framework does with it in the end is nobody's any more.
-    void anAccountThatIsGivenUpIsReportedOnce()
+    /// Nor does the framework store it when the database is free again, whatever the application
+    /// does with the answer.
+    void anAccountThatIsGivenUpIsReportedOnceAndNeverStored()
     {
         QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
         QVERIFY(create() > 0); // so that the database is there
@@ -201,6 +202,48 @@ private Q_SLOTS:
         QCOMPARE(mConfigure->configureAccount("n"_s, 1), 0);
         loop.exec();
         QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{false}}));
+        QCOMPARE(mSandbox.accounts("select name from accounts"_s),
+                 QList<QVariantList>({{"The Name"_s}}));
+    }
+
+    void aRemovalThatIsGivenUpIsNotDoneLater()
+    {
+        QVERIFY(create("n"_s, 7) > 0);
+        const MessageLog log;
+        auto lock = std::make_unique<SqliteLock>(mSandbox.session().path("accounts/accounts.db"_s));
+        QVERIFY(lock->isHeld());
+        mConfigure->setAccountTimeout(100);
+        QEventLoop loop;
+        mConfigure->removeAccount(7, [&lock, &loop] {
+            lock.reset();
+            QEventLoop box;
+            QTimer::singleShot(500, &box, &QEventLoop::quit);
+            box.exec();
+            loop.quit();
+        });
+        loop.exec();
+        QCOMPARE(log.all().filter("could not be removed"_s).size(), 1);
+        QVERIFY(mConfigure->isKelAccountPresent());
+    }
+
+    /// The framework writes at once and says so from the event loop.
+    void whatIsWrittenIsWrittenHoweverLateTheEventLoopIs()
+    {
+        constexpr int patienceMs = 1;
+        mConfigure->setAccountTimeout(patienceMs);
+        QSignalSpy reports(mConfigure.get(), &KelConfigure::configureAccountStatus);
+        QCOMPARE(mConfigure->configureAccount("n"_s, 7), 0);
+        QThread::msleep(2 * patienceMs);
+        QVERIFY(waitUntil([&reports] { return !reports.isEmpty(); }));
+        QCOMPARE(QList<QVariantList>(reports), QList<QVariantList>({{true}}));
+        QVERIFY(mConfigure->isKelAccountPresent());
+        const MessageLog log;
+        bool isOver = false;
+        mConfigure->removeAccount(7, [&isOver] { isOver = true; });
+        QThread::msleep(2 * patienceMs);
+        QVERIFY(waitUntil([&isOver] { return isOver; }));
+        QCOMPARE(log.all().filter(QRegularExpression("^[WC] "_s)), QStringList());
+        QVERIFY(!mConfigure->isKelAccountPresent());
     }
 
     // What is heard of an account comes from outside of Qt's loop.

@@ -8,6 +8,7 @@
 #include <Accounts/Manager>
 
 #include <QAbstractEventDispatcher>
+#include <QPointer>
 #include <QTimer>
 
 #include <algorithm>
@@ -56,20 +57,22 @@ bool runsGlib()
 }
 
 // One account on its way into the database, or out of it. Reports once: the account's own outcome
-// or, without one in time, a failure. Everything of it ends with that, while the account itself
-// lives on for as long as the application stays in the slot of its answer.
+// or, without one in time, what has become of it until then. Everything of it ends with that, while
+// it lives on for as long as the application stays in the slot of its answer.
 class Storing : public QObject
 {
 public:
     Storing(Accounts::Account* account, int timeoutMs, std::function<void(bool)> stored)
-        : QObject(account), mAccount(account), mStored(std::move(stored)), mGuard(this), mGlib(this)
+        : QObject(account->manager()), mAccount(account), mIdBefore(account->id()),
+          mStored(std::move(stored)), mGuard(this), mGlib(this)
     {
+        connect(account, &Accounts::Account::removed, this, [this] { mIsRemoved = true; });
         connect(account, &Accounts::Account::synced, this, [this] { finish(true); });
         connect(account, &Accounts::Account::error, this, [this](Accounts::Error error) {
             qCCritical(logConfigure, "The account was not stored: accounts error %d", error.type());
             finish(false);
         });
-        connect(&mGuard, &QTimer::timeout, this, &Storing::giveUp);
+        connect(&mGuard, &QTimer::timeout, this, &Storing::endInTime);
         mGuard.start(timeoutMs);
         // The framework writes from callbacks of GLib's loop. Where the application's event loop
         // does not run that, it is run from here, a little at a time.
@@ -84,23 +87,36 @@ public:
     }
 
 private:
-    void giveUp()
+    // The framework numbers an account, and says that it is removed, as it writes. That it has
+    // written it says later, after the guard where the application has kept the event loop waiting.
+    bool isWritten() const { return mIsRemoved || mAccount->id() != mIdBefore; }
+
+    void endInTime()
     {
-        qCCritical(logConfigure, "The accounts database did not take the account in time");
-        disconnect(mAccount, nullptr, mAccount, nullptr);
-        mAccount->deleteLater(); // which takes it back from the framework
-        finish(false);
+        const bool written = isWritten();
+        if (!written)
+            qCCritical(logConfigure, "The accounts database did not take the account in time");
+        // Which takes it back from the framework: it would write it as soon as it can, also while
+        // the application stays in the slot of the answer.
+        disconnect(mAccount, nullptr, this, nullptr);
+        delete mAccount;
+        finish(written);
     }
 
     void finish(bool ok)
     {
-        disconnect(mAccount, nullptr, this, nullptr);
+        if (mAccount)
+            disconnect(mAccount, nullptr, this, nullptr);
         mGuard.stop();
         mGlib.stop();
-        mStored(ok);
+        // This object may be gone when it returns.
+        const auto stored = std::move(mStored);
+        stored(ok);
     }
 
-    Accounts::Account* mAccount;
+    QPointer<Accounts::Account> mAccount;
+    Accounts::AccountId mIdBefore; // 0 for one that is new
+    bool mIsRemoved = false;
     std::function<void(bool)> mStored;
     QTimer mGuard;
     QTimer mGlib;
