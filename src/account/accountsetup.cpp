@@ -170,6 +170,10 @@ void AccountSetUp::perform(Action action, Event event, int status)
     case Action::RemoveAllUnseen:
         mSteps->takeAllBack(std::exchange(mCredentialsId, 0), nullptr);
         return;
+    case Action::RemoveUnlessStored:
+        if (!mSteps->hasAccount())
+            mSteps->takeBack(std::exchange(mCredentialsId, 0), nullptr);
+        return;
     }
 }
 

@@ -53,9 +53,10 @@ constexpr Transition table[eventCount][stateCount] = {
 /* TakenBack */     {none(idle), none(stor), none(anno), none(open), none(aski), none(rese), none(crea), {A::Answer, idle}, none(stov), none(crev)},
 /* Withdrawn */     {none(idle), {A::Ignore, stov}, none(anno), {A::TakeBack, back}, {A::TakeBack, back}, {A::TakeBack, back}, {A::Ignore, crev}, none(back), none(stov), none(crev)},
 /* Unheard */       {{A::TakeAllBack, back}, none(stor), none(anno), none(open), none(aski), none(rese), none(crea), none(back), none(stov), none(crev)},
-// The store removes by itself what comes for nobody, and so does a removal. An account that the
-// framework has been given needs its credentials, or has to go with them.
-/* Abandoned */     {none(idle), {A::Ignore, idle}, {A::Ignore, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::Ignore, idle}, {A::Ignore, idle}, {A::Ignore, idle}, {A::RemoveAllUnseen, idle}},
+// The store removes by itself what comes for nobody, and so does a removal. An account that is in
+// the database needs its credentials, or has to go with them; one that still waits for it never
+// gets there.
+/* Abandoned */     {none(idle), {A::Ignore, idle}, {A::Ignore, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnseen, idle}, {A::RemoveUnlessStored, idle}, {A::Ignore, idle}, {A::Ignore, idle}, {A::RemoveAllUnseen, idle}},
 };
 // clang-format on
 

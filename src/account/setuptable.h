@@ -65,8 +65,9 @@ enum class Action {
     TakeBack,
     TakeAllBack, ///< the account on the device, too
     Answer,
-    RemoveUnseen,    ///< nobody is there any more to hear of it
-    RemoveAllUnseen, ///< nor of this
+    RemoveUnseen,       ///< nobody is there any more to hear of it
+    RemoveAllUnseen,    ///< nor of this
+    RemoveUnlessStored, ///< RemoveUnseen, where the account is not in the database
 };
 Q_ENUM_NS(Action)
 

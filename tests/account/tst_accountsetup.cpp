@@ -43,6 +43,7 @@ struct FakeSteps : public SetUpSteps
     std::function<void()> onTakenBack;
     bool stores = true;
     bool isHeard = true;
+    bool isOnDevice = false;
 
     bool store(const QString& /*name*/, const QString& /*password*/) override
     {
@@ -60,7 +61,7 @@ struct FakeSteps : public SetUpSteps
     bool hasAccount() override
     {
         calls.append("look"_s);
-        return false;
+        return isOnDevice;
     }
     bool createAccount(quint32 id, const SignOn::SessionData& /*data*/) override
     {
@@ -121,6 +122,8 @@ QString firstStepOf(State state, Action action)
         return "remove unseen 7"_s;
     case Action::RemoveAllUnseen:
         return "remove all unseen 7"_s;
+    case Action::RemoveUnlessStored:
+        return "look"_s;
     case Action::Reserve: // the accounts are another's
     case Action::Wait:
     case Action::Complain:
@@ -253,6 +256,19 @@ private Q_SLOTS:
         QCOMPARE(mSetUp->state(), State::Idle);
         QCOMPARE(mSetUp->sessionCredentials(), 0U);
         QVERIFY(!mSetUp->hasReturned(credentials));
+    }
+
+    void anAccountThatIsAbandonedKeepsItsCredentials()
+    {
+        for (const bool isStored : {false, true}) {
+            init();
+            at(State::Creating, [this, isStored] {
+                mSteps->isOnDevice = isStored;
+                mSetUp->handle(Event::Abandoned);
+            });
+            const QStringList kept = {"look"_s};
+            QCOMPARE(mSteps->calls, isStored ? kept : kept + QStringList("remove unseen 7"_s));
+        }
     }
 
     void aSuccessThatNobodyHearsOfIsTakenBack()
