@@ -81,6 +81,11 @@ class RegistrationInfo;
 /// ErrorUnabletoSendRequest (1002) for requestPasswordReset() and retrieveSecurityQuestionList(),
 /// which check none. All other characters are sent; but a user's name of a dot and one character
 /// more, such as ".a", cannot be by the operations about a forgotten password (1002).
+///
+/// What goes through the device's sign-on daemon cannot be of any length. The values of one
+/// registerAccount(), changePassword(), updateSecurityQuestion() or userIdUpdate() may have some
+/// 900 characters together, and a password to set an account up with 1,500; beyond that it is
+/// ErrorInvalidParameter (1001), and the service is told nothing.
 class KELACCOUNT_EXPORT KelAccounts : public QObject
 {
     Q_OBJECT

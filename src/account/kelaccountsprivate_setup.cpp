@@ -14,6 +14,18 @@ using namespace KelRestHandler;
 
 namespace KelAccount {
 
+namespace {
+
+// The daemon hands the plugin a request of up to 4 kB together with the stored password and what
+// the plugin keeps. With a longer one no operation of the account would reach the plugin.
+bool isPassword(const QString& text)
+{
+    constexpr int mostCharacters = 1500;
+    return !text.isEmpty() && text.size() <= mostCharacters;
+}
+
+} // namespace
+
 void KelAccountsPrivate::createSetUpAndSignOut()
 {
     auto steps = std::make_unique<DeviceSetUpSteps>(
@@ -39,14 +51,14 @@ void KelAccountsPrivate::signInAndConfigure(const QString& userName, const QStri
                                             bool configureOnDb)
 {
     const OpenCall call = newCall(ResponseSignInAndConfigure);
-    if (!isRefused(call, setUpRefusal(!userName.isEmpty() && !password.isEmpty())))
+    if (!isRefused(call, setUpRefusal(!userName.isEmpty() && isPassword(password))))
         mSetUp->begin(call, AccountSetUp::SignIn, userName, password, configureOnDb);
 }
 
 void KelAccountsPrivate::registerAccount(const RegistrationInfo& info, bool configureOnDb)
 {
     const OpenCall call = newCall(ResponseRegisterAccount);
-    if (isRefused(call, setUpRefusal(isComplete(info))) ||
+    if (isRefused(call, setUpRefusal(isComplete(info) && isPassword(info.password()))) ||
         !mService.loadServiceTag(call, ServiceTagOperation::registration))
         return;
     updateRegisterInfoData(info, &mRegistrationInfoData);

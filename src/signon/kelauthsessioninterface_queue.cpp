@@ -29,6 +29,24 @@ bool saysPluginEnded(int error)
            error == SignOn::Error::Runtime;
 }
 
+/// The daemon loses a request of more than 4 kB, together with what the plugin has it keep, which
+/// may take as much again.
+constexpr int mostBytes = 2048;
+
+int bytesOf(const SignOn::SessionData& data)
+{
+    int bytes = 0;
+    const QStringList names = data.propertyNames();
+    for (const QString& name : names) {
+        const QVariant value = data.getProperty(name);
+        const int characters = name.size() + (value.userType() == QMetaType::QByteArray
+                                                  ? value.toByteArray().size() / 2
+                                                  : value.toString().size());
+        bytes += characters * int(sizeof(QChar));
+    }
+    return bytes;
+}
+
 void recordOf(quint64 caller, FlightRecord::Moment moment, int status = 0)
 {
     if (caller != 0)
@@ -47,6 +65,12 @@ void KelAuthSessionInterface::enQueueRequestToAuthPlugin(const ZorAuthSessionDat
     request.sessionNumber = mSessionNumber;
     request.caller = mCaller;
     recordOf(mCaller, FlightRecord::Moment::Queued);
+    // A session that does not open is told of by who opens it.
+    if (type != InitialiseRequest && bytesOf(request.sessionData) > mostBytes) {
+        qCCritical(logSignon, "A request with values that are too long for the sign-on daemon");
+        answerLater({type, mCaller}, ErrorInvalidParameter);
+        return;
+    }
     if (mCurrentRequest == NoRequest) {
         setCurrent({type, mCaller});
         sendRequest(request);

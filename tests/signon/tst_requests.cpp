@@ -406,6 +406,27 @@ private Q_SLOTS:
         QCOMPARE(mSandbox.mechanisms(), QStringList("initialise"_s));
     }
 
+    // The daemon answers some of them by "unknown", some by nothing, and hands some over.
+    void whatTheDaemonWouldLoseIsRefused()
+    {
+        QVERIFY(open());
+        const QString longText(1000, QLatin1Char('x'));
+        KelRestHandler::RegistrationInfoData registration;
+        registration.password = longText;
+        mInterface->changePassword("old"_s, longText);
+        mInterface->setSecurityQuestion("1"_s, longText);
+        mInterface->userIdUpdate(longText);
+        mInterface->registerAccount(&registration);
+        QCOMPARE(mAnswers, QStringList());
+        QVERIFY(waitForAnswers(4));
+        QCOMPARE(mAnswers, QStringList({"changePassword 1001"_s, "setSecurityQuestion 1001"_s,
+                                        "userIdUpdate 1001"_s, "registerAccount 1001"_s}));
+        QCOMPARE(mSandbox.mechanisms(), QStringList("initialise"_s));
+        mInterface->changePassword("old"_s, longText.left(500));
+        QVERIFY(waitForAnswers(5));
+        QCOMPARE(mAnswers.last(), "changePassword 0"_s);
+    }
+
     void nothingSecretIsLogged()
     {
         QLoggingCategory::setFilterRules("*=true"_s);
