@@ -15,6 +15,7 @@
 #include "support/liveobjects.h"
 
 #include <kelaccount/client.h>
+#include <kelaccount/flightrecorder.h>
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -33,7 +34,8 @@ namespace Matrix {
 
 namespace {
 
-constexpr int patienceMs = 60000;
+// What the guard ends is answered, and says so.
+constexpr int patienceMs = longGuardMs + 30000;
 constexpr int pointCount = 40;
 constexpr int portionsOfARound = 20; ///< of which one meets a fault
 constexpr int wellSlot = 0;
@@ -128,9 +130,11 @@ public:
                 if (!round(portion, well, true, ask))
                     return false;
             }
-            setFault(slot, all.at(static_cast<int>(mRounds++ % all.size())));
+            mFault = all.at(static_cast<int>(mRounds++ % all.size()));
+            setFault(slot, mFault);
             const bool isAnswered = round(portion, faulty, false, ask);
             setFault(slot, 0);
+            mFault = 0;
             // The service ends the connections that have met a fault.
             if (&well == &faulty)
                 waitForConnectionsToEnd(slot);
@@ -172,7 +176,7 @@ private:
             ask(who, mCalls++);
         return isAnswered(who, portion) && (!isToBeWell || isWell(who));
     }
-    static bool isAnswered(const Application& who, int count)
+    bool isAnswered(const Application& who, int count) const
     {
         QElapsedTimer since;
         since.start();
@@ -182,7 +186,11 @@ private:
             QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
         if (who.answers() == count)
             return true;
-        std::fprintf(stderr, "of %d calls %d were answered\n", count, who.answers());
+        std::fprintf(
+            stderr, "of %d calls %d were answered%s%s; what is known of the last ones:\n%s\n",
+            count, who.answers(), mFault ? " at the fault " : "",
+            mFault ? faults()[static_cast<size_t>(mFault)].name.c_str() : "",
+            KelAccount::flightRecording(KelAccount::RecordingFormat::TraceEvents).constData());
         return false;
     }
     static bool isWell(const Application& who)
@@ -223,6 +231,7 @@ private:
     }
 
     const QString mKind;
+    int mFault = 0; ///< under which is asked
     QElapsedTimer mSince;
     qint64 mCalls = 0;
     qint64 mFaults = 0;
