@@ -9,7 +9,7 @@
 
 namespace KelAccount {
 
-/// What the plugin is asked for. The values index the table of answers.
+/// What the plugin is asked for. The values are fixed; which answer belongs to which is a switch.
 enum KelAccountRequestType : int {
     InitialiseRequest = 0,
     SignInRequest = 1,
