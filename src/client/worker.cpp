@@ -24,7 +24,7 @@ Worker::Worker(std::shared_ptr<HandOver> handOver)
 
 Worker::~Worker()
 {
-    mHandOver->setClientsBell(nullptr);
+    // The bell goes, too. Who ends this thread has ended the hand-over before, which rings no more.
     mAccounts.disconnect(&mBell);
     // What was taken back before the end is taken back, though nobody may have heard of it yet.
     for (auto order = mHandOver->takeOrder(); order.kind != HandOver::Order::Nothing;

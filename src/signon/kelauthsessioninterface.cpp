@@ -65,7 +65,6 @@ KelAuthSessionInterface::KelAuthSessionInterface(QObject* parent)
 // its time, on the same thread, and a process that ends with it needs neither.
 void KelAuthSessionInterface::startDaemon()
 {
-    watchDaemon();
     if (!QDBusConnection::sessionBus().isConnected())
         return;
     ensureSignOnDaemon(this, openingTimeoutMs, [](bool running) {

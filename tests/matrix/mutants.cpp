@@ -112,7 +112,8 @@ QString Mutants::section() const
         "One line of the code is changed at a time: a comparison is turned round, a bound moved "
         "by one, \"and\" made \"or\", a constant, a text or a sign another, a statement left "
         "out. What is changed is drawn by a seed. The tests of the folder are built and run, and "
-        "have to fail; what does not compile is not counted. The commit is that of the lines; "
+        "have to fail; what does not compile is not counted, nor is a line that has been taken out "
+        "since. The commit is that of the lines; "
         "what survived there was tried again with the tests that were written for it.\n\n"
         "| Folder | Tests | Seed | Changes | Noticed | | Tried |\n"
         "|---|---|---:|---:|---:|---:|---|\n"_s;
