@@ -83,8 +83,9 @@ class RegistrationInfo;
 /// more, such as ".a", cannot be by the operations about a forgotten password (1002).
 ///
 /// What goes through the device's sign-on daemon cannot be of any length. The values of one
-/// registerAccount(), changePassword(), updateSecurityQuestion() or userIdUpdate() may have some
-/// 900 characters together, and a password to set an account up with 1,500; beyond that it is
+/// changePassword(), updateSecurityQuestion() or userIdUpdate() may have some 900 characters
+/// together, a password to sign in with 1,500, and the values of a registration some 1,500, its
+/// password counting twice, less half of the bytes of the device's service tag; beyond that it is
 /// ErrorInvalidParameter (1001), and the service is told nothing.
 class KELACCOUNT_EXPORT KelAccounts : public QObject
 {

@@ -133,6 +133,8 @@ private Q_SLOTS:
     void processBusLoss();
 
 private:
+    void enqueue(const ZorKeLSignOn::ZorAuthSessionData& record, const QString& mechanism,
+                 KelAccountRequestType type, int mostBytes);
     void startDaemon();
     void watchDaemon();
     bool areCredentialsGone();

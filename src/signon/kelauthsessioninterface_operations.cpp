@@ -12,6 +12,18 @@ using ZorKeLSignOn::ZorAuthSessionPrivateData;
 
 namespace KelAccount {
 
+namespace {
+
+// A service tag alone may take more than what others send. Of somebody new the plugin keeps
+// nothing; but the daemon adds the password, two bytes a character.
+int mostBytesOf(const KelRestHandler::RegistrationInfoData& registration)
+{
+    constexpr int mostBytes = 3500;
+    return mostBytes - registration.password.size() * int(sizeof(QChar));
+}
+
+} // namespace
+
 void KelAuthSessionInterface::addCommonKeys(ZorAuthSessionData& record) const
 {
     record.setConsumerKey(mConsumerKey);
@@ -67,8 +79,8 @@ void KelAuthSessionInterface::registerAccount(
     addCommonKeys(record);
     record.setRegistrationData(*registration);
     record.setManualSignIn(true);
-    enQueueRequestToAuthPlugin(record, QStringLiteral("privateMechanism_registerAccount"),
-                               RegisterRequest);
+    enqueue(record, QStringLiteral("privateMechanism_registerAccount"), RegisterRequest,
+            mostBytesOf(*registration));
 }
 
 void KelAuthSessionInterface::changePassword(const QString& oldPassword, const QString& newPassword)

@@ -12,6 +12,7 @@
 
 #include <QEventLoop>
 
+#include <limits>
 #include <utility>
 
 using ZorKeLSignOn::ZorAuthSessionData;
@@ -31,7 +32,7 @@ bool saysPluginEnded(int error)
 
 /// The daemon loses a request of more than 4 kB, together with what the plugin has it keep, which
 /// may take as much again.
-constexpr int mostBytes = 2048;
+constexpr int mostBytesOfAUser = 2048;
 
 int bytesOf(const SignOn::SessionData& data)
 {
@@ -59,14 +60,22 @@ void KelAuthSessionInterface::enQueueRequestToAuthPlugin(const ZorAuthSessionDat
                                                          const QString& mechanism,
                                                          KelAccountRequestType type)
 {
+    // A session that does not open is told of by who opens it.
+    const bool isOpening = type == InitialiseRequest;
+    enqueue(record, mechanism, type,
+            isOpening ? std::numeric_limits<int>::max() : mostBytesOfAUser);
+}
+
+void KelAuthSessionInterface::enqueue(const ZorAuthSessionData& record, const QString& mechanism,
+                                      KelAccountRequestType type, int mostBytes)
+{
     RequestData request(record, mechanism, type);
     request.sessionData.setConsumerKey(mConsumerKey);
     request.sessionData.setConsumerSecret(mConsumerSecret);
     request.sessionNumber = mSessionNumber;
     request.caller = mCaller;
     recordOf(mCaller, FlightRecord::Moment::Queued);
-    // A session that does not open is told of by who opens it.
-    if (type != InitialiseRequest && bytesOf(request.sessionData) > mostBytes) {
+    if (bytesOf(request.sessionData) > mostBytes) {
         qCCritical(logSignon, "A request with values that are too long for the sign-on daemon");
         answerLater({type, mCaller}, ErrorInvalidParameter);
         return;

@@ -412,7 +412,7 @@ private Q_SLOTS:
         QVERIFY(open());
         const QString longText(1000, QLatin1Char('x'));
         KelRestHandler::RegistrationInfoData registration;
-        registration.password = longText;
+        registration.password = QString(1500, QLatin1Char('x'));
         mInterface->changePassword("old"_s, longText);
         mInterface->setSecurityQuestion("1"_s, longText);
         mInterface->userIdUpdate(longText);
@@ -425,6 +425,24 @@ private Q_SLOTS:
         mInterface->changePassword("old"_s, longText.left(500));
         QVERIFY(waitForAnswers(5));
         QCOMPARE(mAnswers.last(), "changePassword 0"_s);
+    }
+
+    void aRegistrationHasRoomForItsTag()
+    {
+        QVERIFY(open());
+        KelRestHandler::RegistrationInfoData registration;
+        registration.password = "password"_s;
+        registration.serviceTag = QByteArray(3000, 'x');
+        mInterface->registerAccount(&registration);
+        QVERIFY(waitForAnswers(1));
+        QCOMPARE(mSandbox.requests().at(1).data.value("RegistrationData"_s).toByteArray(),
+                 KelRestHandler::serializeRegistration(registration));
+        // Within the bound by itself, and not with what the daemon has for the plugin besides.
+        registration.password = QString(300, QLatin1Char('x'));
+        mInterface->registerAccount(&registration);
+        QVERIFY(waitForAnswers(2));
+        QCOMPARE(mAnswers, QStringList({"registerAccount 0"_s, "registerAccount 1001"_s}));
+        QCOMPARE(mSandbox.requests().size(), 2);
     }
 
     void nothingSecretIsLogged()
