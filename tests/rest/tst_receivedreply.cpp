@@ -67,7 +67,7 @@ private Q_SLOTS:
         const QDateTime now(QDate(1994, 11, 15), QTime(8, 0), Qt::UTC);
         const QByteArray date = "Tue, 15 Nov 1994 08:12:31";
         QCOMPARE(retryAfterSeconds(date + " GMT", now), 751);
-        for (const int position : {0, 3, date.size()}) {
+        for (const int position : {0, 3, static_cast<int>(date.size())}) {
             const QByteArray value = QByteArray(date).insert(position, '\0') + " GMT";
             QCOMPARE(retryAfterSeconds(value, now), -1);
         }
