@@ -10,6 +10,8 @@
 #include <QtEndian>
 #include <QTest>
 
+#include <limits>
+
 using namespace KelRestHandler;
 
 namespace {
@@ -40,12 +42,17 @@ QByteArray number32(int value)
     return bytes;
 }
 
-// An icon that claims 16 x 16 pixels and holds the picture.
-QByteArray iconWith(const QByteArray& picture)
+// An icon that claims 16 x 16 pixels and holds the picture, said to be so long.
+QByteArray iconWith(const QByteArray& picture, int length)
 {
     constexpr int headerLength = 22;
     return number16(0) + number16(1) + number16(1) + QByteArray("\x10\x10\0\0", 4) + number16(1) +
-           number16(32) + number32(picture.size()) + number32(headerLength) + picture;
+           number16(32) + number32(length) + number32(headerLength) + picture;
+}
+
+QByteArray iconWith(const QByteArray& picture)
+{
+    return iconWith(picture, picture.size());
 }
 
 // One frame of 10 x 10 pixels on a screen of the given size.
@@ -133,6 +140,30 @@ private Q_SLOTS:
         QCOMPARE(log.all().size(), 1);
         if (!qtRefused)
             QCOMPARE(log.all(), QStringList("W "_s + QLatin1String(tooLarge)));
+    }
+
+    // Room for what it claims would be taken first: two gigabytes for fifty bytes, or none, which
+    // ends an application.
+    void anIconThatClaimsMoreThanItHasIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        const QByteArray png = encoded("png", 64, 32);
+        row("two gigabytes", iconWith(png, std::numeric_limits<int>::max()));
+        row("four", iconWith(png, -1));
+        row("a cursor", iconWith(png, 1'000'000).replace(2, 2, number16(2)));
+        // The second of two.
+        const QByteArray icon = iconWith(png);
+        row("the second", icon.left(4) + number16(2) + icon.mid(6, 16) +
+                              iconWith(png, 1'000'000).mid(6, 16) + png);
+    }
+    void anIconThatClaimsMoreThanItHasIsNone()
+    {
+        QFETCH(QByteArray, bytes);
+        const MessageLog log;
+        QCOMPARE(sizeOf(bytes), QSize(0, 0));
+        QCOMPARE(
+            log.all(),
+            QStringList("W A captcha picture that claims more bytes than it has is not decoded"_s));
     }
 
     void whatIsNoPictureIsNone_data()

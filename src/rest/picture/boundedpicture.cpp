@@ -53,10 +53,37 @@ qint64 pixelsOfScreen(const QByteArray& bytes)
                   qFromLittleEndian<quint16>(size + sizeof(quint16)));
 }
 
+// An icon, or a cursor, lists its pictures, and room for one is taken before any of it is read.
+bool listsMoreThanThereIs(const QByteArray& bytes)
+{
+    constexpr int headerLength = 6;
+    constexpr int countOffset = 4;
+    constexpr int entryLength = 16;
+    constexpr int lengthOffset = 8;
+    const bool isList = bytes.startsWith(QByteArray::fromRawData("\0\0\1\0", countOffset)) ||
+                        bytes.startsWith(QByteArray::fromRawData("\0\0\2\0", countOffset));
+    if (!isList || bytes.size() < headerLength)
+        return false;
+    const int count = qFromLittleEndian<quint16>(bytes.constData() + countOffset);
+    for (int i = 0; i < count; ++i) {
+        const qint64 entry = headerLength + qint64{i} * entryLength;
+        if (entry + entryLength > bytes.size())
+            return false;
+        const auto length = qFromLittleEndian<quint32>(bytes.constData() + entry + lengthOffset);
+        if (length > static_cast<quint64>(bytes.size()))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 QImage boundedPicture(const QByteArray& bytes)
 {
+    if (listsMoreThanThereIs(bytes)) {
+        qCWarning(logRest, "A captcha picture that claims more bytes than it has is not decoded");
+        return {};
+    }
     QBuffer buffer;
     buffer.setData(bytes);
     buffer.open(QIODevice::ReadOnly);
