@@ -69,7 +69,7 @@ start_one() { # TARGET
     mkdir -p "$build/corpus/$target"
     corpora=("$build/corpus/$target")
     [ -d "$KEL_ROOT/fuzz/corpus/$target" ] && corpora+=("$KEL_ROOT/fuzz/corpus/$target")
-    options=(-max_total_time="$seconds" -max_len=16384 -timeout=20 -rss_limit_mb=1536
+    options=(-max_total_time="$seconds" -max_len=16384 -timeout=20 -rss_limit_mb=1536 -malloc_limit_mb=256
              -print_final_stats=1 -artifact_prefix="$build/findings/$target-")
     if [ -f "$KEL_ROOT/fuzz/$target.dict" ]; then
         # With the roots of replies, which the operations name.
