@@ -94,6 +94,10 @@ struct TagOutcome
 /// A call of ObC_ServiceTag() with a buffer that it is told has 3,000 bytes.
 TagOutcome askForTag(const QByteArray& key = "some key");
 
+/// The same, until it comes to this error, or to none of those that a busy machine makes of it: a
+/// server that is started has half a second until it is looked for, and then has to answer in time.
+TagOutcome askForTagUntil(unsigned error);
+
 /// A listener on the tag server's name; -1 on failure.
 int listenAsTagServer(int backlog);
 
