@@ -10,6 +10,7 @@
 #include "rest/transport/networkreplycontainer.h"
 #include "rest/transport/serviceconnections.h"
 #include "support/fixedsigner.h"
+#include "support/patience.h"
 #include "support/scenarios.h"
 #include "support/signalrecorder.h"
 #include "support/testauthority.h"
@@ -22,6 +23,7 @@
 #include <QTimer>
 
 using namespace KelRestHandler;
+using KelTest::onABusyMachine;
 
 namespace {
 
@@ -83,7 +85,7 @@ class TestTransportScenarios : public QObject, private KelTest::Scenarios
 private Q_SLOTS:
     void init()
     {
-        mPatience = 10000;
+        mPatience = onABusyMachine;
         mClock.start();
         NetworkReplyContainer::setGuardMilliseconds(60000);
         ServiceConnections::setIdleMilliseconds(ServiceConnections::idleMilliseconds);
