@@ -50,7 +50,7 @@ bool PluginFixture::makeCaptcha(QString& id, QString& text)
             [&](int, const QPixmap&, const QString& captchaId) { id = captchaId; });
     handler.sendRetrieveCaptchaImageRequest(signer, 200, 60, key(),
                                             KelRestHandler::serverBaseAddress(server));
-    if (!waitUntil([&] { return !id.isEmpty(); }))
+    if (!waitUntil([&] { return !id.isEmpty(); }, onABusyMachine))
         return false;
     const QByteArray path = "/captchas/" + id.toLatin1();
     text = QString::fromUtf8(EmulatedService::ask("GET", path.constData()).body).trimmed();
@@ -63,7 +63,8 @@ bool PluginFixture::openSession(const QString& user, const QString& secret)
     KelAccount::KelConfigure store;
     QSignalSpy stored(&store, &KelAccount::KelConfigure::storeUserCredentialsStatus);
     store.storeUserCredentials(user, secret);
-    if (!waitUntil([&] { return !stored.isEmpty(); }) || !stored.at(0).at(0).toBool())
+    if (!waitUntil([&] { return !stored.isEmpty(); }, onABusyMachine) ||
+        !stored.at(0).at(0).toBool())
         return false;
     mIdentityId = stored.at(0).at(1).toUInt();
     mIdentity.reset(SignOn::Identity::existingIdentity(mIdentityId));
@@ -100,7 +101,7 @@ bool PluginFixture::signOutOfIdentity()
     const auto done =
         connect(mIdentity.get(), &SignOn::Identity::signedOut, this, [&] { isOut = true; });
     mIdentity->signOut();
-    waitUntil([&] { return isOut; });
+    waitUntil([&] { return isOut; }, onABusyMachine);
     disconnect(done);
     return isOut;
 }
@@ -123,10 +124,10 @@ bool PluginFixture::changeIdentity(const std::function<void(SignOn::IdentityInfo
     const auto stored = connect(mIdentity.get(), &SignOn::Identity::credentialsStored, this,
                                 [&](quint32) { isStored = true; });
     mIdentity->queryInfo();
-    if (waitUntil([&] { return known; })) {
+    if (waitUntil([&] { return known; }, onABusyMachine)) {
         change(record);
         mIdentity->storeCredentials(record);
-        waitUntil([&] { return isStored; });
+        waitUntil([&] { return isStored; }, onABusyMachine);
     }
     disconnect(asked);
     disconnect(stored);
@@ -195,7 +196,7 @@ bool PluginFixture::expire()
 
 bool PluginFixture::startPluginAgain()
 {
-    return waitUntil([this] { return process("initialise").error == 0; });
+    return waitUntil([this] { return process("initialise").error == 0; }, onABusyMachine);
 }
 
 bool PluginUserFixture::openNewUser()

@@ -3,6 +3,7 @@
 
 #include "integration/emulateddevice.h"
 #include "integration/emulatedservice.h"
+#include "support/patience.h"
 
 #include <SignOn/AuthSession>
 #include <SignOn/Error>
@@ -49,7 +50,7 @@ protected:
     /// Sends a request with the keys that the library sends with it, and `data` over them; a null
     /// value takes a key out.
     void send(const char* mechanism, const QVariantMap& data = {});
-    Outcome wait(int timeoutMs = 20000);
+    Outcome wait(int timeoutMs = KelTest::onABusyMachine);
     Outcome process(const char* mechanism, const QVariantMap& data = {});
     /// The same as a text, with the numbers of what the service has been asked: "0: 1 22".
     QString told(const char* mechanism, const QVariantMap& data = {});

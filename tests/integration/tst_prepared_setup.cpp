@@ -9,6 +9,7 @@
 
 #include <kelaccount/client.h>
 
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -81,38 +82,42 @@ private Q_SLOTS:
 
     void aSignInCostsOneRoundTripInTheProcessThatWasPrepared()
     {
-        const auto client = newClient();
-        QVERIFY(prepares(*client));
-        const QList<pid_t> plugins = pluginProcesses();
-        QCOMPARE(plugins.size(), 1);
-        const int connections = counted("connections");
-        const int before = counted("roundTrips");
-        QCOMPARE(signIn(*client), 0);
-        QCOMPARE(counted("roundTrips") - before, 1);
-        QCOMPARE(counted("connections"), connections);
-        QCOMPARE(pluginProcesses(), plugins);
+        beforeItIsRenewed([this](QElapsedTimer& sincePrepared) {
+            const auto client = newClient();
+            const bool isPrepared = prepares(*client, 2, &sincePrepared);
+            const QList<pid_t> plugins = pluginProcesses();
+            const int connections = counted("connections");
+            const int before = counted("roundTrips");
+            const int status = signIn(*client);
+            return isPrepared && plugins.size() == 1 && status == 0 &&
+                   counted("roundTrips") - before == 1 && counted("connections") == connections &&
+                   pluginProcesses() == plugins;
+        });
         expectComplete();
     }
 
     void aRegistrationDoesSoToo()
     {
-        const auto client = newClient();
-        KelAccount::Captcha captcha;
-        QCOMPARE(statusOf(client->retrieveCaptchaImage(200, 80), &captcha), 0);
-        const QByteArray path = "/captchas/" + captcha.id.toUtf8();
-        KelAccount::Registration form;
-        form.emailAddress = mUser + "@example.org"_s;
-        form.password = "s3cret-walk"_s;
-        form.dateOfBirth = QDate(1990, 2, 28);
-        form.country = "FI"_s;
-        form.language = "en"_s;
-        form.captchaId = captcha.id;
-        form.captchaText = QString::fromUtf8(EmulatedService::ask("GET", path).body).trimmed();
-        // The one in this process is there from the captcha on.
-        QVERIFY(prepares(*client, 1));
-        const int before = counted("roundTrips");
-        QCOMPARE(statusOf(client->registerAccount(form)), 0);
-        QCOMPARE(counted("roundTrips") - before, 1);
+        beforeItIsRenewed([this](QElapsedTimer& sincePrepared) {
+            const auto client = newClient();
+            KelAccount::Captcha captcha;
+            sincePrepared.start();
+            const bool isThere = statusOf(client->retrieveCaptchaImage(200, 80), &captcha) == 0;
+            const QByteArray path = "/captchas/" + captcha.id.toUtf8();
+            KelAccount::Registration form;
+            form.emailAddress = mUser + "@example.org"_s;
+            form.password = "s3cret-walk"_s;
+            form.dateOfBirth = QDate(1990, 2, 28);
+            form.country = "FI"_s;
+            form.language = "en"_s;
+            form.captchaId = captcha.id;
+            form.captchaText = QString::fromUtf8(EmulatedService::ask("GET", path).body).trimmed();
+            // The one in this process is there from the captcha on.
+            const bool isPrepared = isThere && prepares(*client, 1);
+            const int before = counted("roundTrips");
+            return isPrepared && statusOf(client->registerAccount(form)) == 0 &&
+                   counted("roundTrips") - before == 1;
+        });
         expectComplete();
     }
 
@@ -139,15 +144,17 @@ private Q_SLOTS:
 
     void onADeviceWithAnAccountThereIsNoPluginToPrepare()
     {
-        const auto client = newClient();
-        QCOMPARE(signIn(*client), 0);
-        const QList<pid_t> plugins = pluginProcesses();
-        const auto another = newClient();
-        const int connections = counted("connections");
-        another->prepare();
-        QCOMPARE(statusOf(another->isUserIdAvailable("bob"_s)), 0);
-        QCOMPARE(counted("connections"), connections + 1);
-        QCOMPARE(pluginProcesses(), plugins);
+        beforeItIsRenewed([this](QElapsedTimer& sincePrepared) {
+            const auto client = newClient();
+            const bool isSignedIn = signIn(*client) == 0;
+            const QList<pid_t> plugins = pluginProcesses();
+            const auto another = newClient();
+            const int connections = counted("connections");
+            sincePrepared.start();
+            another->prepare();
+            return isSignedIn && statusOf(another->isUserIdAvailable("bob"_s)) == 0 &&
+                   counted("connections") == connections + 1 && pluginProcesses() == plugins;
+        });
     }
 
     void withoutItNoPluginIsStartedBeforeTheSetUp()
@@ -208,7 +215,8 @@ private Q_SLOTS:
         QVERIFY(prepares(*client));
         const auto another = newClient();
         QVERIFY(prepares(*another));
-        QCOMPARE(pluginProcesses().size(), 2);
+        // What is renewed meanwhile is counted, too.
+        QVERIFY(waitUntil([] { return pluginProcesses().size() == 2; }, onABusyMachine));
         QCOMPARE(signIn(*client), 0);
         QCOMPARE(signIn(*another), int(KelAccount::ErrorAccountAlreadyPresent));
         expectComplete();
@@ -262,10 +270,32 @@ private Q_SLOTS:
     }
 
 private:
+    /// What is prepared is made anew after 3 s, which counts as well. So what does not hold because
+    /// a busy machine took longer than that is tried again.
+    template <class Holds>
+    void beforeItIsRenewed(Holds holds)
+    {
+        constexpr int renewedAfterMs = 3000;
+        constexpr int times = 10;
+        for (int i = 0; i < times; ++i) {
+            QElapsedTimer sincePrepared;
+            sincePrepared.start();
+            if (holds(sincePrepared))
+                return;
+            QVERIFY(sincePrepared.hasExpired(renewedAfterMs));
+            cleanup();
+            init();
+        }
+        QFAIL("This machine was never quick enough.");
+    }
+
     /// Whether both stand: one in this process and one in the plugin's.
-    static bool prepares(Client& client, int connections = 2)
+    static bool prepares(Client& client, int connections = 2,
+                         QElapsedTimer* sincePrepared = nullptr)
     {
         const int before = counted("handshakes");
+        if (sincePrepared)
+            sincePrepared->start();
         client.prepare();
         return QTest::qWaitFor([&] { return counted("handshakes") >= before + connections; },
                                onABusyMachine);

@@ -43,6 +43,7 @@ struct PluginRequest
     QVariantMap data = {};
     qint64 processId = 0;
     bool cancelled = false; ///< an entry of its own: not a request but its cancellation
+    bool isBeside = false;  ///< the plugin had not done with the one before
 };
 
 inline QDataStream& operator<<(QDataStream& stream, const PluginStep& step)
@@ -67,12 +68,14 @@ inline QDataStream& operator>>(QDataStream& stream, PluginScript& script)
 
 inline QDataStream& operator<<(QDataStream& stream, const PluginRequest& request)
 {
-    return stream << request.mechanism << request.data << request.processId << request.cancelled;
+    return stream << request.mechanism << request.data << request.processId << request.cancelled
+                  << request.isBeside;
 }
 
 inline QDataStream& operator>>(QDataStream& stream, PluginRequest& request)
 {
-    return stream >> request.mechanism >> request.data >> request.processId >> request.cancelled;
+    return stream >> request.mechanism >> request.data >> request.processId >> request.cancelled >>
+           request.isBeside;
 }
 
 /// The requests and cancellations in the order in which they came.

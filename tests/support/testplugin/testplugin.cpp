@@ -70,7 +70,7 @@ PluginStep TestPlugin::nextStep(const QString& mechanism) const
 void TestPlugin::process(const SignOn::SessionData& data, const QString& mechanism)
 {
     const PluginStep step = nextStep(mechanism);
-    writeDown({mechanism, data.toMap(), QCoreApplication::applicationPid(), false});
+    writeDown({mechanism, data.toMap(), QCoreApplication::applicationPid(), false, mBusy});
     mBusy = true;
     mIgnoreCancel = step.action == PluginStep::IgnoreCancel;
     if (step.action == PluginStep::Hang)
@@ -91,7 +91,7 @@ void TestPlugin::process(const SignOn::SessionData& data, const QString& mechani
 
 void TestPlugin::cancel()
 {
-    writeDown({QString(), QVariantMap(), QCoreApplication::applicationPid(), true});
+    writeDown({QString(), QVariantMap(), QCoreApplication::applicationPid(), true, false});
     if (mIgnoreCancel || !mBusy)
         return;
     mBusy = false;
