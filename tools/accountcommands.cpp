@@ -7,6 +7,7 @@
 #include "tools/commandline/checks.h"
 
 #include <kelaccount/client.h>
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/registrationinfo.h>
 
 using KelAccount::KelAccounts;

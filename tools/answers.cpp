@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "answers.h"
 
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/preaccountinfo.h>
 #include <kelaccount/profileinfo.h>
 

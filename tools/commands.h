@@ -4,13 +4,15 @@
 #include "outcome.h"
 #include "tools/commandline/reader.h"
 
-#include <kelaccount/kelaccounts.h>
-
 #include <QHash>
 #include <QStringList>
 
 #include <functional>
 #include <vector>
+
+namespace KelAccount {
+class KelAccounts;
+}
 
 struct ClientSettings;
 

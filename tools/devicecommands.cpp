@@ -5,6 +5,8 @@
 #include "device/devicedescription.h"
 #include "device/deviceinfoutil.h"
 
+#include <kelaccount/kelaccounts.h>
+
 using KelAccount::KelAccounts;
 
 namespace {

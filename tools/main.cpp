@@ -8,6 +8,8 @@
 #include "waitingnote.h"
 #include "watchdog.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>

@@ -4,6 +4,8 @@
 #include "localecodes.h"
 #include "tools/commandline/checks.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QPixmap>
 
 using KelAccount::ErrorStatus;

@@ -7,6 +7,8 @@
 #include "support/allaccounts.h"
 #include "support/literals.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <Accounts/Account>
 #include <Accounts/Manager>
 
@@ -15,6 +17,12 @@
 #include <QTimer>
 
 using namespace KelTest;
+
+AccountFixture::AccountFixture(KelTest::SessionSandbox& sandbox) : mSandbox(sandbox)
+{
+}
+
+AccountFixture::~AccountFixture() = default;
 
 bool AccountFixture::reset()
 {

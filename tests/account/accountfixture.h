@@ -18,7 +18,8 @@
 class AccountFixture : public QObject
 {
 public:
-    explicit AccountFixture(KelTest::SessionSandbox& sandbox) : mSandbox(sandbox) {}
+    explicit AccountFixture(KelTest::SessionSandbox& sandbox);
+    ~AccountFixture() override;
 
 protected:
     using KelAccounts = KelAccount::KelAccounts;

@@ -12,6 +12,7 @@
 #include "support/rows.h"
 #include "support/scriptedserver.h"
 
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/registrationinfo.h>
 
 #include <QHash>

@@ -13,6 +13,9 @@
 #include "support/literals.h"
 #include "support/sessionscenarios.h"
 
+#include <kelaccount/kelaccounts.h>
+#include <kelaccount/registrationinfo.h>
+
 #include <QPixmap>
 
 #include <utility>

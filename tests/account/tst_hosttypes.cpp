@@ -7,6 +7,8 @@
 #include "signon/requestdata.h"
 #include "support/literals.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QCoreApplication>
 #include <QSignalSpy>
 

@@ -7,6 +7,7 @@
 #include "support/literals.h"
 #include "support/rows.h"
 
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
 
 #include <QPointer>

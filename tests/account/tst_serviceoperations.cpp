@@ -11,6 +11,8 @@
 #include "support/messagelog.h"
 #include "support/rows.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QCoreApplication>
 #include <QMetaMethod>
 #include <QSet>

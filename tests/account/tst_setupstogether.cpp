@@ -7,6 +7,8 @@
 #include "support/allaccounts.h"
 #include "support/literals.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <SignOn/Identity>
 
 #include <QDateTime>

@@ -8,6 +8,8 @@
 #include "support/literals.h"
 #include "support/messagelog.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QTemporaryFile>
 #include <QTest>
 

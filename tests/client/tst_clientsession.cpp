@@ -10,6 +10,7 @@
 #include "support/literals.h"
 
 #include <kelaccount/client.h>
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/profileinfo.h>
 
 #include <QElapsedTimer>

@@ -8,6 +8,8 @@
 #include "support/messagelog.h"
 #include "support/rows.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QSet>
 #include <QTest>
 

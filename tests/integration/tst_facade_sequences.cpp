@@ -10,6 +10,8 @@
 #include "support/patience.h"
 #include "support/rows.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QMap>
 #include <QRandomGenerator>
 #include <QTest>

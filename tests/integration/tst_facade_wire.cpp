@@ -12,6 +12,8 @@
 #include "support/patience.h"
 #include "support/rows.h"
 
+#include <kelaccount/kelaccounts.h>
+
 #include <QEventLoop>
 #include <QLoggingCategory>
 #include <QTest>

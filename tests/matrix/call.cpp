@@ -6,6 +6,7 @@
 #include "operations/facadecalls.h"
 
 #include <kelaccount/client.h>
+#include <kelaccount/kelaccounts.h>
 #include <kelaccount/registrationinfo.h>
 
 using namespace KelTest;

@@ -16,6 +16,7 @@
 
 #include <kelaccount/client.h>
 #include <kelaccount/flightrecorder.h>
+#include <kelaccount/kelaccounts.h>
 
 #include <QElapsedTimer>
 #include <QRegularExpression>

@@ -3,6 +3,9 @@
 
 #include "rest/restrequesthandler.h"
 
+#include <kelaccount/kelaccounts.h>
+#include <kelaccount/registrationinfo.h>
+
 #include <QMetaMethod>
 #include <QPixmap>
 

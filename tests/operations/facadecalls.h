@@ -4,15 +4,16 @@
 #include "rest/request/netrequesttype.h"
 #include "support/literals.h"
 
-#include <kelaccount/kelaccounts.h>
-#include <kelaccount/registrationinfo.h>
-
 #include <QMap>
+#include <QStringList>
 #include <QVariantList>
 #include <QVector>
 
 #include <functional>
 
+namespace KelAccount {
+class KelAccounts;
+}
 namespace KelRestHandler {
 class RESTRequestHandler;
 }
