@@ -75,6 +75,9 @@ void SessionScenarios::addWordsForProcesses()
         return all.contains(line) || (line.endsWith(QLatin1Char('*')) &&
                                       all.join(QLatin1Char('\n')).contains(line.chopped(1)));
     });
+    word("unlogged", [this](const QString& text) {
+        return !mLog->all().join(QLatin1Char('\n')).contains(text);
+    });
     word("logged-once", [this](const QString& text) {
         return mLog->all().join(QLatin1Char('\n')).count(text) == 1;
     });
