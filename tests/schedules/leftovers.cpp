@@ -6,10 +6,19 @@
 #include "support/processfacts.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QMap>
 #include <QStringList>
 #include <QThread>
+
+#include <array>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace KelTest;
 
@@ -30,6 +39,37 @@ bool isOfOthers(const QObject& object)
            name == "SignOn::PendingCall" || name == "SignOn::SignondAsyncDBusProxy";
 }
 
+/// A connection's two ends, or none for what is not of the Internet.
+QString endsOf(int descriptor)
+{
+    QStringList ends;
+    for (const auto ask : {&::getsockname, &::getpeername}) {
+        sockaddr_in address = {};
+        socklen_t size = sizeof(address);
+        if (ask(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET)
+            ends.append(QString::number(ntohs(address.sin_port)));
+    }
+    return ends.join(" to "_s);
+}
+
+/// What each descriptor is of: a file's name, or a socket's number.
+QStringList descriptors()
+{
+    QStringList all;
+    const QDir folder("/proc/self/fd"_s);
+    const QStringList names =
+        folder.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    for (const QString& name : names) {
+        std::array<char, 256> target = {};
+        if (::readlink(QFile::encodeName(folder.filePath(name)).constData(), target.data(),
+                       target.size() - 1) > 0)
+            all.append("%1 %2 %3"_s.arg(name, QString::fromLocal8Bit(target.data()),
+                                        endsOf(name.toInt())));
+    }
+    return all;
+}
+
 /// How many objects of each class there are that were made after so many others.
 QMap<QString, int> classesSince(quint64 made)
 {
@@ -44,7 +84,7 @@ QMap<QString, int> classesSince(quint64 made)
 } // namespace
 
 Leftovers::Leftovers()
-    : mObjectsBefore(LiveObjects::made()), mDescriptors(openDescriptors()), mThreads(threadsOf())
+    : mObjectsBefore(LiveObjects::made()), mDescriptors(descriptors()), mThreads(threadsOf())
 {
     if (QCoreApplication::instance())
         mClassesBefore = classesSince(0);
@@ -76,8 +116,13 @@ QString Leftovers::found() const
     QStringList all;
     if (threadsOf() > mThreads)
         all.append("%1 threads"_s.arg(threadsOf() - mThreads));
-    if (openDescriptors() > mDescriptors)
-        all.append("%1 descriptors"_s.arg(openDescriptors() - mDescriptors));
+    QStringList open = descriptors();
+    if (open.size() > mDescriptors.size()) {
+        const int count = open.size() - mDescriptors.size();
+        for (const QString& one : mDescriptors)
+            open.removeOne(one);
+        all.append("%1 descriptors, of these (%2)"_s.arg(count).arg(open.join("; "_s)));
+    }
     // In an application that goes on, something may have taken the place of what was there.
     const auto classes = classesSince(mClassesBefore.isEmpty() ? mObjectsBefore : 0);
     for (auto it = classes.cbegin(); it != classes.cend(); ++it) {

@@ -3,6 +3,7 @@
 
 #include <QMap>
 #include <QString>
+#include <QStringList>
 
 /// What is in the process, so that what a schedule leaves behind is seen.
 namespace Schedules {
@@ -26,7 +27,7 @@ private:
 
     quint64 mObjectsBefore;
     QMap<QString, int> mClassesBefore; ///< in an application that goes on
-    int mDescriptors;
+    QStringList mDescriptors;          ///< what each is of
     int mThreads;
 };
 
