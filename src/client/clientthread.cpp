@@ -6,9 +6,8 @@
 #include "device/interruption.h"
 #include "rest/picture/captchapicture.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QEventLoop>
-#include <QTimer>
 
 #include <algorithm>
 #include <mutex>
@@ -35,6 +34,15 @@ Retired& retired()
     return *instance;
 }
 
+void forgetEnded()
+{
+    Retired& all = retired();
+    const std::lock_guard<std::mutex> lock(all.mutex);
+    const auto firstEnded = std::partition(all.threads.begin(), all.threads.end(),
+                                           [](const auto& one) { return !one->isFinished(); });
+    all.threads.erase(firstEnded, all.threads.end());
+}
+
 } // namespace
 
 ClientThread::ClientThread(std::shared_ptr<HandOver> handOver) : mHandOver(std::move(handOver))
@@ -50,31 +58,24 @@ void ClientThread::run()
         Worker worker(mHandOver);
         exec();
     }
-    takeBack();
-}
-
-// Event loops do not run any more on a thread that was told to end, but events are still handled.
-void ClientThread::takeBack()
-{
-    const QDeadlineTimer deadline(longestTakingBackMs);
-    QTimer wake;
-    wake.start(longestTakingBackMs);
-    QEventLoop loop;
-    while (UnfinishedWork::isUnderWay() && !deadline.hasExpired())
-        loop.processEvents(QEventLoop::WaitForMoreEvents);
+    UnfinishedWork::finish(longestTakingBackMs);
 }
 
 void retire(std::unique_ptr<ClientThread> thread)
 {
     thread->quit();
-    const bool ended = thread->wait(moment);
-    Retired& all = retired();
-    const std::lock_guard<std::mutex> lock(all.mutex);
-    all.threads.erase(std::remove_if(all.threads.begin(), all.threads.end(),
-                                     [](const auto& one) { return one->isFinished(); }),
-                      all.threads.end());
-    if (!ended)
+    if (thread->wait(moment))
+        return;
+    // Where nobody handles events any more, they end with the process.
+    if (QCoreApplication* const application = QCoreApplication::instance())
+        QObject::connect(thread.get(), &QThread::finished, application, &forgetEnded,
+                         Qt::QueuedConnection);
+    {
+        Retired& all = retired();
+        const std::lock_guard<std::mutex> lock(all.mutex);
         all.threads.push_back(std::move(thread));
+    }
+    forgetEnded(); // it may have ended meanwhile
 }
 
 void awaitRetired()

@@ -20,8 +20,6 @@ protected:
     void run() override;
 
 private:
-    static void takeBack();
-
     const std::shared_ptr<HandOver> mHandOver;
 };
 

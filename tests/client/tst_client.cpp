@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // What the operations of a client give, against a service in this process.
 #include "client/clientfixture.h"
+#include "client/clientthread.h"
+#include "common/unfinishedwork.h"
 #include "device/testtagserver.h"
 #include "operations/answers.h"
 #include "support/patience.h"
 
 #include <kelaccount/kelaccounts.h>
 
+#include <QAbstractEventDispatcher>
 #include <QMetaMethod>
+#include <QPointer>
 #include <QTest>
 #include <QThread>
 
+#include <memory>
+#include <utility>
 #include <vector>
 
 using namespace KelAccount;
@@ -30,6 +36,7 @@ private Q_SLOTS:
     void aCaptchaFailsWithItsTrueStatus();
     void aServiceThatWantsToBeLeftAloneSaysForHowLong();
     void answersComeOnTheThreadOfTheClient();
+    void nothingOfAThreadStaysThatEndsLater();
 };
 
 void TestClient::theFirstLinesOfAProgram()
@@ -189,6 +196,25 @@ void TestClient::answersComeOnTheThreadOfTheClient()
     mClient->close().then(this, [&thread] { thread = QThread::currentThread(); });
     QVERIFY(!thread); // not from inside the call
     QTRY_COMPARE(thread, QThread::currentThread());
+}
+
+// Without another client's end, too.
+void TestClient::nothingOfAThreadStaysThatEndsLater()
+{
+    auto thread = std::make_unique<ClientThread>(std::make_shared<HandOver>());
+    const QPointer<QThread> left(thread.get());
+    thread->start();
+    QTRY_VERIFY(thread->eventDispatcher());
+    QObject* const onThread = thread->eventDispatcher();
+    std::unique_ptr<UnfinishedWork> work;
+    QMetaObject::invokeMethod(
+        onThread, [&work] { work = std::make_unique<UnfinishedWork>(); },
+        Qt::BlockingQueuedConnection);
+    retire(std::move(thread));
+    QVERIFY(left);
+    QMetaObject::invokeMethod(
+        onThread, [&work] { work.reset(); }, Qt::QueuedConnection);
+    QTRY_VERIFY(!left);
 }
 
 QTEST_GUILESS_MAIN(TestClient)

@@ -18,11 +18,13 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
 #include <memory>
 
 using namespace KelTest;
@@ -44,6 +46,36 @@ private Q_SLOTS:
     {
         mConfigure = std::make_unique<KelConfigure>();
         QVERIFY(KelTest::removeAllAccounts());
+    }
+
+    void aThreadThatEndsKeepsNoDatabaseOpen_data()
+    {
+        QTest::addColumn<bool>("isRemoved");
+        QTest::newRow("for an account on its way") << false;
+        QTest::newRow("for a removal") << true;
+    }
+
+    // Before the others, of which each leaves the framework something to do.
+    void aThreadThatEndsKeepsNoDatabaseOpen()
+    {
+        QFETCH(const bool, isRemoved);
+        QVERIFY(create("n"_s, 7) > 0); // so that the database is there
+        mConfigure.reset();
+        QVERIFY(waitUntil([] { return openDatabases() == 0; }));
+        int status = 0;
+        const std::unique_ptr<QThread> thread(QThread::create([&status, isRemoved] {
+            auto configure = std::make_unique<KelConfigure>();
+            if (isRemoved)
+                configure->removeAccount(7, nullptr);
+            else
+                status = configure->configureAccount("n"_s, 8);
+            configure.reset();
+            UnfinishedWork::finish(onABusyMachine);
+        }));
+        thread->start();
+        QVERIFY(waitUntil([&] { return thread->isFinished(); }));
+        QCOMPARE(status, 0);
+        QVERIFY(waitUntil([] { return openDatabases() == 0; }));
     }
 
     // With what lasts as long, such as a sign-out's reservation of the accounts.
@@ -255,12 +287,7 @@ private Q_SLOTS:
         const std::unique_ptr<QThread> thread(QThread::create([&began, &ended] {
             std::make_unique<KelConfigure>()->removeAccount(7, nullptr);
             began = UnfinishedWork::isUnderWay();
-            const QDeadlineTimer deadline(5000);
-            QTimer wake;
-            wake.start(5000);
-            QEventLoop loop;
-            while (UnfinishedWork::isUnderWay() && !deadline.hasExpired())
-                loop.processEvents(QEventLoop::WaitForMoreEvents);
+            UnfinishedWork::finish(onABusyMachine);
             ended = !UnfinishedWork::isUnderWay();
         }));
         thread->start();
@@ -285,6 +312,15 @@ private Q_SLOTS:
     }
 
 private:
+    /// Of this process.
+    static int openDatabases()
+    {
+        const QFileInfoList descriptors = QDir("/proc/self/fd"_s).entryInfoList(QDir::Files);
+        return int(std::count_if(descriptors.begin(), descriptors.end(), [](const QFileInfo& one) {
+            return one.symLinkTarget().endsWith("/accounts.db"_s);
+        }));
+    }
+
     /// The id of the account, once it is in the database; 0 if it does not come.
     int create(const QString& name = "The Name"_s, unsigned credentials = 17)
     {
