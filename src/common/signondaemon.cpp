@@ -16,6 +16,23 @@ namespace {
 
 std::atomic<void (*)()> daemonFound{nullptr};
 
+// Whoever connects a signal of a name that is not watched yet has Qt ask the bus whose it is, and
+// when that bus has just ended, that ends the process (libdbus is given no pending call to wait
+// for). The sign-on library does so with each identity and session that it reaches through the bus.
+// So the name is watched from the first daemon on, while the bus has just answered.
+void keepNameWatched()
+{
+    static const bool isWatched = [] {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        auto* const nobody = new QObject; // as long as the process
+        return bus.isConnected() &&
+               bus.connect(signOnDaemonName, QStringLiteral("/"),
+                           QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Nothing"),
+                           nobody, SLOT(deleteLater()));
+    }();
+    Q_UNUSED(isWatched)
+}
+
 } // namespace
 
 void setSignOnDaemonFound(void (*found)())
@@ -43,10 +60,13 @@ void ensureSignOnDaemon(QObject* context, int timeoutMs, const std::function<voi
                      [next](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
                          const bool running = !finished->isError();
-                         if (!running)
+                         if (running) {
+                             keepNameWatched();
+                             if (const auto found = daemonFound.load())
+                                 found();
+                         } else {
                              qCCritical(logSignon, "The sign-on daemon cannot be started");
-                         else if (const auto found = daemonFound.load())
-                             found();
+                         }
                          next(running);
                      });
 }
