@@ -62,6 +62,10 @@ class RegistrationInfo;
 /// cannot be signed, since the system's cryptographic library refuses SHA-1, is
 /// ErrorUnabletoSendRequest (1002), with the reason in the log.
 ///
+/// What the plugin or the sign-on daemon reported is one of these, 600 to 615 or
+/// ErrorAccountConfigurationIncomplete (703) from the plugin, or a sign-on error from the daemon, 1
+/// to 399. 703 also answers who meets a sign-out of the same user by another object or program.
+///
 /// The service answers many a change with HTTP 2xx and nothing else. So a reply of HTTP 2xx without
 /// a readable document of the service is status 0 with empty values. Where an answer has values,
 /// empty ones show it: no questions, no addresses, no account, variant 0, a null picture. It cannot

@@ -57,8 +57,10 @@ Documented::Documented(const QString& header)
             comment += text.mid(3).trimmed() + QLatin1Char('\n');
             continue;
         }
-        if (text.startsWith("class "_s) && comment.contains("Statuses that any"_s))
+        if (text.startsWith("class "_s) && comment.contains("Statuses that any"_s)) {
             mOfTheService = numbersIn(paragraphFrom("Statuses that any"_s, comment));
+            mReported = numbersIn(paragraphFrom("What the plugin or the sign-on"_s, comment));
+        }
         const auto match = slot.match(line);
         if (match.hasMatch())
             readComment(match.captured(1), comment + QLatin1Char('\n'));
@@ -78,15 +80,8 @@ void Documented::readComment(const QString& operation, const QString& comment)
     const auto same = sameAs.match(words);
     if (same.hasMatch())
         statuses += mStatuses.value(same.captured(1));
-    if (words.contains("reported"_s)) {
-        constexpr int lastOfTheDaemon = 399;
-        constexpr int firstOfThePlugin = 600;
-        constexpr int lastOfThePlugin = 615;
-        for (int status = 1; status <= lastOfThePlugin; ++status) {
-            if (status <= lastOfTheDaemon || status >= firstOfThePlugin)
-                statuses.insert(status);
-        }
-    }
+    if (words.contains("reported"_s))
+        statuses += mReported;
     const bool isOfTheService = words.contains("of the network"_s) ||
                                 words.contains("reported"_s) ||
                                 words.contains("when a reply came"_s);
@@ -99,6 +94,8 @@ QString Documented::problem() const
 {
     if (mOfTheService.size() < 10)
         return "the facade's header does not say what the service's operations can carry"_s;
+    if (mReported.size() < 10)
+        return "the facade's header does not say what plugin and daemon can report"_s;
     const QMetaObject& facade = KelAccount::KelAccounts::staticMetaObject;
     for (int i = facade.methodOffset(); i < facade.methodCount(); ++i) {
         const QMetaMethod method = facade.method(i);

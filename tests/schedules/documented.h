@@ -22,6 +22,7 @@ private:
     void readComment(const QString& operation, const QString& comment);
 
     QSet<int> mOfTheService;
+    QSet<int> mReported; ///< by plugin or daemon
     QMap<QString, QSet<int>> mStatuses;
 };
 
