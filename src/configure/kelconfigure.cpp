@@ -8,7 +8,10 @@
 
 #include <SignOn/Identity>
 
+#include <QDBusConnection>
+
 #include <memory>
+#include <utility>
 
 namespace KelAccount {
 
@@ -103,6 +106,7 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
     }
     if (!reachesSessionBus())
         return -1;
+    watchBus();
     mStore = std::make_unique<QObject>();
     mStoreGuard.start();
     whenSignOnDaemonIsLost(mStore.get(), [this] {
@@ -130,6 +134,26 @@ int KelConfigure::storeUserCredentials(const QString& userName, const QString& p
         findOwnIdentities(mStore.get(), mUserName, searchTimeoutMs, note);
     });
     return 0;
+}
+
+void KelConfigure::watchBus()
+{
+    if (std::exchange(mWatchesBus, true))
+        return;
+    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                          QStringLiteral("org.freedesktop.DBus.Local"),
+                                          QStringLiteral("Disconnected"), this,
+                                          SLOT(processBusLoss()));
+}
+
+// Nobody tells any more whether the daemon goes on, and the sign-on library tells nothing of what
+// it was asked to store.
+void KelConfigure::processBusLoss()
+{
+    if (!mStore)
+        return;
+    qCCritical(logConfigure, "The session bus went away while credentials were stored");
+    takeStoreBack();
 }
 
 // Goes on with the store that is under way, when it still is, and when there is a daemon.

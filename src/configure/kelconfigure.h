@@ -82,7 +82,11 @@ public Q_SLOTS:
     /// For a caller that connects an identity's `removed()` to it.
     void onRemovalComplete();
 
+private Q_SLOTS:
+    void processBusLoss();
+
 private:
+    void watchBus();
     void withDaemon(const std::function<void()>& next);
     bool storeRecord(const SignOn::IdentityInfo& record);
     bool connectIdentity();
@@ -99,6 +103,7 @@ private:
     QPointer<SignOn::Identity> mIdentity; // being stored, or null
     QString mUserName;                    // of the store that is under way
     IdentityNumbers mIdentitiesBefore;    // of that user, as far as is known
+    bool mWatchesBus = false;
     QTimer mStoreGuard;
     int mAccountTimeoutMs;
     int mRemovalTimeoutMs;
