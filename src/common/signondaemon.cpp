@@ -22,15 +22,18 @@ std::atomic<void (*)()> daemonFound{nullptr};
 // So the name is watched from the first daemon on, while the bus has just answered.
 void keepNameWatched()
 {
-    static const bool isWatched = [] {
+    static const QObject* const nobody = [] {
+        auto* const kept = new QObject; // as long as the process
         QDBusConnection bus = QDBusConnection::sessionBus();
-        auto* const nobody = new QObject; // as long as the process
-        return bus.isConnected() &&
-               bus.connect(signOnDaemonName, QStringLiteral("/"),
-                           QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Nothing"),
-                           nobody, SLOT(deleteLater()));
+        const bool isWatched =
+            bus.isConnected() && bus.connect(signOnDaemonName, QStringLiteral("/"),
+                                             QStringLiteral("org.freedesktop.DBus.Peer"),
+                                             QStringLiteral("Nothing"), kept, SLOT(deleteLater()));
+        if (!isWatched)
+            qCDebug(logSignon, "The sign-on daemon's name cannot be watched");
+        return kept;
     }();
-    Q_UNUSED(isWatched)
+    Q_UNUSED(nobody)
 }
 
 } // namespace
