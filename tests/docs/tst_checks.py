@@ -188,6 +188,32 @@ class TestChecks(unittest.TestCase):
         changelog.write_text(changelog.read_text().replace("[1.0.0]", "").replace("## \n", ""))
         self.assertEqual(output_of(copy / "scripts/interface", BUILD), (0, ""))
 
+    def test_a_release_in_pieces_is_noticed(self):
+        copy = self.folder / "released"
+        (copy / "debian").mkdir(parents=True)
+
+        def output_with(changelog="1.2.0] - 2026-03-04", packaged="1.2.0", day="Wed, 04 Mar 2026", symbol="1.2.0"):
+            (copy / "CHANGELOG.md").write_text(f"# Changelog\n\n## [Unreleased]\n\n## [{changelog}\n\n- New.\n")
+            (copy / "debian/changelog").write_text(
+                f"libaccounts-kel ({packaged}) unstable; urgency=medium\n\n  * New.\n\n"
+                f" -- Some Body <some@body.example>  {day} 18:00:00 +0000\n")
+            (copy / "debian/libaccounts-kel1.symbols").write_text(
+                f"libaccounts-kel.so.1 libaccounts-kel1 #MINVER#\n KELACCOUNT_1@KELACCOUNT_1 1.0.0\n"
+                f" later@KELACCOUNT_1 {symbol}\n")
+            return output_of(Path(SOURCES) / "tests/docs/release.sh", copy, "1.2.0")
+
+        self.assertEqual(output_with(), (0, ""))
+        self.assertEqual(output_with(changelog="1.1.9] - 2025-03-04"), (0, ""))
+        for spoiled, named in (({"changelog": "1.10.0] - 2026-03-04"}, "1.10.0"),
+                               ({"changelog": "1.2.0]"}, "has no release"),
+                               ({"packaged": "1.1.0"}, "1.1.0"),
+                               ({"day": "Thu, 05 Mar 2026"}, "2026-03-05"),
+                               ({"symbol": "1.10.0"}, "1.10.0")):
+            status, output = output_with(**spoiled)
+            self.assertEqual(status, 1, spoiled)
+            self.assertIn(named, output)
+            self.assertIn("docs/releasing.md", output)
+
     def test_a_picture_of_another_source_is_noticed(self):
         self.site_of(lambda copy: None)
         copy = self.folder / "copy"
