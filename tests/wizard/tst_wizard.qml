@@ -185,7 +185,7 @@ Item {
             look("name")
             // Without questions there is no way on, so they can be asked for again.
             screen.item.questions = []
-            order("status=503")
+            order("status=503@6")
             press("next")
 
             comesTo("QuestionPage")
@@ -214,7 +214,7 @@ Item {
             press("next")
             comesTo("TermsPage")
             press("accept")
-            order("close-before-headers")
+            order("close-before-headers@5")
             press("next")
 
             // What is no field's failure is told where the way goes on.
@@ -226,7 +226,7 @@ Item {
             comesTo("TermsPage")
             // What could not be fetched is not accepted.
             press("accept")
-            order("status=503")
+            order("status=503@8")
             screen.item.fetchTerms()
             eventually(() => test.page.complaint.length > 0)
             verify(!part("next").enabled)
@@ -236,7 +236,7 @@ Item {
 
             comesTo("SuccessPage")
             look("success")
-            order("status=503")
+            order("status=503@22")
             press("show")
 
             comesTo("ProfilePage")
